@@ -1,0 +1,13 @@
+#pragma once
+
+#include <QColor>
+#include <QIcon>
+#include <QString>
+
+namespace qm {
+
+// Our own line drawings, named after the symbols they stand in for ("camera.viewfinder"). Main thread.
+// Drawn from SVG at the size asked for, so they are sharp at every size and scale. An unknown name gives a null icon.
+namespace Symbol { QIcon icon(const QString &name, const QColor &color); }
+
+} // namespace qm

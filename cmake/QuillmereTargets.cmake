@@ -1,0 +1,59 @@
+# Settings every target shares, and the two functions by which the tree declares itself.
+
+set(CMAKE_CXX_STANDARD 20)
+set(CMAKE_CXX_STANDARD_REQUIRED ON)
+set(CMAKE_CXX_EXTENSIONS OFF)
+set(CMAKE_AUTOMOC ON)
+set(CMAKE_AUTORCC ON)
+set(CMAKE_RUNTIME_OUTPUT_DIRECTORY ${CMAKE_BINARY_DIR}/bin)   # helpers must stand next to the application
+set(CMAKE_EXPORT_COMPILE_COMMANDS ON)
+include(GNUInstallDirs)
+
+find_package(Qt6 6.4 REQUIRED COMPONENTS Core Gui Widgets Svg DBus Test)
+find_package(SQLite3 REQUIRED)
+find_package(Threads REQUIRED)
+find_package(PkgConfig REQUIRED)
+pkg_check_modules(heif REQUIRED IMPORTED_TARGET libheif)
+
+add_compile_options(-Wall -Wextra -Wpedantic -Wshadow -Wnon-virtual-dtor)
+add_compile_definitions(
+    QT_NO_CAST_FROM_ASCII QT_NO_CAST_TO_ASCII QT_NO_CAST_FROM_BYTEARRAY QT_NO_FOREACH QT_NO_KEYWORDS
+    QT_DISABLE_DEPRECATED_BEFORE=0x060400)
+if(QM_SANITIZE)
+    add_compile_options(-fsanitize=${QM_SANITIZE} -fno-sanitize-recover=all -fno-omit-frame-pointer)
+    add_link_options(-fsanitize=${QM_SANITIZE})
+endif()
+
+function(qm_target_name result folder)
+    string(REPLACE "/" "_" name "qm_${folder}")
+    set(${result} ${name} PARENT_SCOPE)
+endfunction()
+
+function(qm_link target)
+    cmake_parse_arguments(PARSE_ARGV 1 arg "" "" "USES;LINKS")
+    foreach(folder IN LISTS arg_USES)
+        qm_target_name(library ${folder})
+        target_link_libraries(${target} PUBLIC ${library})
+    endforeach()
+    target_link_libraries(${target} PUBLIC ${arg_LINKS})
+endfunction()
+
+# qm_library(folder USES folder... LINKS library... SOURCES file...)
+# One folder, one static library. USES is the layer graph itself: tests/LayerCheck.py reads these calls and fails on an
+# include of any other folder.
+function(qm_library folder)
+    cmake_parse_arguments(PARSE_ARGV 1 arg "" "" "USES;LINKS;SOURCES")
+    qm_target_name(target ${folder})
+    add_library(${target} STATIC ${arg_SOURCES})
+    target_include_directories(${target} PUBLIC ${CMAKE_SOURCE_DIR})
+    qm_link(${target} USES ${arg_USES} LINKS ${arg_LINKS})
+endfunction()
+
+# qm_program(name USES folder... LINKS library... SOURCES file...)
+function(qm_program name)
+    cmake_parse_arguments(PARSE_ARGV 1 arg "" "" "USES;LINKS;SOURCES")
+    add_executable(${name} ${arg_SOURCES})
+    target_include_directories(${name} PRIVATE ${CMAKE_SOURCE_DIR})
+    target_compile_definitions(${name} PRIVATE QM_VERSION="${PROJECT_VERSION}")
+    qm_link(${name} USES ${arg_USES} LINKS ${arg_LINKS})
+endfunction()

@@ -1,0 +1,49 @@
+#include "platform/ChildProcess.h"
+
+#include "platform/ParentDeath.h"
+
+#include <QProcess>
+#include <QThread>
+
+namespace qm {
+
+static constexpr int wakeUp = 100;       // ms between two looks at whether the thread is to stop
+static constexpr int endPolitely = 1000; // ms before a child that ignores SIGTERM is killed
+
+std::optional<QByteArray> ChildProcess::run(const QString &program, const QStringList &arguments, const QByteArray &input,
+                                            const Received &received)
+{
+    QProcess process;
+    process.setProgram(program);
+    process.setArguments(arguments);
+    process.setStandardErrorFile(QProcess::nullDevice());
+    process.setChildProcessModifier(&endWithParent);
+    process.start();
+    if (!process.waitForStarted(-1))
+        return std::nullopt;
+    process.write(input); // buffered: written as the child reads, while its output is taken in turn
+    process.closeWriteChannel();
+
+    QByteArray output;
+    const auto take = [&] {
+        const QByteArray piece = process.readAllStandardOutput();
+        output += piece;
+        if (received && !piece.isEmpty())
+            received(piece);
+    };
+    while (process.state() != QProcess::NotRunning) {
+        process.waitForReadyRead(wakeUp);
+        take();
+        if (QThread::currentThread()->isInterruptionRequested()) {
+            process.terminate();
+            if (!process.waitForFinished(endPolitely)) {
+                process.kill();
+                process.waitForFinished(-1);
+            }
+        }
+    }
+    take();
+    return output;
+}
+
+} // namespace qm

@@ -1,0 +1,80 @@
+#!/usr/bin/env python3
+"""Fails on an include that the layer graph does not allow.
+
+The graph is what the build files say: every `qm_library(folder USES ...)` and `qm_program(name USES ...)` names what its
+sources may include. One `#include "folder/File.h"` of another folder ends the check with its place.
+"""
+import pathlib
+import re
+import sys
+
+CALL = re.compile(r"\b(?:qm_library|qm_program)\(\s*([\w/]+)(.*?)\)", re.S)
+USES = re.compile(r"\bUSES\s+((?:[\w/]+\s+)*?)(?=LINKS|SOURCES|LABELS|$)", re.S)
+INCLUDE = re.compile(r'^\s*#\s*include\s+"([^"]+)"', re.M)
+UNCHECKED = ("tests", "bench")  # they look into every folder
+
+
+def graph(root):
+    """Folder of sources -> folders it may include. A folder with several targets may use what any of them does."""
+    allowed = {}
+    for build_file in root.glob("**/CMakeLists.txt"):
+        folder = build_file.parent.relative_to(root).as_posix()
+        if folder.startswith("build") or folder == ".":
+            continue
+        text = re.sub(r"#.*", "", build_file.read_text())
+        for name, rest in CALL.findall(text):
+            uses = USES.search(rest + " ")
+            allowed.setdefault(folder, set()).update(uses.group(1).split() if uses else [])
+    return allowed
+
+
+def folder_of(path, folders):
+    """The longest known folder that holds the file: platform/linux/X.cpp belongs to platform."""
+    parts = pathlib.PurePosixPath(path).parent.parts
+    for length in range(len(parts), 0, -1):
+        candidate = "/".join(parts[:length])
+        if candidate in folders:
+            return candidate
+    return None
+
+
+def cycle(allowed):
+    state = {}
+
+    def visit(folder):
+        state[folder] = "open"
+        for used in allowed.get(folder, ()):
+            if state.get(used) == "open" or (used not in state and visit(used)):
+                return True
+        state[folder] = "done"
+        return False
+
+    return any(visit(folder) for folder in allowed if folder not in state)
+
+
+def main():
+    root = pathlib.Path(sys.argv[1]).resolve()
+    allowed = graph(root)
+    wrong, seen = [], 0
+    if cycle(allowed):
+        wrong.append("the layer graph has a cycle")
+    for folder in allowed:
+        if folder.split("/")[0] in UNCHECKED:
+            continue
+        for source in (root / folder).rglob("*"):
+            relative = source.relative_to(root).as_posix()
+            if source.suffix not in (".h", ".cpp", ".mm") or folder_of(relative, allowed) != folder:
+                continue
+            for included in INCLUDE.findall(source.read_text()):
+                seen += 1
+                target = folder_of(included, allowed)
+                if target is None:
+                    wrong.append(f'{relative}: "{included}" is in no library')
+                elif target != folder and target not in allowed[folder]:
+                    wrong.append(f"{relative}: {folder} may not use {target}")
+    print("\n".join(wrong) or f"{seen} includes in {len(allowed)} folders, all within the layers")
+    return 1 if wrong or not seen else 0
+
+
+if __name__ == "__main__":
+    sys.exit(main())
