@@ -23,6 +23,14 @@ QJsonObject SettingsFile::read() const
     return QJsonDocument::fromJson(bytesOf(m_path)).object();
 }
 
+static Outcome writeWhole(QSaveFile &file, const QByteArray &bytes)
+{
+    // commit() does not see a buffer that fails to reach the disk; flush() does.
+    if (!file.open(QIODevice::WriteOnly) || file.write(bytes) != bytes.size() || !file.flush() || !file.commit())
+        return Outcome::failure(QStringLiteral("%1: %2").arg(file.fileName(), file.errorString()));
+    return Outcome::success();
+}
+
 // What cannot be read as settings may still be the user's own work with a comma too many.
 static Outcome keepBroken(const QString &path)
 {
@@ -30,9 +38,7 @@ static Outcome keepBroken(const QString &path)
     if (bytes.trimmed().isEmpty() || QJsonDocument::fromJson(bytes).isObject())
         return Outcome::success();
     QSaveFile copy(path + QStringLiteral(".broken"));
-    if (!copy.open(QIODevice::WriteOnly) || copy.write(bytes) != bytes.size() || !copy.commit())
-        return Outcome::failure(copy.errorString());
-    return Outcome::success();
+    return writeWhole(copy, bytes);
 }
 
 Outcome SettingsFile::set(const QString &key, const QJsonValue &value) const
@@ -51,9 +57,7 @@ Outcome SettingsFile::set(const QString &key, const QJsonValue &value) const
     QSaveFile file(m_path); // follows a link and keeps the mode of what it replaces
     file.setDirectWriteFallback(true); // a folder in which nothing may be created, around a file that may be written
     const QByteArray json = QJsonDocument(settings).toJson(QJsonDocument::Indented); // keys come sorted
-    if (!file.open(QIODevice::WriteOnly) || file.write(json) != json.size() || !file.commit())
-        return Outcome::failure(QStringLiteral("%1: %2").arg(m_path, file.errorString()));
-    return Outcome::success();
+    return writeWhole(file, json);
 }
 
 } // namespace qm
