@@ -117,7 +117,7 @@ bool Database::open()
     }
     if (m_access == Access::write && !m_schemaReady)
         m_schemaReady = execute(IndexSql::schema);
-    return true;
+    return m_access == Access::read || m_schemaReady;
 }
 
 QString Database::error() const

@@ -49,10 +49,10 @@ public:
 
     Database(QString path, Access access);
 
-    // Opens the connection unless it is open. The writer makes folder, file and schema; the reader never makes a file.
-    // Also tries the schema again when it could not be set up before (another process held the file).
+    // Opens the connection unless it is open. The writer makes folder, file and schema, and tries the schema again where
+    // it failed before (another process held the file); the reader never makes a file. False when it cannot be used.
     bool open();
-    bool isOpen() const { return m_connection != nullptr; }
+    bool isOpen() const { return m_connection != nullptr; } // a connection, with its schema or without
 
     QString path() const { return m_path; }
     QString error() const; // the last failure in SQLite's words; empty when all is well

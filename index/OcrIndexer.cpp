@@ -65,22 +65,27 @@ Timer OcrIndexer::postAfter(std::chrono::milliseconds delay, void (OcrIndexer::*
 void OcrIndexer::start()
 {
     post(&OcrIndexer::startSafetyTimer); // before the first step, which may read pictures for longer than the interval
-    post(&OcrIndexer::openAndPump);
+    post(&OcrIndexer::openAndStep);
     startWatching();
 }
 
-void OcrIndexer::openAndPump()
+void OcrIndexer::openAndStep()
 {
     if (m_database.open())
-        pump(Scan::yes);
+        step(Scan::yes);
 }
 
 void OcrIndexer::pump(Scan scan)
 {
     Q_ASSERT(m_queue.isCurrent());
-    if (!m_database.isOpen())
-        return; // until the next start: the status command says why
-    m_database.open(); // sets up the schema if another process kept us from it
+    // A connection that could not be opened at the start stays away until the next one; qms status says why. A schema that
+    // another process kept us from setting up is tried again.
+    if (m_database.isOpen() && m_database.open())
+        step(scan);
+}
+
+void OcrIndexer::step(Scan scan)
+{
     if (scan == Scan::yes)
         FolderScan::scan(m_database, FolderScan::orderedSourceDirs(), QDateTime::currentDateTimeUtc());
     if (!ConfigStore::autoOcr())

@@ -40,7 +40,8 @@ private:
     void post(void (OcrIndexer::*task)());
     Timer postAfter(std::chrono::milliseconds delay, void (OcrIndexer::*task)());
 
-    void openAndPump();
+    void openAndStep();
+    void step(Scan scan); // pump's work, on an open connection
     void scanAndPump();
     void drain();
     void safetyPass();
