@@ -35,6 +35,23 @@ std::vector<Pending> pendingRows(Database &database, int limit)
     return rows;
 }
 
+// The command line works on the same rows as the application: without this, both would read the same pictures at once.
+// Where no lock file can be made the batch goes on without.
+class BatchLock
+{
+public:
+    explicit BatchLock(const Database &database)
+        : m_file(QFileInfo(database.path()).path() + QStringLiteral("/ocr.lock"))
+    {
+        m_file.setStaleLockTime(0); // a batch may be long; only the death of its process makes the lock stale
+        m_file.tryLock();
+    }
+    bool isTaken() const { return m_file.error() == QLockFile::LockFailedError; }
+
+private:
+    QLockFile m_file;
+};
+
 // The whole output, or nothing where it is no UTF-8: a helper that garbles one line cannot be trusted with the others.
 QByteArray runHelper(const QString &helper, const std::vector<Pending> &rows, const OcrRunner::Progress &progress)
 {
@@ -78,14 +95,17 @@ OcrRunner::Results OcrRunner::parseNdjson(const QByteArray &output)
     return results;
 }
 
+bool OcrRunner::isBusy(const Database &database)
+{
+    return BatchLock(database).isTaken();
+}
+
 int OcrRunner::run(Database &database, const std::optional<QString> &helper, int limit, const Progress &progress)
 {
     if (!helper)
         return 0;
-    // The command line works on the same rows: without this, both would read the same pictures at once.
-    QLockFile lock(QFileInfo(database.path()).path() + QStringLiteral("/ocr.lock"));
-    lock.setStaleLockTime(0); // a batch may be long; only the death of its process makes the lock stale
-    if (!lock.tryLock() && lock.error() == QLockFile::LockFailedError)
+    BatchLock lock(database);
+    if (lock.isTaken())
         return 0;
 
     const std::vector<Pending> rows = pendingRows(database, limit);

@@ -25,6 +25,9 @@ using Progress = std::function<void(int done, int total)>;
 // without one. 0 as well when another process has a batch in hand, or the writing failed and was rolled back.
 int run(Database &database, const std::optional<QString> &helper, int limit, const Progress &progress = {});
 
+// Whether another process has a batch in hand: run would give 0 at once.
+bool isBusy(const Database &database);
+
 // The helper's output: one JSON object a line with "path" and either "text" or "error"; other lines are skipped.
 Results parseNdjson(const QByteArray &output);
 
