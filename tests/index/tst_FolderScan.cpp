@@ -191,19 +191,24 @@ private Q_SLOTS:
     void thePathSetAgainstAMap()
     {
         PathSet set;
-        std::map<std::string, size_t> truth;
+        std::map<std::string, PathSet::Ref> truth;
         QRandomGenerator random(7);
         for (int i = 0; i < 20000; ++i) {
             const std::string path = "/folder/" + std::to_string(random.bounded(9000));
-            const auto [entry, isNew] = truth.try_emplace(path, truth.size());
-            QCOMPARE(set.find(path).value_or(size_t(-1)), isNew ? size_t(-1) : entry->second);
+            const PathSet::Ref before = set.find(path).value_or(0);
             const PathSet::Inserted inserted = set.insert(path);
+            const auto [entry, isNew] = truth.try_emplace(path, inserted.ref);
+            QCOMPARE(before, isNew ? 0 : entry->second);
             QCOMPARE(inserted.isNew, isNew);
-            QCOMPARE(inserted.number, entry->second);
+            QCOMPARE(inserted.ref, entry->second);
+            if (i % 3 == 0)
+                set.mark(inserted.ref);
         }
-        for (const auto &[path, number] : truth)
-            QVERIFY(set[number] == path && set[number].data()[path.size()] == '\0');
-        QVERIFY(!set.find("/folder/"));
+        QCOMPARE(set.size(), truth.size());
+        size_t visited = 0;
+        set.forEach([&](PathSet::Ref ref) { visited += truth.at(std::string(set[ref])) == ref; });
+        QCOMPARE(visited, truth.size());
+        QVERIFY(!set.find("/folder/") && !set.find("/folder/12345678"));
     }
 };
 
