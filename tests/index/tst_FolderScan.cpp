@@ -168,7 +168,7 @@ private Q_SLOTS:
         row(u"スクリーンショット 2024-05-01 21.30.15.png", u"2024-05-01T21:30:15");
         row(u"Screenshot from 2024-05-01\u202fat\u202f09.30.15.png", u"2024-05-01T09:30:15");
         row(u"2024-99-99 at 99.99.99.png", u"2024-99-99T99:99:99"); // digits are taken as they stand
-        row(u"2024-05-01 x 08.00.00 2024-06-02 at 09.30.15.png", u"2024-06-02T09:30:15"); // the word goes first
+        row(u"2024-05-01 x 08.00.00 2024-06-02\u202fat\u202f09.30.15.png", u"2024-06-02T09:30:15"); // the word goes first
         row(u"Shot 2024-05-01 at 9.30.15 PM.png", fromFile);
         row(u"shot-2024-05-01-09h30m15.png", fromFile);
         row(u"Quillmere 2026-03-05-14-07-09.png", u"2026-03-05T14:07:09");
