@@ -1,0 +1,31 @@
+#pragma once
+
+#include "annotate/Annotation.h"
+#include "annotate/BlurPatch.h"
+#include "annotate/PixelGrid.h"
+
+#include <QGlyphRun>
+#include <QPainterPath>
+
+class QPainter;
+
+namespace qm {
+
+// An item turned into what one output needs to paint it, so that a frame in which it stays as it is only fills.
+// Everything is an area to fill, none a stroke to follow: a part of a picture painted anew then has the same pixels as
+// the whole painted at once. Main thread.
+struct PreparedItem {
+    Annotation item;
+    QRect bounds;                // pixels of the output that it may touch
+    QList<QPainterPath> areas;   // in pixels of the output, filled one after the other
+    QList<QGlyphRun> pictures;   // coloured glyphs
+    QTransform pictureTransform; // from the glyphs' layout to pixels of the output
+    BlurPatch patch;
+};
+
+PreparedItem prepareItem(const Annotation &item, const Image &source, const PixelGrid &output);
+
+// Paints the areas and pictures; a patch is not the painter's business.
+void paint(const PreparedItem &prepared, QPainter &painter, const QColor &color);
+
+} // namespace qm
