@@ -7,9 +7,17 @@
 
 namespace qm {
 
-namespace {
+// Fixed point throughout, in 16 bits so that the compiler can do eight channels at once: weights are fractions of 65536
+// and values have seven bits after the point. Each product is cut off below that, half of which is added back for each.
+static constexpr int weightOne = 0xffff;
+static constexpr int fractionBits = 7;
 
-constexpr int weightOne = 1 << 15;
+static inline quint16 weighed(quint16 value, quint16 weight)
+{
+    return quint16((quint32(value) * weight) >> 16);
+}
+
+namespace {
 
 // Which source pixels each pixel of one axis covers, and by how much; the weights of each add up to weightOne, or to
 // nothing when it lies outside.
@@ -92,10 +100,63 @@ private:
 
 } // namespace
 
-static void accumulate(quint32 *__restrict sums, const uchar *__restrict row, int bytes, quint16 weight)
+static void accumulate(quint16 *__restrict sums, const uchar *__restrict row, int bytes, quint16 weight)
 {
     for (int i = 0; i < bytes; ++i)
-        sums[i] += quint32(quint16(row[i]) * quint32(weight));
+        sums[i] = quint16(sums[i] + weighed(quint16(row[i] << fractionBits), weight));
+}
+
+namespace {
+
+// The weights across, two source pixels of four channels at a time, as many for every pixel: a count that changes from
+// pixel to pixel costs more than weighing a few with nothing.
+struct PairedTaps {
+    struct Run {
+        int first = 0;        // from the first pixel used by any
+        quint64 rounding = 0; // of four channels
+    };
+    std::vector<Run> runs;
+    std::vector<quint16> weights; // eight for each pair
+    int pairs = 0;
+
+    explicit PairedTaps(const Taps &taps)
+    {
+        for (const Taps::Run &run : taps.runs)
+            pairs = std::max(pairs, (run.count + 1) / 2);
+        runs.reserve(taps.runs.size());
+        for (const Taps::Run &run : taps.runs) {
+            runs.push_back({run.count > 0 ? run.first - taps.first : 0, quint64(run.count / 2) * 0x0001000100010001u});
+            for (int t = 0; t < 2 * pairs; ++t)
+                weights.insert(weights.end(), 4, t < run.count ? taps.weights[run.weights + size_t(t)] : quint16(0));
+        }
+    }
+};
+
+} // namespace
+
+// Four channels of each pixel, still with their fraction. Pairs is taps.pairs where that is small, else 0.
+template<int Pairs>
+static void weighAcross(quint64 *__restrict means, const quint16 *__restrict values, const PairedTaps &taps)
+{
+    const int pairs = Pairs > 0 ? Pairs : taps.pairs;
+    const quint16 *weight = taps.weights.data();
+    for (const PairedTaps::Run &run : taps.runs) {
+        quint16 sums[8] = {};
+        const quint16 *in = values + run.first * 4;
+        for (int pair = 0; pair < pairs; ++pair, in += 8, weight += 8) {
+            for (int c = 0; c < 8; ++c)
+                sums[c] = quint16(sums[c] + weighed(in[c], weight[c]));
+        }
+        quint64 halves[2]; // added as one number each: no channel's sum overflows into the next
+        std::memcpy(halves, sums, sizeof sums);
+        *means++ = halves[0] + halves[1] + run.rounding;
+    }
+}
+
+static void rounded(uchar *__restrict out, const quint16 *__restrict values, int bytes)
+{
+    for (int i = 0; i < bytes; ++i)
+        out[i] = uchar(quint16(values[i] + (1 << (fractionBits - 1))) >> fractionBits);
 }
 
 static QImage averaged(const QImage &source, const QRectF &window, QSize size, QImage::Format format)
@@ -105,41 +166,28 @@ static QImage averaged(const QImage &source, const QRectF &window, QSize size, Q
         return {};
     const Taps columns = tapsFor(window.x(), window.width(), size.width(), source.width());
     const Taps rows = tapsFor(window.y(), window.height(), size.height(), source.height());
+    const PairedTaps across(columns);
     const int bytes = (columns.end - columns.first) * 4;
-    const quint32 opaque = source.format() == QImage::Format_RGB32 || format == QImage::Format_RGB32 ? 0xff000000u : 0;
 
     SourceRows sourceRows(source, columns.first, columns.end);
-    std::vector<quint32> sums(static_cast<size_t>(bytes));
-    std::vector<float> means(sums.size());
+    std::vector<quint16> sums(size_t(bytes) + size_t(across.pairs) * 8); // what is weighed with nothing must exist
+    const auto weigh = across.pairs == 1   ? weighAcross<1>
+                       : across.pairs == 2 ? weighAcross<2>
+                       : across.pairs == 3 ? weighAcross<3>
+                                           : weighAcross<0>;
+    std::vector<quint64> means(size_t(size.width()));
     for (int y = 0; y < size.height(); ++y) {
-        auto *out = reinterpret_cast<quint32 *>(result.scanLine(y));
+        uchar *out = result.scanLine(y);
         const Taps::Run &down = rows.runs[size_t(y)];
         if (down.count == 0 || bytes == 0) {
-            std::memset(out, 0, size_t(size.width()) * 4);
+            std::memset(out, 0, means.size() * 4);
             continue;
         }
-        std::fill(sums.begin(), sums.end(), 0);
+        std::fill(sums.begin(), sums.end(), quint16(down.count / 2));
         for (int t = 0; t < down.count; ++t)
             accumulate(sums.data(), sourceRows.row(down.first + t), bytes, rows.weights[down.weights + size_t(t)]);
-        for (size_t i = 0; i < sums.size(); ++i)
-            means[i] = float(qint32(sums[i])) * (1.0f / (float(weightOne) * weightOne));
-        for (int x = 0; x < size.width(); ++x) {
-            const Taps::Run &across = columns.runs[size_t(x)];
-            const float *in = means.data() + qsizetype(across.first - columns.first) * 4;
-            const quint16 *weight = columns.weights.data() + across.weights;
-            float channels[4] = {0.5f, 0.5f, 0.5f, 0.5f};
-            for (int t = 0; t < across.count; ++t, in += 4) {
-                const float w = weight[t];
-                for (int c = 0; c < 4; ++c)
-                    channels[c] += in[c] * w;
-            }
-            uchar rounded[4];
-            for (int c = 0; c < 4; ++c)
-                rounded[c] = uchar(int(channels[c]));
-            std::memcpy(out + x, rounded, 4);
-            if (across.count > 0)
-                out[x] |= opaque;
-        }
+        weigh(means.data(), sums.data(), across);
+        rounded(out, reinterpret_cast<const quint16 *>(means.data()), size.width() * 4);
     }
     return result;
 }
