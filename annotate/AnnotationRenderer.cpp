@@ -75,7 +75,8 @@ static QList<PreparedItem> prepared(const AnnotationDoc &doc, const PixelGrid &g
             items << last[i];
         } else {
             const auto found = std::find_if(last.begin(), last.end(), same);
-            items << (found != last.end() ? *found : prepareItem(item, doc.source, grid));
+            items << (found != last.end() ? *found
+                                          : prepareItem(item, doc.source, grid, i < last.size() ? &last[i] : nullptr));
         }
     }
     return items;

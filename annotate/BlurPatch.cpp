@@ -36,6 +36,14 @@ static bool onPixelEdges(const QRectF &rect)
     return whole(rect.left()) && whole(rect.top()) && whole(rect.right()) && whole(rect.bottom());
 }
 
+static QImage pixellated(const QImage &source, const QRect &region, const QRect &area)
+{
+    QImage patch(area.size(), premultiplied);
+    if (!patch.isNull())
+        Pixellate::pixellate(source, Pixellate::cellsFor(region), area.topLeft(), patch);
+    return patch;
+}
+
 static QImage coverageOf(const QPainterPath &shape, const QRect &device)
 {
     QImage coverage(device.size(), QImage::Format_Alpha8);
@@ -55,7 +63,7 @@ static QImage turned(const QImage &source, const QRect &region, const QTransform
     const QRect area = region.adjusted(-2, -2, 2, 2) & source.rect();
     if (area.isEmpty())
         return result;
-    QImage patch = Pixellate::pixellated(source, Pixellate::cellsFor(region), area);
+    QImage patch = pixellated(source, region, area);
     const double scale = std::sqrt(std::abs(place.determinant()));
     if (scale < 1) {
         const QSize size(int(std::ceil(area.width() * scale)), int(std::ceil(area.height() * scale)));
@@ -80,7 +88,7 @@ static QImage upright(const QImage &source, const QRect &region, const QTransfor
         result.fill(Qt::transparent);
         return result;
     }
-    const QImage patch = Pixellate::pixellated(source, Pixellate::cellsFor(region), area);
+    const QImage patch = pixellated(source, region, area);
     return patch.isNull() ? QImage()
                           : areaResampled(patch, window.translated(-area.topLeft()), device.size(), premultiplied);
 }
@@ -152,8 +160,12 @@ void BlurPatch::drawOn(QImage &output, const QRect &clip) const
             continue;
         }
         const uchar *covered = coverage.constScanLine(y - device.top()) + drawn.left() - device.left();
-        for (int x = 0; x < drawn.width(); ++x)
-            to[x] = mixed(to[x], from[x], covered[x]) | opaque;
+        for (int x = 0; x < drawn.width(); ++x) {
+            if (covered[x] == 255)
+                to[x] = from[x];
+            else if (covered[x] != 0)
+                to[x] = mixed(to[x], from[x], covered[x]) | opaque;
+        }
     }
 }
 

@@ -36,6 +36,19 @@ static void addRow(quint16 *__restrict sums, const uchar *__restrict row, int by
         sums[i] = quint16(sums[i] + row[i]);
 }
 
+// Adds rows down each column. Four at a time, because the sums cost more to read and write than a row does.
+static void addRows(quint16 *__restrict sums, const uchar *row, qsizetype stride, int count, int bytes)
+{
+    for (; count >= 4; count -= 4, row += 4 * stride) {
+        const uchar *__restrict a = row, *__restrict b = a + stride, *__restrict c = b + stride,
+                                *__restrict d = c + stride;
+        for (int i = 0; i < bytes; ++i)
+            sums[i] = quint16(sums[i] + a[i] + b[i] + c[i] + d[i]);
+    }
+    for (; count > 0; --count, row += stride)
+        addRow(sums, row, bytes);
+}
+
 static quint32 mean(const quint16 *sums, int columns, int rows)
 {
     quint32 channels[4] = {};
@@ -52,16 +65,14 @@ static quint32 mean(const quint16 *sums, int columns, int rows)
     return pixel;
 }
 
-QImage Pixellate::pixellated(const QImage &source, const Cells &cells, const QRect &area)
+void Pixellate::pixellate(const QImage &source, const Cells &cells, QPoint corner, QImage &result)
 {
-    QImage result(area.size(), QImage::Format_ARGB32_Premultiplied);
-    if (result.isNull())
-        return {};
+    const QRect area(corner, result.size());
     const QRect inside = area & source.rect();
     if (inside != area)
         result.fill(Qt::transparent);
     if (inside.isEmpty())
-        return result;
+        return;
 
     const auto columns = cellEdges(cells.anchor.x(), cells.size, inside.left(), inside.right() + 1, source.width());
     const auto rows = cellEdges(cells.anchor.y(), cells.size, inside.top(), inside.bottom() + 1, source.height());
@@ -78,11 +89,12 @@ QImage Pixellate::pixellated(const QImage &source, const Cells &cells, const QRe
         if (!direct) {
             strip = source.copy(left, top, bytes / 4, height).convertToFormat(QImage::Format_ARGB32_Premultiplied);
             if (strip.isNull())
-                return {};
+                return;
         }
         std::fill(sums.begin(), sums.end(), 0);
-        for (int y = 0; y < height; ++y)
-            addRow(sums.data(), direct ? source.constScanLine(top + y) + left * 4 : strip.constScanLine(y), bytes);
+        const QImage &from = direct ? source : strip;
+        addRows(sums.data(), from.constScanLine(direct ? top : 0) + (direct ? left * 4 : 0), from.bytesPerLine(),
+                height, bytes);
 
         const int firstRow = std::max(top, inside.top());
         const int endRow = std::min(top + height, inside.bottom() + 1);
@@ -98,7 +110,6 @@ QImage Pixellate::pixellated(const QImage &source, const Cells &cells, const QRe
             std::memcpy(result.scanLine(y - area.top()) + (inside.left() - area.left()) * 4, filled,
                         size_t(inside.width()) * 4);
     }
-    return result;
 }
 
 } // namespace qm

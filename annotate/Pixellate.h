@@ -18,9 +18,9 @@ struct Cells {
 // The cells for a region: a corner at its centre, a sixteenth of its shorter side each, 8 to 20 pixels.
 Cells cellsFor(const QRect &region);
 
-// The part of the picture inside area, each pixel the mean of its cell. A cell's mean counts all its pixels inside the
-// picture, also those outside area. ARGB32_Premultiplied, transparent beyond the picture; null when there is no memory.
-QImage pixellated(const QImage &source, const Cells &cells, const QRect &area);
+// Fills result, ARGB32_Premultiplied, with the part of the picture that begins at corner, each pixel the mean of its cell;
+// transparent beyond the picture. A cell's mean counts all its pixels inside the picture, also those outside the part.
+void pixellate(const QImage &source, const Cells &cells, QPoint corner, QImage &result);
 
 } // namespace Pixellate
 } // namespace qm

@@ -1,7 +1,6 @@
 #include "annotate/PreparedItem.h"
 
 #include "annotate/CanvasGeometry.h"
-#include "annotate/TextLine.h"
 
 #include <QPainter>
 #include <QPainterPathStroker>
@@ -71,7 +70,8 @@ static QRect pixelsTouched(const QRectF &exact, QSize output)
     return (exact.adjusted(-1, -1, 1, 1) & QRectF({0, 0}, output)).toAlignedRect();
 }
 
-PreparedItem prepareItem(const Annotation &item, const Image &source, const PixelGrid &output)
+PreparedItem prepareItem(const Annotation &item, const Image &source, const PixelGrid &output,
+                         const PreparedItem *before)
 {
     PreparedItem prepared;
     prepared.item = item;
@@ -82,13 +82,15 @@ PreparedItem prepareItem(const Annotation &item, const Image &source, const Pixe
         return prepared;
     }
     if (item.kind == Annotation::Kind::text) {
-        const TextLine line(item.text.value_or(QString()));
+        prepared.line = before && before->line && before->item.text == item.text
+                            ? before->line
+                            : TextLine(item.text.value_or(QString()));
+        const TextLine &line = *prepared.line;
         const double scale = item.fontSize() / TextLine::layoutSize;
         const QTransform layout(scale, 0, 0, -scale, item.rect.x(), item.rect.y() + line.descent() * scale);
-        prepared.pictureTransform = layout * ontoOutput;
-        prepared.pictures = line.pictures();
-        prepared.areas << prepared.pictureTransform.map(line.outline());
-        prepared.bounds = pixelsTouched(prepared.pictureTransform.mapRect(line.bounds()), output.pixels);
+        prepared.lineTransform = layout * ontoOutput;
+        prepared.areas << prepared.lineTransform.map(line.outline());
+        prepared.bounds = pixelsTouched(prepared.lineTransform.mapRect(line.bounds()), output.pixels);
         return prepared;
     }
     QRectF bounds;
@@ -105,12 +107,12 @@ void paint(const PreparedItem &prepared, QPainter &painter, const QColor &color)
 {
     for (const QPainterPath &area : prepared.areas)
         painter.fillPath(area, color);
-    if (prepared.pictures.isEmpty())
+    if (!prepared.line || prepared.line->pictures().isEmpty())
         return;
     painter.save();
-    painter.setTransform(prepared.pictureTransform, true);
+    painter.setTransform(prepared.lineTransform, true);
     painter.setPen(color);
-    for (const QGlyphRun &picture : prepared.pictures)
+    for (const QGlyphRun &picture : prepared.line->pictures())
         painter.drawGlyphRun({0, 0}, picture);
     painter.restore();
 }

@@ -3,8 +3,8 @@
 #include "annotate/Annotation.h"
 #include "annotate/BlurPatch.h"
 #include "annotate/PixelGrid.h"
+#include "annotate/TextLine.h"
 
-#include <QGlyphRun>
 #include <QPainterPath>
 
 class QPainter;
@@ -16,16 +16,18 @@ namespace qm {
 // the whole painted at once. Main thread.
 struct PreparedItem {
     Annotation item;
-    QRect bounds;                // pixels of the output that it may touch
-    QList<QPainterPath> areas;   // in pixels of the output, filled one after the other
-    QList<QGlyphRun> pictures;   // coloured glyphs
-    QTransform pictureTransform; // from the glyphs' layout to pixels of the output
+    QRect bounds;                 // pixels of the output that it may touch
+    QList<QPainterPath> areas;    // in pixels of the output, filled one after the other
+    std::optional<TextLine> line; // of a text item; its outline is one of the areas
+    QTransform lineTransform;     // from the line's layout to pixels of the output
     BlurPatch patch;
 };
 
-PreparedItem prepareItem(const Annotation &item, const Image &source, const PixelGrid &output);
+// before: what the item was in another frame, if known; what did not change is taken from it.
+PreparedItem prepareItem(const Annotation &item, const Image &source, const PixelGrid &output,
+                         const PreparedItem *before = nullptr);
 
-// Paints the areas and pictures; a patch is not the painter's business.
+// Paints the areas and coloured glyphs; a patch is not the painter's business.
 void paint(const PreparedItem &prepared, QPainter &painter, const QColor &color);
 
 } // namespace qm
