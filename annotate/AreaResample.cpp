@@ -11,6 +11,7 @@ namespace qm {
 // and values have seven bits after the point. Each product is cut off below that, half of which is added back for each.
 static constexpr int weightOne = 0xffff;
 static constexpr int fractionBits = 7;
+static constexpr int mostTaps = 24; // pixels that go into one, along an axis
 
 static inline quint16 weighed(quint16 value, quint16 weight)
 {
@@ -204,6 +205,8 @@ static QImage copied(const QImage &source, const QRect &window, QImage::Format f
     if (result.isNull())
         return {};
     result.fill(Qt::transparent);
+    if (inside.isEmpty())
+        return result;
     const QImage part = source.copy(inside).convertToFormat(format);
     const QPoint at = inside.topLeft() - window.topLeft();
     for (int y = 0; y < part.height(); ++y)
@@ -218,7 +221,16 @@ QImage areaResampled(const QImage &source, const QRectF &window, QSize size, QIm
     if (near(window.x(), whole.x()) && near(window.y(), whole.y()) && near(window.width(), whole.width()) &&
         near(window.height(), whole.height()))
         return copied(source, whole.toRect(), format);
-    return averaged(source, window, size, format);
+    // Cutting off the products of very many pixels would show: then by way of a grid on which each pixel has a few parts.
+    const auto parts = [](double pixels, int count) {
+        return pixels > mostTaps * double(count) ? int(pixels / count / mostTaps) + 1 : 1;
+    };
+    const QSize finer(size.width() * parts(window.width(), size.width()),
+                      size.height() * parts(window.height(), size.height()));
+    if (finer == size)
+        return averaged(source, window, size, format);
+    const QImage between = averaged(source, window, finer, format);
+    return between.isNull() ? QImage() : areaResampled(between, between.rect(), size, format);
 }
 
 } // namespace qm
