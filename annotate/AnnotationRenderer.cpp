@@ -13,9 +13,6 @@
 
 namespace qm {
 
-// QPainter draws nothing at coordinates beyond 32767; a scrolling capture may be taller.
-static constexpr int tileEdge = 1 << 14;
-
 static QRectF sourceWindow(const AnnotationDoc &doc, const PixelGrid &grid)
 {
     return PixelGrid::ofSource(doc.source).toPixels().mapRect(grid.region);
@@ -111,29 +108,16 @@ static void copyPixels(const QImage &from, QImage &to, const QRect &rect)
                     size_t(rect.width()) * 4);
 }
 
-static void paintItems(const RenderCache &kept, QImage &frame, const QRect &rect, const QPoint &tileOrigin)
-{
-    const QRect tile = QRect(tileOrigin, QSize(tileEdge, tileEdge)) & frame.rect();
-    // The same memory, seen from the tile's corner.
-    QImage view(frame.scanLine(tile.top()) + qsizetype(tile.left()) * 4, tile.width(), tile.height(),
-                frame.bytesPerLine(), frame.format());
-    QPainter painter(&view);
-    painter.setRenderHint(QPainter::Antialiasing);
-    painter.setClipRect((rect & tile).translated(-tile.topLeft()));
-    painter.translate(-tile.topLeft());
-    for (const PreparedItem &item : kept.items) {
-        if (!item.bounds.intersects(rect & tile))
-            continue;
-        item.patch.drawOn(frame, rect & tile);
-        paint(item, painter, kept.colors.isIdentity() ? item.item.color : kept.colors.map(item.item.color));
-    }
-}
-
 static void paintItems(const RenderCache &kept, QImage &frame, const QRect &rect)
 {
-    for (int y = rect.top() / tileEdge * tileEdge; y <= rect.bottom(); y += tileEdge) {
-        for (int x = rect.left() / tileEdge * tileEdge; x <= rect.right(); x += tileEdge)
-            paintItems(kept, frame, rect, {x, y});
+    QPainter painter(&frame);
+    painter.setRenderHint(QPainter::Antialiasing);
+    painter.setClipRect(rect);
+    for (const PreparedItem &item : kept.items) {
+        if (!item.bounds.intersects(rect))
+            continue;
+        item.patch.drawOn(frame, rect);
+        paint(item, painter, kept.colors.isIdentity() ? item.item.color : kept.colors.map(item.item.color));
     }
 }
 

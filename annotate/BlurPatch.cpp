@@ -7,6 +7,7 @@
 #include <QPainter>
 #include <QPainterPath>
 
+#include <algorithm>
 #include <cmath>
 #include <cstring>
 
@@ -55,26 +56,45 @@ static QImage coverageOf(const QPainterPath &shape, const QRect &device)
     return coverage;
 }
 
-// The patch turned with its item. Its cells go on a little beyond the region, so that the shape alone makes the edge.
+// The picture with its border pixels repeated outward.
+static QImage widened(const QImage &image, const QMargins &by)
+{
+    QImage result(image.width() + by.left() + by.right(), image.height() + by.top() + by.bottom(), premultiplied);
+    for (int y = 0; y < result.height(); ++y) {
+        const auto *from =
+            reinterpret_cast<const quint32 *>(image.constScanLine(std::clamp(y - by.top(), 0, image.height() - 1)));
+        auto *to = reinterpret_cast<quint32 *>(result.scanLine(y));
+        std::fill(to, to + by.left(), from[0]);
+        std::copy(from, from + image.width(), to + by.left());
+        std::fill(to + by.left() + image.width(), to + result.width(), from[image.width() - 1]);
+    }
+    return result;
+}
+
+// The patch turned with its item.
 static QImage turned(const QImage &source, const QRect &region, const QTransform &place, const QRect &device)
 {
     QImage result(device.size(), premultiplied);
     result.fill(Qt::transparent);
-    const QRect area = region.adjusted(-2, -2, 2, 2) & source.rect();
+    const QRect area = region & source.rect();
     if (area.isEmpty())
         return result;
     QImage patch = pixellated(source, region, area);
-    const double scale = std::sqrt(std::abs(place.determinant()));
-    if (scale < 1) {
-        const QSize size(int(std::ceil(area.width() * scale)), int(std::ceil(area.height() * scale)));
-        patch = areaResampled(patch, patch.rect(), size, premultiplied);
-    }
+    const double scale = std::min(std::sqrt(std::abs(place.determinant())), 1.0);
+    const QSize size(int(std::ceil(area.width() * scale)), int(std::ceil(area.height() * scale)));
+    patch = areaResampled(patch, patch.rect(), size, premultiplied);
     if (patch.isNull())
         return result;
+    // The shape alone makes the edge, so the patch must reach beyond it; where the picture ends, the patch ends too.
+    constexpr int margin = 2;
+    const QMargins by(area.left() == region.left() ? margin : 0, area.top() == region.top() ? margin : 0,
+                      area.right() == region.right() ? margin : 0, area.bottom() == region.bottom() ? margin : 0);
     QPainter painter(&result);
     painter.setRenderHints(QPainter::Antialiasing | QPainter::SmoothPixmapTransform);
     painter.setTransform(place * QTransform::fromTranslate(-device.x(), -device.y()));
-    painter.drawImage(QRectF(area), patch);
+    painter.translate(area.topLeft());
+    painter.scale(double(area.width()) / size.width(), double(area.height()) / size.height());
+    painter.drawImage(QPoint(-by.left(), -by.top()), widened(patch, by));
     return result;
 }
 

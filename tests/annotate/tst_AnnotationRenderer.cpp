@@ -297,9 +297,11 @@ private Q_SLOTS:
         const QStringList rows = drawing(AnnotationRenderer::render(doc).pixels);
         QCOMPARE(rows[0], QString(16, u'.') + QString(16, u'#'));
         QCOMPARE(rows[31], rows[0]);
-        doc.source = plain(32, 32, 1, Qt::black);
-        doc.items[0].rotation = 0.7;
-        QCOMPARE(drawing(AnnotationRenderer::render(doc).pixels), QStringList(32, QString(32, u'#')));
+        doc.source = plain(32, 32);
+        for (const QRectF box : {QRectF(0, 0, 32, 32), QRectF(8, 9, 15, 13), QRectF(8.3, 9.1, 15, 13)}) {
+            doc.items = {item(Kind::blur, box, 3, 0.7)};
+            QCOMPARE(drawing(AnnotationRenderer::render(doc).pixels), QStringList(32, QString(32, u'.')));
+        }
     }
 
     void pixelsAreKept_data()

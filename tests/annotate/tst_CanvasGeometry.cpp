@@ -184,6 +184,8 @@ private Q_SLOTS:
         row("too far", box, 1, {39.5, 90}, false);
         row("an ellipse by its box", item(Kind::ellipse, {0, 0, 50, 50}), 1, {-9, -9}, true);
         row("a turned box", item(Kind::blur, {0, 0, 100, 20}, 2, pi / 2), 1, {50, 65}, true);
+        row("turned to the left", item(Kind::blur, {0, 0, 100, 20}, 2, pi / 4), 1, {85, 45}, true);
+        row("not to the right", item(Kind::blur, {0, 0, 100, 20}, 2, pi / 4), 1, {85, -25}, false);
         row("where it was", item(Kind::blur, {0, 0, 100, 20}, 2, pi / 2), 1, {95, 10}, false);
         row("text", text({0, 0, 60, 20}, u"abc"_s), 1, {69, 29}, true);
         row("text of no size, five letters of 18", text({0, 0, 0, 0}, u"abcde"_s, 3), 1, {64, 28}, true);

@@ -4,15 +4,14 @@
 #include "annotate/ItemFactory.h"
 #include "annotate/Pixellate.h"
 #include "annotate/RenderCache.h"
+#include "bench/Measure.h"
 
 #include <QFontDatabase>
 #include <QGuiApplication>
 #include <QPainter>
 
-#include <algorithm>
 #include <cstdio>
 #include <cstring>
-#include <ctime>
 #include <functional>
 #include <vector>
 
@@ -20,27 +19,19 @@ using namespace qm;
 
 namespace {
 
-// Milliseconds of this process's CPU time; the quickest of several runs, since a busy machine only ever adds to it.
 double best(int runs, const std::function<void()> &work)
 {
-    double quickest = 1e9;
-    for (int i = 0; i < runs; ++i) {
-        const std::clock_t start = std::clock();
-        work();
-        quickest = std::min(quickest, double(std::clock() - start) * 1000 / CLOCKS_PER_SEC);
-    }
-    return quickest;
+    return bench::bestOf(runs, work) * 1000;
 }
 
-// The same for what is too short for the clock: the mean of many.
+// Milliseconds of what is too short for one measurement.
 double bestOfMany(int runs, int times, const std::function<void()> &work)
 {
-    return best(runs,
-                [&] {
-                    for (int i = 0; i < times; ++i)
-                        work();
-                }) /
-           times;
+    const auto all = [&] {
+        for (int i = 0; i < times; ++i)
+            work();
+    };
+    return best(runs, all) / times;
 }
 
 void row(const char *what, double ms, const char *promise = "")
