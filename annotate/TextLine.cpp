@@ -28,8 +28,7 @@ TextLine::TextLine(const QString &text)
             c = u' ';
     }
     QTextLayout layout(line, font);
-    QTextOption option;
-    option.setUseDesignMetrics(true);
+    QTextOption option; // not by design metrics: they know nothing of glyphs that are pictures
     option.setWrapMode(QTextOption::NoWrap);
     layout.setTextOption(option);
     layout.beginLayout();
@@ -51,17 +50,18 @@ TextLine::TextLine(const QString &text)
         const QRawFont rawFont = run.rawFont();
         const QList<quint32> glyphs = run.glyphIndexes();
         const QList<QPointF> positions = run.positions();
+        // Fonts of bitmaps (OpenType 1.9, CBLC) must not even be asked for an outline: FreeType then forgets their size.
+        const bool pictured = !rawFont.fontTable("CBLC").isEmpty();
         QGlyphRun picture;
         QList<quint32> pictureGlyphs;
         QList<QPointF> picturePositions;
         for (qsizetype i = 0; i < glyphs.size(); ++i) {
-            QPainterPath path = rawFont.pathForGlyph(glyphs[i]);
             const QPointF position = positions[i] - origin;
-            if (!path.isEmpty()) {
-                m_outline.addPath(path.translated(position));
-            } else if (!rawFont.boundingRect(glyphs[i]).isEmpty()) {
+            if (pictured) {
                 pictureGlyphs << glyphs[i];
                 picturePositions << position;
+            } else {
+                m_outline.addPath(rawFont.pathForGlyph(glyphs[i]).translated(position));
             }
         }
         if (pictureGlyphs.isEmpty())
