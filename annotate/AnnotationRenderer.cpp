@@ -130,7 +130,7 @@ Image AnnotationRenderer::render(const AnnotationDoc &doc, std::optional<double>
     const qint64 source = doc.source.pixels.cacheKey();
     if (kept.base.isNull() || kept.source != source || kept.format != format || kept.grid.region != grid.region ||
         kept.grid.pixels != grid.pixels) {
-        kept = {source, grid, format, {}, itemColors(doc.source.pixels), {}, {}};
+        kept = {source, grid, format, {}, itemColors(doc.source.pixels), {}, {}, {}};
         kept.base = makeBase(doc, grid, format);
         if (kept.base.isNull())
             return {{}, grid.size};
@@ -143,8 +143,10 @@ Image AnnotationRenderer::render(const AnnotationDoc &doc, std::optional<double>
         kept.frame.setColorSpace(outputColorSpace(doc.source.pixels));
         for (const PreparedItem &item : items)
             dirty |= item.bounds;
+        kept.changed = kept.frame.rect();
     } else {
         dirty = changed(kept.items, items);
+        kept.changed = dirty;
         for (const QRect &rect : dirty)
             copyPixels(kept.base, kept.frame, rect);
     }

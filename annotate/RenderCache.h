@@ -4,6 +4,7 @@
 
 #include <QColorTransform>
 #include <QImage>
+#include <QRegion>
 
 namespace qm {
 
@@ -21,6 +22,7 @@ struct RenderCache {
     QColorTransform colors; // of the items, from sRGB to the source's own
     QImage frame;
     QList<PreparedItem> items; // as the frame shows them
+    QRegion changed;           // pixels of the frame that the last render painted anew; all of a new frame
 };
 
 } // namespace qm

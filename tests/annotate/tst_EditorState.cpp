@@ -103,32 +103,20 @@ private Q_SLOTS:
         QCOMPARE(state.doc.items, QList{box(1)});
     }
 
-    void newItems_data()
-    {
-        QTest::addColumn<AnnotationTool>("tool");
-        QTest::addColumn<Kind>("kind");
-        QTest::addColumn<Annotation::BlurShape>("shape");
-        const auto rect = Annotation::BlurShape::rect;
-        QTest::newRow("select") << AnnotationTool::select << Kind::rect << rect;
-        QTest::newRow("crop") << AnnotationTool::crop << Kind::rect << rect;
-        QTest::newRow("text") << AnnotationTool::text << Kind::rect << rect;
-        QTest::newRow("line") << AnnotationTool::line << Kind::line << rect;
-        QTest::newRow("arrow") << AnnotationTool::arrow << Kind::arrow << rect;
-        QTest::newRow("rect") << AnnotationTool::rect << Kind::rect << rect;
-        QTest::newRow("ellipse") << AnnotationTool::ellipse << Kind::ellipse << rect;
-        QTest::newRow("blur") << AnnotationTool::blur << Kind::blur << Annotation::BlurShape::ellipse;
-    }
-
     void newItems()
     {
-        QFETCH(AnnotationTool, tool);
-        QFETCH(Kind, kind);
-        QFETCH(Annotation::BlurShape, shape);
+        using Shape = Annotation::BlurShape;
         EditorState state;
-        state.blurShape = Annotation::BlurShape::ellipse;
-        const Annotation expected{kind, {30, 20, -25, 15}, QColor(255, 59, 48), 7, {}, shape, 0};
-        QCOMPARE(ItemFactory::dragged(tool, {30, 20}, {5, 35}, state.style()), expected);
-        QCOMPARE(allAnnotationTools[size_t(tool)], tool);
+        state.blurShape = Shape::ellipse;
+        const Kind kinds[] = {Kind::rect,  Kind::rect, Kind::rect,    Kind::line,
+                              Kind::arrow, Kind::rect, Kind::ellipse, Kind::blur}; // in the order of the tools
+        for (const AnnotationTool tool : allAnnotationTools) {
+            const Kind kind = kinds[size_t(tool)];
+            const Annotation expected{
+                kind, {30, 20, -25, 15}, QColor(255, 59, 48), 7, {}, kind == Kind::blur ? Shape::ellipse : Shape::rect,
+                0};
+            QCOMPARE(ItemFactory::dragged(tool, {30, 20}, {5, 35}, state.style()), expected);
+        }
     }
 
     void newText()

@@ -4,6 +4,8 @@
 #include <QRandomGenerator>
 #include <QTest>
 
+#include <cstring>
+
 using namespace qm;
 using Kind = Annotation::Kind;
 
@@ -94,6 +96,15 @@ private:
 
 } // namespace
 
+static void copyRect(const QImage &from, QImage &to, const QRect &rect)
+{
+    if (to.size() != from.size() || to.format() != from.format())
+        to = QImage(from.size(), from.format());
+    for (int y = rect.top(); y <= rect.bottom(); ++y)
+        std::memcpy(to.scanLine(y) + rect.left() * 4, from.constScanLine(y) + rect.left() * 4,
+                    size_t(rect.width()) * 4);
+}
+
 class tst_RenderCache : public QObject
 {
     Q_OBJECT
@@ -106,7 +117,7 @@ private Q_SLOTS:
             RandomEdits edits(seed);
             RenderCache cache;
             Image held; // now and then a caller keeps a frame
-            QImage heldCopy;
+            QImage heldCopy, shownFrame;
             for (int step = 0; step < 120; ++step) {
                 edits.step();
                 const Image fresh = AnnotationRenderer::render(edits.doc, edits.limit);
@@ -114,6 +125,9 @@ private Q_SLOTS:
                 QVERIFY2(kept.pixels == fresh.pixels && kept.pixels.format() == fresh.pixels.format(),
                          qPrintable(QStringLiteral("seed %1, step %2").arg(seed).arg(step)));
                 QCOMPARE(kept.size, fresh.size);
+                for (const QRect &rect : cache.changed)
+                    copyRect(kept.pixels, shownFrame, rect);
+                QCOMPARE(shownFrame, kept.pixels); // a canvas that shows only what changed shows everything
                 QCOMPARE(held.pixels, heldCopy);
                 if (step % 10 == 0) {
                     held = kept;
@@ -140,6 +154,7 @@ private Q_SLOTS:
         doc.items[1].rect.translate(3, 3);
         AnnotationRenderer::render(doc, 70, &cache);
         QCOMPARE(cache.frame.constBits(), frame); // painted in place
+        QVERIFY(cache.changed.boundingRect().height() < cache.frame.height() / 2);
         QCOMPARE(cache.base.cacheKey(), base);
         QCOMPARE(cache.items[0].patch.pixels.cacheKey(), patch);
     }
