@@ -9,7 +9,6 @@
 #include "imaging/PngWriter.h"
 #include "tests/annotate/CanvasEvents.h"
 #include "tests/annotate/SampleDocument.h"
-#include "tests/support/OrdinaryUser.h"
 #include "tests/support/TempHome.h"
 
 #include <QClipboard>
@@ -66,7 +65,7 @@ private Q_SLOTS:
     void init()
     {
         m_home = std::make_unique<TempHome>();
-        m_home->write(u".quillmere/config.json"_s, "{\"captureDir\": \"" + m_home->file(u"shots"_s).toUtf8() + "\"}");
+        m_home->write(u".quillmere/config.json"_s, "{\"captures\": \"" + m_home->file(u"shots"_s).toUtf8() + "\"}");
         m_closed = 0;
         m_view = std::make_unique<AnnotationView>(AnnotationDoc{sampleScreenshot({400, 300}, 1), {}, {}},
                                                   u"/somewhere/a.b.png"_s, [this] { ++m_closed; });
@@ -328,7 +327,6 @@ private Q_SLOTS:
 
     void saysThatItCannotSave()
     {
-        OrdinaryUser user;
         m_home->write(u"shots"_s, "a file where the folder should be");
         clickBelow(u"Save"_s);
         QCOMPARE(state().statusText, u"Failed to save"_s);
