@@ -81,7 +81,8 @@ private Q_SLOTS:
             SingleInstance first;
             QVERIFY(first.listen([&](const Command &command) { received << command; }));
             const QString socket = m_home->file(QStringLiteral(".run/quillmere.sock"));
-            QVERIFY(!(QFile::permissions(socket) & (QFile::ReadGroup | QFile::WriteGroup | QFile::ReadOther | QFile::WriteOther)));
+            QVERIFY(!(QFile::permissions(socket) &
+                      (QFile::ReadGroup | QFile::WriteGroup | QFile::ReadOther | QFile::WriteOther)));
             SingleInstance second;
             QVERIFY(!second.listen([](const Command &) {}));
             QVERIFY(SingleInstance::handOver(annotate));
@@ -146,7 +147,8 @@ private Q_SLOTS:
         QTest::newRow("none") << QByteArray() << false;
         QTest::newRow("plain") << QByteArray("[Desktop Entry]\nExec=quillmere\n") << true;
         QTest::newRow("hidden by the desktop") << QByteArray("[Desktop Entry]\nHidden = true\n") << false;
-        QTest::newRow("switched off by GNOME") << QByteArray("[Desktop Entry]\nX-GNOME-Autostart-enabled=false\n") << false;
+        QTest::newRow("switched off by GNOME")
+            << QByteArray("[Desktop Entry]\nX-GNOME-Autostart-enabled=false\n") << false;
     }
     void loginItem()
     {
@@ -166,7 +168,8 @@ private Q_SLOTS:
     void loginItemNamesThisProgram()
     {
         QVERIFY(LoginItem::setEnabled(true));
-        QVERIFY(m_home->read(autostart()).contains("\nExec=\"" + QCoreApplication::applicationFilePath().toUtf8() + "\"\n"));
+        QVERIFY(m_home->read(autostart())
+                    .contains("\nExec=\"" + QCoreApplication::applicationFilePath().toUtf8() + "\"\n"));
     }
 
     void loginItemSaysWhyNot()
@@ -208,8 +211,9 @@ private Q_SLOTS:
             titles << (action->isSeparator() ? QStringLiteral("-") : action->text());
             action->trigger();
         }
-        QCOMPARE(titles.join(u'|'), QStringLiteral("Capture Region  (tap)|Capture Window  (hold)|Scrolling Capture  (region)|"
-                                                   "Open Save Folder|-|Library…|Settings…|-|Quit Quillmere"));
+        QCOMPARE(titles.join(u'|'),
+                 QStringLiteral("Capture Region  (tap)|Capture Window  (hold)|Scrolling Capture  (region)|"
+                                "Open Save Folder|-|Library…|Settings…|-|Quit Quillmere"));
         QCOMPARE(chosen.size(), 7);
         QVERIFY(std::is_sorted(chosen.begin(), chosen.end()));
         chosen.clear();
@@ -233,7 +237,8 @@ private Q_SLOTS:
                     dark += pixel.alpha() > 128 && pixel.lightness() < 90;
                 }
             }
-            QVERIFY2(light > size && dark > size, qPrintable(QStringLiteral("%1: %2 %3").arg(size).arg(light).arg(dark)));
+            QVERIFY2(light > size && dark > size,
+                     qPrintable(QStringLiteral("%1: %2 %3").arg(size).arg(light).arg(dark)));
         }
     }
 };
