@@ -36,13 +36,17 @@ static constexpr ToolFace toolFaces[] = {
     {AnnotationTool::blur, u"Blur", u"ぼかし", u"drop.fill", Qt::Key_B},
 };
 
-static QFrame *divider(QWidget *parent)
+// With a little room around it, as far as there is some.
+static void addDivider(QHBoxLayout *row, QWidget *parent)
 {
+    constexpr int room = 4;
     auto *line = new QFrame(parent);
     line->setFrameStyle(int(QFrame::VLine) | int(QFrame::Plain));
     line->setFixedSize(1, 20);
     line->setForegroundRole(QPalette::Mid);
-    return line;
+    row->addSpacerItem(new QSpacerItem(room, 0, QSizePolicy::Maximum));
+    row->addWidget(line);
+    row->addSpacerItem(new QSpacerItem(room, 0, QSizePolicy::Maximum));
 }
 
 static IconButton *button(const char16_t *symbol, const QString &help, const std::function<void()> &action,
@@ -78,14 +82,14 @@ EditorToolBar::EditorToolBar(const EditorActions &actions, QWidget *parent)
         row->addWidget(
             toolButton(face.tool, AppLocale::text(face.label, face.japanese), QString::fromUtf16(face.symbol)));
         if (face.tool == AnnotationTool::select)
-            row->addWidget(divider(this));
+            addDivider(row, this);
     }
     addBlurShapes();
     addColorAndWidth();
     row->addStretch();
     m_delete = button(u"trash", AppLocale::text(u"Delete selected", u"選択を削除"), m_actions.deleteSelected, this);
     row->addWidget(m_delete);
-    row->addWidget(divider(this));
+    addDivider(row, this);
 
     row->addWidget(button(u"minus.magnifyingglass", AppLocale::text(u"Zoom out", u"縮小"), m_actions.zoomOut, this));
     m_resetZoom = new QToolButton(this);
@@ -95,7 +99,7 @@ EditorToolBar::EditorToolBar(const EditorActions &actions, QWidget *parent)
     QObject::connect(m_resetZoom, &QToolButton::clicked, this, m_actions.resetZoom);
     row->addWidget(m_resetZoom);
     row->addWidget(button(u"plus.magnifyingglass", AppLocale::text(u"Zoom in", u"拡大"), m_actions.zoomIn, this));
-    row->addWidget(divider(this));
+    addDivider(row, this);
 
     m_undo = button(u"arrow.uturn.backward", AppLocale::text(u"Undo", u"取り消す"), m_actions.undo, this);
     m_redo = button(u"arrow.uturn.forward", AppLocale::text(u"Redo", u"やり直す"), m_actions.redo, this);
