@@ -14,6 +14,8 @@ find_package(SQLite3 REQUIRED)
 find_package(Threads REQUIRED)
 find_package(PkgConfig REQUIRED)
 pkg_check_modules(heif REQUIRED IMPORTED_TARGET libheif)
+pkg_check_modules(isal REQUIRED IMPORTED_TARGET libisal)
+pkg_check_modules(png REQUIRED IMPORTED_TARGET libpng)
 
 add_compile_options(-Wall -Wextra -Wpedantic -Wshadow -Wnon-virtual-dtor)
 add_compile_definitions(

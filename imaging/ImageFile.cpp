@@ -46,9 +46,8 @@ static double pngDpi(QIODevice &file)
 static bool isHeif(QIODevice &file)
 {
     const QByteArray head = file.peek(12);
-    return head.size() == 12
-        && heif_check_filetype(reinterpret_cast<const uint8_t *>(head.constData()), int(head.size()))
-            == heif_filetype_yes_supported;
+    return head.size() == 12 && heif_check_filetype(reinterpret_cast<const uint8_t *>(head.constData()),
+                                                    int(head.size())) == heif_filetype_yes_supported;
 }
 
 namespace {
@@ -68,8 +67,8 @@ static HeifPicture openHeif(QIODevice &file)
     heif_image_handle *handle = nullptr;
     const heif_error read = heif_context_read_from_memory_without_copy(picture.context.get(), picture.data.constData(),
                                                                        size_t(picture.data.size()), nullptr);
-    if (read.code == heif_error_Ok
-        && heif_context_get_primary_image_handle(picture.context.get(), &handle).code == heif_error_Ok)
+    if (read.code == heif_error_Ok &&
+        heif_context_get_primary_image_handle(picture.context.get(), &handle).code == heif_error_Ok)
         picture.handle.reset(handle);
     return picture;
 }
@@ -84,8 +83,9 @@ static QImage decode(const HeifPicture &picture)
 {
     const bool alpha = heif_image_handle_has_alpha_channel(picture.handle.get());
     heif_image *decoded = nullptr;
-    const heif_error error = heif_decode_image(picture.handle.get(), &decoded, heif_colorspace_RGB,
-                                               alpha ? heif_chroma_interleaved_RGBA : heif_chroma_interleaved_RGB, nullptr);
+    const heif_error error =
+        heif_decode_image(picture.handle.get(), &decoded, heif_colorspace_RGB,
+                          alpha ? heif_chroma_interleaved_RGBA : heif_chroma_interleaved_RGB, nullptr);
     const std::unique_ptr<heif_image, void (*)(const heif_image *)> owner(decoded, &heif_image_release);
     if (error.code != heif_error_Ok)
         return {};
