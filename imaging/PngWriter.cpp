@@ -163,8 +163,8 @@ bool PngWriter::State::append(const QImage &rows)
 {
     m_well = m_well && rows.width() == header.width && rows.height() <= header.height.value_or(INT_MAX) - height;
     // The fourth byte of RGB32 is anything.
-    const bool direct = rows.format() == QImage::Format_ARGB32
-        || (rows.format() == QImage::Format_RGB32 && channels == 3);
+    const bool direct =
+        rows.format() == QImage::Format_ARGB32 || (rows.format() == QImage::Format_RGB32 && channels == 3);
     constexpr int band = 16; // rows converted at a time, to stay in the cache
     for (int y = 0; m_well && y < rows.height();) {
         const int count = direct ? rows.height() : qMin(band, rows.height() - y);
