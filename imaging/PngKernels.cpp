@@ -1,5 +1,6 @@
 #include "imaging/PngKernels.h"
 
+#include <algorithm>
 #include <atomic>
 #include <cstdlib>
 #include <cstring>
@@ -8,7 +9,7 @@ namespace qm {
 
 namespace {
 
-enum Filter { noFilter, subFilter, upFilter, averageFilter, paethFilter };
+enum : int { noFilter, subFilter, upFilter, averageFilter, paethFilter };
 
 int paeth(int left, int above, int corner)
 {
@@ -53,33 +54,56 @@ void unfilter(int filter, uchar *row, const uchar *above, int bytes, int channel
     channels == 3 ? unfilterRow<3>(filter, row, above, bytes) : unfilterRow<4>(filter, row, above, bytes);
 }
 
-int residual(Filter filter, const uchar *row, const uchar *above, int i, int channels)
+uchar residual(int filter, const uchar *row, const uchar *above, int i, int channels)
 {
     switch (filter) {
-    case subFilter: return row[i] - row[i - channels];
-    case upFilter: return row[i] - above[i];
-    default: return row[i] - paeth(row[i - channels], above[i], above[i - channels]);
+    case subFilter: return uchar(row[i] - row[i - channels]);
+    case upFilter: return uchar(row[i] - above[i]);
+    case averageFilter: return uchar(row[i] - (row[i - channels] + above[i]) / 2);
+    case paethFilter: return uchar(row[i] - paeth(row[i - channels], above[i], above[i - channels]));
+    default: return row[i];
     }
 }
 
-void filter(uchar *out, const uchar *row, const uchar *above, int bytes, int channels)
+void filter(int filter, uchar *out, const uchar *row, const uchar *above, int bytes, int channels)
 {
-    Filter best = upFilter;
-    quint64 least = ~quint64(0);
-    for (const Filter candidate : {upFilter, subFilter, paethFilter}) {
-        quint64 sum = 0;
-        for (int i = 0; i < bytes; ++i)
-            sum += quint64(std::abs(int(qint8(residual(candidate, row, above, i, channels)))));
-        if (sum < least) {
-            least = sum;
-            best = candidate;
-        }
-        if (least == 0)
-            break;
-    }
-    *out++ = uchar(best);
     for (int i = 0; i < bytes; ++i)
-        out[i] = uchar(residual(best, row, above, i, channels));
+        out[i] = residual(filter, row, above, i, channels);
+}
+
+PngKernels::FilterCost costOf(int filter, const uchar *const *rows, int count, int bytes, int channels)
+{
+    constexpr int block = PngKernels::sampledBlock;
+    PngKernels::FilterCost cost;
+    for (int start = 0; start < bytes; start += 2 * block) {
+        const int size = std::min(block, bytes - start);
+        uchar residuals[2][4 + block] = {};
+        std::memcpy(residuals[0] + 4, rows[0] + start, size_t(size));
+        for (int k = 1; k <= count; ++k) {
+            uchar *here = residuals[k & 1] + 4;
+            const uchar *before = residuals[~k & 1] + 4;
+            bool repeated = false;
+            for (int i = 0; i < size; ++i) {
+                here[i] = residual(filter, rows[k] + start, rows[k - 1] + start, i, channels);
+                const bool repeats = here[i] == here[i - 1] || here[i] == here[i - channels] ||
+                                     ((k > 1 || filter == noFilter) && here[i] == before[i]);
+                cost.literals += !repeats;
+                cost.changes += repeats != repeated;
+                cost.amount += quint64(std::abs(int(qint8(here[i]))));
+                repeated = repeats;
+            }
+            cost.sampled += quint64(size);
+        }
+    }
+    return cost;
+}
+
+int chooseFilter(const uchar *const *rows, int count, int bytes, int channels)
+{
+    PngKernels::FilterCost costs[5];
+    for (int filter = noFilter; filter <= paethFilter; ++filter)
+        costs[filter] = costOf(filter, rows, count, bytes, channels);
+    return PngKernels::cheapest(costs);
 }
 
 void unpack(quint32 *words, const uchar *packed, int pixels, int channels)
@@ -123,11 +147,29 @@ bool opaquePacked(const uchar *packed, int pixels)
     return all == 0xff;
 }
 
-constexpr PngKernels portableKernels{&unfilter, &filter, &unpack, &pack, &opaqueWords, &accumulate, &opaquePacked};
+constexpr PngKernels portableKernels{&unfilter, &chooseFilter, &filter,     &unpack,
+                                     &pack,     &opaqueWords,  &accumulate, &opaquePacked};
 
 std::atomic<const PngKernels *> chosen{nullptr};
 
 } // namespace
+
+int PngKernels::cheapest(const FilterCost (&costs)[5])
+{
+    const auto repeating = [&](int filter) { return costs[filter].literals + costs[filter].changes; };
+    int best = upFilter;
+    for (const int filter : {noFilter, subFilter, paethFilter}) { // Average never makes repetitions
+        if (repeating(filter) < repeating(best))
+            best = filter;
+    }
+    if (costs[best].literals * 3 < costs[best].sampled * 2)
+        return best;
+    for (const int filter : {subFilter, upFilter, averageFilter, paethFilter}) {
+        if (costs[filter].amount < costs[best].amount || best == noFilter)
+            best = filter;
+    }
+    return best;
+}
 
 const PngKernels &PngKernels::portable()
 {

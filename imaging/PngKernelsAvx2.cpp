@@ -7,7 +7,7 @@
 #include <cstring>
 
 // The whole file is built for any x86-64; only these functions use AVX2, and only a processor that has it calls them.
-#define QM_AVX2 __attribute__((target("avx2")))
+#define QM_AVX2 __attribute__((target("avx2,popcnt")))
 
 namespace qm {
 
@@ -15,19 +15,24 @@ namespace {
 
 enum : int { noFilter, subFilter, upFilter, averageFilter, paethFilter };
 
-template<int Channels>
+// Four bytes, whatever the pixel has: a copy of three would go through memory and wait for it.
 QM_AVX2 inline __m128i loadPixel(const uchar *at)
 {
-    qint32 pixel = 0;
-    std::memcpy(&pixel, at, Channels);
+    qint32 pixel;
+    std::memcpy(&pixel, at, 4);
     return _mm_cvtsi32_si128(pixel);
 }
 
 template<int Channels>
 QM_AVX2 inline void storePixel(uchar *at, __m128i value)
 {
-    const qint32 pixel = _mm_cvtsi128_si32(value);
-    std::memcpy(at, &pixel, Channels);
+    const int pixel = _mm_cvtsi128_si32(value);
+    if constexpr (Channels == 4) {
+        std::memcpy(at, &pixel, 4);
+    } else {
+        std::memcpy(at, &pixel, 2);
+        at[2] = uchar(pixel >> 16);
+    }
 }
 
 constexpr int pixelsInBlock = 8; // 24 or 32 bytes: two registers cover them
@@ -78,7 +83,7 @@ QM_AVX2 void unfilterSub(uchar *row, int bytes)
         }
     }
     for (; i < bytes; i += Channels) {
-        left = _mm_add_epi8(left, loadPixel<Channels>(row + i));
+        left = _mm_add_epi8(left, loadPixel(row + i));
         storePixel<Channels>(row + i, left);
     }
 }
@@ -89,11 +94,11 @@ QM_AVX2 void unfilterAverage(uchar *row, const uchar *above, int bytes)
     const __m128i ones = _mm_set1_epi8(1);
     __m128i left = _mm_setzero_si128();
     for (int i = 0; i < bytes; i += Channels) {
-        const __m128i up = loadPixel<Channels>(above + i);
+        const __m128i up = loadPixel(above + i);
         // The instruction rounds up, PNG rounds down.
         const __m128i odd = _mm_and_si128(_mm_xor_si128(left, up), ones);
         const __m128i average = _mm_sub_epi8(_mm_avg_epu8(left, up), odd);
-        left = _mm_add_epi8(loadPixel<Channels>(row + i), average);
+        left = _mm_add_epi8(loadPixel(row + i), average);
         storePixel<Channels>(row + i, left);
     }
 }
@@ -106,7 +111,7 @@ template<int Channels>
 QM_AVX2 inline void unfilterPaethPixel(PaethState &state, uchar *row, const uchar *above)
 {
     const __m128i zero = _mm_setzero_si128();
-    const __m128i up = _mm_unpacklo_epi8(loadPixel<Channels>(above), zero);
+    const __m128i up = _mm_unpacklo_epi8(loadPixel(above), zero);
     __m128i toLeft = _mm_sub_epi16(up, state.corner);
     __m128i toAbove = _mm_sub_epi16(state.left, state.corner);
     const __m128i toCorner = _mm_abs_epi16(_mm_add_epi16(toLeft, toAbove));
@@ -115,7 +120,7 @@ QM_AVX2 inline void unfilterPaethPixel(PaethState &state, uchar *row, const ucha
     const __m128i least = _mm_min_epi16(toCorner, _mm_min_epi16(toLeft, toAbove));
     const __m128i aboveOrCorner = _mm_blendv_epi8(state.corner, up, _mm_cmpeq_epi16(least, toAbove));
     const __m128i nearest = _mm_blendv_epi8(aboveOrCorner, state.left, _mm_cmpeq_epi16(least, toLeft));
-    const __m128i pixel = _mm_add_epi8(loadPixel<Channels>(row), _mm_packus_epi16(nearest, nearest));
+    const __m128i pixel = _mm_add_epi8(loadPixel(row), _mm_packus_epi16(nearest, nearest));
     storePixel<Channels>(row, pixel);
     state.left = _mm_unpacklo_epi8(pixel, zero);
     state.corner = up;
@@ -128,13 +133,14 @@ QM_AVX2 void unfilterPaeth(uchar *row, const uchar *above, int bytes)
 {
     const __m128i zero = _mm_setzero_si128();
     constexpr int block = pixelsInBlock * Channels;
+    constexpr qint64 ofPixel = Channels == 4 ? -1 : (qint64(1) << 48) - 1;
     PaethState state{zero, zero};
     int i = 0;
     for (; i + block <= bytes; i += block) {
-        const bool levelStart = _mm_cvtsi128_si64(_mm_xor_si128(state.left, state.corner)) == 0;
+        const bool levelStart = (_mm_cvtsi128_si64(_mm_xor_si128(state.left, state.corner)) & ofPixel) == 0;
         if (levelStart && blockIsZero<Channels>(row + i)) {
             std::memcpy(row + i, above + i, block);
-            state.left = state.corner = _mm_unpacklo_epi8(loadPixel<Channels>(above + i + block - Channels), zero);
+            state.left = state.corner = _mm_unpacklo_epi8(loadPixel(above + i + block - Channels), zero);
             continue;
         }
         for (int pixel = 0; pixel < block; pixel += Channels)
@@ -190,17 +196,19 @@ template<int Filter>
 QM_AVX2 inline __m256i residual(const uchar *row, const uchar *above, int channels)
 {
     const __m256i here = load32(row);
+    if constexpr (Filter == noFilter)
+        return here;
     if constexpr (Filter == upFilter)
         return _mm256_sub_epi8(here, load32(above));
-    else if constexpr (Filter == subFilter)
-        return _mm256_sub_epi8(here, load32(row - channels));
-    else
-        return _mm256_sub_epi8(here, paeth(load32(row - channels), load32(above), load32(above - channels)));
-}
-
-QM_AVX2 inline __m256i amount(__m256i residuals)
-{
-    return _mm256_sad_epu8(_mm256_abs_epi8(residuals), _mm256_setzero_si256());
+    const __m256i left = load32(row - channels);
+    if constexpr (Filter == subFilter)
+        return _mm256_sub_epi8(here, left);
+    if constexpr (Filter == averageFilter) {
+        const __m256i up = load32(above);
+        const __m256i odd = _mm256_and_si256(_mm256_xor_si256(left, up), _mm256_set1_epi8(1));
+        return _mm256_sub_epi8(here, _mm256_sub_epi8(_mm256_avg_epu8(left, up), odd));
+    }
+    return _mm256_sub_epi8(here, paeth(left, load32(above), load32(above - channels)));
 }
 
 QM_AVX2 inline quint64 total(__m256i sums)
@@ -216,29 +224,57 @@ QM_AVX2 inline __m256i firstLanes(int count)
     return _mm256_cmpgt_epi8(_mm256_set1_epi8(char(count)), lane);
 }
 
-QM_AVX2 int bestFilter(const uchar *row, const uchar *above, int bytes, int channels)
+template<int Filter>
+QM_AVX2 PngKernels::FilterCost costOf(const uchar *const *rows, int count, int bytes, int channels)
 {
-    const int whole = bytes & ~31;
-    const __m256i rest = firstLanes(bytes - whole);
-    __m256i up = _mm256_setzero_si256(), sub = up, nearest = up;
-    for (int i = 0; i < whole; i += 32)
-        up = _mm256_add_epi64(up, amount(residual<upFilter>(row + i, above + i, channels)));
-    up = _mm256_add_epi64(up, amount(_mm256_and_si256(rest, residual<upFilter>(row + whole, above + whole, channels))));
-    const quint64 upSum = total(up);
-    if (upSum == 0)
-        return upFilter;
-    for (int i = 0; i < whole; i += 32) {
-        sub = _mm256_add_epi64(sub, amount(residual<subFilter>(row + i, above + i, channels)));
-        nearest = _mm256_add_epi64(nearest, amount(residual<paethFilter>(row + i, above + i, channels)));
+    constexpr int block = PngKernels::sampledBlock, lead = 32;
+    PngKernels::FilterCost cost;
+    __m256i amount = _mm256_setzero_si256();
+    for (int start = 0; start < bytes; start += 2 * block) {
+        const int size = qMin(block, bytes - start);
+        alignas(32) uchar residuals[2][lead + block];
+        std::memset(residuals[0], 0, lead);
+        std::memset(residuals[1], 0, lead);
+        if (Filter == noFilter) {
+            for (int i = 0; i < size; i += 32)
+                _mm256_store_si256(reinterpret_cast<__m256i *>(residuals[0] + lead + i), load32(rows[0] + start + i));
+        }
+        for (int k = 1; k <= count; ++k) {
+            uchar *here = residuals[k & 1] + lead;
+            const uchar *before = residuals[~k & 1] + lead;
+            for (int i = 0; i < size; i += 32) {
+                const __m256i values = residual<Filter>(rows[k] + start + i, rows[k - 1] + start + i, channels);
+                _mm256_store_si256(reinterpret_cast<__m256i *>(here + i), values);
+                const __m256i counted = _mm256_and_si256(_mm256_abs_epi8(values), firstLanes(qMin(32, size - i)));
+                amount = _mm256_add_epi64(amount, _mm256_sad_epu8(counted, _mm256_setzero_si256()));
+            }
+            quint32 last = 0; // whether the byte before repeated something
+            for (int i = 0; i < size; i += 32) {
+                const __m256i values = load32(here + i);
+                __m256i same = _mm256_or_si256(_mm256_cmpeq_epi8(values, load32(here + i - 1)),
+                                               _mm256_cmpeq_epi8(values, load32(here + i - channels)));
+                if (k > 1 || Filter == noFilter)
+                    same = _mm256_or_si256(same, _mm256_cmpeq_epi8(values, load32(before + i)));
+                const quint32 valid = size - i >= 32 ? ~0u : (1u << (size - i)) - 1;
+                const quint32 repeats = quint32(_mm256_movemask_epi8(same));
+                cost.literals += quint64(__builtin_popcount(~repeats & valid));
+                cost.changes += quint64(__builtin_popcount((repeats ^ (repeats << 1 | last)) & valid));
+                last = repeats >> 31;
+            }
+            cost.sampled += quint64(size);
+        }
     }
-    sub = _mm256_add_epi64(sub,
-                           amount(_mm256_and_si256(rest, residual<subFilter>(row + whole, above + whole, channels))));
-    nearest = _mm256_add_epi64(
-        nearest, amount(_mm256_and_si256(rest, residual<paethFilter>(row + whole, above + whole, channels))));
-    const quint64 subSum = total(sub), nearestSum = total(nearest);
-    if (nearestSum < qMin(subSum, upSum))
-        return paethFilter;
-    return subSum < upSum ? subFilter : upFilter;
+    cost.amount = total(amount);
+    return cost;
+}
+
+QM_AVX2 int chooseFilter(const uchar *const *rows, int count, int bytes, int channels)
+{
+    const PngKernels::FilterCost costs[] = {
+        costOf<noFilter>(rows, count, bytes, channels), costOf<subFilter>(rows, count, bytes, channels),
+        costOf<upFilter>(rows, count, bytes, channels), costOf<averageFilter>(rows, count, bytes, channels),
+        costOf<paethFilter>(rows, count, bytes, channels)};
+    return PngKernels::cheapest(costs);
 }
 
 template<int Filter>
@@ -248,13 +284,13 @@ QM_AVX2 void filterRow(uchar *out, const uchar *row, const uchar *above, int byt
         _mm256_storeu_si256(reinterpret_cast<__m256i *>(out + i), residual<Filter>(row + i, above + i, channels));
 }
 
-QM_AVX2 void filter(uchar *out, const uchar *row, const uchar *above, int bytes, int channels)
+QM_AVX2 void filter(int filter, uchar *out, const uchar *row, const uchar *above, int bytes, int channels)
 {
-    const int best = bestFilter(row, above, bytes, channels);
-    *out++ = uchar(best);
-    switch (best) {
+    switch (filter) {
+    case noFilter: return filterRow<noFilter>(out, row, above, bytes, channels);
     case subFilter: return filterRow<subFilter>(out, row, above, bytes, channels);
     case upFilter: return filterRow<upFilter>(out, row, above, bytes, channels);
+    case averageFilter: return filterRow<averageFilter>(out, row, above, bytes, channels);
     default: return filterRow<paethFilter>(out, row, above, bytes, channels);
     }
 }
@@ -329,13 +365,14 @@ bool opaquePacked(const uchar *packed, int pixels)
     return opaqueWords(reinterpret_cast<const quint32 *>(packed), pixels); // alpha is the highest byte here too
 }
 
-constexpr PngKernels avx2Kernels{&unfilter, &filter, &unpack, &pack, &opaqueWords, &accumulate, &opaquePacked};
+constexpr PngKernels avx2Kernels{&unfilter, &chooseFilter, &filter,     &unpack,
+                                 &pack,     &opaqueWords,  &accumulate, &opaquePacked};
 
 } // namespace
 
 const PngKernels *PngKernels::avx2()
 {
-    return __builtin_cpu_supports("avx2") ? &avx2Kernels : nullptr;
+    return __builtin_cpu_supports("avx2") && __builtin_cpu_supports("popcnt") ? &avx2Kernels : nullptr;
 }
 
 } // namespace qm

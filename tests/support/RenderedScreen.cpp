@@ -12,18 +12,23 @@ namespace qm {
 
 namespace {
 
-// Everything is laid out on a screen 1440 points wide.
-constexpr double pointsAcross = 1440;
-
-const QStringList sentences = {
-    QStringLiteral("The quick brown fox jumps over the lazy dog while the meeting notes are written down."),
-    QStringLiteral("スクリーンショットを撮影して、文字を検索できます。"),
-    QStringLiteral("Quarterly results: revenue rose by 12.4 % to 3,481,200, costs fell by 2.1 %."),
-    QStringLiteral("本日の会議は午後三時から第二会議室で行います。資料を忘れずにお持ちください。"),
-    QStringLiteral("Please review the attached draft before Thursday and send your remarks to the team."),
-    QStringLiteral("設定を変更すると、次の起動から有効になります。"),
-};
-
+const QStringList words =
+    QStringLiteral(
+        "the screen of a meeting when notes are written down and every picture that was taken last week can be found "
+        "by its "
+        "words revenue rose costs fell while 12.4 % growth in March please review attached draft before Thursday send "
+        "remarks team window settings folder search library capture region error 404 OK Cancel")
+        .split(QLatin1Char(' '));
+const QStringList clauses = {QStringLiteral("スクリーンショットを撮影して"),
+                             QStringLiteral("文字を検索できます"),
+                             QStringLiteral("本日の会議は"),
+                             QStringLiteral("午後三時から第二会議室で行います"),
+                             QStringLiteral("資料を忘れずにお持ちください"),
+                             QStringLiteral("設定を変更すると"),
+                             QStringLiteral("次の起動から有効になります"),
+                             QStringLiteral("画像を編集して保存する"),
+                             QStringLiteral("フォルダーで表示"),
+                             QStringLiteral("注釈してコピー")};
 const QStringList code = {
     QStringLiteral("for (int row = 0; row < image.height(); ++row) {"),
     QStringLiteral("    const uchar *line = image.constScanLine(row);"),
@@ -33,16 +38,19 @@ const QStringList code = {
     QStringLiteral("}"),
     QStringLiteral("return total & 0xffff;"),
 };
+constexpr QSizeF tile(1440, 900); // points of screen for each set of windows
 
 class Painting
 {
 public:
+    // Wide screens have two pixels a point, as they do on desks.
     explicit Painting(QImage &image)
         : m_painter(&image)
-        , m_size(pointsAcross, pointsAcross * image.height() / image.width())
+        , m_scale(image.width() > 2000 ? 2 : 1)
+        , m_size(QSizeF(image.size()) / m_scale)
     {
         m_painter.setRenderHints(QPainter::Antialiasing | QPainter::TextAntialiasing);
-        m_painter.scale(image.width() / pointsAcross, image.width() / pointsAcross);
+        m_painter.scale(m_scale, m_scale);
     }
 
     void paint()
@@ -52,9 +60,13 @@ public:
         wallpaper.setColorAt(0.6, QColor(96, 72, 140));
         wallpaper.setColorAt(1, QColor(200, 120, 110));
         m_painter.fillRect(QRectF({0, 0}, m_size), wallpaper);
-        editor(QRectF(60, 60, 760, m_size.height() - 160));
-        table(QRectF(700, 110, 660, 420));
-        terminal(QRectF(620, 480, 560, m_size.height() - 560));
+        for (double y = 0; y + 300 < m_size.height(); y += tile.height()) {
+            for (double x = 0; x + 300 < m_size.width(); x += tile.width()) {
+                editor(QRectF(x + 60, y + 60, 760, 740));
+                table(QRectF(x + 700, y + 110, 660, 420));
+                terminal(QRectF(x + 620, y + 480, 560, 340));
+            }
+        }
         menuBar();
         dock();
     }
@@ -67,6 +79,16 @@ private:
         m_painter.setFont(font);
         m_painter.setPen(colour);
         m_painter.drawText(at, words);
+    }
+
+    QString sentence(bool japanese)
+    {
+        QString text;
+        while (text.size() < (japanese ? 36 : 70)) {
+            const QStringList &from = japanese ? clauses : vocabulary;
+            text += from[m_random.bounded(int(from.size()))] + (japanese ? QStringLiteral("、") : QStringLiteral(" "));
+        }
+        return text;
     }
 
     void window(QRectF frame, const QString &title, QColor background, QColor bar)
@@ -107,8 +129,7 @@ private:
         }
         for (int i = 0; i * 22 + 80 < frame.height(); ++i) {
             if (i % 7 != 5)
-                text(frame.topLeft() + QPointF(190, 60 + 22 * i), sentences[i % sentences.size()], 13,
-                     QColor(30, 30, 34));
+                text(frame.topLeft() + QPointF(190, 60 + 22 * i), sentence(i % 3 == 1), 13, QColor(30, 30, 34));
         }
     }
 
@@ -121,7 +142,7 @@ private:
                 m_painter.fillRect(QRectF(frame.left(), y, frame.width(), 22), QColor(243, 246, 250));
             for (int column = 0; column < 6; ++column)
                 text({frame.left() + 12 + 108 * column, y + 16},
-                     column ? QString::number((row * 7919 + column * 104729) % 100000 / 10.0, 'f', 1)
+                     column ? QString::number(m_random.bounded(100000) / 10.0, 'f', 1)
                             : QStringLiteral("項目 %1").arg(row),
                      12, QColor(40, 44, 50));
         }
@@ -137,8 +158,8 @@ private:
         const QColor colours[] = {QColor(220, 222, 228), QColor(120, 200, 140), QColor(230, 180, 100),
                                   QColor(120, 170, 240)};
         for (int i = 0; i * 17 + 56 < frame.height(); ++i)
-            text(frame.topLeft() + QPointF(14, 48 + 17 * i), code[i % code.size()], 12, colours[(i * 5 + i / 3) % 4],
-                 "DejaVu Sans Mono");
+            text(frame.topLeft() + QPointF(14, 48 + 17 * i), code[m_random.bounded(int(code.size()))], 12,
+                 colours[m_random.bounded(4)], "DejaVu Sans Mono");
     }
 
     void menuBar()
@@ -152,21 +173,23 @@ private:
 
     void dock()
     {
-        const double top = m_size.height() - 70;
+        const double top = m_size.height() - 70, left = m_size.width() / 2 - 360;
         m_painter.setPen(Qt::NoPen);
         m_painter.setBrush(QColor(255, 255, 255, 90));
-        m_painter.drawRoundedRect(QRectF(360, top, 720, 62), 16, 16);
+        m_painter.drawRoundedRect(QRectF(left, top, 720, 62), 16, 16);
         for (int i = 0; i < 12; ++i) {
-            QRadialGradient shine(QPointF(400 + 58 * i, top + 20), 40);
+            QRadialGradient shine(QPointF(left + 40 + 58 * i, top + 20), 40);
             shine.setColorAt(0, QColor::fromHsv(i * 30, 120, 255));
             shine.setColorAt(1, QColor::fromHsv(i * 30, 220, 160));
             m_painter.setBrush(shine);
-            m_painter.drawRoundedRect(QRectF(376 + 58 * i, top + 8, 46, 46), 11, 11);
+            m_painter.drawRoundedRect(QRectF(left + 16 + 58 * i, top + 8, 46, 46), 11, 11);
         }
     }
 
     QPainter m_painter;
-    const QSizeF m_size;
+    const double m_scale; // pixels per point
+    const QSizeF m_size;  // points
+    QRandomGenerator m_random{3};
 };
 
 // A lattice of random values, smoothly interpolated: one octave of the clouds.

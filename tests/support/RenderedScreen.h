@@ -8,7 +8,7 @@ namespace qm {
 namespace RenderedScreen {
 
 // What a screenshot is: a wallpaper with a gradient, a menu bar, windows with text in English and Japanese, code, a table,
-// a dark terminal, buttons, icons and a soft shadow, all scaled to the screen's width. RGB32, or ARGB32 when it is to have
+// a dark terminal, icons and soft shadows; more windows on larger screens, two pixels a point on wide ones. RGB32, or ARGB32 when it is to have
 // transparency (rounded corners of the screen, as a captured window has them).
 QImage desktop(QSize pixels, bool transparentCorners = false);
 
