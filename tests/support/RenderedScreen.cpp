@@ -12,7 +12,7 @@ namespace qm {
 
 namespace {
 
-const QStringList words =
+const QStringList vocabulary =
     QStringLiteral(
         "the screen of a meeting when notes are written down and every picture that was taken last week can be found "
         "by its "
