@@ -103,8 +103,8 @@ public:
     bool ends()
     {
         uchar beyond = 0;
-        return inflate(&beyond, 1) == 0 && m_state->block_state == ISAL_BLOCK_FINISH && m_state->avail_in == 0 &&
-               m_state->read_in_length < 8 && m_data.ends();
+        return inflate(&beyond, 1) == 0 && m_sound && m_state->block_state == ISAL_BLOCK_FINISH &&
+               m_state->avail_in == 0 && m_state->read_in_length < 8 && m_data.ends();
     }
 
 private:
@@ -119,8 +119,10 @@ private:
                 m_state->next_in = m_data.bytes();
                 m_state->avail_in = m_data.size();
             }
-            if (isal_inflate(m_state.get()) != ISAL_DECOMP_OK)
+            if (isal_inflate(m_state.get()) != ISAL_DECOMP_OK) {
+                m_sound = false; // a wrong checksum, too, leaves the state at its end
                 break;
+            }
             // With no input left there may still be output inside, until a call leaves room in the buffer.
             m_starved = m_state->avail_in == 0 && m_state->avail_out > 0;
         }
@@ -130,6 +132,7 @@ private:
     ImageData &m_data;
     const std::unique_ptr<inflate_state> m_state;
     bool m_starved = true;
+    bool m_sound = true;
 };
 
 } // namespace

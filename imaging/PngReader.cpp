@@ -16,6 +16,7 @@ using PngReader::Depth;
 using PngReader::Lane;
 
 static constexpr double inchesPerMetre = 39.3701;
+static constexpr int mostTexts = 4; // texts are of no use here, and each may unpack to 8 MB
 
 namespace {
 
@@ -68,12 +69,10 @@ private:
 
 bool Reader::readHeader()
 {
-    // Texts and the like are of no use here; their unpacking can be had to cost much.
-    static constexpr png_byte unused[] = "tEXt\0zTXt\0iTXt\0sPLT\0hIST\0tIME";
     if (!m_info || setjmp(png_jmpbuf(m_png)))
         return false;
     png_set_read_fn(m_png, this, &readBytes);
-    png_set_keep_unknown_chunks(m_png, PNG_HANDLE_CHUNK_NEVER, unused, 6);
+    png_set_chunk_cache_max(m_png, mostTexts);
     png_read_info(m_png, m_info);
     return true;
 }

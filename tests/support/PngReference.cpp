@@ -34,6 +34,7 @@ PngReference PngReference::read(const QByteArray &file)
 {
     PngReference result;
     Source source{file};
+    volatile bool interlaced = false; // survives the longjmp
     png_structp png = png_create_read_struct(PNG_LIBPNG_VER_STRING, nullptr, &fail, &ignore);
     png_infop info = png_create_info_struct(png);
     png_set_read_fn(png, &source, &readBytes);
@@ -45,6 +46,7 @@ PngReference PngReference::read(const QByteArray &file)
         png_set_add_alpha(png, 0xffff, PNG_FILLER_AFTER);
         if (depth == 16)
             png_set_swap(png);
+        interlaced = png_get_interlace_type(png, info) != PNG_INTERLACE_NONE;
         const int passes = png_set_interlace_handling(png);
         png_read_update_info(png, info);
         result.bitDepth = depth;
@@ -72,6 +74,9 @@ PngReference PngReference::read(const QByteArray &file)
             result.wholeRows = size.height();
         }
     }
+    // libpng may find the fault just after it has put a row's pixels; that row does not count.
+    for (int y = result.wholeRows; !interlaced && y < result.pixels.height(); ++y)
+        std::memset(result.pixels.scanLine(y), 0, size_t(result.pixels.bytesPerLine()));
     png_destroy_read_struct(&png, &info, nullptr);
     return result;
 }
