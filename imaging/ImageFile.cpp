@@ -5,8 +5,13 @@
 
 #include <QFile>
 
+#include <climits>
 #include <cmath>
+#include <cstdlib>
 #include <cstring>
+#include <utility>
+
+#include <sys/mman.h>
 
 namespace qm {
 
@@ -18,6 +23,27 @@ static constexpr double inchesPerMetre = 39.3701;
 static bool within(QSize size)
 {
     return qint64(size.width()) * size.height() <= ImageFile::maxPixels;
+}
+
+// An image in huge pages where the system has them: touching 60 MB for the first time, 4 KB at a time, costs as much as
+// decoding them.
+static QImage roomyImage(QSize size, QImage::Format format)
+{
+#ifdef MADV_HUGEPAGE
+    constexpr size_t hugePage = size_t(2) << 20;
+    const qint64 depth = QImage::toPixelFormat(format).bitsPerPixel();
+    const qint64 bytesPerLine = (size.width() * depth + 31) / 32 * 4;
+    const size_t bytes = size_t(bytesPerLine) * size_t(size.height());
+    if (bytes >= hugePage && bytesPerLine <= INT_MAX) {
+        const size_t rounded = (bytes + hugePage - 1) / hugePage * hugePage;
+        if (void *memory = std::aligned_alloc(hugePage, rounded)) {
+            madvise(memory, rounded, MADV_HUGEPAGE);
+            return QImage(static_cast<uchar *>(memory), size.width(), size.height(), bytesPerLine, format, &std::free,
+                          memory);
+        }
+    }
+#endif
+    return QImage(size, format);
 }
 
 namespace {
@@ -32,12 +58,13 @@ public:
         m_rows = 0;
         m_pixels = {};
         m_tooLarge = !within(header.size);
-        if (m_tooLarge || header.format == QImage::Format_Invalid)
+        if (m_tooLarge || header.format == QImage::Format_Invalid) // the latter comes whole
             return !m_tooLarge;
         m_channels = header.format == QImage::Format_RGB888 ? 3 : header.format == QImage::Format_RGBA8888 ? 4 : 0;
-        m_pixels = QImage(header.rows, m_channels == 3   ? QImage::Format_RGB32
-                                       : m_channels == 4 ? QImage::Format_ARGB32
-                                                         : header.format);
+        QImage::Format format = header.format;
+        if (m_channels)
+            format = m_channels == 3 ? QImage::Format_RGB32 : QImage::Format_ARGB32;
+        m_pixels = roomyImage(header.rows, format);
         return !m_pixels.isNull();
     }
 
@@ -66,7 +93,8 @@ public:
     {
         for (int y = m_rows; y < m_pixels.height(); ++y) // a damaged file's missing part
             std::memset(m_pixels.scanLine(y), 0, size_t(m_pixels.bytesPerLine()));
-        QImage pixels = PictureReader::oriented(m_pixels, m_header.orientation);
+        QImage pixels =
+            PictureReader::oriented(std::exchange(m_pixels, {}), m_header.orientation); // unshared: not copied
         pixels.setColorSpace(m_header.colorSpace);
         pixels.setDotsPerMeterX(int(std::lround(m_header.dpi * inchesPerMetre)));
         pixels.setDotsPerMeterY(pixels.dotsPerMeterX());

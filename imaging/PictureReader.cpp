@@ -59,7 +59,7 @@ Decoded PictureReader::read(QIODevice &file, const Wish &wish, RowSink &sink)
     return file.seek(0) ? readByQt(file, sink) : Decoded::nothing;
 }
 
-QImage PictureReader::oriented(const QImage &image, int orientation)
+QImage PictureReader::oriented(QImage image, int orientation)
 {
     switch (orientation) {
     case 2: return image.mirrored(true, false);

@@ -18,7 +18,7 @@ struct Wish {
 // The device stands at the file's start and can seek. Any thread.
 Decoded read(QIODevice &file, const Wish &wish, RowSink &sink);
 
-QImage oriented(const QImage &image, int orientation); // turned as EXIF's number asks
+QImage oriented(QImage image, int orientation); // turned as EXIF's number asks
 
 } // namespace PictureReader
 } // namespace qm

@@ -35,14 +35,13 @@ QM_AVX2 inline void storePixel(uchar *at, __m128i value)
     }
 }
 
-constexpr int pixelsInBlock = 8; // 24 or 32 bytes: two registers cover them
+constexpr int pixelsInBlock = 4;
 
 template<int Channels>
 QM_AVX2 inline bool blockIsZero(const uchar *row)
 {
-    __m128i bits = _mm_loadu_si128(reinterpret_cast<const __m128i *>(row));
-    bits = _mm_or_si128(bits, _mm_loadu_si128(reinterpret_cast<const __m128i *>(row + Channels * pixelsInBlock - 16)));
-    return _mm_testz_si128(bits, bits);
+    const __m128i bits = _mm_loadu_si128(reinterpret_cast<const __m128i *>(row));
+    return _mm_testz_si128(bits, Channels == 4 ? _mm_set1_epi8(-1) : _mm_setr_epi32(-1, -1, -1, 0));
 }
 
 QM_AVX2 void unfilterUp(uchar *row, const uchar *above, int bytes)
@@ -120,9 +119,9 @@ QM_AVX2 inline void unfilterPaethPixel(PaethState &state, uchar *row, const ucha
     const __m128i least = _mm_min_epi16(toCorner, _mm_min_epi16(toLeft, toAbove));
     const __m128i aboveOrCorner = _mm_blendv_epi8(state.corner, up, _mm_cmpeq_epi16(least, toAbove));
     const __m128i nearest = _mm_blendv_epi8(aboveOrCorner, state.left, _mm_cmpeq_epi16(least, toLeft));
-    const __m128i pixel = _mm_add_epi8(loadPixel(row), _mm_packus_epi16(nearest, nearest));
-    storePixel<Channels>(row, pixel);
-    state.left = _mm_unpacklo_epi8(pixel, zero);
+    const __m128i sum = _mm_add_epi8(_mm_cvtepu8_epi16(loadPixel(row)), nearest); // the high bytes stay zero
+    storePixel<Channels>(row, _mm_packus_epi16(sum, sum));
+    state.left = sum;
     state.corner = up;
 }
 

@@ -90,7 +90,7 @@ QByteArray PngForge::file(const Picture &picture, const QByteArray &extra, const
 QList<qsizetype> PngForge::chunkStarts(const QByteArray &file)
 {
     QList<qsizetype> starts;
-    for (qsizetype at = 8; at + 12 <= file.size(); at += 12 + qFromBigEndian<quint32>(file.constData() + at))
+    for (qsizetype at = 8; at + 12 <= file.size(); at += qsizetype(12) + qFromBigEndian<quint32>(file.constData() + at))
         starts += at;
     return starts;
 }
