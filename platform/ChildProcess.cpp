@@ -2,6 +2,7 @@
 
 #include "platform/ParentDeath.h"
 
+#include <QCoreApplication>
 #include <QProcess>
 #include <QThread>
 
@@ -44,6 +45,21 @@ std::optional<QByteArray> ChildProcess::run(const QString &program, const QStrin
     }
     take();
     return output;
+}
+
+void ChildProcess::start(const QString &program, const QStringList &arguments)
+{
+    auto *process = new QProcess(QCoreApplication::instance());
+    process->setStandardInputFile(QProcess::nullDevice());
+    process->setStandardOutputFile(QProcess::nullDevice());
+    process->setStandardErrorFile(QProcess::nullDevice());
+    process->setChildProcessModifier(&endWithParent);
+    QObject::connect(process, &QProcess::finished, process, &QObject::deleteLater);
+    QObject::connect(process, &QProcess::errorOccurred, process, [process](QProcess::ProcessError error) {
+        if (error == QProcess::FailedToStart) // the only end that finished() does not tell
+            process->deleteLater();
+    });
+    process->start(program, arguments);
 }
 
 } // namespace qm

@@ -24,7 +24,7 @@ def graph(root):
         text = re.sub(r"#.*", "", build_file.read_text())
         for name, rest in CALL.findall(text):
             uses = USES.search(rest + " ")
-            allowed.setdefault(folder, set()).update(uses.group(1).split() if uses else [])
+            allowed.setdefault(folder, set()).update(set(uses.group(1).split() if uses else []) - {folder})
     return allowed
 
 
@@ -66,6 +66,8 @@ def main():
             if source.suffix not in (".h", ".cpp", ".mm") or folder_of(relative, allowed) != folder:
                 continue
             for included in INCLUDE.findall(source.read_text()):
+                if included.endswith(".moc"):
+                    continue  # made by moc beside the source
                 seen += 1
                 target = folder_of(included, allowed)
                 if target is None:
