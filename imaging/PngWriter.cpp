@@ -256,12 +256,13 @@ static bool isPhotograph(const QImage &pixels)
     constexpr int step = 16, oneIn = 8;
     if (pixels.depth() != 32)
         return false;
+    const int width = pixels.width();
     qint64 seen = 0, equal = 0;
     for (int y = 0; y < pixels.height(); y += step) {
         const auto *line = reinterpret_cast<const quint32 *>(pixels.constScanLine(y));
-        for (int x = 1; x < pixels.width(); ++x)
+        for (int x = 1; x < width; ++x)
             equal += line[x] == line[x - 1];
-        seen += pixels.width();
+        seen += width;
     }
     return equal * oneIn < seen;
 }
