@@ -97,7 +97,7 @@ struct PngWriter::State {
     std::vector<uchar> filtered;
     size_t filteredSize = 0;
     QByteArray chunk;
-    isal_zstream stream;
+    isal_zstream stream{};
     std::vector<uint8_t> levelBuffer = std::vector<uint8_t>(deflateBuffer);
 };
 
