@@ -51,7 +51,7 @@ QList<QByteArray> chunkTypes(const QByteArray &png, quint32 *longest = nullptr)
     return types;
 }
 
-// What was deflated. (The deflated bytes themselves may differ from run to run: ISA-L also looks where nothing was written.)
+// What was deflated. (Which repetitions ISA-L then finds is not the same every time.)
 QByteArray filteredRows(const QByteArray &png)
 {
     QByteArray stream("\0\0\1\0", 4); // qUncompress wants an expected size before it
