@@ -288,8 +288,8 @@ Outcome PngWriter::write(const QString &path, const Image &image)
     if (!file.open(QIODevice::WriteOnly))
         return Outcome::failure(file.errorString());
     const bool well = writeTo(file, image);
-    // commit() is what tells of a disk that filled up while the last buffered bytes went out.
-    return well && file.commit() ? Outcome::success() : Outcome::failure(file.errorString());
+    // commit() alone does not notice when the last buffered bytes find the disk full; flush() does.
+    return well && file.flush() && file.commit() ? Outcome::success() : Outcome::failure(file.errorString());
 }
 
 QByteArray PngWriter::encode(const Image &image)

@@ -169,15 +169,18 @@ private Q_SLOTS:
 
     void aFullDiskLeavesTheOldFileAndNoOther_data()
     {
+        QTest::addColumn<QSize>("size");
         QTest::addColumn<int>("limit");
         for (const int limit : {0, 20, 5000, 200'000, 3'000'000})
-            QTest::addRow("%d bytes", limit) << limit;
+            QTest::addRow("%d bytes", limit) << QSize(1200, 700) << limit;
+        QTest::addRow("all of it still in the buffer") << QSize(30, 20) << 0;
     }
 
     void aFullDiskLeavesTheOldFileAndNoOther()
     {
+        QFETCH(QSize, size);
         QFETCH(int, limit);
-        const QImage noise = painted(QStringLiteral("noise"), {1200, 700}, QImage::Format_ARGB32);
+        const QImage noise = painted(QStringLiteral("noise"), size, QImage::Format_ARGB32);
         QTemporaryDir folder;
         const QString path = folder.filePath(QStringLiteral("shot.png"));
         QFile old(path);
@@ -189,7 +192,7 @@ private Q_SLOTS:
         const rlimit tight{rlim_t(limit), whole.rlim_max};
         std::signal(SIGXFSZ, SIG_IGN); // the write fails instead, as on a full disk
         QCOMPARE(setrlimit(RLIMIT_FSIZE, &tight), 0);
-        const Outcome outcome = PngWriter::write(path, {noise, {1200, 700}});
+        const Outcome outcome = PngWriter::write(path, {noise, QSizeF(size)});
         QCOMPARE(setrlimit(RLIMIT_FSIZE, &whole), 0);
 
         QVERIFY(!outcome);
