@@ -55,7 +55,8 @@ std::unique_ptr<AnnotationView> editor(const AnnotationDoc &doc, QSize canvas)
     auto view = std::make_unique<AnnotationView>(doc, QStringLiteral("/bench.png"), [] {});
     view->resize(canvas);
     view->show();
-    QCoreApplication::processEvents();
+    view->activateWindow();
+    (void)QTest::qWaitForWindowActive(view.get());
     view->resize(canvas + QSize(0, view->height() - view->canvas()->height())); // the bars come on top
     QCoreApplication::processEvents();
     return view;
