@@ -23,6 +23,9 @@ add_compile_options(-Wall -Wextra -Wpedantic -Wshadow -Wnon-virtual-dtor)
 add_compile_definitions(
     QT_NO_CAST_FROM_ASCII QT_NO_CAST_TO_ASCII QT_NO_CAST_FROM_BYTEARRAY QT_NO_FOREACH QT_NO_KEYWORDS
     QT_DISABLE_DEPRECATED_BEFORE=0x060400)
+if(NOT APPLE)
+    add_link_options(-Wl,--as-needed) # a program loads only the libraries whose code it took from the folders it uses
+endif()
 if(QM_SANITIZE)
     add_compile_options(-fsanitize=${QM_SANITIZE} -fno-sanitize-recover=all -fno-omit-frame-pointer)
     add_link_options(-fsanitize=${QM_SANITIZE})

@@ -15,8 +15,9 @@ public:
     Timer postAfter(std::chrono::milliseconds delay, std::function<void()> task) override;
     bool isCurrent() const override { return true; }
 
-    void drain();                                   // runs what is posted, and what that posts
-    void advance(std::chrono::milliseconds by);     // runs all that falls due meanwhile, each at its own time
+    bool hasTasks() const { return !m_tasks.empty(); }
+    void drain();                               // runs what is posted, and what that posts
+    void advance(std::chrono::milliseconds by); // runs all that falls due meanwhile, each at its own time
     std::chrono::milliseconds now() const { return m_now; }
 
 private:

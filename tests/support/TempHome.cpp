@@ -38,4 +38,11 @@ QByteArray TempHome::read(const QString &relative) const
     return in.open(QIODevice::ReadOnly) ? in.readAll() : QByteArray();
 }
 
+QString TempHome::script(const QString &relative, const QByteArray &body) const
+{
+    write(relative, "#!/bin/sh\n" + body + "\n");
+    QFile::setPermissions(file(relative), QFile::ReadOwner | QFile::WriteOwner | QFile::ExeOwner);
+    return file(relative);
+}
+
 } // namespace qm

@@ -1,0 +1,149 @@
+#include "cli/Commands.h"
+
+#include "app/base/AppLocale.h"
+#include "index/Database.h"
+#include "index/FolderScan.h"
+#include "index/IndexSql.h"
+#include "index/OcrRunner.h"
+#include "index/ShotStore.h"
+#include "index/TextMatch.h"
+#include "platform/ToolPaths.h"
+
+#include <QFileInfo>
+
+namespace qm {
+
+using AppLocale::text;
+
+static constexpr int batchSize = 40;
+
+static Exit cannotOpen(Console &console, const Database &database)
+{
+    return console.fail(text(u"the index %1 cannot be used: %2", u"索引 %1 を使えません: %2").arg(database.path(), database.error()));
+}
+
+Exit Commands::scan(Console &console)
+{
+    Database database(ShotStore::databasePath(), Database::Access::write);
+    if (!database.open())
+        return cannotOpen(console, database);
+    const FolderScan::Changes changes =
+        FolderScan::scan(database, FolderScan::orderedSourceDirs(), QDateTime::currentDateTimeUtc());
+    if (!database.error().isEmpty())
+        return cannotOpen(console, database);
+    const int total = int(database.number(IndexSql::countShots));
+    if (console.json())
+        console.row({{QStringLiteral("added"), changes.added},
+                     {QStringLiteral("removed"), changes.removed},
+                     {QStringLiteral("shots"), total}});
+    else
+        console.line(text(u"%1 new, %2 gone, %3 in the index", u"追加 %1 件、削除 %2 件、索引には %3 件")
+                         .arg(changes.added)
+                         .arg(changes.removed)
+                         .arg(total));
+    return Exit::success;
+}
+
+Exit Commands::ocr(Console &console, Batches batches)
+{
+    const std::optional<QString> helper = toolPaths().ocr;
+    if (!helper)
+        return console.fail(text(u"the text recognition helper qmocr is not installed beside this program",
+                                 u"文字認識の補助プログラム qmocr がこのプログラムと同じフォルダーにありません"));
+    Database database(ShotStore::databasePath(), Database::Access::write);
+    if (!database.open())
+        return cannotOpen(console, database);
+
+    int read = 0;
+    for (;;) {
+        const int waiting = int(database.number(IndexSql::countWaiting));
+        if (waiting == 0)
+            break;
+        if (OcrRunner::isBusy(database))
+            return console.fail(text(u"another program is reading pictures right now; try again in a moment",
+                                     u"別のプログラムが画像を読み取り中です。少し待ってからもう一度お試しください"));
+        const int total = batches == Batches::all ? read + waiting : std::min(waiting, batchSize);
+        console.progress(read, total);
+        const int before = read;
+        read += OcrRunner::run(database, helper, batchSize,
+                               [&](int done, int) { console.progress(before + done, total); });
+        if (read == before || batches == Batches::one)
+            break;
+    }
+    console.endProgress();
+    const int waiting = int(database.number(IndexSql::countWaiting));
+    if (console.json())
+        console.row({{QStringLiteral("read"), read}, {QStringLiteral("waiting"), waiting}});
+    else
+        console.line(text(u"%1 read, %2 still wait", u"%1 件を読み取りました。残り %2 件").arg(read).arg(waiting));
+    return read > 0 || waiting == 0 ? Exit::success : Exit::nothingFound;
+}
+
+static QJsonObject jsonOf(const Shot &shot)
+{
+    return {{QStringLiteral("id"), shot.id},
+            {QStringLiteral("path"), shot.path},
+            {QStringLiteral("filename"), shot.filename},
+            {QStringLiteral("takenAt"), shot.takenAt ? QJsonValue(*shot.takenAt) : QJsonValue()},
+            {QStringLiteral("text"), shot.ocrText ? QJsonValue(*shot.ocrText) : QJsonValue()}};
+}
+
+// "2026-03-05 14:07:09"; times from the file itself are in UTC and shown in the user's own.
+static QString shownTime(const std::optional<QString> &takenAt)
+{
+    const QString unknown(19, u'-');
+    if (!takenAt)
+        return unknown;
+    if (!takenAt->endsWith(u'Z'))
+        return QString(*takenAt).replace(u'T', u' ');
+    const QDateTime time = QDateTime::fromString(*takenAt, Qt::ISODate);
+    return time.isValid() ? time.toLocalTime().toString(QStringLiteral("yyyy-MM-dd HH:mm:ss")) : unknown;
+}
+
+static Exit show(Console &console, const QList<Shot> &shots, const QString &searched)
+{
+    constexpr int indent = 4;
+    for (const Shot &shot : shots) {
+        if (console.json()) {
+            console.row(jsonOf(shot));
+            continue;
+        }
+        console.line(console.faint(shownTime(shot.takenAt)) + QStringLiteral("  ") + shot.path);
+        if (searched.isEmpty())
+            continue;
+        const TextMatch::Excerpt excerpt =
+            TextMatch::excerpt(shot.ocrText.value_or(QString()), searched, std::max(20, console.width() - indent));
+        const auto [start, length] = excerpt.match;
+        console.line(QString(indent, u' ') + excerpt.line.first(start) + console.strong(excerpt.line.sliced(start, length))
+                     + excerpt.line.sliced(start + length));
+    }
+    return shots.isEmpty() ? Exit::nothingFound : Exit::success;
+}
+
+// A read-only connection cannot roll back what a killed writer left in its journal, and would find nothing.
+static bool recover(Console &console)
+{
+    if (!QFileInfo::exists(ShotStore::databasePath()))
+        return true;
+    Database database(ShotStore::databasePath(), Database::Access::write);
+    if (database.open() || QFileInfo(database.path()).isReadable())
+        return true; // busy is no harm: who holds the file has recovered it
+    cannotOpen(console, database);
+    return false;
+}
+
+Exit Commands::search(Console &console, const QString &searched, int limit)
+{
+    if (!recover(console))
+        return Exit::failure;
+    return show(console, ShotStore::search(searched, limit), searched);
+}
+
+Exit Commands::list(Console &console, int limit)
+{
+    if (!recover(console))
+        return Exit::failure;
+    return show(console, ShotStore::recent(limit), {});
+}
+
+} // namespace qm

@@ -1,0 +1,98 @@
+#include "app/base/AppLocale.h"
+#include "cli/Commands.h"
+
+#include <QCommandLineParser>
+#include <QCoreApplication>
+
+#include <cstdio>
+
+using namespace qm;
+
+static QString usage()
+{
+    return AppLocale::text(u"usage: qms COMMAND [OPTION...]\n"
+                           "\n"
+                           "  scan                 bring the index in line with the folders\n"
+                           "  ocr [--all]          read one batch of waiting pictures, or all of them\n"
+                           "  search TEXT          pictures in which TEXT stands, newest first;\n"
+                           "                       % is any text, _ any character\n"
+                           "  list                 the newest pictures\n"
+                           "  status               paths, counts and settings in force\n"
+                           "\n"
+                           "  --limit N            at most N rows of search and list (200)\n"
+                           "  --json               one JSON object a line\n"
+                           "  --help, --version\n"
+                           "\n"
+                           "exit codes: 0 done, 1 nothing found, 2 wrong use or failure",
+                           u"使い方: qms コマンド [オプション...]\n"
+                           "\n"
+                           "  scan                 フォルダーの内容を索引に反映する\n"
+                           "  ocr [--all]          待っている画像をひとまとまり（--all ならすべて）読み取る\n"
+                           "  search 文字列        文字列を含む画像を新しい順に表示する\n"
+                           "                       % は任意の文字列、_ は任意の一文字\n"
+                           "  list                 新しい画像の一覧\n"
+                           "  status               使用中のパス、件数、設定\n"
+                           "\n"
+                           "  --limit N            search と list の件数の上限（200）\n"
+                           "  --json               1行に1つのJSONオブジェクト\n"
+                           "  --help, --version\n"
+                           "\n"
+                           "終了コード: 0 完了、1 見つからない、2 使い方の誤りまたは失敗");
+}
+
+static Exit run(const QCommandLineParser &parser, Console &console)
+{
+    const QStringList words = parser.positionalArguments();
+    const QString command = words.value(0);
+    const auto wrong = [&](QStringView english, QStringView japanese) {
+        return console.fail(AppLocale::text(english, japanese).arg(command) + u'\n' + usage());
+    };
+    bool isNumber = true;
+    const int limit = parser.isSet(QStringLiteral("limit")) ? parser.value(QStringLiteral("limit")).toInt(&isNumber) : 200;
+    if (!isNumber || limit < 1)
+        return wrong(u"--limit wants a whole number from 1 on", u"--limit には1以上の整数を指定してください");
+    if (words.size() != (command == u"search" ? 2 : 1))
+        return words.isEmpty() ? wrong(u"no command", u"コマンドがありません")
+                               : wrong(u"wrong number of arguments to %1", u"%1 の引数の数が違います");
+    if (parser.isSet(QStringLiteral("all")) && command != u"ocr")
+        return wrong(u"--all goes with ocr only", u"--all は ocr でだけ使えます");
+
+    if (command == u"scan")
+        return Commands::scan(console);
+    if (command == u"ocr")
+        return Commands::ocr(console, parser.isSet(QStringLiteral("all")) ? Commands::Batches::all : Commands::Batches::one);
+    if (command == u"search")
+        return Commands::search(console, words[1], limit);
+    if (command == u"list")
+        return Commands::list(console, limit);
+    if (command == u"status")
+        return Commands::status(console);
+    return wrong(u"no such command: %1", u"コマンドがありません: %1");
+}
+
+int main(int argc, char **argv)
+{
+    QCoreApplication application(argc, argv);
+    QCommandLineParser parser;
+    parser.addOptions({{QStringLiteral("all"), QString()},
+                       {QStringLiteral("json"), QString()},
+                       {QStringLiteral("limit"), QString(), QStringLiteral("N")},
+                       {{QStringLiteral("h"), QStringLiteral("help")}, QString()},
+                       {{QStringLiteral("v"), QStringLiteral("version")}, QString()}});
+    const bool understood = parser.parse(application.arguments());
+    Console console(understood && parser.isSet(QStringLiteral("json")));
+    if (!understood)
+        return int(console.fail(parser.errorText() + u'\n' + usage()));
+    if (parser.isSet(QStringLiteral("help"))) {
+        console.line(usage());
+        return 0;
+    }
+    if (parser.isSet(QStringLiteral("version"))) {
+        console.line(QStringLiteral("qms " QM_VERSION));
+        return 0;
+    }
+    Exit exit = run(parser, console);
+    if (std::fflush(stdout) != 0)
+        exit = console.fail(AppLocale::text(u"the output could not be written", u"出力を書き込めませんでした"));
+    return int(exit);
+}

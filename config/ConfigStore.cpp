@@ -1,0 +1,175 @@
+#include "config/ConfigStore.h"
+
+#include "config/SettingsFile.h"
+#include "platform/ScreenshotLocation.h"
+
+#include <QDir>
+#include <QFile>
+
+#include <algorithm>
+
+namespace qm {
+
+static constexpr QStringView captures = u"captures";
+static constexpr QStringView source = u"source";
+static constexpr QStringView cloud = u"cloud";
+static constexpr QStringView hotkey = u"hotkey";
+
+std::optional<QString> folderFromText(const QString &text)
+{
+    if (text.isEmpty())
+        return std::nullopt;
+    QString path = text;
+    if (path == u'~' || path.startsWith(u"~/"))
+        path.replace(0, 1, QDir::homePath());
+    else if (!path.startsWith(u'/'))
+        path.prepend(QDir::homePath() + u'/');
+    while (path.size() > 1 && path.endsWith(u'/'))
+        path.chop(1);
+    return path;
+}
+
+std::optional<QString> folderFromAnswer(const QByteArray &answer)
+{
+    if (!QUtf8StringView(answer).isValidUtf8())
+        return std::nullopt;
+    return folderFromText(QString::fromUtf8(answer).trimmed());
+}
+
+static std::optional<QString> folderIn(const QJsonObject &settings, QStringView key)
+{
+    return folderFromText(settings.value(key).toString());
+}
+
+static std::optional<SettingsFile> cloudFile(const QJsonObject &local)
+{
+    const std::optional<QString> folder = folderIn(local, cloud);
+    return folder ? std::optional<SettingsFile>(*folder + QStringLiteral("/config.json")) : std::nullopt;
+}
+
+static SettingsFile local()
+{
+    return SettingsFile(ConfigStore::localFile());
+}
+
+// The file that the next change of a shared key goes to.
+static SettingsFile governing()
+{
+    return cloudFile(local().read()).value_or(local());
+}
+
+QString ConfigStore::homeFolder()
+{
+    return QDir::homePath() + QStringLiteral("/.quillmere");
+}
+
+QString ConfigStore::localFile()
+{
+    return homeFolder() + QStringLiteral("/config.json");
+}
+
+QString ConfigStore::sharedFile()
+{
+    const std::optional<SettingsFile> file = cloudFile(local().read());
+    return file ? file->path() : QString();
+}
+
+QJsonObject ConfigStore::effective()
+{
+    const QJsonObject own = local().read();
+    const std::optional<SettingsFile> file = cloudFile(own);
+    if (!file)
+        return own;
+    QJsonObject merged = own;
+    const QJsonObject shared = file->read();
+    for (auto entry = shared.begin(); entry != shared.end(); ++entry) {
+        if (entry.key() != cloud)
+            merged.insert(entry.key(), entry.value());
+    }
+    return merged;
+}
+
+Hotkey ConfigStore::resolveHotkey()
+{
+    const QJsonObject settings = effective().value(hotkey).toObject();
+    Hotkey result;
+    result.modifier = hotkeyModifierFrom(settings.value(u"modifier").toString()).value_or(result.modifier);
+    result.holdThreshold = std::clamp(settings.value(u"holdThreshold").toDouble(Hotkey::defaultHoldThreshold),
+                                      Hotkey::minHoldThreshold, Hotkey::maxHoldThreshold);
+    return result;
+}
+
+QString ConfigStore::resolveCaptureDir()
+{
+    const QJsonObject settings = effective();
+    if (const std::optional<QString> folder = folderIn(settings, captures))
+        return *folder;
+    return folderIn(settings, cloud).value_or(homeFolder()) + QStringLiteral("/captures");
+}
+
+QString ConfigStore::resolveSource()
+{
+    if (const std::optional<QString> folder = folderIn(effective(), source))
+        return *folder;
+    if (const std::optional<QString> folder = folderFromAnswer(systemScreenshotLocation().value_or(QByteArray())))
+        return *folder;
+    return QDir::homePath() + QStringLiteral("/Desktop");
+}
+
+bool ConfigStore::autoOcr()
+{
+    return effective().value(u"autoOcr").toBool(true);
+}
+
+bool ConfigStore::createFolder(const QString &path)
+{
+    const QString home = homeFolder();
+    if (path == home || path.startsWith(home + u'/')) {
+        // The index holds the text of everything its owner ever photographed.
+        constexpr QFile::Permissions owner = QFile::ReadOwner | QFile::WriteOwner | QFile::ExeOwner;
+        QDir().mkdir(home, owner);
+    }
+    return QDir().mkpath(path);
+}
+
+Outcome ConfigStore::setShared(const QString &key, const std::optional<QJsonValue> &value)
+{
+    createFolder(homeFolder());
+    return governing().set(key, value.value_or(QJsonValue(QJsonValue::Undefined)));
+}
+
+Outcome ConfigStore::setCloud(const std::optional<QString> &path)
+{
+    createFolder(homeFolder());
+    const bool set = path && !path->isEmpty();
+    return local().set(cloud.toString(), set ? QJsonValue(*path) : QJsonValue(QJsonValue::Undefined));
+}
+
+static bool usable(const QString &key, const QJsonValue &value)
+{
+    if (key == hotkey)
+        return value.isObject();
+    if (key == u"autoOcr")
+        return value.isBool();
+    return !value.toString().isEmpty();
+}
+
+ConfigStore::Origin ConfigStore::originOf(const QString &key)
+{
+    const QJsonObject own = local().read();
+    const std::optional<SettingsFile> file = cloudFile(own);
+    // A shared value of the wrong type hides the local one all the same: merging knows no types.
+    if (file && key != cloud) {
+        const QJsonObject shared = file->read();
+        if (shared.contains(key))
+            return usable(key, shared.value(key)) ? Origin::shared : Origin::standard;
+        if (key == captures && !usable(key, own.value(key)))
+            return Origin::shared;
+    }
+    if (usable(key, own.value(key)))
+        return Origin::local;
+    const bool system = key == source && folderFromAnswer(systemScreenshotLocation().value_or(QByteArray()));
+    return system ? Origin::system : Origin::standard;
+}
+
+} // namespace qm

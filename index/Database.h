@@ -1,0 +1,91 @@
+#pragma once
+
+#include <QByteArray>
+#include <QString>
+
+#include <memory>
+#include <string_view>
+
+struct sqlite3;
+struct sqlite3_stmt;
+
+namespace qm {
+
+// A prepared statement, finalised when it goes. One that did not prepare is inert: binding and running do nothing, there
+// are no rows. Of the thread that owns its Database.
+class Statement
+{
+public:
+    Statement() = default;
+
+    // Parameters count from 1. Texts are copied and end at their first NUL.
+    void bind(int parameter, const char *utf8);
+    void bind(int parameter, const QString &text);
+    void bind(int parameter, qint64 number);
+    void bind(int parameter, int number);
+
+    // Runs a write, and readies the statement for the next one. False when the database refused it (busy, full, read-only):
+    // the transaction around it should end. An inert statement is skipped, not refused.
+    [[nodiscard]] bool run();
+
+    bool nextRow(); // false at the end, and at an error
+    bool isNull(int column) const; // columns count from 0
+    qint64 int64(int column) const;
+    std::string_view bytes(int column) const; // UTF-8, valid until the next row
+    QString text(int column) const;           // "" for NULL
+
+private:
+    friend class Database;
+    struct Finalize { void operator()(sqlite3_stmt *statement) const; };
+    std::unique_ptr<sqlite3_stmt, Finalize> m_statement;
+};
+
+// One connection to the index file, confined to one queue by its owner. Failures are quiet: without a connection every
+// statement is inert; error() says why, for the one who asks.
+class Database
+{
+public:
+    enum class Access { write, read };
+
+    Database(QString path, Access access);
+
+    // Opens the connection unless it is open. The writer makes folder, file and schema, and tries the schema again where
+    // it failed before (another process held the file); the reader never makes a file. False when it cannot be used.
+    bool open();
+    bool isOpen() const { return m_connection != nullptr; } // a connection, with its schema or without
+
+    QString path() const { return m_path; }
+    QString error() const; // the last failure in SQLite's words; empty when all is well
+
+    Statement prepare(const char *sql);
+    qint64 number(const char *sql); // the first column of the first row; 0 without one
+    bool execute(const char *sql);
+
+private:
+    friend class Transaction;
+    struct Close { void operator()(sqlite3 *connection) const; };
+
+    QString m_path;
+    Access m_access;
+    std::unique_ptr<sqlite3, Close> m_connection;
+    bool m_schemaReady = false;
+    QString m_error;
+};
+
+// BEGIN; rolled back at the end of its scope unless commit() succeeded. A COMMIT that fails (a reader held the file beyond
+// the busy time-out) leaves SQLite's transaction open: the rollback lets the next one begin.
+class Transaction
+{
+public:
+    explicit Transaction(Database &database);
+    ~Transaction();
+    Transaction(const Transaction &) = delete;
+    Transaction &operator=(const Transaction &) = delete;
+
+    bool commit();
+
+private:
+    Database &m_database;
+};
+
+} // namespace qm

@@ -1,0 +1,152 @@
+#include "index/FolderScan.h"
+
+#include "config/ConfigStore.h"
+#include "index/Database.h"
+#include "index/IndexSql.h"
+#include "index/PathSet.h"
+#include "index/TakenAt.h"
+#include "platform/FolderListing.h"
+
+#include <algorithm>
+#include <string>
+
+namespace qm {
+
+using FolderListing::Kind;
+
+namespace {
+
+struct NewFile {
+    size_t path; // its number in the set of paths
+    qint64 bytes;
+    qint64 modifiedMs;
+};
+
+// What one look at the folders tells.
+struct Findings {
+    PathSet paths;            // the known ones first, then the new
+    std::vector<bool> proven; // of the known ones: seen in a listing
+    std::vector<NewFile> fresh;
+};
+
+bool isImage(std::string_view name)
+{
+    constexpr std::string_view imageExts[] = {"png", "jpg", "jpeg", "gif", "heic", "tiff", "webp"};
+    const size_t dot = name.rfind('.');
+    if (dot == std::string_view::npos || dot == 0 || name.size() - dot > 5)
+        return false;
+    char lower[8];
+    const std::string_view extension = name.substr(dot + 1);
+    std::transform(extension.begin(), extension.end(), lower,
+                   [](char c) { return c >= 'A' && c <= 'Z' ? char(c - 'A' + 'a') : c; });
+    return std::find(std::begin(imageExts), std::end(imageExts), std::string_view(lower, extension.size()))
+        != std::end(imageExts);
+}
+
+Findings knownPaths(Database &database)
+{
+    Findings findings;
+    Statement known = database.prepare(IndexSql::knownPaths);
+    while (known.nextRow())
+        findings.paths.insert(known.bytes(0));
+    findings.proven.resize(findings.paths.size());
+    return findings;
+}
+
+void lookInto(const QString &folder, Findings &findings)
+{
+    const QByteArray folderBytes = folder.toUtf8();
+    std::string path(folderBytes.constData(), size_t(folderBytes.size()));
+    if (path != "/")
+        path += '/';
+    const size_t prefix = path.size();
+    FolderListing::forEach(folderBytes, [&](std::string_view name, Kind kind) {
+        if (!isImage(name))
+            return;
+        path.resize(prefix);
+        path += name;
+        if (const std::optional<size_t> number = findings.paths.find(path)) {
+            // A link may lead nowhere, and an entry of unknown kind may be one.
+            if (*number < findings.proven.size() && (kind == Kind::regular || kind == Kind::other))
+                findings.proven[*number] = true;
+            return;
+        }
+        if (kind == Kind::link || kind == Kind::other)
+            return;
+        const auto attributes = FolderListing::attributes(QByteArray::fromRawData(path.data(), qsizetype(path.size())));
+        if (!attributes || !attributes->regular || !QUtf8StringView(path.data(), qsizetype(path.size())).isValidUtf8())
+            return;
+        findings.fresh.push_back({findings.paths.insert(path).number, attributes->bytes, attributes->modifiedMs});
+    });
+}
+
+int removeGone(Database &database, const Findings &findings)
+{
+    std::vector<size_t> gone;
+    for (size_t number = 0; number < findings.proven.size(); ++number) {
+        const std::string_view path = findings.paths[number];
+        if (!findings.proven[number]
+            && FolderListing::existence(QByteArray::fromRawData(path.data(), qsizetype(path.size())))
+                == FolderListing::Existence::gone)
+            gone.push_back(number);
+    }
+    if (gone.empty())
+        return 0;
+    Transaction transaction(database);
+    Statement remove = database.prepare(IndexSql::deleteShot);
+    for (const size_t number : gone) {
+        remove.bind(1, findings.paths[number].data());
+        if (!remove.run())
+            return 0;
+    }
+    return transaction.commit() ? int(gone.size()) : 0;
+}
+
+int insertNew(Database &database, Findings &findings, const QDateTime &now)
+{
+    // A search walks the rows by modification time: rows that were also inserted in that order lie in the file as it reads
+    // them, which makes it about twice as fast.
+    std::sort(findings.fresh.begin(), findings.fresh.end(), [](const NewFile &a, const NewFile &b) {
+        return std::tie(a.modifiedMs, a.path) < std::tie(b.modifiedMs, b.path);
+    });
+    const QByteArray indexedAt = isoUtc(now.toMSecsSinceEpoch()).toLatin1();
+    Transaction transaction(database);
+    Statement insert = database.prepare(IndexSql::insertShot);
+    for (const NewFile &file : findings.fresh) {
+        const char *path = findings.paths[file.path].data();
+        const char *name = path + findings.paths[file.path].rfind('/') + 1;
+        insert.bind(1, path);
+        insert.bind(2, name);
+        insert.bind(3, file.bytes);
+        insert.bind(4, file.modifiedMs);
+        insert.bind(5, parseTakenAt(QString::fromUtf8(name), file.modifiedMs));
+        insert.bind(6, indexedAt.constData());
+        if (!insert.run())
+            return 0;
+    }
+    return transaction.commit() ? int(findings.fresh.size()) : 0;
+}
+
+} // namespace
+
+QStringList FolderScan::orderedSourceDirs()
+{
+    QStringList folders{ConfigStore::resolveSource(), ConfigStore::resolveCaptureDir()};
+    folders.removeDuplicates();
+    return folders;
+}
+
+FolderScan::Changes FolderScan::scan(Database &database, const QStringList &folders, const QDateTime &now)
+{
+    if (!database.isOpen())
+        return {};
+    Findings findings = knownPaths(database);
+    for (const QString &folder : folders)
+        lookInto(folder, findings);
+    Changes changes;
+    changes.removed = removeGone(database, findings);
+    changes.added = insertNew(database, findings, now);
+    return changes;
+}
+
+} // namespace qm

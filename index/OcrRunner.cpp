@@ -1,0 +1,136 @@
+#include "index/OcrRunner.h"
+
+#include "index/Database.h"
+#include "index/IndexSql.h"
+#include "platform/ChildProcess.h"
+#include "platform/FolderListing.h"
+
+#include <QFileInfo>
+#include <QJsonDocument>
+#include <QJsonObject>
+#include <QLockFile>
+
+#include <vector>
+
+namespace qm {
+
+namespace {
+
+struct Pending {
+    qint64 id;
+    QByteArray path;
+    bool present;
+};
+
+std::vector<Pending> pendingRows(Database &database, int limit)
+{
+    std::vector<Pending> rows;
+    Statement waiting = database.prepare(IndexSql::waiting);
+    waiting.bind(1, limit);
+    while (waiting.nextRow()) {
+        const std::string_view path = waiting.bytes(1);
+        const QByteArray bytes(path.data(), qsizetype(path.size()));
+        rows.push_back({waiting.int64(0), bytes, FolderListing::existence(bytes) == FolderListing::Existence::exists});
+    }
+    return rows;
+}
+
+// The command line works on the same rows as the application: without this, both would read the same pictures at once.
+// Where no lock file can be made the batch goes on without.
+class BatchLock
+{
+public:
+    explicit BatchLock(const Database &database)
+        : m_file(QFileInfo(database.path()).path() + QStringLiteral("/ocr.lock"))
+    {
+        m_file.setStaleLockTime(0); // a batch may be long; only the death of its process makes the lock stale
+        m_file.tryLock();
+    }
+    bool isTaken() const { return m_file.error() == QLockFile::LockFailedError; }
+
+private:
+    QLockFile m_file;
+};
+
+// The whole output, or nothing where it is no UTF-8: a helper that garbles one line cannot be trusted with the others.
+QByteArray runHelper(const QString &helper, const std::vector<Pending> &rows, const OcrRunner::Progress &progress)
+{
+    QByteArray input;
+    int asked = 0;
+    for (const Pending &row : rows) {
+        // A line feed in a name would read as two paths.
+        if (row.present && !row.path.contains('\n')) {
+            input += row.path + '\n';
+            ++asked;
+        }
+    }
+    if (asked == 0)
+        return {};
+    int answered = 0;
+    const auto received = [&](const QByteArray &piece) {
+        answered += int(piece.count('\n'));
+        if (progress)
+            progress(std::min(answered, asked), asked);
+    };
+    const QByteArray output = ChildProcess::run(helper, {}, input, received).value_or(QByteArray());
+    return QUtf8StringView(output).isValidUtf8() ? output : QByteArray();
+}
+
+} // namespace
+
+OcrRunner::Results OcrRunner::parseNdjson(const QByteArray &output)
+{
+    Results results;
+    for (const QByteArray &line : output.split('\n')) {
+        const QJsonObject object = QJsonDocument::fromJson(line.trimmed()).object();
+        const QJsonValue path = object.value(u"path");
+        if (!path.isString())
+            continue;
+        const QJsonValue text = object.value(u"text");
+        if (object.contains(u"error"))
+            results.insert(path.toString().toUtf8(), std::nullopt);
+        else if (text.isString())
+            results.insert(path.toString().toUtf8(), text.toString());
+    }
+    return results;
+}
+
+bool OcrRunner::isBusy(const Database &database)
+{
+    return BatchLock(database).isTaken();
+}
+
+int OcrRunner::run(Database &database, const std::optional<QString> &helper, int limit, const Progress &progress)
+{
+    if (!helper)
+        return 0;
+    BatchLock lock(database);
+    if (lock.isTaken())
+        return 0;
+
+    const std::vector<Pending> rows = pendingRows(database, limit);
+    if (rows.empty())
+        return 0;
+    const Results results = parseNdjson(runHelper(*helper, rows, progress));
+
+    Transaction transaction(database);
+    Statement giveUp = database.prepare(IndexSql::giveUp);
+    Statement store = database.prepare(IndexSql::storeText);
+    int stored = 0;
+    for (const Pending &row : rows) {
+        if (!row.present) {
+            giveUp.bind(1, row.id);
+            if (!giveUp.run())
+                return 0;
+        } else if (const std::optional<QString> text = results.value(row.path)) {
+            store.bind(1, *text);
+            store.bind(2, row.id);
+            if (!store.run())
+                return 0;
+            ++stored;
+        }
+    }
+    return transaction.commit() ? stored : 0;
+}
+
+} // namespace qm

@@ -1,0 +1,14 @@
+#pragma once
+
+#include <QString>
+
+namespace qm {
+
+// When a screenshot was taken, as its name tells, else from its modification time (ms since 1970 UTC). A time from the name
+// is the wall clock's, "2024-05-01T09:30:15", whatever the digits say; one from the file is UTC, "2024-05-01T00:30:15Z".
+QString parseTakenAt(const QString &name, qint64 modifiedMs);
+
+// Internet date-time in UTC without a fraction (RFC 3339).
+QString isoUtc(qint64 msSince1970);
+
+} // namespace qm
