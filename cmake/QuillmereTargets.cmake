@@ -15,7 +15,7 @@ find_package(Threads REQUIRED)
 find_package(PkgConfig REQUIRED)
 pkg_check_modules(heif REQUIRED IMPORTED_TARGET libheif)
 if(NOT APPLE)
-    pkg_check_modules(xcb REQUIRED IMPORTED_TARGET xcb xcb-composite xcb-randr xcb-render xcb-shm xcb-xkb)
+    pkg_check_modules(xcb REQUIRED IMPORTED_TARGET xcb xcb-composite xcb-randr xcb-render xcb-shm)
     pkg_check_modules(xcb_test IMPORTED_TARGET xcb-xtest)
 endif()
 

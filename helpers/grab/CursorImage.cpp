@@ -13,8 +13,8 @@ xcb_render_pictformat_t alphaFormat(XConnection &server)
 {
     if (!server.hasExtension(xcb_render_id))
         return 0;
-    const Reply<xcb_render_query_pict_formats_reply_t> answer(xcb_render_query_pict_formats_reply(
-        server.get(), xcb_render_query_pict_formats(server.get()), nullptr));
+    const Reply<xcb_render_query_pict_formats_reply_t> answer(
+        xcb_render_query_pict_formats_reply(server.get(), xcb_render_query_pict_formats(server.get()), nullptr));
     if (!answer)
         return 0;
     for (auto format = xcb_render_query_pict_formats_formats_iterator(answer.get()); format.rem;
@@ -37,8 +37,8 @@ xcb_cursor_t makeCursor(XConnection &server, const QImage &picture)
     if (!format) {
         const xcb_font_t font = xcb_generate_id(connection);
         xcb_open_font(connection, font, 6, "cursor");
-        xcb_create_glyph_cursor(connection, cursor, font, font, crossGlyph, crossGlyph + 1, 0xffff, 0xffff, 0xffff, 0, 0,
-                                0);
+        xcb_create_glyph_cursor(connection, cursor, font, font, crossGlyph, crossGlyph + 1, 0xffff, 0xffff, 0xffff, 0,
+                                0, 0);
         xcb_close_font(connection, font);
         return cursor;
     }

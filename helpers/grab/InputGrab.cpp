@@ -16,7 +16,10 @@ constexpr uint16_t anyButton = XCB_BUTTON_MASK_1 | XCB_BUTTON_MASK_2 | XCB_BUTTO
 
 } // namespace
 
-InputGrab::InputGrab(XConnection &server) : m_server(server) {}
+InputGrab::InputGrab(XConnection &server)
+    : m_server(server)
+{
+}
 
 InputGrab::~InputGrab()
 {
@@ -79,9 +82,15 @@ bool InputGrab::isAnythingDown() const
     const Reply<xcb_query_keymap_reply_t> keys(xcb_query_keymap_reply(m_server.get(), askKeys, nullptr));
     if (pointer && (pointer->mask & anyButton))
         return true;
-    return keys && std::any_of(m_pressed.cbegin(), m_pressed.cend(), [&keys](xcb_keycode_t key) {
-               return keys->keys[key / 8] & (1 << key % 8);
-           });
+    return keys && std::any_of(m_pressed.cbegin(), m_pressed.cend(),
+                               [&keys](xcb_keycode_t key) { return keys->keys[key / 8] & (1 << key % 8); });
+}
+
+bool InputGrab::isKeyDown(xcb_keycode_t key) const
+{
+    const Reply<xcb_query_keymap_reply_t> keys(
+        xcb_query_keymap_reply(m_server.get(), xcb_query_keymap(m_server.get()), nullptr));
+    return keys && keys->keys[key / 8] & (1 << key % 8);
 }
 
 void InputGrab::release()

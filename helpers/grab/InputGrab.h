@@ -27,6 +27,7 @@ public:
     // Lets go once those keys and all buttons are up, at the latest after the limit. At once when nothing is held.
     void releaseWhenUp(std::chrono::milliseconds limit);
     bool isAnythingDown() const;
+    bool isKeyDown(xcb_keycode_t key) const; // as the server knows it now
     void release();
 
 private:

@@ -59,7 +59,8 @@ QList<Monitor> monitors(XConnection &server)
         if (answer) {
             for (auto next = xcb_randr_get_monitors_monitors_iterator(answer.get()); next.rem;
                  xcb_randr_monitor_info_next(&next)) {
-                const QRect area = QRect(next.data->x, next.data->y, next.data->width, next.data->height) & server.area();
+                const QRect area =
+                    QRect(next.data->x, next.data->y, next.data->width, next.data->height) & server.area();
                 const bool known = std::any_of(found.cbegin(), found.cend(),
                                                [&](const Monitor &monitor) { return monitor.area.contains(area); });
                 if (area.isEmpty() || known) // mirrored outputs
@@ -71,7 +72,8 @@ QList<Monitor> monitors(XConnection &server)
         for (qsizetype i = 0; i < found.size(); ++i) {
             const Reply<xcb_get_atom_name_reply_t> name(xcb_get_atom_name_reply(server.get(), names[i], nullptr));
             if (name)
-                found[i].name = QByteArray(xcb_get_atom_name_name(name.get()), xcb_get_atom_name_name_length(name.get()));
+                found[i].name =
+                    QByteArray(xcb_get_atom_name_name(name.get()), xcb_get_atom_name_name_length(name.get()));
         }
     }
     if (found.isEmpty())
@@ -106,8 +108,8 @@ int pictureScale(const QList<Monitor> &monitors, const QRect &area)
         const QRect common = monitor.area & area;
         return qint64(common.width()) * common.height();
     };
-    const Monitor &most = *std::max_element(
-        monitors.cbegin(), monitors.cend(), [&](const Monitor &a, const Monitor &b) { return shared(a) < shared(b); });
+    const Monitor &most = *std::max_element(monitors.cbegin(), monitors.cend(),
+                                            [&](const Monitor &a, const Monitor &b) { return shared(a) < shared(b); });
     const double whole = std::round(most.scale);
     return std::abs(most.scale - whole) < 0.01 && whole >= 1 ? int(whole) : 1;
 }

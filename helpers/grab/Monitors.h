@@ -12,8 +12,8 @@ class XConnection;
 
 struct Monitor {
     QByteArray name;
-    QRect area;        // pixels
-    double scale = 1;  // pixels per point
+    QRect area;       // pixels
+    double scale = 1; // pixels per point
 };
 
 // The monitors as RandR 1.5 tells them, those that show the same left out; one over everything where it tells none.

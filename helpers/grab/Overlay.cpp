@@ -8,7 +8,6 @@
 
 #include <cmath>
 #include <poll.h>
-#include <xcb/xkb.h>
 
 namespace qm {
 
@@ -97,9 +96,8 @@ void Overlay::show()
     xcb_connection_t *connection = m_server.get();
     const xcb_query_pointer_cookie_t askPointer = xcb_query_pointer(connection, m_server.root());
     const xcb_setup_t *setup = xcb_get_setup(connection);
-    const xcb_get_keyboard_mapping_cookie_t askKeyboard = xcb_get_keyboard_mapping(
-        connection, setup->min_keycode, uint8_t(setup->max_keycode - setup->min_keycode + 1));
-    const xcb_xkb_use_extension_cookie_t askXkb = xcb_xkb_use_extension(connection, 1, 0);
+    const xcb_get_keyboard_mapping_cookie_t askKeyboard =
+        xcb_get_keyboard_mapping(connection, setup->min_keycode, uint8_t(setup->max_keycode - setup->min_keycode + 1));
 
     // No background: the server would clear the screen before the first paint.
     const uint32_t values[] = {XCB_BACK_PIXMAP_NONE, 1, XCB_EVENT_MASK_EXPOSURE};
@@ -115,12 +113,6 @@ void Overlay::show()
 
     const Reply<xcb_query_pointer_reply_t> pointer(xcb_query_pointer_reply(connection, askPointer, nullptr));
     m_keyboard.reset(xcb_get_keyboard_mapping_reply(connection, askKeyboard, nullptr));
-    if (const Reply<xcb_xkb_use_extension_reply_t> xkb(xcb_xkb_use_extension_reply(connection, askXkb, nullptr)); xkb) {
-        // A key held down then repeats as presses alone, and a release is a release.
-        constexpr uint32_t flag = XCB_XKB_PER_CLIENT_FLAG_DETECTABLE_AUTO_REPEAT;
-        xcb_discard_reply(connection, xcb_xkb_per_client_flags(connection, XCB_XKB_ID_USE_CORE_KBD, flag, flag, 0, 0, 0)
-                                          .sequence);
-    }
     const QPoint at = pointer ? QPoint(pointer->root_x, pointer->root_y) : QPoint();
     m_picker.emplace(m_options.mode, m_options.offer, m_screen.windows, m_server.area(),
                      monitorAt(m_screen.monitors, at).scale);
@@ -211,9 +203,7 @@ void Overlay::handle(const xcb_generic_event_t &event)
         }
         break;
     }
-    case XCB_KEY_RELEASE:
-        m_picker->keyUp(key(reinterpret_cast<const xcb_key_release_event_t &>(event).detail));
-        break;
+    case XCB_KEY_RELEASE: m_picker->keyUp(key(reinterpret_cast<const xcb_key_release_event_t &>(event).detail)); break;
     case XCB_EXPOSE: {
         const auto &expose = reinterpret_cast<const xcb_expose_event_t &>(event);
         put(QRect(expose.x, expose.y, expose.width, expose.height));
@@ -240,7 +230,7 @@ Picker::Key Overlay::key(xcb_keycode_t code) const
         return Picker::Key::other;
     switch (xcb_get_keyboard_mapping_keysyms(m_keyboard.get())[index]) {
     case 0xff1b: return Picker::Key::escape;
-    case 0xff0d: // Return
+    case 0xff0d:                            // Return
     case 0xff8d: return Picker::Key::enter; // on the keypad
     case 0x0020: return Picker::Key::space;
     case 0xffe1: // left and right Shift
@@ -304,12 +294,14 @@ void Overlay::composeRegion(OverlayFrame &frame, const Monitor &monitor)
         m_loupePoint = pointer;
         m_loupeScale = monitor.scale;
     }
-    const QPoint direction = selection.isEmpty() ? QPoint(1, 1) : 2 * pointer - selection.topLeft() - selection.bottomRight();
+    const QPoint direction =
+        selection.isEmpty() ? QPoint(1, 1) : 2 * pointer - selection.topLeft() - selection.bottomRight();
     m_loupe.at = placeLoupe(m_loupe.picture.size(), pointer, direction, monitor.area, pixels(18, monitor.scale));
     if (!selection.isEmpty()) {
-        const QImage &size = label(QStringLiteral("%1 × %2").arg(selection.width()).arg(selection.height()), monitor.scale);
-        frame.sprites.append({placeLabel(size.size(), selection, monitor.area, m_loupe.area(), pixels(8, monitor.scale)),
-                              size});
+        const QImage &size =
+            label(QStringLiteral("%1 × %2").arg(selection.width()).arg(selection.height()), monitor.scale);
+        frame.sprites.append(
+            {placeLabel(size.size(), selection, monitor.area, m_loupe.area(), pixels(8, monitor.scale)), size});
     }
     frame.sprites.append(m_loupe);
 }
@@ -334,8 +326,7 @@ void Overlay::composeWindow(OverlayFrame &frame, const Monitor &monitor)
 // What a click on the window takes: all of it where it has pixels of its own, else what is seen of it.
 QRect Overlay::windowArea(int index) const
 {
-    return m_screen.composited ? m_screen.windows[index].frame
-                               : visibleArea(m_screen.windows, index, m_server.area());
+    return m_screen.composited ? m_screen.windows[index].frame : visibleArea(m_screen.windows, index, m_server.area());
 }
 
 const QImage &Overlay::label(const QString &text, double scale, double maxWidth)
@@ -362,7 +353,7 @@ QString Overlay::hintText() const
 
 void Overlay::put(const QRegion &region)
 {
-    for (const QRect &area : region & m_server.area()) {
+    for (const QRect &area : region &m_server.area()) {
         m_paint->put(
             area,
             [](QImage &target, QPoint origin, const void *overlay) {

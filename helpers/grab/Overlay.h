@@ -16,7 +16,8 @@ namespace qm {
 
 // The screen as it was at one moment, and what lay on it.
 struct FrozenScreen {
-    QImage pixels; // of the whole desktop, RGB32; what no monitor shows is black. The grab's memory: copy what is to stay.
+    QImage
+        pixels; // of the whole desktop, RGB32; what no monitor shows is black. The grab's memory: copy what is to stay.
     QList<ScreenWindow> windows;
     QList<Monitor> monitors;
     bool composited = false; // windows have pixels of their own, whatever lies over them
@@ -80,7 +81,7 @@ private:
     bool m_textReady = false;
     bool m_hinted = false;
     bool m_screenChanged = false;
-    OverlayFrame m_frame;       // on the screen
+    OverlayFrame m_frame;         // on the screen
     OverlayFrame::Sprite m_loupe; // as long as the pointer rests
     QPoint m_loupePoint;
     double m_loupeScale = 0;

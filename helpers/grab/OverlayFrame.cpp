@@ -16,7 +16,7 @@ void dim(quint32 *to, const quint32 *from, int count)
         to[i] = 0xff000000 | (((from[i] >> 1) & 0x7f7f7f) + ((from[i] >> 3) & 0x1f1f1f));
 }
 
-template <class T>
+template<class T>
 void addDifference(QRegion &region, const QList<T> &of, const QList<T> &other, QRect (*area)(const T &))
 {
     for (const T &item : of) {
@@ -57,17 +57,16 @@ void paint(const OverlayFrame &frame, const QImage &frozen, QImage &target, QPoi
         const auto *from = reinterpret_cast<const quint32 *>(frozen.constScanLine(y)) + area.left();
         const bool crossed = y >= frame.clear.top() && y <= frame.clear.bottom();
         const int clearFrom = crossed ? std::clamp(frame.clear.left() - area.left(), 0, area.width()) : area.width();
-        const int clearTo = crossed ? std::clamp(frame.clear.right() + 1 - area.left(), clearFrom, area.width())
-                                    : area.width();
+        const int clearTo =
+            crossed ? std::clamp(frame.clear.right() + 1 - area.left(), clearFrom, area.width()) : area.width();
         dim(to, from, clearFrom);
         std::memcpy(to + clearFrom, from + clearFrom, size_t(clearTo - clearFrom) * sizeof(quint32));
         dim(to + clearTo, from + clearTo, area.width() - clearTo);
     }
-    const bool bare = std::none_of(frame.fills.cbegin(), frame.fills.cend(), [&](const auto &fill) {
-        return fill.area.intersects(area);
-    }) && std::none_of(frame.sprites.cbegin(), frame.sprites.cend(), [&](const auto &sprite) {
-        return sprite.area().intersects(area);
-    });
+    const bool bare = std::none_of(frame.fills.cbegin(), frame.fills.cend(),
+                                   [&](const auto &fill) { return fill.area.intersects(area); }) &&
+                      std::none_of(frame.sprites.cbegin(), frame.sprites.cend(),
+                                   [&](const auto &sprite) { return sprite.area().intersects(area); });
     if (bare)
         return;
     QPainter painter(&target);

@@ -29,7 +29,8 @@ std::unique_ptr<SharedMemory> SharedMemory::create(XConnection &server, size_t b
         return nullptr;
     }
     std::unique_ptr<SharedMemory> shared(new SharedMemory(server, static_cast<uchar *>(memory), bytes));
-    const xcb_void_cookie_t attached = xcb_shm_attach_fd_checked(server.get(), shared->m_segment, file, 0); // closes file
+    const xcb_void_cookie_t attached =
+        xcb_shm_attach_fd_checked(server.get(), shared->m_segment, file, 0); // closes file
     if (const Reply<xcb_generic_error_t> error(xcb_request_check(server.get(), attached)); error) {
         shared->m_segment = 0;
         return nullptr;
@@ -78,8 +79,8 @@ QImage ScreenGrab::take(xcb_drawable_t from, quint8 depth, const QRect &part)
         return answer ? QImage(m_memory->data(), width, height, bytesPerLine, format) : QImage();
     }
     const Reply<xcb_get_image_reply_t> answer(xcb_get_image_reply(
-        m_server.get(),
-        xcb_get_image(m_server.get(), XCB_IMAGE_FORMAT_Z_PIXMAP, from, x, y, width, height, ~0u), nullptr));
+        m_server.get(), xcb_get_image(m_server.get(), XCB_IMAGE_FORMAT_Z_PIXMAP, from, x, y, width, height, ~0u),
+        nullptr));
     if (!answer)
         return {};
     const QImage image(xcb_get_image_data(answer.get()), width, height, bytesPerLine, format);

@@ -44,8 +44,8 @@ QList<Answer> ask(XConnection &server, const QList<xcb_window_t> &windows)
         const Reply<xcb_query_tree_reply_t> tree(xcb_query_tree_reply(server.get(), question.tree, nullptr));
         Answer answer;
         if (attributes && geometry && tree) { // else it was closed meanwhile
-            answer.shown = attributes->map_state == XCB_MAP_STATE_VIEWABLE &&
-                           attributes->_class == XCB_WINDOW_CLASS_INPUT_OUTPUT;
+            answer.shown =
+                attributes->map_state == XCB_MAP_STATE_VIEWABLE && attributes->_class == XCB_WINDOW_CLASS_INPUT_OUTPUT;
             answer.border = geometry->border_width;
             answer.area = QRect(geometry->x, geometry->y, geometry->width + 2 * answer.border,
                                 geometry->height + 2 * answer.border);
@@ -105,12 +105,12 @@ xcb_window_t compositorsWindow(XConnection &server)
 {
     if (!server.hasExtension(xcb_composite_id) || !server.selectionOwner(Atom::compositor))
         return XCB_WINDOW_NONE;
-    Reply<xcb_composite_query_version_reply_t>(xcb_composite_query_version_reply(
-        server.get(), xcb_composite_query_version(server.get(), 0, 4), nullptr));
+    Reply<xcb_composite_query_version_reply_t>(
+        xcb_composite_query_version_reply(server.get(), xcb_composite_query_version(server.get(), 0, 4), nullptr));
     const Reply<xcb_composite_get_overlay_window_reply_t> answer(xcb_composite_get_overlay_window_reply(
         server.get(), xcb_composite_get_overlay_window(server.get(), server.root()), nullptr));
     xcb_composite_release_overlay_window(server.get(), server.root());
-    return answer ? answer->overlay_win : XCB_WINDOW_NONE;
+    return answer ? answer->overlay_win : xcb_window_t(XCB_WINDOW_NONE);
 }
 
 } // namespace
@@ -185,8 +185,8 @@ QList<ScreenWindow> screenWindows(XConnection &server)
         const Reply<xcb_translate_coordinates_reply_t> place(
             xcb_translate_coordinates_reply(server.get(), places[i], nullptr));
         const qsizetype index = indexOfTop.value(ancestors[i], -1);
-        const bool elsewhere = !desktop.isEmpty() && !current.isEmpty() && desktop[0] != current[0] &&
-                               desktop[0] != everyDesktop;
+        const bool elsewhere =
+            !desktop.isEmpty() && !current.isEmpty() && desktop[0] != current[0] && desktop[0] != everyDesktop;
         if (index < 0 || !place || elsewhere || states.contains(server.atom(Atom::stateHidden)))
             continue;
         const QSize size = clientAnswers[i].area.size() - 2 * QSize(clientAnswers[i].border, clientAnswers[i].border);

@@ -12,12 +12,12 @@ namespace qm {
 
 // A window a person can point at. Rectangles are pixels of the whole screen.
 struct ScreenWindow {
-    xcb_window_t top = 0;   // the child of the root that holds it, frame included: what lies on the screen
-    QRect topArea;          // its place, with any border and invisible margin
-    QRect frame;            // what a person calls the window: its frame without shadows and invisible margins
-    quint8 depth = 0;       // of top
+    xcb_window_t top = 0; // the child of the root that holds it, frame included: what lies on the screen
+    QRect topArea;        // its place, with any border and invisible margin
+    QRect frame;          // what a person calls the window: its frame without shadows and invisible margins
+    quint8 depth = 0;     // of top
     QString title;
-    bool offered = true;    // false: only known to cover others (a menu, a notification)
+    bool offered = true; // false: only known to cover others (a menu, a notification)
 };
 
 // What lies on the screen, bottom first. The window manager's own list (EWMH 1.5, _NET_CLIENT_LIST_STACKING) says what is

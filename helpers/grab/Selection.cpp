@@ -14,7 +14,11 @@ QPoint clamped(QPoint point, const QRect &bounds)
 
 } // namespace
 
-Selection::Selection(const QRect &bounds, int threshold) : m_bounds(bounds), m_threshold(threshold) {}
+Selection::Selection(const QRect &bounds, int threshold)
+    : m_bounds(bounds)
+    , m_threshold(threshold)
+{
+}
 
 void Selection::press(QPoint at)
 {

@@ -16,12 +16,12 @@ public:
     void press(QPoint at);
     void move(QPoint to);
     void release();
-    void setSquare(bool square);   // while set, both sides are as long as the longer one, as far as the bounds allow
-    void setMoving(bool moving);   // while set, the pointer moves the whole rectangle
-    void nudge(QPoint by);         // moves it, and where the pointer holds it
+    void setSquare(bool square); // while set, both sides are as long as the longer one, as far as the bounds allow
+    void setMoving(bool moving); // while set, the pointer moves the whole rectangle
+    void nudge(QPoint by);       // moves it, and where the pointer holds it
 
     bool isPressed() const { return m_pressed; }
-    QRect rect() const;            // empty until the press became a drag
+    QRect rect() const; // empty until the press became a drag
 
 private:
     QPoint corner() const; // opposite to the anchor
@@ -35,8 +35,8 @@ private:
     bool m_moving = false;
     QPoint m_anchor;
     QPoint m_pointer;
-    QPoint m_offset; // from the pointer to the corner it holds
-    QPoint m_movedFrom; // the pointer's place when moving began
+    QPoint m_offset;                     // from the pointer to the corner it holds
+    QPoint m_movedFrom;                  // the pointer's place when moving began
     QPoint m_movedAnchor, m_movedCorner; // and the rectangle's
     QPoint m_corner;
 };

@@ -5,16 +5,15 @@
 #include <xcb/randr.h>
 #include <xcb/render.h>
 #include <xcb/shm.h>
-#include <xcb/xkb.h>
 
 namespace qm {
 
 namespace {
 
 constexpr const char *atomNames[] = {
-    "_QUILLMERE_CAPTURE", "qmcapture", "UTF8_STRING", "_NET_CLIENT_LIST_STACKING", "_NET_CURRENT_DESKTOP",
-    "_NET_WM_DESKTOP", "_NET_WM_NAME", "_NET_WM_STATE", "_NET_WM_STATE_HIDDEN", "_NET_FRAME_EXTENTS",
-    "_GTK_FRAME_EXTENTS", nullptr /* named after the screen */,
+    "_QUILLMERE_CAPTURE",   "qmcapture",          "UTF8_STRING",        "_NET_CLIENT_LIST_STACKING",
+    "_NET_CURRENT_DESKTOP", "_NET_WM_DESKTOP",    "_NET_WM_NAME",       "_NET_WM_STATE",
+    "_NET_WM_STATE_HIDDEN", "_NET_FRAME_EXTENTS", "_GTK_FRAME_EXTENTS", nullptr /* named after the screen */,
 };
 static_assert(std::size(atomNames) == size_t(Atom::count));
 
@@ -53,7 +52,7 @@ std::unique_ptr<XConnection> XConnection::open()
         xcb_screen_next(&screens);
     std::unique_ptr<XConnection> opened(new XConnection(connection, screens.data));
 
-    for (xcb_extension_t *extension : {&xcb_shm_id, &xcb_randr_id, &xcb_composite_id, &xcb_render_id, &xcb_xkb_id})
+    for (xcb_extension_t *extension : {&xcb_shm_id, &xcb_randr_id, &xcb_composite_id, &xcb_render_id})
         xcb_prefetch_extension_data(connection, extension);
     const QByteArray compositor = "_NET_WM_CM_S" + QByteArray::number(screenNumber);
     std::array<xcb_intern_atom_cookie_t, size_t(Atom::count)> cookies;
@@ -63,7 +62,7 @@ std::unique_ptr<XConnection> XConnection::open()
     }
     for (size_t i = 0; i < cookies.size(); ++i) {
         const Reply<xcb_intern_atom_reply_t> answer(xcb_intern_atom_reply(connection, cookies[i], nullptr));
-        opened->m_atoms[i] = answer ? answer->atom : XCB_ATOM_NONE;
+        opened->m_atoms[i] = answer ? answer->atom : xcb_atom_t(XCB_ATOM_NONE);
     }
     return opened;
 }
@@ -115,9 +114,9 @@ bool XConnection::hasExtension(xcb_extension_t &extension) const
 
 xcb_window_t XConnection::selectionOwner(Atom selection) const
 {
-    const Reply<xcb_get_selection_owner_reply_t> answer(xcb_get_selection_owner_reply(
-        m_connection, xcb_get_selection_owner(m_connection, atom(selection)), nullptr));
-    return answer ? answer->owner : XCB_WINDOW_NONE;
+    const Reply<xcb_get_selection_owner_reply_t> answer(
+        xcb_get_selection_owner_reply(m_connection, xcb_get_selection_owner(m_connection, atom(selection)), nullptr));
+    return answer ? answer->owner : xcb_window_t(XCB_WINDOW_NONE);
 }
 
 QByteArray XConnection::property(xcb_window_t window, xcb_atom_t name) const

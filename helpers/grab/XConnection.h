@@ -14,12 +14,23 @@ namespace qm {
 struct FreeDeleter {
     void operator()(void *memory) const { std::free(memory); }
 };
-template <class T>
+template<class T>
 using Reply = std::unique_ptr<T, FreeDeleter>; // what xcb_..._reply answers; null when the server refused
 
 enum class Atom {
-    captureSelection, captureTool, utf8String, clientListStacking, currentDesktop, wmDesktop, wmName, wmState,
-    stateHidden, frameExtents, gtkFrameExtents, compositor, count
+    captureSelection,
+    captureTool,
+    utf8String,
+    clientListStacking,
+    currentDesktop,
+    wmDesktop,
+    wmName,
+    wmState,
+    stateHidden,
+    frameExtents,
+    gtkFrameExtents,
+    compositor,
+    count
 };
 
 // The connection to the X server. One thread. Requests are sent with XCB's own calls on get(); this adds what they all

@@ -21,7 +21,7 @@ using namespace std::chrono_literals;
 
 constexpr auto startLimit = 60s; // a loaded machine starts slowly, and only a broken one waits this long
 
-template <class T>
+template<class T>
 std::unique_ptr<T, decltype(&std::free)> reply(T *answer)
 {
     return {answer, &std::free};
@@ -41,16 +41,19 @@ constexpr char panelConfiguration[] = "panel_items = TS\n"
 
 } // namespace
 
-Desktop::Desktop() : Desktop(Options()) {}
+Desktop::Desktop()
+    : Desktop(Options())
+{
+}
 
 Desktop::Desktop(const Options &options)
 {
     const QString screen = QStringLiteral("%1x%2x24").arg(options.size.width()).arg(options.size.height());
     // -noreset: without it the server forgets monitors and resources whenever its last client leaves.
-    QProcess &server = launch(QStringLiteral("Xvfb"),
-                              {QStringLiteral("-displayfd"), QStringLiteral("1"), QStringLiteral("-noreset"),
-                               QStringLiteral("-nolisten"), QStringLiteral("tcp"), QStringLiteral("-screen"),
-                               QStringLiteral("0"), screen});
+    QProcess &server =
+        launch(QStringLiteral("Xvfb"), {QStringLiteral("-displayfd"), QStringLiteral("1"), QStringLiteral("-noreset"),
+                                        QStringLiteral("-nolisten"), QStringLiteral("tcp"), QStringLiteral("-screen"),
+                                        QStringLiteral("0"), screen});
     m_display = u':' + QString::fromLatin1(firstLine(server, "Xvfb"));
     m_connection = xcb_connect(m_display.toLatin1().constData(), nullptr);
     if (xcb_connection_has_error(m_connection))
@@ -143,9 +146,12 @@ void Desktop::setMonitors(const QList<QRect> &monitors)
     for (int i = 0; i < monitors.size(); ++i) {
         const QRect &area = monitors[i];
         const QString geometry = QStringLiteral("%1/%2x%3/%4+%5+%6")
-                                     .arg(area.width()).arg(area.width() / 4)
-                                     .arg(area.height()).arg(area.height() / 4)
-                                     .arg(area.x()).arg(area.y());
+                                     .arg(area.width())
+                                     .arg(area.width() / 4)
+                                     .arg(area.height())
+                                     .arg(area.height() / 4)
+                                     .arg(area.x())
+                                     .arg(area.y());
         run(QStringLiteral("xrandr"), {QStringLiteral("--setmonitor"), QStringLiteral("M%1").arg(i), geometry,
                                        i == 0 ? QStringLiteral("screen") : QStringLiteral("none")});
     }
@@ -230,11 +236,11 @@ QImage Desktop::picture(const QRect &area) const
     const auto *screen = xcb_setup_roots_iterator(xcb_get_setup(m_connection)).data;
     const QRect whole(0, 0, screen->width_in_pixels, screen->height_in_pixels);
     const QRect part = area.isNull() ? whole : area & whole;
-    const auto image = reply(xcb_get_image_reply(
-        m_connection,
-        xcb_get_image(m_connection, XCB_IMAGE_FORMAT_Z_PIXMAP, m_root, int16_t(part.x()), int16_t(part.y()),
-                      uint16_t(part.width()), uint16_t(part.height()), ~0u),
-        nullptr));
+    const auto image = reply(
+        xcb_get_image_reply(m_connection,
+                            xcb_get_image(m_connection, XCB_IMAGE_FORMAT_Z_PIXMAP, m_root, int16_t(part.x()),
+                                          int16_t(part.y()), uint16_t(part.width()), uint16_t(part.height()), ~0u),
+                            nullptr));
     return image ? QImage(xcb_get_image_data(image.get()), part.width(), part.height(), QImage::Format_RGB32).copy()
                  : QImage();
 }
@@ -283,8 +289,8 @@ std::optional<Desktop::Window> Desktop::windowTitled(const QString &title) const
 
 quint32 Desktop::selectionOwner(const char *selection) const
 {
-    const auto answer = reply(xcb_get_selection_owner_reply(
-        m_connection, xcb_get_selection_owner(m_connection, atom(selection)), nullptr));
+    const auto answer = reply(
+        xcb_get_selection_owner_reply(m_connection, xcb_get_selection_owner(m_connection, atom(selection)), nullptr));
     return answer ? answer->owner : 0;
 }
 
@@ -357,8 +363,8 @@ QByteArray Desktop::run(const QString &program, const QStringList &arguments)
 
 quint32 Desktop::atom(const char *name) const
 {
-    const auto answer = reply(xcb_intern_atom_reply(
-        m_connection, xcb_intern_atom(m_connection, 0, uint16_t(qstrlen(name)), name), nullptr));
+    const auto answer = reply(
+        xcb_intern_atom_reply(m_connection, xcb_intern_atom(m_connection, 0, uint16_t(qstrlen(name)), name), nullptr));
     return answer ? answer->atom : 0;
 }
 

@@ -18,8 +18,22 @@ namespace qm {
 
 // Key codes of a PC keyboard, as XTEST takes them. By code and not by symbol: a symbol would find the left twin first.
 enum class Key {
-    escape = 9, backspace = 22, tab = 23, enter = 36, leftControl = 37, leftShift = 50, rightShift = 62, leftAlt = 64,
-    space = 65, rightControl = 105, up = 111, rightAlt = 108, left = 113, right = 114, down = 116, del = 119,
+    escape = 9,
+    backspace = 22,
+    tab = 23,
+    enter = 36,
+    leftControl = 37,
+    leftShift = 50,
+    rightShift = 62,
+    leftAlt = 64,
+    space = 65,
+    rightControl = 105,
+    up = 111,
+    rightAlt = 108,
+    left = 113,
+    right = 114,
+    down = 116,
+    del = 119,
     rightSuper = 134,
 };
 
@@ -42,10 +56,10 @@ class Desktop
 public:
     struct Options {
         QSize size = {1280, 800};
-        QList<QRect> monitors;      // as RandR is to tell them, named "M0", "M1", ...; empty: one, the whole desktop
-        bool windowManager = true;  // openbox
-        bool panel = true;          // tint2 at the bottom, with a tray
-        bool compositor = false;    // picom
+        QList<QRect> monitors;     // as RandR is to tell them, named "M0", "M1", ...; empty: one, the whole desktop
+        bool windowManager = true; // openbox
+        bool panel = true;         // tint2 at the bottom, with a tray
+        bool compositor = false;   // picom
     };
 
     Desktop();
@@ -58,14 +72,15 @@ public:
     QProcessEnvironment environment() const;      // for programs that are to run on this desktop
 
     // Waits for a condition while the test's own events run; false when it did not come about in time.
-    static bool wait(const std::function<bool()> &condition, std::chrono::milliseconds limit = std::chrono::seconds(20));
+    static bool wait(const std::function<bool()> &condition,
+                     std::chrono::milliseconds limit = std::chrono::seconds(20));
 
     // Programs. The desktop owns them and ends them; a test may end one earlier.
     QProcess &start(const QString &program, const QStringList &arguments, const QStringList &extraEnvironment = {});
     void startCompositor();
     void stopCompositor();
-    void setMonitors(const QList<QRect> &monitors);   // empty: one, the whole desktop
-    void setResource(const QByteArray &resources);    // the X resources, "Xft.dpi:\t192\n"
+    void setMonitors(const QList<QRect> &monitors); // empty: one, the whole desktop
+    void setResource(const QByteArray &resources);  // the X resources, "Xft.dpi:\t192\n"
 
     // Keyboard and pointer.
     void keyDown(Key key);
