@@ -12,19 +12,29 @@ namespace qm {
 
 namespace {
 
-std::optional<double> positive(const QByteArray &text)
+constexpr double ordinaryDpi = 96; // where desktops count from
+
+std::optional<double> number(const QByteArray &text, double highest)
 {
     bool valid = false;
     const double value = text.trimmed().toDouble(&valid);
-    return valid && value > 0 && value <= 16 ? std::optional(value) : std::nullopt;
+    return valid && value > 0 && value <= highest ? std::optional(value) : std::nullopt;
 }
 
-std::optional<double> resourceDpi(const QByteArray &resources)
+std::optional<double> factor(const QByteArray &text)
+{
+    return number(text, 16);
+}
+
+// The scale by "Xft.dpi" of the X resources.
+std::optional<double> resourceScale(const QByteArray &resources)
 {
     for (const QByteArray &line : resources.split('\n')) {
         const qsizetype colon = line.indexOf(':');
-        if (colon > 0 && line.left(colon).trimmed() == "Xft.dpi")
-            return positive(line.mid(colon + 1));
+        if (colon > 0 && line.left(colon).trimmed() == "Xft.dpi") {
+            const std::optional<double> dpi = number(line.mid(colon + 1), 16 * ordinaryDpi);
+            return dpi ? std::optional(*dpi / ordinaryDpi) : std::nullopt;
+        }
     }
     return {};
 }
@@ -35,7 +45,7 @@ std::optional<double> screenFactor(const QByteArray &factors, const Monitor &mon
     for (qsizetype i = 0; i < entries.size(); ++i) {
         const qsizetype equals = entries[i].lastIndexOf('=');
         if (equals < 0 ? i == index : entries[i].left(equals).trimmed() == monitor.name)
-            return positive(entries[i].mid(equals + 1));
+            return factor(entries[i].mid(equals + 1));
     }
     return {};
 }
@@ -89,10 +99,10 @@ ScaleSettings ScaleSettings::read(XConnection &server)
 
 void applyScales(QList<Monitor> &monitors, const ScaleSettings &settings)
 {
-    const double desktop = resourceDpi(settings.resources).value_or(96) / 96;
-    const double factor = positive(settings.factor).value_or(1);
+    const double desktop = resourceScale(settings.resources).value_or(1);
+    const double common = factor(settings.factor).value_or(1);
     for (qsizetype i = 0; i < monitors.size(); ++i)
-        monitors[i].scale = factor * screenFactor(settings.screenFactors, monitors[i], i).value_or(desktop);
+        monitors[i].scale = common * screenFactor(settings.screenFactors, monitors[i], i).value_or(desktop);
 }
 
 const Monitor &monitorAt(const QList<Monitor> &monitors, QPoint point)

@@ -3,6 +3,7 @@
 #include <QHash>
 #include <QMargins>
 #include <QRegion>
+#include <QStringDecoder>
 
 #include <xcb/composite.h>
 
@@ -97,7 +98,19 @@ QMargins margins(const QList<quint32> &extents)
 
 QString title(const QByteArray &name, const QByteArray &oldName)
 {
-    return name.isEmpty() ? QString::fromLatin1(oldName) : QString::fromUtf8(name);
+    // The old property is Latin-1 by the letter of the ICCCM, and UTF-8 in many programs.
+    QStringDecoder utf8(QStringDecoder::Utf8);
+    const QByteArray &bytes = name.isEmpty() ? oldName : name;
+    const QString text = utf8.decode(bytes);
+    return utf8.hasError() ? QString::fromLatin1(bytes) : text;
+}
+
+// The list outlives a window manager that ended; the manager's own window, which names itself, does not.
+bool isManaged(XConnection &server)
+{
+    const xcb_atom_t check = server.atom(Atom::supportingWmCheck);
+    const QList<quint32> window = numbers(server.property(server.root(), check));
+    return !window.isEmpty() && numbers(server.property(window[0], check)) == window;
 }
 
 // The window on which a compositor shows its work: above all others, as large as the screen, and nobody's window.
@@ -119,7 +132,7 @@ QList<ScreenWindow> screenWindows(XConnection &server)
 {
     const QList<quint32> clients = numbers(server.property(server.root(), server.atom(Atom::clientListStacking)));
     const QList<quint32> current = numbers(server.property(server.root(), server.atom(Atom::currentDesktop)));
-    const bool managed = !clients.isEmpty();
+    const bool managed = isManaged(server);
 
     const QList<xcb_window_t> tops = ask(server, {server.root()}).first().children;
     const QList<Answer> topAnswers = ask(server, tops);

@@ -11,9 +11,19 @@ namespace qm {
 namespace {
 
 constexpr const char *atomNames[] = {
-    "_QUILLMERE_CAPTURE",   "qmcapture",          "UTF8_STRING",        "_NET_CLIENT_LIST_STACKING",
-    "_NET_CURRENT_DESKTOP", "_NET_WM_DESKTOP",    "_NET_WM_NAME",       "_NET_WM_STATE",
-    "_NET_WM_STATE_HIDDEN", "_NET_FRAME_EXTENTS", "_GTK_FRAME_EXTENTS", nullptr /* named after the screen */,
+    "_QUILLMERE_CAPTURE",
+    "qmcapture",
+    "UTF8_STRING",
+    "_NET_SUPPORTING_WM_CHECK",
+    "_NET_CLIENT_LIST_STACKING",
+    "_NET_CURRENT_DESKTOP",
+    "_NET_WM_DESKTOP",
+    "_NET_WM_NAME",
+    "_NET_WM_STATE",
+    "_NET_WM_STATE_HIDDEN",
+    "_NET_FRAME_EXTENTS",
+    "_GTK_FRAME_EXTENTS",
+    nullptr /* named after the screen */,
 };
 static_assert(std::size(atomNames) == size_t(Atom::count));
 

@@ -21,6 +21,7 @@ enum class Atom {
     captureSelection,
     captureTool,
     utf8String,
+    supportingWmCheck,
     clientListStacking,
     currentDesktop,
     wmDesktop,

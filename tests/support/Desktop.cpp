@@ -5,6 +5,7 @@
 #include <QColor>
 #include <QCoreApplication>
 #include <QDeadlineTimer>
+#include <QElapsedTimer>
 #include <QThread>
 
 #include <cstdlib>
@@ -60,6 +61,10 @@ Desktop::Desktop(const Options &options)
         qFatal("no connection to display %s", qPrintable(m_display));
     m_root = xcb_setup_roots_iterator(xcb_get_setup(m_connection)).data->root;
 
+    const uint32_t wallpaper = 0x3d6a94; // neither black nor white: what is dimmed or painted on it is seen
+    xcb_change_window_attributes(m_connection, m_root, XCB_CW_BACK_PIXEL, &wallpaper);
+    xcb_clear_area(m_connection, 0, m_root, 0, 0, 0, 0);
+
     QProcess &bus = launch(QStringLiteral("dbus-daemon"),
                            {QStringLiteral("--session"), QStringLiteral("--nofork"), QStringLiteral("--nopidfile"),
                             QStringLiteral("--print-address=1"),
@@ -67,10 +72,8 @@ Desktop::Desktop(const Options &options)
     m_busAddress = QString::fromLatin1(firstLine(bus, "dbus-daemon"));
 
     setMonitors(options.monitors);
-    if (options.windowManager) {
-        launch(QStringLiteral("openbox"), {QStringLiteral("--sm-disable")});
-        awaitReady("openbox", [this] { return !property(m_root, "_NET_SUPPORTING_WM_CHECK").isEmpty(); });
-    }
+    if (options.windowManager)
+        startWindowManager();
     if (options.panel) {
         m_home.write(QStringLiteral(".config/tint2/tint2rc"), panelConfiguration);
         launch(QStringLiteral("tint2"), {});
@@ -122,6 +125,18 @@ bool Desktop::wait(const std::function<bool()> &condition, std::chrono::millisec
 QProcess &Desktop::start(const QString &program, const QStringList &arguments, const QStringList &extraEnvironment)
 {
     return launch(program, arguments, extraEnvironment);
+}
+
+void Desktop::startWindowManager()
+{
+    m_windowManager = &launch(QStringLiteral("openbox"), {QStringLiteral("--sm-disable")});
+    awaitReady("openbox", [this] { return !property(m_root, "_NET_SUPPORTING_WM_CHECK").isEmpty(); });
+}
+
+void Desktop::stopWindowManager()
+{
+    m_windowManager->terminate();
+    m_windowManager->waitForFinished();
 }
 
 void Desktop::startCompositor()
@@ -243,6 +258,22 @@ QImage Desktop::picture(const QRect &area) const
                             nullptr));
     return image ? QImage(xcb_get_image_data(image.get()), part.width(), part.height(), QImage::Format_RGB32).copy()
                  : QImage();
+}
+
+QImage Desktop::stillPicture() const
+{
+    QImage still = picture();
+    QElapsedTimer sinceChange;
+    sinceChange.start();
+    const bool rests = wait([&] {
+        QImage now = picture();
+        if (now != still) {
+            still = std::move(now);
+            sinceChange.start();
+        }
+        return sinceChange.hasExpired(100);
+    });
+    return rests ? still : QImage();
 }
 
 QColor Desktop::pixel(QPoint at) const

@@ -56,10 +56,10 @@ class Desktop
 public:
     struct Options {
         QSize size = {1280, 800};
-        QList<QRect> monitors;     // as RandR is to tell them, named "M0", "M1", ...; empty: one, the whole desktop
-        bool windowManager = true; // openbox
-        bool panel = true;         // tint2 at the bottom, with a tray
-        bool compositor = false;   // picom
+        QList<QRect> monitors = {}; // as RandR is to tell them, named "M0", "M1", ...; empty: one, the whole desktop
+        bool windowManager = true;  // openbox
+        bool panel = true;          // tint2 at the bottom, with a tray
+        bool compositor = false;    // picom
     };
 
     Desktop();
@@ -77,6 +77,8 @@ public:
 
     // Programs. The desktop owns them and ends them; a test may end one earlier.
     QProcess &start(const QString &program, const QStringList &arguments, const QStringList &extraEnvironment = {});
+    void startWindowManager();
+    void stopWindowManager();
     void startCompositor();
     void stopCompositor();
     void setMonitors(const QList<QRect> &monitors); // empty: one, the whole desktop
@@ -96,6 +98,7 @@ public:
 
     // What is to be seen.
     QImage picture(const QRect &area = {}) const; // the whole desktop, or a part
+    QImage stillPicture() const;                  // once nothing has changed for a tenth of a second
     QColor pixel(QPoint at) const;
 
     struct Window {
@@ -128,6 +131,7 @@ private:
     QString m_display;
     QString m_busAddress;
     std::vector<std::unique_ptr<QProcess>> m_processes; // ended last first
+    QProcess *m_windowManager = nullptr;
     QProcess *m_compositor = nullptr;
     xcb_connection_t *m_connection = nullptr;
     quint32 m_root = 0;
