@@ -126,10 +126,9 @@ static bool recover(Console &console)
     if (!QFileInfo::exists(ShotStore::databasePath()))
         return true;
     Database database(ShotStore::databasePath(), Database::Access::write);
-    if (database.open() || QFileInfo(database.path()).isReadable())
-        return true; // busy is no harm: who holds the file has recovered it
-    cannotOpen(console, database);
-    return false;
+    if (!database.open())
+        cannotOpen(console, database);
+    return database.error().isEmpty();
 }
 
 Exit Commands::search(Console &console, const QString &searched, int limit)

@@ -17,15 +17,14 @@ using FolderListing::Kind;
 namespace {
 
 struct NewFile {
-    size_t path; // its number in the set of paths
+    PathSet::Ref path;
     qint64 bytes;
     qint64 modifiedMs;
 };
 
 // What one look at the folders tells.
 struct Findings {
-    PathSet paths;            // the known ones first, then the new
-    std::vector<bool> proven; // of the known ones: seen in a listing
+    PathSet paths; // known and new; marked when the file is proven to exist
     std::vector<NewFile> fresh;
 };
 
@@ -49,7 +48,6 @@ Findings knownPaths(Database &database)
     Statement known = database.prepare(IndexSql::knownPaths);
     while (known.nextRow())
         findings.paths.insert(known.bytes(0));
-    findings.proven.resize(findings.paths.size());
     return findings;
 }
 
@@ -65,10 +63,10 @@ void lookInto(const QString &folder, Findings &findings)
             return;
         path.resize(prefix);
         path += name;
-        if (const std::optional<size_t> number = findings.paths.find(path)) {
+        if (const std::optional<PathSet::Ref> known = findings.paths.find(path)) {
             // A link may lead nowhere, and an entry of unknown kind may be one.
-            if (*number < findings.proven.size() && (kind == Kind::regular || kind == Kind::other))
-                findings.proven[*number] = true;
+            if (kind == Kind::regular || kind == Kind::other)
+                findings.paths.mark(*known);
             return;
         }
         if (kind == Kind::link || kind == Kind::other)
@@ -76,26 +74,28 @@ void lookInto(const QString &folder, Findings &findings)
         const auto attributes = FolderListing::attributes(QByteArray::fromRawData(path.data(), qsizetype(path.size())));
         if (!attributes || !attributes->regular || !QUtf8StringView(path.data(), qsizetype(path.size())).isValidUtf8())
             return;
-        findings.fresh.push_back({findings.paths.insert(path).number, attributes->bytes, attributes->modifiedMs});
+        const PathSet::Ref fresh = findings.paths.insert(path).ref;
+        findings.paths.mark(fresh);
+        findings.fresh.push_back({fresh, attributes->bytes, attributes->modifiedMs});
     });
 }
 
 int removeGone(Database &database, const Findings &findings)
 {
-    std::vector<size_t> gone;
-    for (size_t number = 0; number < findings.proven.size(); ++number) {
-        const std::string_view path = findings.paths[number];
-        if (!findings.proven[number]
+    std::vector<PathSet::Ref> gone;
+    findings.paths.forEach([&](PathSet::Ref ref) {
+        const std::string_view path = findings.paths[ref];
+        if (!findings.paths.isMarked(ref)
             && FolderListing::existence(QByteArray::fromRawData(path.data(), qsizetype(path.size())))
                 == FolderListing::Existence::gone)
-            gone.push_back(number);
-    }
+            gone.push_back(ref);
+    });
     if (gone.empty())
         return 0;
     Transaction transaction(database);
     Statement remove = database.prepare(IndexSql::deleteShot);
-    for (const size_t number : gone) {
-        remove.bind(1, findings.paths[number].data());
+    for (const PathSet::Ref ref : gone) {
+        remove.bind(1, findings.paths[ref].data());
         if (!remove.run())
             return 0;
     }

@@ -1,59 +1,72 @@
 #include "index/PathSet.h"
 
+#include <cstring>
 #include <functional>
 
 namespace qm {
 
-std::string_view PathSet::operator[](size_t number) const
+static std::uint32_t hashOf(std::string_view path)
 {
-    const size_t start = number == 0 ? 0 : m_ends[number - 1];
-    return {m_bytes.data() + start, m_ends[number] - start - 1};
+    return std::uint32_t(std::hash<std::string_view>()(path));
 }
 
-size_t PathSet::slotOf(std::string_view path, size_t hash) const
+std::string_view PathSet::operator[](Ref ref) const
+{
+    return m_bytes.data() + ref;
+}
+
+size_t PathSet::slotOf(std::string_view path, std::uint32_t hash) const
 {
     const size_t mask = m_slots.size() - 1;
-    for (size_t slot = hash & mask;; slot = (slot + 1) & mask) {
-        const unsigned held = m_slots[slot];
-        if (held == 0 || (m_hashes[held - 1] == hash && (*this)[held - 1] == path))
-            return slot;
+    size_t slot = hash & mask;
+    for (; m_slots[slot].ref != 0; slot = (slot + 1) & mask) {
+        if (m_slots[slot].hash != hash)
+            continue;
+        // strncmp stops at the NUL of a shorter path, so it stays within the block.
+        const char *held = m_bytes.data() + m_slots[slot].ref;
+        if (std::strncmp(held, path.data(), path.size()) == 0 && held[path.size()] == '\0')
+            break;
     }
+    return slot;
 }
 
 void PathSet::grow()
 {
-    m_slots.assign(m_slots.empty() ? 1024 : m_slots.size() * 2, 0);
+    const std::vector<Slot> old = std::move(m_slots);
+    m_slots.assign(old.empty() ? 1024 : old.size() * 2, Slot());
     const size_t mask = m_slots.size() - 1;
-    for (size_t number = 0; number < m_hashes.size(); ++number) {
-        size_t slot = m_hashes[number] & mask;
-        while (m_slots[slot] != 0)
+    for (const Slot &held : old) {
+        if (held.ref == 0)
+            continue;
+        size_t slot = held.hash & mask;
+        while (m_slots[slot].ref != 0)
             slot = (slot + 1) & mask;
-        m_slots[slot] = unsigned(number + 1);
+        m_slots[slot] = held;
     }
 }
 
 PathSet::Inserted PathSet::insert(std::string_view path)
 {
-    if (2 * (size() + 1) > m_slots.size())
+    if (2 * (m_size + 1) > m_slots.size())
         grow();
-    const size_t hash = std::hash<std::string_view>()(path);
-    unsigned &held = m_slots[slotOf(path, hash)];
-    if (held != 0)
-        return {held - 1, false};
+    const std::uint32_t hash = hashOf(path);
+    Slot &slot = m_slots[slotOf(path, hash)];
+    if (slot.ref != 0)
+        return {slot.ref, false};
+    m_bytes.push_back(unmarked);
+    slot = {hash, Ref(m_bytes.size())};
     m_bytes.insert(m_bytes.end(), path.begin(), path.end());
     m_bytes.push_back('\0');
-    m_ends.push_back(m_bytes.size());
-    m_hashes.push_back(hash);
-    held = unsigned(size());
-    return {size() - 1, true};
+    ++m_size;
+    return {slot.ref, true};
 }
 
-std::optional<size_t> PathSet::find(std::string_view path) const
+std::optional<PathSet::Ref> PathSet::find(std::string_view path) const
 {
     if (m_slots.empty())
         return std::nullopt;
-    const unsigned held = m_slots[slotOf(path, std::hash<std::string_view>()(path))];
-    return held != 0 ? std::optional<size_t>(held - 1) : std::nullopt;
+    const Ref ref = m_slots[slotOf(path, hashOf(path))].ref;
+    return ref != 0 ? std::optional(ref) : std::nullopt;
 }
 
 } // namespace qm

@@ -1,34 +1,48 @@
 #pragma once
 
+#include <cstdint>
 #include <optional>
 #include <string_view>
 #include <vector>
 
 namespace qm {
 
-// A set of file paths, numbered from 0 in order of insertion. The bytes of all paths stand in one block, each ended by a
-// NUL: a hundred thousand strings of their own would cost more than listing the folder. A value; no thread of its own.
+// A set of file paths, each with a mark. Made for a scan over a hundred thousand files, whose cost is memory that is not in
+// the cache: all bytes stand in one block, and a look-up touches one slot and one path. A value; no thread of its own.
 class PathSet
 {
 public:
-    // The number of the path, and whether it is new.
-    struct Inserted { size_t number; bool isNew; };
-    Inserted insert(std::string_view path);
+    using Ref = std::uint32_t; // where a path stands; stays valid, and grows in order of insertion
 
-    std::optional<size_t> find(std::string_view path) const;
-    size_t size() const { return m_ends.size(); }
+    struct Inserted { Ref ref; bool isNew; };
+    Inserted insert(std::string_view path); // without a NUL in it
+    std::optional<Ref> find(std::string_view path) const;
+    std::string_view operator[](Ref ref) const; // a NUL follows; valid until the next insertion
+    size_t size() const { return m_size; }
 
-    // Valid until the next insertion; a NUL follows.
-    std::string_view operator[](size_t number) const;
+    void mark(Ref ref) { m_bytes[ref - 1] = marked; }
+    bool isMarked(Ref ref) const { return m_bytes[ref - 1] == marked; }
+
+    template<class Function>
+    void forEach(Function function) const
+    {
+        for (Ref ref = 1; ref < m_bytes.size(); ref += Ref((*this)[ref].size()) + 2)
+            function(ref);
+    }
 
 private:
-    size_t slotOf(std::string_view path, size_t hash) const; // where it is, or where it belongs
+    struct Slot {
+        std::uint32_t hash = 0;
+        Ref ref = 0; // 0: free
+    };
+    static constexpr char unmarked = 0, marked = 1;
+
+    size_t slotOf(std::string_view path, std::uint32_t hash) const; // where it is, or where it belongs
     void grow();
 
-    std::vector<char> m_bytes;
-    std::vector<size_t> m_ends;    // offset behind the NUL of each path
-    std::vector<size_t> m_hashes;  // kept, so that growing need not read the paths again
-    std::vector<unsigned> m_slots; // open addressing by linear probing: number + 1, 0 is free
+    std::vector<char> m_bytes; // of each path: its mark, its bytes, a NUL
+    std::vector<Slot> m_slots; // open addressing with linear probing; at most half full
+    size_t m_size = 0;
 };
 
 } // namespace qm

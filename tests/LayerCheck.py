@@ -24,7 +24,7 @@ def graph(root):
         text = re.sub(r"#.*", "", build_file.read_text())
         for name, rest in CALL.findall(text):
             uses = USES.search(rest + " ")
-            allowed.setdefault(folder, set()).update(uses.group(1).split() if uses else [])
+            allowed.setdefault(folder, set()).update(set(uses.group(1).split() if uses else []) - {folder})
     return allowed
 
 

@@ -112,9 +112,9 @@ private Q_SLOTS:
         installHelper();
         addShots(41);
         start();
-        m_indexer->scheduleDrain();
-        m_indexer->scheduleDrain();
-        m_queue->advance(1500ms);
+        m_queue->advance(1000ms);
+        m_indexer->scheduleDrain(); // neither a second one nor a later one
+        m_queue->advance(500ms);
         QCOMPARE(state(), QStringLiteral("41 41 2"));
         m_queue->advance(10s);
         QCOMPARE(state(), QStringLiteral("41 41 2"));

@@ -1,0 +1,30 @@
+#pragma once
+
+#include <algorithm>
+#include <ctime>
+#include <functional>
+#include <limits>
+
+namespace qm::bench {
+
+// Seconds of processor time that this process spends in the work, the best of several runs: what others do on the machine
+// falls out. prepare runs before each of them, untimed.
+inline double bestOf(int runs, const std::function<void()> &work, const std::function<void()> &prepare = {})
+{
+    const auto now = [] {
+        timespec time;
+        clock_gettime(CLOCK_PROCESS_CPUTIME_ID, &time);
+        return double(time.tv_sec) + double(time.tv_nsec) / 1e9;
+    };
+    double best = std::numeric_limits<double>::max();
+    for (int i = 0; i < runs; ++i) {
+        if (prepare)
+            prepare();
+        const double start = now();
+        work();
+        best = std::min(best, now() - start);
+    }
+    return best;
+}
+
+} // namespace qm::bench

@@ -1,0 +1,95 @@
+// The search as the library runs it, beside the same statement in SQLite's own shell.
+
+#include "bench/Measure.h"
+#include "index/IndexSql.h"
+#include "index/ShotReader.h"
+#include "tests/support/TempHome.h"
+
+#include <QProcess>
+#include <QRandomGenerator>
+#include <QRegularExpression>
+
+#include <cstdio>
+
+using namespace qm;
+
+static constexpr int shots = 100'000;
+static constexpr int runs = 9;
+
+// About a kilobyte of words, a third of them Japanese.
+static QString page(QRandomGenerator &random)
+{
+    static const QStringList words = QStringLiteral(
+        "the window shows settings for capture region editor release notes meeting agenda invoice total amount "
+        "server error timeout please restart build passed failed test branch merge table column user name password "
+        "設定画面 請求書 合計金額 会議の議事録 保存しました キャンセル 検索結果 スクリーンショット 更新履歴 翻訳 確認してください")
+                                        .split(u' ');
+    QString text;
+    while (text.toUtf8().size() < 1000)
+        text += words[random.bounded(words.size())] + (random.bounded(9) == 0 ? u'\n' : u' ');
+    return text;
+}
+
+static void fill(const QString &path)
+{
+    QRandomGenerator random(1);
+    Database database(path, Database::Access::write);
+    database.open();
+    Transaction transaction(database);
+    Statement insert = database.prepare("INSERT INTO shots(path, filename, mtime_ms, ocr_text, ocr_done, indexed_at)"
+                                        " VALUES(?, 'x.png', ?, ?, 1, 'x')");
+    for (int i = 0; i < shots; ++i) {
+        insert.bind(1, QStringLiteral("/home/somebody/Pictures/Screenshots/%1.png").arg(i));
+        insert.bind(2, qint64(1'700'000'000'000) + i * 1000);
+        insert.bind(3, page(random));
+        if (!insert.run())
+            qFatal("cannot fill the index");
+    }
+    transaction.commit();
+}
+
+static double secondsInShell(const QString &path, const QString &text)
+{
+    QString statement = QString::fromLatin1(IndexSql::searchShots);
+    statement.replace(statement.indexOf(u'?'), 1, QStringLiteral("'%%1%'").arg(text));
+    statement.replace(statement.indexOf(u'?'), 1, QStringLiteral("200"));
+    QProcess shell;
+    shell.start(QStringLiteral("sqlite3"), {QStringLiteral("-batch"), QStringLiteral("-readonly"), path});
+    shell.write(".timer on\n");
+    for (int i = 0; i < runs; ++i)
+        shell.write((statement + QStringLiteral(";\n")).toUtf8());
+    shell.closeWriteChannel();
+    shell.waitForFinished(-1);
+    static const QRegularExpression timing(QStringLiteral("user ([0-9.]+) sys ([0-9.]+)"));
+    double best = std::numeric_limits<double>::max();
+    auto matches = timing.globalMatch(QString::fromUtf8(shell.readAllStandardOutput()));
+    while (matches.hasNext()) {
+        const QRegularExpressionMatch match = matches.next();
+        best = std::min(best, match.captured(1).toDouble() + match.captured(2).toDouble());
+    }
+    return best;
+}
+
+int main()
+{
+    TempHome home;
+    const QString path = home.file(QStringLiteral(".quillmere/db.sqlite"));
+    fill(path);
+    ShotReader reader(path);
+    const std::pair<const char *, QString> queries[] = {
+        {"common word", QStringLiteral("total")},
+        {"rare ASCII, no hit", QStringLiteral("zqxjk")},
+        {"frequent first letter, no hit", QStringLiteral("exqzj")},
+        {"Japanese, two characters, no hit", QStringLiteral("紅葉")},
+    };
+    for (const auto &[name, text] : queries) {
+        qsizetype found = 0;
+        const double ours = bench::bestOf(runs, [&] {
+            found = reader.query(IndexSql::searchShots, u'%' + text + u'%', 200).size();
+        });
+        const double shell = secondsInShell(path, text);
+        std::printf("%-34s %4lld found  %7.2f ms; shell %7.2f ms; ratio %.2f%s\n", name, static_cast<long long>(found), ours * 1e3,
+                    shell * 1e3, ours / shell, found == 0 ? " (at most 1.1)" : "");
+    }
+    return 0;
+}

@@ -1,0 +1,109 @@
+#include "helpers/qmocr/Engine.h"
+
+#include "helpers/qmocr/Text.h"
+
+#include <QStringList>
+
+#include <allheaders.h>
+#include <tesseract/baseapi.h>
+
+#include <cmath>
+#include <string>
+#include <vector>
+
+namespace qm::ocr {
+
+using tesseract::TessBaseAPI;
+
+static bool load(TessBaseAPI &api, const QString &languages)
+{
+    const std::vector<std::string> names{"debug_file"}, values{"/dev/null"}; // the library's own chatter
+    return api.Init(nullptr, languages.toUtf8().constData(), tesseract::OEM_LSTM_ONLY, nullptr, 0, &names, &values,
+                    false) == 0;
+}
+
+static QStringList installed(TessBaseAPI &api)
+{
+    std::vector<std::string> names;
+    api.GetAvailableLanguagesAsVector(&names); // known once an Init was tried, even if it failed
+    QStringList languages;
+    for (const std::string &name : names)
+        languages += QString::fromStdString(name);
+    languages.removeAll(QStringLiteral("osd")); // finds the orientation, reads nothing
+    return languages;
+}
+
+// The set without the parts that are not installed.
+static QString available(const QString &set, const QStringList &installed)
+{
+    QStringList parts = set.split(u'+', Qt::SkipEmptyParts);
+    parts.removeIf([&](const QString &part) { return !installed.contains(part); });
+    return parts.join(u'+');
+}
+
+Engine::Engine(const QStringList &languageSets, Layout layout, Invert invert)
+    : m_api(new TessBaseAPI)
+{
+    load(*m_api, languageSets.first());
+    const QStringList found = installed(*m_api);
+    for (const QString &set : languageSets + found) {
+        const QString languages = available(set, found);
+        m_ready = !languages.isEmpty() && load(*m_api, languages);
+        if (m_ready)
+            break;
+    }
+    if (!m_ready)
+        return;
+    m_api->SetPageSegMode(layout == Layout::sparse ? tesseract::PSM_SPARSE_TEXT : tesseract::PSM_SINGLE_BLOCK);
+    m_api->SetVariable("tessedit_do_invert", invert == Invert::yes ? "1" : "0");
+    m_api->SetVariable("preserve_interword_spaces", "1");
+}
+
+Engine::~Engine() = default;
+
+// Leptonica's own form of the picture, enlarged.
+static Pix *enlarged(const QImage &gray, double scale)
+{
+    Pix *pix = pixCreate(gray.width(), gray.height(), 8);
+    if (!pix)
+        return nullptr;
+    for (int y = 0; y < gray.height(); ++y) {
+        const uchar *in = gray.constScanLine(y);
+        l_uint32 *out = pixGetData(pix) + size_t(y) * pixGetWpl(pix);
+        for (int x = 0; x < gray.width(); ++x)
+            SET_DATA_BYTE(out, x, in[x]);
+    }
+    if (scale == 1)
+        return pix;
+    Pix *result =
+        scale > 1 ? pixScaleGrayLI(pix, float(scale), float(scale)) : pixScaleAreaMap(pix, float(scale), float(scale));
+    pixDestroy(&pix);
+    return result;
+}
+
+QList<Line> Engine::read(const QImage &gray, double scale)
+{
+    QList<Line> lines;
+    Pix *pix = m_ready && !gray.isNull() ? enlarged(gray, scale) : nullptr;
+    if (!pix)
+        return lines;
+    m_api->SetImage(pix);
+    pixDestroy(&pix); // the engine holds its own
+    if (m_api->Recognize(nullptr) == 0) {
+        const std::unique_ptr<tesseract::ResultIterator> it(m_api->GetIterator());
+        static constexpr auto level = tesseract::RIL_TEXTLINE;
+        for (bool more = it && !it->Empty(level); more; more = it->Next(level)) {
+            const std::unique_ptr<char[]> text(it->GetUTF8Text(level));
+            const QString line = tidied(QString::fromUtf8(text.get()));
+            int left = 0, top = 0, right = 0, bottom = 0;
+            if (!line.isEmpty() && it->BoundingBox(level, &left, &top, &right, &bottom))
+                lines +=
+                    {QRectF(left / scale, top / scale, (right - left) / scale, (bottom - top) / scale).toAlignedRect(),
+                     line};
+        }
+    }
+    m_api->Clear();
+    return lines;
+}
+
+} // namespace qm::ocr

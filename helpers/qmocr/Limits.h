@@ -1,0 +1,30 @@
+#pragma once
+
+#include "imaging/ImageFile.h"
+
+#include <QtGlobal>
+
+#include <algorithm>
+#include <chrono>
+
+namespace qm::ocr {
+
+// How much one picture may cost.
+struct Limits {
+    // For a picture of up to 1920 x 1080; grows with the pixels beyond. Reading takes a tenth of it.
+    std::chrono::milliseconds time = std::chrono::seconds(30);
+    // Bytes of a worker's address space: the largest picture at eight bytes a pixel, decoded and once more on the way
+    // through a codec, and a gigabyte for the recogniser.
+    quint64 memory = 2 * 8 * quint64(ImageFile::maxPixels) + (quint64(1) << 30);
+
+    std::chrono::milliseconds timeFor(qint64 pixels) const
+    {
+        static constexpr double fullHd = 1920 * 1080;
+        return std::chrono::milliseconds(qint64(double(time.count()) * std::max(1.0, double(pixels) / fullHd)));
+    }
+
+    // QMOCR_TIME_LIMIT_MS and QMOCR_MEMORY_LIMIT_MB in the environment take the place of the values above.
+    static Limits fromEnvironment();
+};
+
+} // namespace qm::ocr

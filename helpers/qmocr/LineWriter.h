@@ -1,0 +1,26 @@
+#pragma once
+
+#include <QByteArray>
+#include <QThread>
+
+#include <memory>
+
+namespace qm::ocr {
+
+// Writes to a file descriptor from a thread of its own, so that a reader who takes his time never holds up the caller.
+// Each write goes out at once. The process ends quietly when the other end is closed.
+class LineWriter
+{
+public:
+    explicit LineWriter(int descriptor);
+    ~LineWriter(); // waits until all is written
+
+    void write(const QByteArray &bytes); // any thread; returns at once
+
+private:
+    const int m_descriptor;
+    QThread m_thread;
+    QObject *m_context; // lives on the thread
+};
+
+} // namespace qm::ocr

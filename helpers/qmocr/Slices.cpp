@@ -1,0 +1,135 @@
+#include "helpers/qmocr/Slices.h"
+
+#include <algorithm>
+#include <cmath>
+#include <cstdlib>
+#include <vector>
+
+namespace qm::ocr {
+
+static constexpr qint64 largestWhole = 2880 * 1800; // pixels that are read in one piece
+static constexpr qint64 pieceArea = 4'000'000;      // pixels; doubled, what the recogniser takes at once
+static constexpr int widest = 8000;                 // pixels; beyond, pieces stand side by side as well
+static constexpr int shortest = 2 * overlap;        // pixels
+static constexpr int edgeStep = 24;                 // grey levels between neighbours that make an edge
+
+// How much is written in each row of the strip: the number of edges in it.
+static std::vector<int> ink(const QImage &gray, int top, int bottom, int left, int right)
+{
+    std::vector<int> rows;
+    for (int y = top; y < bottom; ++y) {
+        const uchar *in = gray.constScanLine(y);
+        int edges = 0;
+        for (int x = left + 1; x < right; ++x)
+            edges += std::abs(in[x] - in[x - 1]) >= edgeStep;
+        rows.push_back(edges);
+    }
+    return rows;
+}
+
+// The middle of the longest run of rows with the least ink.
+static int quietest(const std::vector<int> &ink)
+{
+    const int least = *std::min_element(ink.begin(), ink.end());
+    int best = 0, bestLength = 0;
+    for (int i = 0, start = 0; i < int(ink.size()); ++i) {
+        if (ink[i] != least)
+            start = i + 1;
+        else if (i + 1 - start > bestLength) {
+            bestLength = i + 1 - start;
+            best = start + bestLength / 2;
+        }
+    }
+    return best;
+}
+
+static QList<QRect> rowsOf(const QImage &gray, int left, int right)
+{
+    const int height = gray.height();
+    const int target = int(std::max<qint64>(pieceArea / (right - left), shortest));
+    QList<QRect> pieces;
+    for (int top = 0;;) {
+        const int start = std::max(0, top - overlap / 2);
+        // A last piece of up to a third more is better than a cut.
+        if (height - top <= target + target / 3) {
+            pieces += QRect(left, start, right - left, height - start);
+            return pieces;
+        }
+        const int from = top + target * 3 / 4, to = top + target;
+        const int cut = from + quietest(ink(gray, from, to, left, right));
+        pieces += QRect(left, start, right - left, cut + overlap / 2 - start);
+        top = cut;
+    }
+}
+
+QList<QRect> slices(const QImage &gray)
+{
+    const int width = gray.width();
+    if (gray.isNull())
+        return {};
+    if (qint64(width) * gray.height() <= largestWhole && std::max(width, gray.height()) <= widest)
+        return {gray.rect()};
+    const int columns = (width + widest - 1) / widest;
+    QList<QRect> pieces;
+    for (int i = 0; i < columns; ++i) {
+        const int left = int(qint64(width) * i / columns), right = int(qint64(width) * (i + 1) / columns);
+        pieces += rowsOf(gray, std::max(0, left - overlap / 2), std::min(width, right + overlap / 2));
+    }
+    return pieces;
+}
+
+static qint64 area(const QRect &rect)
+{
+    return rect.isEmpty() ? 0 : qint64(rect.width()) * rect.height();
+}
+
+static bool mostlyIn(const QRect &box, const QRect &other)
+{
+    return 2 * area(box & other) > area(box);
+}
+
+// The part of a piece that no other piece is nearer to: without half of the overlap at the sides where it has one.
+static QRect core(const QRect &piece, const QRect &whole)
+{
+    static constexpr int half = overlap / 2;
+    return piece.adjusted(piece.left() > whole.left() ? half : 0, piece.top() > whole.top() ? half : 0,
+                          piece.right() < whole.right() ? -half : 0, piece.bottom() < whole.bottom() ? -half : 0);
+}
+
+// Whether the piece ends where the line does, though the picture goes on.
+static bool isStump(const QRect &box, const QRect &piece, const QRect &whole)
+{
+    static constexpr int near = 2;
+    return (piece.top() > whole.top() && box.top() <= piece.top() + near) ||
+           (piece.bottom() < whole.bottom() && box.bottom() >= piece.bottom() - near);
+}
+
+QList<Line> joined(const QList<QRect> &pieces, const QList<QList<Line>> &read)
+{
+    QRect whole;
+    for (const QRect &piece : pieces)
+        whole |= piece;
+    QList<Line> lines, spare;
+    QList<int> spareAt; // where in lines a spare one belongs
+    for (int i = 0; i < pieces.size(); ++i) {
+        const QRect own = core(pieces[i], whole);
+        for (const Line &line : read[i]) {
+            if (own.contains(line.box.center())) {
+                lines += line;
+            } else if (!isStump(line.box, pieces[i], whole)) {
+                spare += line;
+                spareAt += int(lines.size());
+            }
+        }
+    }
+    for (int i = int(spare.size()) - 1; i >= 0; --i) {
+        const auto same = [&](const Line &line) {
+            return mostlyIn(spare[i].box, line.box) || mostlyIn(line.box, spare[i].box);
+        };
+        if (std::none_of(lines.begin(), lines.end(), same))
+            lines.insert(spareAt[i], spare[i]);
+    }
+    return lines;
+}
+
+} // namespace qm::ocr

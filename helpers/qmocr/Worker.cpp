@@ -1,0 +1,109 @@
+#include "helpers/qmocr/Worker.h"
+
+#include "helpers/qmocr/Preprocess.h"
+#include "helpers/qmocr/ProcessControl.h"
+#include "helpers/qmocr/TextReader.h"
+#include "helpers/qmocr/WireFormat.h"
+#include "imaging/ImageFile.h"
+
+#include <QFile>
+#include <QFileInfo>
+
+#include <cerrno>
+#include <cstdlib>
+#include <fcntl.h>
+#include <new>
+#include <unistd.h>
+#include <utility>
+
+namespace qm::ocr {
+
+using Kind = Reply::Kind;
+
+namespace {
+
+// The pipe to the parent, moved away from standard output, where a library might print.
+class ReplyPipe
+{
+public:
+    ReplyPipe()
+        : m_descriptor(fcntl(STDOUT_FILENO, F_DUPFD_CLOEXEC, 3))
+    {
+        const int null = open("/dev/null", O_WRONLY | O_CLOEXEC);
+        dup2(null, STDOUT_FILENO);
+    }
+
+    void send(Kind kind, const QByteArray &payload = {}) const
+    {
+        const QByteArray message = encoded(Reply{kind, payload});
+        for (qsizetype done = 0; done < message.size();) {
+            const ssize_t n = write(m_descriptor, message.constData() + done, size_t(message.size() - done));
+            if (n < 0 && errno != EINTR)
+                std::_Exit(0); // nobody listens any more
+            done += std::max<ssize_t>(n, 0);
+        }
+    }
+
+private:
+    int m_descriptor;
+};
+
+} // namespace
+
+static void read(TextReader &reader, const QString &path, const ReplyPipe &replies)
+{
+    const QFileInfo info(path);
+    if (!info.exists())
+        return replies.send(Kind::passingError, "no such file");
+    if (!info.isFile())
+        return replies.send(Kind::passingError, "not a file"); // opening a named pipe would wait for its other end
+    QFile file(path);
+    if (!file.open(QIODevice::ReadOnly))
+        return replies.send(Kind::passingError, file.errorString().toUtf8());
+
+    ImageFile::Result opened = ImageFile::load(file);
+    if (opened.failure == ImageFile::Failure::tooLarge)
+        return replies.send(Kind::lastingError, "too large");
+    if (file.error() == QFileDevice::ReadError)
+        return replies.send(Kind::passingError, file.errorString().toUtf8());
+    if (opened.failure != ImageFile::Failure::none || opened.image.isNull())
+        return replies.send(Kind::lastingError, "not a readable picture");
+
+    const QImage gray = toGray(std::exchange(opened.image.pixels, {}));
+    replies.send(Kind::pixels, QByteArray::number(qint64(gray.width()) * gray.height()));
+    const QStringList first = reader.first(gray);
+    replies.send(Kind::firstText, first.join(u'\n').toUtf8());
+    replies.send(Kind::text, reader.second(gray, first).join(u'\n').toUtf8());
+}
+
+int runWorker(const QString &languages, quint64 memoryLimit)
+{
+    const ReplyPipe replies;
+    confineWorker(memoryLimit);
+    endWhenHungUp(STDIN_FILENO);
+    TextReader reader(languages);
+
+    MessageSplitter requests;
+    for (QByteArray buffer(8192, Qt::Uninitialized);;) {
+        const ssize_t n = ::read(STDIN_FILENO, buffer.data(), size_t(buffer.size()));
+        if (n < 0 && errno == EINTR)
+            continue;
+        if (n <= 0)
+            return 0;
+        const QList<QByteArray> paths = requests.take(buffer.first(n));
+        for (const QByteArray &path : paths) {
+            replies.send(Kind::begun);
+            if (!reader.isReady()) {
+                replies.send(Kind::noData);
+                continue;
+            }
+            try {
+                read(reader, QFile::decodeName(path), replies);
+            } catch (const std::bad_alloc &) {
+                replies.send(Kind::lastingError, "not enough memory");
+            }
+        }
+    }
+}
+
+} // namespace qm::ocr

@@ -1,0 +1,137 @@
+#include "helpers/qmocr/WorkerLink.h"
+
+#include "helpers/qmocr/ProcessControl.h"
+
+#include <utility>
+
+namespace qm::ocr {
+
+using Kind = Reply::Kind;
+
+static constexpr int patience = 1000; // ms for a killed process to be gone
+
+WorkerLink::WorkerLink(const WorkerProgram &program, const Limits &limits)
+    : m_program(program)
+    , m_limits(limits)
+{
+    m_timer.setSingleShot(true);
+    m_timer.setTimerType(Qt::PreciseTimer);
+    QObject::connect(&m_timer, &QTimer::timeout, &m_timer, [this] { overdue(); });
+}
+
+WorkerLink::~WorkerLink()
+{
+    if (!m_process)
+        return;
+    m_process->disconnect(&m_timer);
+    m_process->kill(); // it holds nothing that would have to be put down
+    if (m_process->waitForFinished(patience))
+        delete m_process;
+}
+
+void WorkerLink::start()
+{
+    m_process = new QProcess; // deleted when it has ended, which may be after this object
+    m_replies = MessageSplitter();
+    QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
+    // One thread a worker: the recogniser's own threads make two pictures at once several times slower. Read by the OpenMP
+    // library when it is loaded, hence here and not in the worker.
+    environment.insert(QStringLiteral("OMP_THREAD_LIMIT"), QStringLiteral("1"));
+    m_process->setProcessEnvironment(environment);
+    m_process->setProgram(m_program.program);
+    m_process->setArguments(m_program.arguments);
+    m_process->setProcessChannelMode(QProcess::ForwardedErrorChannel);
+    QObject::connect(m_process, &QProcess::readyReadStandardOutput, &m_timer, [this] {
+        const QProcess *process = m_process;
+        const QList<QByteArray> messages = m_replies.take(m_process->readAllStandardOutput());
+        for (const QByteArray &message : messages)
+            if (m_process == process) // else it was given up meanwhile, and another has the next request
+                take(decodedReply(message));
+    });
+    QObject::connect(m_process, &QProcess::finished, &m_timer, [this] { ended(); });
+    QObject::connect(
+        m_process, &QProcess::errorOccurred, &m_timer,
+        [this](QProcess::ProcessError error) {
+            if (error == QProcess::FailedToStart)
+                ended();
+        },
+        Qt::QueuedConnection); // or it could answer from within read()
+    m_process->start();
+}
+
+void WorkerLink::read(const QByteArray &path, Finished finished)
+{
+    Q_ASSERT(isIdle());
+    m_finished = std::move(finished);
+    m_begun = false;
+    m_firstText.reset();
+    if (!m_process)
+        start();
+    m_usedBefore = processorTime(m_process->processId());
+    m_limit = m_limits.timeFor(0);
+    m_timer.start(m_limit);
+    m_process->write(encoded(path));
+}
+
+void WorkerLink::take(const Reply &reply)
+{
+    if (!m_process || isIdle())
+        return;
+    const QString text = QString::fromUtf8(reply.payload);
+    switch (reply.kind) {
+    case Kind::begun: m_begun = true; return;
+    case Kind::pixels:
+        m_limit = m_limits.timeFor(reply.payload.toLongLong());
+        m_timer.start(m_limit);
+        return;
+    case Kind::firstText: m_firstText = text; return;
+    case Kind::text: return finish({.text = text});
+    case Kind::passingError: return finish({.error = text});
+    case Kind::lastingError: return finish({.error = text, .lasting = true});
+    case Kind::noData: return finish({.error = QStringLiteral("no language data"), .noData = true});
+    }
+    abandon(); // it speaks nonsense
+    finish({.text = m_firstText, .error = QStringLiteral("the reading process failed"), .died = true});
+}
+
+void WorkerLink::ended()
+{
+    if (!m_process)
+        return;
+    abandon();
+    if (isIdle())
+        return;
+    finish({.text = m_firstText,
+            .error = QStringLiteral("the reading process ended unexpectedly"),
+            .lasting = m_begun,
+            .died = true});
+}
+
+void WorkerLink::overdue()
+{
+    // A machine that was busy with other things says nothing about the file.
+    const bool tried = m_begun && processorTime(m_process->processId()) - m_usedBefore >= m_limit / 2;
+    abandon();
+    finish({.text = m_firstText, .error = QStringLiteral("took too long"), .lasting = tried});
+}
+
+void WorkerLink::abandon()
+{
+    // Not waited for: a process that hangs inside the system may take its time to go.
+    QProcess *process = std::exchange(m_process, nullptr);
+    process->disconnect(&m_timer);
+    if (process->state() == QProcess::NotRunning) {
+        process->deleteLater();
+        return;
+    }
+    QObject::connect(process, &QProcess::finished, process, &QObject::deleteLater);
+    process->kill();
+}
+
+void WorkerLink::finish(const Answer &answer)
+{
+    m_timer.stop();
+    std::exchange(m_finished, nullptr)(answer);
+}
+
+} // namespace qm::ocr

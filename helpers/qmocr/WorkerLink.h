@@ -1,0 +1,66 @@
+#pragma once
+
+#include "helpers/qmocr/Limits.h"
+#include "helpers/qmocr/WireFormat.h"
+
+#include <QProcess>
+#include <QProcessEnvironment>
+#include <QTimer>
+
+#include <functional>
+#include <memory>
+#include <optional>
+
+namespace qm::ocr {
+
+// How a worker is started.
+struct WorkerProgram {
+    QString program;
+    QStringList arguments;
+};
+
+// What became of one request.
+struct Answer {
+    std::optional<QString> text = std::nullopt;
+    QString error = {};   // why there is no text
+    bool lasting = false; // the reason lies in the file, and will be the same the next time
+    bool died = false;    // the worker ended by itself
+    bool noData = false;  // no language data is installed
+};
+
+// The parent's end of one worker: starts the process when it is first needed and again after it died or had to be killed,
+// and watches its time. One request at a time; the answer comes later, from the event loop, never from within read().
+class WorkerLink
+{
+public:
+    using Finished = std::function<void(const Answer &answer)>;
+
+    WorkerLink(const WorkerProgram &program, const Limits &limits);
+    ~WorkerLink(); // ends the process
+
+    bool isIdle() const { return !m_finished; }
+    void read(const QByteArray &path, Finished finished);
+
+private:
+    void start();
+    void take(const Reply &reply);
+    void ended();
+    void overdue();
+    void abandon();
+    void finish(const Answer &answer);
+
+    const WorkerProgram m_program;
+    const Limits m_limits;
+    QProcess *m_process = nullptr;
+    MessageSplitter m_replies;
+    QTimer m_timer;
+
+    // The request in hand.
+    Finished m_finished;
+    bool m_begun = false;
+    std::optional<QString> m_firstText;
+    std::chrono::milliseconds m_limit{0};
+    std::chrono::milliseconds m_usedBefore{0};
+};
+
+} // namespace qm::ocr
