@@ -1,7 +1,6 @@
 #include "helpers/grab/Overlay.h"
 
 #include "app/base/AppLocale.h"
-#include "helpers/grab/CursorImage.h"
 #include "helpers/grab/OverlaySprites.h"
 
 #include <QDeadlineTimer>
@@ -31,35 +30,17 @@ int pixels(double points, double scale)
 
 } // namespace
 
-FrozenScreen freezeScreen(XConnection &server, ScreenGrab &grab)
-{
-    FrozenScreen screen;
-    screen.monitors = monitors(server);
-    applyScales(screen.monitors, ScaleSettings::read(server));
-    screen.composited = server.selectionOwner(Atom::compositor) != XCB_WINDOW_NONE;
-    xcb_grab_server(server.get()); // windows and pixels are of the same moment
-    screen.windows = screenWindows(server);
-    screen.pixels = grab.takeScreen(server.area());
-    xcb_ungrab_server(server.get());
-    QRegion unseen = server.area();
-    for (const Monitor &monitor : screen.monitors)
-        unseen -= monitor.area;
-    for (const QRect &area : unseen) {
-        for (int y = area.top(); y <= area.bottom() && !screen.pixels.isNull(); ++y) {
-            auto *row = reinterpret_cast<quint32 *>(screen.pixels.scanLine(y));
-            std::fill(row + area.left(), row + area.right() + 1, 0xff000000);
-        }
-    }
-    return screen;
-}
-
-Overlay::Overlay(XConnection &server, const FrozenScreen &screen, const Options &options)
+Overlay::Overlay(XConnection &server, const Options &options)
     : m_server(server)
-    , m_screen(screen)
     , m_options(options)
+    , m_render(server)
     , m_window(xcb_generate_id(server.get()))
     , m_grab(server)
 {
+    xcb_grab_server(server.get());
+    m_grabbed = m_grab.take(XCB_CURSOR_NONE);
+    m_screen.emplace(server);
+    xcb_ungrab_server(server.get());
 }
 
 Overlay::~Overlay()
@@ -94,36 +75,40 @@ Overlay::Choice Overlay::run()
 void Overlay::show()
 {
     xcb_connection_t *connection = m_server.get();
-    const xcb_query_pointer_cookie_t askPointer = xcb_query_pointer(connection, m_server.root());
-    const xcb_setup_t *setup = xcb_get_setup(connection);
-    const xcb_get_keyboard_mapping_cookie_t askKeyboard =
-        xcb_get_keyboard_mapping(connection, setup->min_keycode, uint8_t(setup->max_keycode - setup->min_keycode + 1));
-
     // No background: the server would clear the screen before the first paint.
-    const uint32_t values[] = {XCB_BACK_PIXMAP_NONE, 1, XCB_EVENT_MASK_EXPOSURE};
+    const uint32_t values[] = {XCB_BACK_PIXMAP_NONE, 1};
     const QSize size = m_server.area().size();
     xcb_create_window(connection, m_server.depth(), m_window, m_server.root(), 0, 0, uint16_t(size.width()),
                       uint16_t(size.height()), 0, XCB_WINDOW_CLASS_INPUT_OUTPUT, XCB_COPY_FROM_PARENT,
-                      XCB_CW_BACK_PIXMAP | XCB_CW_OVERRIDE_REDIRECT | XCB_CW_EVENT_MASK, values);
+                      XCB_CW_BACK_PIXMAP | XCB_CW_OVERRIDE_REDIRECT, values);
     constexpr char windowClass[] = "qmcapture\0qmcapture"; // two words, both closed by a zero
     xcb_change_property(connection, XCB_PROP_MODE_REPLACE, m_window, XCB_ATOM_WM_CLASS, XCB_ATOM_STRING, 8,
                         sizeof windowClass, windowClass);
     constexpr uint32_t rootEvents = XCB_EVENT_MASK_STRUCTURE_NOTIFY; // it is resized when monitors come and go
     xcb_change_window_attributes(connection, m_server.root(), XCB_CW_EVENT_MASK, &rootEvents);
+    xcb_map_window(connection, m_window);
+    m_screen->copyTo(m_window);
+    const bool dimmedByServer = m_render.dim(m_window);
+    constexpr uint32_t ownEvents = XCB_EVENT_MASK_EXPOSURE; // after the map, whose exposure is dealt with
+    xcb_change_window_attributes(connection, m_window, XCB_CW_EVENT_MASK, &ownEvents);
+    const xcb_query_pointer_cookie_t askPointer = xcb_query_pointer(connection, m_server.root());
+    const xcb_setup_t *setup = xcb_get_setup(connection);
+    const xcb_get_keyboard_mapping_cookie_t askKeyboard =
+        xcb_get_keyboard_mapping(connection, setup->min_keycode, uint8_t(setup->max_keycode - setup->min_keycode + 1));
+    xcb_flush(connection);
 
     const Reply<xcb_query_pointer_reply_t> pointer(xcb_query_pointer_reply(connection, askPointer, nullptr));
     m_keyboard.reset(xcb_get_keyboard_mapping_reply(connection, askKeyboard, nullptr));
     const QPoint at = pointer ? QPoint(pointer->root_x, pointer->root_y) : QPoint();
-    m_picker.emplace(m_options.mode, m_options.offer, m_screen.windows, m_server.area(),
-                     monitorAt(m_screen.monitors, at).scale);
+    m_picker.emplace(m_options.mode, m_options.offer, m_screen->windows(), m_server.area(),
+                     monitorAt(m_screen->monitors(), at).scale);
     m_picker->move(at);
     if (pointer && (pointer->mask & XCB_MOD_MASK_SHIFT))
         m_picker->keyDown(Picker::Key::shift);
 
     m_paint.emplace(m_server, m_window);
-    xcb_map_window(connection, m_window);
-    m_frame = compose();
-    put(m_server.area());
+    if (!dimmedByServer)
+        put(m_server.area());
 }
 
 void Overlay::hide()
@@ -135,6 +120,8 @@ void Overlay::hide()
 // Until something is chosen or cancelled. What it answers is why it could not go on.
 QString Overlay::loop()
 {
+    if (m_screen->pixels().isNull())
+        return QStringLiteral("the X server does not show its screen");
     const QDeadlineTimer grabDeadline(grabLimit);
     QDeadlineTimer hint(hintDelay);
     while (m_picker->result() == Picker::Result::open) {
@@ -145,7 +132,7 @@ QString Overlay::loop()
         if (m_screenChanged)
             return QStringLiteral("the screen changed");
         if (!m_grabbed) {
-            m_grabbed = m_grab.take(cursor(monitorAt(m_screen.monitors, m_picker->pointer()).scale));
+            m_grabbed = m_grab.take(cursor(monitorAt(m_screen->monitors(), m_picker->pointer()).scale));
             if (!m_grabbed && grabDeadline.hasExpired())
                 return QStringLiteral("another program keeps the keyboard or the pointer");
         }
@@ -249,7 +236,7 @@ void Overlay::refresh()
     const QRegion changed = damage(m_frame, frame);
     m_frame = std::move(frame);
     put(changed);
-    const xcb_cursor_t wanted = cursor(monitorAt(m_screen.monitors, m_picker->pointer()).scale);
+    const xcb_cursor_t wanted = cursor(monitorAt(m_screen->monitors(), m_picker->pointer()).scale);
     if (m_grabbed && wanted != m_cursor) {
         m_grab.setCursor(wanted);
         m_cursor = wanted;
@@ -260,7 +247,7 @@ void Overlay::refresh()
 OverlayFrame Overlay::compose()
 {
     OverlayFrame frame;
-    const Monitor &monitor = monitorAt(m_screen.monitors, m_picker->pointer());
+    const Monitor &monitor = monitorAt(m_screen->monitors(), m_picker->pointer());
     if (m_picker->mode() == Picker::Mode::region)
         composeRegion(frame, monitor);
     else
@@ -290,7 +277,7 @@ void Overlay::composeRegion(OverlayFrame &frame, const Monitor &monitor)
     if (!m_textReady)
         return;
     if (m_loupe.picture.isNull() || m_loupePoint != pointer || m_loupeScale != monitor.scale) {
-        m_loupe.picture = OverlaySprites::loupe(m_screen.pixels, pointer, monitor.scale);
+        m_loupe.picture = OverlaySprites::loupe(m_screen->pixels(), pointer, monitor.scale);
         m_loupePoint = pointer;
         m_loupeScale = monitor.scale;
     }
@@ -317,7 +304,7 @@ void Overlay::composeWindow(OverlayFrame &frame, const Monitor &monitor)
     if (!m_textReady)
         return;
     const QRect seen = area & monitor.area;
-    const QString title = m_screen.windows[index].title;
+    const QString title = m_screen->windows()[index].title;
     const QImage &name = label(title.isEmpty() ? QStringLiteral("%1 × %2").arg(area.width()).arg(area.height()) : title,
                                monitor.scale, std::clamp(seen.width() / monitor.scale - 40, 120.0, 480.0));
     frame.sprites.append({seen.center() - QPoint(name.width(), name.height()) / 2, name});
@@ -326,7 +313,8 @@ void Overlay::composeWindow(OverlayFrame &frame, const Monitor &monitor)
 // What a click on the window takes: all of it where it has pixels of its own, else what is seen of it.
 QRect Overlay::windowArea(int index) const
 {
-    return m_screen.composited ? m_screen.windows[index].frame : visibleArea(m_screen.windows, index, m_server.area());
+    return m_screen->isComposited() ? m_screen->windows()[index].frame
+                                    : visibleArea(m_screen->windows(), index, m_server.area());
 }
 
 const QImage &Overlay::label(const QString &text, double scale, double maxWidth)
@@ -358,7 +346,7 @@ void Overlay::put(const QRegion &region)
             area,
             [](QImage &target, QPoint origin, const void *overlay) {
                 const auto *self = static_cast<const Overlay *>(overlay);
-                paint(self->m_frame, self->m_screen.pixels, target, origin);
+                paint(self->m_frame, self->m_screen->fetchedPixels(), target, origin);
             },
             this);
     }
@@ -369,7 +357,7 @@ xcb_cursor_t Overlay::cursor(double scale)
     const bool region = m_picker->mode() == Picker::Mode::region;
     xcb_cursor_t &cursor = m_cursors[QString::number(scale) + (region ? u'r' : u'w')];
     if (!cursor)
-        cursor = makeCursor(m_server, region ? OverlaySprites::cross(scale) : OverlaySprites::camera(scale));
+        cursor = m_render.makeCursor(region ? OverlaySprites::cross(scale) : OverlaySprites::camera(scale));
     return cursor;
 }
 

@@ -1,9 +1,10 @@
 #pragma once
 
+#include "helpers/grab/FrozenScreen.h"
 #include "helpers/grab/InputGrab.h"
-#include "helpers/grab/Monitors.h"
 #include "helpers/grab/OverlayFrame.h"
 #include "helpers/grab/Picker.h"
+#include "helpers/grab/RenderDrawing.h"
 #include "helpers/grab/ScreenPixels.h"
 
 #include <QElapsedTimer>
@@ -14,44 +15,35 @@
 
 namespace qm {
 
-// The screen as it was at one moment, and what lay on it.
-struct FrozenScreen {
-    QImage
-        pixels; // of the whole desktop, RGB32; what no monitor shows is black. The grab's memory: copy what is to stay.
-    QList<ScreenWindow> windows;
-    QList<Monitor> monitors;
-    bool composited = false; // windows have pixels of their own, whatever lies over them
-};
-// Pixels null when the server refused.
-FrozenScreen freezeScreen(XConnection &server, ScreenGrab &grab);
-
 // Shows the frozen screen, dimmed, over everything, and lets a person choose a region or a window of it.
-// One thread, which it keeps until the choice is made. It draws with XCB and raster painting alone: a window of Qt's, on
-// its xcb platform, is on the screen three times as late.
+// One thread, which it keeps until the choice is made. It draws with XCB and raster painting alone: Qt's xcb platform takes
+// longer to start than all that is done until the dimmed screen is there.
 class Overlay
 {
 public:
     struct Options {
         Picker::Mode mode = Picker::Mode::region;
         Picker::Offer offer = Picker::Offer::both;
-        // Called once the screen is dimmed and grabbed; after it there must be a QGuiApplication, of whatever platform,
+        // Called once the screen is dimmed; after it there must be a QGuiApplication, of whatever platform,
         // for the fonts. Starting one takes longer than all that came before it.
         std::function<void()> makeReadyForText;
     };
     struct Choice {
         Picker::Result result = Picker::Result::cancelled;
         QRect area;      // of the region or the window, as it was shown; pixels
-        int window = -1; // index into FrozenScreen::windows
+        int window = -1; // index into the screen's windows
         QString failure; // why it ended by itself, for stderr; empty otherwise
     };
 
-    Overlay(XConnection &server, const FrozenScreen &screen, const Options &options);
+    // Takes keyboard and pointer and freezes the screen, in one moment: no menu closes and no highlight goes in between.
+    Overlay(XConnection &server, const Options &options);
     // Lets keyboard and pointer go, once what was pressed is up again.
     ~Overlay();
     Q_DISABLE_COPY_MOVE(Overlay)
 
     // Returns with the overlay off the screen.
     Choice run();
+    FrozenScreen &screen() { return *m_screen; }
 
 private:
     void show();
@@ -70,11 +62,12 @@ private:
     xcb_cursor_t cursor(double scale);
 
     XConnection &m_server;
-    const FrozenScreen &m_screen;
     const Options m_options;
+    const RenderDrawing m_render;
     xcb_window_t m_window;
     std::optional<ScreenPaint> m_paint;
     InputGrab m_grab;
+    std::optional<FrozenScreen> m_screen;
     Reply<xcb_get_keyboard_mapping_reply_t> m_keyboard;
     std::optional<Picker> m_picker;
     bool m_grabbed = false;

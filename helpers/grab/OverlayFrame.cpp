@@ -9,11 +9,10 @@ namespace qm {
 
 namespace {
 
-// Five eighths of the light: dark enough to set a selection off, light enough to read what one aims at.
 void dim(quint32 *to, const quint32 *from, int count)
 {
     for (int i = 0; i < count; ++i)
-        to[i] = 0xff000000 | (((from[i] >> 1) & 0x7f7f7f) + ((from[i] >> 3) & 0x1f1f1f));
+        to[i] = dimmed(from[i]);
 }
 
 template<class T>

@@ -8,6 +8,20 @@
 
 namespace qm {
 
+// How much light the overlay takes away, of 255: dark enough to set a selection off, light enough to read what one aims at.
+// dimmed() rounds as the Render extension's usual implementation does, so that what the server dims and what is painted
+// here can lie side by side.
+constexpr quint32 dimAlpha = 96;
+inline quint32 dimmed(quint32 pixel)
+{
+    constexpr quint32 kept = 255 - dimAlpha;
+    quint32 redBlue = (pixel & 0xff00ff) * kept + 0x800080;
+    quint32 green = (pixel >> 8 & 0xff) * kept + 0x80;
+    redBlue = (redBlue + (redBlue >> 8 & 0xff00ff)) >> 8 & 0xff00ff;
+    green = (green + (green >> 8)) & 0xff00;
+    return 0xff000000 | redBlue | green;
+}
+
 // One state of the overlay, as what lies on the frozen, dimmed screen. A value: two of them tell what has to be painted
 // again, so that a move costs what it changes and not a screen full of pixels. Coordinates are pixels of the screen.
 struct OverlayFrame {

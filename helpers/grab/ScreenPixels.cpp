@@ -8,7 +8,7 @@ namespace qm {
 
 namespace {
 
-constexpr size_t slotBytes = 1 << 20; // about what stays in a core's cache between painting and copying
+constexpr size_t slotBytes = 512 << 10; // about what stays in a core's cache between painting and copying
 constexpr size_t slotCount = 6;
 constexpr size_t requestBytes = 200'000; // without shared memory: within the 256 kB of a request everywhere
 

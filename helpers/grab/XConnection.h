@@ -47,6 +47,7 @@ public:
     xcb_connection_t *get() const { return m_connection; }
     bool isBroken() const { return xcb_connection_has_error(m_connection) != 0; }
     xcb_window_t root() const { return m_screen->root; }
+    xcb_visualid_t visual() const { return m_screen->root_visual; }
     quint8 depth() const { return m_screen->root_depth; }
     QRect area() const { return {0, 0, m_screen->width_in_pixels, m_screen->height_in_pixels}; } // pixels
     xcb_atom_t atom(Atom name) const { return m_atoms[size_t(name)]; }

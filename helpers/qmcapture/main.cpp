@@ -46,16 +46,17 @@ QImage windowPixels(XConnection &server, ScreenGrab &grab, const ScreenWindow &w
     return pixels.copy();
 }
 
-QImage chosenPixels(XConnection &server, const FrozenScreen &screen, const Overlay::Choice &choice)
+QImage chosenPixels(XConnection &server, FrozenScreen &screen, const Overlay::Choice &choice)
 {
-    if (choice.result == Picker::Result::window && screen.composited &&
-        (!isWhollyVisible(screen.windows, choice.window, server.area()) || screen.windows[choice.window].depth == 32)) {
+    if (choice.result == Picker::Result::window && screen.isComposited() &&
+        (!isWhollyVisible(screen.windows(), choice.window, server.area()) ||
+         screen.windows()[choice.window].depth == 32)) {
         ScreenGrab grab(server, choice.area.size());
-        const QImage own = windowPixels(server, grab, screen.windows[choice.window]);
+        const QImage own = windowPixels(server, grab, screen.windows()[choice.window]);
         if (!own.isNull())
             return own;
     }
-    return screen.pixels.copy(choice.area & screen.pixels.rect());
+    return screen.pixels().copy(choice.area & screen.area());
 }
 
 } // namespace
@@ -78,27 +79,21 @@ int main(int argc, char **argv)
         return fail(QStringLiteral("no X server"));
     if (!CaptureClaim::take(*server))
         return 0;
-    ScreenGrab grab(*server, server->area().size());
-    const FrozenScreen screen = freezeScreen(*server, grab);
-    if (screen.pixels.isNull())
-        return fail(QStringLiteral("the X server does not show its screen"));
-
     std::unique_ptr<QGuiApplication> fonts;
-    Overlay overlay(*server, screen,
-                    {.mode = mode == "-i" ? Picker::Mode::region : Picker::Mode::window,
-                     .makeReadyForText = [&] { fonts = startFonts(argv[0]); }});
+    Overlay overlay(*server, {.mode = mode == "-i" ? Picker::Mode::region : Picker::Mode::window,
+                              .makeReadyForText = [&] { fonts = startFonts(argv[0]); }});
     const Overlay::Choice choice = overlay.run();
     if (!choice.failure.isEmpty())
         return fail(choice.failure);
     if (choice.result == Picker::Result::cancelled)
         return 0;
 
-    const QImage pixels = chosenPixels(*server, screen, choice);
+    const QImage pixels = chosenPixels(*server, overlay.screen(), choice);
     // Asked to end from here on, the helper still puts the whole file into place: it is a moment, and the choice was made.
     for (const int signal : {SIGTERM, SIGINT, SIGHUP})
         std::signal(signal, SIG_IGN);
     std::signal(SIGXFSZ, SIG_IGN); // a limit on the size of files is then an error like a full disk
-    const int scale = pictureScale(screen.monitors, choice.area);
+    const int scale = pictureScale(overlay.screen().monitors(), choice.area);
     if (const Outcome written = PngWriter::write(path, {pixels, QSizeF(pixels.size()) / scale}); !written)
         return fail(QStringLiteral("cannot write %1: %2").arg(path, written.reason()));
     return 0;

@@ -28,10 +28,16 @@ void putImage(xcb_connection_t *connection, xcb_drawable_t target, const QImage 
 } // namespace
 
 PatternWindow::PatternWindow(Desktop &desktop, const QString &title, const QRect &area, int seed, Kind kind)
+    : PatternWindow(desktop, title, area, makePattern(area.size(), seed), kind)
+{
+}
+
+PatternWindow::PatternWindow(Desktop &desktop, const QString &title, const QRect &area, const QImage &picture,
+                             Kind kind)
     : m_desktop(desktop)
     , m_area(area)
     , m_kind(kind)
-    , m_pattern(makePattern(area.size(), seed))
+    , m_pattern(picture)
 {
     xcb_connection_t *connection = desktop.connection();
     const xcb_screen_t *screen = xcb_setup_roots_iterator(xcb_get_setup(connection)).data;

@@ -17,6 +17,8 @@ public:
 
     // area: its content, pixels of the desktop. Returns once the window is shown there (qFatal otherwise).
     PatternWindow(Desktop &desktop, const QString &title, const QRect &area, int seed, Kind kind = Kind::managed);
+    // The same with a picture in place of the pattern, RGB32 and as large as the area.
+    PatternWindow(Desktop &desktop, const QString &title, const QRect &area, const QImage &picture, Kind kind);
     ~PatternWindow();
     Q_DISABLE_COPY_MOVE(PatternWindow)
 
