@@ -14,6 +14,7 @@
 #include <cstdio>
 #include <limits>
 #include <thread>
+#include <xcb/xcbext.h>
 
 using namespace qm;
 using Clock = std::chrono::steady_clock;
