@@ -12,8 +12,6 @@ namespace {
 
 constexpr const char *atomNames[] = {
     "_QUILLMERE_CAPTURE",
-    "qmcapture",
-    "UTF8_STRING",
     "_NET_SUPPORTING_WM_CHECK",
     "_NET_CLIENT_LIST_STACKING",
     "_NET_CURRENT_DESKTOP",

@@ -19,8 +19,6 @@ using Reply = std::unique_ptr<T, FreeDeleter>; // what xcb_..._reply answers; nu
 
 enum class Atom {
     captureSelection,
-    captureTool,
-    utf8String,
     supportingWmCheck,
     clientListStacking,
     currentDesktop,
