@@ -135,7 +135,7 @@ void Desktop::startWindowManager()
 
 void Desktop::stopWindowManager()
 {
-    m_windowManager->terminate();
+    m_windowManager->kill();
     m_windowManager->waitForFinished();
 }
 

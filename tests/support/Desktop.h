@@ -78,7 +78,7 @@ public:
     // Programs. The desktop owns them and ends them; a test may end one earlier.
     QProcess &start(const QString &program, const QStringList &arguments, const QStringList &extraEnvironment = {});
     void startWindowManager();
-    void stopWindowManager();
+    void stopWindowManager(); // as a crash would
     void startCompositor();
     void stopCompositor();
     void setMonitors(const QList<QRect> &monitors); // empty: one, the whole desktop
