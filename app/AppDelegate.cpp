@@ -1,49 +1,153 @@
 #include "app/AppDelegate.h"
 
-#include "app/base/AppLocale.h"
+#include "app/base/LoginItem.h"
 #include "app/base/Symbol.h"
+#include "app/base/UserDefaults.h"
+#include "capture/ScrollCapture.h"
 #include "config/ConfigStore.h"
+#include "imaging/Pasteboard.h"
 #include "index/OcrIndexer.h"
+#include "platform/QtQueue.h"
+#include "platform/Workspace.h"
 
 #include <QApplication>
-#include <QDBusConnection>
-#include <QDBusConnectionInterface>
-#include <QMenu>
-#include <QSystemTrayIcon>
+#include <QElapsedTimer>
 
 namespace qm {
 
-AppDelegate::AppDelegate() = default;
+using namespace std::chrono_literals;
+
+AppDelegate::AppDelegate()
+    : m_captureRunner(QtQueue::main(), &Pasteboard::setImage)
+    , m_trigger(QtQueue::main(), ConfigStore::resolveHotkey(), [this](HotkeyTrigger::Gesture gesture) {
+        gesture == HotkeyTrigger::Gesture::tap ? captureRangeAction() : captureWindowAction();
+    })
+{
+}
+
 AppDelegate::~AppDelegate() = default;
 
 void AppDelegate::applicationDidFinishLaunching()
 {
-    createStatusItem();
+    m_trayHost = whenTrayHostAppears([this] { createStatusItem(); });
     ConfigStore::createFolder(ConfigStore::resolveCaptureDir());
+    registerLoginItemOnce();
+    m_eventTap = makeKeyMonitor();
+    startEventTap();
     OcrIndexer::shared().start();
-}
-
-// Qt asks for a StatusNotifier host once, at the first tray call of the process, and never again: without one there must
-// be no call at all.
-static bool trayHostIsThere()
-{
-    const QDBusConnection bus = QDBusConnection::sessionBus();
-    return (bus.isConnected()
-            && bus.interface()->isServiceRegistered(QStringLiteral("org.kde.StatusNotifierWatcher")).value())
-        || (QGuiApplication::platformName() == u"xcb" && QSystemTrayIcon::isSystemTrayAvailable());
 }
 
 void AppDelegate::createStatusItem()
 {
-    if (!trayHostIsThere())
-        return;
-    m_menu = std::make_unique<QMenu>();
-    m_menu->addAction(AppLocale::text(u"Quit Quillmere", u"Quillmere を終了"), qApp, &QApplication::quit);
-    const QColor color = QApplication::palette().color(QPalette::WindowText);
-    m_statusItem = std::make_unique<QSystemTrayIcon>(Symbol::icon(QStringLiteral("camera.viewfinder"), color));
+    m_menu = std::make_unique<StatusMenu>([this](StatusMenu::Item item) { chosen(item); });
+    m_statusItem = std::make_unique<QSystemTrayIcon>(Symbol::trayIcon(QStringLiteral("camera.viewfinder")));
     m_statusItem->setToolTip(QStringLiteral("Quillmere"));
     m_statusItem->setContextMenu(m_menu.get());
+    QObject::connect(m_statusItem.get(), &QSystemTrayIcon::activated, m_menu.get(), [this](auto reason) {
+        if (reason == QSystemTrayIcon::Trigger)
+            m_menu->popup(QCursor::pos());
+    });
     m_statusItem->show();
+}
+
+// On by default, but never forced again on somebody who has switched it off.
+void AppDelegate::registerLoginItemOnce()
+{
+    const QString attempted = QStringLiteral("loginItemConfigured");
+    if (UserDefaults::boolean(attempted))
+        return;
+    (void)LoginItem::setEnabled(true);
+    UserDefaults::setBoolean(attempted, true);
+}
+
+void AppDelegate::startEventTap()
+{
+    if (!m_eventTap)
+        return;
+    const auto handle = [this](const KeyEvent &event) {
+        if (event.type == KeyEvent::Type::disabled)
+            m_eventTap->enable();
+        else
+            m_trigger.handle(event);
+    };
+    if (m_eventTap->start(handle) == KeyMonitor::Started::notYet)
+        m_eventTapRetry = QtQueue::main().postAfter(1s, [this] { startEventTap(); });
+}
+
+void AppDelegate::perform(const Command &command)
+{
+    switch (command.verb) {
+    case Command::Verb::open:
+    case Command::Verb::library: return openLibrary();
+    case Command::Verb::captureRegion: return captureRangeAction();
+    case Command::Verb::captureWindow: return captureWindowAction();
+    case Command::Verb::captureScroll: return scrollCaptureAction();
+    case Command::Verb::settings: return openSettings();
+    case Command::Verb::annotate: return; // comes with the editor
+    case Command::Verb::quit: return quit();
+    }
+}
+
+void AppDelegate::chosen(StatusMenu::Item item)
+{
+    switch (item) {
+    case StatusMenu::Item::captureRange: return captureRangeAction();
+    case StatusMenu::Item::captureWindow: return captureWindowAction();
+    case StatusMenu::Item::scrollCapture: return scrollCaptureAction();
+    case StatusMenu::Item::openStore: return openStore();
+    case StatusMenu::Item::openLibrary: return openLibrary();
+    case StatusMenu::Item::openSettings: return openSettings();
+    case StatusMenu::Item::quit: return quit();
+    }
+}
+
+void AppDelegate::captureRangeAction()
+{
+    m_captureRunner.runCapture({QStringLiteral("-i")});
+}
+
+void AppDelegate::captureWindowAction()
+{
+    m_captureRunner.runCapture({QStringLiteral("-iw")});
+}
+
+void AppDelegate::scrollCaptureAction()
+{
+    ScrollCapture::start();
+}
+
+void AppDelegate::openStore()
+{
+    Workspace::openFolder(ConfigStore::resolveCaptureDir());
+}
+
+void AppDelegate::openLibrary()
+{
+    m_libraryController.show();
+}
+
+void AppDelegate::openSettings()
+{
+    if (!m_settingsController) {
+        m_settingsController = std::make_unique<SettingsWindowController>(
+            [this] { m_trigger.setHotkey(ConfigStore::resolveHotkey()); });
+    }
+    m_settingsController->show();
+}
+
+void AppDelegate::quit()
+{
+    QApplication::quit();
+}
+
+bool AppDelegate::stop(std::chrono::milliseconds limit)
+{
+    // Side by side: both are told first, then each is waited for.
+    QElapsedTimer timer;
+    timer.start();
+    const bool indexStopped = OcrIndexer::stopShared(limit);
+    const auto left = std::max(0ms, limit - std::chrono::milliseconds(timer.elapsed()));
+    return m_captureRunner.stop(indexStopped ? std::min(left, 200ms) : 0ms) && indexStopped;
 }
 
 } // namespace qm

@@ -1,9 +1,17 @@
 #pragma once
 
-#include <memory>
+#include "app/Command.h"
+#include "app/StatusMenu.h"
+#include "capture/CaptureRunner.h"
+#include "capture/HotkeyTrigger.h"
+#include "library/LibraryWindowController.h"
+#include "platform/KeyMonitor.h"
+#include "platform/TrayHost.h"
+#include "settings/SettingsWindowController.h"
 
-class QMenu;
-class QSystemTrayIcon;
+#include <QSystemTrayIcon>
+
+#include <memory>
 
 namespace qm {
 
@@ -14,13 +22,35 @@ public:
     AppDelegate();
     ~AppDelegate();
 
-    void applicationDidFinishLaunching(); // once, when the event loop is about to run
+    void applicationDidFinishLaunching(); // once; never stops on an error
+    void perform(const Command &command);
+
+    // At quit: false when something is still busy after the limit. The process may end all the same, nothing stored is lost.
+    bool stop(std::chrono::milliseconds limit);
 
 private:
     void createStatusItem();
+    void registerLoginItemOnce();
+    void startEventTap();
 
-    std::unique_ptr<QMenu> m_menu;
-    std::unique_ptr<QSystemTrayIcon> m_statusItem;
+    void captureRangeAction();
+    void captureWindowAction();
+    void scrollCaptureAction();
+    void openStore();
+    void openLibrary();
+    void openSettings();
+    void quit();
+    void chosen(StatusMenu::Item item);
+
+    std::unique_ptr<StatusMenu> m_menu;
+    std::unique_ptr<TrayHost> m_trayHost;
+    std::unique_ptr<QSystemTrayIcon> m_statusItem; // none before there is a tray
+    CaptureRunner m_captureRunner;
+    HotkeyTrigger m_trigger;
+    std::unique_ptr<KeyMonitor> m_eventTap;
+    Timer m_eventTapRetry;
+    std::unique_ptr<SettingsWindowController> m_settingsController; // made at its first use
+    LibraryWindowController m_libraryController;
 };
 
 } // namespace qm

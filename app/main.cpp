@@ -1,27 +1,88 @@
 #include "app/AppDelegate.h"
-#include "index/OcrIndexer.h"
+#include "app/SingleInstance.h"
+#include "app/base/AppLocale.h"
 
 #include <QApplication>
+#include <QLibraryInfo>
+#include <QTranslator>
 
+#include <cstdio>
 #include <cstdlib>
 
 using namespace qm;
 using namespace std::chrono_literals;
 
+static QString usage()
+{
+    return AppLocale::text(u"usage: quillmere [COMMAND]\n"
+                           "\n"
+                           "Without a command Quillmere starts; where it runs already, its library opens.\n"
+                           "\n"
+                           "  capture-region, capture-window, capture-scroll\n"
+                           "  library, settings\n"
+                           "  annotate FILE\n"
+                           "  quit\n",
+                           u"使い方: quillmere [コマンド]\n"
+                           "\n"
+                           "コマンドがなければ Quillmere を起動します。すでに起動していればライブラリを開きます。\n"
+                           "\n"
+                           "  capture-region, capture-window, capture-scroll\n"
+                           "  library, settings\n"
+                           "  annotate ファイル\n"
+                           "  quit\n");
+}
+
+// What needs no display: wrong use, help, and a command for an instance that runs. The exit code, or nothing to go on.
+static std::optional<int> doneWithoutADisplay(int argc, char **argv, std::optional<Command> &command)
+{
+    QCoreApplication core(argc, argv);
+    const QStringList words = core.arguments().sliced(1);
+    if (words == QStringList(QStringLiteral("--version"))) {
+        std::puts("quillmere " QM_VERSION);
+        return 0;
+    }
+    if (words == QStringList(QStringLiteral("--help")) || words == QStringList(QStringLiteral("-h"))) {
+        std::fputs(qUtf8Printable(usage()), stdout);
+        return 0;
+    }
+    command = Command::fromWords(words);
+    if (!command) {
+        std::fputs(qUtf8Printable(usage()), stderr);
+        return 2;
+    }
+    if (SingleInstance::handOver(*command) || command->verb == Command::Verb::quit)
+        return 0;
+    return std::nullopt;
+}
+
 int main(int argc, char **argv)
 {
+    std::optional<Command> command;
+    if (const std::optional<int> code = doneWithoutADisplay(argc, argv, command))
+        return *code;
+
     QApplication application(argc, argv);
     QApplication::setApplicationName(QStringLiteral("Quillmere"));
     QApplication::setApplicationVersion(QStringLiteral(QM_VERSION));
     QApplication::setDesktopFileName(QStringLiteral("org.quillmere.Quillmere"));
     QApplication::setQuitOnLastWindowClosed(false);
 
+    QTranslator translator; // Qt's own texts: file choosers, context menus
+    if (AppLocale::isJapanese()
+        && translator.load(QStringLiteral("qtbase_ja"), QLibraryInfo::path(QLibraryInfo::TranslationsPath)))
+        QApplication::installTranslator(&translator);
+
     AppDelegate delegate;
+    SingleInstance instance;
+    if (!instance.listen([&](const Command &received) { delegate.perform(received); }))
+        return SingleInstance::handOver(*command) ? 0 : 1; // another start was quicker by a moment
     delegate.applicationDidFinishLaunching();
+    if (command->verb != Command::Verb::open)
+        delegate.perform(*command);
     const int code = QApplication::exec();
 
-    // A step that hangs (a folder on a server that is away, say) must not keep the process; the index survives that.
-    if (!OcrIndexer::stopShared(2s))
+    // A capture that waits for its user, or a folder on a server that is away, must not keep the process.
+    if (!delegate.stop(2s))
         std::_Exit(code);
     return code;
 }

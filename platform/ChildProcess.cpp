@@ -2,6 +2,7 @@
 
 #include "platform/ParentDeath.h"
 
+#include <QCoreApplication>
 #include <QProcess>
 #include <QThread>
 
@@ -10,8 +11,8 @@ namespace qm {
 static constexpr int wakeUp = 100;       // ms between two looks at whether the thread is to stop
 static constexpr int endPolitely = 1000; // ms before a child that ignores SIGTERM is killed
 
-std::optional<QByteArray> ChildProcess::run(const QString &program, const QStringList &arguments, const QByteArray &input,
-                                            const Received &received)
+std::optional<QByteArray> ChildProcess::run(const QString &program, const QStringList &arguments,
+                                            const QByteArray &input, const Received &received)
 {
     QProcess process;
     process.setProgram(program);
@@ -44,6 +45,21 @@ std::optional<QByteArray> ChildProcess::run(const QString &program, const QStrin
     }
     take();
     return output;
+}
+
+void ChildProcess::start(const QString &program, const QStringList &arguments)
+{
+    auto *process = new QProcess(QCoreApplication::instance());
+    process->setStandardInputFile(QProcess::nullDevice());
+    process->setStandardOutputFile(QProcess::nullDevice());
+    process->setStandardErrorFile(QProcess::nullDevice());
+    process->setChildProcessModifier(&endWithParent);
+    QObject::connect(process, &QProcess::finished, process, &QObject::deleteLater);
+    QObject::connect(process, &QProcess::errorOccurred, process, [process](QProcess::ProcessError error) {
+        if (error == QProcess::FailedToStart) // the only end that finished() does not tell
+            process->deleteLater();
+    });
+    process->start(program, arguments);
 }
 
 } // namespace qm

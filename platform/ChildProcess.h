@@ -22,5 +22,9 @@ using Received = std::function<void(const QByteArray &)>;
 std::optional<QByteArray> run(const QString &program, const QStringList &arguments, const QByteArray &input = {},
                               const Received &received = {});
 
+// Starts the program and returns at once. Its output is discarded and nobody waits for it, but it ends with this process.
+// Main thread. A program that cannot be started is nobody's business either.
+void start(const QString &program, const QStringList &arguments);
+
 } // namespace ChildProcess
 } // namespace qm

@@ -14,7 +14,9 @@ static std::optional<QString> besideExecutable(const QString &name)
 
 ToolPaths toolPaths()
 {
-    return {.ocr = besideExecutable(QStringLiteral("qmocr"))};
+    return {.capture = besideExecutable(QStringLiteral("qmcapture")),
+            .scroll = besideExecutable(QStringLiteral("qmscroll")),
+            .ocr = besideExecutable(QStringLiteral("qmocr"))};
 }
 
 } // namespace qm

@@ -66,6 +66,8 @@ def main():
             if source.suffix not in (".h", ".cpp", ".mm") or folder_of(relative, allowed) != folder:
                 continue
             for included in INCLUDE.findall(source.read_text()):
+                if included.endswith(".moc"):
+                    continue  # made by moc beside the source
                 seen += 1
                 target = folder_of(included, allowed)
                 if target is None:

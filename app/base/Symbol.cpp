@@ -5,20 +5,33 @@
 #include <QPainter>
 #include <QSvgRenderer>
 
+// Outside any namespace, as the macro wants it: a static library's resources are linked only when asked for.
+static void initSymbols()
+{
+    Q_INIT_RESOURCE(symbols);
+}
+
 namespace qm {
 
 namespace {
 
+// Draws its layers over each other, each an SVG of the whole symbol.
 class SymbolEngine : public QIconEngine
 {
 public:
-    explicit SymbolEngine(const QByteArray &svg) : m_svg(svg) {}
+    explicit SymbolEngine(QList<QByteArray> layers) : m_layers(std::move(layers)) {}
 
-    void paint(QPainter *painter, const QRect &rect, QIcon::Mode, QIcon::State) override
+    void paint(QPainter *painter, const QRect &rect, QIcon::Mode mode, QIcon::State) override
     {
-        QSvgRenderer renderer(m_svg);
-        renderer.setAspectRatioMode(Qt::KeepAspectRatio);
-        renderer.render(painter, rect);
+        painter->save();
+        if (mode == QIcon::Disabled)
+            painter->setOpacity(painter->opacity() * 0.4);
+        for (const QByteArray &layer : m_layers) {
+            QSvgRenderer renderer(layer);
+            renderer.setAspectRatioMode(Qt::KeepAspectRatio);
+            renderer.render(painter, rect);
+        }
+        painter->restore();
     }
 
     QPixmap pixmap(const QSize &size, QIcon::Mode mode, QIcon::State state) override
@@ -30,20 +43,46 @@ public:
         return pixmap;
     }
 
-    QIconEngine *clone() const override { return new SymbolEngine(m_svg); }
+    // For whoever asks in advance, as the tray's protocol does.
+    QList<QSize> availableSizes(QIcon::Mode, QIcon::State) override
+    {
+        return {{16, 16}, {22, 22}, {24, 24}, {32, 32}, {44, 44}, {48, 48}, {64, 64}, {96, 96}};
+    }
+
+    QIconEngine *clone() const override { return new SymbolEngine(m_layers); }
 
 private:
-    QByteArray m_svg;
+    QList<QByteArray> m_layers;
 };
 
 } // namespace
 
+static QByteArray svgOf(const QString &name)
+{
+    initSymbols();
+    QFile file(QStringLiteral(":/symbols/%1.svg").arg(name));
+    return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
+}
+
+static QByteArray tinted(QByteArray svg, const QColor &color)
+{
+    return svg.replace("currentColor", color.name().toLatin1());
+}
+
 QIcon Symbol::icon(const QString &name, const QColor &color)
 {
-    QFile file(QStringLiteral(":/symbols/%1.svg").arg(name));
-    if (!file.open(QIODevice::ReadOnly))
+    const QByteArray svg = svgOf(name);
+    return svg.isEmpty() ? QIcon() : QIcon(new SymbolEngine({tinted(svg, color)}));
+}
+
+QIcon Symbol::trayIcon(const QString &name)
+{
+    const QByteArray svg = svgOf(name);
+    if (svg.isEmpty())
         return {};
-    return QIcon(new SymbolEngine(file.readAll().replace("currentColor", color.name().toLatin1())));
+    QByteArray rim = tinted(svg, QColor(0x20, 0x20, 0x20));
+    rim.replace("stroke-width=\"1.75\"", "stroke-width=\"4\"");
+    return QIcon(new SymbolEngine({rim, tinted(svg, Qt::white)}));
 }
 
 } // namespace qm

@@ -109,26 +109,33 @@ QList<Line> joined(const QList<QRect> &pieces, const QList<QList<Line>> &read)
     QRect whole;
     for (const QRect &piece : pieces)
         whole |= piece;
-    QList<Line> lines, spare;
-    QList<int> spareAt; // where in lines a spare one belongs
-    for (int i = 0; i < pieces.size(); ++i) {
+    QList<Line> lines;
+    // Whether one of the first `count` lines is this one, perhaps read a little differently.
+    const auto isKnown = [&](const Line &line, qsizetype count) {
+        return std::any_of(lines.cbegin(), lines.cbegin() + count, [&](const Line &known) {
+            return mostlyIn(line.box, known.box) || mostlyIn(known.box, line.box);
+        });
+    };
+    struct Spare {
+        Line line;
+        qsizetype at; // where in lines it belongs
+    };
+    QList<Spare> spare;
+    for (qsizetype i = 0; i < pieces.size(); ++i) {
         const QRect own = core(pieces[i], whole);
+        const qsizetype before = lines.size();
         for (const Line &line : read[i]) {
             if (own.contains(line.box.center())) {
-                lines += line;
+                if (!isKnown(line, before))
+                    lines += line;
             } else if (!isStump(line.box, pieces[i], whole)) {
-                spare += line;
-                spareAt += int(lines.size());
+                spare += {line, lines.size()};
             }
         }
     }
-    for (int i = int(spare.size()) - 1; i >= 0; --i) {
-        const auto same = [&](const Line &line) {
-            return mostlyIn(spare[i].box, line.box) || mostlyIn(line.box, spare[i].box);
-        };
-        if (std::none_of(lines.begin(), lines.end(), same))
-            lines.insert(spareAt[i], spare[i]);
-    }
+    for (auto it = spare.crbegin(); it != spare.crend(); ++it)
+        if (!isKnown(it->line, lines.size()))
+            lines.insert(it->at, it->line);
     return lines;
 }
 

@@ -70,6 +70,8 @@ static void read(TextReader &reader, const QString &path, const ReplyPipe &repli
         return replies.send(Kind::lastingError, "not a readable picture");
 
     const QImage gray = toGray(std::exchange(opened.image.pixels, {}));
+    if (gray.isNull())
+        return replies.send(Kind::lastingError, "not enough memory");
     replies.send(Kind::pixels, QByteArray::number(qint64(gray.width()) * gray.height()));
     const QStringList first = reader.first(gray);
     replies.send(Kind::firstText, first.join(u'\n').toUtf8());

@@ -8,7 +8,8 @@ namespace qm::ocr {
 
 using Kind = Reply::Kind;
 
-static constexpr int patience = 1000; // ms for a killed process to be gone
+static constexpr std::chrono::seconds toBegin(30); // loading takes a tenth of one; not the picture's doing
+static constexpr int patience = 1000;              // ms for a killed process to be gone
 
 WorkerLink::WorkerLink(const WorkerProgram &program, const Limits &limits)
     : m_program(program)
@@ -67,9 +68,8 @@ void WorkerLink::read(const QByteArray &path, Finished finished)
     m_firstText.reset();
     if (!m_process)
         start();
-    m_usedBefore = processorTime(m_process->processId());
     m_limit = m_limits.timeFor(0);
-    m_timer.start(m_limit);
+    m_timer.start(toBegin);
     m_process->write(encoded(path));
 }
 
@@ -79,7 +79,11 @@ void WorkerLink::take(const Reply &reply)
         return;
     const QString text = QString::fromUtf8(reply.payload);
     switch (reply.kind) {
-    case Kind::begun: m_begun = true; return;
+    case Kind::begun:
+        m_begun = true;
+        m_usedBefore = processorTime(m_process->processId());
+        m_timer.start(m_limit);
+        return;
     case Kind::pixels:
         m_limit = m_limits.timeFor(reply.payload.toLongLong());
         m_timer.start(m_limit);
@@ -110,7 +114,7 @@ void WorkerLink::ended()
 void WorkerLink::overdue()
 {
     // A machine that was busy with other things says nothing about the file.
-    const bool tried = m_begun && processorTime(m_process->processId()) - m_usedBefore >= m_limit / 2;
+    const bool tried = m_begun && processorTime(m_process->processId()) - m_usedBefore >= m_limit / 3;
     abandon();
     finish({.text = m_firstText, .error = QStringLiteral("took too long"), .lasting = tried});
 }

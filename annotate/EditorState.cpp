@@ -1,0 +1,99 @@
+#include "annotate/EditorState.h"
+
+#include "annotate/CanvasGeometry.h"
+
+#include <algorithm>
+#include <cmath>
+
+namespace qm {
+
+static constexpr double zoomStep = 1.25;
+
+static bool names(const std::optional<int> &index, const QList<Annotation> &items)
+{
+    return index && *index >= 0 && *index < items.size();
+}
+
+const Annotation *EditorState::selectedItem() const
+{
+    return names(selectedIndex, doc.items) ? &doc.items[*selectedIndex] : nullptr;
+}
+
+void EditorState::pushUndo()
+{
+    undoStack.append(doc);
+    redoStack.clear();
+}
+
+void EditorState::undo()
+{
+    if (!canUndo())
+        return;
+    redoStack.append(doc);
+    doc = undoStack.takeLast();
+}
+
+void EditorState::redo()
+{
+    if (!canRedo())
+        return;
+    undoStack.append(doc);
+    doc = redoStack.takeLast();
+}
+
+void EditorState::addItem(const Annotation &item)
+{
+    pushUndo();
+    doc.items.append(item);
+}
+
+void EditorState::setCrop(const QRectF &crop)
+{
+    pushUndo();
+    doc.crop = crop;
+}
+
+void EditorState::deleteSelected()
+{
+    if (!selectedItem())
+        return;
+    pushUndo();
+    doc.items.removeAt(*selectedIndex);
+    selectedIndex.reset();
+}
+
+void EditorState::replaceItems(const QList<Annotation> &items)
+{
+    doc.items = items;
+}
+
+void EditorState::setColor(const QColor &next)
+{
+    color = next;
+    if (selectedItem())
+        doc.items[*selectedIndex].color = next;
+}
+
+void EditorState::setLineWidth(double width)
+{
+    lineWidth = width;
+    if (selectedItem())
+        doc.items[*selectedIndex].lineWidth = width;
+}
+
+void EditorState::zoomIn()
+{
+    zoom = std::clamp(zoom * zoomStep, CanvasZoom::least, CanvasZoom::most);
+}
+
+void EditorState::zoomOut()
+{
+    zoom = std::clamp(zoom / zoomStep, CanvasZoom::least, CanvasZoom::most);
+}
+
+QString EditorState::zoomLabel() const
+{
+    return QStringLiteral("%1%").arg(std::lround(zoom * 100));
+}
+
+} // namespace qm

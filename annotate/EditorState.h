@@ -1,0 +1,45 @@
+#pragma once
+
+#include "annotate/Annotation.h"
+#include "annotate/ItemFactory.h"
+
+namespace qm {
+
+// What an editor window holds, and everything that can happen to it. A value without widgets. Main thread, by its use.
+// selectedIndex may name an item that an undo took away; every use checks it.
+struct EditorState {
+    AnnotationDoc doc;
+    AnnotationTool tool = AnnotationTool::arrow;
+    QColor color = QColor::fromRgb(systemRed);
+    double lineWidth = 7; // points
+    Annotation::BlurShape blurShape = Annotation::BlurShape::rect;
+    double zoom = 1;
+    QList<AnnotationDoc> undoStack, redoStack; // whole documents, newest last; they share what did not change
+    std::optional<int> selectedIndex;
+    QString statusText;
+
+    const Annotation *selectedItem() const; // null without a selection that names an item
+    ItemStyle style() const { return {color, lineWidth, blurShape}; }
+
+    // Called before each change of the document, except by those below that say otherwise.
+    void pushUndo();
+    bool canUndo() const { return !undoStack.isEmpty(); }
+    bool canRedo() const { return !redoStack.isEmpty(); }
+    void undo();
+    void redo();
+
+    void addItem(const Annotation &item);
+    void setCrop(const QRectF &crop); // in place of one that is set
+    void deleteSelected();
+    void replaceItems(const QList<Annotation> &items); // during a drag: its undo entry was pushed when it began
+    // For new items, and at once for the selected one: no undo entry, or a slider would fill the list.
+    void setColor(const QColor &color);
+    void setLineWidth(double width);
+
+    void zoomIn();
+    void zoomOut();
+    void resetZoom() { zoom = 1; }
+    QString zoomLabel() const; // "195%"
+};
+
+} // namespace qm

@@ -1,0 +1,24 @@
+#pragma once
+
+#include "annotate/Annotation.h"
+
+namespace qm {
+
+// What new items look like: the editor's current choices.
+struct ItemStyle {
+    QColor color = QColor::fromRgb(systemRed);
+    double lineWidth = 3; // points
+    Annotation::BlurShape blurShape = Annotation::BlurShape::rect;
+};
+
+// New items. Points are in the document's coordinates.
+namespace ItemFactory {
+
+// What a drag with the tool draws. The size is signed and not normalised. A tool that draws nothing gives a rectangle.
+Annotation dragged(AnnotationTool tool, QPointF start, QPointF current, const ItemStyle &style);
+
+// Text whose line begins at origin, at the size that goes with the line width.
+Annotation text(const QString &text, QPointF origin, const ItemStyle &style);
+
+} // namespace ItemFactory
+} // namespace qm

@@ -1,0 +1,25 @@
+#pragma once
+
+#include "app/Command.h"
+
+#include <QMenu>
+
+#include <functional>
+
+namespace qm {
+
+// The menu behind the tray icon. Its key equivalents act while it is open. Main thread.
+class StatusMenu : public QMenu
+{
+    Q_OBJECT
+
+public:
+    enum class Item { captureRange, captureWindow, scrollCapture, openStore, openLibrary, openSettings, quit };
+
+    explicit StatusMenu(std::function<void(Item)> chosen);
+
+protected:
+    void keyPressEvent(QKeyEvent *event) override;
+};
+
+} // namespace qm

@@ -1,0 +1,170 @@
+// The editor's picture: a frame with and without what is kept from the last one, and pixellation, against memcpy.
+#include "annotate/AnnotationRenderer.h"
+#include "annotate/AreaResample.h"
+#include "annotate/ItemFactory.h"
+#include "annotate/Pixellate.h"
+#include "annotate/RenderCache.h"
+#include "bench/Measure.h"
+
+#include <QFontDatabase>
+#include <QGuiApplication>
+#include <QPainter>
+
+#include <cstdio>
+#include <cstring>
+#include <functional>
+#include <vector>
+
+using namespace qm;
+
+namespace {
+
+double best(int runs, const std::function<void()> &work)
+{
+    return bench::bestOf(runs, work) * 1000;
+}
+
+// Milliseconds of what is too short for one measurement.
+double bestOfMany(int runs, int times, const std::function<void()> &work)
+{
+    const auto all = [&] {
+        for (int i = 0; i < times; ++i)
+            work();
+    };
+    return best(runs, all) / times;
+}
+
+void row(const char *what, double ms, const char *promise = "")
+{
+    std::printf("  %-58s %9.3f ms  %s\n", what, ms, promise);
+}
+
+void ratio(const char *what, double value, const char *promise)
+{
+    std::printf("  %-58s %9.2f     %s\n", what, value, promise);
+}
+
+// As a screen full of windows is: plain areas, rules, and much small text.
+Image screen(QSize size)
+{
+    QImage pixels(size, QImage::Format_RGB32);
+    pixels.fill(QColor(38, 41, 48));
+    QPainter painter(&pixels);
+    QFont font = QFontDatabase::systemFont(QFontDatabase::FixedFont);
+    font.setPixelSize(22);
+    painter.setFont(font);
+    for (int column = 0; column < 4; ++column) {
+        const QRect window(40 + column * size.width() / 4, 60, size.width() / 4 - 60, size.height() - 120);
+        painter.fillRect(window, column % 2 ? QColor(250, 250, 248) : QColor(30, 32, 38));
+        painter.setPen(column % 2 ? QColor(30, 30, 30) : QColor(200, 205, 210));
+        for (int y = window.top() + 40; y < window.bottom(); y += 30)
+            painter.drawText(window.left() + 20, y,
+                             QStringLiteral("%1  if (value[%2] != expected) return failure(%3);")
+                                 .arg(y)
+                                 .arg(y * 7 % 97)
+                                 .arg(y * 13 % 1009));
+    }
+    return {pixels, QSizeF(size)};
+}
+
+AnnotationDoc document(const Image &source)
+{
+    using Kind = Annotation::Kind;
+    AnnotationDoc doc{source, {}, {}};
+    const Kind kinds[] = {Kind::line, Kind::arrow, Kind::rect, Kind::ellipse, Kind::text};
+    for (int i = 0; i < 17; ++i) {
+        const QPointF at(300 + i % 5 * 900, 200 + i / 5 * 600);
+        Annotation item{kinds[i % 5], {at, QSizeF(500, 300)}, QColor::fromHsv(i * 20, 220, 230), 7, {}, {}, 0};
+        if (item.kind == Kind::text)
+            item = ItemFactory::text(QStringLiteral("Look at number %1").arg(i), at, {item.color, 12, {}});
+        doc.items << item;
+    }
+    for (int i = 0; i < 3; ++i)
+        doc.items << Annotation{Kind::blur, QRectF(500 + i * 1500, 900, 700, 500),
+                                Qt::red,    7,
+                                {},         i == 1 ? Annotation::BlurShape::ellipse : Annotation::BlurShape::rect,
+                                0};
+    return doc;
+}
+
+double copyTime(const QImage &image)
+{
+    std::vector<uchar> to(size_t(image.sizeInBytes()));
+    return best(30, [&] { std::memcpy(to.data(), image.constBits(), to.size()); });
+}
+
+void frames(const char *title, AnnotationDoc doc, int moving)
+{
+    constexpr double limit = 3000;
+    const Image output = AnnotationRenderer::render(doc, limit);
+    const double copy = copyTime(output.pixels);
+    const auto move = [&] { doc.items[moving].rect.translate(doc.items[moving].rect.x() < 2000 ? 3.3 : -900, 1.7); };
+    RenderCache cache;
+    AnnotationRenderer::render(doc, limit, &cache);
+
+    const double fresh = best(8, [&] {
+        move();
+        AnnotationRenderer::render(doc, limit);
+    });
+    const double kept = bestOfMany(10, 20, [&] {
+        move();
+        AnnotationRenderer::render(doc, limit, &cache);
+    });
+    const double held = bestOfMany(5, 4, [&] {
+        static Image last;
+        move();
+        last = AnnotationRenderer::render(doc, limit, &cache);
+    });
+    std::printf("%s\n", title);
+    row("memcpy of the output", copy);
+    row("frame from the source", fresh);
+    row("frame with the cache", kept);
+    ratio("from the source / with the cache", fresh / kept, "promised: at least 4");
+    ratio("with the cache / memcpy of the output", kept / copy, "promised: at most 5");
+    ratio("the same, the last frame still held by the caller", held / copy, "");
+}
+
+} // namespace
+
+int main(int argc, char **argv)
+{
+    qputenv("QT_QPA_PLATFORM", "offscreen");
+    const QGuiApplication app(argc, argv);
+    const Image source = screen({5120, 2880});
+    const AnnotationDoc doc = document(source);
+
+    std::printf("5120 x 2880 source, 20 items, 3 of them blurred, output 3000 pixels; CPU time\n");
+    frames("An arrow moves", doc, 1);
+    frames("A text moves", doc, 4);
+    frames("A blurred region moves", doc, 17);
+
+    std::printf("The source on 3000 pixels\n");
+    const QSize size(3000, 1688);
+    QImage out;
+    const double area =
+        best(8, [&] { out = areaResampled(source.pixels, source.pixels.rect(), size, QImage::Format_RGB32); });
+    const double smooth =
+        best(8, [&] { out = source.pixels.scaled(size, Qt::IgnoreAspectRatio, Qt::SmoothTransformation); });
+    row("area average", area);
+    row("QImage::scaled, smooth", smooth);
+    ratio("area average / memcpy of the source", area / copyTime(source.pixels), "");
+
+    std::printf("Export: every source pixel, all items\n");
+    row("render without a limit", best(5, [&] { AnnotationRenderer::render(doc); }));
+
+    std::printf("Pixellation\n");
+    for (const QSize &region : {QSize(640, 480), QSize(2000, 1500), QSize(5120, 2880)}) {
+        const QRect rect({0, 0}, region);
+        const int times = 5120 * 2880 / (region.width() * region.height());
+        std::vector<uchar> to(size_t(rect.width()) * size_t(rect.height()) * 4);
+        const double copy =
+            bestOfMany(20, times, [&] { std::memcpy(to.data(), source.pixels.constBits(), to.size()); });
+        QImage patch(region, QImage::Format_ARGB32_Premultiplied); // memory that is there already, as memcpy's is
+        patch.fill(0);
+        const auto cells = Pixellate::cellsFor(rect);
+        const double pixellated = bestOfMany(20, times, [&] { Pixellate::pixellate(source.pixels, cells, {}, patch); });
+        char name[64];
+        std::snprintf(name, sizeof name, "%d x %d / memcpy of the region", region.width(), region.height());
+        ratio(name, pixellated / copy, "promised: at most 3");
+    }
+}

@@ -1,0 +1,43 @@
+#pragma once
+
+#include "config/Hotkey.h"
+#include "platform/KeyMonitor.h"
+#include "platform/TaskQueue.h"
+
+#include <functional>
+
+namespace qm {
+
+// Tells a tap of the trigger key from a hold and from its use as a modifier. A state machine over plain numbers: no
+// window, no system event, no clock of its own. Of the queue it is given, the main one in the application.
+class HotkeyTrigger
+{
+public:
+    enum class Gesture {
+        tap,  // released before the threshold, nothing else pressed meanwhile
+        hold, // still down at the threshold; the release that follows means nothing
+    };
+    using Recognized = std::function<void(Gesture)>;
+
+    HotkeyTrigger(TaskQueue &queue, const Hotkey &hotkey, Recognized recognized);
+
+    void setHotkey(const Hotkey &hotkey); // the key holds from the next event on, the threshold from the next press
+    void handle(const KeyEvent &event);   // events of type disabled are not for the state machine
+
+private:
+    void triggerPressed();
+    void triggerReleased();
+    void anotherKey();
+    void thresholdElapsed();
+
+    TaskQueue &m_queue;
+    Hotkey m_hotkey;
+    Recognized m_recognized;
+
+    bool m_triggerDown = false;
+    bool m_usedAsModifier = false; // kept after the release; the next press clears it
+    bool m_holdFired = false;
+    Timer m_holdTimer;
+};
+
+} // namespace qm

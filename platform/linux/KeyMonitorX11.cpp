@@ -1,0 +1,295 @@
+#include "platform/KeyMonitor.h"
+
+#include <QSocketNotifier>
+
+#include <algorithm>
+#include <array>
+#include <cstdlib>
+#include <optional>
+#include <set>
+#include <vector>
+
+// The header names a field "explicit".
+#define explicit explicit_
+#include <xcb/xkb.h>
+#undef explicit
+#include <xcb/xinput.h>
+#include <xkbcommon/xkbcommon-x11.h>
+
+namespace qm {
+
+namespace {
+
+template<class T>
+using Reply = std::unique_ptr<T, decltype(&std::free)>;
+
+template<class T>
+Reply<T> owned(T *reply)
+{
+    return {reply, &std::free};
+}
+
+constexpr quint32 shift = 0x20000, control = 0x40000, option = 0x80000, command = 0x100000;
+
+// The modifier keys by their XKB names (which say where the key is, not what the layout makes of it), with the virtual key
+// codes and the flag they set.
+struct ModifierKey {
+    const char *xkbName;
+    int keyCode;
+    quint32 flag;
+};
+constexpr std::array modifierKeys{
+    ModifierKey{"LFSH", 56, shift},   ModifierKey{"RTSH", 60, shift},   ModifierKey{"LCTL", 59, control},
+    ModifierKey{"RCTL", 62, control}, ModifierKey{"LALT", 58, option},  ModifierKey{"RALT", 61, option},
+    ModifierKey{"LWIN", 55, command}, ModifierKey{"RWIN", 54, command},
+};
+constexpr int noModifier = -1; // the code of every other key
+
+// Raw key events of XInput 2 on a connection of our own. Raw events come whoever has grabbed the keyboard (XI 2.1 on), and
+// selecting them takes nothing away from anybody.
+//
+// The flags are kept from the events themselves: asking the server would tell of a moment that is past, and its modifier
+// state calls the right Alt key something else on every layout.
+class KeyMonitorX11 : public KeyMonitor
+{
+public:
+    ~KeyMonitorX11() override;
+
+    Started start(std::function<void(const KeyEvent &)> handle) override;
+    void enable() override {} // X11 never switches a listener off
+    QString keyName(int keyCode) const override;
+
+private:
+    bool connectToServer();
+    bool hasExtensions();
+    void selectEvents();
+    void readKeymap();
+    void readPressedKeys();
+
+    void readEvents();
+    void handleInputEvent(const xcb_ge_generic_event_t &event);
+    void keyChanged(uint32_t xKeyCode, bool pressed);
+    quint32 flags() const;
+    std::optional<ModifierKey> modifierFor(uint32_t xKeyCode) const;
+
+    std::function<void(const KeyEvent &)> m_handle;
+    xcb_connection_t *m_connection = nullptr;
+    xcb_window_t m_root = XCB_NONE;
+    uint8_t m_inputOpcode = 0;
+    uint8_t m_keyboardEvent = 0;
+    xkb_context *m_context = nullptr;
+    xkb_keymap *m_keymap = nullptr;
+    std::array<xkb_keycode_t, modifierKeys.size()> m_xKeyCodes{}; // of modifierKeys; 0: the keyboard has no such key
+    std::set<uint32_t> m_pressed;                                 // X key codes of the modifier keys that are down
+    std::unique_ptr<QSocketNotifier> m_notifier;
+};
+
+KeyMonitorX11::~KeyMonitorX11()
+{
+    m_notifier.reset();
+    xkb_keymap_unref(m_keymap);
+    xkb_context_unref(m_context);
+    if (m_connection)
+        xcb_disconnect(m_connection);
+}
+
+KeyMonitor::Started KeyMonitorX11::start(std::function<void(const KeyEvent &)> handle)
+{
+    if (!connectToServer())
+        return Started::notYet;
+    if (!hasExtensions())
+        return Started::never;
+    m_handle = std::move(handle);
+    selectEvents();
+    readKeymap();
+    readPressedKeys();
+    m_notifier = std::make_unique<QSocketNotifier>(xcb_get_file_descriptor(m_connection), QSocketNotifier::Read);
+    QObject::connect(m_notifier.get(), &QSocketNotifier::activated, m_notifier.get(), [this] { readEvents(); });
+    readEvents(); // replies may have brought events along; the socket will not tell of those
+    return Started::yes;
+}
+
+bool KeyMonitorX11::connectToServer()
+{
+    if (m_connection)
+        xcb_disconnect(m_connection);
+    int screenNumber = 0;
+    m_connection = xcb_connect(nullptr, &screenNumber);
+    if (xcb_connection_has_error(m_connection))
+        return false;
+    auto screen = xcb_setup_roots_iterator(xcb_get_setup(m_connection));
+    for (; screenNumber > 0; --screenNumber)
+        xcb_screen_next(&screen);
+    m_root = screen.data->root;
+    return true;
+}
+
+bool KeyMonitorX11::hasExtensions()
+{
+    const xcb_query_extension_reply_t *input = xcb_get_extension_data(m_connection, &xcb_input_id);
+    if (!input || !input->present)
+        return false;
+    m_inputOpcode = input->major_opcode;
+    const auto version =
+        owned(xcb_input_xi_query_version_reply(m_connection, xcb_input_xi_query_version(m_connection, 2, 2), nullptr));
+    return version && (version->major_version > 2 || version->minor_version >= 2) &&
+           xkb_x11_setup_xkb_extension(m_connection, XKB_X11_MIN_MAJOR_XKB_VERSION, XKB_X11_MIN_MINOR_XKB_VERSION,
+                                       XKB_X11_SETUP_XKB_EXTENSION_NO_FLAGS, nullptr, nullptr, &m_keyboardEvent,
+                                       nullptr);
+}
+
+void KeyMonitorX11::selectEvents()
+{
+    struct Mask {
+        xcb_input_event_mask_t head;
+        uint32_t events;
+    };
+    constexpr uint32_t raw = XCB_INPUT_XI_EVENT_MASK_RAW_KEY_PRESS | XCB_INPUT_XI_EVENT_MASK_RAW_KEY_RELEASE |
+                             XCB_INPUT_XI_EVENT_MASK_RAW_BUTTON_PRESS;
+    const Mask masks[] = {{{XCB_INPUT_DEVICE_ALL_MASTER, 1}, raw},
+                          {{XCB_INPUT_DEVICE_ALL, 1}, XCB_INPUT_XI_EVENT_MASK_HIERARCHY}};
+    for (const Mask &mask : masks)
+        xcb_input_xi_select_events(m_connection, m_root, 1, &mask.head);
+
+    constexpr uint16_t map = XCB_XKB_EVENT_TYPE_NEW_KEYBOARD_NOTIFY | XCB_XKB_EVENT_TYPE_MAP_NOTIFY;
+    constexpr uint16_t allParts = 0xff;
+    xcb_xkb_select_events(m_connection, XCB_XKB_ID_USE_CORE_KBD, map, 0, map, allParts, allParts, nullptr);
+    xcb_flush(m_connection);
+}
+
+void KeyMonitorX11::readKeymap()
+{
+    if (!m_context)
+        m_context = xkb_context_new(XKB_CONTEXT_NO_FLAGS);
+    const int32_t device = xkb_x11_get_core_keyboard_device_id(m_connection);
+    xkb_keymap *keymap = xkb_x11_keymap_new_from_device(m_context, m_connection, device, XKB_KEYMAP_COMPILE_NO_FLAGS);
+    if (!keymap)
+        return; // a map in the making; the notice of its end comes
+    xkb_keymap_unref(m_keymap);
+    m_keymap = keymap;
+    for (size_t i = 0; i < modifierKeys.size(); ++i) {
+        const xkb_keycode_t code = xkb_keymap_key_by_name(m_keymap, modifierKeys[i].xkbName);
+        m_xKeyCodes[i] = code == XKB_KEYCODE_INVALID ? 0 : code;
+    }
+}
+
+// At the start, and after a change of devices or of the terminal, when releases may have gone elsewhere.
+void KeyMonitorX11::readPressedKeys()
+{
+    const auto state = owned(xcb_query_keymap_reply(m_connection, xcb_query_keymap(m_connection), nullptr));
+    if (!state)
+        return;
+    m_pressed.clear();
+    for (const xkb_keycode_t code : m_xKeyCodes) {
+        if (code != 0 && code < 256 && state->keys[code / 8] & (1 << code % 8))
+            m_pressed.insert(code);
+    }
+}
+
+void KeyMonitorX11::readEvents()
+{
+    bool devicesChanged = false, keymapChanged = false;
+    while (const auto event = owned(xcb_poll_for_event(m_connection))) {
+        const uint8_t type = event->response_type & 0x7f;
+        if (type == XCB_GE_GENERIC) {
+            const auto &generic = reinterpret_cast<const xcb_ge_generic_event_t &>(*event);
+            if (generic.extension == m_inputOpcode && generic.event_type == XCB_INPUT_HIERARCHY)
+                devicesChanged = true;
+            else if (generic.extension == m_inputOpcode)
+                handleInputEvent(generic);
+        } else if (type == m_keyboardEvent) {
+            keymapChanged = true;
+        }
+    }
+    // After the loop: a new keyboard tells of itself many times over, and reading a map waits for the server.
+    if (keymapChanged)
+        readKeymap();
+    if (keymapChanged || devicesChanged)
+        readPressedKeys();
+    if (xcb_connection_has_error(m_connection))
+        m_notifier->setEnabled(false); // the server is gone, and the application will be told by its own connection
+}
+
+void KeyMonitorX11::handleInputEvent(const xcb_ge_generic_event_t &event)
+{
+    switch (event.event_type) {
+    case XCB_INPUT_RAW_KEY_PRESS:
+    case XCB_INPUT_RAW_KEY_RELEASE:
+        keyChanged(reinterpret_cast<const xcb_input_raw_key_press_event_t &>(event).detail,
+                   event.event_type == XCB_INPUT_RAW_KEY_PRESS);
+        break;
+    case XCB_INPUT_RAW_BUTTON_PRESS:
+        // Shift and a click is a use of Shift as a modifier, and so is Shift and the wheel.
+        m_handle({KeyEvent::Type::keyDown, noModifier, flags()});
+        break;
+    }
+}
+
+void KeyMonitorX11::keyChanged(uint32_t xKeyCode, bool pressed)
+{
+    const std::optional<ModifierKey> modifier = modifierFor(xKeyCode);
+    if (!modifier) {
+        if (pressed)
+            m_handle({KeyEvent::Type::keyDown, noModifier, flags()});
+        return;
+    }
+    if (pressed)
+        m_pressed.insert(xKeyCode);
+    else
+        m_pressed.erase(xKeyCode);
+    m_handle({KeyEvent::Type::flagsChanged, modifier->keyCode, flags()});
+}
+
+std::optional<ModifierKey> KeyMonitorX11::modifierFor(uint32_t xKeyCode) const
+{
+    const auto found = std::find(m_xKeyCodes.begin(), m_xKeyCodes.end(), xKeyCode);
+    if (found == m_xKeyCodes.end() || xKeyCode == 0)
+        return std::nullopt;
+    return modifierKeys[size_t(found - m_xKeyCodes.begin())];
+}
+
+quint32 KeyMonitorX11::flags() const
+{
+    quint32 mask = 0;
+    for (const uint32_t xKeyCode : m_pressed) {
+        if (const std::optional<ModifierKey> modifier = modifierFor(xKeyCode))
+            mask |= modifier->flag;
+    }
+    return mask;
+}
+
+QString KeyMonitorX11::keyName(int keyCode) const
+{
+    const auto key = std::find_if(modifierKeys.begin(), modifierKeys.end(),
+                                  [&](const ModifierKey &candidate) { return candidate.keyCode == keyCode; });
+    if (key == modifierKeys.end() || !m_keymap || m_xKeyCodes[size_t(key - modifierKeys.begin())] == 0)
+        return {};
+    const xkb_keysym_t *symbols = nullptr;
+    const int count =
+        xkb_keymap_key_get_syms_by_level(m_keymap, m_xKeyCodes[size_t(key - modifierKeys.begin())], 0, 0, &symbols);
+    switch (count > 0 ? symbols[0] : XKB_KEY_NoSymbol) {
+    case XKB_KEY_Shift_L:
+    case XKB_KEY_Shift_R: return QStringLiteral("Shift");
+    case XKB_KEY_Control_L:
+    case XKB_KEY_Control_R: return QStringLiteral("Ctrl");
+    case XKB_KEY_ISO_Level3_Shift: return QStringLiteral("AltGr");
+    case XKB_KEY_Alt_L:
+    case XKB_KEY_Alt_R:
+    case XKB_KEY_Meta_L:
+    case XKB_KEY_Meta_R: return QStringLiteral("Alt");
+    case XKB_KEY_Super_L:
+    case XKB_KEY_Super_R: return QStringLiteral("Super");
+    default: break;
+    }
+    char name[64];
+    return count > 0 && xkb_keysym_get_name(symbols[0], name, sizeof name) > 0 ? QString::fromLatin1(name) : QString();
+}
+
+} // namespace
+
+std::unique_ptr<KeyMonitor> makeKeyMonitor()
+{
+    return qEnvironmentVariableIsEmpty("DISPLAY") ? nullptr : std::make_unique<KeyMonitorX11>();
+}
+
+} // namespace qm

@@ -1,0 +1,71 @@
+#include "platform/LoginItemService.h"
+
+#include <QCoreApplication>
+#include <QDir>
+#include <QFile>
+#include <QFileInfo>
+#include <QSaveFile>
+#include <QStandardPaths>
+
+namespace qm {
+
+// freedesktop.org's Desktop Application Autostart Specification.
+static QString entryPath()
+{
+    return QStandardPaths::writableLocation(QStandardPaths::GenericConfigLocation) +
+           QStringLiteral("/autostart/quillmere.desktop");
+}
+
+// The value of Exec for one absolute path: quoted as an argument, then escaped as a string of the file
+// (Desktop Entry Specification, "The Exec key").
+static QByteArray execValue(const QString &program)
+{
+    QByteArray quoted = "\"";
+    for (const char c : program.toUtf8()) {
+        if (c == '%')
+            quoted += '%';
+        else if (c == '"' || c == '`' || c == '$' || c == '\\')
+            quoted += "\\\\";
+        quoted += c;
+        if (c == '\\')
+            quoted += '\\';
+    }
+    return quoted + '"';
+}
+
+bool LoginItemService::isEnabled()
+{
+    QFile file(entryPath());
+    if (!file.open(QIODevice::ReadOnly))
+        return false;
+    for (const QByteArray &line : file.readAll().split('\n')) {
+        const qsizetype equals = line.indexOf('=');
+        if (equals < 0)
+            continue;
+        const QByteArray key = line.first(equals).trimmed(), value = line.sliced(equals + 1).trimmed();
+        if ((key == "Hidden" && value == "true") || (key == "X-GNOME-Autostart-enabled" && value == "false"))
+            return false;
+    }
+    return true;
+}
+
+Outcome LoginItemService::enable()
+{
+    const QString path = entryPath();
+    if (!QDir().mkpath(QFileInfo(path).path()))
+        return Outcome::failure(QStringLiteral("cannot create %1").arg(QFileInfo(path).path()));
+    const QByteArray entry = "[Desktop Entry]\nType=Application\nName=Quillmere\nIcon=org.quillmere.Quillmere\nExec=" +
+                             execValue(QCoreApplication::applicationFilePath()) + "\nX-GNOME-Autostart-enabled=true\n";
+    QSaveFile file(path);
+    if (!file.open(QIODevice::WriteOnly) || file.write(entry) != entry.size() || !file.flush() || !file.commit())
+        return Outcome::failure(QStringLiteral("%1: %2").arg(path, file.errorString()));
+    return Outcome::success();
+}
+
+Outcome LoginItemService::disable()
+{
+    QFile file(entryPath());
+    return !file.exists() || file.remove() ? Outcome::success() : Outcome::failure(file.errorString());
+}
+
+} // namespace qm

@@ -1,0 +1,139 @@
+#include "platform/TrayHost.h"
+
+#include <QDBusConnection>
+#include <QDBusConnectionInterface>
+#include <QDBusInterface>
+#include <QDBusServiceWatcher>
+#include <QSocketNotifier>
+#include <QTimer>
+
+#include <cstdlib>
+
+#include <xcb/xcb.h>
+#include <xcb/xfixes.h>
+
+namespace qm {
+
+namespace {
+
+const QString watcherService = QStringLiteral("org.kde.StatusNotifierWatcher");
+const QString watcherPath = QStringLiteral("/StatusNotifierWatcher");
+
+// The two kinds of trays there are: a StatusNotifier host on the session bus
+// (freedesktop.org's StatusNotifierItem), and the owner of _NET_SYSTEM_TRAY_S0 (freedesktop.org's System Tray Protocol).
+class LinuxTrayHost : public QObject, public TrayHost
+{
+    Q_OBJECT
+
+public:
+    explicit LinuxTrayHost(std::function<void()> appeared)
+        : m_appeared(std::move(appeared))
+    {
+        watchBus();
+        watchSelection();
+        QTimer::singleShot(0, this, &LinuxTrayHost::look);
+    }
+
+    ~LinuxTrayHost() override
+    {
+        m_notifier.reset();
+        if (m_connection)
+            xcb_disconnect(m_connection);
+    }
+
+private Q_SLOTS:
+    void look()
+    {
+        if (!m_appeared || !(busHostIsThere() || selectionIsOwned()))
+            return;
+        const std::function<void()> appeared = std::exchange(m_appeared, {});
+        m_notifier.reset();
+        appeared();
+    }
+
+private:
+    void watchBus()
+    {
+        QDBusConnection bus = QDBusConnection::sessionBus();
+        if (!bus.isConnected())
+            return;
+        auto *watcher = new QDBusServiceWatcher(watcherService, bus, QDBusServiceWatcher::WatchForRegistration, this);
+        connect(watcher, &QDBusServiceWatcher::serviceRegistered, this, &LinuxTrayHost::look);
+        // The watcher may come long before a host does.
+        bus.connect(watcherService, watcherPath, watcherService, QStringLiteral("StatusNotifierHostRegistered"), this,
+                    SLOT(look()));
+    }
+
+    bool busHostIsThere() const
+    {
+        const QDBusConnection bus = QDBusConnection::sessionBus();
+        if (!bus.isConnected() || !bus.interface()->isServiceRegistered(watcherService).value())
+            return false;
+        const QDBusInterface watcher(watcherService, watcherPath, watcherService, bus);
+        return watcher.property("IsStatusNotifierHostRegistered").toBool();
+    }
+
+    void watchSelection()
+    {
+        if (qEnvironmentVariableIsEmpty("DISPLAY"))
+            return;
+        int screenNumber = 0;
+        m_connection = xcb_connect(nullptr, &screenNumber);
+        if (xcb_connection_has_error(m_connection))
+            return;
+        const std::string name = "_NET_SYSTEM_TRAY_S" + std::to_string(screenNumber);
+        const auto atom = xcb_intern_atom_reply(
+            m_connection, xcb_intern_atom(m_connection, 0, uint16_t(name.size()), name.c_str()), nullptr);
+        if (!atom)
+            return;
+        m_selection = atom->atom;
+        std::free(atom);
+
+        const xcb_query_extension_reply_t *fixes = xcb_get_extension_data(m_connection, &xcb_xfixes_id);
+        if (fixes && fixes->present) {
+            std::free(
+                xcb_xfixes_query_version_reply(m_connection, xcb_xfixes_query_version(m_connection, 5, 0), nullptr));
+            auto screen = xcb_setup_roots_iterator(xcb_get_setup(m_connection));
+            for (; screenNumber > 0; --screenNumber)
+                xcb_screen_next(&screen);
+            xcb_xfixes_select_selection_input(m_connection, screen.data->root, m_selection,
+                                              XCB_XFIXES_SELECTION_EVENT_MASK_SET_SELECTION_OWNER);
+            xcb_flush(m_connection);
+        }
+        m_notifier = std::make_unique<QSocketNotifier>(xcb_get_file_descriptor(m_connection), QSocketNotifier::Read);
+        connect(m_notifier.get(), &QSocketNotifier::activated, this, [this] {
+            while (auto *event = xcb_poll_for_event(m_connection))
+                std::free(event);
+            if (xcb_connection_has_error(m_connection))
+                m_notifier->setEnabled(false);
+            QMetaObject::invokeMethod(this, &LinuxTrayHost::look, Qt::QueuedConnection); // it drops the notifier
+        });
+    }
+
+    bool selectionIsOwned() const
+    {
+        if (m_selection == XCB_NONE)
+            return false;
+        auto *reply =
+            xcb_get_selection_owner_reply(m_connection, xcb_get_selection_owner(m_connection, m_selection), nullptr);
+        const bool owned = reply && reply->owner != XCB_NONE;
+        std::free(reply);
+        return owned;
+    }
+
+    std::function<void()> m_appeared; // empty once it was called
+    xcb_connection_t *m_connection = nullptr;
+    xcb_atom_t m_selection = XCB_NONE;
+    std::unique_ptr<QSocketNotifier> m_notifier;
+};
+
+} // namespace
+
+std::unique_ptr<TrayHost> whenTrayHostAppears(std::function<void()> appeared)
+{
+    return std::make_unique<LinuxTrayHost>(std::move(appeared));
+}
+
+} // namespace qm
+
+#include "TrayHost.moc"
