@@ -83,7 +83,7 @@ void AppDelegate::perform(const Command &command)
     case Command::Verb::captureWindow: return captureWindowAction();
     case Command::Verb::captureScroll: return scrollCaptureAction();
     case Command::Verb::settings: return openSettings();
-    case Command::Verb::annotate: return; // comes with the editor
+    case Command::Verb::annotate: return m_annotationController.open(command.file);
     case Command::Verb::quit: return quit();
     }
 }

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "annotate/AnnotationWindowController.h"
 #include "app/Command.h"
 #include "app/StatusMenu.h"
 #include "capture/CaptureRunner.h"
@@ -50,6 +51,7 @@ private:
     std::unique_ptr<KeyMonitor> m_eventTap;
     Timer m_eventTapRetry;
     std::unique_ptr<SettingsWindowController> m_settingsController; // made at its first use
+    AnnotationWindowController m_annotationController;
     LibraryWindowController m_libraryController;
 };
 
