@@ -14,6 +14,11 @@ find_package(SQLite3 REQUIRED)
 find_package(Threads REQUIRED)
 find_package(PkgConfig REQUIRED)
 pkg_check_modules(heif REQUIRED IMPORTED_TARGET libheif)
+pkg_check_modules(isal REQUIRED IMPORTED_TARGET libisal)
+pkg_check_modules(jpeg REQUIRED IMPORTED_TARGET libjpeg)
+pkg_check_modules(png REQUIRED IMPORTED_TARGET libpng)
+pkg_check_modules(webp REQUIRED IMPORTED_TARGET libwebp)
+pkg_check_modules(webpdemux REQUIRED IMPORTED_TARGET libwebpdemux)
 
 add_compile_options(-Wall -Wextra -Wpedantic -Wshadow -Wnon-virtual-dtor)
 add_compile_definitions(
