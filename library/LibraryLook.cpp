@@ -65,4 +65,41 @@ void SymbolView::paintEvent(QPaintEvent *)
     Symbol::icon(m_symbol, ink).paint(&painter, rect());
 }
 
+void FieldGround::paintEvent(QPaintEvent *)
+{
+    QPainter painter(this);
+    painter.setRenderHint(QPainter::Antialiasing);
+    painter.setPen(QPen(LibraryLook::hairline(palette().color(QPalette::WindowText)), 1));
+    painter.setBrush(palette().base());
+    painter.drawRoundedRect(QRectF(rect()).adjusted(0.5, 0.5, -0.5, -0.5), 6, 6);
+}
+
+namespace {
+
+class LineHandle : public QSplitterHandle
+{
+public:
+    using QSplitterHandle::QSplitterHandle;
+
+protected:
+    void paintEvent(QPaintEvent *) override
+    {
+        QPainter(this).fillRect(contentsRect(), LibraryLook::hairline(palette().color(QPalette::WindowText)));
+    }
+};
+
+} // namespace
+
+LineSplitter::LineSplitter(QWidget *parent)
+    : QSplitter(Qt::Horizontal, parent)
+{
+    setHandleWidth(1); // Qt lets it be taken hold of a few points around
+    setChildrenCollapsible(false);
+}
+
+QSplitterHandle *LineSplitter::createHandle()
+{
+    return new LineHandle(orientation(), this);
+}
+
 } // namespace qm

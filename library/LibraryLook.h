@@ -2,6 +2,7 @@
 
 #include <QColor>
 #include <QFont>
+#include <QSplitter>
 #include <QWidget>
 
 class QPalette;
@@ -12,7 +13,7 @@ namespace qm {
 namespace LibraryLook {
 
 QColor secondary(const QColor &text);           // for what is less important, on the same ground
-QColor hairline(const QColor &text);            // the edge of a picture
+QColor hairline(const QColor &text);            // edges of pictures, lines between panes
 QColor quietSelection(const QPalette &palette); // the ground of a selected row in a list without the focus
 QColor marked(const QPalette &palette);         // the ground of words that were searched for
 QFont caption(const QFont &font);
@@ -30,6 +31,26 @@ protected:
 
 private:
     const QString m_symbol;
+};
+
+// What a search field stands in: its ground, rounded.
+class FieldGround : public QWidget
+{
+public:
+    using QWidget::QWidget;
+
+protected:
+    void paintEvent(QPaintEvent *event) override;
+};
+
+// A splitter whose handle is a thin line.
+class LineSplitter : public QSplitter
+{
+public:
+    explicit LineSplitter(QWidget *parent = nullptr);
+
+protected:
+    QSplitterHandle *createHandle() override;
 };
 
 } // namespace qm

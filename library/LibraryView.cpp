@@ -15,7 +15,6 @@
 #include <QMenu>
 #include <QPointer>
 #include <QShortcut>
-#include <QSplitter>
 #include <QStackedLayout>
 
 namespace qm {
@@ -24,7 +23,7 @@ static constexpr int listMinimum = 320; // points, as all of these
 static constexpr int listIdeal = 380;
 static constexpr int previewMinimum = 280;
 static constexpr int searchPadding = 10;
-static constexpr int searchSymbolSize = 18;
+static constexpr int searchSymbolSize = 16;
 static constexpr int emptySymbolSize = 48;
 
 QList<Shot> LibraryView::findInIndex(const QString &text)
@@ -42,13 +41,11 @@ LibraryView::LibraryView(Environment environment, QWidget *parent)
     m_preview->setMinimumWidth(previewMinimum);
     m_preview->onAction = [this](ShotAction action, const Shot &shot) { perform(action, Shot(shot)); };
 
-    auto *split = new QSplitter(Qt::Horizontal);
+    auto *split = new LineSplitter;
     split->addWidget(makeListPane());
     split->addWidget(m_preview);
-    split->setChildrenCollapsible(false);
     split->setStretchFactor(0, 0);
     split->setStretchFactor(1, 1);
-    split->setHandleWidth(1);
     split->setSizes({listIdeal, previewMinimum});
 
     auto *layout = new QVBoxLayout(this);
@@ -85,10 +82,19 @@ QWidget *LibraryView::makeListPane()
         refresh();
     });
 
+    // The field draws no ground of its own: it shares one with the symbol.
+    QPalette clear;
+    clear.setColor(QPalette::Base, Qt::transparent);
+    m_search->setPalette(clear);
+    auto *ground = new FieldGround;
+    auto *groundLayout = new QHBoxLayout(ground);
+    groundLayout->setContentsMargins(8, 4, 4, 4);
+    groundLayout->setSpacing(6);
+    groundLayout->addWidget(new SymbolView(QStringLiteral("magnifyingglass"), searchSymbolSize));
+    groundLayout->addWidget(m_search);
     auto *searchRow = new QHBoxLayout;
     searchRow->setContentsMargins(searchPadding, searchPadding, searchPadding, searchPadding);
-    searchRow->addWidget(new SymbolView(QStringLiteral("magnifyingglass"), searchSymbolSize));
-    searchRow->addWidget(m_search);
+    searchRow->addWidget(ground);
 
     m_list = new ShotListView(m_environment.thumbnails);
     m_list->onSelect = [this](std::optional<qint64> id) { setSelection(id); };

@@ -25,6 +25,7 @@ RecognisedText::RecognisedText(QWidget *parent)
     setTabChangesFocus(true);
     setUndoRedoEnabled(false);
     setHorizontalScrollBarPolicy(Qt::ScrollBarAlwaysOff);
+    setFrameShape(NoFrame);
     setFont(LibraryLook::caption(font()));
     setSizePolicy(QSizePolicy::Expanding, QSizePolicy::Fixed);
     setAccessibleName(AppLocale::text(u"Recognised text", u"認識されたテキスト"));

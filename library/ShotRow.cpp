@@ -8,11 +8,14 @@
 #include <QPainterPath>
 #include <QTextLayout>
 
+#include <cmath>
+
 namespace qm {
 
 static constexpr int margin = 8;
 static constexpr int gap = 12; // between the thumbnail and the texts
-static constexpr int lineGap = 3;
+static constexpr int titleGap = 3;
+static constexpr int captionGap = 1;
 static constexpr int excerptLines = 2; // on screen; one line of text
 static constexpr int placeholderSize = 28;
 
@@ -57,37 +60,30 @@ void ShotRow::paintThumbnail(QPainter *painter, const QRect &frame, const QImage
     painter->drawRect(target.adjusted(half, half, -half, -half));
 }
 
-// One text on up to `lines` lines, the last one elided. Where the next text may begin.
-static qreal paintText(QPainter *painter, const QString &text, const QFont &font, const QRectF &area, int lines)
+// One text on up to `lines` lines, the last one elided. Lines stand a fixed distance apart: fonts that step in for some of
+// the characters are often higher.
+static void paintLines(QPainter *painter, const QString &text, const QFont &font, const QRectF &area, double pitch,
+                       int lines)
 {
     const QFontMetricsF metrics(font);
-    painter->setFont(font);
-    if (lines == 1) {
-        painter->drawText(QPointF(area.x(), area.y() + metrics.ascent()), text);
-        return area.y() + metrics.height();
-    }
     QTextLayout layout(text, font, painter->device());
     QTextOption option;
     option.setWrapMode(QTextOption::WrapAtWordBoundaryOrAnywhere);
     layout.setTextOption(option);
     layout.beginLayout();
-    qreal y = area.y();
-    for (int i = 0; i < lines; ++i) {
+    painter->setFont(font);
+    QPointF baseline(area.x(), area.y() + metrics.ascent());
+    for (int i = 0; i < lines; ++i, baseline += QPointF(0, pitch)) {
         QTextLine line = layout.createLine();
         if (!line.isValid())
             break;
         line.setLineWidth(area.width());
-        if (i == lines - 1 && line.textStart() + line.textLength() < text.size()) {
-            const QString rest = metrics.elidedText(text.mid(line.textStart()), Qt::ElideRight, area.width());
-            painter->drawText(QPointF(area.x(), y + metrics.ascent()), rest);
-        } else {
-            line.setPosition({0, y - area.y()});
-            line.draw(painter, area.topLeft());
-        }
-        y += metrics.height();
+        const QString shown = i < lines - 1
+                                  ? text.mid(line.textStart(), line.textLength())
+                                  : metrics.elidedText(text.mid(line.textStart()), Qt::ElideRight, area.width());
+        painter->drawText(baseline, shown);
     }
     layout.endLayout();
-    return y;
 }
 
 void ShotRow::paint(QPainter *painter, const QStyleOptionViewItem &option, const QModelIndex &index) const
@@ -120,23 +116,24 @@ void ShotRow::paint(QPainter *painter, const QStyleOptionViewItem &option, const
 
     const QFont captionFont = LibraryLook::caption(option.font);
     const QFontMetricsF title(option.font), caption(captionFont);
+    const double pitch = std::round(caption.height() + captionGap);
     const QString excerpt = ShotText::excerpt(*shot);
-    const qreal textHeight = title.height() + lineGap + caption.height() +
-                             (excerpt.isEmpty() ? 0 : lineGap + excerptLines * caption.height());
+    const double textHeight = title.height() + titleGap + pitch * (excerpt.isEmpty() ? 1 : 1 + excerptLines);
     QRectF area(frame.right() + gap, 0, 0, 0);
     area.setRight(option.rect.right() - margin - 2);
     area.setTop(std::round(option.rect.y() + (height - textHeight) / 2));
 
     painter->setPen(text);
-    area.setTop(
-        paintText(painter, title.elidedText(shot->filename, Qt::ElideMiddle, area.width()), option.font, area, 1) +
-        lineGap);
+    painter->setFont(option.font);
+    painter->drawText(QPointF(area.x(), area.y() + title.ascent()),
+                      title.elidedText(shot->filename, Qt::ElideMiddle, area.width()));
+    area.setTop(area.y() + title.height() + titleGap);
     painter->setPen(secondary);
-    area.setTop(paintText(painter, caption.elidedText(ShotText::captureTime(*shot), Qt::ElideRight, area.width()),
-                          captionFont, area, 1) +
-                lineGap);
+    painter->setFont(captionFont);
+    painter->drawText(QPointF(area.x(), area.y() + caption.ascent()), ShotText::captureTime(*shot));
+    area.setTop(area.y() + pitch);
     if (!excerpt.isEmpty())
-        paintText(painter, excerpt, captionFont, area, excerptLines);
+        paintLines(painter, excerpt, captionFont, area, pitch, excerptLines);
     painter->restore();
 }
 

@@ -5,6 +5,12 @@
 #include <QPainter>
 #include <QSvgRenderer>
 
+// Outside any namespace, as the macro wants it: a static library's resources are linked only when asked for.
+static void initSymbols()
+{
+    Q_INIT_RESOURCE(symbols);
+}
+
 namespace qm {
 
 namespace {
@@ -53,6 +59,7 @@ private:
 
 static QByteArray svgOf(const QString &name)
 {
+    initSymbols();
     QFile file(QStringLiteral(":/symbols/%1.svg").arg(name));
     return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
 }
