@@ -169,10 +169,13 @@ void LibraryView::scheduleReload()
 void LibraryView::reload()
 {
     m_queries.clear(); // questions that nobody has any more
-    m_queries.start([this, text = m_search->text().trimmed(), find = m_environment.find] {
+    m_queries.start([this, text = m_search->text().trimmed(), find = m_environment.find, number = ++m_asked] {
         const QList<Shot> shots = find(text);
-        QMetaObject::invokeMethod(
-            this, [this, shots, text] { setResult(shots, text); }, Qt::QueuedConnection);
+        const auto answer = [this, shots, text, number] {
+            m_answered = number;
+            setResult(shots, text);
+        };
+        QMetaObject::invokeMethod(this, answer, Qt::QueuedConnection);
     });
 }
 

@@ -39,6 +39,7 @@ public:
 
     void reload(); // asks for the search text's shots, at once
 
+    bool isLoading() const { return m_answered != m_asked; }
     const QList<Shot> &shots() const { return m_shots; }
     std::optional<qint64> selection() const { return m_selection; }
 
@@ -67,6 +68,8 @@ private:
     std::optional<qint64> m_selection;
     bool m_didLoad = false;
     bool m_hasResult = false;
+    quint64 m_asked = 0;    // the last question's number
+    quint64 m_answered = 0; // the last result's
     Timer m_debounceTask;
 
     QLineEdit *m_search = nullptr;
