@@ -80,7 +80,8 @@ private Q_SLOTS:
         ThumbnailCache cache;
         const QString path = picture(QStringLiteral("a.png"), {400, 300});
         QVERIFY(!waitFor(cache, path, 160.9).isNull());
-        QCOMPARE(kept(cache, path, 160).size(), QSize(160, 120));
+        QVERIFY(!kept(cache, path, 160).isNull());
+        QVERIFY(kept(cache, path, 161).isNull());
     }
 
     void failuresAreTriedAgain()
