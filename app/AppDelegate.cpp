@@ -22,6 +22,7 @@ AppDelegate::AppDelegate()
     , m_trigger(QtQueue::main(), ConfigStore::resolveHotkey(), [this](HotkeyTrigger::Gesture gesture) {
         gesture == HotkeyTrigger::Gesture::tap ? captureRangeAction() : captureWindowAction();
     })
+    , m_libraryController([this](const QString &path) { perform({Command::Verb::annotate, path}); })
 {
 }
 
