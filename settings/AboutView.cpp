@@ -24,10 +24,12 @@ struct Library {
     const char16_t *name;
     const char16_t *licence; // as SPDX abbreviates it
 };
+static constexpr const char16_t *publicDomain = u"public domain"; // the one that needs translating
+
 // What our programs are linked with.
 static constexpr std::array libraries{
     Library{u"Qt", u"LGPL-3.0"},
-    Library{u"SQLite", u"Public domain"},
+    Library{u"SQLite", publicDomain},
     Library{u"Tesseract", u"Apache-2.0"},
     Library{u"Leptonica", u"BSD-2-Clause"},
     Library{u"libheif", u"LGPL-3.0"},
@@ -128,7 +130,9 @@ QWidget *AboutView::makeLicences()
         const int row = 2 + int(i % half);
         const int column = i < half ? 0 : 3;
         auto *name = new QLabel(QString::fromUtf16(libraries[i].name));
-        auto *terms = new QLabel(QString::fromUtf16(libraries[i].licence));
+        const QStringView spdx = libraries[i].licence;
+        auto *terms =
+            new QLabel(spdx == QStringView(publicDomain) ? text(spdx, u"パブリックドメイン") : spdx.toString());
         grid->addWidget(name, row, column);
         grid->addWidget(terms, row, column + 1);
         m_secondary << terms;

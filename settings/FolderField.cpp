@@ -31,7 +31,7 @@ FolderField::FolderField(const QString &name, std::function<void(const QString &
     choose->setAutoDefault(false);
     choose->setAccessibleName(AppLocale::text(u"Choose a folder: ", u"フォルダーを選択: ") + name);
     m_edit->setAccessibleName(name);
-    m_edit->setMinimumWidth(280);
+    m_edit->setMinimumWidth(320);
 
     auto *layout = new QHBoxLayout(this);
     layout->setContentsMargins(0, 0, 0, 0);

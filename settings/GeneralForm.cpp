@@ -79,8 +79,11 @@ GeneralForm::GeneralForm(std::function<void()> changed, KeyListener listener)
 QWidget *GeneralForm::makeForm()
 {
     auto *content = new QWidget;
-    auto *form = new QFormLayout(content);
-    form->setContentsMargins(24, 18, 24, 12);
+    auto *top = new QVBoxLayout(content); // a higher window leaves room below, not between the rows
+    top->setContentsMargins(24, 18, 24, 12);
+    auto *form = new QFormLayout;
+    top->addLayout(form);
+    top->addStretch(1);
     form->setHorizontalSpacing(14);
     form->setVerticalSpacing(8);
     form->setFieldGrowthPolicy(QFormLayout::AllNonFixedFieldsGrow);
@@ -138,9 +141,8 @@ void GeneralForm::addStorage(QFormLayout &form)
     m_cloud->setPlaceholder(text(u"None", u"なし"));
     form.addRow(cloud, m_cloud);
 
-    auto *caption = new QLabel(text(u"A synced folder with which several machines share captures and these settings.",
-                                    u"同期フォルダーを指定すると、複数のマシンで画像とこの設定を共有できます。"));
-    caption->setWordWrap(true);
+    auto *caption = new QLabel(text(u"A synced folder that shares captures and settings between machines.",
+                                    u"同期フォルダーを指定すると、画像と設定を複数のマシンで共有できます。"));
     m_captions.append(caption);
     form.addRow(QString(), caption);
 }
@@ -185,9 +187,8 @@ void GeneralForm::addHotkey(QFormLayout &form)
     thresholdRow->addWidget(m_thresholdValue);
     form.addRow(threshold, thresholdRow);
 
-    auto *caption = new QLabel(text(u"Tap the key to capture a region; hold it this long to capture a window.",
+    auto *caption = new QLabel(text(u"Tap for a region, hold this long for a window.",
                                     u"タップで範囲を、この時間以上の長押しでウィンドウを撮ります。"));
-    caption->setWordWrap(true);
     m_captions.append(caption);
     form.addRow(QString(), caption);
 

@@ -26,9 +26,11 @@ KeyTest::KeyTest(KeyListener listener)
 {
     m_toggle->setCheckable(true);
     m_toggle->setAutoDefault(false);
+    m_toggle->setMinimumWidth(m_toggle->sizeHint().width() + 20);
     m_toggle->setToolTip(AppLocale::text(u"While this is down, the trigger key captures nothing",
                                          u"オンの間、トリガーキーを押しても撮影されません"));
     m_state->setWordWrap(true);
+    m_stateIcon->setMinimumHeight(m_state->fontMetrics().height()); // in the middle of the first line
 
     auto *state = new QHBoxLayout;
     state->addWidget(m_stateIcon, 0, Qt::AlignTop);
