@@ -30,8 +30,8 @@ static void makeFiles(const QString &folder)
         char name[96];
         // Not in order of time, as no real folder is.
         const unsigned shuffled = unsigned(i) * 7919u % files;
-        std::snprintf(name, sizeof name, "Quillmere 2024-%02u-%02u-%02u-%02u-%02u-%d.png", shuffled % 12 + 1, shuffled / 12 % 28 + 1,
-                      shuffled / 336 % 24, shuffled / 8064 % 60, unsigned(i) % 60, i);
+        std::snprintf(name, sizeof name, "Quillmere 2024-%02u-%02u-%02u-%02u-%02u-%d.png", shuffled % 12 + 1,
+                      shuffled / 12 % 28 + 1, shuffled / 336 % 24, shuffled / 8064 % 60, unsigned(i) % 60, i);
         ::close(openat(directory, name, O_CREAT | O_WRONLY, 0600));
         const timespec time{1'700'000'000 + long(shuffled) * 100, 0};
         const timespec times[] = {time, time};
@@ -100,8 +100,10 @@ int main()
     };
     const auto scan = [&] { FolderScan::scan(*database, {folder}, QDateTime::currentDateTimeUtc()); };
 
-    const double raw = bench::bestOf(5, [&] { insertRaw(folder, path); }, empty);
-    const double fresh = bench::bestOf(5, [&] { scan(); }, empty);
+    const double raw = bench::bestOf(
+        5, [&] { insertRaw(folder, path); }, empty);
+    const double fresh = bench::bestOf(
+        5, [&] { scan(); }, empty);
     std::printf("%d new files:   %.0f ms; readdir, fstatat and inserts raw %.0f ms; ratio %.2f (at most 2)\n", files,
                 fresh * 1e3, raw * 1e3, fresh / raw);
 
@@ -109,8 +111,8 @@ int main()
     const double bare = bench::bestOf(15, [&] { list(folder, [&](int, const char *) { ++seen; }); });
     const long before = peakKiB();
     const double known = bench::bestOf(15, [&] { scan(); });
-    std::printf("%d known files: %.1f ms; bare readdir %.1f ms; ratio %.2f (at most 2.5)\n", files, known * 1e3, bare * 1e3,
-                known / bare);
+    std::printf("%d known files: %.1f ms; bare readdir %.1f ms; ratio %.2f (at most 2.5)\n", files, known * 1e3,
+                bare * 1e3, known / bare);
     std::printf("peak memory before and after these passes: %ld and %ld KiB\n", before, peakKiB());
     return 0;
 }

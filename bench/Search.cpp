@@ -19,11 +19,13 @@ static constexpr int runs = 9;
 // About a kilobyte of words, a third of them Japanese.
 static QString page(QRandomGenerator &random)
 {
-    static const QStringList words = QStringLiteral(
-        "the window shows settings for capture region editor release notes meeting agenda invoice total amount "
-        "server error timeout please restart build passed failed test branch merge table column user name password "
-        "設定画面 請求書 合計金額 会議の議事録 保存しました キャンセル 検索結果 スクリーンショット 更新履歴 翻訳 確認してください")
-                                        .split(u' ');
+    static const QStringList words =
+        QStringLiteral(
+            "the window shows settings for capture region editor release notes meeting agenda invoice total amount "
+            "server error timeout please restart build passed failed test branch merge table column user name password "
+            "設定画面 請求書 合計金額 会議の議事録 保存しました キャンセル 検索結果 スクリーンショット 更新履歴 翻訳 "
+            "確認してください")
+            .split(u' ');
     QString text;
     while (text.toUtf8().size() < 1000)
         text += words[random.bounded(words.size())] + (random.bounded(9) == 0 ? u'\n' : u' ');
@@ -84,12 +86,11 @@ int main()
     };
     for (const auto &[name, text] : queries) {
         qsizetype found = 0;
-        const double ours = bench::bestOf(runs, [&] {
-            found = reader.query(IndexSql::searchShots, u'%' + text + u'%', 200).size();
-        });
+        const double ours =
+            bench::bestOf(runs, [&] { found = reader.query(IndexSql::searchShots, u'%' + text + u'%', 200).size(); });
         const double shell = secondsInShell(path, text);
-        std::printf("%-34s %4lld found  %7.2f ms; shell %7.2f ms; ratio %.2f%s\n", name, static_cast<long long>(found), ours * 1e3,
-                    shell * 1e3, ours / shell, found == 0 ? " (at most 1.1)" : "");
+        std::printf("%-34s %4lld found  %7.2f ms; shell %7.2f ms; ratio %.2f%s\n", name, static_cast<long long>(found),
+                    ours * 1e3, shell * 1e3, ours / shell, found == 0 ? " (at most 1.1)" : "");
     }
     return 0;
 }

@@ -19,7 +19,8 @@ static constexpr int batchSize = 40;
 
 static Exit cannotOpen(Console &console, const Database &database)
 {
-    return console.fail(text(u"the index %1 cannot be used: %2", u"索引 %1 を使えません: %2").arg(database.path(), database.error()));
+    return console.fail(
+        text(u"the index %1 cannot be used: %2", u"索引 %1 を使えません: %2").arg(database.path(), database.error()));
 }
 
 Exit Commands::scan(Console &console)
@@ -65,8 +66,8 @@ Exit Commands::ocr(Console &console, Batches batches)
         const int total = batches == Batches::all ? read + waiting : std::min(waiting, batchSize);
         console.progress(read, total);
         const int before = read;
-        read += OcrRunner::run(database, helper, batchSize,
-                               [&](int done, int) { console.progress(before + done, total); });
+        read +=
+            OcrRunner::run(database, helper, batchSize, [&](int done, int) { console.progress(before + done, total); });
         if (read == before || batches == Batches::one)
             break;
     }
@@ -114,8 +115,8 @@ static Exit show(Console &console, const QList<Shot> &shots, const QString &sear
         const TextMatch::Excerpt excerpt =
             TextMatch::excerpt(shot.ocrText.value_or(QString()), searched, std::max(20, console.width() - indent));
         const auto [start, length] = excerpt.match;
-        console.line(QString(indent, u' ') + excerpt.line.first(start) + console.strong(excerpt.line.sliced(start, length))
-                     + excerpt.line.sliced(start + length));
+        console.line(QString(indent, u' ') + excerpt.line.first(start) +
+                     console.strong(excerpt.line.sliced(start, length)) + excerpt.line.sliced(start + length));
     }
     return shots.isEmpty() ? Exit::nothingFound : Exit::success;
 }

@@ -16,8 +16,8 @@ public:
     bool json() const { return m_json; }
     int width() const; // characters; 100 where output is no terminal
 
-    void line(const QString &text);        // to standard output
-    void row(const QJsonObject &object);   // to standard output
+    void line(const QString &text);            // to standard output
+    void row(const QJsonObject &object);       // to standard output
     QString strong(const QString &text) const; // set off where the terminal can
     QString faint(const QString &text) const;
 

@@ -63,14 +63,31 @@ static std::vector<Fact> settingsFacts()
     const auto origin = [](const char16_t *key) { return nameOf(ConfigStore::originOf(QString::fromUtf16(key))); };
     const QString none = text(u"none", u"なし");
     return {
-        {u"settings", text(u"Settings", u"設定ファイル"), ConfigStore::localFile(), {presence(ConfigStore::localFile())}},
-        {u"sharedSettings", text(u"Shared settings", u"共有設定ファイル"), shared.isEmpty() ? QJsonValue() : QJsonValue(shared),
+        {u"settings",
+         text(u"Settings", u"設定ファイル"),
+         ConfigStore::localFile(),
+         {presence(ConfigStore::localFile())}},
+        {u"sharedSettings",
+         text(u"Shared settings", u"共有設定ファイル"),
+         shared.isEmpty() ? QJsonValue() : QJsonValue(shared),
          {shared.isEmpty() ? none : presence(shared)}},
-        {u"captures", text(u"Capture folder", u"保存先フォルダー"), captures, {origin(u"captures"), folderState(captures)}},
-        {u"source", text(u"Screenshot folder", u"スクリーンショットのフォルダー"), source, {origin(u"source"), folderState(source)}},
+        {u"captures",
+         text(u"Capture folder", u"保存先フォルダー"),
+         captures,
+         {origin(u"captures"), folderState(captures)}},
+        {u"source",
+         text(u"Screenshot folder", u"スクリーンショットのフォルダー"),
+         source,
+         {origin(u"source"), folderState(source)}},
         {u"hotkey", text(u"Trigger key", u"トリガーキー"), rawValue(hotkey.modifier), {origin(u"hotkey")}},
-        {u"holdThreshold", text(u"Hold threshold (s)", u"長押しの時間（秒）"), hotkey.holdThreshold, {origin(u"hotkey")}},
-        {u"autoOcr", text(u"Auto-OCR after capture", u"撮影後に自動でOCRする"), ConfigStore::autoOcr(), {origin(u"autoOcr")}},
+        {u"holdThreshold",
+         text(u"Hold threshold (s)", u"長押しの時間（秒）"),
+         hotkey.holdThreshold,
+         {origin(u"hotkey")}},
+        {u"autoOcr",
+         text(u"Auto-OCR after capture", u"撮影後に自動でOCRする"),
+         ConfigStore::autoOcr(),
+         {origin(u"autoOcr")}},
     };
 }
 
@@ -79,7 +96,9 @@ static std::vector<Fact> indexFacts(Database &database)
     const std::optional<QString> helper = toolPaths().ocr;
     std::vector<Fact> facts{
         {u"index", text(u"Index", u"索引"), database.path(), {presence(database.path())}},
-        {u"helper", text(u"OCR helper", u"OCR補助プログラム"), helper ? QJsonValue(*helper) : QJsonValue(),
+        {u"helper",
+         text(u"OCR helper", u"OCR補助プログラム"),
+         helper ? QJsonValue(*helper) : QJsonValue(),
          {helper ? QString() : text(u"not found", u"見つかりません")}},
     };
     if (!database.isOpen())
@@ -87,7 +106,9 @@ static std::vector<Fact> indexFacts(Database &database)
     const auto count = [&](const char *sql) { return QJsonValue(database.number(sql)); };
     facts.push_back({u"shots", text(u"Screenshots", u"スクリーンショット"), count(IndexSql::countShots), {}});
     facts.push_back({u"withText", text(u"Read", u"読み取り済み"), count(IndexSql::countRead), {}});
-    facts.push_back({u"waiting", text(u"Waiting to be read", u"読み取り待ち"), count(IndexSql::countWaiting),
+    facts.push_back({u"waiting",
+                     text(u"Waiting to be read", u"読み取り待ち"),
+                     count(IndexSql::countWaiting),
                      {OcrRunner::isBusy(database) ? text(u"being read now", u"読み取り中") : QString()}});
     return facts;
 }
@@ -116,15 +137,17 @@ Exit Commands::status(Console &console)
         object.insert(QString::fromUtf16(fact.key), fact.value);
         if (console.json())
             continue;
-        const QString remarks = fact.remarks.isEmpty() ? QString() : QStringLiteral("  (%1)").arg(fact.remarks.join(u", "));
+        const QString remarks =
+            fact.remarks.isEmpty() ? QString() : QStringLiteral("  (%1)").arg(fact.remarks.join(u", "));
         console.line(fact.label + QStringLiteral(": ") + shown(fact.value) + console.faint(remarks));
     }
     if (console.json())
         console.row(object);
     if (failed)
-        return console.fail(text(u"the index cannot be used: %1. It is left as it is; while this lasts, nothing is indexed.",
-                                 u"索引を使えません: %1。ファイルには手を付けません。この間、索引は更新されません。")
-                                .arg(database.error()));
+        return console.fail(
+            text(u"the index cannot be used: %1. It is left as it is; while this lasts, nothing is indexed.",
+                 u"索引を使えません: %1。ファイルには手を付けません。この間、索引は更新されません。")
+                .arg(database.error()));
     return Exit::success;
 }
 

@@ -48,7 +48,8 @@ static Exit run(const QCommandLineParser &parser, Console &console)
         return console.fail(AppLocale::text(english, japanese).arg(command) + u'\n' + usage());
     };
     bool isNumber = true;
-    const int limit = parser.isSet(QStringLiteral("limit")) ? parser.value(QStringLiteral("limit")).toInt(&isNumber) : 200;
+    const int limit =
+        parser.isSet(QStringLiteral("limit")) ? parser.value(QStringLiteral("limit")).toInt(&isNumber) : 200;
     if (!isNumber || limit < 1)
         return wrong(u"--limit wants a whole number from 1 on", u"--limit には1以上の整数を指定してください");
     if (words.size() != (command == u"search" ? 2 : 1))
@@ -60,7 +61,8 @@ static Exit run(const QCommandLineParser &parser, Console &console)
     if (command == u"scan")
         return Commands::scan(console);
     if (command == u"ocr")
-        return Commands::ocr(console, parser.isSet(QStringLiteral("all")) ? Commands::Batches::all : Commands::Batches::one);
+        return Commands::ocr(console,
+                             parser.isSet(QStringLiteral("all")) ? Commands::Batches::all : Commands::Batches::one);
     if (command == u"search")
         return Commands::search(console, words[1], limit);
     if (command == u"list")

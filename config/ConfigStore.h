@@ -15,15 +15,15 @@ namespace qm {
 // Reading never fails: what is missing, broken or of the wrong type reads as absent.
 namespace ConfigStore {
 
-QString homeFolder();   // .quillmere in the user's home; settings and index live here
-QString localFile();    // config.json in it
-QString sharedFile();   // the one that "cloud" governs; empty when there is none
+QString homeFolder(); // .quillmere in the user's home; settings and index live here
+QString localFile();  // config.json in it
+QString sharedFile(); // the one that "cloud" governs; empty when there is none
 
-QJsonObject effective();      // local and shared merged: the shared value wins, but "cloud" is always the local one
+QJsonObject effective(); // local and shared merged: the shared value wins, but "cloud" is always the local one
 Hotkey resolveHotkey();
-QString resolveCaptureDir();  // where new captures are saved; absolute, not created
-QString resolveSource();      // where the system's own tool saves; may wait for another program
-bool autoOcr();               // on, unless the settings say a plain false
+QString resolveCaptureDir(); // where new captures are saved; absolute, not created
+QString resolveSource();     // where the system's own tool saves; may wait for another program
+bool autoOcr();              // on, unless the settings say a plain false
 
 // The same for settings that are not in force: what they would be with another shared folder (empty: none), and what
 // becomes of them.
@@ -31,7 +31,7 @@ QJsonObject effectiveWithCloud(const QString &path);
 Hotkey resolveHotkey(const QJsonObject &settings);
 QString resolveCaptureDir(const QJsonObject &settings);
 bool autoOcr(const QJsonObject &settings);
-QString systemSource();       // resolveSource() where no settings name the folder; may wait as well
+QString systemSource(); // resolveSource() where no settings name the folder; may wait as well
 
 // Creates a folder with all above it; .quillmere itself is made for its owner only. False when it cannot be.
 bool createFolder(const QString &path);

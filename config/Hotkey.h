@@ -11,7 +11,7 @@ namespace qm {
 enum class HotkeyModifier { rightShift, rightCommand, rightOption, rightControl };
 
 inline constexpr std::array allHotkeyModifiers{HotkeyModifier::rightShift, HotkeyModifier::rightCommand,
-                                        HotkeyModifier::rightOption, HotkeyModifier::rightControl};
+                                               HotkeyModifier::rightOption, HotkeyModifier::rightControl};
 
 QString rawValue(HotkeyModifier modifier); // as the settings file spells it: "rightShift"
 std::optional<HotkeyModifier> hotkeyModifierFrom(const QString &rawValue);

@@ -54,7 +54,7 @@ Outcome SettingsFile::set(const QString &key, const QJsonValue &value) const
     else
         settings.insert(key, value);
 
-    QSaveFile file(m_path); // follows a link and keeps the mode of what it replaces
+    QSaveFile file(m_path);            // follows a link and keeps the mode of what it replaces
     file.setDirectWriteFallback(true); // a folder in which nothing may be created, around a file that may be written
     const QByteArray json = QJsonDocument(settings).toJson(QJsonDocument::Indented); // keys come sorted
     return writeWhole(file, json);

@@ -10,7 +10,10 @@ namespace qm {
 class SettingsFile
 {
 public:
-    explicit SettingsFile(QString path) : m_path(std::move(path)) {}
+    explicit SettingsFile(QString path)
+        : m_path(std::move(path))
+    {
+    }
 
     QString path() const { return m_path; }
     QJsonObject read() const; // empty for a file that is missing, unreadable or no JSON object

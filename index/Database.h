@@ -28,7 +28,7 @@ public:
     // the transaction around it should end. An inert statement is skipped, not refused.
     [[nodiscard]] bool run();
 
-    bool nextRow(); // false at the end, and at an error
+    bool nextRow();                // false at the end, and at an error
     bool isNull(int column) const; // columns count from 0
     qint64 int64(int column) const;
     std::string_view bytes(int column) const; // UTF-8, valid until the next row
@@ -36,7 +36,9 @@ public:
 
 private:
     friend class Database;
-    struct Finalize { void operator()(sqlite3_stmt *statement) const; };
+    struct Finalize {
+        void operator()(sqlite3_stmt *statement) const;
+    };
     std::unique_ptr<sqlite3_stmt, Finalize> m_statement;
 };
 
@@ -63,7 +65,9 @@ public:
 
 private:
     friend class Transaction;
-    struct Close { void operator()(sqlite3 *connection) const; };
+    struct Close {
+        void operator()(sqlite3 *connection) const;
+    };
 
     QString m_path;
     Access m_access;

@@ -38,8 +38,8 @@ bool isImage(std::string_view name)
     const std::string_view extension = name.substr(dot + 1);
     std::transform(extension.begin(), extension.end(), lower,
                    [](char c) { return c >= 'A' && c <= 'Z' ? char(c - 'A' + 'a') : c; });
-    return std::find(std::begin(imageExts), std::end(imageExts), std::string_view(lower, extension.size()))
-        != std::end(imageExts);
+    return std::find(std::begin(imageExts), std::end(imageExts), std::string_view(lower, extension.size())) !=
+           std::end(imageExts);
 }
 
 Findings knownPaths(Database &database)
@@ -85,9 +85,9 @@ int removeGone(Database &database, const Findings &findings)
     std::vector<PathSet::Ref> gone;
     findings.paths.forEach([&](PathSet::Ref ref) {
         const std::string_view path = findings.paths[ref];
-        if (!findings.paths.isMarked(ref)
-            && FolderListing::existence(QByteArray::fromRawData(path.data(), qsizetype(path.size())))
-                == FolderListing::Existence::gone)
+        if (!findings.paths.isMarked(ref) &&
+            FolderListing::existence(QByteArray::fromRawData(path.data(), qsizetype(path.size()))) ==
+                FolderListing::Existence::gone)
             gone.push_back(ref);
     });
     if (gone.empty())

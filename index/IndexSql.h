@@ -19,14 +19,16 @@ inline constexpr char schema[] = "CREATE TABLE IF NOT EXISTS shots (\n"
 // The scan.
 inline constexpr char knownPaths[] = "SELECT path FROM shots";
 inline constexpr char deleteShot[] = "DELETE FROM shots WHERE path = ?"; // path
-inline constexpr char insertShot[] = "INSERT OR IGNORE INTO shots(path, filename, bytes, mtime_ms, taken_at, indexed_at)\n"
-                                     "VALUES(?, ?, ?, ?, ?, ?)";
+inline constexpr char insertShot[] =
+    "INSERT OR IGNORE INTO shots(path, filename, bytes, mtime_ms, taken_at, indexed_at)\n"
+    "VALUES(?, ?, ?, ?, ?, ?)";
 
 // Text recognition.
 inline constexpr char countWaiting[] = "SELECT COUNT(*) FROM shots WHERE ocr_done = 0";
-inline constexpr char waiting[] = "SELECT id, path FROM shots WHERE ocr_done = 0 ORDER BY mtime_ms DESC LIMIT ?"; // limit
-inline constexpr char storeText[] = "UPDATE shots SET ocr_text = ?, ocr_done = 1 WHERE id = ?";                   // text, id
-inline constexpr char giveUp[] = "UPDATE shots SET ocr_done = 1 WHERE id = ?";                                    // id
+inline constexpr char waiting[] =
+    "SELECT id, path FROM shots WHERE ocr_done = 0 ORDER BY mtime_ms DESC LIMIT ?";             // limit
+inline constexpr char storeText[] = "UPDATE shots SET ocr_text = ?, ocr_done = 1 WHERE id = ?"; // text, id
+inline constexpr char giveUp[] = "UPDATE shots SET ocr_done = 1 WHERE id = ?";                  // id
 
 // The readers. The columns are those of Shot.
 inline constexpr char searchShots[] = "SELECT id,path,filename,taken_at,ocr_text FROM shots WHERE ocr_text LIKE ? "

@@ -27,8 +27,8 @@ static QtQueue &sharedQueue()
 
 OcrIndexer &OcrIndexer::shared()
 {
-    static const auto indexer = std::make_shared<OcrIndexer>(sharedQueue(), ShotStore::databasePath(),
-                                                             [] { return toolPaths().ocr; });
+    static const auto indexer =
+        std::make_shared<OcrIndexer>(sharedQueue(), ShotStore::databasePath(), [] { return toolPaths().ocr; });
     return *indexer;
 }
 

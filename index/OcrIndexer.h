@@ -29,9 +29,9 @@ public:
     OcrIndexer(TaskQueue &queue, const QString &databasePath, FindHelper findHelper);
     ~OcrIndexer();
 
-    void start();      // once
-    void pump(Scan scan);   // one step: a scan if wanted, then a batch where the settings allow it
-    void scheduleDrain();   // another step without a scan in a moment, unless one is scheduled
+    void start();         // once
+    void pump(Scan scan); // one step: a scan if wanted, then a batch where the settings allow it
+    void scheduleDrain(); // another step without a scan in a moment, unless one is scheduled
 
 private:
     void startWatching();

@@ -14,7 +14,10 @@ class PathSet
 public:
     using Ref = std::uint32_t; // where a path stands; stays valid, and grows in order of insertion
 
-    struct Inserted { Ref ref; bool isNew; };
+    struct Inserted {
+        Ref ref;
+        bool isNew;
+    };
     Inserted insert(std::string_view path); // without a NUL in it
     std::optional<Ref> find(std::string_view path) const;
     std::string_view operator[](Ref ref) const; // a NUL follows; valid until the next insertion

@@ -12,8 +12,8 @@ namespace qm {
 // Names are full of typographic blanks (macOS puts U+202F before PM), so the classes are Unicode's.
 static QRegularExpression compiled(const QString &pattern)
 {
-    QRegularExpression expression(pattern, QRegularExpression::CaseInsensitiveOption
-                                               | QRegularExpression::UseUnicodePropertiesOption);
+    QRegularExpression expression(pattern, QRegularExpression::CaseInsensitiveOption |
+                                               QRegularExpression::UseUnicodePropertiesOption);
     expression.optimize();
     return expression;
 }
@@ -37,10 +37,10 @@ static std::optional<QString> matched(const QRegularExpression &expression, cons
 QString parseTakenAt(const QString &name, qint64 modifiedMs)
 {
     // Compiled once: a scan asks for every new file.
-    static const QRegularExpression at = compiled(
-        QStringLiteral(R"((\d{4})-(\d{2})-(\d{2})\s*at\s*(\d{2})[.:](\d{2})[.:](\d{2}))"));
-    static const QRegularExpression general = compiled(
-        QStringLiteral(R"((\d{4})-(\d{2})-(\d{2})\D+(\d{2})[.:](\d{2})[.:](\d{2}))"));
+    static const QRegularExpression at =
+        compiled(QStringLiteral(R"((\d{4})-(\d{2})-(\d{2})\s*at\s*(\d{2})[.:](\d{2})[.:](\d{2}))"));
+    static const QRegularExpression general =
+        compiled(QStringLiteral(R"((\d{4})-(\d{2})-(\d{2})\D+(\d{2})[.:](\d{2})[.:](\d{2}))"));
 
     if (const std::optional<QString> time = matched(at, name))
         return *time;

@@ -21,7 +21,8 @@ static QRegularExpression expressionFor(const QString &searched)
             pattern += u'.';
         } else {
             const bool letter = (c >= u'a' && c <= u'z') || (c >= u'A' && c <= u'Z');
-            pattern += letter ? QStringLiteral("[%1%2]").arg(c.toLower(), c.toUpper()) : QRegularExpression::escape(QString(c));
+            pattern += letter ? QStringLiteral("[%1%2]").arg(c.toLower(), c.toUpper())
+                              : QRegularExpression::escape(QString(c));
             literal = true;
         }
     }

@@ -11,8 +11,8 @@ namespace qm {
 static constexpr int wakeUp = 100;       // ms between two looks at whether the thread is to stop
 static constexpr int endPolitely = 1000; // ms before a child that ignores SIGTERM is killed
 
-std::optional<QByteArray> ChildProcess::run(const QString &program, const QStringList &arguments, const QByteArray &input,
-                                            const Received &received)
+std::optional<QByteArray> ChildProcess::run(const QString &program, const QStringList &arguments,
+                                            const QByteArray &input, const Received &received)
 {
     QProcess process;
     process.setProgram(program);

@@ -32,8 +32,8 @@ public:
 
     virtual ~KeyMonitor() = default;
     virtual Started start(std::function<void(const KeyEvent &)> handle) = 0;
-    virtual void enable() = 0;                        // after Type::disabled
-    virtual QString keyName(int keyCode) const = 0;   // what this keyboard calls the key; empty when it has none
+    virtual void enable() = 0;                      // after Type::disabled
+    virtual QString keyName(int keyCode) const = 0; // what this keyboard calls the key; empty when it has none
 };
 
 std::unique_ptr<KeyMonitor> makeKeyMonitor(); // null: none on this system

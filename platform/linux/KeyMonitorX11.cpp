@@ -39,8 +39,8 @@ struct ModifierKey {
     quint32 flag;
 };
 constexpr std::array modifierKeys{
-    ModifierKey{"LFSH", 56, shift},  ModifierKey{"RTSH", 60, shift},  ModifierKey{"LCTL", 59, control},
-    ModifierKey{"RCTL", 62, control}, ModifierKey{"LALT", 58, option}, ModifierKey{"RALT", 61, option},
+    ModifierKey{"LFSH", 56, shift},   ModifierKey{"RTSH", 60, shift},   ModifierKey{"LCTL", 59, control},
+    ModifierKey{"RCTL", 62, control}, ModifierKey{"LALT", 58, option},  ModifierKey{"RALT", 61, option},
     ModifierKey{"LWIN", 55, command}, ModifierKey{"RWIN", 54, command},
 };
 constexpr int noModifier = -1; // the code of every other key
@@ -80,7 +80,7 @@ private:
     xkb_context *m_context = nullptr;
     xkb_keymap *m_keymap = nullptr;
     std::array<xkb_keycode_t, modifierKeys.size()> m_xKeyCodes{}; // of modifierKeys; 0: the keyboard has no such key
-    std::set<uint32_t> m_pressed; // X key codes of the modifier keys that are down
+    std::set<uint32_t> m_pressed;                                 // X key codes of the modifier keys that are down
     std::unique_ptr<QSocketNotifier> m_notifier;
 };
 
@@ -130,11 +130,12 @@ bool KeyMonitorX11::hasExtensions()
     if (!input || !input->present)
         return false;
     m_inputOpcode = input->major_opcode;
-    const auto version = owned(
-        xcb_input_xi_query_version_reply(m_connection, xcb_input_xi_query_version(m_connection, 2, 2), nullptr));
-    return version && (version->major_version > 2 || version->minor_version >= 2)
-        && xkb_x11_setup_xkb_extension(m_connection, XKB_X11_MIN_MAJOR_XKB_VERSION, XKB_X11_MIN_MINOR_XKB_VERSION,
-                                       XKB_X11_SETUP_XKB_EXTENSION_NO_FLAGS, nullptr, nullptr, &m_keyboardEvent, nullptr);
+    const auto version =
+        owned(xcb_input_xi_query_version_reply(m_connection, xcb_input_xi_query_version(m_connection, 2, 2), nullptr));
+    return version && (version->major_version > 2 || version->minor_version >= 2) &&
+           xkb_x11_setup_xkb_extension(m_connection, XKB_X11_MIN_MAJOR_XKB_VERSION, XKB_X11_MIN_MINOR_XKB_VERSION,
+                                       XKB_X11_SETUP_XKB_EXTENSION_NO_FLAGS, nullptr, nullptr, &m_keyboardEvent,
+                                       nullptr);
 }
 
 void KeyMonitorX11::selectEvents()
@@ -143,8 +144,8 @@ void KeyMonitorX11::selectEvents()
         xcb_input_event_mask_t head;
         uint32_t events;
     };
-    constexpr uint32_t raw = XCB_INPUT_XI_EVENT_MASK_RAW_KEY_PRESS | XCB_INPUT_XI_EVENT_MASK_RAW_KEY_RELEASE
-        | XCB_INPUT_XI_EVENT_MASK_RAW_BUTTON_PRESS;
+    constexpr uint32_t raw = XCB_INPUT_XI_EVENT_MASK_RAW_KEY_PRESS | XCB_INPUT_XI_EVENT_MASK_RAW_KEY_RELEASE |
+                             XCB_INPUT_XI_EVENT_MASK_RAW_BUTTON_PRESS;
     const Mask masks[] = {{{XCB_INPUT_DEVICE_ALL_MASTER, 1}, raw},
                           {{XCB_INPUT_DEVICE_ALL, 1}, XCB_INPUT_XI_EVENT_MASK_HIERARCHY}};
     for (const Mask &mask : masks)

@@ -12,7 +12,8 @@ namespace qm {
 // freedesktop.org's Desktop Application Autostart Specification.
 static QString entryPath()
 {
-    return QStandardPaths::writableLocation(QStandardPaths::GenericConfigLocation) + QStringLiteral("/autostart/quillmere.desktop");
+    return QStandardPaths::writableLocation(QStandardPaths::GenericConfigLocation) +
+           QStringLiteral("/autostart/quillmere.desktop");
 }
 
 // The value of Exec for one absolute path: quoted as an argument, then escaped as a string of the file
@@ -53,8 +54,8 @@ Outcome LoginItemService::enable()
     const QString path = entryPath();
     if (!QDir().mkpath(QFileInfo(path).path()))
         return Outcome::failure(QStringLiteral("cannot create %1").arg(QFileInfo(path).path()));
-    const QByteArray entry = "[Desktop Entry]\nType=Application\nName=Quillmere\nIcon=org.quillmere.Quillmere\nExec="
-        + execValue(QCoreApplication::applicationFilePath()) + "\nX-GNOME-Autostart-enabled=true\n";
+    const QByteArray entry = "[Desktop Entry]\nType=Application\nName=Quillmere\nIcon=org.quillmere.Quillmere\nExec=" +
+                             execValue(QCoreApplication::applicationFilePath()) + "\nX-GNOME-Autostart-enabled=true\n";
     QSaveFile file(path);
     if (!file.open(QIODevice::WriteOnly) || file.write(entry) != entry.size() || !file.flush() || !file.commit())
         return Outcome::failure(QStringLiteral("%1: %2").arg(path, file.errorString()));

@@ -91,7 +91,8 @@ private:
 
         const xcb_query_extension_reply_t *fixes = xcb_get_extension_data(m_connection, &xcb_xfixes_id);
         if (fixes && fixes->present) {
-            std::free(xcb_xfixes_query_version_reply(m_connection, xcb_xfixes_query_version(m_connection, 5, 0), nullptr));
+            std::free(
+                xcb_xfixes_query_version_reply(m_connection, xcb_xfixes_query_version(m_connection, 5, 0), nullptr));
             auto screen = xcb_setup_roots_iterator(xcb_get_setup(m_connection));
             for (; screenNumber > 0; --screenNumber)
                 xcb_screen_next(&screen);

@@ -18,13 +18,34 @@ struct Step {
     Hotkey hotkey{};
 };
 
-Step flags(int keyCode, quint32 mask) { return {Step::Kind::event, {KeyEvent::Type::flagsChanged, keyCode, mask}}; }
-Step press() { return flags(rightShift, shift); }
-Step release() { return flags(rightShift, 0); }
-Step keyDown() { return {Step::Kind::event, {KeyEvent::Type::keyDown, letter, shift}}; }
-Step disabled() { return {Step::Kind::event, {KeyEvent::Type::disabled, 0, 0}}; }
-Step wait(std::chrono::milliseconds time) { return {Step::Kind::wait, {}, time}; }
-Step settings(HotkeyModifier modifier, double threshold) { return {Step::Kind::hotkey, {}, {}, {modifier, threshold}}; }
+Step flags(int keyCode, quint32 mask)
+{
+    return {Step::Kind::event, {KeyEvent::Type::flagsChanged, keyCode, mask}};
+}
+Step press()
+{
+    return flags(rightShift, shift);
+}
+Step release()
+{
+    return flags(rightShift, 0);
+}
+Step keyDown()
+{
+    return {Step::Kind::event, {KeyEvent::Type::keyDown, letter, shift}};
+}
+Step disabled()
+{
+    return {Step::Kind::event, {KeyEvent::Type::disabled, 0, 0}};
+}
+Step wait(std::chrono::milliseconds time)
+{
+    return {Step::Kind::wait, {}, time};
+}
+Step settings(HotkeyModifier modifier, double threshold)
+{
+    return {Step::Kind::hotkey, {}, {}, {modifier, threshold}};
+}
 
 } // namespace
 
@@ -56,25 +77,30 @@ private Q_SLOTS:
         row("letter before the press", {keyDown(), press(), release()}, {tapAt(0)});
         row("chord with left Shift", {press(), flags(leftShift, shift), flags(leftShift, shift), release()}, {});
         row("chord with Control", {press(), flags(rightControl, shift | control), release()}, {});
-        row("Control's release counts too", {flags(rightControl, control), flags(rightShift, shift | control),
-                                             flags(rightControl, shift), release()}, {});
+        row("Control's release counts too",
+            {flags(rightControl, control), flags(rightShift, shift | control), flags(rightControl, shift), release()},
+            {});
         row("a tap after a chord", {press(), keyDown(), release(), press(), release()}, {tapAt(0)});
 
         row("the other Shift is still held at the release: reads as a press",
             {flags(leftShift, shift), press(), flags(rightShift, shift), wait(1s)}, {holdAt(400)});
         row("and its own release then as one without a use",
             {flags(leftShift, shift), press(), flags(rightShift, shift), flags(leftShift, 0), wait(1s)}, {});
-        row("a second press starts the time again", {press(), wait(300ms), press(), wait(399ms), release()}, {tapAt(699)});
+        row("a second press starts the time again", {press(), wait(300ms), press(), wait(399ms), release()},
+            {tapAt(699)});
         row("a release out of nothing", {release(), wait(1s)}, {});
         row("a use is forgotten only at the next press", {press(), keyDown(), release(), release()}, {});
         row("disabled does not count as a key", {press(), disabled(), release()}, {tapAt(0)});
 
-        row("another key from the settings", {settings(HotkeyModifier::rightControl, 0.4), press(), release(),
-                                              flags(rightControl, control), flags(rightControl, 0)}, {tapAt(0)});
+        row("another key from the settings",
+            {settings(HotkeyModifier::rightControl, 0.4), press(), release(), flags(rightControl, control),
+             flags(rightControl, 0)},
+            {tapAt(0)});
         row("another threshold holds from the next press",
             {press(), settings(HotkeyModifier::rightShift, 0.2), wait(399ms), release(), press(), wait(1s)},
             {tapAt(399), holdAt(599)});
-        row("the key changes while it is down", {press(), settings(HotkeyModifier::rightControl, 0.4), release(), wait(1s)}, {});
+        row("the key changes while it is down",
+            {press(), settings(HotkeyModifier::rightControl, 0.4), release(), wait(1s)}, {});
     }
     void gestures()
     {
@@ -82,7 +108,9 @@ private Q_SLOTS:
         ManualQueue queue;
         QStringList told;
         HotkeyTrigger trigger(queue, Hotkey(), [&](HotkeyTrigger::Gesture gesture) {
-            told << QStringLiteral("%1 at %2").arg(gesture == HotkeyTrigger::Gesture::tap ? u"tap" : u"hold").arg(queue.now().count());
+            told << QStringLiteral("%1 at %2")
+                        .arg(gesture == HotkeyTrigger::Gesture::tap ? u"tap" : u"hold")
+                        .arg(queue.now().count());
         });
         for (const Step &step : steps) {
             switch (step.kind) {

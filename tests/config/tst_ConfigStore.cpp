@@ -99,7 +99,10 @@ private Q_SLOTS:
         QStringList table;
         for (const HotkeyModifier modifier : allHotkeyModifiers) {
             QCOMPARE(hotkeyModifierFrom(rawValue(modifier)), std::optional(modifier));
-            table << QStringLiteral("%1 %2 %3").arg(rawValue(modifier)).arg(keyCode(modifier)).arg(flagMask(modifier), 0, 16);
+            table << QStringLiteral("%1 %2 %3")
+                         .arg(rawValue(modifier))
+                         .arg(keyCode(modifier))
+                         .arg(flagMask(modifier), 0, 16);
         }
         QCOMPARE(table, QStringList({QStringLiteral("rightShift 60 20000"), QStringLiteral("rightCommand 54 100000"),
                                      QStringLiteral("rightOption 61 80000"), QStringLiteral("rightControl 62 40000")}));
@@ -148,8 +151,10 @@ private Q_SLOTS:
 
     void autoOcrIsOffOnlyByAPlainFalse()
     {
-        for (const auto &[json, on] : {std::pair("{}", true), {"{\"autoOcr\": false}", false},
-                                       {"{\"autoOcr\": \"false\"}", true}, {"{\"autoOcr\": 0}", true}}) {
+        for (const auto &[json, on] : {std::pair("{}", true),
+                                       {"{\"autoOcr\": false}", false},
+                                       {"{\"autoOcr\": \"false\"}", true},
+                                       {"{\"autoOcr\": 0}", true}}) {
             m_home->write(localFile, json);
             QCOMPARE(ConfigStore::autoOcr(), on);
         }
@@ -188,7 +193,8 @@ private Q_SLOTS:
         QVERIFY(QFileInfo(m_home->file(localFile)).isSymLink());
         QCOMPARE(parsed(m_home->read(QStringLiteral("dotfiles/q.json"))), parsed(R"({"a": 1, "b": 2})"));
         const QFile::Permissions kept = QFile::permissions(m_home->file(QStringLiteral("dotfiles/q.json")));
-        QCOMPARE(kept & (QFile::ReadGroup | QFile::WriteGroup | QFile::ReadOther), QFile::Permissions(QFile::ReadGroup));
+        QCOMPARE(kept & (QFile::ReadGroup | QFile::WriteGroup | QFile::ReadOther),
+                 QFile::Permissions(QFile::ReadGroup));
     }
 
     void whatCannotBeReadIsKept()

@@ -31,8 +31,9 @@ private:
 
     std::unique_ptr<TempHome> m_home;
 
-    static constexpr char readsAll[] = "while read -r p; do printf '{\"path\": \"%s\", \"text\": \"total 請求書 %s\"}\\n' \"$p\""
-                                       " \"${p##*/}\"; done";
+    static constexpr char readsAll[] =
+        "while read -r p; do printf '{\"path\": \"%s\", \"text\": \"total 請求書 %s\"}\\n' \"$p\""
+        " \"${p##*/}\"; done";
 
     QString program(const QString &name) const { return m_home->file(QStringLiteral("bin/") + name); }
     void install(const QByteArray &helper)
@@ -47,7 +48,9 @@ private:
     void addShots(int count)
     {
         for (int i = 0; i < count; ++i)
-            m_home->write(QStringLiteral(".quillmere/captures/Quillmere 2026-03-05-14-07-%1.png").arg(i, 2, 10, QChar(u'0')), "x");
+            m_home->write(
+                QStringLiteral(".quillmere/captures/Quillmere 2026-03-05-14-07-%1.png").arg(i, 2, 10, QChar(u'0')),
+                "x");
     }
     Ran qms(const QStringList &arguments)
     {
@@ -78,10 +81,12 @@ private Q_SLOTS:
         QCOMPARE(qms({QStringLiteral("ocr")}).output, QStringLiteral("40 read, 5 still wait\n"));
         QCOMPARE(qms({QStringLiteral("ocr"), QStringLiteral("--all"), QStringLiteral("--json")}).output,
                  QStringLiteral("{\"read\":5,\"waiting\":0}\n"));
-        const Ran found = qms({QStringLiteral("search"), QStringLiteral("TOTAL%請求"), QStringLiteral("--limit"), QStringLiteral("2")});
+        const Ran found = qms(
+            {QStringLiteral("search"), QStringLiteral("TOTAL%請求"), QStringLiteral("--limit"), QStringLiteral("2")});
         QCOMPARE(found.exitCode, 0);
         QCOMPARE(found.output.count(u'\n'), 4);
-        QVERIFY2(found.output.contains(QStringLiteral("2026-03-05 14:07:")) && found.output.contains(QStringLiteral("    total 請求書")),
+        QVERIFY2(found.output.contains(QStringLiteral("2026-03-05 14:07:")) &&
+                     found.output.contains(QStringLiteral("    total 請求書")),
                  qPrintable(found.output));
         const Ran listed = qms({QStringLiteral("list"), QStringLiteral("--json")});
         const QStringList lines = listed.output.split(u'\n', Qt::SkipEmptyParts);
@@ -157,8 +162,9 @@ private Q_SLOTS:
             database.open();
             database.execute("PRAGMA cache_size = 1");
             database.execute("BEGIN");
-            database.execute("WITH RECURSIVE c(x) AS (SELECT 1 UNION ALL SELECT x + 1 FROM c WHERE x < 5000) INSERT INTO "
-                             "shots(path, filename, ocr_text, indexed_at) SELECT x, x, 'total', 'x' FROM c");
+            database.execute(
+                "WITH RECURSIVE c(x) AS (SELECT 1 UNION ALL SELECT x + 1 FROM c WHERE x < 5000) INSERT INTO "
+                "shots(path, filename, ocr_text, indexed_at) SELECT x, x, 'total', 'x' FROM c");
             kill(getpid(), SIGKILL);
         }
         int status = 0;

@@ -57,10 +57,11 @@ private Q_SLOTS:
         m_home->write(QStringLiteral("plain"), "x");
         QCOMPARE(rename(QFile::encodeName(at("plain")).constData(), (at("a").toUtf8() + "/\xff.png").constData()), 0);
         QCOMPARE(scan().added, 9);
-        QCOMPARE(rows(*m_database, names, 1),
-                 QStringList({QStringLiteral(".8.png"), QStringLiteral("1.png"), QStringLiteral("2.JPG"),
-                              QStringLiteral("3.jpeg"), QStringLiteral("4.Gif"), QStringLiteral("5.heic"),
-                              QStringLiteral("6.tiff"), QStringLiteral("7.webp"), QStringLiteral("9 日本 'q\" \n.png")}));
+        QCOMPARE(
+            rows(*m_database, names, 1),
+            QStringList({QStringLiteral(".8.png"), QStringLiteral("1.png"), QStringLiteral("2.JPG"),
+                         QStringLiteral("3.jpeg"), QStringLiteral("4.Gif"), QStringLiteral("5.heic"),
+                         QStringLiteral("6.tiff"), QStringLiteral("7.webp"), QStringLiteral("9 日本 'q\" \n.png")}));
     }
 
     void whatARowSays()
@@ -68,13 +69,14 @@ private Q_SLOTS:
         touch("a/Shot 2024-05-01 at 09.30.15.png", 1'714'500'000, "12345");
         touch("b/x.png", 1'700'000'000);
         scan();
-        QCOMPARE(rows(*m_database,
-                      "SELECT path, filename, bytes, mtime_ms, taken_at, ocr_text, ocr_done, indexed_at FROM shots", 8),
-                 QStringList({at("b/x.png")
-                                  + QStringLiteral("|x.png|1|1700000000000|2023-11-14T22:13:20Z|-|0|2026-03-05T14:07:09Z"),
-                              at("a/Shot 2024-05-01 at 09.30.15.png")
-                                  + QStringLiteral("|Shot 2024-05-01 at 09.30.15.png|5|1714500000000|2024-05-01T09:30:15"
-                                                   "|-|0|2026-03-05T14:07:09Z")})); // in order of time, not of folders
+        QCOMPARE(
+            rows(*m_database,
+                 "SELECT path, filename, bytes, mtime_ms, taken_at, ocr_text, ocr_done, indexed_at FROM shots", 8),
+            QStringList(
+                {at("b/x.png") + QStringLiteral("|x.png|1|1700000000000|2023-11-14T22:13:20Z|-|0|2026-03-05T14:07:09Z"),
+                 at("a/Shot 2024-05-01 at 09.30.15.png") +
+                     QStringLiteral("|Shot 2024-05-01 at 09.30.15.png|5|1714500000000|2024-05-01T09:30:15"
+                                    "|-|0|2026-03-05T14:07:09Z")})); // in order of time, not of folders
     }
 
     void aSecondPassChangesNothing()
@@ -168,7 +170,8 @@ private Q_SLOTS:
         row(u"スクリーンショット 2024-05-01 21.30.15.png", u"2024-05-01T21:30:15");
         row(u"Screenshot from 2024-05-01\u202fat\u202f09.30.15.png", u"2024-05-01T09:30:15");
         row(u"2024-99-99 at 99.99.99.png", u"2024-99-99T99:99:99"); // digits are taken as they stand
-        row(u"2024-05-01 x 08.00.00 2024-06-02\u202fat\u202f09.30.15.png", u"2024-06-02T09:30:15"); // the word goes first
+        row(u"2024-05-01 x 08.00.00 2024-06-02\u202fat\u202f09.30.15.png",
+            u"2024-06-02T09:30:15"); // the word goes first
         row(u"Shot 2024-05-01 at 9.30.15 PM.png", fromFile);
         row(u"shot-2024-05-01-09h30m15.png", fromFile);
         row(u"Quillmere 2026-03-05-14-07-09.png", u"2026-03-05T14:07:09");

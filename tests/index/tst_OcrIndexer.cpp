@@ -76,7 +76,8 @@ private Q_SLOTS:
         QCOMPARE(state(), QStringLiteral("3 3 1"));
         const QFile::Permissions others = QFile::ReadGroup | QFile::WriteGroup | QFile::ReadOther | QFile::WriteOther;
         QVERIFY(!(QFile::permissions(databasePath()) & others));
-        QVERIFY(!(QFile::permissions(m_home->file(QStringLiteral(".quillmere"))) & (others | QFile::ExeGroup | QFile::ExeOther)));
+        QVERIFY(!(QFile::permissions(m_home->file(QStringLiteral(".quillmere"))) &
+                  (others | QFile::ExeGroup | QFile::ExeOther)));
     }
 
     void waitingPicturesAreReadInBatches()

@@ -38,7 +38,8 @@ private:
     int run(const QByteArray &helper, int limit = 40)
     {
         const QByteArray text = "text() { printf '{\"path\": \"%s\", \"text\": \"%s\"}\\n' \"$1\" \"$2\"; }\n";
-        return OcrRunner::run(*m_database, m_home->script(QStringLiteral("helper"), "cd ${0%/*}\n" + text + helper), limit);
+        return OcrRunner::run(*m_database, m_home->script(QStringLiteral("helper"), "cd ${0%/*}\n" + text + helper),
+                              limit);
     }
 
 private Q_SLOTS:
@@ -46,7 +47,8 @@ private Q_SLOTS:
     {
         m_database.reset();
         m_home = std::make_unique<TempHome>();
-        m_database = std::make_unique<Database>(m_home->file(QStringLiteral(".quillmere/db.sqlite")), Database::Access::write);
+        m_database =
+            std::make_unique<Database>(m_home->file(QStringLiteral(".quillmere/db.sqlite")), Database::Access::write);
         QVERIFY(m_database->open());
     }
 
@@ -57,22 +59,24 @@ private Q_SLOTS:
         QTest::addColumn<QStringList>("expected");
         const auto row = [](const char *name, const char *script, int stored, const char *one, const char *two) {
             QTest::newRow(name) << QByteArray(script) << stored
-                                << QStringList({QString::fromUtf8(one), QStringLiteral("gone.png|-|1"), QString::fromUtf8(two)});
+                                << QStringList({QString::fromUtf8(one), QStringLiteral("gone.png|-|1"),
+                                                QString::fromUtf8(two)});
         };
         // The three rows are one.png, gone.png (no file) and two.png.
         row("reads both", "while read -r p; do text \"$p\" \"日本 ${p##*/}\"; done", 2, "one.png|日本 one.png|1",
             "two.png|日本 two.png|1");
-        row("in another order, with blanks and empty lines", "read -r a; read -r b; echo; printf '  '; text \"$b\" ''; text \"$a\" t",
-            2, "one.png|t|1", "two.png||1");
+        row("in another order, with blanks and empty lines",
+            "read -r a; read -r b; echo; printf '  '; text \"$b\" ''; text \"$a\" t", 2, "one.png|t|1", "two.png||1");
         row("an error beats a text, a later line an earlier one",
             "read -r a; read -r b; text \"$a\" 't\",\"error\":null,\"x\":\"'; text \"$b\" first; text \"$b\" last", 1,
             "one.png|-|0", "two.png|last|1");
-        row("the second half never comes", "read -r a; text \"$a\" t; printf '{\"path\": \"'; kill -9 $$", 1, "one.png|t|1",
-            "two.png|-|0");
-        row("rubbish", "read -r p; echo '[1]'; echo '{\"path\": 7, \"text\": \"t\"}'; echo '{\"text\": \"t\"}'; echo no", 0,
+        row("the second half never comes", "read -r a; text \"$a\" t; printf '{\"path\": \"'; kill -9 $$", 1,
+            "one.png|t|1", "two.png|-|0");
+        row("rubbish",
+            "read -r p; echo '[1]'; echo '{\"path\": 7, \"text\": \"t\"}'; echo '{\"text\": \"t\"}'; echo no", 0,
             "one.png|-|0", "two.png|-|0");
-        row("text of the wrong type", "read -r p; echo \"{\\\"path\\\": \\\"$p\\\", \\\"text\\\": 5}\"", 0, "one.png|-|0",
-            "two.png|-|0");
+        row("text of the wrong type", "read -r p; echo \"{\\\"path\\\": \\\"$p\\\", \\\"text\\\": 5}\"", 0,
+            "one.png|-|0", "two.png|-|0");
         row("not UTF-8 anywhere", "read -r a; text \"$a\" t; printf '\\377\\n'", 0, "one.png|-|0", "two.png|-|0");
         row("paths nobody asked for", "text /etc/other.png t", 0, "one.png|-|0", "two.png|-|0");
         row("exits at once", "exit 1", 0, "one.png|-|0", "two.png|-|0");
@@ -94,8 +98,9 @@ private Q_SLOTS:
         addRow(QStringLiteral("line\nfeed.png")); // would read as two
         addRow(QStringLiteral("beyond the limit.png"));
         run("cat >input; echo $# >arguments", 3);
-        QCOMPARE(m_home->read(QStringLiteral("input")),
-                 (m_home->file(QStringLiteral("a b '\".png")) + u'\n' + m_home->file(QStringLiteral("日本.png")) + u'\n').toUtf8());
+        QCOMPARE(m_home->read(QStringLiteral("input")), (m_home->file(QStringLiteral("a b '\".png")) + u'\n' +
+                                                         m_home->file(QStringLiteral("日本.png")) + u'\n')
+                                                            .toUtf8());
         QCOMPARE(m_home->read(QStringLiteral("arguments")), QByteArray("0\n"));
     }
 
@@ -104,7 +109,8 @@ private Q_SLOTS:
         addRow(QStringLiteral("gone.png"), false);
         QCOMPARE(OcrRunner::run(*m_database, std::nullopt, 40), 0);
         QCOMPARE(rows(*m_database, all, 3), QStringList(QStringLiteral("gone.png|-|0")));
-        QCOMPARE(OcrRunner::run(*m_database, m_home->file(QStringLiteral("missing")), 40), 0); // one that cannot be started
+        QCOMPARE(OcrRunner::run(*m_database, m_home->file(QStringLiteral("missing")), 40),
+                 0); // one that cannot be started
         QCOMPARE(rows(*m_database, all, 3), QStringList(QStringLiteral("gone.png|-|1")));
     }
 
@@ -150,10 +156,12 @@ private Q_SLOTS:
         addRow(QStringLiteral("one.png"));
         addRow(QStringLiteral("two.png"));
         QStringList seen;
-        OcrRunner::run(*m_database,
-                       m_home->script(QStringLiteral("helper"), "while read -r p; do echo no; sleep 0.05; done; echo more"), 40,
-                       [&](int done, int total) { seen << QStringLiteral("%1/%2").arg(done).arg(total); });
-        QVERIFY2(seen.contains(QStringLiteral("1/2")) && seen.last() == QStringLiteral("2/2"), qPrintable(seen.join(u' ')));
+        OcrRunner::run(
+            *m_database,
+            m_home->script(QStringLiteral("helper"), "while read -r p; do echo no; sleep 0.05; done; echo more"), 40,
+            [&](int done, int total) { seen << QStringLiteral("%1/%2").arg(done).arg(total); });
+        QVERIFY2(seen.contains(QStringLiteral("1/2")) && seen.last() == QStringLiteral("2/2"),
+                 qPrintable(seen.join(u' ')));
     }
 };
 

@@ -46,8 +46,8 @@ private Q_SLOTS:
             "(9000000000, '/d', 'empty', 10, NULL, '', 1, 'x')"));
         const QList<Shot> recent = ShotStore::recent(200);
         QCOMPARE(recent.size(), 4);
-        QCOMPARE(recent[1], (Shot{7, QStringLiteral("/a"), QStringLiteral("latin"), QStringLiteral("2024-05-01T09:30:15"),
-                                  QStringLiteral("Grüße ABC 100%")}));
+        QCOMPARE(recent[1], (Shot{7, QStringLiteral("/a"), QStringLiteral("latin"),
+                                  QStringLiteral("2024-05-01T09:30:15"), QStringLiteral("Grüße ABC 100%")}));
         QCOMPARE(recent[0], (Shot{9, QStringLiteral("/c"), QStringLiteral("unread"), std::nullopt, std::nullopt}));
         QCOMPARE(recent[3].id, 9000000000);
         QCOMPARE(recent[3].ocrText, std::optional(QString(QLatin1String(""))));
@@ -58,13 +58,15 @@ private Q_SLOTS:
     {
         QTest::addColumn<QString>("text");
         QTest::addColumn<QStringList>("expected");
-        const QString latin = QStringLiteral("latin"), japanese = QStringLiteral("japanese"), empty = QStringLiteral("empty");
+        const QString latin = QStringLiteral("latin"), japanese = QStringLiteral("japanese"),
+                      empty = QStringLiteral("empty");
         QTest::newRow("ASCII in either case") << QStringLiteral("aBc") << QStringList(latin);
         QTest::newRow("others only as they are") << QStringLiteral("GRÜSSE") << QStringList();
         QTest::newRow("Japanese") << QStringLiteral("請求") << QStringList(japanese);
         QTest::newRow("any text between") << QStringLiteral("請%金額") << QStringList(japanese);
         QTest::newRow("any character, also beyond ASCII") << QStringLiteral("書_合計__額") << QStringList(japanese);
-        QTest::newRow("a wildcard alone finds all that was read") << QStringLiteral("%") << QStringList({latin, japanese, empty});
+        QTest::newRow("a wildcard alone finds all that was read")
+            << QStringLiteral("%") << QStringList({latin, japanese, empty});
         QTest::newRow("nothing typed") << QString() << QStringList({latin, japanese, empty});
         QTest::newRow("quotes are only quotes") << QStringLiteral("' OR 1=1 --") << QStringList();
         QTest::newRow("too long to be a pattern") << QString(60000, u'a') << QStringList();

@@ -26,12 +26,12 @@ private Q_SLOTS:
         const QByteArray large(3'000'000, 'x');
         QTest::newRow("all of the input comes back, beyond what a pipe holds") << QByteArray("cat") << large << large;
         QTest::newRow("exits without reading") << QByteArray("echo early; exit 3") << large << QByteArray("early\n");
-        QTest::newRow("killed in the middle of a line") << QByteArray("printf half; kill -9 $$") << QByteArray("in")
-                                                         << QByteArray("half");
-        QTest::newRow("goes on after closing its output") << QByteArray("echo a; exec >&-; sleep 0.3") << QByteArray()
-                                                           << QByteArray("a\n");
-        QTest::newRow("what it says on standard error is not output") << QByteArray("echo no >&2; echo yes")
-                                                                       << QByteArray() << QByteArray("yes\n");
+        QTest::newRow("killed in the middle of a line")
+            << QByteArray("printf half; kill -9 $$") << QByteArray("in") << QByteArray("half");
+        QTest::newRow("goes on after closing its output")
+            << QByteArray("echo a; exec >&-; sleep 0.3") << QByteArray() << QByteArray("a\n");
+        QTest::newRow("what it says on standard error is not output")
+            << QByteArray("echo no >&2; echo yes") << QByteArray() << QByteArray("yes\n");
     }
     void output()
     {
@@ -68,13 +68,15 @@ private Q_SLOTS:
 
     void stoppingTheQueueEndsTheChild()
     {
-        const QString script = m_home.script(QStringLiteral("child"), "trap '' TERM; echo $$; while :; do sleep 1; done");
+        const QString script =
+            m_home.script(QStringLiteral("child"), "trap '' TERM; echo $$; while :; do sleep 1; done");
         QtQueue queue(QStringLiteral("test"));
         std::atomic<pid_t> child{0};
         QByteArray output;
         queue.post([&] {
-            output = ChildProcess::run(script, {}, {}, [&](const QByteArray &piece) { child = piece.trimmed().toInt(); })
-                         .value_or("not started");
+            output = ChildProcess::run(script, {}, {}, [&](const QByteArray &piece) {
+                         child = piece.trimmed().toInt();
+                     }).value_or("not started");
         });
         QTRY_VERIFY(child != 0);
         QVERIFY(queue.stop(10s));

@@ -12,7 +12,7 @@ TempHome::TempHome()
         qFatal("no temporary folder: %s", qPrintable(m_folder.errorString()));
     qputenv("HOME", path().toUtf8());
     const std::pair<const char *, const char *> folders[] = {
-        {"XDG_CONFIG_HOME", ".config"}, {"XDG_DATA_HOME", ".local/share"}, {"XDG_CACHE_HOME", ".cache"},
+        {"XDG_CONFIG_HOME", ".config"},     {"XDG_DATA_HOME", ".local/share"}, {"XDG_CACHE_HOME", ".cache"},
         {"XDG_STATE_HOME", ".local/state"}, {"XDG_RUNTIME_DIR", ".run"},
     };
     for (const auto &[variable, folder] : folders) {

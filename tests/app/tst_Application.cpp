@@ -1,0 +1,247 @@
+#include "app/SingleInstance.h"
+#include "app/StatusMenu.h"
+#include "app/base/AppLocale.h"
+#include "app/base/LoginItem.h"
+#include "app/base/Symbol.h"
+#include "app/base/UserDefaults.h"
+#include "platform/LoginItemService.h"
+#include "tests/support/OrdinaryUser.h"
+#include "tests/support/TempHome.h"
+
+#include <QCoreApplication>
+#include <QDir>
+#include <QLocalSocket>
+#include <QSignalSpy>
+#include <QTest>
+
+#include <memory>
+
+using namespace qm;
+
+using Verb = Command::Verb;
+
+class tst_Application : public QObject
+{
+    Q_OBJECT
+
+private:
+    std::unique_ptr<TempHome> m_home;
+
+    QString autostart() const { return QStringLiteral(".config/autostart/quillmere.desktop"); }
+
+private Q_SLOTS:
+    void init() { m_home = std::make_unique<TempHome>(); }
+
+    void commands_data()
+    {
+        QTest::addColumn<QStringList>("words");
+        QTest::addColumn<bool>("valid");
+        QTest::addColumn<QByteArray>("message");
+        const auto row = [](const char *words, bool valid, const QByteArray &message = {}) {
+            QTest::newRow(words) << QString::fromUtf8(words).split(u' ', Qt::SkipEmptyParts) << valid << message;
+        };
+        row("", true, "[]\n");
+        row("capture-region", true, "[\"capture-region\"]\n");
+        row("capture-window", true, "[\"capture-window\"]\n");
+        row("capture-scroll", true, "[\"capture-scroll\"]\n");
+        row("library", true, "[\"library\"]\n");
+        row("settings", true, "[\"settings\"]\n");
+        row("quit", true, "[\"quit\"]\n");
+        row("annotate /a/日本.png", true, "[\"annotate\",\"/a/日本.png\"]\n");
+        row("annotate", false);
+        row("annotate a b", false);
+        row("library now", false);
+        row("nonsense", false);
+        row("--quit", false);
+    }
+    void commands()
+    {
+        QFETCH(QStringList, words);
+        QFETCH(bool, valid);
+        const std::optional<Command> command = Command::fromWords(words);
+        QCOMPARE(command.has_value(), valid);
+        if (!valid)
+            return;
+        QTEST(command->toMessage(), "message");
+        QCOMPARE(Command::fromMessage(command->toMessage()), command);
+    }
+
+    void aFileIsNamedFromWhereTheCommandWasGiven()
+    {
+        QCOMPARE(Command::fromWords({QStringLiteral("annotate"), QStringLiteral("a.png")})->file,
+                 QDir::current().absoluteFilePath(QStringLiteral("a.png")));
+    }
+
+    void aSecondStartHandsItsCommandToTheFirst()
+    {
+        const Command annotate{Verb::annotate, QStringLiteral("/a b.png")};
+        QVERIFY(!SingleInstance::handOver(annotate)); // nobody listens yet
+        QList<Command> received;
+        {
+            SingleInstance first;
+            QVERIFY(first.listen([&](const Command &command) { received << command; }));
+            const QString socket = m_home->file(QStringLiteral(".run/quillmere.sock"));
+            QVERIFY(!(QFile::permissions(socket) &
+                      (QFile::ReadGroup | QFile::WriteGroup | QFile::ReadOther | QFile::WriteOther)));
+            SingleInstance second;
+            QVERIFY(!second.listen([](const Command &) {}));
+            QVERIFY(SingleInstance::handOver(annotate));
+            QVERIFY(SingleInstance::handOver(Command()));
+            QTRY_COMPARE(received, QList<Command>({annotate, Command()}));
+        }
+        QVERIFY(!SingleInstance::handOver(annotate)); // the first has ended
+    }
+
+    void theSocketOfACrashedInstanceIsTakenOver()
+    {
+        m_home->write(QStringLiteral(".run/quillmere.sock"), "nobody answers here");
+        SingleInstance instance;
+        QList<Command> received;
+        QVERIFY(instance.listen([&](const Command &command) { received << command; }));
+        QVERIFY(SingleInstance::handOver({Verb::library, {}}));
+        QTRY_COMPARE(received.size(), 1);
+    }
+
+    void withoutARuntimeFolderTheSocketIsInOurOwn()
+    {
+        qunsetenv("XDG_RUNTIME_DIR");
+        SingleInstance instance;
+        QVERIFY(instance.listen([](const Command &) {}));
+        QVERIFY(QFile::exists(m_home->file(QStringLiteral(".quillmere/socket"))));
+    }
+
+    void messagesThatAreNoCommandsAreDropped_data()
+    {
+        QTest::addColumn<QByteArray>("message");
+        QTest::newRow("nonsense") << QByteArray("hello\n");
+        QTest::newRow("unknown") << QByteArray("[\"delete-everything\"]\n");
+        QTest::newRow("no list") << QByteArray("{\"library\": 1}\n");
+        QTest::newRow("no text") << QByteArray("[1]\n");
+        QTest::newRow("without an end") << QByteArray("[\"library\"]");
+        QTest::newRow("too long") << QByteArray(100'000, '[');
+        QTest::newRow("too long, then a command") << QByteArray(100'000, ' ') + "[\"library\"]\n";
+    }
+    void messagesThatAreNoCommandsAreDropped()
+    {
+        QFETCH(QByteArray, message);
+        SingleInstance instance;
+        QList<Command> received;
+        QVERIFY(instance.listen([&](const Command &command) { received << command; }));
+        QLocalSocket socket;
+        socket.connectToServer(m_home->file(QStringLiteral(".run/quillmere.sock")));
+        QVERIFY(socket.waitForConnected(5000));
+        QSignalSpy closed(&socket, &QLocalSocket::disconnected);
+        socket.write(message);
+        socket.flush();
+        if (message.endsWith('\n') || message.size() > 1000)
+            QTRY_COMPARE_WITH_TIMEOUT(closed.size(), 1, 10000); // the other end hangs up
+        socket.disconnectFromServer();
+        QVERIFY(SingleInstance::handOver({Verb::settings, {}}));
+        QTRY_COMPARE(received, QList<Command>({Command{Verb::settings, {}}})); // and still listens
+    }
+
+    void loginItem_data()
+    {
+        QTest::addColumn<QByteArray>("entry");
+        QTest::addColumn<bool>("enabled");
+        QTest::newRow("none") << QByteArray() << false;
+        QTest::newRow("plain") << QByteArray("[Desktop Entry]\nExec=quillmere\n") << true;
+        QTest::newRow("hidden by the desktop") << QByteArray("[Desktop Entry]\nHidden = true\n") << false;
+        QTest::newRow("switched off by GNOME")
+            << QByteArray("[Desktop Entry]\nX-GNOME-Autostart-enabled=false\n") << false;
+    }
+    void loginItem()
+    {
+        QFETCH(QByteArray, entry);
+        QFETCH(bool, enabled);
+        if (!entry.isEmpty())
+            m_home->write(autostart(), entry);
+        QCOMPARE(LoginItem::isEnabled(), enabled);
+        QVERIFY(LoginItem::setEnabled(true));
+        QVERIFY(LoginItem::isEnabled());
+        QCOMPARE(m_home->read(autostart()) == entry, enabled); // left alone when it was on
+        QVERIFY(LoginItem::setEnabled(false));
+        QVERIFY(LoginItem::setEnabled(false));
+        QVERIFY(!LoginItem::isEnabled() && !QFile::exists(m_home->file(autostart())));
+    }
+
+    void loginItemNamesThisProgram()
+    {
+        QVERIFY(LoginItem::setEnabled(true));
+        QVERIFY(m_home->read(autostart())
+                    .contains("\nExec=\"" + QCoreApplication::applicationFilePath().toUtf8() + "\"\n"));
+    }
+
+    void loginItemSaysWhyNot()
+    {
+        m_home.reset();
+        const OrdinaryUser user;
+        init();
+        QVERIFY(QFile::setPermissions(m_home->file(QStringLiteral(".config")), QFile::ReadOwner | QFile::ExeOwner));
+        const Outcome outcome = LoginItem::setEnabled(true);
+        QVERIFY(QFile::setPermissions(m_home->file(QStringLiteral(".config")),
+                                      QFile::ReadOwner | QFile::WriteOwner | QFile::ExeOwner));
+        QVERIFY(!outcome && !outcome.reason().isEmpty());
+        m_home.reset();
+    }
+
+    void userDefaultsFollowTheHome()
+    {
+        QVERIFY(!UserDefaults::boolean(QStringLiteral("a")));
+        UserDefaults::setBoolean(QStringLiteral("a"), true);
+        QVERIFY(UserDefaults::boolean(QStringLiteral("a")));
+        const std::unique_ptr<TempHome> first = std::move(m_home);
+        init();
+        QVERIFY(!UserDefaults::boolean(QStringLiteral("a")));
+    }
+
+    void language()
+    {
+        QVERIFY(!AppLocale::isJapanese(QStringList()));
+        QVERIFY(AppLocale::isJapanese({QStringLiteral("JA-Jpan-JP"), QStringLiteral("en")}));
+        QVERIFY(!AppLocale::isJapanese({QStringLiteral("en"), QStringLiteral("ja")}));
+    }
+
+    void menu()
+    {
+        QList<StatusMenu::Item> chosen;
+        StatusMenu menu([&](StatusMenu::Item item) { chosen << item; });
+        QStringList titles;
+        for (QAction *action : menu.actions()) {
+            titles << (action->isSeparator() ? QStringLiteral("-") : action->text());
+            action->trigger();
+        }
+        QCOMPARE(titles.join(u'|'),
+                 QStringLiteral("Capture Region  (tap)|Capture Window  (hold)|Scrolling Capture  (region)|"
+                                "Open Save Folder|-|Library…|Settings…|-|Quit Quillmere"));
+        QCOMPARE(chosen.size(), 7);
+        QVERIFY(std::is_sorted(chosen.begin(), chosen.end()));
+        chosen.clear();
+        menu.popup({0, 0});
+        QTest::keyClick(&menu, Qt::Key_Comma, Qt::ControlModifier);
+        QCOMPARE(chosen, QList<StatusMenu::Item>({StatusMenu::Item::openSettings}));
+        QVERIFY(!menu.isVisible());
+    }
+
+    void theTrayIconIsSeenOnAnyPanel()
+    {
+        const QIcon icon = Symbol::trayIcon(QStringLiteral("camera.viewfinder"));
+        for (const int size : {16, 22, 24, 32, 48, 96}) {
+            const QImage drawn = icon.pixmap(QSize(size, size)).toImage();
+            QCOMPARE(drawn.size(), QSize(size, size));
+            int light = 0, dark = 0;
+            for (int y = 0; y < size; ++y) {
+                for (int x = 0; x < size; ++x) {
+                    const QColor pixel = drawn.pixelColor(x, y);
+                    light += pixel.alpha() > 128 && pixel.lightness() > 180;
+                    dark += pixel.alpha() > 128 && pixel.lightness() < 90;
+                }
+            }
+            QVERIFY2(light > size && dark > size,
+                     qPrintable(QStringLiteral("%1: %2 %3").arg(size).arg(light).arg(dark)));
+        }
+    }
+};
+
+QTEST_MAIN(tst_Application)
+#include "tst_Application.moc"
