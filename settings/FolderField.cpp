@@ -47,11 +47,11 @@ FolderField::FolderField(const QString &name, std::function<void(const QString &
 
 void FolderField::setText(const QString &text)
 {
+    m_edit->setToolTip(text); // long paths do not fit
     if (m_edit->text() == text)
         return; // the cursor stays where the user has it
     m_edit->setText(text);
     m_edit->setCursorPosition(0);
-    m_edit->setToolTip(text);
 }
 
 void FolderField::setPlaceholder(const QString &text)

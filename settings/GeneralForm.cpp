@@ -347,6 +347,7 @@ void GeneralForm::refreshFooter()
 void GeneralForm::showEvent(QShowEvent *event)
 {
     QWidget::showEvent(event);
+    m_message = Message::none; // of another day
     reload();
 }
 

@@ -30,6 +30,7 @@ KeyTest::KeyTest(KeyListener listener)
     m_toggle->setToolTip(AppLocale::text(u"While this is down, the trigger key captures nothing",
                                          u"オンの間、トリガーキーを押しても撮影されません"));
     m_state->setWordWrap(true);
+    m_state->setAlignment(Qt::AlignLeft | Qt::AlignTop);
     m_stateIcon->setMinimumHeight(m_state->fontMetrics().height()); // in the middle of the first line
 
     auto *state = new QHBoxLayout;
@@ -117,7 +118,7 @@ void KeyTest::refresh()
             AppLocale::text(u"The trigger key cannot be heard in this session. In your desktop's keyboard settings, "
                             "make shortcuts for the commands “quillmere capture-region” and “quillmere "
                             "capture-window”.",
-                            u"このセッションではトリガーキーを受け取れません。デスクトップのキーボード設定で、コマンド"
+                            u"このセッションではトリガーキーを受け取れません。デスクトップのキーボード設定で"
                             "「quillmere capture-region」と「quillmere capture-window」にショートカットを"
                             "割り当ててください。");
     if (m_state->text() != state)

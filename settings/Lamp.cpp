@@ -14,6 +14,7 @@ Lamp::Lamp(const QString &text)
 {
     setAlignment(Qt::AlignCenter);
     setContentsMargins(12, 3, 12, 3);
+    setSizePolicy(QSizePolicy::Fixed, QSizePolicy::Fixed);
     setAccessibleName(text);
 }
 
