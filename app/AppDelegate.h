@@ -33,6 +33,7 @@ private:
     void createStatusItem();
     void registerLoginItemOnce();
     void startEventTap();
+    KeyListener keyListener(); // what the settings window sees of it
 
     void captureRangeAction();
     void captureWindowAction();
@@ -47,8 +48,10 @@ private:
     std::unique_ptr<TrayHost> m_trayHost;
     std::unique_ptr<QSystemTrayIcon> m_statusItem; // none before there is a tray
     CaptureRunner m_captureRunner;
+    std::function<void(KeyListener::Gesture)> m_keyTest; // while there is one, gestures go to it
     HotkeyTrigger m_trigger;
     std::unique_ptr<KeyMonitor> m_eventTap;
+    std::optional<KeyMonitor::Started> m_eventTapStarted; // nothing: this system has none
     Timer m_eventTapRetry;
     std::unique_ptr<SettingsWindowController> m_settingsController; // made at its first use
     AnnotationWindowController m_annotationController;
