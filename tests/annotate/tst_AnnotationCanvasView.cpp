@@ -395,7 +395,11 @@ private Q_SLOTS:
         const auto exported = [this] {
             return AnnotationRenderer::render(m_canvas->doc).pixels.convertToFormat(QImage::Format_RGB32);
         };
-        const auto shown = [this] { return m_canvas->grab().toImage().convertToFormat(QImage::Format_RGB32); };
+        const auto shown = [this] {
+            QImage picture = m_canvas->grab().toImage().convertToFormat(QImage::Format_RGB32);
+            picture.setDevicePixelRatio(1);
+            return picture;
+        };
         QCOMPARE(shown(), exported());
         CanvasEvents events(*m_canvas);
         for (int i = 0; i < m_canvas->doc.items.size(); ++i) {
