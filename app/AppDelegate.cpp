@@ -20,7 +20,11 @@ using namespace std::chrono_literals;
 AppDelegate::AppDelegate()
     : m_captureRunner(QtQueue::main(), &Pasteboard::setImage)
     , m_trigger(QtQueue::main(), ConfigStore::resolveHotkey(), [this](HotkeyTrigger::Gesture gesture) {
-        gesture == HotkeyTrigger::Gesture::tap ? captureRangeAction() : captureWindowAction();
+        const bool tap = gesture == HotkeyTrigger::Gesture::tap;
+        if (m_keyTest)
+            m_keyTest(tap ? KeyListener::Gesture::tap : KeyListener::Gesture::hold);
+        else
+            tap ? captureRangeAction() : captureWindowAction();
     })
     , m_libraryController([this](const QString &path) { perform({Command::Verb::annotate, path}); })
 {
@@ -71,8 +75,25 @@ void AppDelegate::startEventTap()
         else
             m_trigger.handle(event);
     };
-    if (m_eventTap->start(handle) == KeyMonitor::Started::notYet)
+    m_eventTapStarted = m_eventTap->start(handle);
+    if (m_eventTapStarted == KeyMonitor::Started::notYet)
         m_eventTapRetry = QtQueue::main().postAfter(1s, [this] { startEventTap(); });
+}
+
+KeyListener AppDelegate::keyListener()
+{
+    KeyListener listener;
+    listener.started = [this] { return m_eventTapStarted; };
+    listener.keyName = [this](int keyCode) { return m_eventTap ? m_eventTap->keyName(keyCode) : QString(); };
+    listener.beginTest = [this](const Hotkey &hotkey, std::function<void(KeyListener::Gesture)> recognized) {
+        m_keyTest = std::move(recognized);
+        m_trigger.setHotkey(hotkey);
+    };
+    listener.endTest = [this] {
+        m_keyTest = nullptr;
+        m_trigger.setHotkey(ConfigStore::resolveHotkey());
+    };
+    return listener;
 }
 
 void AppDelegate::perform(const Command &command)
@@ -84,7 +105,7 @@ void AppDelegate::perform(const Command &command)
     case Command::Verb::captureWindow: return captureWindowAction();
     case Command::Verb::captureScroll: return scrollCaptureAction();
     case Command::Verb::settings: return openSettings();
-    case Command::Verb::annotate: return; // comes with the editor
+    case Command::Verb::annotate: return m_annotationController.open(command.file);
     case Command::Verb::quit: return quit();
     }
 }
@@ -131,7 +152,7 @@ void AppDelegate::openSettings()
 {
     if (!m_settingsController) {
         m_settingsController = std::make_unique<SettingsWindowController>(
-            [this] { m_trigger.setHotkey(ConfigStore::resolveHotkey()); });
+            [this] { m_trigger.setHotkey(ConfigStore::resolveHotkey()); }, keyListener());
     }
     m_settingsController->show();
 }

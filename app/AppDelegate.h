@@ -1,5 +1,6 @@
 #pragma once
 
+#include "annotate/AnnotationWindowController.h"
 #include "app/Command.h"
 #include "app/StatusMenu.h"
 #include "capture/CaptureRunner.h"
@@ -32,6 +33,7 @@ private:
     void createStatusItem();
     void registerLoginItemOnce();
     void startEventTap();
+    KeyListener keyListener(); // what the settings window sees of it
 
     void captureRangeAction();
     void captureWindowAction();
@@ -46,10 +48,13 @@ private:
     std::unique_ptr<TrayHost> m_trayHost;
     std::unique_ptr<QSystemTrayIcon> m_statusItem; // none before there is a tray
     CaptureRunner m_captureRunner;
+    std::function<void(KeyListener::Gesture)> m_keyTest; // while there is one, gestures go to it
     HotkeyTrigger m_trigger;
     std::unique_ptr<KeyMonitor> m_eventTap;
+    std::optional<KeyMonitor::Started> m_eventTapStarted; // nothing: this system has none
     Timer m_eventTapRetry;
     std::unique_ptr<SettingsWindowController> m_settingsController; // made at its first use
+    AnnotationWindowController m_annotationController;
     LibraryWindowController m_libraryController;
 };
 

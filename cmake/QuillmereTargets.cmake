@@ -19,6 +19,10 @@ pkg_check_modules(jpeg REQUIRED IMPORTED_TARGET libjpeg)
 pkg_check_modules(png REQUIRED IMPORTED_TARGET libpng)
 pkg_check_modules(webp REQUIRED IMPORTED_TARGET libwebp)
 pkg_check_modules(webpdemux REQUIRED IMPORTED_TARGET libwebpdemux)
+if(NOT APPLE)
+    pkg_check_modules(xcb REQUIRED IMPORTED_TARGET xcb xcb-composite xcb-randr xcb-render xcb-shm)
+    pkg_check_modules(xcb_test IMPORTED_TARGET xcb-xtest)
+endif()
 
 add_compile_options(-Wall -Wextra -Wpedantic -Wshadow -Wnon-virtual-dtor)
 add_compile_definitions(

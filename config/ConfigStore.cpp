@@ -74,34 +74,54 @@ QString ConfigStore::sharedFile()
     return file ? file->path() : QString();
 }
 
-QJsonObject ConfigStore::effective()
+static QJsonObject merged(const QJsonObject &own)
 {
-    const QJsonObject own = local().read();
     const std::optional<SettingsFile> file = cloudFile(own);
     if (!file)
         return own;
-    QJsonObject merged = own;
+    QJsonObject result = own;
     const QJsonObject shared = file->read();
     for (auto entry = shared.begin(); entry != shared.end(); ++entry) {
         if (entry.key() != cloud)
-            merged.insert(entry.key(), entry.value());
+            result.insert(entry.key(), entry.value());
     }
-    return merged;
+    return result;
+}
+
+QJsonObject ConfigStore::effective()
+{
+    return merged(local().read());
+}
+
+QJsonObject ConfigStore::effectiveWithCloud(const QString &path)
+{
+    QJsonObject own = local().read();
+    own.insert(cloud, path);
+    return merged(own);
 }
 
 Hotkey ConfigStore::resolveHotkey()
 {
-    const QJsonObject settings = effective().value(hotkey).toObject();
+    return resolveHotkey(effective());
+}
+
+Hotkey ConfigStore::resolveHotkey(const QJsonObject &settings)
+{
+    const QJsonObject object = settings.value(hotkey).toObject();
     Hotkey result;
-    result.modifier = hotkeyModifierFrom(settings.value(u"modifier").toString()).value_or(result.modifier);
-    result.holdThreshold = std::clamp(settings.value(u"holdThreshold").toDouble(Hotkey::defaultHoldThreshold),
+    result.modifier = hotkeyModifierFrom(object.value(u"modifier").toString()).value_or(result.modifier);
+    result.holdThreshold = std::clamp(object.value(u"holdThreshold").toDouble(Hotkey::defaultHoldThreshold),
                                       Hotkey::minHoldThreshold, Hotkey::maxHoldThreshold);
     return result;
 }
 
 QString ConfigStore::resolveCaptureDir()
 {
-    const QJsonObject settings = effective();
+    return resolveCaptureDir(effective());
+}
+
+QString ConfigStore::resolveCaptureDir(const QJsonObject &settings)
+{
     if (const std::optional<QString> folder = folderIn(settings, captures))
         return *folder;
     return folderIn(settings, cloud).value_or(homeFolder()) + QStringLiteral("/captures");
@@ -109,8 +129,12 @@ QString ConfigStore::resolveCaptureDir()
 
 QString ConfigStore::resolveSource()
 {
-    if (const std::optional<QString> folder = folderIn(effective(), source))
-        return *folder;
+    const std::optional<QString> folder = folderIn(effective(), source);
+    return folder ? *folder : systemSource();
+}
+
+QString ConfigStore::systemSource()
+{
     if (const std::optional<QString> folder = folderFromAnswer(systemScreenshotLocation().value_or(QByteArray())))
         return *folder;
     return QDir::homePath() + QStringLiteral("/Desktop");
@@ -118,7 +142,12 @@ QString ConfigStore::resolveSource()
 
 bool ConfigStore::autoOcr()
 {
-    return effective().value(u"autoOcr").toBool(true);
+    return autoOcr(effective());
+}
+
+bool ConfigStore::autoOcr(const QJsonObject &settings)
+{
+    return settings.value(u"autoOcr").toBool(true);
 }
 
 bool ConfigStore::createFolder(const QString &path)

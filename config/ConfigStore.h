@@ -25,6 +25,14 @@ QString resolveCaptureDir(); // where new captures are saved; absolute, not crea
 QString resolveSource();     // where the system's own tool saves; may wait for another program
 bool autoOcr();              // on, unless the settings say a plain false
 
+// The same for settings that are not in force: what they would be with another shared folder (empty: none), and what
+// becomes of them.
+QJsonObject effectiveWithCloud(const QString &path);
+Hotkey resolveHotkey(const QJsonObject &settings);
+QString resolveCaptureDir(const QJsonObject &settings);
+bool autoOcr(const QJsonObject &settings);
+QString systemSource(); // resolveSource() where no settings name the folder; may wait as well
+
 // Creates a folder with all above it; .quillmere itself is made for its owner only. False when it cannot be.
 bool createFolder(const QString &path);
 

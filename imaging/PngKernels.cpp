@@ -75,7 +75,7 @@ PngKernels::FilterCost costOf(int filter, const uchar *const *rows, int count, i
 {
     constexpr int block = PngKernels::sampledBlock;
     PngKernels::FilterCost cost;
-    for (int start = 0; start < bytes; start += 2 * block) {
+    for (int start = 0; start < bytes; start += PngKernels::sampledStep) {
         const int size = std::min(block, bytes - start);
         uchar residuals[2][4 + block] = {};
         std::memcpy(residuals[0] + 4, rows[0] + start, size_t(size));

@@ -12,7 +12,7 @@ struct PngKernels {
     void (*unfilter)(int filter, uchar *row, const uchar *above, int bytes, int channels);
 
     // The filter, 0 to 4, for the next `count` rows: rows[0] is the row above them, rows[1] to rows[count] are they. Measured
-    // on half of each row, in blocks: what the deflater will find to repeat; where there is nothing (photographs), the
+    // on a quarter of each row, in blocks: what the deflater will find to repeat; where there is nothing (photographs), the
     // smallest residuals. Rows have 4 zero bytes before them; up to 32 bytes past their end are read.
     int (*chooseFilter)(const uchar *const *rows, int count, int bytes, int channels);
     // Writes the filtered row. Up to 32 bytes past the ends are read and written.
@@ -31,7 +31,7 @@ struct PngKernels {
         quint64 sampled = 0, literals = 0, changes = 0; // bytes; those that repeat nothing; ends of runs
         quint64 amount = 0;                             // sum of the residuals, sign dropped
     };
-    static constexpr int sampledBlock = 256; // bytes, then as many are left out
+    static constexpr int sampledBlock = 256, sampledStep = 1024; // bytes
     static int cheapest(const FilterCost (&costs)[5]);
 
     static const PngKernels &portable();

@@ -229,7 +229,7 @@ QM_AVX2 PngKernels::FilterCost costOf(const uchar *const *rows, int count, int b
     constexpr int block = PngKernels::sampledBlock, lead = 32;
     PngKernels::FilterCost cost;
     __m256i amount = _mm256_setzero_si256();
-    for (int start = 0; start < bytes; start += 2 * block) {
+    for (int start = 0; start < bytes; start += PngKernels::sampledStep) {
         const int size = qMin(block, bytes - start);
         alignas(32) uchar residuals[2][lead + block];
         std::memset(residuals[0], 0, lead);

@@ -119,7 +119,11 @@ private:
                 m_state->next_in = m_data.bytes();
                 m_state->avail_in = m_data.size();
             }
-            if (isal_inflate(m_state.get()) != ISAL_DECOMP_OK) {
+            const uint32_t inputBefore = m_state->avail_in, outputBefore = m_state->avail_out;
+            const bool well = isal_inflate(m_state.get()) == ISAL_DECOMP_OK;
+            const bool stuck =
+                inputBefore > 0 && m_state->avail_in == inputBefore && m_state->avail_out == outputBefore;
+            if (!well || stuck) {
                 m_sound = false; // a wrong checksum, too, leaves the state at its end
                 break;
             }

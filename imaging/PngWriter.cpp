@@ -97,7 +97,7 @@ struct PngWriter::State {
     std::vector<uchar> filtered;
     size_t filteredSize = 0;
     QByteArray chunk;
-    isal_zstream stream;
+    isal_zstream stream{};
     std::vector<uint8_t> levelBuffer = std::vector<uint8_t>(deflateBuffer);
 };
 
@@ -256,12 +256,13 @@ static bool isPhotograph(const QImage &pixels)
     constexpr int step = 16, oneIn = 8;
     if (pixels.depth() != 32)
         return false;
+    const int width = pixels.width();
     qint64 seen = 0, equal = 0;
     for (int y = 0; y < pixels.height(); y += step) {
         const auto *line = reinterpret_cast<const quint32 *>(pixels.constScanLine(y));
-        for (int x = 1; x < pixels.width(); ++x)
+        for (int x = 1; x < width; ++x)
             equal += line[x] == line[x - 1];
-        seen += pixels.width();
+        seen += width;
     }
     return equal * oneIn < seen;
 }
@@ -287,8 +288,8 @@ Outcome PngWriter::write(const QString &path, const Image &image)
     if (!file.open(QIODevice::WriteOnly))
         return Outcome::failure(file.errorString());
     const bool well = writeTo(file, image);
-    // commit() is what tells of a disk that filled up while the last buffered bytes went out.
-    return well && file.commit() ? Outcome::success() : Outcome::failure(file.errorString());
+    // commit() alone does not notice when the last buffered bytes find the disk full; flush() does.
+    return well && file.flush() && file.commit() ? Outcome::success() : Outcome::failure(file.errorString());
 }
 
 QByteArray PngWriter::encode(const Image &image)

@@ -1,17 +1,63 @@
 #include "settings/SettingsWindowController.h"
 
 #include "app/base/AppLocale.h"
-#include "config/ConfigStore.h"
+#include "app/base/Symbol.h"
+#include "app/base/WindowPlacement.h"
+#include "settings/AboutView.h"
+#include "settings/GeneralForm.h"
 
-#include <QLabel>
-#include <QPushButton>
+#include <QDialog>
+#include <QEvent>
+#include <QShortcut>
+#include <QTabWidget>
 #include <QVBoxLayout>
-#include <QWidget>
 
 namespace qm {
 
-SettingsWindowController::SettingsWindowController(std::function<void()> changed)
+using AppLocale::text;
+
+// A dialog for its keys: Escape closes, Return saves.
+class SettingsWindow : public QDialog
+{
+public:
+    SettingsWindow(const std::function<void()> &changed, const KeyListener &listener)
+        : m_tabs(new QTabWidget)
+    {
+        setWindowFlags(Qt::Window);
+        setWindowTitle(text(u"Quillmere Settings", u"Quillmere 設定"));
+        m_tabs->addTab(new GeneralForm(changed, listener), text(u"Settings", u"設定"));
+        m_tabs->addTab(new AboutView, text(u"About", u"このアプリについて"));
+        m_tabs->setDocumentMode(true);
+        auto *layout = new QVBoxLayout(this);
+        layout->setContentsMargins(0, 6, 0, 0);
+        layout->addWidget(m_tabs);
+        auto *closing = new QShortcut(QKeySequence::Close, this);
+        connect(closing, &QShortcut::activated, this, &QDialog::close);
+        tintSymbols();
+    }
+
+protected:
+    void changeEvent(QEvent *event) override
+    {
+        if (event->type() == QEvent::PaletteChange)
+            tintSymbols();
+        QDialog::changeEvent(event);
+    }
+
+private:
+    void tintSymbols()
+    {
+        const QColor color = palette().color(QPalette::WindowText);
+        m_tabs->setTabIcon(0, Symbol::icon(QStringLiteral("gearshape"), color));
+        m_tabs->setTabIcon(1, Symbol::icon(QStringLiteral("info.circle"), color));
+    }
+
+    QTabWidget *m_tabs;
+};
+
+SettingsWindowController::SettingsWindowController(std::function<void()> changed, KeyListener listener)
     : m_changed(std::move(changed))
+    , m_listener(std::move(listener))
 {
 }
 
@@ -20,18 +66,15 @@ SettingsWindowController::~SettingsWindowController() = default;
 void SettingsWindowController::show()
 {
     if (!m_window) {
-        m_window = std::make_unique<QWidget>();
-        m_window->setWindowTitle(AppLocale::text(u"Quillmere Settings", u"Quillmere 設定"));
-        auto *layout = new QVBoxLayout(m_window.get());
-        auto *hint = new QLabel(
-            AppLocale::text(u"The settings are in this file:", u"設定は次のファイルにあります:") + u'\n' + ConfigStore::localFile());
-        hint->setTextInteractionFlags(Qt::TextSelectableByMouse);
-        layout->addWidget(hint);
-        auto *apply = new QPushButton(AppLocale::text(u"Apply the trigger key", u"トリガーキーを反映"));
-        QObject::connect(apply, &QPushButton::clicked, m_window.get(), m_changed);
-        layout->addWidget(apply, 0, Qt::AlignRight);
+        m_window = std::make_unique<SettingsWindow>(m_changed, m_listener);
+        const QSize screen = WindowPlacement::activeScreenVisibleFrame().size();
+        m_window->resize(m_window->sizeHint().boundedTo(screen - QSize(40, 80)));
+        WindowPlacement::placeOnActiveScreen(*m_window, 48);
     }
-    m_window->show();
+    if (m_window->isMinimized())
+        m_window->showNormal();
+    else
+        m_window->show();
     m_window->raise();
     m_window->activateWindow();
 }

@@ -1,25 +1,28 @@
 #pragma once
 
+#include "settings/KeyListener.h"
+
 #include <functional>
 #include <memory>
 
-class QWidget;
-
 namespace qm {
+
+class SettingsWindow;
 
 // The settings window. Main thread; the window is made at the first show and kept.
 class SettingsWindowController
 {
 public:
     // changed is called after settings were saved.
-    explicit SettingsWindowController(std::function<void()> changed);
+    SettingsWindowController(std::function<void()> changed, KeyListener listener);
     ~SettingsWindowController();
 
     void show(); // in front of the others
 
 private:
     std::function<void()> m_changed;
-    std::unique_ptr<QWidget> m_window;
+    KeyListener m_listener;
+    std::unique_ptr<SettingsWindow> m_window;
 };
 
 } // namespace qm

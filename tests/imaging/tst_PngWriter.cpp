@@ -51,6 +51,17 @@ QList<QByteArray> chunkTypes(const QByteArray &png, quint32 *longest = nullptr)
     return types;
 }
 
+// What was deflated. (Which repetitions ISA-L then finds is not the same every time.)
+QByteArray filteredRows(const QByteArray &png)
+{
+    QByteArray stream("\0\0\1\0", 4); // qUncompress wants an expected size before it
+    for (qsizetype at = 8; at + 8 <= png.size(); at += qFromBigEndian<quint32>(png.constData() + at) + 12) {
+        if (png.mid(at + 4, 4) == "IDAT")
+            stream += png.mid(at + 8, qFromBigEndian<quint32>(png.constData() + at));
+    }
+    return qUncompress(stream);
+}
+
 } // namespace
 
 class tst_PngWriter : public QObject
@@ -90,7 +101,7 @@ private Q_SLOTS:
                 QCOMPARE(read.pixels,
                          image.convertToFormat(QImage::Format_ARGB32).convertToFormat(QImage::Format_RGBA8888));
             }
-            QCOMPARE(written[0], written[1]); // both paths choose the same filters
+            QCOMPARE(filteredRows(written[0]), filteredRows(written[1])); // both paths choose the same filters
         }
     }
 
@@ -158,15 +169,18 @@ private Q_SLOTS:
 
     void aFullDiskLeavesTheOldFileAndNoOther_data()
     {
+        QTest::addColumn<QSize>("size");
         QTest::addColumn<int>("limit");
         for (const int limit : {0, 20, 5000, 200'000, 3'000'000})
-            QTest::addRow("%d bytes", limit) << limit;
+            QTest::addRow("%d bytes", limit) << QSize(1200, 700) << limit;
+        QTest::addRow("all of it still in the buffer") << QSize(30, 20) << 0;
     }
 
     void aFullDiskLeavesTheOldFileAndNoOther()
     {
+        QFETCH(QSize, size);
         QFETCH(int, limit);
-        const QImage noise = painted(QStringLiteral("noise"), {1200, 700}, QImage::Format_ARGB32);
+        const QImage noise = painted(QStringLiteral("noise"), size, QImage::Format_ARGB32);
         QTemporaryDir folder;
         const QString path = folder.filePath(QStringLiteral("shot.png"));
         QFile old(path);
@@ -178,7 +192,7 @@ private Q_SLOTS:
         const rlimit tight{rlim_t(limit), whole.rlim_max};
         std::signal(SIGXFSZ, SIG_IGN); // the write fails instead, as on a full disk
         QCOMPARE(setrlimit(RLIMIT_FSIZE, &tight), 0);
-        const Outcome outcome = PngWriter::write(path, {noise, {1200, 700}});
+        const Outcome outcome = PngWriter::write(path, {noise, QSizeF(size)});
         QCOMPARE(setrlimit(RLIMIT_FSIZE, &whole), 0);
 
         QVERIFY(!outcome);

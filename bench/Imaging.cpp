@@ -198,6 +198,8 @@ static void report(const QString &name, const QString &path, bool jpeg)
 
 int main(int argc, char **argv)
 {
+    if (qEnvironmentVariableIsEmpty("QT_QPA_PLATFORM"))
+        qputenv("QT_QPA_PLATFORM", "offscreen");
     QGuiApplication application(argc, argv);
     QImageReader::setAllocationLimit(0);
     const QStringList arguments = application.arguments();

@@ -1,0 +1,22 @@
+#pragma once
+
+#include <QScrollArea>
+
+namespace qm {
+
+// Scrolls only where the screen is too small: asks for the whole size of its content. Main thread.
+class FittedScrollArea : public QScrollArea
+{
+public:
+    explicit FittedScrollArea(QWidget *content)
+    {
+        setWidget(content);
+        setWidgetResizable(true);
+        setFrameShape(QFrame::NoFrame);
+        setFocusPolicy(Qt::NoFocus);
+    }
+
+    QSize sizeHint() const override { return widget()->sizeHint(); }
+};
+
+} // namespace qm

@@ -1,0 +1,95 @@
+#include "settings/FolderField.h"
+
+#include "app/base/AppLocale.h"
+#include "app/base/SystemLook.h"
+
+#include <QDir>
+#include <QEvent>
+#include <QFileDialog>
+#include <QHBoxLayout>
+#include <QLineEdit>
+#include <QPushButton>
+
+namespace qm {
+
+QString withTilde(const QString &path)
+{
+    const QString home = QDir::homePath();
+    if (path == home)
+        return QStringLiteral("~");
+    return path.startsWith(home + u'/') ? u'~' + path.sliced(home.size()) : path;
+}
+
+FolderField::FolderField(const QString &name, std::function<void(const QString &)> changed,
+                         std::function<void()> committed)
+    : m_name(name)
+    , m_changed(std::move(changed))
+    , m_committed(std::move(committed))
+    , m_edit(new QLineEdit)
+{
+    auto *choose = new QPushButton(AppLocale::text(u"Choose…", u"選択…"));
+    choose->setAutoDefault(false);
+    choose->setAccessibleName(AppLocale::text(u"Choose a folder: ", u"フォルダーを選択: ") + name);
+    m_edit->setAccessibleName(name);
+    m_edit->setMinimumWidth(320);
+
+    auto *layout = new QHBoxLayout(this);
+    layout->setContentsMargins(0, 0, 0, 0);
+    layout->addWidget(m_edit, 1);
+    layout->addWidget(choose);
+    setFocusProxy(m_edit);
+    applyPalette();
+
+    connect(m_edit, &QLineEdit::textEdited, this, m_changed);
+    connect(m_edit, &QLineEdit::editingFinished, this, [this] { commit(); });
+    connect(choose, &QPushButton::clicked, this, [this] { this->choose(); });
+}
+
+void FolderField::setText(const QString &text)
+{
+    m_edit->setToolTip(text); // long paths do not fit
+    if (m_edit->text() == text)
+        return; // the cursor stays where the user has it
+    m_edit->setText(text);
+    m_edit->setCursorPosition(0);
+}
+
+void FolderField::setPlaceholder(const QString &text)
+{
+    m_edit->setPlaceholderText(text);
+}
+
+// Pasted paths bring blanks along at their ends.
+void FolderField::commit()
+{
+    if (const QString trimmed = m_edit->text().trimmed(); trimmed != m_edit->text())
+        m_changed(trimmed);
+    m_committed();
+}
+
+void FolderField::choose()
+{
+    const QString chosen =
+        QFileDialog::getExistingDirectory(this, m_name, m_chooserFolder ? m_chooserFolder() : QDir::homePath());
+    if (chosen.isEmpty())
+        return;
+    m_changed(withTilde(chosen)); // a home folder is called something else on the next machine
+    m_committed();
+}
+
+void FolderField::changeEvent(QEvent *event)
+{
+    if (event->type() == QEvent::PaletteChange)
+        applyPalette();
+    QWidget::changeEvent(event);
+}
+
+// What stands in an empty field is a fact to be read, not a hint: the system's grey for hints is too faint.
+void FolderField::applyPalette()
+{
+    QPalette changed;
+    changed.setColor(QPalette::PlaceholderText, SystemLook::secondaryText(palette()));
+    m_edit->setPalette(changed);
+}
+
+} // namespace qm

@@ -1,0 +1,78 @@
+#pragma once
+
+#include "settings/GeneralSettings.h"
+#include "settings/KeyListener.h"
+
+#include <QWidget>
+
+class QCheckBox;
+class QComboBox;
+class QFormLayout;
+class QLabel;
+class QPushButton;
+class QSlider;
+
+namespace qm {
+
+class FolderField;
+class KeyTest;
+
+// The "Settings" tab. Edits a copy of the settings; save() writes it. What is not saved outlives hiding, and whatever the
+// user has not touched follows the files each time the form comes into view. Main thread.
+class GeneralForm : public QWidget
+{
+public:
+    GeneralForm(std::function<void()> changed, KeyListener listener);
+
+protected:
+    void showEvent(QShowEvent *event) override;
+    void changeEvent(QEvent *event) override;
+    bool event(QEvent *event) override;
+    bool eventFilter(QObject *object, QEvent *event) override;
+
+private:
+    enum class Message { none, saved, failed };
+
+    QWidget *makeForm();
+    void addStorage(QFormLayout &form);
+    void addHotkey(QFormLayout &form);
+    QWidget *makeFooter();
+    FolderField *makeFolderField(const QString &name, QString GeneralSettings::*path, std::function<void()> committed);
+
+    void reload();
+    void save();
+    void revert();
+    void cloudCommitted();
+    void askForSource();
+    void edited(); // after every change by the user
+    void scheduleRefresh();
+    void refresh();
+    void refreshFooter();
+
+    std::function<void()> m_changed;
+    KeyListener m_listener;
+    GeneralSettings m_state;
+    GeneralSettings m_saved; // as the files have it
+    QString m_sourceWhenEmpty;
+    Message m_message = Message::none;
+    QString m_failure;
+    bool m_refreshScheduled = false;
+    int m_sourceAsked = 0; // of several questions under way the last one counts
+
+    FolderField *m_captures = nullptr;
+    FolderField *m_source = nullptr;
+    FolderField *m_cloud = nullptr;
+    QComboBox *m_modifier = nullptr;
+    QSlider *m_threshold = nullptr;
+    QLabel *m_thresholdValue = nullptr;
+    KeyTest *m_keyTest = nullptr;
+    QCheckBox *m_autoOcr = nullptr;
+    QCheckBox *m_launchAtLogin = nullptr;
+    QLabel *m_messageIcon = nullptr;
+    QLabel *m_messageText = nullptr;
+    QPushButton *m_revert = nullptr;
+    QPushButton *m_save = nullptr;
+    QList<QLabel *> m_captions;
+};
+
+} // namespace qm

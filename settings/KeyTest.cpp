@@ -1,0 +1,164 @@
+#include "settings/KeyTest.h"
+
+#include "app/base/AppLocale.h"
+#include "app/base/Symbol.h"
+#include "app/base/SystemLook.h"
+#include "settings/Lamp.h"
+
+#include <QEvent>
+#include <QGridLayout>
+#include <QHBoxLayout>
+#include <QPushButton>
+
+namespace qm {
+
+using namespace std::chrono_literals;
+
+static constexpr int iconSize = 16;
+
+KeyTest::KeyTest(KeyListener listener)
+    : m_listener(std::move(listener))
+    , m_stateIcon(new QLabel)
+    , m_state(new QLabel)
+    , m_toggle(new QPushButton(AppLocale::text(u"Test the key", u"キーを試す")))
+    , m_tap(new Lamp(AppLocale::text(u"Tap", u"タップ")))
+    , m_hold(new Lamp(AppLocale::text(u"Hold", u"長押し")))
+{
+    m_toggle->setCheckable(true);
+    m_toggle->setAutoDefault(false);
+    m_toggle->setMinimumWidth(m_toggle->sizeHint().width() + 20);
+    m_toggle->setToolTip(AppLocale::text(u"While this is down, the trigger key captures nothing",
+                                         u"オンの間、トリガーキーを押しても撮影されません"));
+    m_state->setWordWrap(true);
+    m_state->setAlignment(Qt::AlignLeft | Qt::AlignTop);
+    m_stateIcon->setMinimumHeight(m_state->fontMetrics().height()); // in the middle of the first line
+
+    auto *state = new QHBoxLayout;
+    state->addWidget(m_stateIcon, 0, Qt::AlignTop);
+    state->addWidget(m_state, 1);
+    auto *test = new QHBoxLayout;
+    test->addWidget(m_toggle);
+    test->addSpacing(6);
+    test->addWidget(m_tap);
+    test->addWidget(m_hold);
+    test->addStretch(1);
+    auto *layout = new QVBoxLayout(this);
+    layout->setContentsMargins(0, 0, 0, 0);
+    layout->addLayout(test);
+    layout->addLayout(state);
+
+    m_poll.setInterval(1s);
+    m_lit.setInterval(1200ms);
+    m_lit.setSingleShot(true);
+    m_forgotten.setInterval(30s);
+    m_forgotten.setSingleShot(true);
+    connect(m_toggle, &QPushButton::toggled, this, [this](bool down) { down ? begin() : end(); });
+    connect(&m_poll, &QTimer::timeout, this, [this] { refresh(); });
+    connect(&m_forgotten, &QTimer::timeout, this, [this] { end(); });
+    connect(&m_lit, &QTimer::timeout, this, [this] {
+        m_tap->setLit(false);
+        m_hold->setLit(false);
+    });
+    refresh();
+}
+
+KeyTest::~KeyTest()
+{
+    end();
+}
+
+void KeyTest::setHotkey(const Hotkey &hotkey)
+{
+    if (m_hotkey == hotkey)
+        return;
+    m_hotkey = hotkey;
+    if (m_testing)
+        begin();
+}
+
+void KeyTest::begin()
+{
+    m_testing = true;
+    m_forgotten.start();
+    m_listener.beginTest(m_hotkey, [this](KeyListener::Gesture gesture) { recognized(gesture); });
+}
+
+void KeyTest::end()
+{
+    if (!m_testing)
+        return;
+    m_testing = false;
+    m_forgotten.stop();
+    m_listener.endTest();
+    m_toggle->setChecked(false);
+}
+
+void KeyTest::recognized(KeyListener::Gesture gesture)
+{
+    m_tap->setLit(gesture == KeyListener::Gesture::tap);
+    m_hold->setLit(gesture == KeyListener::Gesture::hold);
+    m_lit.start();
+    m_forgotten.start();
+}
+
+void KeyTest::refresh()
+{
+    const std::optional<KeyMonitor::Started> started = m_listener.started();
+    const bool running = started == KeyMonitor::Started::yes;
+    QString state;
+    if (running)
+        state = AppLocale::text(u"Quillmere hears the trigger key.", u"トリガーキーを待ち受けています。");
+    else if (started == KeyMonitor::Started::notYet)
+        state = AppLocale::text(u"The trigger key is not heard yet. Allow Quillmere to listen to the keyboard in the "
+                                "system's privacy settings; it then starts by itself.",
+                                u"まだトリガーキーを受け取れません。システムのプライバシー設定で Quillmere "
+                                "にキー入力の監視を許可すると、自動的に始まります。");
+    else
+        state =
+            AppLocale::text(u"The trigger key cannot be heard in this session. In your desktop's keyboard settings, "
+                            "make shortcuts for the commands “quillmere capture-region” and “quillmere "
+                            "capture-window”.",
+                            u"このセッションではトリガーキーを受け取れません。デスクトップのキーボード設定で"
+                            "「quillmere capture-region」と「quillmere capture-window」にショートカットを"
+                            "割り当ててください。");
+    if (m_state->text() != state)
+        m_state->setText(state);
+    m_toggle->setEnabled(running);
+    if (!running)
+        end();
+    const QIcon icon = running ? Symbol::icon(QStringLiteral("checkmark.circle"), SystemLook::secondaryText(palette()))
+                               : Symbol::icon(QStringLiteral("exclamationmark.triangle"), QColor(SystemLook::red));
+    m_stateIcon->setPixmap(icon.pixmap({iconSize, iconSize}, devicePixelRatioF()));
+}
+
+void KeyTest::showEvent(QShowEvent *event)
+{
+    QWidget::showEvent(event);
+    window()->installEventFilter(this);
+    refresh();
+    m_poll.start();
+}
+
+void KeyTest::hideEvent(QHideEvent *event)
+{
+    QWidget::hideEvent(event);
+    m_poll.stop();
+    end();
+}
+
+void KeyTest::changeEvent(QEvent *event)
+{
+    if (event->type() == QEvent::PaletteChange)
+        refresh();
+    QWidget::changeEvent(event);
+}
+
+// A window in the dock is out of mind, but not hidden.
+bool KeyTest::eventFilter(QObject *object, QEvent *event)
+{
+    if (event->type() == QEvent::WindowStateChange && window()->isMinimized())
+        end();
+    return QWidget::eventFilter(object, event);
+}
+
+} // namespace qm

@@ -1,0 +1,51 @@
+#pragma once
+
+#include "settings/KeyListener.h"
+
+#include <QTimer>
+#include <QWidget>
+
+class QLabel;
+class QPushButton;
+
+namespace qm {
+
+class Lamp;
+
+// Says whether the trigger key is heard, and lets the user try it: while "Test the key" is down, gestures light a lamp and
+// nothing is captured. The test ends with the toggle, when the widget is hidden, and by itself 30 seconds after the last
+// gesture: a forgotten one would keep the key from its work. Main thread.
+class KeyTest : public QWidget
+{
+public:
+    explicit KeyTest(KeyListener listener);
+    ~KeyTest() override;
+
+    void setHotkey(const Hotkey &hotkey); // the one to test, saved or not
+
+protected:
+    void showEvent(QShowEvent *event) override;
+    void hideEvent(QHideEvent *event) override;
+    void changeEvent(QEvent *event) override;
+    bool eventFilter(QObject *object, QEvent *event) override;
+
+private:
+    void begin();
+    void end();
+    void recognized(KeyListener::Gesture gesture);
+    void refresh();
+
+    KeyListener m_listener;
+    Hotkey m_hotkey;
+    bool m_testing = false;
+    QLabel *m_stateIcon;
+    QLabel *m_state;
+    QPushButton *m_toggle;
+    Lamp *m_tap;
+    Lamp *m_hold;
+    QTimer m_poll; // the listener may start late
+    QTimer m_lit;
+    QTimer m_forgotten;
+};
+
+} // namespace qm
