@@ -54,8 +54,6 @@ inline constexpr std::array allAnnotationTools{
     AnnotationTool::arrow,  AnnotationTool::rect, AnnotationTool::ellipse, AnnotationTool::blur,
 };
 
-inline constexpr QRgb systemRed = 0xffff3b30; // the colour that new items start with
-
 double defaultFontSize(double lineWidth); // points; of text that says no size of its own
 
 } // namespace qm

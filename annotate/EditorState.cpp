@@ -67,6 +67,19 @@ void EditorState::replaceItems(const QList<Annotation> &items)
     doc.items = items;
 }
 
+void EditorState::nudgeSelected(QPointF by, std::chrono::milliseconds now)
+{
+    using namespace std::chrono_literals;
+    if (!selectedItem())
+        return;
+    const bool goesOn = lastNudge && lastNudge->index == selectedIndex && lastNudge->items == doc.items &&
+                        now - lastNudge->when < 1s && canUndo() && !canRedo();
+    if (!goesOn)
+        pushUndo();
+    doc.items[*selectedIndex].rect.translate(by);
+    lastNudge = {selectedIndex, doc.items, now};
+}
+
 void EditorState::setColor(const QColor &next)
 {
     color = next;

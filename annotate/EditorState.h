@@ -3,6 +3,8 @@
 #include "annotate/Annotation.h"
 #include "annotate/ItemFactory.h"
 
+#include <chrono>
+
 namespace qm {
 
 // What an editor window holds, and everything that can happen to it. A value without widgets. Main thread, by its use.
@@ -10,7 +12,7 @@ namespace qm {
 struct EditorState {
     AnnotationDoc doc;
     AnnotationTool tool = AnnotationTool::arrow;
-    QColor color = QColor::fromRgb(systemRed);
+    QColor color = QColor::fromRgb(SystemLook::red);
     double lineWidth = 7; // points
     Annotation::BlurShape blurShape = Annotation::BlurShape::rect;
     double zoom = 1;
@@ -32,6 +34,9 @@ struct EditorState {
     void setCrop(const QRectF &crop); // in place of one that is set
     void deleteSelected();
     void replaceItems(const QList<Annotation> &items); // during a drag: its undo entry was pushed when it began
+    // Steps of the selected item with nothing else between share an undo entry while each follows within a second.
+    // now is on any clock.
+    void nudgeSelected(QPointF by, std::chrono::milliseconds now);
     // For new items, and at once for the selected one: no undo entry, or a slider would fill the list.
     void setColor(const QColor &color);
     void setLineWidth(double width);
@@ -40,6 +45,13 @@ struct EditorState {
     void zoomOut();
     void resetZoom() { zoom = 1; }
     QString zoomLabel() const; // "195%"
+
+    struct Nudge {
+        std::optional<int> index;
+        QList<Annotation> items; // after it
+        std::chrono::milliseconds when;
+    };
+    std::optional<Nudge> lastNudge;
 };
 
 } // namespace qm

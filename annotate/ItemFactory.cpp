@@ -43,4 +43,11 @@ Annotation ItemFactory::text(const QString &text, QPointF origin, const ItemStyl
     return item;
 }
 
+Annotation ItemFactory::withText(Annotation item, const QString &text)
+{
+    item.text = text;
+    item.rect.setWidth(AnnotationRenderer::measureTextWidth(text, item.fontSize()));
+    return item;
+}
+
 } // namespace qm

@@ -1,12 +1,13 @@
 #pragma once
 
 #include "annotate/Annotation.h"
+#include "app/base/SystemLook.h"
 
 namespace qm {
 
 // What new items look like: the editor's current choices.
 struct ItemStyle {
-    QColor color = QColor::fromRgb(systemRed);
+    QColor color = QColor::fromRgb(SystemLook::red);
     double lineWidth = 3; // points
     Annotation::BlurShape blurShape = Annotation::BlurShape::rect;
 };
@@ -19,6 +20,9 @@ Annotation dragged(AnnotationTool tool, QPointF start, QPointF current, const It
 
 // Text whose line begins at origin, at the size that goes with the line width.
 Annotation text(const QString &text, QPointF origin, const ItemStyle &style);
+
+// A text item that says something else, at the same place and size.
+Annotation withText(Annotation item, const QString &text);
 
 } // namespace ItemFactory
 } // namespace qm

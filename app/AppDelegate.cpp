@@ -26,6 +26,7 @@ AppDelegate::AppDelegate()
         else
             tap ? captureRangeAction() : captureWindowAction();
     })
+    , m_libraryController([this](const QString &path) { perform({Command::Verb::annotate, path}); })
 {
 }
 
@@ -104,7 +105,7 @@ void AppDelegate::perform(const Command &command)
     case Command::Verb::captureWindow: return captureWindowAction();
     case Command::Verb::captureScroll: return scrollCaptureAction();
     case Command::Verb::settings: return openSettings();
-    case Command::Verb::annotate: return; // comes with the editor
+    case Command::Verb::annotate: return m_annotationController.open(command.file);
     case Command::Verb::quit: return quit();
     }
 }

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "annotate/AnnotationWindowController.h"
 #include "app/Command.h"
 #include "app/StatusMenu.h"
 #include "capture/CaptureRunner.h"
@@ -53,6 +54,7 @@ private:
     std::optional<KeyMonitor::Started> m_eventTapStarted; // nothing: this system has none
     Timer m_eventTapRetry;
     std::unique_ptr<SettingsWindowController> m_settingsController; // made at its first use
+    AnnotationWindowController m_annotationController;
     LibraryWindowController m_libraryController;
 };
 

@@ -2,6 +2,9 @@
 # people call by name is put on the path, as links.
 set(QM_PROGRAM_FOLDER ${CMAKE_INSTALL_LIBEXECDIR}/quillmere)
 install(TARGETS quillmere qms qmocr RUNTIME DESTINATION ${QM_PROGRAM_FOLDER})
+if(NOT APPLE)
+    install(TARGETS qmcapture RUNTIME DESTINATION ${QM_PROGRAM_FOLDER}) # macOS has a capture tool of its own
+endif()
 foreach(program quillmere qms)
     file(RELATIVE_PATH target
         ${CMAKE_INSTALL_PREFIX}/${CMAKE_INSTALL_BINDIR} ${CMAKE_INSTALL_PREFIX}/${QM_PROGRAM_FOLDER}/${program})

@@ -2,9 +2,17 @@
 
 #include "imaging/Image.h"
 
+class QMimeData;
+
 namespace qm {
 
-// The general clipboard. Main thread.
-namespace Pasteboard { void setImage(const Image &image); }
+// The general pasteboard. Main thread.
+namespace Pasteboard {
 
+// Replaces its content by the picture. Nothing is encoded until another application asks for it, and then once.
+void setImage(const Image &image);
+
+QMimeData *mimeData(const Image &image); // what setImage puts there, for drags too; the caller owns it
+
+} // namespace Pasteboard
 } // namespace qm

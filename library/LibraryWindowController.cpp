@@ -1,29 +1,34 @@
 #include "library/LibraryWindowController.h"
 
 #include "app/base/AppLocale.h"
-
-#include <QLabel>
-#include <QVBoxLayout>
-#include <QWidget>
+#include "app/base/WindowPlacement.h"
+#include "library/LibraryView.h"
+#include "platform/QtQueue.h"
 
 namespace qm {
 
-LibraryWindowController::LibraryWindowController() = default;
+static constexpr QSize contentSize = {820, 560}; // points
+static constexpr QSize minimumContentSize = {720, 480};
+static constexpr int topMargin = 48;
+
+LibraryWindowController::LibraryWindowController(std::function<void(const QString &)> annotate)
+    : m_annotate(std::move(annotate))
+{
+}
+
 LibraryWindowController::~LibraryWindowController() = default;
 
 void LibraryWindowController::show()
 {
     if (!m_window) {
-        m_window = std::make_unique<QWidget>();
+        m_window = std::make_unique<LibraryView>(
+            LibraryView::Environment{QtQueue::main(), &LibraryView::findInIndex, m_annotate, ThumbnailCache::shared()});
         m_window->setWindowTitle(AppLocale::text(u"Quillmere Library", u"Quillmere ライブラリ"));
-        auto *layout = new QVBoxLayout(m_window.get());
-        auto *hint = new QLabel(AppLocale::text(u"Search from a terminal for now:\nqms search TEXT",
-                                                u"今のところ、検索は端末から行えます:\nqms search 文字列"));
-        hint->setTextInteractionFlags(Qt::TextSelectableByMouse);
-        hint->setAlignment(Qt::AlignCenter);
-        layout->addWidget(hint);
-        m_window->resize(480, 240);
+        m_window->resize(contentSize);
+        m_window->setMinimumSize(minimumContentSize);
+        WindowPlacement::placeOnActiveScreen(*m_window, topMargin);
     }
+    m_window->setWindowState(m_window->windowState() & ~Qt::WindowMinimized);
     m_window->show();
     m_window->raise();
     m_window->activateWindow();

@@ -1,22 +1,28 @@
 #pragma once
 
+#include <functional>
 #include <memory>
 
-class QWidget;
+class QString;
 
 namespace qm {
 
-// The library window. Main thread; the window is made at the first show.
+class LibraryView;
+
+// Owner of the one library window. Main thread. The window is made at the first show; closing hides it, and the next show
+// brings it back as it was left.
 class LibraryWindowController
 {
 public:
-    LibraryWindowController();
+    explicit LibraryWindowController(std::function<void(const QString &path)> annotate);
     ~LibraryWindowController();
 
-    void show(); // in front of the others
+    void show();                                           // in front of the others
+    LibraryView *window() const { return m_window.get(); } // none before the first show
 
 private:
-    std::unique_ptr<QWidget> m_window;
+    std::function<void(const QString &path)> m_annotate;
+    std::unique_ptr<LibraryView> m_window;
 };
 
 } // namespace qm

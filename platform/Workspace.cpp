@@ -10,4 +10,9 @@ void Workspace::openFolder(const QString &path)
     QDesktopServices::openUrl(QUrl::fromLocalFile(path));
 }
 
+void Workspace::openFile(const QString &path)
+{
+    QDesktopServices::openUrl(QUrl::fromLocalFile(path));
+}
+
 } // namespace qm

@@ -8,6 +8,8 @@ namespace qm {
 namespace Workspace {
 
 void openFolder(const QString &path); // in the file browser; nothing where there is none
+void openFile(const QString &path);   // in its default application
+void reveal(const QString &path);     // in the file browser, the file selected; else its folder is opened
 
 } // namespace Workspace
 } // namespace qm

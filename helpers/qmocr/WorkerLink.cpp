@@ -114,7 +114,7 @@ void WorkerLink::ended()
 void WorkerLink::overdue()
 {
     // A machine that was busy with other things says nothing about the file.
-    const bool tried = m_begun && processorTime(m_process->processId()) - m_usedBefore >= m_limit / 2;
+    const bool tried = m_begun && processorTime(m_process->processId()) - m_usedBefore >= m_limit / 3;
     abandon();
     finish({.text = m_firstText, .error = QStringLiteral("took too long"), .lasting = tried});
 }

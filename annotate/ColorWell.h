@@ -1,0 +1,35 @@
+#pragma once
+
+#include <QColorDialog>
+#include <QPointer>
+#include <QToolButton>
+
+#include <functional>
+
+namespace qm {
+
+// A button that shows a colour and opens the system's way to choose another one. Main thread.
+class ColorWell : public QToolButton
+{
+    Q_OBJECT
+
+public:
+    explicit ColorWell(QWidget *parent);
+
+    void setColor(const QColor &color);           // shown; reports nothing
+    std::function<void(const QColor &)> onChange; // while it is being chosen; always opaque
+
+    QSize sizeHint() const override { return {34, 28}; }
+    QSize minimumSizeHint() const override { return {26, 28}; }
+
+protected:
+    void paintEvent(QPaintEvent *event) override;
+
+private:
+    void choose();
+
+    QColor m_color;
+    QPointer<QColorDialog> m_dialog;
+};
+
+} // namespace qm

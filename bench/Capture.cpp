@@ -1,0 +1,174 @@
+// How soon the overlay of qmcapture is there, and how soon the file after the choice: beside the least that a program can
+// do, and beside what others do. Several processes take part, so this is time on the wall, the best of several runs.
+
+#include "helpers/grab/ScreenPixels.h"
+#include "imaging/PngWriter.h"
+#include "tests/support/Desktop.h"
+#include "tests/support/PatternWindow.h"
+
+#include <QFile>
+#include <QGuiApplication>
+#include <QPainter>
+
+#include <chrono>
+#include <cstdio>
+#include <limits>
+#include <optional>
+#include <thread>
+#include <xcb/xcbext.h>
+
+using namespace qm;
+using Clock = std::chrono::steady_clock;
+using Seen = std::optional<Clock::time_point>; // when it was
+
+static constexpr QRect screen(0, 0, 2560, 1440);
+static constexpr int runs = 15;
+
+// Windows with text, as screens have them.
+static QImage desk()
+{
+    QImage image(screen.size(), QImage::Format_RGB32);
+    QPainter painter(&image);
+    QLinearGradient sky(0, 0, 0, screen.height());
+    sky.setColorAt(0, QColor(40, 60, 110));
+    sky.setColorAt(1, QColor(150, 170, 200));
+    painter.fillRect(screen, sky);
+    QFont font;
+    font.setPixelSize(15);
+    painter.setFont(font);
+    for (const QRect &window : {QRect(80, 60, 1300, 900), QRect(900, 300, 1500, 1050)}) {
+        painter.fillRect(window, QColor(250, 250, 248));
+        painter.fillRect(QRect(window.topLeft(), QSize(window.width(), 34)), QColor(222, 222, 226));
+        for (int y = window.top() + 60, line = 0; y < window.bottom() - 10; y += 22, ++line) {
+            painter.drawText(window.left() + 24, y,
+                             QStringLiteral("%1   The total of %2 was settled on the %3th; see folder %4 for the rest.")
+                                 .arg(line)
+                                 .arg(line * 7919 % 10007)
+                                 .arg(line % 28)
+                                 .arg(line * 31 % 977));
+        }
+    }
+    return image;
+}
+
+static double milliseconds(Clock::duration time)
+{
+    return std::chrono::duration<double, std::milli>(time).count();
+}
+
+// Milliseconds from the program's start until the condition was seen to hold; it is ended then.
+static double untilReady(Desktop &desktop, const QString &program, const QStringList &arguments,
+                         const std::function<Seen()> &ready, const std::function<bool()> &over)
+{
+    const Clock::time_point start = Clock::now();
+    QProcess &process = desktop.start(program, arguments);
+    Seen seen;
+    while (!(seen = ready()) && Clock::now() - start < std::chrono::seconds(20))
+        std::this_thread::sleep_for(std::chrono::microseconds(100)); // the programs need the processor
+    process.kill();
+    process.waitForFinished();
+    Desktop::wait(over);
+    return seen ? milliseconds(*seen - start) : std::numeric_limits<double>::max();
+}
+
+// When someone else was seen to hold the pointer, or the whole server; nothing when nobody does. Nobody is disturbed: all of it is one moment for the server.
+static Seen pointerIsHeld(const Desktop &desktop)
+{
+    xcb_connection_t *connection = desktop.connection();
+    xcb_grab_server(connection);
+    const auto cookie = xcb_grab_pointer(connection, 0, desktop.root(), 0, XCB_GRAB_MODE_ASYNC, XCB_GRAB_MODE_ASYNC, 0,
+                                         0, XCB_CURRENT_TIME);
+    xcb_ungrab_pointer(connection, XCB_CURRENT_TIME);
+    xcb_ungrab_server(connection);
+    xcb_flush(connection);
+    void *answer = nullptr;
+    const Clock::time_point asked = Clock::now();
+    while (!xcb_poll_for_reply(connection, cookie.sequence, &answer, nullptr)) {
+        if (Clock::now() - asked > std::chrono::seconds(1)) { // import keeps the server for itself
+            xcb_discard_reply(connection, cookie.sequence);
+            return asked;
+        }
+        std::this_thread::sleep_for(std::chrono::microseconds(50));
+    }
+    const Reply<xcb_grab_pointer_reply_t> held(static_cast<xcb_grab_pointer_reply_t *>(answer));
+    return held && held->status == XCB_GRAB_STATUS_ALREADY_GRABBED ? Seen(Clock::now()) : Seen();
+}
+
+// Milliseconds from letting the button go until the file is in place.
+static double untilFile(Desktop &desktop, const QString &program, const QString &path,
+                        const std::function<bool()> &ready, const std::function<bool()> &over)
+{
+    QFile::remove(path);
+    QProcess &process = desktop.start(program, {QStringLiteral("-i"), path});
+    Desktop::wait(ready);
+    desktop.movePointer(screen.topLeft());
+    desktop.buttonDown();
+    desktop.movePointer(screen.center());
+    desktop.movePointer(screen.bottomRight());
+    // The overlay follows before the button is let go, as it does under a hand: a corner is not dimmed any more.
+    const QColor dimmedCorner = desktop.pixel({5, 5});
+    Desktop::wait([&] { return desktop.pixel({5, 5}) != dimmedCorner; }, std::chrono::milliseconds(500));
+    const Clock::time_point start = Clock::now();
+    desktop.buttonUp();
+    while (!QFile::exists(path) && Clock::now() - start < std::chrono::seconds(20))
+        std::this_thread::sleep_for(std::chrono::microseconds(200));
+    const double time = milliseconds(Clock::now() - start);
+    process.waitForFinished();
+    Desktop::wait(over);
+    if (QImage(path).size() != screen.size())
+        qFatal("the capture is not the whole screen");
+    return time;
+}
+
+static double grabAndEncode(XConnection &server, const QString &path)
+{
+    const Clock::time_point start = Clock::now();
+    ScreenGrab grab(server, screen.size());
+    const QImage pixels = grab.takeScreen(screen);
+    if (!PngWriter::write(path, {pixels, QSizeF(pixels.size())}))
+        qFatal("cannot write");
+    return milliseconds(Clock::now() - start);
+}
+
+int main(int argc, char **argv)
+{
+    qputenv("QT_QPA_PLATFORM", "offscreen");
+    const QGuiApplication application(argc, argv);
+    Desktop desktop({.size = screen.size(), .panel = false});
+    desktop.movePointer({1200, 700});
+    const PatternWindow ground(desktop, QStringLiteral("desk"), screen, desk(), PatternWindow::Kind::unmanaged);
+    const QString folder = QCoreApplication::applicationDirPath() + u'/';
+    const QString path = desktop.home().file(QStringLiteral("capture.png"));
+    qputenv("DISPLAY", desktop.display().toLatin1());
+    const std::unique_ptr<XConnection> server = XConnection::open();
+
+    const QColor corner = desktop.pixel(screen.bottomRight()); // what is painted last
+    const auto drawn = [&] { return desktop.pixel(screen.bottomRight()) != corner ? Seen(Clock::now()) : Seen(); };
+    const auto gone = [&] { return !drawn(); };
+    const auto held = [&] { return pointerIsHeld(desktop); };
+    const auto free = [&] { return !held(); };
+    const auto both = [&] { return drawn() ? held() : Seen(); };
+    const QString qmcapture = folder + QStringLiteral("qmcapture");
+    const QStringList region = {QStringLiteral("-i"), path};
+
+    // In turns, so that what else the machine does falls on all of them.
+    constexpr double never = std::numeric_limits<double>::max();
+    double floor = never, overlay = never, input = never, maim = never, import = never, file = never, least = never;
+    for (int i = 0; i < runs; ++i) {
+        floor = std::min(floor, untilReady(desktop, folder + QStringLiteral("capture_floor"), {}, drawn, gone));
+        overlay = std::min(overlay, untilReady(desktop, qmcapture, region, drawn, gone));
+        input = std::min(input, untilReady(desktop, qmcapture, region, held, free));
+        maim = std::min(maim, untilReady(desktop, QStringLiteral("maim"), {QStringLiteral("-s"), path}, held, free));
+        import = std::min(import, untilReady(desktop, QStringLiteral("import"), {path}, held, free));
+        file = std::min(file, untilFile(
+                                  desktop, qmcapture, path, [&] { return both().has_value(); }, free));
+        least = std::min(least, grabAndEncode(*server, path));
+    }
+    std::printf(
+        "start to overlay drawn      %6.1f ms  %.2f x a bare program that grabs the root and shows it (%.1f ms)\n",
+        overlay, overlay / floor, floor);
+    std::printf("start to pointer taken      %6.1f ms  %.2f x maim -s (%.1f ms), %.2f x import (%.1f ms)\n", input,
+                input / maim, maim, input / import, import);
+    std::printf("release to file in place    %6.1f ms  %.2f x grab and encoding alone (%.1f ms)\n", file, file / least,
+                least);
+}

@@ -1,0 +1,303 @@
+// The library window over an index of 100,000 shots: how soon it opens, how busy it keeps the main thread, and how large
+// it is with 200 thumbnails. Runs without a display.
+
+#include "index/Database.h"
+#include "index/ShotStore.h"
+#include "library/LibraryView.h"
+#include "library/ShotListModel.h"
+#include "library/ShotListView.h"
+#include "library/ShotRow.h"
+#include "platform/QtQueue.h"
+#include "tests/support/TempHome.h"
+
+#include <QAbstractEventDispatcher>
+#include <QApplication>
+#include <QElapsedTimer>
+#include <QFile>
+#include <QLineEdit>
+#include <QPainter>
+#include <QProcess>
+#include <QRandomGenerator>
+#include <QScrollBar>
+#include <QTimer>
+
+#include <algorithm>
+#include <cstdio>
+#include <ctime>
+
+using namespace qm;
+using namespace std::chrono_literals;
+
+static constexpr int shots = 100'000;
+static constexpr int pictures = 200;
+
+static QString page(QRandomGenerator &random)
+{
+    static const QStringList words =
+        QStringLiteral(
+            "the window shows settings for capture region editor release notes meeting agenda invoice total "
+            "設定画面 請求書 合計金額 会議の議事録 保存しました キャンセル 検索結果 更新履歴 翻訳 確認してください")
+            .split(u' ');
+    QString text;
+    while (text.size() < 700)
+        text += words[random.bounded(words.size())] + (random.bounded(9) == 0 ? u'\n' : u' ');
+    return text;
+}
+
+static void writePicture(const QString &path, QRandomGenerator &random)
+{
+    QImage image(1920, 1080, QImage::Format_RGB32);
+    image.fill(QColor::fromHsv(int(random.bounded(360)), 20, 250));
+    QPainter painter(&image);
+    painter.setFont(QFont(QStringLiteral("DejaVu Sans"), 11));
+    painter.drawText(image.rect().adjusted(40, 40, -40, -40), Qt::TextWordWrap,
+                     page(random) + page(random) + page(random));
+    painter.end();
+    if (!image.save(path))
+        qFatal("cannot write %s", qPrintable(path));
+}
+
+static void fill(const TempHome &home)
+{
+    QRandomGenerator random(1);
+    Database database(ShotStore::databasePath(), Database::Access::write);
+    database.open();
+    Transaction transaction(database);
+    Statement insert =
+        database.prepare("INSERT INTO shots(path, filename, mtime_ms, taken_at, ocr_text, ocr_done, indexed_at)"
+                         " VALUES(?, ?, ?, '2026-03-07T18:20:33', ?, 1, 'x')");
+    for (int i = 0; i < shots; ++i) {
+        const QString name = QStringLiteral("Screenshot %1.png").arg(i);
+        insert.bind(1, home.file(name));
+        insert.bind(2, name);
+        insert.bind(3, qint64(1'700'000'000'000) + i * 1000);
+        insert.bind(4, page(random));
+        if (!insert.run())
+            qFatal("cannot fill the index");
+        if (i >= shots - pictures)
+            writePicture(home.file(name), random);
+    }
+    transaction.commit();
+}
+
+static double threadSeconds()
+{
+    timespec time;
+    clock_gettime(CLOCK_THREAD_CPUTIME_ID, &time);
+    return double(time.tv_sec) + double(time.tv_nsec) / 1e9;
+}
+
+// The main thread's processor time and the wall clock of every turn of its event loop.
+class Turns
+{
+public:
+    Turns()
+    {
+        QAbstractEventDispatcher *loop = QAbstractEventDispatcher::instance();
+        m_connections = {QObject::connect(loop, &QAbstractEventDispatcher::awake, loop, [this] { begin(); }),
+                         QObject::connect(loop, &QAbstractEventDispatcher::aboutToBlock, loop, [this] { end(); })};
+    }
+    ~Turns()
+    {
+        for (const QMetaObject::Connection &connection : m_connections)
+            QObject::disconnect(connection);
+    }
+
+    // What the user does comes in as an event of its own.
+    static void post(const std::function<void()> &act) { QTimer::singleShot(0, qApp, act); }
+
+    void runFor(std::chrono::milliseconds time)
+    {
+        QElapsedTimer timer;
+        timer.start();
+        runUntil([&] { return timer.elapsed() >= time.count(); });
+    }
+
+    // Runs the loop until the condition holds.
+    void runUntil(const std::function<bool()> &condition)
+    {
+        QElapsedTimer limit;
+        limit.start();
+        QTimer heartbeat; // so that the condition is looked at
+        heartbeat.start(10);
+        while (!condition()) {
+            if (limit.elapsed() > 60'000)
+                qFatal("waited too long");
+            begin();
+            QCoreApplication::processEvents(QEventLoop::WaitForMoreEvents);
+            end();
+        }
+    }
+
+    double longestCpu = 0;
+    double longestWall = 0;
+    int count = 0;
+
+private:
+    void begin()
+    {
+        m_cpu = threadSeconds();
+        m_wall.start();
+        m_running = true;
+    }
+    void end()
+    {
+        if (!m_running)
+            return;
+        m_running = false;
+        longestCpu = std::max(longestCpu, threadSeconds() - m_cpu);
+        longestWall = std::max(longestWall, double(m_wall.nsecsElapsed()) / 1e9);
+        ++count;
+    }
+
+    QList<QMetaObject::Connection> m_connections;
+    QElapsedTimer m_wall;
+    double m_cpu = 0;
+    bool m_running = false;
+};
+
+static void report(const char *what, const Turns &turns)
+{
+    std::printf("%-44s longest turn %5.1f ms CPU (at most 8), %6.1f ms by the clock; %d turns\n", what,
+                turns.longestCpu * 1e3, turns.longestWall * 1e3, turns.count);
+}
+
+// Megabytes of this process alone; the figures of shared libraries and files count in only where they were changed.
+static double privateMegabytes()
+{
+    QFile file(QStringLiteral("/proc/self/smaps_rollup"));
+    if (!file.open(QIODevice::ReadOnly))
+        return 0;
+    double kilobytes = 0;
+    for (const QByteArray &line : file.readAll().split('\n')) {
+        if (line.startsWith("Private_Dirty:") || line.startsWith("Private_Clean:"))
+            kilobytes += line.simplified().split(' ')[1].toDouble();
+    }
+    return kilobytes / 1024;
+}
+
+static double megabytes(const char *field)
+{
+    QFile file(QStringLiteral("/proc/self/status"));
+    if (!file.open(QIODevice::ReadOnly))
+        return 0;
+    for (const QByteArray &line : file.readAll().split('\n')) {
+        if (line.startsWith(field))
+            return line.simplified().split(' ')[1].toDouble() / 1024;
+    }
+    return 0;
+}
+
+static double milliseconds(const std::function<void()> &work)
+{
+    QElapsedTimer timer;
+    timer.start();
+    work();
+    return double(timer.nsecsElapsed()) / 1e6;
+}
+
+static void measure(int argc, char **argv)
+{
+    QApplication application(argc, argv);
+    double query = 1e9;
+    for (int i = 0; i < 9; ++i)
+        query = std::min(query, milliseconds([] { ShotStore::recent(LibraryView::resultLimit); }));
+
+    ThumbnailCache thumbnails;
+    const LibraryView::Environment real{QtQueue::main(), &LibraryView::findInIndex, {}, thumbnails};
+    LibraryView::Environment none = real;
+    none.find = [](const QString &) { return QList<Shot>(); };
+
+    const auto open = [&](const LibraryView::Environment &environment, bool rows) {
+        LibraryView view(environment);
+        view.resize(820, 560);
+        auto *model = view.findChild<ShotListModel *>();
+        return milliseconds([&] {
+            view.show();
+            while (view.isLoading() || (rows && model->rowCount() == 0))
+                QCoreApplication::processEvents(QEventLoop::WaitForMoreEvents);
+            QCoreApplication::processEvents(); // paints
+        });
+    };
+    open(none, false); // fonts, styles, libraries: once per process
+    double bare = 1e9, opening = 1e9;
+    for (int i = 0; i < 9; ++i) {
+        bare = std::min(bare, open(none, false));
+        opening = std::min(opening, open(real, true));
+    }
+    std::printf("open with %d rows of %d                  %6.1f ms; the bare window %.1f, the bare query %.1f;"
+                " ratio to both together %.2f\n",
+                LibraryView::resultLimit, shots, opening, bare, query, opening / (bare + query));
+
+    LibraryView view(real);
+    view.resize(820, 560);
+    view.show();
+    QCoreApplication::processEvents();
+    auto *model = view.findChild<ShotListModel *>();
+    auto *list = view.findChild<ShotListView *>();
+    auto *field = view.findChild<QLineEdit *>();
+    const auto visibleAreThere = [&] {
+        const int first = list->verticalScrollBar()->value() / ShotRow::height;
+        return !model->thumbnail(first).isNull() && !model->thumbnail(first + 4).isNull();
+    };
+    {
+        Turns turns;
+        turns.runUntil([&] { return !view.isLoading() && visibleAreThere(); });
+        report("results and the first thumbnails arrive", turns);
+    }
+    {
+        Turns turns;
+        for (const QString &text :
+             {QStringLiteral("請求書"), QStringLiteral("meeting"), QStringLiteral("zqxjk"), QString()}) {
+            QString typed;
+            for (const QChar c : text) {
+                typed += c;
+                Turns::post([=] { field->setText(typed); });
+                turns.runFor(30ms);
+            }
+            if (text.isEmpty())
+                Turns::post([=] { field->clear(); });
+            turns.runFor(250ms);
+            turns.runUntil([&] { return !view.isLoading(); });
+            turns.runFor(100ms); // thumbnails
+        }
+        report("typing four searches", turns);
+    }
+    {
+        Turns turns;
+        for (int row = 0; row < 20; ++row) {
+            Turns::post([=] { list->setCurrentIndex(model->index(row)); });
+            turns.runFor(80ms);
+        }
+        report("the preview of twenty shots", turns);
+    }
+    {
+        Turns turns;
+        QScrollBar *bar = list->verticalScrollBar();
+        for (int value = 0; value <= bar->maximum(); value += ShotRow::height * 2) {
+            Turns::post([=] { bar->setValue(value); });
+            turns.runUntil([&] { return bar->value() == value; });
+            turns.runUntil([&] { return visibleAreThere(); });
+        }
+        report("200 rows scrolled through, all decoded", turns);
+    }
+    std::printf("memory with the window and 200 thumbnails     %5.1f MB resident (at most 120), %.1f MB of our own;"
+                " at its peak %.1f MB\n",
+                megabytes("VmRSS:"), privateMegabytes(), megabytes("VmHWM:"));
+}
+
+int main(int argc, char **argv)
+{
+    qputenv("QT_QPA_PLATFORM", "offscreen");
+    // The index is filled by a process of its own: its memory is not the window's.
+    if (argc == 2) {
+        measure(argc, argv);
+        return 0;
+    }
+    const TempHome home;
+    {
+        QGuiApplication painting(argc, argv);
+        fill(home);
+    }
+    return QProcess::execute(QString::fromLocal8Bit(argv[0]), {QStringLiteral("measure")});
+}

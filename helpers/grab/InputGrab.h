@@ -1,0 +1,48 @@
+#pragma once
+
+#include "helpers/grab/XConnection.h"
+
+#include <QList>
+
+#include <chrono>
+
+namespace qm {
+
+// Keyboard and pointer, taken from all other programs while something is chosen. They are grabbed on the root, so that
+// they stay ours until the keys and buttons that ended the choice are up again: the window below must not get half a
+// click. The server lets go by itself when the process ends.
+class InputGrab
+{
+public:
+    explicit InputGrab(XConnection &server);
+    ~InputGrab();
+    Q_DISABLE_COPY_MOVE(InputGrab)
+
+    // One try; true when both are held. Another program's grab (an open menu) makes it fail, and it may be tried again.
+    bool take(xcb_cursor_t cursor);
+    void setCursor(xcb_cursor_t cursor);
+
+    // To be told of what was pressed while the grab was held; releases need not be told.
+    void notePress(xcb_keycode_t key);
+    // Lets go once those keys and all buttons are up, at the latest after the limit. At once when nothing is held.
+    void releaseWhenUp(std::chrono::milliseconds limit);
+    bool isAnythingDown() const;
+    bool isKeyDown(xcb_keycode_t key) const; // as the server knows it now
+    void release();
+
+private:
+    XConnection &m_server;
+    bool m_pointer = false;
+    bool m_keyboard = false;
+    QList<xcb_keycode_t> m_pressed;
+};
+
+// Only one helper chooses at a time: it owns the selection _QUILLMERE_CAPTURE while it does.
+class CaptureClaim
+{
+public:
+    // False when another has it.
+    [[nodiscard]] static bool take(XConnection &server); // for as long as the connection lives
+};
+
+} // namespace qm

@@ -1,0 +1,161 @@
+#include "helpers/grab/ScreenPixels.h"
+
+#include <sys/mman.h>
+#include <unistd.h>
+#include <xcb/shm.h>
+
+namespace qm {
+
+namespace {
+
+constexpr size_t slotBytes = 512 << 10; // about what stays in a core's cache between painting and copying
+constexpr size_t slotCount = 6;
+constexpr size_t requestBytes = 200'000; // without shared memory: within the 256 kB of a request everywhere
+
+} // namespace
+
+std::unique_ptr<SharedMemory> SharedMemory::create(XConnection &server, size_t bytes)
+{
+    if (!server.hasExtension(xcb_shm_id))
+        return nullptr;
+    const int file = memfd_create("quillmere-screen", MFD_CLOEXEC);
+    if (file < 0)
+        return nullptr;
+    void *memory = MAP_FAILED;
+    if (ftruncate(file, off_t(bytes)) == 0)
+        memory = mmap(nullptr, bytes, PROT_READ | PROT_WRITE, MAP_SHARED, file, 0);
+    if (memory == MAP_FAILED) {
+        close(file);
+        return nullptr;
+    }
+    std::unique_ptr<SharedMemory> shared(new SharedMemory(server, static_cast<uchar *>(memory), bytes));
+    const xcb_void_cookie_t attached =
+        xcb_shm_attach_fd_checked(server.get(), shared->m_segment, file, 0); // closes file
+    if (const Reply<xcb_generic_error_t> error(xcb_request_check(server.get(), attached)); error) {
+        shared->m_segment = 0;
+        return nullptr;
+    }
+    return shared;
+}
+
+SharedMemory::SharedMemory(XConnection &server, uchar *data, size_t size)
+    : m_server(server)
+    , m_data(data)
+    , m_size(size)
+    , m_segment(xcb_generate_id(server.get()))
+{
+}
+
+SharedMemory::~SharedMemory()
+{
+    if (m_segment)
+        xcb_shm_detach(m_server.get(), m_segment);
+    munmap(m_data, m_size);
+}
+
+ScreenGrab::ScreenGrab(XConnection &server, const QSize &largest)
+    : m_server(server)
+    , m_memory(SharedMemory::create(server, size_t(largest.width()) * size_t(largest.height()) * 4))
+{
+}
+
+QImage ScreenGrab::take(xcb_drawable_t from, quint8 depth, const QRect &part)
+{
+    const QImage::Format format = m_server.format(depth);
+    const int bytesPerLine = m_server.bytesPerLine(part.width(), depth);
+    if (format == QImage::Format_Invalid || part.isEmpty())
+        return {};
+    const int16_t x = int16_t(part.x());
+    const int16_t y = int16_t(part.y());
+    const uint16_t width = uint16_t(part.width());
+    const uint16_t height = uint16_t(part.height());
+    const bool direct = format == QImage::Format_RGB32 || format == QImage::Format_ARGB32_Premultiplied;
+    if (m_memory && direct && size_t(bytesPerLine) * height <= m_memory->size()) {
+        const Reply<xcb_shm_get_image_reply_t> answer(
+            xcb_shm_get_image_reply(m_server.get(),
+                                    xcb_shm_get_image(m_server.get(), from, x, y, width, height, ~0u,
+                                                      XCB_IMAGE_FORMAT_Z_PIXMAP, m_memory->segment(), 0),
+                                    nullptr));
+        return answer ? QImage(m_memory->data(), width, height, bytesPerLine, format) : QImage();
+    }
+    const Reply<xcb_get_image_reply_t> answer(xcb_get_image_reply(
+        m_server.get(), xcb_get_image(m_server.get(), XCB_IMAGE_FORMAT_Z_PIXMAP, from, x, y, width, height, ~0u),
+        nullptr));
+    if (!answer)
+        return {};
+    const QImage image(xcb_get_image_data(answer.get()), width, height, bytesPerLine, format);
+    return direct ? image.copy() : image.convertToFormat(QImage::Format_RGB32);
+}
+
+ScreenPaint::ScreenPaint(XConnection &server, xcb_window_t window)
+    : m_server(server)
+    , m_window(window)
+    , m_context(xcb_generate_id(server.get()))
+    , m_slots(slotCount)
+{
+    xcb_create_gc(server.get(), m_context, window, 0, nullptr);
+    if (server.format(server.depth()) == QImage::Format_RGB32)
+        m_memory = SharedMemory::create(server, slotCount * slotBytes);
+}
+
+ScreenPaint::~ScreenPaint()
+{
+    xcb_free_gc(m_server.get(), m_context);
+    for (Slot &slot : m_slots) {
+        if (slot.busy)
+            xcb_discard_reply(m_server.get(), slot.done.sequence);
+    }
+}
+
+void ScreenPaint::put(const QRect &area, Paint paint, const void *context)
+{
+    if (area.isEmpty())
+        return;
+    const size_t bytesPerLine = size_t(area.width()) * 4;
+    const int rows = qMax(1, int((m_memory ? slotBytes : requestBytes) / bytesPerLine));
+    for (int top = area.top(); top <= area.bottom(); top += rows) {
+        const QRect piece(area.x(), top, area.width(), qMin(rows, area.bottom() + 1 - top));
+        if (m_memory) {
+            uchar *memory = reserve(bytesPerLine * size_t(piece.height()));
+            QImage target(memory, piece.width(), piece.height(), int(bytesPerLine), QImage::Format_RGB32);
+            paint(target, piece.topLeft(), context);
+            xcb_shm_put_image(m_server.get(), m_window, m_context, uint16_t(piece.width()), uint16_t(piece.height()), 0,
+                              0, uint16_t(piece.width()), uint16_t(piece.height()), int16_t(piece.x()),
+                              int16_t(piece.y()), m_server.depth(), XCB_IMAGE_FORMAT_Z_PIXMAP, 0, m_memory->segment(),
+                              uint32_t(memory - m_memory->data()));
+            xcb_flush(m_server.get());
+            continue;
+        }
+        QImage target(piece.size(), QImage::Format_RGB32);
+        paint(target, piece.topLeft(), context);
+        target.convertTo(m_server.format(m_server.depth())); // lines of 16-bit pixels are padded to 32 bits by both
+        xcb_put_image(m_server.get(), XCB_IMAGE_FORMAT_Z_PIXMAP, m_window, m_context, uint16_t(piece.width()),
+                      uint16_t(piece.height()), int16_t(piece.x()), int16_t(piece.y()), 0, m_server.depth(),
+                      uint32_t(target.sizeInBytes()), target.constBits());
+        xcb_flush(m_server.get());
+    }
+}
+
+// Room in the current slot, or the next one, waiting for the server if it still reads there.
+uchar *ScreenPaint::reserve(size_t bytes)
+{
+    if (m_used + bytes > slotBytes) {
+        fence();
+        m_slot = (m_slot + 1) % slotCount;
+        m_used = 0;
+        if (Slot &slot = m_slots[m_slot]; slot.busy) {
+            Reply<xcb_get_input_focus_reply_t>(xcb_get_input_focus_reply(m_server.get(), slot.done, nullptr));
+            slot.busy = false;
+        }
+    }
+    uchar *memory = m_memory->data() + m_slot * slotBytes + m_used;
+    m_used += bytes;
+    return memory;
+}
+
+void ScreenPaint::fence()
+{
+    m_slots[m_slot] = {true, xcb_get_input_focus(m_server.get())};
+}
+
+} // namespace qm

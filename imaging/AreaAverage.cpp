@@ -1,0 +1,130 @@
+#include "imaging/AreaAverage.h"
+
+#include "imaging/PngKernels.h"
+
+#include <algorithm>
+#include <cmath>
+#include <cstring>
+
+namespace qm {
+
+static constexpr int mostRowsSummed = 256; // 256 x 255 still fits 16 bits
+
+AreaAverage::AreaAverage(QSize source, QSize target, int channels)
+    : m_source(source)
+    , m_target(target)
+    , m_channels(channels)
+    , m_bytes(qsizetype(source.width()) * channels)
+    , m_sums(size_t(m_bytes))
+    , m_columns(size_t(m_bytes) + 4) // pixels are read four channels at a time
+    , m_result(target, QImage::Format_ARGB32_Premultiplied)
+{
+    m_result.fill(0);
+}
+
+void AreaAverage::flushSums()
+{
+    if (m_summed == 0)
+        return;
+    for (size_t i = 0; i < size_t(m_bytes); ++i) {
+        m_columns[i] += m_sums[i];
+        m_sums[i] = 0;
+    }
+    m_summed = 0;
+}
+
+void AreaAverage::addWeighted(const uchar *row, float weight)
+{
+    for (size_t i = 0; i < size_t(m_bytes); ++i)
+        m_columns[i] += weight * float(row[i]);
+}
+
+const uchar *AreaAverage::premultiplied(const uchar *row)
+{
+    if (m_channels == 3 || PngKernels::best().opaquePacked(row, m_source.width()))
+        return row;
+    m_opaque = false;
+    m_premultiplied.resize(size_t(m_bytes));
+    for (size_t i = 0; i < size_t(m_bytes); i += 4) {
+        const int alpha = row[i + 3];
+        for (size_t channel = 0; channel < 3; ++channel)
+            m_premultiplied[i + channel] = uchar((row[i + channel] * alpha + 127) / 255);
+        m_premultiplied[i + 3] = uchar(alpha);
+    }
+    return m_premultiplied.data();
+}
+
+// Source row i covers [i, i + 1) times the target's height, target row j covers [j, j + 1) times the source's: in these
+// units every border is a whole number.
+void AreaAverage::add(const uchar *row)
+{
+    if (m_sourceY >= m_source.height())
+        return;
+    row = premultiplied(row);
+    const qint64 height = m_target.height();
+    const qint64 end = (qint64(m_sourceY) + 1) * height;
+    const qint64 border = (qint64(m_targetY) + 1) * m_source.height();
+    ++m_sourceY;
+    if (end < border) {
+        PngKernels::best().accumulate(m_sums.data(), row, int(m_bytes));
+        if (++m_summed == mostRowsSummed)
+            flushSums();
+        return;
+    }
+    flushSums();
+    const float beyond = float(end - border) / float(height);
+    addWeighted(row, 1 - beyond);
+    emitRow();
+    if (beyond > 0)
+        addWeighted(row, beyond);
+}
+
+namespace {
+
+// Four floats as compilers of both families know them, on every processor.
+using Four = float __attribute__((vector_size(16)));
+
+inline Four load(const float *at)
+{
+    Four four;
+    std::memcpy(&four, at, sizeof four);
+    return four;
+}
+
+} // namespace
+
+void AreaAverage::emitRow()
+{
+    auto *out = reinterpret_cast<QRgb *>(m_result.scanLine(m_targetY++));
+    const qint64 source = m_source.width(), target = m_target.width();
+    const float scale = float(double(target) / double(source) * m_target.height() / m_source.height());
+    const float *column = m_columns.data();
+    qint64 x = 0;    // the source pixel under way
+    float spent = 0; // the part of it that the pixel before took
+    for (int i = 0; i < int(target); ++i) {
+        const qint64 border = (qint64(i) + 1) * source;
+        const qint64 whole = border / target; // beyond x, since nothing is enlarged
+        const float part = float(border - whole * target) / float(target);
+        Four sum = load(column + x * m_channels) * (1 - spent);
+        for (++x; x < whole; ++x)
+            sum += load(column + x * m_channels);
+        if (part > 0)
+            sum += load(column + x * m_channels) * part;
+        spent = part;
+        sum = sum * scale + 0.5f;
+        const auto level = [&](int channel) { return QRgb(std::min(255.0f, sum[channel])); };
+        const QRgb alpha = m_channels == 4 ? level(3) : 255u;
+        out[i] = alpha << 24 | level(0) << 16 | level(1) << 8 | level(2);
+    }
+    std::fill(m_columns.begin(), m_columns.end(), 0.0f);
+}
+
+QImage AreaAverage::result() const
+{
+    QImage image = m_result;
+    if (m_opaque && m_targetY == m_target.height())
+        image.reinterpretAsFormat(QImage::Format_RGB32);
+    return image;
+}
+
+} // namespace qm

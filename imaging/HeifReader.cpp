@@ -1,0 +1,99 @@
+#include "imaging/HeifReader.h"
+
+#include "imaging/ExifTags.h"
+
+#include <QIODevice>
+#include <QtEndian>
+
+#include <libheif/heif.h>
+
+#include <memory>
+
+namespace qm {
+
+static constexpr qint64 largestFile = 512 << 20;
+static constexpr int displayP3Primaries = 12; // ITU-T H.273, table 2
+
+using Handle = std::unique_ptr<heif_image_handle, void (*)(const heif_image_handle *)>;
+
+// EXIF's orientation is not heeded here: the format has its own, which libheif applies.
+static double dpiOf(const heif_image_handle *handle)
+{
+    heif_item_id id = 0;
+    if (heif_image_handle_get_list_of_metadata_block_IDs(handle, "Exif", &id, 1) != 1)
+        return PictureHeader().dpi;
+    QByteArray block(qsizetype(heif_image_handle_get_metadata_size(handle, id)), Qt::Uninitialized);
+    if (block.size() < 4 || heif_image_handle_get_metadata(handle, id, block.data()).code != heif_error_Ok)
+        return PictureHeader().dpi;
+    const quint32 offset = qFromBigEndian<quint32>(block.constData()); // of the TIFF structure, after this number
+    if (offset > quint32(block.size() - 4))
+        return PictureHeader().dpi;
+    return ExifTags::parse(block.sliced(4 + qsizetype(offset))).dpi.value_or(PictureHeader().dpi);
+}
+
+static QColorSpace colorSpaceOf(const heif_image_handle *handle)
+{
+    const size_t size = heif_image_handle_get_raw_color_profile_size(handle);
+    if (size > 0) {
+        QByteArray profile(qsizetype(size), Qt::Uninitialized);
+        if (heif_image_handle_get_raw_color_profile(handle, profile.data()).code == heif_error_Ok)
+            return QColorSpace::fromIccProfile(profile);
+    }
+    heif_color_profile_nclx *nclx = nullptr;
+    if (heif_image_handle_get_nclx_color_profile(handle, &nclx).code != heif_error_Ok)
+        return {};
+    const bool p3 = nclx->color_primaries == displayP3Primaries;
+    heif_nclx_color_profile_free(nclx);
+    return p3 ? QColorSpace(QColorSpace::DisplayP3) : QColorSpace();
+}
+
+bool HeifReader::isHeif(const QByteArray &head)
+{
+    return head.size() >= 12 && heif_check_filetype(reinterpret_cast<const uint8_t *>(head.constData()),
+                                                    int(head.size())) == heif_filetype_yes_supported;
+}
+
+Decoded HeifReader::read(QIODevice &file, RowSink &sink)
+{
+    if (file.size() > largestFile)
+        return Decoded::nothing;
+    const QByteArray data = file.readAll(); // must outlive the context
+    const std::unique_ptr<heif_context, void (*)(heif_context *)> context(heif_context_alloc(), &heif_context_free);
+    if (heif_context_read_from_memory_without_copy(context.get(), data.constData(), size_t(data.size()), nullptr)
+            .code != heif_error_Ok)
+        return Decoded::nothing;
+    heif_image_handle *primary = nullptr;
+    if (heif_context_get_primary_image_handle(context.get(), &primary).code != heif_error_Ok)
+        return Decoded::nothing;
+    const Handle handle(primary, &heif_image_handle_release);
+    const bool alpha = heif_image_handle_has_alpha_channel(primary);
+
+    PictureHeader header;
+    // Reported after the file's own rotation and mirroring.
+    header.size = QSize(heif_image_handle_get_width(primary), heif_image_handle_get_height(primary));
+    header.rows = header.size;
+    header.format = alpha ? QImage::Format_RGBA8888 : QImage::Format_RGB888;
+    header.dpi = dpiOf(primary);
+    header.colorSpace = colorSpaceOf(primary);
+    if (!sink.begin(header))
+        return Decoded::stopped;
+
+    heif_image *decoded = nullptr;
+    const heif_error error =
+        heif_decode_image(primary, &decoded, heif_colorspace_RGB,
+                          alpha ? heif_chroma_interleaved_RGBA : heif_chroma_interleaved_RGB, nullptr);
+    const std::unique_ptr<heif_image, void (*)(const heif_image *)> owner(decoded, &heif_image_release);
+    if (error.code != heif_error_Ok)
+        return Decoded::nothing;
+    int stride = 0;
+    const uint8_t *rows = heif_image_get_plane_readonly(decoded, heif_channel_interleaved, &stride);
+    if (!rows || header.size != QSize(heif_image_get_primary_width(decoded), heif_image_get_primary_height(decoded)))
+        return Decoded::nothing;
+    for (int y = 0; y < header.size.height(); ++y) {
+        if (!sink.add(rows + size_t(y) * size_t(stride)))
+            return Decoded::stopped;
+    }
+    return Decoded::whole;
+}
+
+} // namespace qm

@@ -1,0 +1,194 @@
+#include "imaging/PngKernels.h"
+
+#include <algorithm>
+#include <atomic>
+#include <cstdlib>
+#include <cstring>
+
+namespace qm {
+
+namespace {
+
+enum : int { noFilter, subFilter, upFilter, averageFilter, paethFilter };
+
+int paeth(int left, int above, int corner)
+{
+    const int toLeft = std::abs(above - corner);
+    const int toAbove = std::abs(left - corner);
+    const int toCorner = std::abs(left + above - 2 * corner);
+    if (toLeft <= toAbove && toLeft <= toCorner)
+        return left;
+    return toAbove <= toCorner ? above : corner;
+}
+
+template<int Channels>
+void unfilterRow(int filter, uchar *row, const uchar *above, int bytes)
+{
+    switch (filter) {
+    case subFilter:
+        for (int i = Channels; i < bytes; ++i)
+            row[i] = uchar(row[i] + row[i - Channels]);
+        break;
+    case upFilter:
+        for (int i = 0; i < bytes; ++i)
+            row[i] = uchar(row[i] + above[i]);
+        break;
+    case averageFilter:
+        for (int i = 0; i < Channels; ++i)
+            row[i] = uchar(row[i] + above[i] / 2);
+        for (int i = Channels; i < bytes; ++i)
+            row[i] = uchar(row[i] + (row[i - Channels] + above[i]) / 2);
+        break;
+    case paethFilter:
+        for (int i = 0; i < Channels; ++i)
+            row[i] = uchar(row[i] + above[i]);
+        for (int i = Channels; i < bytes; ++i)
+            row[i] = uchar(row[i] + paeth(row[i - Channels], above[i], above[i - Channels]));
+        break;
+    default: break;
+    }
+}
+
+void unfilter(int filter, uchar *row, const uchar *above, int bytes, int channels)
+{
+    channels == 3 ? unfilterRow<3>(filter, row, above, bytes) : unfilterRow<4>(filter, row, above, bytes);
+}
+
+uchar residual(int filter, const uchar *row, const uchar *above, int i, int channels)
+{
+    switch (filter) {
+    case subFilter: return uchar(row[i] - row[i - channels]);
+    case upFilter: return uchar(row[i] - above[i]);
+    case averageFilter: return uchar(row[i] - (row[i - channels] + above[i]) / 2);
+    case paethFilter: return uchar(row[i] - paeth(row[i - channels], above[i], above[i - channels]));
+    default: return row[i];
+    }
+}
+
+void filter(int filter, uchar *out, const uchar *row, const uchar *above, int bytes, int channels)
+{
+    for (int i = 0; i < bytes; ++i)
+        out[i] = residual(filter, row, above, i, channels);
+}
+
+PngKernels::FilterCost costOf(int filter, const uchar *const *rows, int count, int bytes, int channels)
+{
+    constexpr int block = PngKernels::sampledBlock;
+    PngKernels::FilterCost cost;
+    for (int start = 0; start < bytes; start += PngKernels::sampledStep) {
+        const int size = std::min(block, bytes - start);
+        uchar residuals[2][4 + block] = {};
+        std::memcpy(residuals[0] + 4, rows[0] + start, size_t(size));
+        for (int k = 1; k <= count; ++k) {
+            uchar *here = residuals[k & 1] + 4;
+            const uchar *before = residuals[~k & 1] + 4;
+            bool repeated = false;
+            for (int i = 0; i < size; ++i) {
+                here[i] = residual(filter, rows[k] + start, rows[k - 1] + start, i, channels);
+                const bool repeats = here[i] == here[i - 1] || here[i] == here[i - channels] ||
+                                     ((k > 1 || filter == noFilter) && here[i] == before[i]);
+                cost.literals += !repeats;
+                cost.changes += repeats != repeated;
+                cost.amount += quint64(std::abs(int(qint8(here[i]))));
+                repeated = repeats;
+            }
+            cost.sampled += quint64(size);
+        }
+    }
+    return cost;
+}
+
+int chooseFilter(const uchar *const *rows, int count, int bytes, int channels)
+{
+    PngKernels::FilterCost costs[5];
+    for (int filter = noFilter; filter <= paethFilter; ++filter)
+        costs[filter] = costOf(filter, rows, count, bytes, channels);
+    return PngKernels::cheapest(costs);
+}
+
+void unpack(quint32 *words, const uchar *packed, int pixels, int channels)
+{
+    for (int i = 0; i < pixels; ++i, packed += channels) {
+        const quint32 alpha = channels == 4 ? packed[3] : 0xff;
+        words[i] = alpha << 24 | quint32(packed[0]) << 16 | quint32(packed[1]) << 8 | packed[2];
+    }
+}
+
+void pack(uchar *packed, const quint32 *words, int pixels, int channels)
+{
+    for (int i = 0; i < pixels; ++i, packed += channels) {
+        packed[0] = uchar(words[i] >> 16);
+        packed[1] = uchar(words[i] >> 8);
+        packed[2] = uchar(words[i]);
+        if (channels == 4)
+            packed[3] = uchar(words[i] >> 24);
+    }
+}
+
+bool opaqueWords(const quint32 *words, int pixels)
+{
+    quint32 all = 0xff000000u;
+    for (int i = 0; i < pixels; ++i)
+        all &= words[i];
+    return all == 0xff000000u;
+}
+
+void accumulate(quint16 *sums, const uchar *row, int bytes)
+{
+    for (int i = 0; i < bytes; ++i)
+        sums[i] = quint16(sums[i] + row[i]);
+}
+
+bool opaquePacked(const uchar *packed, int pixels)
+{
+    uchar all = 0xff;
+    for (int i = 0; i < pixels; ++i)
+        all &= packed[4 * i + 3];
+    return all == 0xff;
+}
+
+constexpr PngKernels portableKernels{&unfilter, &chooseFilter, &filter,     &unpack,
+                                     &pack,     &opaqueWords,  &accumulate, &opaquePacked};
+
+std::atomic<const PngKernels *> chosen{nullptr};
+
+} // namespace
+
+int PngKernels::cheapest(const FilterCost (&costs)[5])
+{
+    const auto repeating = [&](int filter) { return costs[filter].literals + costs[filter].changes; };
+    int best = upFilter;
+    for (const int filter : {noFilter, subFilter, paethFilter}) { // Average never makes repetitions
+        if (repeating(filter) < repeating(best))
+            best = filter;
+    }
+    if (costs[best].literals * 3 < costs[best].sampled * 2)
+        return best;
+    for (const int filter : {subFilter, upFilter, averageFilter, paethFilter}) {
+        if (costs[filter].amount < costs[best].amount || best == noFilter)
+            best = filter;
+    }
+    return best;
+}
+
+const PngKernels &PngKernels::portable()
+{
+    return portableKernels;
+}
+
+const PngKernels &PngKernels::best()
+{
+    const PngKernels *kernels = chosen.load(std::memory_order_relaxed);
+    if (!kernels) {
+        kernels = avx2() ? avx2() : &portableKernels;
+        chosen.store(kernels, std::memory_order_relaxed);
+    }
+    return *kernels;
+}
+
+void PngKernels::use(const PngKernels *kernels)
+{
+    chosen.store(kernels, std::memory_order_relaxed);
+}
+
+} // namespace qm

@@ -1,0 +1,386 @@
+#include "imaging/PngKernels.h"
+
+#if defined(__x86_64__) && defined(__GNUC__)
+
+#include <immintrin.h>
+
+#include <cstring>
+
+// The whole file is built for any x86-64; only these functions use AVX2, and only a processor that has it calls them.
+#define QM_AVX2 __attribute__((target("avx2,popcnt")))
+
+namespace qm {
+
+namespace {
+
+enum : int { noFilter, subFilter, upFilter, averageFilter, paethFilter };
+
+// Four bytes, whatever the pixel has: a copy of three would go through memory and wait for it.
+QM_AVX2 inline __m128i loadPixel(const uchar *at)
+{
+    qint32 pixel;
+    std::memcpy(&pixel, at, 4);
+    return _mm_cvtsi32_si128(pixel);
+}
+
+template<int Channels>
+QM_AVX2 inline void storePixel(uchar *at, __m128i value)
+{
+    const int pixel = _mm_cvtsi128_si32(value);
+    if constexpr (Channels == 4) {
+        std::memcpy(at, &pixel, 4);
+    } else {
+        std::memcpy(at, &pixel, 2);
+        at[2] = uchar(pixel >> 16);
+    }
+}
+
+constexpr int pixelsInBlock = 4;
+
+template<int Channels>
+QM_AVX2 inline bool blockIsZero(const uchar *row)
+{
+    const __m128i bits = _mm_loadu_si128(reinterpret_cast<const __m128i *>(row));
+    return _mm_testz_si128(bits, Channels == 4 ? _mm_set1_epi8(-1) : _mm_setr_epi32(-1, -1, -1, 0));
+}
+
+QM_AVX2 void unfilterUp(uchar *row, const uchar *above, int bytes)
+{
+    int i = 0;
+    for (; i + 32 <= bytes; i += 32) {
+        const auto at = reinterpret_cast<__m256i *>(row + i);
+        const __m256i up = _mm256_loadu_si256(reinterpret_cast<const __m256i *>(above + i));
+        _mm256_storeu_si256(at, _mm256_add_epi8(_mm256_loadu_si256(at), up));
+    }
+    for (; i < bytes; ++i)
+        row[i] = uchar(row[i] + above[i]);
+}
+
+// Four pixels a step: within a register the sum over all pixels to the left takes two shifted additions.
+template<int Channels>
+QM_AVX2 void unfilterSub(uchar *row, int bytes)
+{
+    const __m128i spread = Channels == 4 ? _mm_setr_epi8(0, 1, 2, 3, 4, 5, 6, 7, 8, 9, 10, 11, 12, 13, 14, 15)
+                                         : _mm_setr_epi8(0, 1, 2, -1, 3, 4, 5, -1, 6, 7, 8, -1, 9, 10, 11, -1);
+    const __m128i gather =
+        Channels == 4 ? spread : _mm_setr_epi8(0, 1, 2, 4, 5, 6, 8, 9, 10, 12, 13, 14, -1, -1, -1, -1);
+    __m128i left = _mm_setzero_si128(); // the last pixel, in all four lanes
+    int i = 0;
+    for (; i + 16 <= bytes; i += 4 * Channels) {
+        __m128i pixels = _mm_loadu_si128(reinterpret_cast<const __m128i *>(row + i));
+        pixels = _mm_shuffle_epi8(pixels, spread);
+        pixels = _mm_add_epi8(pixels, _mm_slli_si128(pixels, 4));
+        pixels = _mm_add_epi8(pixels, _mm_slli_si128(pixels, 8));
+        pixels = _mm_add_epi8(pixels, left);
+        left = _mm_shuffle_epi32(pixels, 0xff);
+        pixels = _mm_shuffle_epi8(pixels, gather);
+        if constexpr (Channels == 4) {
+            _mm_storeu_si128(reinterpret_cast<__m128i *>(row + i), pixels);
+        } else {
+            _mm_storel_epi64(reinterpret_cast<__m128i *>(row + i), pixels);
+            storePixel<4>(row + i + 8, _mm_srli_si128(pixels, 8));
+        }
+    }
+    for (; i < bytes; i += Channels) {
+        left = _mm_add_epi8(left, loadPixel(row + i));
+        storePixel<Channels>(row + i, left);
+    }
+}
+
+template<int Channels>
+QM_AVX2 void unfilterAverage(uchar *row, const uchar *above, int bytes)
+{
+    const __m128i ones = _mm_set1_epi8(1);
+    __m128i left = _mm_setzero_si128();
+    for (int i = 0; i < bytes; i += Channels) {
+        const __m128i up = loadPixel(above + i);
+        // The instruction rounds up, PNG rounds down.
+        const __m128i odd = _mm_and_si128(_mm_xor_si128(left, up), ones);
+        const __m128i average = _mm_sub_epi8(_mm_avg_epu8(left, up), odd);
+        left = _mm_add_epi8(loadPixel(row + i), average);
+        storePixel<Channels>(row + i, left);
+    }
+}
+
+struct PaethState {
+    __m128i left, corner; // 16-bit lanes
+};
+
+template<int Channels>
+QM_AVX2 inline void unfilterPaethPixel(PaethState &state, uchar *row, const uchar *above)
+{
+    const __m128i zero = _mm_setzero_si128();
+    const __m128i up = _mm_unpacklo_epi8(loadPixel(above), zero);
+    __m128i toLeft = _mm_sub_epi16(up, state.corner);
+    __m128i toAbove = _mm_sub_epi16(state.left, state.corner);
+    const __m128i toCorner = _mm_abs_epi16(_mm_add_epi16(toLeft, toAbove));
+    toLeft = _mm_abs_epi16(toLeft);
+    toAbove = _mm_abs_epi16(toAbove);
+    const __m128i least = _mm_min_epi16(toCorner, _mm_min_epi16(toLeft, toAbove));
+    const __m128i aboveOrCorner = _mm_blendv_epi8(state.corner, up, _mm_cmpeq_epi16(least, toAbove));
+    const __m128i nearest = _mm_blendv_epi8(aboveOrCorner, state.left, _mm_cmpeq_epi16(least, toLeft));
+    const __m128i sum = _mm_add_epi8(_mm_cvtepu8_epi16(loadPixel(row)), nearest); // the high bytes stay zero
+    storePixel<Channels>(row, _mm_packus_epi16(sum, sum));
+    state.left = sum;
+    state.corner = up;
+}
+
+// Where left and corner are equal the predictor is the pixel above, and it stays so as long as the residuals are zero:
+// flat parts of a screenshot are copied.
+template<int Channels>
+QM_AVX2 void unfilterPaeth(uchar *row, const uchar *above, int bytes)
+{
+    const __m128i zero = _mm_setzero_si128();
+    constexpr int block = pixelsInBlock * Channels;
+    constexpr qint64 ofPixel = Channels == 4 ? -1 : (qint64(1) << 48) - 1;
+    PaethState state{zero, zero};
+    int i = 0;
+    for (; i + block <= bytes; i += block) {
+        const bool levelStart = (_mm_cvtsi128_si64(_mm_xor_si128(state.left, state.corner)) & ofPixel) == 0;
+        if (levelStart && blockIsZero<Channels>(row + i)) {
+            std::memcpy(row + i, above + i, block);
+            state.left = state.corner = _mm_unpacklo_epi8(loadPixel(above + i + block - Channels), zero);
+            continue;
+        }
+        for (int pixel = 0; pixel < block; pixel += Channels)
+            unfilterPaethPixel<Channels>(state, row + i + pixel, above + i + pixel);
+    }
+    for (; i < bytes; i += Channels)
+        unfilterPaethPixel<Channels>(state, row + i, above + i);
+}
+
+template<int Channels>
+QM_AVX2 void unfilterRow(int filter, uchar *row, const uchar *above, int bytes)
+{
+    switch (filter) {
+    case subFilter: return unfilterSub<Channels>(row, bytes);
+    case upFilter: return unfilterUp(row, above, bytes);
+    case averageFilter: return unfilterAverage<Channels>(row, above, bytes);
+    case paethFilter: return unfilterPaeth<Channels>(row, above, bytes);
+    default: return;
+    }
+}
+
+void unfilter(int filter, uchar *row, const uchar *above, int bytes, int channels)
+{
+    channels == 3 ? unfilterRow<3>(filter, row, above, bytes) : unfilterRow<4>(filter, row, above, bytes);
+}
+
+QM_AVX2 inline __m256i load32(const uchar *at)
+{
+    return _mm256_loadu_si256(reinterpret_cast<const __m256i *>(at));
+}
+
+QM_AVX2 inline __m256i distance(__m256i a, __m256i b)
+{
+    return _mm256_sub_epi8(_mm256_max_epu8(a, b), _mm256_min_epu8(a, b));
+}
+
+// Paeth's predictor in 8-bit lanes. left + above - 2 corner is the sum of the two other differences when they point the
+// same way, else the difference of their amounts; a sum over 255 is the largest of the three whatever it is.
+QM_AVX2 inline __m256i paeth(__m256i left, __m256i above, __m256i corner)
+{
+    const __m256i toLeft = distance(above, corner);
+    const __m256i toAbove = distance(left, corner);
+    const __m256i leftBelow = _mm256_cmpeq_epi8(_mm256_min_epu8(left, corner), left);
+    const __m256i aboveBelow = _mm256_cmpeq_epi8(_mm256_min_epu8(above, corner), above);
+    const __m256i opposite = _mm256_xor_si256(leftBelow, aboveBelow);
+    const __m256i toCorner = _mm256_blendv_epi8(_mm256_adds_epu8(toLeft, toAbove), distance(toLeft, toAbove), opposite);
+    const __m256i notLeft = _mm256_min_epu8(toAbove, toCorner);
+    const __m256i aboveOrCorner = _mm256_blendv_epi8(corner, above, _mm256_cmpeq_epi8(notLeft, toAbove));
+    return _mm256_blendv_epi8(aboveOrCorner, left, _mm256_cmpeq_epi8(_mm256_min_epu8(toLeft, notLeft), toLeft));
+}
+
+template<int Filter>
+QM_AVX2 inline __m256i residual(const uchar *row, const uchar *above, int channels)
+{
+    const __m256i here = load32(row);
+    if constexpr (Filter == noFilter)
+        return here;
+    if constexpr (Filter == upFilter)
+        return _mm256_sub_epi8(here, load32(above));
+    const __m256i left = load32(row - channels);
+    if constexpr (Filter == subFilter)
+        return _mm256_sub_epi8(here, left);
+    if constexpr (Filter == averageFilter) {
+        const __m256i up = load32(above);
+        const __m256i odd = _mm256_and_si256(_mm256_xor_si256(left, up), _mm256_set1_epi8(1));
+        return _mm256_sub_epi8(here, _mm256_sub_epi8(_mm256_avg_epu8(left, up), odd));
+    }
+    return _mm256_sub_epi8(here, paeth(left, load32(above), load32(above - channels)));
+}
+
+QM_AVX2 inline quint64 total(__m256i sums)
+{
+    const __m128i halves = _mm_add_epi64(_mm256_castsi256_si128(sums), _mm256_extracti128_si256(sums, 1));
+    return quint64(_mm_cvtsi128_si64(halves)) + quint64(_mm_extract_epi64(halves, 1));
+}
+
+QM_AVX2 inline __m256i firstLanes(int count)
+{
+    const __m256i lane = _mm256_setr_epi8(0, 1, 2, 3, 4, 5, 6, 7, 8, 9, 10, 11, 12, 13, 14, 15, 16, 17, 18, 19, 20, 21,
+                                          22, 23, 24, 25, 26, 27, 28, 29, 30, 31);
+    return _mm256_cmpgt_epi8(_mm256_set1_epi8(char(count)), lane);
+}
+
+template<int Filter>
+QM_AVX2 PngKernels::FilterCost costOf(const uchar *const *rows, int count, int bytes, int channels)
+{
+    constexpr int block = PngKernels::sampledBlock, lead = 32;
+    PngKernels::FilterCost cost;
+    __m256i amount = _mm256_setzero_si256();
+    for (int start = 0; start < bytes; start += PngKernels::sampledStep) {
+        const int size = qMin(block, bytes - start);
+        alignas(32) uchar residuals[2][lead + block];
+        std::memset(residuals[0], 0, lead);
+        std::memset(residuals[1], 0, lead);
+        if (Filter == noFilter) {
+            for (int i = 0; i < size; i += 32)
+                _mm256_store_si256(reinterpret_cast<__m256i *>(residuals[0] + lead + i), load32(rows[0] + start + i));
+        }
+        for (int k = 1; k <= count; ++k) {
+            uchar *here = residuals[k & 1] + lead;
+            const uchar *before = residuals[~k & 1] + lead;
+            for (int i = 0; i < size; i += 32) {
+                const __m256i values = residual<Filter>(rows[k] + start + i, rows[k - 1] + start + i, channels);
+                _mm256_store_si256(reinterpret_cast<__m256i *>(here + i), values);
+                const __m256i counted = _mm256_and_si256(_mm256_abs_epi8(values), firstLanes(qMin(32, size - i)));
+                amount = _mm256_add_epi64(amount, _mm256_sad_epu8(counted, _mm256_setzero_si256()));
+            }
+            quint32 last = 0; // whether the byte before repeated something
+            for (int i = 0; i < size; i += 32) {
+                const __m256i values = load32(here + i);
+                __m256i same = _mm256_or_si256(_mm256_cmpeq_epi8(values, load32(here + i - 1)),
+                                               _mm256_cmpeq_epi8(values, load32(here + i - channels)));
+                if (k > 1 || Filter == noFilter)
+                    same = _mm256_or_si256(same, _mm256_cmpeq_epi8(values, load32(before + i)));
+                const quint32 valid = size - i >= 32 ? ~0u : (1u << (size - i)) - 1;
+                const quint32 repeats = quint32(_mm256_movemask_epi8(same));
+                cost.literals += quint64(__builtin_popcount(~repeats & valid));
+                cost.changes += quint64(__builtin_popcount((repeats ^ (repeats << 1 | last)) & valid));
+                last = repeats >> 31;
+            }
+            cost.sampled += quint64(size);
+        }
+    }
+    cost.amount = total(amount);
+    return cost;
+}
+
+QM_AVX2 int chooseFilter(const uchar *const *rows, int count, int bytes, int channels)
+{
+    const PngKernels::FilterCost costs[] = {
+        costOf<noFilter>(rows, count, bytes, channels), costOf<subFilter>(rows, count, bytes, channels),
+        costOf<upFilter>(rows, count, bytes, channels), costOf<averageFilter>(rows, count, bytes, channels),
+        costOf<paethFilter>(rows, count, bytes, channels)};
+    return PngKernels::cheapest(costs);
+}
+
+template<int Filter>
+QM_AVX2 void filterRow(uchar *out, const uchar *row, const uchar *above, int bytes, int channels)
+{
+    for (int i = 0; i < bytes; i += 32)
+        _mm256_storeu_si256(reinterpret_cast<__m256i *>(out + i), residual<Filter>(row + i, above + i, channels));
+}
+
+QM_AVX2 void filter(int filter, uchar *out, const uchar *row, const uchar *above, int bytes, int channels)
+{
+    switch (filter) {
+    case noFilter: return filterRow<noFilter>(out, row, above, bytes, channels);
+    case subFilter: return filterRow<subFilter>(out, row, above, bytes, channels);
+    case upFilter: return filterRow<upFilter>(out, row, above, bytes, channels);
+    case averageFilter: return filterRow<averageFilter>(out, row, above, bytes, channels);
+    default: return filterRow<paethFilter>(out, row, above, bytes, channels);
+    }
+}
+
+// RGBA to BGRA and back is the same exchange.
+QM_AVX2 inline __m256i exchanged(__m256i pixels)
+{
+    const __m256i order = _mm256_setr_epi8(2, 1, 0, 3, 6, 5, 4, 7, 10, 9, 8, 11, 14, 13, 12, 15, 2, 1, 0, 3, 6, 5, 4, 7,
+                                           10, 9, 8, 11, 14, 13, 12, 15);
+    return _mm256_shuffle_epi8(pixels, order);
+}
+
+QM_AVX2 void unpack(quint32 *words, const uchar *packed, int pixels, int channels)
+{
+    int i = 0;
+    if (channels == 4) {
+        for (; i + 8 <= pixels; i += 8)
+            _mm256_storeu_si256(reinterpret_cast<__m256i *>(words + i), exchanged(load32(packed + 4 * i)));
+    } else {
+        const __m128i order = _mm_setr_epi8(2, 1, 0, -1, 5, 4, 3, -1, 8, 7, 6, -1, 11, 10, 9, -1);
+        const __m128i alpha = _mm_set1_epi32(int(0xff000000u));
+        for (; i + 6 <= pixels; i += 4) {
+            const __m128i four = _mm_loadu_si128(reinterpret_cast<const __m128i *>(packed + 3 * i));
+            _mm_storeu_si128(reinterpret_cast<__m128i *>(words + i),
+                             _mm_or_si128(alpha, _mm_shuffle_epi8(four, order)));
+        }
+    }
+    PngKernels::portable().unpack(words + i, packed + channels * i, pixels - i, channels);
+}
+
+QM_AVX2 void pack(uchar *packed, const quint32 *words, int pixels, int channels)
+{
+    int i = 0;
+    if (channels == 4) {
+        for (; i + 8 <= pixels; i += 8)
+            _mm256_storeu_si256(reinterpret_cast<__m256i *>(packed + 4 * i),
+                                exchanged(load32(reinterpret_cast<const uchar *>(words + i))));
+    } else {
+        const __m128i order = _mm_setr_epi8(2, 1, 0, 6, 5, 4, 10, 9, 8, 14, 13, 12, -1, -1, -1, -1);
+        for (; i + 6 <= pixels; i += 4) { // each store writes four bytes that the next one writes again
+            const __m128i four = _mm_loadu_si128(reinterpret_cast<const __m128i *>(words + i));
+            _mm_storeu_si128(reinterpret_cast<__m128i *>(packed + 3 * i), _mm_shuffle_epi8(four, order));
+        }
+    }
+    PngKernels::portable().pack(packed + channels * i, words + i, pixels - i, channels);
+}
+
+QM_AVX2 bool opaqueWords(const quint32 *words, int pixels)
+{
+    __m256i all = _mm256_set1_epi32(-1);
+    int i = 0;
+    for (; i + 8 <= pixels; i += 8)
+        all = _mm256_and_si256(all, load32(reinterpret_cast<const uchar *>(words + i)));
+    return _mm256_testc_si256(all, _mm256_set1_epi32(int(0xff000000u))) &&
+           PngKernels::portable().opaqueWords(words + i, pixels - i);
+}
+
+QM_AVX2 void accumulate(quint16 *sums, const uchar *row, int bytes)
+{
+    int i = 0;
+    for (; i + 16 <= bytes; i += 16) {
+        const auto at = reinterpret_cast<__m256i *>(sums + i);
+        const __m256i more = _mm256_cvtepu8_epi16(_mm_loadu_si128(reinterpret_cast<const __m128i *>(row + i)));
+        _mm256_storeu_si256(at, _mm256_add_epi16(_mm256_loadu_si256(at), more));
+    }
+    for (; i < bytes; ++i)
+        sums[i] = quint16(sums[i] + row[i]);
+}
+
+bool opaquePacked(const uchar *packed, int pixels)
+{
+    return opaqueWords(reinterpret_cast<const quint32 *>(packed), pixels); // alpha is the highest byte here too
+}
+
+constexpr PngKernels avx2Kernels{&unfilter, &chooseFilter, &filter,     &unpack,
+                                 &pack,     &opaqueWords,  &accumulate, &opaquePacked};
+
+} // namespace
+
+const PngKernels *PngKernels::avx2()
+{
+    return __builtin_cpu_supports("avx2") && __builtin_cpu_supports("popcnt") ? &avx2Kernels : nullptr;
+}
+
+} // namespace qm
+
+#else
+
+const qm::PngKernels *qm::PngKernels::avx2()
+{
+    return nullptr;
+}
+
+#endif

@@ -1,0 +1,174 @@
+#include "imaging/PngLane.h"
+
+#include "imaging/PngKernels.h"
+
+#include <QIODevice>
+#include <QtEndian>
+
+#include <isa-l/crc.h>
+#include <isa-l/igzip_lib.h>
+
+#include <memory>
+#include <vector>
+
+namespace qm {
+
+namespace {
+
+constexpr size_t inputStep = 128 * 1024;
+constexpr size_t outputStep = 512 * 1024; // ISA-L copies its 32 KB window at every call: not too small a step
+constexpr int padding = 32;
+constexpr uchar ordinaryZlib = 0x78; // deflate with the full window; libpng treats smaller windows specially
+constexpr quint32 alwaysTakenLength = 8'000'000; // libpng refuses longer chunks that exceed the picture's own size
+
+// The content of consecutive IDAT chunks, their checksums verified at each end.
+class ImageData
+{
+public:
+    ImageData(QIODevice &file, quint32 firstLength, quint64 rawSize)
+        : m_file(file)
+        , m_longest(qMax<quint64>(alwaysTakenLength, rawSize))
+    {
+        begin(firstLength);
+    }
+
+    // More compressed bytes, or false at the end of the last chunk and at any fault.
+    bool refill()
+    {
+        while (m_left == 0) {
+            if (!endChunk() || !beginNext())
+                return false;
+        }
+        const qint64 got = m_file.read(reinterpret_cast<char *>(m_input.data()), qMin<qint64>(m_left, inputStep));
+        if (got <= 0)
+            return false;
+        m_crc = crc32_gzip_refl(m_crc, m_input.data(), quint64(got));
+        m_left -= quint32(got);
+        m_size = uint32_t(got);
+        return true;
+    }
+
+    uint8_t *bytes() { return m_input.data(); }
+    uint32_t size() const { return m_size; }
+
+    // After the stream's end: nothing more in this chunk, and its checksum is right.
+    bool ends() { return m_left == 0 && endChunk(); }
+
+private:
+    bool begin(quint32 length)
+    {
+        static constexpr uchar type[] = {'I', 'D', 'A', 'T'};
+        m_left = length;
+        m_crc = crc32_gzip_refl(0, type, 4);
+        return m_sound = length <= m_longest;
+    }
+
+    bool beginNext()
+    {
+        char head[8];
+        return m_file.read(head, 8) == 8 && std::memcmp(head + 4, "IDAT", 4) == 0 &&
+               begin(qFromBigEndian<quint32>(head));
+    }
+
+    bool endChunk()
+    {
+        char stored[4];
+        return m_sound && m_file.read(stored, 4) == 4 && qFromBigEndian<quint32>(stored) == m_crc;
+    }
+
+    QIODevice &m_file;
+    const quint64 m_longest;
+    std::vector<uint8_t> m_input = std::vector<uint8_t>(inputStep);
+    uint32_t m_size = 0;
+    quint32 m_left = 0;
+    quint32 m_crc = 0;
+    bool m_sound = true;
+};
+
+class Inflater
+{
+public:
+    explicit Inflater(ImageData &data)
+        : m_data(data)
+        , m_state(std::make_unique<inflate_state>())
+    {
+        isal_inflate_init(m_state.get());
+        m_state->crc_flag = ISAL_ZLIB; // header and checksum are read and verified
+    }
+
+    // Exactly so many bytes.
+    bool fill(uchar *out, size_t bytes) { return inflate(out, bytes) == bytes; }
+
+    // Every byte was asked for, and the checksum over them is right.
+    bool ends()
+    {
+        uchar beyond = 0;
+        return inflate(&beyond, 1) == 0 && m_sound && m_state->block_state == ISAL_BLOCK_FINISH &&
+               m_state->avail_in == 0 && m_state->read_in_length < 8 && m_data.ends();
+    }
+
+private:
+    size_t inflate(uchar *out, size_t bytes)
+    {
+        m_state->next_out = out;
+        m_state->avail_out = uint32_t(bytes);
+        while (m_state->avail_out > 0 && m_state->block_state != ISAL_BLOCK_FINISH) {
+            if (m_starved) {
+                if (!m_data.refill() || (!m_state->next_in && m_data.bytes()[0] != ordinaryZlib))
+                    break;
+                m_state->next_in = m_data.bytes();
+                m_state->avail_in = m_data.size();
+            }
+            const uint32_t inputBefore = m_state->avail_in, outputBefore = m_state->avail_out;
+            const bool well = isal_inflate(m_state.get()) == ISAL_DECOMP_OK;
+            const bool stuck =
+                inputBefore > 0 && m_state->avail_in == inputBefore && m_state->avail_out == outputBefore;
+            if (!well || stuck) {
+                m_sound = false; // a wrong checksum, too, leaves the state at its end
+                break;
+            }
+            // With no input left there may still be output inside, until a call leaves room in the buffer.
+            m_starved = m_state->avail_in == 0 && m_state->avail_out > 0;
+        }
+        return bytes - m_state->avail_out;
+    }
+
+    ImageData &m_data;
+    const std::unique_ptr<inflate_state> m_state;
+    bool m_starved = true;
+    bool m_sound = true;
+};
+
+} // namespace
+
+Decoded PngLane::read(QIODevice &file, quint32 firstLength, const PictureHeader &header, RowSink &sink)
+{
+    const PngKernels &kernels = PngKernels::best();
+    const int channels = header.format == QImage::Format_RGB888 ? 3 : 4;
+    const int rowBytes = header.size.width() * channels;
+    const size_t stride = size_t(rowBytes) + 1; // the filter's number stands before each row
+    const int band = int(qBound<size_t>(1, outputStep / stride, size_t(header.size.height())));
+    // The row above the band, zeros at first, then the band.
+    std::vector<uchar> rows((size_t(band) + 1) * stride + padding);
+
+    ImageData data(file, firstLength, stride * size_t(header.size.height()));
+    Inflater inflater(data);
+    for (int left = header.size.height(); left > 0;) {
+        const int count = qMin(band, left);
+        if (!inflater.fill(rows.data() + stride, size_t(count) * stride))
+            return Decoded::notTaken;
+        for (int i = 1; i <= count; ++i) {
+            uchar *row = rows.data() + size_t(i) * stride + 1;
+            if (row[-1] > 4)
+                return Decoded::notTaken;
+            kernels.unfilter(row[-1], row, row - stride, rowBytes, channels);
+            if (!sink.add(row))
+                return Decoded::stopped;
+        }
+        std::memcpy(rows.data(), rows.data() + size_t(count) * stride, stride);
+        left -= count;
+    }
+    return inflater.ends() ? Decoded::whole : Decoded::notTaken;
+}
+
+} // namespace qm

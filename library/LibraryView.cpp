@@ -1,0 +1,300 @@
+#include "library/LibraryView.h"
+
+#include "app/base/AppLocale.h"
+#include "index/ShotStore.h"
+#include "library/LibraryLook.h"
+#include "library/PreviewPane.h"
+#include "library/ShotListView.h"
+
+#include <QAbstractButton>
+#include <QApplication>
+#include <QBoxLayout>
+#include <QKeyEvent>
+#include <QLabel>
+#include <QLineEdit>
+#include <QMenu>
+#include <QPointer>
+#include <QShortcut>
+#include <QStackedLayout>
+
+namespace qm {
+
+static constexpr int listMinimum = 320; // points, as all of these
+static constexpr int listIdeal = 380;
+static constexpr int previewMinimum = 280;
+static constexpr int searchPadding = 10;
+static constexpr int searchSymbolSize = 16;
+static constexpr int emptySymbolSize = 48;
+
+QList<Shot> LibraryView::findInIndex(const QString &text)
+{
+    return text.isEmpty() ? ShotStore::recent(resultLimit) : ShotStore::search(text, resultLimit);
+}
+
+LibraryView::LibraryView(Environment environment, QWidget *parent)
+    : QWidget(parent)
+    , m_environment(std::move(environment))
+{
+    m_queries.setMaxThreadCount(1);
+
+    m_preview = new PreviewPane(m_environment.thumbnails);
+    m_preview->setMinimumWidth(previewMinimum);
+    m_preview->onAction = [this](ShotAction action, const Shot &shot) { perform(action, Shot(shot)); };
+
+    auto *split = new LineSplitter;
+    split->addWidget(makeListPane());
+    split->addWidget(m_preview);
+    split->setStretchFactor(0, 0);
+    split->setStretchFactor(1, 1);
+    split->setSizes({listIdeal, previewMinimum});
+
+    auto *layout = new QVBoxLayout(this);
+    layout->setContentsMargins(0, 0, 0, 0);
+    layout->addWidget(split);
+
+    auto *find = new QShortcut(QKeySequence::Find, this);
+    connect(find, &QShortcut::activated, this, [this] {
+        m_search->setFocus(Qt::ShortcutFocusReason);
+        m_search->selectAll();
+    });
+    auto *close = new QShortcut(QKeySequence::Close, this);
+    connect(close, &QShortcut::activated, this, [this] { window()->close(); });
+    refresh();
+}
+
+LibraryView::~LibraryView()
+{
+    m_queries.clear();
+    m_queries.waitForDone();
+}
+
+QWidget *LibraryView::makeListPane()
+{
+    m_search = new QLineEdit;
+    m_search->setFrame(false);
+    m_search->setClearButtonEnabled(true);
+    m_search->setPlaceholderText(
+        AppLocale::text(u"Search by OCR text (empty = recent)", u"OCR テキストで検索（空欄で新しい順の履歴）"));
+    m_search->setAccessibleName(AppLocale::text(u"Search", u"検索"));
+    m_search->installEventFilter(this);
+    connect(m_search, &QLineEdit::textChanged, this, [this] {
+        scheduleReload();
+        refresh();
+    });
+
+    // The field draws no ground of its own: it shares one with the symbol.
+    QPalette clear;
+    clear.setColor(QPalette::Base, Qt::transparent);
+    m_search->setPalette(clear);
+    auto *ground = new FieldGround;
+    auto *groundLayout = new QHBoxLayout(ground);
+    groundLayout->setContentsMargins(8, 4, 4, 4);
+    groundLayout->setSpacing(6);
+    groundLayout->addWidget(new SymbolView(QStringLiteral("magnifyingglass"), searchSymbolSize));
+    groundLayout->addWidget(m_search);
+    auto *searchRow = new QHBoxLayout;
+    searchRow->setContentsMargins(searchPadding, searchPadding, searchPadding, searchPadding);
+    searchRow->addWidget(ground);
+
+    m_list = new ShotListView(m_environment.thumbnails);
+    m_list->onSelect = [this](std::optional<qint64> id) { setSelection(id); };
+    m_list->onActivate = [this](const Shot &shot) { perform(ShotAction::copy, shot); };
+    m_list->onContextMenu = [this](const Shot &shot, const QPoint &position) { showMenu(shot, position); };
+    m_list->onLeaveUpwards = [this] { m_search->setFocus(); };
+
+    auto *noMatches = new QLabel(AppLocale::text(u"No matches", u"該当なし"));
+    noMatches->setAlignment(Qt::AlignCenter);
+    noMatches->setForegroundRole(QPalette::PlaceholderText);
+
+    m_listArea = new QStackedLayout;
+    m_listArea->insertWidget(listArea, m_list);
+    m_listArea->insertWidget(emptyArea, makeEmptyState());
+    m_listArea->insertWidget(noMatchesArea, noMatches);
+    m_listArea->insertWidget(blankArea, new QWidget);
+
+    auto *pane = new QWidget;
+    pane->setMinimumWidth(listMinimum);
+    auto *layout = new QVBoxLayout(pane);
+    layout->setContentsMargins(0, 0, 0, 0);
+    layout->setSpacing(0);
+    layout->addLayout(searchRow);
+    layout->addLayout(m_listArea, 1);
+    return pane;
+}
+
+QWidget *LibraryView::makeEmptyState()
+{
+    auto *title = new QLabel(AppLocale::text(u"No screenshots yet", u"まだスクショがありません"));
+    QFont larger = title->font();
+    larger.setPointSizeF(larger.pointSizeF() * 1.2);
+    title->setFont(larger);
+    title->setAlignment(Qt::AlignCenter);
+    auto *hint = new QLabel(AppLocale::text(u"Un-indexed images can be OCR-indexed with `qms ocr`",
+                                            u"未OCRの画像があれば `qms ocr` で抽出できます"));
+    hint->setFont(LibraryLook::caption(hint->font()));
+    hint->setForegroundRole(QPalette::PlaceholderText);
+    hint->setWordWrap(true);
+    hint->setAlignment(Qt::AlignCenter);
+
+    auto *page = new QWidget;
+    auto *layout = new QVBoxLayout(page);
+    layout->setContentsMargins(24, 24, 24, 24);
+    layout->setSpacing(8);
+    layout->addStretch();
+    layout->addWidget(new SymbolView(QStringLiteral("photo.on.rectangle.angled"), emptySymbolSize), 0,
+                      Qt::AlignHCenter);
+    layout->addWidget(title);
+    layout->addWidget(hint);
+    layout->addStretch();
+    return page;
+}
+
+void LibraryView::showEvent(QShowEvent *event)
+{
+    QWidget::showEvent(event);
+    if (event->spontaneous())
+        return;
+    m_search->setFocus();
+    if (!m_didLoad) {
+        m_didLoad = true;
+        reload();
+    }
+}
+
+void LibraryView::scheduleReload()
+{
+    m_debounceTask = m_environment.main.postAfter(debounce, [this] { reload(); });
+}
+
+void LibraryView::reload()
+{
+    m_queries.clear(); // questions that nobody has any more
+    m_queries.start([this, text = m_search->text().trimmed(), find = m_environment.find, number = ++m_asked] {
+        const QList<Shot> shots = find(text);
+        const auto answer = [this, shots, text, number] {
+            m_answered = number;
+            setResult(shots, text);
+        };
+        QMetaObject::invokeMethod(this, answer, Qt::QueuedConnection);
+    });
+}
+
+void LibraryView::setResult(const QList<Shot> &shots, const QString &text)
+{
+    m_shots = shots;
+    m_foundText = text;
+    m_hasResult = true;
+    if (!selected())
+        m_selection.reset();
+    refresh();
+}
+
+void LibraryView::setSelection(std::optional<qint64> id)
+{
+    m_selection = id;
+    refresh();
+}
+
+const Shot *LibraryView::selected() const
+{
+    for (const Shot &shot : m_shots) {
+        if (shot.id == m_selection)
+            return &shot;
+    }
+    return nullptr;
+}
+
+void LibraryView::refresh()
+{
+    const Shot *shot = selected();
+    m_list->setContent(m_shots, m_selection);
+    m_preview->setShot(shot ? std::optional(*shot) : std::nullopt, m_foundText);
+    m_listArea->setCurrentIndex(!m_shots.isEmpty()            ? listArea
+                                : !m_search->text().isEmpty() ? noMatchesArea
+                                : m_hasResult                 ? emptyArea
+                                                              : blankArea);
+}
+
+void LibraryView::perform(ShotAction action, const Shot &shot)
+{
+    switch (action) {
+    case ShotAction::copy:
+        return ShotActions::copyToClipboard(shot, [self = QPointer(this)](bool copied) {
+            if (copied && self)
+                self->m_preview->confirmCopy();
+        });
+    case ShotAction::annotate:
+        if (m_environment.annotate)
+            m_environment.annotate(shot.path);
+        return;
+    case ShotAction::showInFolder: return ShotActions::showInFolder(shot);
+    case ShotAction::open: return ShotActions::open(shot);
+    }
+}
+
+void LibraryView::showMenu(const Shot &shot, const QPoint &globalPosition)
+{
+    auto *menu = new QMenu(this);
+    menu->setAttribute(Qt::WA_DeleteOnClose);
+    for (const ShotAction action : {ShotAction::copy, ShotAction::annotate, ShotAction::showInFolder, ShotAction::open})
+        menu->addAction(ShotActions::title(action), this, [this, action, shot] { perform(action, shot); });
+    menu->popup(globalPosition);
+}
+
+// What the field leaves alone comes here too, as it does from the list and the text.
+void LibraryView::keyPressEvent(QKeyEvent *event)
+{
+    const bool plain = !(event->modifiers() & ~(Qt::ShiftModifier | Qt::KeypadModifier));
+    const QString text = event->text();
+    if (event->key() == Qt::Key_Escape) {
+        escape();
+    } else if (event->key() == Qt::Key_Return || event->key() == Qt::Key_Enter) {
+        if (auto *button = qobject_cast<QAbstractButton *>(focusWidget()); button && button->hasFocus())
+            button->click();
+        else if (const Shot *shot = selected())
+            perform(ShotAction::copy, *shot);
+    } else if (event == QKeySequence::Copy) {
+        if (const Shot *shot = selected())
+            perform(ShotAction::copy, *shot);
+    } else if (plain && !text.isEmpty() && text.front().isPrint() && !text.front().isSpace() && !m_search->hasFocus()) {
+        m_search->setFocus();
+        m_search->end(false);
+        m_search->insert(text);
+    } else {
+        QWidget::keyPressEvent(event);
+    }
+}
+
+bool LibraryView::fieldKey(const QKeyEvent &event)
+{
+    if (event.key() == Qt::Key_Down) {
+        if (!m_shots.isEmpty())
+            m_list->enter();
+        return true;
+    }
+    if (event.matches(QKeySequence::Copy) && !m_search->hasSelectedText()) {
+        if (const Shot *shot = selected())
+            perform(ShotAction::copy, *shot);
+        return true;
+    }
+    return false;
+}
+
+bool LibraryView::eventFilter(QObject *watched, QEvent *event)
+{
+    if (watched == m_search && event->type() == QEvent::KeyPress)
+        return fieldKey(*static_cast<QKeyEvent *>(event));
+    return QWidget::eventFilter(watched, event);
+}
+
+void LibraryView::escape()
+{
+    if (m_search->text().isEmpty()) {
+        window()->close();
+        return;
+    }
+    m_search->clear();
+    m_search->setFocus();
+}
+
+} // namespace qm

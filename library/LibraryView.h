@@ -1,0 +1,83 @@
+#pragma once
+
+#include "library/ShotActions.h"
+#include "library/ThumbnailCache.h"
+#include "platform/TaskQueue.h"
+
+#include <QList>
+#include <QThreadPool>
+#include <QWidget>
+
+class QLineEdit;
+class QStackedLayout;
+
+namespace qm {
+
+class PreviewPane;
+class ShotListView;
+
+// The library's content: search field and list on the left, the preview on the right. Main thread; the index is only read,
+// on a thread of the view's own.
+class LibraryView : public QWidget
+{
+    Q_OBJECT
+
+public:
+    static constexpr int resultLimit = 200;
+    static constexpr std::chrono::milliseconds debounce{200};
+
+    struct Environment {
+        TaskQueue &main;                                  // where the debounce waits
+        std::function<QList<Shot>(const QString &)> find; // the shots for a trimmed text; any thread, may block
+        std::function<void(const QString &path)> annotate;
+        ThumbnailCache &thumbnails;
+    };
+    static QList<Shot> findInIndex(const QString &text); // the application's: newest first, all of them for no text
+
+    explicit LibraryView(Environment environment, QWidget *parent = nullptr);
+    ~LibraryView() override;
+
+    void reload(); // asks for the search text's shots, at once
+
+    bool isLoading() const { return m_answered != m_asked; }
+    const QList<Shot> &shots() const { return m_shots; }
+    std::optional<qint64> selection() const { return m_selection; }
+
+protected:
+    void showEvent(QShowEvent *event) override;
+    void keyPressEvent(QKeyEvent *event) override;
+    bool eventFilter(QObject *watched, QEvent *event) override;
+
+private:
+    QWidget *makeListPane();
+    QWidget *makeEmptyState();
+    void scheduleReload();
+    void setResult(const QList<Shot> &shots, const QString &text);
+    void setSelection(std::optional<qint64> id);
+    void refresh();
+
+    const Shot *selected() const;
+    void perform(ShotAction action, const Shot &shot);
+    void showMenu(const Shot &shot, const QPoint &globalPosition);
+    bool fieldKey(const QKeyEvent &event);
+    void escape();
+
+    Environment m_environment;
+    QList<Shot> m_shots;
+    QString m_foundText; // what m_shots was found by, trimmed
+    std::optional<qint64> m_selection;
+    bool m_didLoad = false;
+    bool m_hasResult = false;
+    quint64 m_asked = 0;    // the last question's number
+    quint64 m_answered = 0; // the last result's
+    Timer m_debounceTask;
+
+    QLineEdit *m_search = nullptr;
+    ShotListView *m_list = nullptr;
+    QStackedLayout *m_listArea = nullptr; // by Area
+    enum Area { listArea, emptyArea, noMatchesArea, blankArea };
+    PreviewPane *m_preview = nullptr;
+    QThreadPool m_queries; // of one thread, so that results come in the order of the questions; ends first
+};
+
+} // namespace qm

@@ -1,0 +1,137 @@
+#include "library/PreviewPane.h"
+
+#include "app/base/AppLocale.h"
+#include "library/ActionRow.h"
+#include "library/LibraryLook.h"
+#include "library/PreviewPicture.h"
+#include "library/RecognisedText.h"
+
+#include <QLabel>
+#include <QProgressBar>
+#include <QScreen>
+#include <QStackedLayout>
+#include <QVBoxLayout>
+
+namespace qm {
+
+static constexpr int margin = 14;
+static constexpr int gap = 12;
+static constexpr int progressWidth = 120;
+static constexpr int failureSymbolSize = 36;
+
+static QLabel *secondaryLabel(const QString &text)
+{
+    auto *label = new QLabel(text);
+    label->setAlignment(Qt::AlignCenter);
+    label->setWordWrap(true);
+    label->setForegroundRole(QPalette::PlaceholderText);
+    return label;
+}
+
+PreviewPane::PreviewPane(ThumbnailCache &cache, QWidget *parent)
+    : QWidget(parent)
+    , m_loader(cache)
+{
+    m_pages = new QStackedLayout(this);
+    m_pages->addWidget(makePlaceholder());
+    m_pages->addWidget(makeContent());
+    connect(&m_loader, &ImageLoader::changed, this, &PreviewPane::refresh);
+    refresh();
+}
+
+QWidget *PreviewPane::makePlaceholder()
+{
+    auto *page = new QWidget;
+    auto *layout = new QVBoxLayout(page);
+    layout->setContentsMargins(margin, margin, margin, margin);
+    layout->addWidget(
+        secondaryLabel(AppLocale::text(u"Select an item to preview it here", u"項目を選ぶとここにプレビューが出ます")));
+    return page;
+}
+
+QWidget *PreviewPane::makeFailure()
+{
+    auto *page = new QWidget;
+    auto *layout = new QVBoxLayout(page);
+    layout->addStretch();
+    layout->addWidget(new SymbolView(QStringLiteral("exclamationmark.triangle"), failureSymbolSize), 0,
+                      Qt::AlignHCenter);
+    layout->addWidget(secondaryLabel(AppLocale::text(u"Can't load this image", u"この画像を読み込めません")));
+    layout->addStretch();
+    return page;
+}
+
+QWidget *PreviewPane::makeContent()
+{
+    auto *bar = new QProgressBar;
+    bar->setRange(0, 0);
+    bar->setTextVisible(false);
+    bar->setFixedWidth(progressWidth);
+    bar->setAccessibleName(AppLocale::text(u"Loading", u"読み込み中"));
+    m_progress = new QWidget;
+    (new QVBoxLayout(m_progress))->addWidget(bar, 0, Qt::AlignCenter);
+
+    m_picture = new PreviewPicture;
+    m_failure = makeFailure();
+    auto *area = new QWidget;
+    m_area = new QStackedLayout(area);
+    m_area->addWidget(m_progress);
+    m_area->addWidget(m_picture);
+    m_area->addWidget(m_failure);
+
+    m_text = new RecognisedText;
+    m_actions = new ActionRow;
+    m_actions->onAction = [this](ShotAction action) {
+        if (m_shot && onAction)
+            onAction(action, *m_shot);
+    };
+
+    auto *page = new QWidget;
+    auto *layout = new QVBoxLayout(page);
+    layout->setContentsMargins(margin, margin, margin, margin);
+    layout->setSpacing(gap);
+    layout->addWidget(area, 1);
+    layout->addWidget(m_text);
+    layout->addWidget(m_actions);
+    return page;
+}
+
+void PreviewPane::setShot(const std::optional<Shot> &shot, const QString &searched)
+{
+    m_shot = shot;
+    if (shot) {
+        const QSize pixels = screen()->size() * screen()->devicePixelRatio();
+        m_loader.load(shot->path, std::max(pixels.width(), pixels.height()));
+        m_text->setContent(shot->ocrText.value_or(QString()), searched);
+    }
+    refresh();
+}
+
+PreviewPane::Showing PreviewPane::showing() const
+{
+    if (!m_shot)
+        return Showing::placeholder;
+    if (m_loader.failed())
+        return Showing::failure;
+    return m_loader.image().isNull() ? Showing::progress : Showing::picture;
+}
+
+void PreviewPane::refresh()
+{
+    m_pages->setCurrentIndex(m_shot ? 1 : 0);
+    if (!m_shot)
+        return;
+    m_picture->setImage(m_loader.image());
+    m_picture->setAccessibleName(m_shot->filename);
+    m_area->setCurrentWidget(showing() == Showing::failure   ? m_failure
+                             : showing() == Showing::picture ? static_cast<QWidget *>(m_picture)
+                                                             : m_progress);
+    m_text->setVisible(m_shot->ocrText && !m_shot->ocrText->trimmed().isEmpty());
+}
+
+void PreviewPane::confirmCopy()
+{
+    m_actions->confirmCopy();
+}
+
+} // namespace qm

@@ -1,0 +1,54 @@
+#pragma once
+
+#include "index/Shot.h"
+#include "library/ImageLoader.h"
+#include "library/ShotActions.h"
+
+#include <QWidget>
+
+class QLabel;
+class QProgressBar;
+class QStackedLayout;
+
+namespace qm {
+
+class ActionRow;
+class PreviewPicture;
+class RecognisedText;
+
+// The right-hand side of the library: the selected shot large, the text in it, and what can be done with it. Main thread.
+class PreviewPane : public QWidget
+{
+    Q_OBJECT
+
+public:
+    enum class Showing { placeholder, progress, picture, failure };
+
+    explicit PreviewPane(ThumbnailCache &cache, QWidget *parent = nullptr);
+
+    // The words of `searched` are marked in the shot's text.
+    void setShot(const std::optional<Shot> &shot, const QString &searched);
+    Showing showing() const;
+
+    std::function<void(ShotAction action, const Shot &shot)> onAction;
+
+    void confirmCopy(); // for a moment, where somebody looks who has just copied
+
+private:
+    QWidget *makePlaceholder();
+    QWidget *makeContent();
+    QWidget *makeFailure();
+    void refresh();
+
+    std::optional<Shot> m_shot;
+    ImageLoader m_loader;
+    QStackedLayout *m_pages = nullptr; // the placeholder, or the content
+    QStackedLayout *m_area = nullptr;  // progress, the picture, or the failure
+    QWidget *m_progress = nullptr;
+    QWidget *m_failure = nullptr;
+    PreviewPicture *m_picture = nullptr;
+    RecognisedText *m_text = nullptr;
+    ActionRow *m_actions = nullptr;
+};
+
+} // namespace qm

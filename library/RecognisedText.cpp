@@ -1,0 +1,138 @@
+#include "library/RecognisedText.h"
+
+#include "app/base/AppLocale.h"
+#include "library/LibraryLook.h"
+
+#include <QKeyEvent>
+#include <QScrollBar>
+#include <QTextBlock>
+
+#include <algorithm>
+#include <cmath>
+
+namespace qm {
+
+static constexpr int maxLines = 5;
+static constexpr int maxMarks = 500;          // more than anybody looks at
+static constexpr qsizetype maxUnits = 60'000; // laying a text out takes this thread's time; this much is many pages
+
+RecognisedText::RecognisedText(QWidget *parent)
+    : QPlainTextEdit(parent)
+{
+    m_pool.setMaxThreadCount(1);
+    setReadOnly(true);
+    setTextInteractionFlags(Qt::TextSelectableByMouse | Qt::TextSelectableByKeyboard);
+    setTabChangesFocus(true);
+    setUndoRedoEnabled(false);
+    setHorizontalScrollBarPolicy(Qt::ScrollBarAlwaysOff);
+    setFrameShape(NoFrame);
+    setFont(LibraryLook::caption(font()));
+    setSizePolicy(QSizePolicy::Expanding, QSizePolicy::Fixed);
+    setAccessibleName(AppLocale::text(u"Recognised text", u"認識されたテキスト"));
+}
+
+RecognisedText::~RecognisedText()
+{
+    m_pool.clear();
+    m_pool.waitForDone();
+}
+
+void RecognisedText::setContent(const QString &text, const QString &searched)
+{
+    if (text == m_text && searched == m_searched)
+        return;
+    if (text != m_text)
+        setPlainText(text.left(maxUnits));
+    m_text = text;
+    m_searched = searched;
+    ++m_content;
+    m_marks.clear();
+    showMarks();
+    fitHeight();
+    verticalScrollBar()->setValue(0);
+    if (!text.isEmpty() && !searched.isEmpty())
+        look();
+}
+
+void RecognisedText::look()
+{
+    m_pool.clear();
+    m_pool.start([this, text = m_text.left(maxUnits), searched = m_searched, content = m_content] {
+        QList<TextMatch::Range> marks;
+        for (qsizetype from = 0; marks.size() < maxMarks;) {
+            const std::optional<TextMatch::Range> match = TextMatch::find(text, searched, from);
+            if (!match || match->length == 0)
+                break;
+            marks << *match;
+            from = match->start + match->length;
+        }
+        QMetaObject::invokeMethod(
+            this,
+            [this, marks, content] {
+                if (content != m_content)
+                    return;
+                m_marks = marks;
+                showMarks();
+                if (marks.isEmpty())
+                    return;
+                QTextCursor first(document());
+                first.setPosition(int(marks.first().start));
+                setTextCursor(first);
+                centerCursor();
+            },
+            Qt::QueuedConnection);
+    });
+}
+
+void RecognisedText::showMarks()
+{
+    QList<QTextEdit::ExtraSelection> selections;
+    for (const TextMatch::Range &mark : m_marks) {
+        QTextCursor cursor(document());
+        cursor.setPosition(int(mark.start));
+        cursor.setPosition(int(mark.start + mark.length), QTextCursor::KeepAnchor);
+        QTextCharFormat format;
+        format.setBackground(LibraryLook::marked(palette()));
+        selections << QTextEdit::ExtraSelection{cursor, format};
+    }
+    setExtraSelections(selections);
+}
+
+void RecognisedText::fitHeight()
+{
+    const QFontMetricsF metrics(font());
+    const double width = std::max(1.0, viewport()->width() - 2 * document()->documentMargin());
+    double lines = 0;
+    for (QTextBlock block = document()->begin(); block.isValid() && lines < maxLines; block = block.next())
+        lines += std::max(1.0, std::ceil(metrics.horizontalAdvance(block.text().left(1000)) / width));
+    const double text = std::ceil(std::min(lines, double(maxLines)) * metrics.lineSpacing());
+    const int height = int(text + 2 * document()->documentMargin()) + 2 * frameWidth();
+    if (height != minimumHeight())
+        setFixedHeight(height);
+}
+
+void RecognisedText::keyPressEvent(QKeyEvent *event)
+{
+    const bool nothingToCopy = event == QKeySequence::Copy && !textCursor().hasSelection();
+    const bool typed = !event->text().isEmpty() && event->text().front().isPrint();
+    const int key = event->key();
+    if (nothingToCopy || typed || key == Qt::Key_Return || key == Qt::Key_Enter || key == Qt::Key_Escape)
+        event->ignore(); // the window's
+    else
+        QPlainTextEdit::keyPressEvent(event);
+}
+
+void RecognisedText::resizeEvent(QResizeEvent *event)
+{
+    QPlainTextEdit::resizeEvent(event);
+    fitHeight();
+}
+
+void RecognisedText::changeEvent(QEvent *event)
+{
+    QPlainTextEdit::changeEvent(event);
+    if (event->type() == QEvent::PaletteChange)
+        showMarks();
+}
+
+} // namespace qm

@@ -1,0 +1,40 @@
+#pragma once
+
+#include "index/TextMatch.h"
+
+#include <QPlainTextEdit>
+#include <QThreadPool>
+
+namespace qm {
+
+// The text that was read in a screenshot, to be read and selected, with the words marked that were searched for. As high
+// as its lines, up to a few. Main thread; the words are looked for on another, as a text may be long.
+class RecognisedText : public QPlainTextEdit
+{
+    Q_OBJECT
+
+public:
+    explicit RecognisedText(QWidget *parent = nullptr);
+    ~RecognisedText() override;
+
+    void setContent(const QString &text, const QString &searched);
+    const QList<TextMatch::Range> &marks() const { return m_marks; }
+
+protected:
+    void keyPressEvent(QKeyEvent *event) override;
+    void resizeEvent(QResizeEvent *event) override;
+    void changeEvent(QEvent *event) override;
+
+private:
+    void look();
+    void showMarks();
+    void fitHeight();
+
+    QString m_text;
+    QString m_searched;
+    quint64 m_content = 0; // counts
+    QList<TextMatch::Range> m_marks;
+    QThreadPool m_pool;
+};
+
+} // namespace qm

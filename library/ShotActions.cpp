@@ -1,0 +1,120 @@
+#include "library/ShotActions.h"
+
+#include "app/base/AppLocale.h"
+#include "imaging/ImageFile.h"
+#include "imaging/Pasteboard.h"
+#include "imaging/PngWriter.h"
+#include "platform/QtQueue.h"
+#include "platform/Workspace.h"
+
+#include <QFile>
+#include <QMimeData>
+#include <QThreadPool>
+#include <QUrl>
+
+#include <optional>
+
+namespace qm {
+
+QString ShotActions::title(ShotAction action)
+{
+    switch (action) {
+    case ShotAction::copy: return AppLocale::text(u"Copy", u"コピー");
+    case ShotAction::annotate: return AppLocale::text(u"Annotate…", u"注釈…");
+    case ShotAction::showInFolder: return AppLocale::text(u"Show in Folder", u"フォルダーで表示");
+    case ShotAction::open: return AppLocale::text(u"Open", u"開く");
+    }
+    return {};
+}
+
+QString ShotActions::symbol(ShotAction action)
+{
+    switch (action) {
+    case ShotAction::copy: return QStringLiteral("doc.on.doc");
+    case ShotAction::annotate: return QStringLiteral("pencil.and.outline");
+    case ShotAction::showInFolder: return QStringLiteral("folder");
+    case ShotAction::open: return QStringLiteral("arrow.up.forward.square");
+    }
+    return {};
+}
+
+void ShotActions::copyToClipboard(const Shot &shot, std::function<void(bool)> done)
+{
+    static QThreadPool pool; // of one thread: that keeps the order
+    pool.setMaxThreadCount(1);
+    pool.start([path = shot.path, done = std::move(done)] {
+        QtQueue::main().post([image = ImageFile::load(path).image, done] {
+            if (!image.isNull())
+                Pasteboard::setImage(image);
+            if (done)
+                done(!image.isNull());
+        });
+    });
+}
+
+void ShotActions::showInFolder(const Shot &shot)
+{
+    Workspace::reveal(shot.path);
+}
+
+void ShotActions::open(const Shot &shot)
+{
+    Workspace::openFile(shot.path);
+}
+
+namespace {
+
+const QString pngType = QStringLiteral("image/png");
+const QString uriType = QStringLiteral("text/uri-list");
+const QString qtImageType = QStringLiteral("application/x-qt-image"); // stands for every other format Qt can write
+
+class ShotData : public QMimeData
+{
+public:
+    explicit ShotData(const QString &path)
+        : m_path(path)
+    {
+        setUrls({QUrl::fromLocalFile(path)});
+    }
+
+    QStringList formats() const override { return {uriType, pngType, qtImageType}; }
+    bool hasFormat(const QString &type) const override { return formats().contains(type); }
+
+protected:
+    QVariant retrieveData(const QString &type, QMetaType wanted) const override
+    {
+        if (type == pngType)
+            return png();
+        if (type == qtImageType)
+            return image().pixels;
+        return QMimeData::retrieveData(type, wanted);
+    }
+
+private:
+    QByteArray png() const
+    {
+        QFile file(m_path);
+        if (!m_path.endsWith(QStringLiteral(".png"), Qt::CaseInsensitive))
+            return image().isNull() ? QByteArray() : PngWriter::encode(image());
+        return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
+    }
+
+    const Image &image() const
+    {
+        if (!m_image)
+            m_image = ImageFile::load(m_path).image;
+        return *m_image;
+    }
+
+    const QString m_path;
+    mutable std::optional<Image> m_image;
+};
+
+} // namespace
+
+QMimeData *ShotActions::mimeData(const Shot &shot)
+{
+    return new ShotData(shot.path);
+}
+
+} // namespace qm

@@ -1,0 +1,135 @@
+#include "library/ShotListView.h"
+
+#include "app/base/AppLocale.h"
+#include "library/ShotListModel.h"
+#include "library/ShotRow.h"
+
+#include <QContextMenuEvent>
+#include <QDrag>
+#include <QKeyEvent>
+#include <QMimeData>
+#include <QMouseEvent>
+#include <QScopedValueRollback>
+#include <QScrollBar>
+
+namespace qm {
+
+ShotListView::ShotListView(ThumbnailCache &cache, QWidget *parent)
+    : QListView(parent)
+    , m_model(new ShotListModel(cache, this))
+{
+    setModel(m_model);
+    setItemDelegate(new ShotRow(this));
+    setUniformItemSizes(true);
+    setSelectionMode(SingleSelection);
+    setEditTriggers(NoEditTriggers);
+    setDragDropMode(DragOnly);
+    setVerticalScrollMode(ScrollPerPixel);
+    verticalScrollBar()->setSingleStep(ShotRow::height / 4);
+    setHorizontalScrollBarPolicy(Qt::ScrollBarAlwaysOff);
+    setFrameShape(NoFrame);
+    viewport()->setAutoFillBackground(false);
+    setAccessibleName(AppLocale::text(u"Screenshots", u"スクリーンショット"));
+    connect(this, &QListView::doubleClicked, this, [this](const QModelIndex &index) {
+        const Shot *shot = m_model->shotAt(index.row());
+        if (shot && onActivate)
+            onActivate(Shot(*shot));
+    });
+}
+
+void ShotListView::setContent(const QList<Shot> &shots, std::optional<qint64> selection)
+{
+    const QScopedValueRollback suppressed(m_suppressSelectionCallback, true);
+    if (m_model->setShots(shots))
+        scrollToTop();
+    m_selection = selection;
+    const int row = m_model->rowOf(selection);
+    if (row < 0) {
+        selectionModel()->clear();
+    } else if (!selectionModel()->isSelected(m_model->index(row))) {
+        setAutoScroll(false);
+        setCurrentIndex(m_model->index(row));
+        setAutoScroll(true);
+    }
+}
+
+void ShotListView::enter()
+{
+    setFocus();
+    if (!selectionModel()->hasSelection() && m_model->rowCount() > 0)
+        setCurrentIndex(m_model->index(0));
+}
+
+void ShotListView::selectionChanged(const QItemSelection &selected, const QItemSelection &deselected)
+{
+    QListView::selectionChanged(selected, deselected);
+    if (m_suppressSelectionCallback)
+        return;
+    const QModelIndexList rows = selectionModel()->selectedIndexes();
+    const Shot *shot = rows.isEmpty() ? nullptr : m_model->shotAt(rows.first().row());
+    const std::optional<qint64> id = shot ? std::optional(shot->id) : std::nullopt;
+    if (id == m_selection)
+        return;
+    m_selection = id;
+    if (onSelect)
+        onSelect(id);
+}
+
+// A click below the last row selects nothing, as everywhere where nothing may be selected.
+QItemSelectionModel::SelectionFlags ShotListView::selectionCommand(const QModelIndex &index, const QEvent *event) const
+{
+    if (!index.isValid() && event && event->type() == QEvent::MouseButtonPress)
+        return QItemSelectionModel::Clear;
+    return QListView::selectionCommand(index, event);
+}
+
+void ShotListView::paintEvent(QPaintEvent *event)
+{
+    const int top = verticalOffset();
+    m_model->setVisibleRows(top / ShotRow::height, (top + viewport()->height() - 1) / ShotRow::height,
+                            ShotRow::thumbnail.width() * devicePixelRatioF());
+    QListView::paintEvent(event);
+}
+
+void ShotListView::keyPressEvent(QKeyEvent *event)
+{
+    switch (event->key()) {
+    case Qt::Key_Up:
+        if (onLeaveUpwards && currentIndex().row() <= 0)
+            return onLeaveUpwards();
+        [[fallthrough]];
+    case Qt::Key_Down:
+    case Qt::Key_PageUp:
+    case Qt::Key_PageDown:
+    case Qt::Key_Home:
+    case Qt::Key_End: return QListView::keyPressEvent(event);
+    default: event->ignore(); // the window's
+    }
+}
+
+void ShotListView::contextMenuEvent(QContextMenuEvent *event)
+{
+    const bool byKey = event->reason() == QContextMenuEvent::Keyboard;
+    const QModelIndex index = byKey ? currentIndex() : indexAt(event->pos());
+    const Shot *shot = m_model->shotAt(index.row());
+    if (!shot || !onContextMenu)
+        return;
+    onContextMenu(Shot(*shot), byKey ? viewport()->mapToGlobal(visualRect(index).center()) : event->globalPos());
+}
+
+void ShotListView::startDrag(Qt::DropActions actions)
+{
+    const QModelIndexList rows = selectionModel()->selectedIndexes();
+    QMimeData *mimeData = m_model->mimeData(rows);
+    if (!mimeData)
+        return;
+    auto *drag = new QDrag(this);
+    drag->setMimeData(mimeData);
+    QPixmap thumbnail = QPixmap::fromImage(m_model->thumbnail(rows.first().row()));
+    thumbnail.setDevicePixelRatio(devicePixelRatioF());
+    if (!thumbnail.isNull())
+        drag->setPixmap(thumbnail);
+    drag->exec(actions, Qt::CopyAction);
+}
+
+} // namespace qm

@@ -1,0 +1,84 @@
+#include "tests/support/PngReference.h"
+
+#include <png.h>
+
+#include <cstring>
+
+namespace qm {
+
+namespace {
+
+struct Source {
+    const QByteArray &bytes;
+    qsizetype at = 0;
+};
+
+void readBytes(png_structp png, png_bytep out, size_t count)
+{
+    auto *source = static_cast<Source *>(png_get_io_ptr(png));
+    if (size_t(source->bytes.size() - source->at) < count)
+        png_error(png, "end of file");
+    std::memcpy(out, source->bytes.constData() + source->at, count);
+    source->at += qsizetype(count);
+}
+
+void fail(png_structp png, png_const_charp)
+{
+    png_longjmp(png, 1);
+}
+void ignore(png_structp, png_const_charp) {}
+
+} // namespace
+
+PngReference PngReference::read(const QByteArray &file)
+{
+    PngReference result;
+    Source source{file};
+    volatile bool interlaced = false; // survives the longjmp
+    png_structp png = png_create_read_struct(PNG_LIBPNG_VER_STRING, nullptr, &fail, &ignore);
+    png_infop info = png_create_info_struct(png);
+    png_set_read_fn(png, &source, &readBytes);
+    if (setjmp(png_jmpbuf(png)) == 0) {
+        png_read_info(png, info);
+        const int depth = png_get_bit_depth(png, info);
+        png_set_expand(png);
+        png_set_gray_to_rgb(png);
+        png_set_add_alpha(png, 0xffff, PNG_FILLER_AFTER);
+        if (depth == 16)
+            png_set_swap(png);
+        interlaced = png_get_interlace_type(png, info) != PNG_INTERLACE_NONE;
+        const int passes = png_set_interlace_handling(png);
+        png_read_update_info(png, info);
+        result.bitDepth = depth;
+        png_charp name;
+        png_bytep profile;
+        png_uint_32 length = 0;
+        int method = 0, unit = 0;
+        if (png_get_iCCP(png, info, &name, &method, &profile, &length))
+            result.colorProfile = QByteArray(reinterpret_cast<const char *>(profile), qsizetype(length));
+        png_uint_32 density = 0, across = 0;
+        if (png_get_pHYs(png, info, &density, &across, &unit) && unit == PNG_RESOLUTION_METER)
+            result.dotsPerMetre = density;
+        const QSize size(int(png_get_image_width(png, info)), int(png_get_image_height(png, info)));
+        if (qint64(size.width()) * size.height() <= 64'000'000) {
+            result.pixels = QImage(size, depth == 16 ? QImage::Format_RGBA64 : QImage::Format_RGBA8888);
+            result.pixels.fill(0);
+            for (int pass = 0; pass < passes; ++pass) {
+                for (int y = 0; y < size.height(); ++y) {
+                    png_read_row(png, result.pixels.scanLine(y), nullptr);
+                    result.refused = false;
+                    if (passes == 1)
+                        ++result.wholeRows;
+                }
+            }
+            result.wholeRows = size.height();
+        }
+    }
+    // libpng may find the fault just after it has put a row's pixels; that row does not count.
+    for (int y = result.wholeRows; !interlaced && y < result.pixels.height(); ++y)
+        std::memset(result.pixels.scanLine(y), 0, size_t(result.pixels.bytesPerLine()));
+    png_destroy_read_struct(&png, &info, nullptr);
+    return result;
+}
+
+} // namespace qm
