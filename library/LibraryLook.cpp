@@ -62,7 +62,22 @@ void SymbolView::paintEvent(QPaintEvent *)
     QPainter painter(this);
     const QColor ink = palette().color(QPalette::Active, QPalette::WindowText);
     painter.setOpacity(LibraryLook::secondary(ink).alphaF());
-    Symbol::icon(m_symbol, ink).paint(&painter, rect());
+    painter.drawPixmap(rect(), Symbol::icon(m_symbol, ink).pixmap(size(), devicePixelRatioF())); // lines may cross
+}
+
+SecondaryLabel::SecondaryLabel(const QString &text, QWidget *parent)
+    : QLabel(text, parent)
+{
+    setAlignment(Qt::AlignCenter);
+    setWordWrap(true);
+}
+
+// Not by a role of the palette: the one for placeholders is black in some dark palettes.
+void SecondaryLabel::paintEvent(QPaintEvent *)
+{
+    QPainter painter(this);
+    painter.setPen(SystemLook::secondaryText(palette()));
+    painter.drawText(contentsRect(), Qt::AlignCenter | Qt::TextWordWrap, text());
 }
 
 void FieldGround::paintEvent(QPaintEvent *)

@@ -2,6 +2,7 @@
 
 #include <QColor>
 #include <QFont>
+#include <QLabel>
 #include <QSplitter>
 #include <QWidget>
 
@@ -31,6 +32,16 @@ protected:
 
 private:
     const QString m_symbol;
+};
+
+// A text in the secondary colour, centred, on as many lines as it needs.
+class SecondaryLabel : public QLabel
+{
+public:
+    explicit SecondaryLabel(const QString &text, QWidget *parent = nullptr);
+
+protected:
+    void paintEvent(QPaintEvent *event) override;
 };
 
 // What a search field stands in: its ground, rounded.

@@ -1,6 +1,7 @@
 #include "library/LibraryView.h"
 
 #include "app/base/AppLocale.h"
+#include "app/base/SystemLook.h"
 #include "index/ShotStore.h"
 #include "library/LibraryLook.h"
 #include "library/PreviewPane.h"
@@ -82,10 +83,7 @@ QWidget *LibraryView::makeListPane()
         refresh();
     });
 
-    // The field draws no ground of its own: it shares one with the symbol.
-    QPalette clear;
-    clear.setColor(QPalette::Base, Qt::transparent);
-    m_search->setPalette(clear);
+    tintSearch();
     auto *ground = new FieldGround;
     auto *groundLayout = new QHBoxLayout(ground);
     groundLayout->setContentsMargins(8, 4, 4, 4);
@@ -102,14 +100,10 @@ QWidget *LibraryView::makeListPane()
     m_list->onContextMenu = [this](const Shot &shot, const QPoint &position) { showMenu(shot, position); };
     m_list->onLeaveUpwards = [this] { m_search->setFocus(); };
 
-    auto *noMatches = new QLabel(AppLocale::text(u"No matches", u"該当なし"));
-    noMatches->setAlignment(Qt::AlignCenter);
-    noMatches->setForegroundRole(QPalette::PlaceholderText);
-
     m_listArea = new QStackedLayout;
     m_listArea->insertWidget(listArea, m_list);
     m_listArea->insertWidget(emptyArea, makeEmptyState());
-    m_listArea->insertWidget(noMatchesArea, noMatches);
+    m_listArea->insertWidget(noMatchesArea, new SecondaryLabel(AppLocale::text(u"No matches", u"該当なし")));
     m_listArea->insertWidget(blankArea, new QWidget);
 
     auto *pane = new QWidget;
@@ -129,12 +123,9 @@ QWidget *LibraryView::makeEmptyState()
     larger.setPointSizeF(larger.pointSizeF() * 1.2);
     title->setFont(larger);
     title->setAlignment(Qt::AlignCenter);
-    auto *hint = new QLabel(AppLocale::text(u"Un-indexed images can be OCR-indexed with `qms ocr`",
-                                            u"未OCRの画像があれば `qms ocr` で抽出できます"));
+    auto *hint = new SecondaryLabel(AppLocale::text(u"Un-indexed images can be OCR-indexed with `qms ocr`",
+                                                    u"未OCRの画像があれば `qms ocr` で抽出できます"));
     hint->setFont(LibraryLook::caption(hint->font()));
-    hint->setForegroundRole(QPalette::PlaceholderText);
-    hint->setWordWrap(true);
-    hint->setAlignment(Qt::AlignCenter);
 
     auto *page = new QWidget;
     auto *layout = new QVBoxLayout(page);
@@ -147,6 +138,22 @@ QWidget *LibraryView::makeEmptyState()
     layout->addWidget(hint);
     layout->addStretch();
     return page;
+}
+
+// The field draws no ground of its own: it shares one with its symbol.
+void LibraryView::tintSearch()
+{
+    QPalette own;
+    own.setColor(QPalette::Base, Qt::transparent);
+    own.setColor(QPalette::PlaceholderText, SystemLook::secondaryText(palette()));
+    m_search->setPalette(own);
+}
+
+void LibraryView::changeEvent(QEvent *event)
+{
+    QWidget::changeEvent(event);
+    if (event->type() == QEvent::PaletteChange && m_search)
+        tintSearch();
 }
 
 void LibraryView::showEvent(QShowEvent *event)

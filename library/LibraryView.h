@@ -46,11 +46,13 @@ public:
 protected:
     void showEvent(QShowEvent *event) override;
     void keyPressEvent(QKeyEvent *event) override;
+    void changeEvent(QEvent *event) override;
     bool eventFilter(QObject *watched, QEvent *event) override;
 
 private:
     QWidget *makeListPane();
     QWidget *makeEmptyState();
+    void tintSearch();
     void scheduleReload();
     void setResult(const QList<Shot> &shots, const QString &text);
     void setSelection(std::optional<qint64> id);

@@ -6,7 +6,6 @@
 #include "library/PreviewPicture.h"
 #include "library/RecognisedText.h"
 
-#include <QLabel>
 #include <QProgressBar>
 #include <QScreen>
 #include <QStackedLayout>
@@ -18,15 +17,6 @@ static constexpr int margin = 14;
 static constexpr int gap = 12;
 static constexpr int progressWidth = 120;
 static constexpr int failureSymbolSize = 36;
-
-static QLabel *secondaryLabel(const QString &text)
-{
-    auto *label = new QLabel(text);
-    label->setAlignment(Qt::AlignCenter);
-    label->setWordWrap(true);
-    label->setForegroundRole(QPalette::PlaceholderText);
-    return label;
-}
 
 PreviewPane::PreviewPane(ThumbnailCache &cache, QWidget *parent)
     : QWidget(parent)
@@ -44,8 +34,8 @@ QWidget *PreviewPane::makePlaceholder()
     auto *page = new QWidget;
     auto *layout = new QVBoxLayout(page);
     layout->setContentsMargins(margin, margin, margin, margin);
-    layout->addWidget(
-        secondaryLabel(AppLocale::text(u"Select an item to preview it here", u"項目を選ぶとここにプレビューが出ます")));
+    layout->addWidget(new SecondaryLabel(
+        AppLocale::text(u"Select an item to preview it here", u"項目を選ぶとここにプレビューが出ます")));
     return page;
 }
 
@@ -56,7 +46,7 @@ QWidget *PreviewPane::makeFailure()
     layout->addStretch();
     layout->addWidget(new SymbolView(QStringLiteral("exclamationmark.triangle"), failureSymbolSize), 0,
                       Qt::AlignHCenter);
-    layout->addWidget(secondaryLabel(AppLocale::text(u"Can't load this image", u"この画像を読み込めません")));
+    layout->addWidget(new SecondaryLabel(AppLocale::text(u"Can't load this image", u"この画像を読み込めません")));
     layout->addStretch();
     return page;
 }

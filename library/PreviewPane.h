@@ -6,8 +6,6 @@
 
 #include <QWidget>
 
-class QLabel;
-class QProgressBar;
 class QStackedLayout;
 
 namespace qm {

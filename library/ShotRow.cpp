@@ -40,7 +40,9 @@ void ShotRow::paintThumbnail(QPainter *painter, const QRect &frame, const QImage
     if (image.isNull()) {
         const QRect square(frame.center() - QPoint(placeholderSize, placeholderSize) / 2 + QPoint(1, 1),
                            QSize(placeholderSize, placeholderSize));
+        painter->setOpacity(ink.alphaF());
         painter->drawPixmap(square, placeholder(ink, ratio));
+        painter->setOpacity(1);
         return;
     }
     // Whole device pixels, so that a picture that needs no scaling isn't resampled.
