@@ -9,19 +9,18 @@
 #include "imaging/Pasteboard.h"
 
 #include <QFileInfo>
-#include <QFrame>
 #include <QKeyEvent>
 #include <QShortcut>
 #include <QVBoxLayout>
 
 namespace qm {
 
-static QFrame *divider(QWidget *parent)
+static QWidget *divider(QWidget *parent)
 {
-    auto *line = new QFrame(parent);
-    line->setFrameStyle(int(QFrame::HLine) | int(QFrame::Plain));
+    auto *line = new QWidget(parent);
+    line->setAutoFillBackground(true);
+    line->setBackgroundRole(QPalette::Mid);
     line->setFixedHeight(1);
-    line->setForegroundRole(QPalette::Mid);
     return line;
 }
 

@@ -4,7 +4,6 @@
 #include "annotate/IconButton.h"
 #include "app/base/AppLocale.h"
 
-#include <QFrame>
 #include <QHBoxLayout>
 #include <QKeySequence>
 #include <QSlider>
@@ -40,10 +39,10 @@ static constexpr ToolFace toolFaces[] = {
 static void addDivider(QHBoxLayout *row, QWidget *parent)
 {
     constexpr int room = 4;
-    auto *line = new QFrame(parent);
-    line->setFrameStyle(int(QFrame::VLine) | int(QFrame::Plain));
+    auto *line = new QWidget(parent); // filled: a frame's thin line may fall between pixels at an uneven scale
+    line->setAutoFillBackground(true);
+    line->setBackgroundRole(QPalette::Mid);
     line->setFixedSize(1, 20);
-    line->setForegroundRole(QPalette::Mid);
     row->addSpacerItem(new QSpacerItem(room, 0, QSizePolicy::Maximum));
     row->addWidget(line);
     row->addSpacerItem(new QSpacerItem(room, 0, QSizePolicy::Maximum));
