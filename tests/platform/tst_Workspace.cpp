@@ -75,6 +75,7 @@ private Q_SLOTS:
 
     void cleanupTestCase()
     {
+        QDesktopServices::unsetUrlHandler(QStringLiteral("file"));
         m_bus.kill();
         QVERIFY(m_bus.waitForFinished());
     }
