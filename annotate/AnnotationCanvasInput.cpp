@@ -231,6 +231,8 @@ bool AnnotationCanvasView::event(QEvent *event)
             return true;
         }
     }
+    if (event->type() == QEvent::ScreenChangeInternal) // to one of another scale, it may be
+        redisplay();
     return QWidget::event(event);
 }
 

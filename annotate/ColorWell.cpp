@@ -2,6 +2,7 @@
 
 #include "app/base/AppLocale.h"
 
+#include <QHideEvent>
 #include <QPainter>
 
 namespace qm {
@@ -27,7 +28,8 @@ void ColorWell::setColor(const QColor &color)
 
 void ColorWell::choose()
 {
-    if (!m_dialog) {
+    if (!m_dialog || !m_dialog->isVisible()) {
+        delete m_dialog;
         m_dialog = new QColorDialog(m_color, this);
         m_dialog->setWindowTitle(toolTip());
         m_dialog->setAttribute(Qt::WA_DeleteOnClose);
@@ -40,6 +42,14 @@ void ColorWell::choose()
     m_dialog->show();
     m_dialog->raise();
     m_dialog->activateWindow();
+}
+
+// A window that closes takes its other windows along only when it is deleted.
+void ColorWell::hideEvent(QHideEvent *event)
+{
+    if (m_dialog && !event->spontaneous())
+        m_dialog->close();
+    QToolButton::hideEvent(event);
 }
 
 void ColorWell::paintEvent(QPaintEvent *event)

@@ -41,18 +41,6 @@ void EditorState::redo()
     doc = redoStack.takeLast();
 }
 
-void EditorState::addItem(const Annotation &item)
-{
-    pushUndo();
-    doc.items.append(item);
-}
-
-void EditorState::setCrop(const QRectF &crop)
-{
-    pushUndo();
-    doc.crop = crop;
-}
-
 void EditorState::deleteSelected()
 {
     if (!selectedItem())
@@ -60,11 +48,6 @@ void EditorState::deleteSelected()
     pushUndo();
     doc.items.removeAt(*selectedIndex);
     selectedIndex.reset();
-}
-
-void EditorState::replaceItems(const QList<Annotation> &items)
-{
-    doc.items = items;
 }
 
 void EditorState::nudgeSelected(QPointF by, std::chrono::milliseconds now)

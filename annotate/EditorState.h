@@ -30,10 +30,7 @@ struct EditorState {
     void undo();
     void redo();
 
-    void addItem(const Annotation &item);
-    void setCrop(const QRectF &crop); // in place of one that is set
     void deleteSelected();
-    void replaceItems(const QList<Annotation> &items); // during a drag: its undo entry was pushed when it began
     // Steps of the selected item with nothing else between share an undo entry while each follows within a second.
     // now is on any clock.
     void nudgeSelected(QPointF by, std::chrono::milliseconds now);

@@ -50,8 +50,10 @@ EditorStatusBar::EditorStatusBar(const EditorActions &actions, QWidget *parent)
 
 void EditorStatusBar::refresh(const EditorState &state)
 {
+    if (m_status->text() == state.statusText)
+        return;
     m_status->setText(state.statusText);
-    m_status->setToolTip(state.statusText.toHtmlEscaped());
+    m_status->setToolTip(QStringLiteral("<span>%1</span>").arg(state.statusText.toHtmlEscaped()));
     m_status->setAccessibleName(state.statusText);
 }
 

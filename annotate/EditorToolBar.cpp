@@ -156,8 +156,10 @@ void EditorToolBar::refresh(const EditorState &state)
     const QSignalBlocker quiet(m_lineWidth);
     m_lineWidth->setValue(int(std::lround(state.lineWidth * sliderSteps)));
     m_delete->setEnabled(state.selectedIndex.has_value());
-    m_resetZoom->setText(state.zoomLabel());
-    m_resetZoom->setAccessibleName(m_resetZoom->toolTip() + QStringLiteral(", ") + state.zoomLabel());
+    if (const QString label = state.zoomLabel(); label != m_resetZoom->text()) { // a new text lays all out anew
+        m_resetZoom->setText(label);
+        m_resetZoom->setAccessibleName(m_resetZoom->toolTip() + QStringLiteral(", ") + label);
+    }
     m_undo->setEnabled(state.canUndo());
     m_redo->setEnabled(state.canRedo());
 }

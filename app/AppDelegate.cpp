@@ -19,14 +19,17 @@ using namespace std::chrono_literals;
 
 AppDelegate::AppDelegate()
     : m_captureRunner(QtQueue::main(), &Pasteboard::setImage)
-    , m_trigger(QtQueue::main(), ConfigStore::resolveHotkey(), [this](HotkeyTrigger::Gesture gesture) {
-        const bool tap = gesture == HotkeyTrigger::Gesture::tap;
-        if (m_keyTest)
-            m_keyTest(tap ? KeyListener::Gesture::tap : KeyListener::Gesture::hold);
-        else
-            tap ? captureRangeAction() : captureWindowAction();
+    , m_trigger(QtQueue::main(), ConfigStore::resolveHotkey(),
+                [this](HotkeyTrigger::Gesture gesture) {
+                    const bool tap = gesture == HotkeyTrigger::Gesture::tap;
+                    if (m_keyTest)
+                        m_keyTest(tap ? KeyListener::Gesture::tap : KeyListener::Gesture::hold);
+                    else
+                        tap ? captureRangeAction() : captureWindowAction();
+                })
+    , m_libraryController([this](const QString &path) {
+        perform({Command::Verb::annotate, path});
     })
-    , m_libraryController([this](const QString &path) { perform({Command::Verb::annotate, path}); })
 {
 }
 

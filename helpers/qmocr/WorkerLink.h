@@ -29,7 +29,8 @@ struct Answer {
 };
 
 // The parent's end of one worker: starts the process when it is first needed and again after it died or had to be killed,
-// and watches its time. One request at a time; the answer comes later, from the event loop, never from within read().
+// and watches its time, which counts on the clock for one that does nothing and in processor time for one that works.
+// One request at a time; the answer comes later, from the event loop, never from within read().
 class WorkerLink
 {
 public:
@@ -60,7 +61,9 @@ private:
     bool m_begun = false;
     std::optional<QString> m_firstText;
     std::chrono::milliseconds m_limit{0};
-    std::chrono::milliseconds m_usedBefore{0};
+    std::chrono::milliseconds m_usedBefore{0}; // processor time of the process when the request was taken up
+    std::chrono::milliseconds m_usedAtLook{0}; // by the request, when it was last found late
+    int m_looks = 0;
 };
 
 } // namespace qm::ocr

@@ -389,7 +389,7 @@ private Q_SLOTS:
     // What is seen, pixel by pixel, is what an export has, and a drag leaves nothing behind.
     void showsTheExport()
     {
-        m_canvas->doc = sampleDocument(1);
+        m_canvas->doc = sampleDocument(qRound(m_canvas->devicePixelRatioF()));
         m_canvas->resize(640, 400);
         show(m_canvas->doc.items);
         const auto exported = [this] {

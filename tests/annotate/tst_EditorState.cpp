@@ -13,6 +13,18 @@ static Annotation box(double x)
     return {Kind::rect, {x, 0, 10, 10}, Qt::blue, 2, {}, {}, 0};
 }
 
+static void addItem(EditorState &state, const Annotation &item)
+{
+    state.pushUndo();
+    state.doc.items.append(item);
+}
+
+static void setCrop(EditorState &state, const QRectF &crop)
+{
+    state.pushUndo();
+    state.doc.crop = crop;
+}
+
 class tst_EditorState : public QObject
 {
     Q_OBJECT
@@ -45,9 +57,9 @@ private Q_SLOTS:
         state.redo();
         QVERIFY(!state.canUndo() && !state.canRedo());
 
-        state.addItem(box(1));
-        state.setCrop({1, 2, 3, 4});
-        state.setCrop({5, 6, 7, 8}); // replaces, does not combine
+        addItem(state, box(1));
+        setCrop(state, {1, 2, 3, 4});
+        setCrop(state, {5, 6, 7, 8});
         QCOMPARE(state.doc.crop, QRectF(5, 6, 7, 8));
         QCOMPARE(state.undoStack.size(), 3);
         state.undo();
@@ -56,7 +68,7 @@ private Q_SLOTS:
         QVERIFY(!state.doc.crop && state.canRedo());
         state.redo();
         QCOMPARE(state.doc.crop, QRectF(1, 2, 3, 4));
-        state.addItem(box(2));
+        addItem(state, box(2));
         QVERIFY(!state.canRedo());
         QCOMPARE(state.undoStack.size(), 3);
     }
@@ -64,8 +76,8 @@ private Q_SLOTS:
     void deleteSelected()
     {
         EditorState state;
-        state.addItem(box(1));
-        state.addItem(box(2));
+        addItem(state, box(1));
+        addItem(state, box(2));
         for (const auto index : {std::optional<int>(), std::optional(2), std::optional(-1)}) {
             state.selectedIndex = index;
             state.deleteSelected();
@@ -83,8 +95,8 @@ private Q_SLOTS:
     void colourAndWidthFollowTheSelection()
     {
         EditorState state;
-        state.addItem(box(1));
-        state.addItem(box(2));
+        addItem(state, box(1));
+        addItem(state, box(2));
         state.setColor(Qt::green); // nothing selected: for new items only
         QCOMPARE(state.doc.items[1], box(2));
         state.selectedIndex = 1;
@@ -136,24 +148,21 @@ private Q_SLOTS:
     {
         QRandomGenerator random(11);
         EditorState state;
-        state.addItem(box(0));
+        addItem(state, box(0));
         const QList<Annotation> start = state.doc.items;
         state.undoStack.clear();
         for (int i = 0; i < 2000; ++i) {
             switch (random.bounded(7)) {
-            case 0: state.addItem(box(i)); break;
+            case 0: addItem(state, box(i)); break;
             case 1: state.deleteSelected(); break;
             case 2: state.undo(); break;
             case 3: state.redo(); break;
             case 4: state.selectedIndex = random.bounded(6) - 1; break;
-            case 5: state.setCrop({double(i), 0, 5, 5}); break;
-            case 6: {
+            case 5: setCrop(state, {double(i), 0, 5, 5}); break;
+            case 6:
                 state.pushUndo();
-                QList<Annotation> items = state.doc.items;
-                for (Annotation &item : items)
+                for (Annotation &item : state.doc.items)
                     item.rect.translate(1, 0);
-                state.replaceItems(items);
-            }
             }
         }
         while (state.canRedo())

@@ -114,6 +114,9 @@ private Q_SLOTS:
         expected.hotkey.modifier = HotkeyModifier::rightControl;
         state.follow(changedEverywhere(), now);
         QVERIFY(state == expected);
+        GeneralSettings untouched = changedEverywhere();
+        untouched.follow(changedEverywhere(), now);
+        QVERIFY(untouched == now);
     }
 
     // What an empty field promises is what is in force after saving it.

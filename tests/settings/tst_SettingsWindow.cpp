@@ -271,6 +271,13 @@ private Q_SLOTS:
                         " \"hotkey\": {\"holdThreshold\": 0.45, \"modifier\": \"rightCommand\"}}"));
         QVERIFY(LoginItem::isEnabled());
 
+        // Return means Save wherever the focus is, and wherever it has been.
+        tabTo(save());
+        tabTo(captures());
+        QTest::keyClicks(QApplication::focusWidget(), QStringLiteral("/new"));
+        key(Qt::Key_Return);
+        QCOMPARE(ConfigStore::resolveCaptureDir(), QStringLiteral("/new"));
+
         key(Qt::Key_Tab, Qt::ControlModifier);
         QCOMPARE(m_window->findChild<QTabWidget *>()->currentIndex(), 1);
         QCOMPARE(find<QLabel>(QStringLiteral("launchAtLogin"))->text(), text(u"On", u"オン"));
