@@ -7,6 +7,7 @@
 #include "platform/QtQueue.h"
 #include "platform/Workspace.h"
 
+#include <QCoreApplication>
 #include <QFile>
 #include <QMimeData>
 #include <QThreadPool>
@@ -40,8 +41,13 @@ QString ShotActions::symbol(ShotAction action)
 
 void ShotActions::copyToClipboard(const Shot &shot, std::function<void(bool)> done)
 {
-    static QThreadPool pool; // of one thread: that keeps the order
-    pool.setMaxThreadCount(1);
+    // One thread keeps the order. What is still being read when the application ends has nowhere to go.
+    static QThreadPool &pool = *[] {
+        static QThreadPool copies;
+        copies.setMaxThreadCount(1);
+        qAddPostRoutine([] { copies.waitForDone(); });
+        return &copies;
+    }();
     pool.start([path = shot.path, done = std::move(done)] {
         QtQueue::main().post([image = ImageFile::load(path).image, done] {
             if (!image.isNull())

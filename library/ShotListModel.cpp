@@ -19,9 +19,10 @@ ShotListModel::ShotListModel(ThumbnailCache &cache, QObject *parent)
 bool ShotListModel::setShots(const QList<Shot> &shots)
 {
     if (std::ranges::equal(m_shots, shots, {}, &Shot::id, &Shot::id)) {
-        m_shots = shots;
-        if (!shots.isEmpty())
+        if (m_shots != shots) {
+            m_shots = shots;
             Q_EMIT dataChanged(index(0), index(int(shots.size()) - 1));
+        }
         return false;
     }
     beginResetModel();

@@ -2,6 +2,7 @@
 
 #include "tests/support/Desktop.h"
 #include "tests/support/PatternWindow.h"
+#include "tests/support/TrayIcon.h"
 
 #include <QDir>
 #include <QElapsedTimer>
@@ -77,7 +78,6 @@ private:
     void startApplication();
     void endApplication();
     bool listens();
-    std::optional<QRect> trayIcon() const;
     bool overlayIsUp() const { return m_desktop.selectionOwner("_QUILLMERE_CAPTURE") != 0; }
 
     Desktop &m_desktop;
@@ -142,35 +142,6 @@ bool tst_TrayApplication::listens()
         }
         return !modeLog().isEmpty();
     });
-}
-
-// Qt's icon window inside the panel's tray.
-std::optional<QRect> tst_TrayApplication::trayIcon() const
-{
-    xcb_connection_t *connection = m_desktop.connection();
-    const std::function<std::optional<QRect>(xcb_window_t, int)> find = [&](xcb_window_t window, int depth) -> std::optional<QRect> {
-        std::optional<QRect> found;
-        auto *name = xcb_get_property_reply(
-            connection, xcb_get_property(connection, 0, window, XCB_ATOM_WM_CLASS, XCB_ATOM_STRING, 0, 64), nullptr);
-        const QByteArray className =
-            name ? QByteArray(static_cast<const char *>(xcb_get_property_value(name)), xcb_get_property_value_length(name)) : QByteArray();
-        std::free(name);
-        if (depth > 1 && className.contains("quillmere")) {
-            auto *at = xcb_translate_coordinates_reply(
-                connection, xcb_translate_coordinates(connection, window, m_desktop.root(), 0, 0), nullptr);
-            auto *size = xcb_get_geometry_reply(connection, xcb_get_geometry(connection, window), nullptr);
-            if (at && size && size->width > 1)
-                found = QRect(at->dst_x, at->dst_y, size->width, size->height);
-            std::free(at);
-            std::free(size);
-        }
-        auto *tree = xcb_query_tree_reply(connection, xcb_query_tree(connection, window), nullptr);
-        for (int i = 0; tree && !found && i < xcb_query_tree_children_length(tree); ++i)
-            found = find(xcb_query_tree_children(tree)[i], depth + 1);
-        std::free(tree);
-        return found;
-    };
-    return find(m_desktop.root(), 0);
 }
 
 void tst_TrayApplication::gestures_data()
@@ -307,9 +278,9 @@ void tst_TrayApplication::twoStartsAtOnce()
 void tst_TrayApplication::aLateTray()
 {
     startApplication();
-    QVERIFY(!trayIcon());
+    QVERIFY(!trayIcon(m_desktop));
     QProcess &panel = m_desktop.start(QStringLiteral("tint2"), {});
-    QVERIFY(Desktop::wait([&] { return trayIcon().has_value(); }));
+    QVERIFY(Desktop::wait([&] { return trayIcon(m_desktop).has_value(); }));
     panel.kill();
     QVERIFY(Desktop::wait([&] { return panel.state() == QProcess::NotRunning; }));
     m_desktop.tap(Key::rightShift); // and it does not need one
@@ -320,11 +291,11 @@ void tst_TrayApplication::theMenuCaptures()
 {
     QProcess &panel = m_desktop.start(QStringLiteral("tint2"), {});
     startApplication();
-    QVERIFY(Desktop::wait([&] { return trayIcon().has_value(); }));
+    QVERIFY(Desktop::wait([&] { return trayIcon(m_desktop).has_value(); }));
     const char *const expected[] = {"-i", "-i -iw"};
     for (int item = 0; item < 2; ++item) {
         const QImage before = m_desktop.stillPicture();
-        m_desktop.click(trayIcon()->center());
+        m_desktop.click(trayIcon(m_desktop)->center());
         QVERIFY(Desktop::wait([&] { return m_desktop.picture() != before; }));
         m_desktop.stillPicture();
         for (int i = 0; i <= item; ++i)
