@@ -270,7 +270,6 @@ static void measure(int argc, char **argv)
 int main(int argc, char **argv)
 {
     qputenv("QT_QPA_PLATFORM", "offscreen");
-    qputenv("QT_LOGGING_RULES", "qt.qpa.*=false"); // what that platform can't do is of no interest here
     // The index is filled by a process of its own: its memory is not the window's.
     if (argc == 2) {
         measure(argc, argv);

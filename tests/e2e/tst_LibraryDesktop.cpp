@@ -8,6 +8,8 @@
 #include <QGuiApplication>
 #include <QTest>
 
+#include <utility>
+
 using namespace qm;
 using namespace std::chrono_literals;
 
@@ -133,9 +135,15 @@ void tst_LibraryDesktop::fromTheTrayToAnAnnotatedShot()
         }
         return editor.has_value();
     }));
-    m_desktop.stillPicture();
     const QPoint middle = editor->content.center();
-    m_desktop.drag(middle - QPoint(60, 40), middle + QPoint(60, 40));
+    QImage unmarked = m_desktop.stillPicture();
+    QVERIFY(Desktop::wait([&] { // the window is known before it takes input
+        m_desktop.drag(middle - QPoint(60, 40), middle + QPoint(60, 40));
+        m_desktop.movePointer(editor->content.topLeft() + QPoint(3, 3));
+        const QImage now = m_desktop.stillPicture();
+        return std::exchange(unmarked, now).copy(QRect(middle - QPoint(50, 35), QSize(100, 70))) !=
+               now.copy(QRect(middle - QPoint(50, 35), QSize(100, 70)));
+    }));
     m_desktop.tap(Key::tab); // from the picture to "Save"
     m_desktop.tap(Key::space);
     const QString annotated = QStringLiteral("oat 1-annotated.png");
