@@ -9,9 +9,12 @@ namespace qm {
 using Verb = Command::Verb;
 
 static constexpr std::pair<Verb, const char16_t *> names[] = {
-    {Verb::captureRegion, u"capture-region"}, {Verb::captureWindow, u"capture-window"},
-    {Verb::captureScroll, u"capture-scroll"}, {Verb::library, u"library"},
-    {Verb::settings, u"settings"},            {Verb::annotate, u"annotate"},
+    {Verb::captureRegion, u"capture-region"},
+    {Verb::captureWindow, u"capture-window"},
+    {Verb::captureScroll, u"capture-scroll"},
+    {Verb::library, u"library"},
+    {Verb::settings, u"settings"},
+    {Verb::annotate, u"annotate"},
     {Verb::quit, u"quit"},
 };
 

@@ -68,8 +68,8 @@ int main(int argc, char **argv)
     QApplication::setQuitOnLastWindowClosed(false);
 
     QTranslator translator; // Qt's own texts: file choosers, context menus
-    if (AppLocale::isJapanese()
-        && translator.load(QStringLiteral("qtbase_ja"), QLibraryInfo::path(QLibraryInfo::TranslationsPath)))
+    if (AppLocale::isJapanese() &&
+        translator.load(QStringLiteral("qtbase_ja"), QLibraryInfo::path(QLibraryInfo::TranslationsPath)))
         QApplication::installTranslator(&translator);
 
     AppDelegate delegate;

@@ -19,7 +19,10 @@ namespace {
 class SymbolEngine : public QIconEngine
 {
 public:
-    explicit SymbolEngine(QList<QByteArray> layers) : m_layers(std::move(layers)) {}
+    explicit SymbolEngine(QList<QByteArray> layers)
+        : m_layers(std::move(layers))
+    {
+    }
 
     void paint(QPainter *painter, const QRect &rect, QIcon::Mode mode, QIcon::State) override
     {

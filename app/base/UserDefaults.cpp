@@ -8,7 +8,8 @@ namespace qm {
 // A path of our own: QSettings would keep the configuration folder that it finds first in the process.
 static QString file()
 {
-    return QStandardPaths::writableLocation(QStandardPaths::GenericConfigLocation) + QStringLiteral("/quillmere/quillmere.ini");
+    return QStandardPaths::writableLocation(QStandardPaths::GenericConfigLocation) +
+           QStringLiteral("/quillmere/quillmere.ini");
 }
 
 bool UserDefaults::boolean(const QString &key)
