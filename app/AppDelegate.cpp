@@ -167,7 +167,7 @@ void AppDelegate::quit()
 
 bool AppDelegate::stop(std::chrono::milliseconds limit)
 {
-    // Side by side: both are told first, then each is waited for.
+    // A capture ends when its user does; it gets a moment for a picture that is just being put on the clipboard.
     QElapsedTimer timer;
     timer.start();
     const bool indexStopped = OcrIndexer::stopShared(limit);

@@ -1,6 +1,7 @@
 // The library window over an index of 100,000 shots: how soon it opens, how busy it keeps the main thread, and how large
 // it is with 200 thumbnails. Runs without a display.
 
+#include "bench/ScreenText.h"
 #include "index/Database.h"
 #include "index/ShotStore.h"
 #include "library/LibraryView.h"
@@ -30,19 +31,6 @@ using namespace std::chrono_literals;
 static constexpr int shots = 100'000;
 static constexpr int pictures = 200;
 
-static QString page(QRandomGenerator &random)
-{
-    static const QStringList words =
-        QStringLiteral(
-            "the window shows settings for capture region editor release notes meeting agenda invoice total "
-            "設定画面 請求書 合計金額 会議の議事録 保存しました キャンセル 検索結果 更新履歴 翻訳 確認してください")
-            .split(u' ');
-    QString text;
-    while (text.size() < 700)
-        text += words[random.bounded(words.size())] + (random.bounded(9) == 0 ? u'\n' : u' ');
-    return text;
-}
-
 static void writePicture(const QString &path, QRandomGenerator &random)
 {
     QImage image(1920, 1080, QImage::Format_RGB32);
@@ -50,7 +38,7 @@ static void writePicture(const QString &path, QRandomGenerator &random)
     QPainter painter(&image);
     painter.setFont(QFont(QStringLiteral("DejaVu Sans"), 11));
     painter.drawText(image.rect().adjusted(40, 40, -40, -40), Qt::TextWordWrap,
-                     page(random) + page(random) + page(random));
+                     bench::screenText(random, 1000) + bench::screenText(random, 1000) + bench::screenText(random, 1000));
     painter.end();
     if (!image.save(path))
         qFatal("cannot write %s", qPrintable(path));
@@ -70,7 +58,7 @@ static void fill(const TempHome &home)
         insert.bind(1, home.file(name));
         insert.bind(2, name);
         insert.bind(3, qint64(1'700'000'000'000) + i * 1000);
-        insert.bind(4, page(random));
+        insert.bind(4, bench::screenText(random, 1000));
         if (!insert.run())
             qFatal("cannot fill the index");
         if (i >= shots - pictures)

@@ -1,6 +1,7 @@
 // The search as the library runs it, beside the same statement in SQLite's own shell.
 
 #include "bench/Measure.h"
+#include "bench/ScreenText.h"
 #include "index/IndexSql.h"
 #include "index/ShotReader.h"
 #include "tests/support/TempHome.h"
@@ -16,22 +17,6 @@ using namespace qm;
 static constexpr int shots = 100'000;
 static constexpr int runs = 9;
 
-// About a kilobyte of words, a third of them Japanese.
-static QString page(QRandomGenerator &random)
-{
-    static const QStringList words =
-        QStringLiteral(
-            "the window shows settings for capture region editor release notes meeting agenda invoice total amount "
-            "server error timeout please restart build passed failed test branch merge table column user name password "
-            "設定画面 請求書 合計金額 会議の議事録 保存しました キャンセル 検索結果 スクリーンショット 更新履歴 翻訳 "
-            "確認してください")
-            .split(u' ');
-    QString text;
-    while (text.toUtf8().size() < 1000)
-        text += words[random.bounded(words.size())] + (random.bounded(9) == 0 ? u'\n' : u' ');
-    return text;
-}
-
 static void fill(const QString &path)
 {
     QRandomGenerator random(1);
@@ -43,7 +28,7 @@ static void fill(const QString &path)
     for (int i = 0; i < shots; ++i) {
         insert.bind(1, QStringLiteral("/home/somebody/Pictures/Screenshots/%1.png").arg(i));
         insert.bind(2, qint64(1'700'000'000'000) + i * 1000);
-        insert.bind(3, page(random));
+        insert.bind(3, bench::screenText(random, 1000));
         if (!insert.run())
             qFatal("cannot fill the index");
     }
