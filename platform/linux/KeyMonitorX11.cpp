@@ -67,6 +67,7 @@ private:
     void readPressedKeys();
 
     void readEvents();
+    bool readQueuedEvents();
     void handleInputEvent(const xcb_ge_generic_event_t &event);
     void keyChanged(uint32_t xKeyCode, bool pressed);
     quint32 flags() const;
@@ -188,6 +189,16 @@ void KeyMonitorX11::readPressedKeys()
 
 void KeyMonitorX11::readEvents()
 {
+    // Waiting for a reply may bring events along, a release among them, and the socket then does not tell of those.
+    while (readQueuedEvents()) {
+    }
+    if (xcb_connection_has_error(m_connection))
+        m_notifier->setEnabled(false); // the server is gone, and the application will be told by its own connection
+}
+
+// True when the server was asked something meanwhile.
+bool KeyMonitorX11::readQueuedEvents()
+{
     bool devicesChanged = false, keymapChanged = false;
     while (const auto event = owned(xcb_poll_for_event(m_connection))) {
         const uint8_t type = event->response_type & 0x7f;
@@ -206,8 +217,7 @@ void KeyMonitorX11::readEvents()
         readKeymap();
     if (keymapChanged || devicesChanged)
         readPressedKeys();
-    if (xcb_connection_has_error(m_connection))
-        m_notifier->setEnabled(false); // the server is gone, and the application will be told by its own connection
+    return keymapChanged || devicesChanged;
 }
 
 void KeyMonitorX11::handleInputEvent(const xcb_ge_generic_event_t &event)

@@ -39,7 +39,8 @@ void tst_SettingsDesktop::savedSettingsGovernTheNextCapture()
 
     desktop.tap(Key::rightShift);
     QVERIFY(Desktop::wait([&] { return asked() == 1; }));
-    QVERIFY(home.read(QStringLiteral("asked")).startsWith("-i " + home.path().toUtf8() + "/cloud/captures/Quillmere "));
+    const QByteArray first = home.read(QStringLiteral("asked"));
+    QVERIFY2(first.startsWith("-i " + home.path().toUtf8() + "/cloud/captures/Quillmere "), first.constData());
 
     // The tabs, three folders with their choosers, the trigger key.
     for (int i = 0; i < 7; ++i)
