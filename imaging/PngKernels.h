@@ -8,7 +8,8 @@ namespace qm {
 // the same bytes. "Packed" is PNG's own order, R G B (A), without padding; "words" are QRgb, 0xAARRGGBB.
 // Filters are those of the PNG specification, clause 9, for 3 or 4 channels; `above` is the row before, zeros for the first.
 struct PngKernels {
-    // In place. The filter is one of 0 to 4. Reads up to 16 bytes past the end of both rows.
+    // In place. The filter is one of 0 to 4. Reads up to 32 bytes past the end of both rows, and may write them
+    // back as they were.
     void (*unfilter)(int filter, uchar *row, const uchar *above, int bytes, int channels);
 
     // The filter, 0 to 4, for the next `count` rows: rows[0] is the row above them, rows[1] to rows[count] are they. Measured
