@@ -289,11 +289,10 @@ QM_AVX2 inline quint64 total(__m256i sums)
 }
 
 template<int Filter>
-QM_AVX2 PngKernels::FilterCost costOf(const uchar *const *rows, int count, int bytes, int channels)
+QM_AVX2 PngKernels::Repetition repetitionOf(const uchar *const *rows, int count, int bytes, int channels)
 {
     constexpr int block = PngKernels::sampledBlock, lead = 32;
-    PngKernels::FilterCost cost;
-    __m256i amount = _mm256_setzero_si256();
+    PngKernels::Repetition found;
     for (int start = 0; start < bytes; start += PngKernels::sampledStep) {
         const int size = qMin(block, bytes - start);
         alignas(32) uchar residuals[2][lead + block];
@@ -306,12 +305,9 @@ QM_AVX2 PngKernels::FilterCost costOf(const uchar *const *rows, int count, int b
         for (int k = 1; k <= count; ++k) {
             uchar *here = residuals[k & 1] + lead;
             const uchar *before = residuals[~k & 1] + lead;
-            for (int i = 0; i < size; i += 32) {
-                const __m256i values = residual<Filter>(rows[k] + start + i, rows[k - 1] + start + i, channels);
-                _mm256_store_si256(reinterpret_cast<__m256i *>(here + i), values);
-                const __m256i counted = _mm256_and_si256(_mm256_abs_epi8(values), firstLanes(qMin(32, size - i)));
-                amount = _mm256_add_epi64(amount, _mm256_sad_epu8(counted, _mm256_setzero_si256()));
-            }
+            for (int i = 0; i < size; i += 32)
+                _mm256_store_si256(reinterpret_cast<__m256i *>(here + i),
+                                   residual<Filter>(rows[k] + start + i, rows[k - 1] + start + i, channels));
             quint32 last = 0; // whether the byte before repeated something
             for (int i = 0; i < size; i += 32) {
                 const __m256i values = load32(here + i);
@@ -321,24 +317,49 @@ QM_AVX2 PngKernels::FilterCost costOf(const uchar *const *rows, int count, int b
                     same = _mm256_or_si256(same, _mm256_cmpeq_epi8(values, load32(before + i)));
                 const quint32 valid = size - i >= 32 ? ~0u : (1u << (size - i)) - 1;
                 const quint32 repeats = quint32(_mm256_movemask_epi8(same));
-                cost.literals += quint64(__builtin_popcount(~repeats & valid));
-                cost.changes += quint64(__builtin_popcount((repeats ^ (repeats << 1 | last)) & valid));
+                found.literals += quint64(__builtin_popcount(~repeats & valid));
+                found.changes += quint64(__builtin_popcount((repeats ^ (repeats << 1 | last)) & valid));
                 last = repeats >> 31;
             }
-            cost.sampled += quint64(size);
+            found.sampled += quint64(size);
         }
     }
-    cost.amount = total(amount);
-    return cost;
+    return found;
 }
 
-QM_AVX2 int chooseFilter(const uchar *const *rows, int count, int bytes, int channels)
+template<int Filter>
+QM_AVX2 quint64 amountOf(const uchar *const *rows, int count, int bytes, int channels)
 {
-    const PngKernels::FilterCost costs[] = {
-        costOf<noFilter>(rows, count, bytes, channels), costOf<subFilter>(rows, count, bytes, channels),
-        costOf<upFilter>(rows, count, bytes, channels), costOf<averageFilter>(rows, count, bytes, channels),
-        costOf<paethFilter>(rows, count, bytes, channels)};
-    return PngKernels::cheapest(costs);
+    __m256i sum = _mm256_setzero_si256();
+    for (int start = 0; start < bytes; start += PngKernels::sampledStep) {
+        const int end = qMin(bytes, start + PngKernels::sampledBlock);
+        for (int k = 1; k <= count; ++k) {
+            for (int i = start; i < end; i += 32) {
+                const __m256i values = residual<Filter>(rows[k] + i, rows[k - 1] + i, channels);
+                const __m256i counted = _mm256_and_si256(_mm256_abs_epi8(values), firstLanes(qMin(32, end - i)));
+                sum = _mm256_add_epi64(sum, _mm256_sad_epu8(counted, _mm256_setzero_si256()));
+            }
+        }
+    }
+    return total(sum);
+}
+
+// Calls what was made for the filter.
+#define QM_FOR_FILTER(function, filter, ...)                                                                           \
+    switch (filter) {                                                                                                  \
+    case noFilter: return function<noFilter>(__VA_ARGS__);                                                             \
+    case subFilter: return function<subFilter>(__VA_ARGS__);                                                           \
+    case upFilter: return function<upFilter>(__VA_ARGS__);                                                             \
+    case averageFilter: return function<averageFilter>(__VA_ARGS__);                                                   \
+    default: return function<paethFilter>(__VA_ARGS__);                                                                \
+    }
+
+PngKernels::Repetition repetition(int filter, const uchar *const *rows, int count, int bytes,
+                                  int channels){QM_FOR_FILTER(repetitionOf, filter, rows, count, bytes, channels)}
+
+quint64 amount(int filter, const uchar *const *rows, int count, int bytes, int channels)
+{
+    QM_FOR_FILTER(amountOf, filter, rows, count, bytes, channels)
 }
 
 template<int Filter>
@@ -348,16 +369,8 @@ QM_AVX2 void filterRow(uchar *out, const uchar *row, const uchar *above, int byt
         _mm256_storeu_si256(reinterpret_cast<__m256i *>(out + i), residual<Filter>(row + i, above + i, channels));
 }
 
-QM_AVX2 void filter(int filter, uchar *out, const uchar *row, const uchar *above, int bytes, int channels)
-{
-    switch (filter) {
-    case noFilter: return filterRow<noFilter>(out, row, above, bytes, channels);
-    case subFilter: return filterRow<subFilter>(out, row, above, bytes, channels);
-    case upFilter: return filterRow<upFilter>(out, row, above, bytes, channels);
-    case averageFilter: return filterRow<averageFilter>(out, row, above, bytes, channels);
-    default: return filterRow<paethFilter>(out, row, above, bytes, channels);
-    }
-}
+void filter(int filter, uchar *out, const uchar *row, const uchar *above, int bytes,
+            int channels){QM_FOR_FILTER(filterRow, filter, out, row, above, bytes, channels)}
 
 // RGBA to BGRA and back is the same exchange.
 QM_AVX2 inline __m256i exchanged(__m256i pixels)
@@ -429,8 +442,8 @@ bool opaquePacked(const uchar *packed, int pixels)
     return opaqueWords(reinterpret_cast<const quint32 *>(packed), pixels); // alpha is the highest byte here too
 }
 
-constexpr PngKernels avx2Kernels{&unfilter, &chooseFilter, &filter,     &unpack,
-                                 &pack,     &opaqueWords,  &accumulate, &opaquePacked};
+constexpr PngKernels avx2Kernels{&unfilter, &repetition,  &amount,     &filter,      &unpack,
+                                 &pack,     &opaqueWords, &accumulate, &opaquePacked};
 
 } // namespace
 
