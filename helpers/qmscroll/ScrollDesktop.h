@@ -45,8 +45,7 @@ public:
     ~ScrollDesktop();
     Q_DISABLE_COPY_MOVE(ScrollDesktop)
 
-    // To be called first. programName: argv[0].
-    Opened open(char *programName);
+    Opened open(); // first of all
 
     // The user draws a region. None: cancelled, or failed with a reason. There is a QGuiApplication from then on.
     std::optional<Region> chooseRegion(QString *failure);

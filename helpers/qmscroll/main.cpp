@@ -5,13 +5,13 @@
 // follows could not be joined. 1: failed, with one line on stderr and no file.
 
 #include "helpers/qmscroll/CaptureRun.h"
+#include "platform/ParentDeath.h"
 
 #include <QFile>
 #include <QFileInfo>
 
 #include <csignal>
 #include <cstdio>
-#include <sys/prctl.h>
 
 using namespace qm;
 
@@ -70,7 +70,7 @@ void catchSignals()
 
 int main(int argc, char **argv)
 {
-    prctl(PR_SET_PDEATHSIG, SIGTERM); // a capture that nobody waits for must not stay
+    endWithParent(); // a capture that nobody waits for must not stay
     qInstallMessageHandler([](QtMsgType, const QMessageLogContext &, const QString &) {});
 
     std::optional<Arguments> arguments = parse(argc, argv);
@@ -81,8 +81,8 @@ int main(int argc, char **argv)
         return fail(QStringLiteral("cannot write to the folder %1").arg(folder.filePath()));
 
     ScrollDesktop desktop;
-    switch (desktop.open(argv[0])) {
-    case ScrollDesktop::Opened::no: return fail(QStringLiteral("no X server"));
+    switch (desktop.open()) {
+    case ScrollDesktop::Opened::no: return fail(QStringLiteral("no display to capture from"));
     case ScrollDesktop::Opened::busy: return 0;
     case ScrollDesktop::Opened::yes: break;
     }

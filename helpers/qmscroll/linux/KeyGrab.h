@@ -1,6 +1,6 @@
 #pragma once
 
-#include "helpers/grab/XConnection.h"
+#include "helpers/freeze/XConnection.h"
 
 #include <QList>
 

@@ -1,12 +1,13 @@
 #include "helpers/qmscroll/ScrollDesktop.h"
 
+#include "helpers/freeze/Curtain.h"
+#include "helpers/grab/Fonts.h"
 #include "helpers/grab/Overlay.h"
 #include "helpers/qmscroll/ScrollPanel.h"
 #include "helpers/qmscroll/linux/KeyGrab.h"
 #include "helpers/qmscroll/linux/SideWindow.h"
 
 #include <QDeadlineTimer>
-#include <QGuiApplication>
 
 #include <array>
 #include <cmath>
@@ -26,18 +27,6 @@ constexpr double frameBorder = 1;
 constexpr quint32 accent = 0x0a84ff;
 constexpr quint32 white = 0xffffff;
 
-// Qt is only here for its fonts: a platform without a display starts several times as fast as the one for X.
-std::unique_ptr<QGuiApplication> startFonts(char *programName)
-{
-    for (const char *variable : {"QT_QPA_PLATFORMTHEME", "QT_SCALE_FACTOR", "QT_SCREEN_SCALE_FACTORS", "QT_FONT_DPI"})
-        qunsetenv(variable);
-    qputenv("QT_QPA_PLATFORM", "offscreen");
-    qputenv("QT_ENABLE_HIGHDPI_SCALING", "0");
-    static int argumentCount = 1;
-    static char *arguments[] = {programName, nullptr};
-    return std::make_unique<QGuiApplication>(argumentCount, arguments);
-}
-
 // A rectangle without what lies beyond its rounded corners.
 QRegion roundedShape(const QSize &size, int radius)
 {
@@ -56,7 +45,6 @@ QRegion roundedShape(const QSize &size, int radius)
 } // namespace
 
 struct ScrollDesktop::State {
-    char *programName = nullptr;
     std::unique_ptr<XConnection> server;
     std::unique_ptr<QGuiApplication> fonts;
     QList<Monitor> monitors;
@@ -79,9 +67,8 @@ ScrollDesktop::ScrollDesktop()
 
 ScrollDesktop::~ScrollDesktop() = default;
 
-ScrollDesktop::Opened ScrollDesktop::open(char *programName)
+ScrollDesktop::Opened ScrollDesktop::open()
 {
-    m_state->programName = programName;
     m_state->server = XConnection::open();
     if (!m_state->server)
         return Opened::no;
@@ -91,9 +78,10 @@ ScrollDesktop::Opened ScrollDesktop::open(char *programName)
 std::optional<ScrollDesktop::Region> ScrollDesktop::chooseRegion(QString *failure)
 {
     XConnection &server = *m_state->server;
-    Overlay overlay(server, {.mode = Picker::Mode::region, .offer = Picker::Offer::regionOnly, .makeReadyForText = [&] {
-                                 m_state->fonts = startFonts(m_state->programName);
-                             }});
+    Curtain curtain(server);
+    Overlay overlay(curtain, {.mode = Picker::Mode::region,
+                              .offer = Picker::Offer::regionOnly,
+                              .makeReadyForText = [&] { m_state->fonts = startFonts(); }});
     const Overlay::Choice choice = overlay.run();
     *failure = choice.failure;
     const QRect area = choice.area & server.area();

@@ -20,7 +20,7 @@ uint32_t serverColor(XConnection &server, quint32 color)
 {
     QImage pixel(1, 1, QImage::Format_RGB32);
     pixel.fill(0xff000000 | color);
-    pixel.convertTo(server.format(server.depth()));
+    pixel.convertTo(pixelFormat(server, server.depth()));
     uint32_t value = 0;
     std::memcpy(&value, pixel.constBits(), size_t(pixel.depth() / 8));
     return value;
