@@ -23,6 +23,7 @@ const QColor accent(10, 132, 255);
 
 constexpr double radius = 10; // points, as all below
 constexpr double gap = 10;    // between region and panel, and to the monitor's edge
+constexpr double smallestGap = 2;
 
 int pixels(double points, double scale)
 {
@@ -296,38 +297,30 @@ QString endText(ScrollSession::End end)
 PanelPlace placePanel(const QRect &region, const PanelScreen &own, const QList<PanelScreen> &others)
 {
     using Shape = ScrollPanel::Shape;
-    const int space = pixels(gap, own.scale);
-    const QRect room = own.area.adjusted(space, space, -space, -space);
     const auto along = [](int middle, int length, int first, int last) {
         return std::clamp(middle - length / 2, first, std::max(first, last + 1 - length));
     };
     const QRect seen = region & own.area;
-    const auto below = [&](const QSize &size) {
-        return QPoint(along(seen.center().x(), size.width(), room.left(), room.right()), region.bottom() + 1 + space);
-    };
-    const auto above = [&](const QSize &size) {
-        return QPoint(below(size).x(), region.top() - space - size.height());
-    };
-    const auto right = [&](const QSize &size) {
-        return QPoint(region.right() + 1 + space, along(seen.center().y(), size.height(), room.top(), room.bottom()));
-    };
-    const auto left = [&](const QSize &size) {
-        return QPoint(region.left() - space - size.width(), right(size).y());
-    };
-    const auto fits = [&](QPoint at, Shape shape, int margin) {
-        return own.area.adjusted(margin, margin, -margin, -margin).contains(QRect(at, ScrollPanel::size(shape, own.scale)));
-    };
-    for (const int margin : {space, 0}) { // at the edge, before another shape is tried
-        const QSize wide = ScrollPanel::size(Shape::wide, own.scale);
-        const QSize tall = ScrollPanel::size(Shape::tall, own.scale);
-        const QSize bar = ScrollPanel::size(Shape::bar, own.scale);
-        for (const auto &[shape, at] :
-             {std::pair(Shape::wide, below(wide)), std::pair(Shape::wide, above(wide)),
-              std::pair(Shape::wide, right(wide)), std::pair(Shape::wide, left(wide)),
-              std::pair(Shape::tall, right(tall)), std::pair(Shape::tall, left(tall)),
-              std::pair(Shape::bar, below(bar)), std::pair(Shape::bar, above(bar))}) {
-            if (fits(at, shape, margin))
-                return {shape, at, own.scale, false};
+    const QSize wide = ScrollPanel::size(Shape::wide, own.scale);
+    // Close to the region and the monitor's edge when there is no other way.
+    for (const int space : {pixels(gap, own.scale), pixels(smallestGap, own.scale)}) {
+        const QRect room = own.area.adjusted(space, space, -space, -space);
+        const auto beside = [&](Shape shape, char side) {
+            const QSize size = ScrollPanel::size(shape, own.scale);
+            const int x = along(seen.center().x(), size.width(), room.left(), room.right());
+            const int y = along(seen.center().y(), size.height(), room.top(), room.bottom());
+            const QPoint at = side == 'B'   ? QPoint(x, region.bottom() + 1 + space)
+                              : side == 'A' ? QPoint(x, region.top() - space - size.height())
+                              : side == 'R' ? QPoint(region.right() + 1 + space, y)
+                                            : QPoint(region.left() - space - size.width(), y);
+            return QRect(at, size);
+        };
+        for (const auto &[shape, sides] :
+             {std::pair(Shape::wide, "BARL"), std::pair(Shape::tall, "RL"), std::pair(Shape::bar, "BA")}) {
+            for (const char *side = sides; *side; ++side) {
+                if (const QRect place = beside(shape, *side); room.contains(place))
+                    return {shape, place.topLeft(), own.scale, false};
+            }
         }
     }
     for (const PanelScreen &screen : others) {
@@ -338,12 +331,9 @@ PanelPlace placePanel(const QRect &region, const PanelScreen &own, const QList<P
         if (screen.area.contains(place) && !place.intersects(region))
             return {Shape::wide, at, screen.scale, false};
     }
-    const QSize size = ScrollPanel::size(Shape::wide, own.scale);
-    return {Shape::wide,
-            {along(room.center().x(), size.width(), room.left(), room.right()),
-             std::max(own.area.top(), room.bottom() + 1 - 3 * space - size.height())},
-            own.scale,
-            true};
+    const QPoint low(own.area.center().x() - wide.width() / 2,
+                     own.area.bottom() + 1 - pixels(4 * gap, own.scale) - wide.height());
+    return {Shape::wide, {std::max(low.x(), own.area.left()), std::max(low.y(), own.area.top())}, own.scale, true};
 }
 
 } // namespace qm

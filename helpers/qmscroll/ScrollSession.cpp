@@ -60,8 +60,8 @@ ScrollSession::Order ScrollSession::look(Milliseconds now, const Sight &sight)
     if (m_started && (m_options.mode == Mode::manual || m_notice == Notice::placeLost))
         return watch(now, sight);
     if (sight.changed || (sight.fresh && m_lastChange < 0ms)) {
-        if (m_direction == Direction::forth && m_lastChange < 0ms)
-            m_slowestAnswer = std::max(m_slowestAnswer, now - m_since);
+        if (m_lastChange < 0ms)
+            m_answer = now - m_since;
         m_lastChange = now;
     }
     if (!isSettled(now, sight))
@@ -70,7 +70,9 @@ ScrollSession::Order ScrollSession::look(Milliseconds now, const Sight &sight)
         return {Order::Kind::join, 0, {}};
     if (m_finish)
         return endWith(End::wish);
-    return m_direction == Direction::forth ? idle(now) : proceed(now);
+    if (m_direction == Direction::forth)
+        return now - m_since < answerLimit() ? rest(now) : idle(now);
+    return proceed(now);
 }
 
 // The user scrolls. A frame is joined when two looks saw the same: a view that moves on and on shows each of its pictures
@@ -110,6 +112,7 @@ ScrollSession::Order ScrollSession::joined(Milliseconds now, Stitcher::Step step
     m_notice = Notice::none;
     if (step == Step::still && m_direction == Direction::forth && !isFirst) {
         // Something else moved, a caret say: the view may yet answer.
+        m_answer = longest;
         return now - m_since < answerLimit() ? rest(now) : idle(now);
     }
     if (step == Step::joined) {
@@ -119,8 +122,10 @@ ScrollSession::Order ScrollSession::joined(Milliseconds now, Stitcher::Step step
             m_recoveries = 0;
         if (m_barrenSteps >= barrenLimit && m_options.mode == Mode::automatic)
             return endWith(End::content); // it springs back each time
-        if (m_direction == Direction::forth && shift > 0)
+        if (m_direction == Direction::forth && shift > 0) {
+            m_slowestAnswer = std::max(m_slowestAnswer, std::min(m_answer, now - m_since));
             learn(shift);
+        }
     }
     return proceed(now);
 }

@@ -93,8 +93,9 @@ private:
     int m_clicks = 0;
     Milliseconds m_since{-1};      // its begin; negative: with the next look
     Milliseconds m_lastChange{-1}; // seen in it; negative: none yet
+    Milliseconds m_answer{0};      // until the first change
 
-    Milliseconds m_slowestAnswer{0}; // from a click to the first change; 0: none seen
+    Milliseconds m_slowestAnswer{0}; // from a click to the first change, of those that moved something; 0: unknown
     double m_pixelsPerClick = 0;     // 0: unknown
     int m_nextClicks = 1;
     int m_height = 0;
