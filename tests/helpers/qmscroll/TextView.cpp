@@ -1,16 +1,14 @@
-// A page of text in a Qt view, for scrolling captures: text_view TITLE X,Y,WIDTH,HEIGHT LINES KIND TRUTH
+// A page of text in a Qt view, for scrolling captures: text_view KIND X,Y,WIDTH,HEIGHT LINES TRUTH
 // KIND: browser (scrolls by pixels) or plain (by lines). Writes to TRUTH what the view holds as one tall picture, as wide as
 // its viewport, and says on stdout where the viewport is once it is shown.
 
 #include <QApplication>
-#include <QPainter>
 #include <QPlainTextEdit>
-#include <QScrollBar>
-#include <QTextBlock>
 #include <QTextBrowser>
-#include <QTimer>
+#include <QWindow>
 
 #include <cstdio>
+#include <memory>
 
 namespace {
 
@@ -32,8 +30,15 @@ QString page(int lines)
     return html;
 }
 
+int contentHeight(const QAbstractScrollArea &view)
+{
+    if (const auto *plain = qobject_cast<const QPlainTextEdit *>(&view))
+        return plain->blockCount() * QFontMetrics(plain->font()).lineSpacing() * 3 / 2; // with room for other scripts' lines
+    return int(static_cast<const QTextEdit &>(view).document()->size().height());
+}
+
 // The same view without a screen, as tall as all of its text.
-QImage truth(QAbstractScrollArea &view, const QSize &content)
+void writeTruth(QAbstractScrollArea &view, const QSize &content, const QString &path)
 {
     view.setVerticalScrollBarPolicy(Qt::ScrollBarAlwaysOff);
     view.setHorizontalScrollBarPolicy(Qt::ScrollBarAlwaysOff);
@@ -41,7 +46,7 @@ QImage truth(QAbstractScrollArea &view, const QSize &content)
     QImage image(content, QImage::Format_RGB32);
     image.fill(Qt::white);
     view.viewport()->render(&image);
-    return image;
+    image.save(path);
 }
 
 } // namespace
@@ -50,12 +55,12 @@ int main(int argc, char **argv)
 {
     QApplication application(argc, argv);
     const QStringList arguments = QCoreApplication::arguments();
-    if (arguments.size() != 6)
+    if (arguments.size() != 5)
         return 2;
     const QStringList place = arguments[2].split(u',');
     const QRect area(place[0].toInt(), place[1].toInt(), place[2].toInt(), place[3].toInt());
     const int lines = arguments[3].toInt();
-    const bool plain = arguments[4] == QLatin1String("plain");
+    const bool plain = arguments[1] == QLatin1String("plain");
 
     const auto make = [&]() -> std::unique_ptr<QAbstractScrollArea> {
         if (plain) {
@@ -74,23 +79,17 @@ int main(int argc, char **argv)
     view->setFrameShape(QFrame::NoFrame);
     view->setVerticalScrollBarPolicy(Qt::ScrollBarAlwaysOn);
     view->setHorizontalScrollBarPolicy(Qt::ScrollBarAlwaysOff);
-    view->setWindowTitle(arguments[1]);
     view->setWindowFlag(Qt::BypassWindowManagerHint);
     view->setGeometry(area);
     view->show();
 
-    QTimer::singleShot(0, view.get(), [&] {
-        const QRect viewport(view->viewport()->mapToGlobal(QPoint()), view->viewport()->size());
-        const std::unique_ptr<QAbstractScrollArea> tall = make();
-        tall->setFrameShape(QFrame::NoFrame);
-        const QScrollBar &bar = *view->verticalScrollBar();
-        const int pixels = plain ? int(static_cast<QPlainTextEdit &>(*view).blockCount()) *
-                                           QFontMetrics(view->font()).lineSpacing() +
-                                       8
-                                 : bar.maximum() + viewport.height();
-        truth(*tall, {viewport.width(), pixels}).save(arguments[5]);
-        std::printf("%d %d %d %d\n", viewport.x(), viewport.y(), viewport.width(), viewport.height());
-        std::fflush(stdout);
-    });
+    while (!view->windowHandle()->isExposed())
+        QCoreApplication::processEvents(QEventLoop::WaitForMoreEvents);
+    const QRect viewport(view->viewport()->mapToGlobal(QPoint()), view->viewport()->size());
+    const std::unique_ptr<QAbstractScrollArea> tall = make();
+    tall->setFrameShape(QFrame::NoFrame);
+    writeTruth(*tall, {viewport.width(), contentHeight(*view)}, arguments[4]);
+    std::printf("%d %d %d %d\n", viewport.x(), viewport.y(), viewport.width(), viewport.height());
+    std::fflush(stdout);
     return QApplication::exec();
 }

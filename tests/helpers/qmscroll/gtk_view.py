@@ -7,7 +7,7 @@ import sys
 import gi
 
 gi.require_version("Gtk", "3.0")
-from gi.repository import Gdk, GLib, Gtk  # noqa: E402
+from gi.repository import GLib, Gtk  # noqa: E402
 
 
 def make_text(lines):
@@ -22,38 +22,33 @@ def make_text(lines):
     return view
 
 
-def write_truth(tall, width, path):
-    text = make_text(LINES)
-    tall.add(text)
-    text.set_size_request(width, -1)
-    tall.show_all()
-
-    def save():
-        pixbuf = tall.get_pixbuf()
-        pixbuf.savev(path, "png", [], [])
-        return False
-
-    # What is laid out lazily is complete when nothing else is left to do.
-    GLib.idle_add(save, priority=GLib.PRIORITY_LOW)
-
-
 x, y, width, height = map(int, sys.argv[1].split(","))
-LINES = int(sys.argv[2])
+lines = int(sys.argv[2])
 window = Gtk.Window(type=Gtk.WindowType.POPUP)
 window.move(x, y)
 window.resize(width, height)
 scrolled = Gtk.ScrolledWindow()
-scrolled.add(make_text(LINES))
+scrolled.add(make_text(lines))
 window.add(scrolled)
 window.show_all()
-off_screen = Gtk.OffscreenWindow()
-write_truth(off_screen, width, sys.argv[3])
 
 
-def tell():
-    print(x, y, width, height, flush=True)
+def write_truth():
+    # The view lays its lines out when nothing else is to be done, so by now it knows how tall they are.
+    tall = Gtk.OffscreenWindow()
+    text = make_text(lines)
+    text.set_size_request(width, int(scrolled.get_vadjustment().get_upper()))
+    tall.add(text)
+    tall.show_all()
+
+    def save():
+        tall.get_pixbuf().savev(sys.argv[3], "png", [], [])
+        print(x, y, width, height, flush=True)
+        return False
+
+    GLib.timeout_add(300, save)
     return False
 
 
-GLib.idle_add(tell, priority=GLib.PRIORITY_LOW + 10)
+GLib.idle_add(write_truth, priority=GLib.PRIORITY_LOW + 10)
 Gtk.main()
