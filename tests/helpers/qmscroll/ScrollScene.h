@@ -29,35 +29,38 @@ public:
         int pageHeight = 2400;
         Content content = Content::mixed;
         int header = 0, footer = 0; // rows that stay at the top and bottom
-        int headerFrom = 0;         // the header is part of the page at this row and begins to stick when that reaches the top
-        int headerShrinksTo = 0;    // as soon as the page has moved
-        bool footerCounts = false;  // shows the position
-        int barLater = 0;           // from this offset on a bar lies over the window's last rows, as cookies ask for
-        int scrollBar = 0;          // columns at the right
+        int headerFrom = 0; // the header is part of the page at this row and begins to stick when that reaches the top
+        int headerShrinksTo = 0;   // as soon as the page has moved
+        bool footerCounts = false; // shows the position
+        int barLater = 0;          // from this offset on a bar lies over the window's last rows, as cookies ask for
+        int scrollBar = 0;         // columns at the right
         bool scrollBarLeft = false;
         int sidebar = 0; // columns at the left that stay
         bool caret = false, animation = false, hover = false;
-        int noise = 0;     // grey levels, up and down
-        double blur = 0;   // share of the row below that is mixed into every row of every other frame
-        QRect blank;       // rows of the page that show nothing
+        int noise = 0;   // grey levels, up and down
+        double blur = 0; // share of the row below that is mixed into every row of every other frame
+        QRect blank{};     // rows of the page that show nothing
     };
 
     ScrollScene(const Look &look, quint32 seed);
 
     QImage frame(int offset); // each call is a later moment: carets blink, animations go on
-    int lastOffset() const { return m_page.height() - contentHeight(); }
+    int lastOffset() const;
 
     // The first difference between a picture that begins at the offset and the page, in words; none when it is right.
     std::optional<QString> difference(const QImage &picture, int firstOffset, int furthestOffset) const;
 
 private:
-    int contentHeight() const { return m_look.size.height() - (m_look.headerFrom ? 0 : m_look.header) - m_look.footer; }
-    QRgb headerPixel(int x, int y) const;
-    QRgb footerPixel(int x, int y) const;
+    static constexpr int laterBarRows = 40;
+
+    int contentTop() const;
+    QImage footer(int offset) const;
+    QImage laterBar() const;
+    static QRgb hovered(QRgb pixel);
 
     const Look m_look;
     QRandomGenerator m_random;
-    QImage m_page, m_header, m_footer;
+    QImage m_page, m_header;
     QRect m_caretPlace, m_animationPlace; // on the page
     int m_moment = 0;
 };
