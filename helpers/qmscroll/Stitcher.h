@@ -36,7 +36,7 @@ public:
     Stitcher(const QSize &frame, Rows rows);
     ~Stitcher();
 
-    // The region as it is now, RGB32. After ambiguous and lost the stitcher still stands at the last joined frame, and the
+    // The region as it is now, RGB32; kept by reference, so its pixels must not change later. After ambiguous and lost the stitcher still stands at the last joined frame, and the
     // next frame is compared with that.
     Step add(const QImage &frame);
 

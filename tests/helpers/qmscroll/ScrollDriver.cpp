@@ -1,206 +1,83 @@
 #include "tests/helpers/qmscroll/ScrollDriver.h"
 
-#include <QDir>
-
-#include <cstdlib>
-#include <xcb/xcb.h>
+#include <algorithm>
+#include <cstring>
 
 namespace qm {
 
-namespace {
-
-bool isBlank(const QImage &image, int row, int columns)
+ScrollDriver::ScrollDriver(ScrollScene &shown, int offset)
+    : scene(shown)
+    , stitcher(shown.frame(0).size(),
+               [this](const QImage &rows) {
+                   QImage grown(rows.width(), picture.height() + rows.height(), QImage::Format_RGB32);
+                   for (int y = 0; y < grown.height(); ++y) {
+                       const bool old = y < picture.height();
+                       std::memcpy(grown.scanLine(y),
+                                   old ? picture.constScanLine(y) : rows.constScanLine(y - picture.height()),
+                                   size_t(rows.width()) * 4);
+                   }
+                   picture = grown;
+                   return true;
+               })
+    , start(offset)
+    , at(offset)
+    , furthest(offset)
 {
-    const auto *pixels = reinterpret_cast<const QRgb *>(image.constScanLine(row));
-    return std::all_of(pixels, pixels + columns, [&](QRgb pixel) { return pixel == pixels[0]; });
+    if (look(offset) != Stitcher::Step::first)
+        wrong = QStringLiteral("the first frame is not the first");
 }
 
-void awaitThat(const char *what, const std::function<bool()> &condition)
+Stitcher::Step ScrollDriver::look(int offset)
 {
-    if (!Desktop::wait(condition))
-        qFatal("%s does not come about", what);
-}
-
-} // namespace
-
-int ScrollDriver::View::lastRow() const
-{
-    int row = content.height() - 1;
-    while (row > 0 && isBlank(content, row, content.width()))
-        --row;
-    return row;
-}
-
-ScrollDriver::ScrollDriver(Desktop &desktop)
-    : m_desktop(desktop)
-    , m_folder(desktop.home().file(QStringLiteral("captures")))
-    , m_path(m_folder + QStringLiteral("/Quillmere 2026-03-05-14-07-09 scroll.png"))
-{
-    QDir(m_folder).removeRecursively();
-    QDir().mkpath(m_folder);
-}
-
-ScrollDriver::~ScrollDriver()
-{
-    if (m_helper && m_helper->state() != QProcess::NotRunning) { // only after a failure
-        m_helper->kill();
-        m_helper->waitForFinished();
-    }
-    endViews();
-}
-
-const ScrollDriver::View &ScrollDriver::startView(const QString &kind, const QRect &area, int lines)
-{
-    const QString place = QStringLiteral("%1,%2,%3,%4").arg(area.x()).arg(area.y()).arg(area.width()).arg(area.height());
-    const QString truth = m_desktop.home().file(QStringLiteral("truth.png"));
-    const bool gtk = kind == QLatin1String("gtk");
-    QProcess &process =
-        gtk ? m_desktop.start(QStringLiteral("/usr/bin/python3"), // where Debian's bindings are
-                              {QStringLiteral(QM_TEST_DATA "/../helpers/qmscroll/gtk_view.py"), place,
-                               QString::number(lines), truth})
-            : m_desktop.start(QStringLiteral(QM_PROGRAMS "/text_view"),
-                              {kind, place, QString::number(lines), truth}, {QStringLiteral("QT_QPA_PLATFORM=xcb")});
-    awaitThat("a view", [&] {
-        if (process.state() == QProcess::NotRunning)
-            qFatal("the view has ended: %s", process.readAllStandardError().constData());
-        return process.canReadLine();
-    });
-    const QList<QByteArray> numbers = process.readLine().simplified().split(' ');
-    View view{QRect(numbers[0].toInt(), numbers[1].toInt(), numbers[2].toInt(), numbers[3].toInt()),
-              QImage(truth).convertToFormat(QImage::Format_RGB32), gtk ? 24 : 0, &process};
-    m_views.push_back(view);
-    // It shows its beginning.
-    const QRect shown(QPoint(), QSize(view.area.width() - view.ignoredColumns, std::min(100, view.content.height())));
-    awaitThat("the view's first rows", [&] {
-        return m_desktop.picture(shown.translated(view.area.topLeft())) == view.content.copy(shown);
-    });
-    return m_views.back();
-}
-
-void ScrollDriver::endViews()
-{
-    for (const View &view : m_views) {
-        if (view.process->state() == QProcess::NotRunning)
-            continue;
-        view.process->terminate();
-        view.process->waitForFinished();
-    }
-}
-
-QProcess &ScrollDriver::startCapture(const QRect &region, const QStringList &arguments, const QStringList &environment)
-{
-    m_helper = &m_desktop.start(QString::fromLatin1(program), QStringList{QStringLiteral("--region"), m_path} + arguments,
-                                environment);
-    drawRegion(region);
-    return *m_helper;
-}
-
-QProcess &ScrollDriver::startCaptureBelowShell(const QRect &region)
-{
-    m_helper = &m_desktop.start(QStringLiteral("/bin/sh"),
-                                {QStringLiteral("-c"), QStringLiteral("\"$0\" --region \"$1\" & wait"),
-                                 QString::fromLatin1(program), m_path});
-    drawRegion(region);
-    return *m_helper;
-}
-
-QProcess &ScrollDriver::startCaptureOnSmallDisk(const QRect &region)
-{
-    m_helper = &m_desktop.start(
-        QStringLiteral("unshare"),
-        {QStringLiteral("-rm"), QStringLiteral("/bin/sh"), QStringLiteral("-c"),
-         QStringLiteral("mount -t tmpfs -o size=64k none \"$1\" || exit 9; \"$0\" --region \"$1/a.png\"; status=$?\n"
-                        "ls -A \"$1\"; exit $status"),
-         QString::fromLatin1(program), m_folder});
-    drawRegion(region);
-    return *m_helper;
-}
-
-void ScrollDriver::drawRegion(const QRect &region)
-{
-    m_region = region;
-    awaitThat("the overlay", [this] {
-        return m_desktop.selectionOwner("_QUILLMERE_CAPTURE") != 0 && !nothingIsHeld(m_desktop);
-    });
-    m_desktop.drag(region.topLeft(), region.bottomRight());
-    awaitThat("the panel", [this] { return button(PanelButton::cancel).isValid(); });
-}
-
-bool ScrollDriver::hasScrolled(const View &view) const
-{
-    const QRect top(view.area.topLeft(), QSize(view.area.width() - view.ignoredColumns, 100));
-    return Desktop::wait([&] {
-        return m_desktop.picture(top) != view.content.copy(QRect(QPoint(), top.size()));
-    });
-}
-
-// By their colours, which nothing else on these desktops has.
-QRect ScrollDriver::button(PanelButton which) const
-{
-    const QRgb color = which == PanelButton::done ? 0xff0a84ff : 0xff58585c;
-    const QImage shown = m_desktop.picture();
-    QRect found;
-    for (int y = 0; y < shown.height(); ++y) {
-        const auto *row = reinterpret_cast<const QRgb *>(shown.constScanLine(y));
-        for (int x = 0; x + 8 < shown.width(); ++x) {
-            // Not the frame's lines, which are a few pixels thick.
-            const bool inside = std::all_of(row + x, row + x + 8, [=](QRgb pixel) { return (pixel | 0xff000000) == color; });
-            if (inside && y + 4 < shown.height() && (shown.pixel(x, y + 4) | 0xff000000) == color)
-                found |= QRect(x, y, 8, 5);
+    const Stitcher::Step step = stitcher.add(scene.frame(offset));
+    if (step == Stitcher::Step::joined) {
+        if (stitcher.lastShift() != offset - at || stitcher.position() != offset - start) {
+            wrong = QStringLiteral("joined %1 to %2 with a shift of %3").arg(at).arg(offset).arg(stitcher.lastShift());
         }
+        at = offset;
+        furthest = std::max(furthest, at);
+    } else if (step == Stitcher::Step::still && offset != at) {
+        wrong = QStringLiteral("still from %1 to %2").arg(at).arg(offset);
+    } else if (step == Stitcher::Step::failed) {
+        wrong = QStringLiteral("failed");
     }
-    return found;
+    return step;
 }
 
-void ScrollDriver::clickButton(PanelButton which)
+bool ScrollDriver::scroll(int by)
 {
-    // Both found by colour before the pointer changes it.
-    m_desktop.click(button(which).center());
-}
-
-QStringList ScrollDriver::files() const
-{
-    return QDir(m_folder).entryList(QDir::Files | QDir::Hidden | QDir::System);
-}
-
-QString ScrollDriver::compare(const QRect &region) const
-{
-    const View &view = m_views.back();
-    const QImage taken = picture().convertToFormat(QImage::Format_RGB32);
-    if (taken.width() != region.width())
-        return QStringLiteral("it is %1 pixels wide").arg(taken.width());
-    const QPoint from = region.topLeft() - view.area.topLeft();
-    const int ignored = std::max(0, view.ignoredColumns - (view.area.right() - region.right()));
-    const int columns = taken.width() - ignored;
-    for (int y = 0; y < taken.height(); ++y) {
-        const bool known = y + from.y() < view.content.height();
-        const bool same = known ? taken.copy(0, y, columns, 1) == view.content.copy(from.x(), y + from.y(), columns, 1)
-                                : isBlank(taken, y, columns);
-        if (!same)
-            return QStringLiteral("row %1 of %2 is another").arg(y).arg(taken.height());
+    for (; by != 0; by /= 2) {
+        const int offset = std::clamp(at + by, 0, scene.lastOffset());
+        if (offset == at)
+            return true;
+        const Stitcher::Step step = look(offset);
+        if (!wrong.isEmpty())
+            return false;
+        if (step == Stitcher::Step::joined)
+            return true;
+        ++refused;
     }
-    return {};
+    stuck = true;
+    return false;
 }
 
-bool ScrollDriver::nothingIsHeld(Desktop &desktop)
+void ScrollDriver::toTheEnd(const std::function<int()> &step)
 {
-    xcb_connection_t *connection = desktop.connection();
-    auto *keyboard = xcb_grab_keyboard_reply(
-        connection, xcb_grab_keyboard(connection, 0, desktop.root(), 0, XCB_GRAB_MODE_ASYNC, XCB_GRAB_MODE_ASYNC),
-        nullptr);
-    auto *pointer = xcb_grab_pointer_reply(
-        connection,
-        xcb_grab_pointer(connection, 0, desktop.root(), 0, XCB_GRAB_MODE_ASYNC, XCB_GRAB_MODE_ASYNC, 0, 0, 0), nullptr);
-    auto *state = xcb_query_pointer_reply(connection, xcb_query_pointer(connection, desktop.root()), nullptr);
-    const bool free = keyboard && keyboard->status == XCB_GRAB_STATUS_SUCCESS && pointer &&
-                      pointer->status == XCB_GRAB_STATUS_SUCCESS && state && (state->mask & 0x1f00) == 0;
-    std::free(keyboard);
-    std::free(pointer);
-    std::free(state);
-    xcb_ungrab_keyboard(connection, 0);
-    xcb_ungrab_pointer(connection, 0);
-    xcb_flush(connection);
-    return free;
+    while (at < scene.lastOffset() && scroll(step())) {
+    }
+    if (wrong.isEmpty() && !stuck && look(at) == Stitcher::Step::joined)
+        wrong = QStringLiteral("joined at the end of the page");
+}
+
+void ScrollDriver::finish()
+{
+    const int height = stitcher.height();
+    if (!stitcher.finish() && wrong.isEmpty())
+        wrong = QStringLiteral("did not finish");
+    if (height != picture.height() && wrong.isEmpty())
+        wrong = QStringLiteral("promised %1 rows, handed over %2").arg(height).arg(picture.height());
+    if (wrong.isEmpty())
+        wrong = scene.difference(picture, start, furthest).value_or(QString());
 }
 
 } // namespace qm

@@ -1,7 +1,7 @@
 // The program itself, scrolling other programs' views on a real desktop. What it writes is compared with what the views
 // say they hold, row by row.
 
-#include "tests/helpers/qmscroll/ScrollDriver.h"
+#include "tests/helpers/qmscroll/ViewDriver.h"
 
 #include <QDir>
 #include <QGuiApplication>
@@ -11,7 +11,7 @@
 #include <unistd.h>
 
 using namespace qm;
-using Steps = std::function<void(ScrollDriver &)>;
+using Steps = std::function<void(ViewDriver &)>;
 
 Q_DECLARE_METATYPE(Steps)
 
@@ -63,7 +63,7 @@ private:
     }
 
     Desktop &m_desktop;
-    std::unique_ptr<ScrollDriver> m_driver;
+    std::unique_ptr<ViewDriver> m_driver;
     QImage m_before;
 };
 
@@ -71,7 +71,7 @@ void tst_QmScroll::init()
 {
     m_desktop.movePointer({1250, 880});
     m_before = m_desktop.stillPicture();
-    m_driver = std::make_unique<ScrollDriver>(m_desktop);
+    m_driver = std::make_unique<ViewDriver>(m_desktop);
 }
 
 // Whatever happened, nothing is left: no frame or panel, no grab, no button held down.
@@ -81,7 +81,7 @@ void tst_QmScroll::cleanup()
     m_desktop.releaseInput();
     QVERIFY(Desktop::wait([this] { return m_desktop.selectionOwner("_QUILLMERE_CAPTURE") == 0; }));
     QVERIFY(Desktop::wait([this] { return m_desktop.picture() == m_before; }));
-    QVERIFY(ScrollDriver::nothingIsHeld(m_desktop));
+    QVERIFY(ViewDriver::nothingIsHeld(m_desktop));
 }
 
 void tst_QmScroll::wholePage_data()
@@ -110,7 +110,7 @@ void tst_QmScroll::wholePage()
     QFETCH(QRect, area);
     QFETCH(QRect, part);
     QFETCH(int, lines);
-    const ScrollDriver::View &view = m_driver->startView(kind, area, lines);
+    const ViewDriver::View &view = m_driver->startView(kind, area, lines);
     const QRect region = part.isNull() ? view.area : part.translated(view.area.topLeft()) & view.area;
     QProcess &helper = m_driver->startCapture(region);
     QVERIFY(finished(helper));
@@ -126,10 +126,10 @@ void tst_QmScroll::wholePage()
 // There is no place beside it for frame and panel: how to end is told first, and gone before anything is taken.
 void tst_QmScroll::regionFillsTheScreen()
 {
-    const ScrollDriver::View &view = m_driver->startView(QStringLiteral("gtk"), QRect(QPoint(), screen), 150);
+    const ViewDriver::View &view = m_driver->startView(QStringLiteral("gtk"), QRect(QPoint(), screen), 150);
     QProcess &helper = m_driver->startCapture(view.area);
-    QVERIFY(Desktop::wait([this] { return m_driver->button(ScrollDriver::PanelButton::done).isValid(); }));
-    QVERIFY(Desktop::wait([this] { return !m_driver->button(ScrollDriver::PanelButton::done).isValid(); }));
+    QVERIFY(Desktop::wait([this] { return m_driver->button(ViewDriver::PanelButton::done).isValid(); }));
+    QVERIFY(Desktop::wait([this] { return !m_driver->button(ViewDriver::PanelButton::done).isValid(); }));
     QVERIFY(finished(helper));
     QCOMPARE(m_driver->compare(view.area), QString());
     QVERIFY(m_driver->picture().height() > view.lastRow());
@@ -137,7 +137,7 @@ void tst_QmScroll::regionFillsTheScreen()
 
 void tst_QmScroll::heightLimit()
 {
-    const ScrollDriver::View &view = m_driver->startView(QStringLiteral("browser"), place, 200);
+    const ViewDriver::View &view = m_driver->startView(QStringLiteral("browser"), place, 200);
     QProcess &helper =
         m_driver->startCapture(view.area, {QStringLiteral("--max-height"), QStringLiteral("1234")});
     QVERIFY(finished(helper));
@@ -148,7 +148,7 @@ void tst_QmScroll::heightLimit()
 
 void tst_QmScroll::byHand()
 {
-    const ScrollDriver::View &view = m_driver->startView(QStringLiteral("browser"), place, 100);
+    const ViewDriver::View &view = m_driver->startView(QStringLiteral("browser"), place, 100);
     QProcess &helper = m_driver->startCapture(view.area, {QStringLiteral("--manual")});
     const QPoint pointer = view.area.center() + QPoint(50, 50);
     m_desktop.movePointer(pointer);
@@ -176,18 +176,18 @@ void tst_QmScroll::ended_data()
                         const Steps &steps) {
         QTest::newRow(name) << arguments << afterScrolling << steps << hasFile;
     };
-    const auto tap = [](Key key) { return Steps([key](ScrollDriver &driver) { driver.desktop().tap(key); }); };
-    const auto click = [](ScrollDriver::PanelButton button) {
-        return Steps([button](ScrollDriver &driver) { driver.clickButton(button); });
+    const auto tap = [](Key key) { return Steps([key](ViewDriver &driver) { driver.desktop().tap(key); }); };
+    const auto click = [](ViewDriver::PanelButton button) {
+        return Steps([button](ViewDriver &driver) { driver.clickButton(button); });
     };
     const QStringList manual(QStringLiteral("--manual"));
     row("Return", {}, true, true, tap(Key::enter));
     row("Escape", {}, true, true, tap(Key::escape));
-    row("Done", {}, true, true, click(ScrollDriver::PanelButton::done));
-    row("Cancel", {}, true, false, click(ScrollDriver::PanelButton::cancel));
+    row("Done", {}, true, true, click(ViewDriver::PanelButton::done));
+    row("Cancel", {}, true, false, click(ViewDriver::PanelButton::cancel));
     row("Return before anything has scrolled", manual, false, true, tap(Key::enter));
     row("Escape before anything has scrolled", manual, false, false, tap(Key::escape));
-    row("Done before anything has scrolled", manual, false, true, click(ScrollDriver::PanelButton::done));
+    row("Done before anything has scrolled", manual, false, true, click(ViewDriver::PanelButton::done));
 }
 
 void tst_QmScroll::ended()
@@ -196,7 +196,7 @@ void tst_QmScroll::ended()
     QFETCH(bool, afterScrolling);
     QFETCH(Steps, steps);
     QFETCH(bool, hasFile);
-    const ScrollDriver::View &view = m_driver->startView(QStringLiteral("browser"), place, 5000);
+    const ViewDriver::View &view = m_driver->startView(QStringLiteral("browser"), place, 5000);
     QProcess &helper = m_driver->startCapture(view.area, arguments);
     if (afterScrolling)
         QVERIFY(m_driver->hasScrolled(view));
@@ -223,7 +223,7 @@ void tst_QmScroll::signalled_data()
 void tst_QmScroll::signalled()
 {
     QFETCH(int, signal);
-    const ScrollDriver::View &view = m_driver->startView(QStringLiteral("browser"), place, 5000);
+    const ViewDriver::View &view = m_driver->startView(QStringLiteral("browser"), place, 5000);
     QProcess &helper = m_driver->startCapture(view.area);
     QVERIFY(m_driver->hasScrolled(view));
     kill(pid_t(helper.processId()), signal);
@@ -234,7 +234,7 @@ void tst_QmScroll::signalled()
 
 void tst_QmScroll::endsWithItsParent()
 {
-    const ScrollDriver::View &view = m_driver->startView(QStringLiteral("browser"), place, 5000);
+    const ViewDriver::View &view = m_driver->startView(QStringLiteral("browser"), place, 5000);
     QProcess &parent = m_driver->startCaptureBelowShell(view.area);
     QVERIFY(m_driver->hasScrolled(view));
     parent.kill();
@@ -245,7 +245,7 @@ void tst_QmScroll::endsWithItsParent()
 
 void tst_QmScroll::pausesWhileThePointerIsAway()
 {
-    const ScrollDriver::View &view = m_driver->startView(QStringLiteral("browser"), place, 120);
+    const ViewDriver::View &view = m_driver->startView(QStringLiteral("browser"), place, 120);
     QProcess &helper = m_driver->startCapture(view.area);
     QVERIFY(m_driver->hasScrolled(view));
     m_desktop.movePointer({1100, 300});
@@ -261,11 +261,11 @@ void tst_QmScroll::pausesWhileThePointerIsAway()
 
 void tst_QmScroll::otherKeysStayOthers()
 {
-    const ScrollDriver::View &view = m_driver->startView(QStringLiteral("browser"), place, 60);
+    const ViewDriver::View &view = m_driver->startView(QStringLiteral("browser"), place, 60);
     QProcess &helper = m_driver->startCapture(view.area, {QStringLiteral("--manual")});
-    QVERIFY(Desktop::wait([this] { return ScrollDriver::nothingIsHeld(m_desktop); }));
+    QVERIFY(Desktop::wait([this] { return ViewDriver::nothingIsHeld(m_desktop); }));
     m_desktop.keyDown(Key::escape);
-    QVERIFY(Desktop::wait([this] { return !m_driver->button(ScrollDriver::PanelButton::done).isValid(); }));
+    QVERIFY(Desktop::wait([this] { return !m_driver->button(ViewDriver::PanelButton::done).isValid(); }));
     QCOMPARE(helper.state(), QProcess::Running); // until the key is up: the window below must not get half of it
     m_desktop.keyUp(Key::escape);
     QVERIFY(finished(helper));
@@ -275,7 +275,7 @@ void tst_QmScroll::whatCannotBeJoinedEndsIt()
 {
     const PatternWindow below(m_desktop, QStringLiteral("below"), QRect(QPoint(), screen), 3,
                               PatternWindow::Kind::unmanaged);
-    const ScrollDriver::View &view = m_driver->startView(QStringLiteral("browser"), place, 5000);
+    const ViewDriver::View &view = m_driver->startView(QStringLiteral("browser"), place, 5000);
     QProcess &helper = m_driver->startCapture(view.area);
     QVERIFY(m_driver->hasScrolled(view));
     m_driver->endViews();
@@ -300,7 +300,7 @@ void tst_QmScroll::scales()
 {
     QFETCH(QString, factor);
     QFETCH(int, dpi);
-    const ScrollDriver::View &view = m_driver->startView(QStringLiteral("browser"), place, 60);
+    const ViewDriver::View &view = m_driver->startView(QStringLiteral("browser"), place, 60);
     QProcess &helper = m_driver->startCapture(view.area, {}, {factor});
     QVERIFY(finished(helper));
     QCOMPARE(m_driver->compare(view.area), QString());
@@ -309,9 +309,9 @@ void tst_QmScroll::scales()
 
 void tst_QmScroll::secondHelper()
 {
-    const ScrollDriver::View &view = m_driver->startView(QStringLiteral("browser"), place, 60);
+    const ViewDriver::View &view = m_driver->startView(QStringLiteral("browser"), place, 60);
     QProcess &first = m_driver->startCapture(view.area, {QStringLiteral("--manual")});
-    QProcess &second = m_desktop.start(QString::fromLatin1(ScrollDriver::program),
+    QProcess &second = m_desktop.start(QString::fromLatin1(ViewDriver::program),
                                        {QStringLiteral("--region"), m_driver->folder() + QStringLiteral("/second.png")});
     QVERIFY(finished(second));
     QCOMPARE(second.exitCode(), 0);
@@ -344,7 +344,7 @@ void tst_QmScroll::failures()
 {
     QFETCH(QStringList, arguments);
     QFETCH(QStringList, environment);
-    QProcess &helper = m_desktop.start(QString::fromLatin1(ScrollDriver::program), arguments, environment);
+    QProcess &helper = m_desktop.start(QString::fromLatin1(ViewDriver::program), arguments, environment);
     QVERIFY(finished(helper));
     QCOMPARE(helper.exitCode(), 1);
     const QByteArray said = helper.readAllStandardError();
@@ -359,7 +359,7 @@ void tst_QmScroll::fullDisk()
     QVERIFY(finished(probe));
     if (probe.exitCode() != 0)
         QSKIP("no mount name spaces here");
-    const ScrollDriver::View &view = m_driver->startView(QStringLiteral("browser"), place, 300);
+    const ViewDriver::View &view = m_driver->startView(QStringLiteral("browser"), place, 300);
     QProcess &helper = m_driver->startCaptureOnSmallDisk(view.area);
     QVERIFY(finished(helper));
     QCOMPARE(helper.readAllStandardOutput(), QByteArray());
