@@ -92,20 +92,20 @@ void CaptureRun::capture()
 void CaptureRun::handle(const ScrollDesktop::Input &input)
 {
     using Kind = ScrollDesktop::Input::Kind;
-    const auto finish = [this] {
-        m_session.finish();
+    const auto bringIn = [this] {
         if (m_place.coversRegion)
             hidePanel(); // one more frame is to come
         m_nextLook = now();
     };
     switch (input.kind) {
     case Kind::none: return;
-    case Kind::enter: finish(); break;
+    case Kind::enter:
+        m_session.finish();
+        bringIn();
+        break;
     case Kind::escape:
-        if (m_session.hasScrolled())
-            finish();
-        else
-            m_session.cancel();
+        m_session.finishOrCancel();
+        bringIn();
         break;
     case Kind::pointer: m_panel->movePointer(input.at); break;
     case Kind::press:
@@ -115,7 +115,10 @@ void CaptureRun::handle(const ScrollDesktop::Input &input)
     case Kind::release:
         m_panel->movePointer(input.at);
         switch (m_panel->release()) {
-        case ScrollPanel::Button::done: finish(); break;
+        case ScrollPanel::Button::done:
+            m_session.finish();
+            bringIn();
+            break;
         case ScrollPanel::Button::cancel: m_session.cancel(); break;
         case ScrollPanel::Button::none: break;
         }

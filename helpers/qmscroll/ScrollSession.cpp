@@ -35,6 +35,13 @@ void ScrollSession::finish()
     m_finish = true;
 }
 
+void ScrollSession::finishOrCancel()
+{
+    if (!m_started)
+        cancel();
+    m_finish = m_onlyIfScrolled = true;
+}
+
 void ScrollSession::cancel()
 {
     if (m_end == End::open)
@@ -69,7 +76,9 @@ ScrollSession::Order ScrollSession::look(Milliseconds now, const Sight &sight)
     if (sight.fresh || !m_started)
         return {Order::Kind::join, 0, {}};
     if (m_finish)
-        return endWith(End::wish);
+        return endByWish();
+    if (m_astray != End::open) // and nothing has changed since
+        return recover(now, m_astray);
     if (m_direction == Direction::forth)
         return now - m_since < answerLimit() ? rest(now) : idle(now);
     return proceed(now);
@@ -87,7 +96,7 @@ ScrollSession::Order ScrollSession::watch(Milliseconds now, const Sight &sight)
     if (still && sight.fresh)
         return {Order::Kind::join, 0, {}};
     if (still && m_finish)
-        return endWith(End::wish);
+        return endByWish();
     return {Order::Kind::look, 0, now - m_lastChange > longest ? restInterval : lookInterval};
 }
 
@@ -103,12 +112,13 @@ ScrollSession::Order ScrollSession::joined(Milliseconds now, Stitcher::Step step
     if (step == Step::joined)
         m_scrolled = true;
     if (m_finish)
-        return endWith(End::wish);
+        return endByWish();
     if (height >= m_options.heightLimit)
         return endWith(End::height);
     if (step == Step::ambiguous || step == Step::lost)
         return recover(now, step == Step::lost ? End::lost : End::ambiguous);
 
+    m_astray = End::open;
     m_notice = Notice::none;
     if (step == Step::still && m_direction == Direction::forth && !isFirst) {
         // Something else moved, a caret say: the view may yet answer.
@@ -165,6 +175,7 @@ ScrollSession::Order ScrollSession::idle(Milliseconds now)
 // user can go back.
 ScrollSession::Order ScrollSession::recover(Milliseconds now, End reason)
 {
+    m_astray = reason;
     if (m_direction == Direction::none) {
         m_notice = Notice::placeLost;
         return {Order::Kind::look, 0, lookInterval};
@@ -176,6 +187,11 @@ ScrollSession::Order ScrollSession::recover(Milliseconds now, End reason)
         return step(now, Direction::back, 1);
     m_nextClicks = std::max(1, m_clicks / 2);
     return step(now, Direction::back, m_clicks);
+}
+
+ScrollSession::Order ScrollSession::endByWish()
+{
+    return endWith(m_onlyIfScrolled && !m_scrolled ? End::cancelled : End::wish);
 }
 
 ScrollSession::Order ScrollSession::endWith(End end)

@@ -59,12 +59,12 @@ public:
     Order joined(Milliseconds now, Stitcher::Step step, int shift, int height);
 
     // These take effect with the next look.
-    void finish(); // what is on the screen still comes in
+    void finish();         // what is on the screen still comes in
+    void finishOrCancel(); // the same, and without a picture when nothing has scrolled
     void cancel();
 
     End end() const { return m_end; }
     Notice notice() const { return m_notice; }
-    bool hasScrolled() const { return m_scrolled; }
 
 private:
     enum class Direction { none, forth, back }; // of the step under way; none: the user's doing, or nobody's
@@ -75,6 +75,7 @@ private:
     Order proceed(Milliseconds now);
     Order idle(Milliseconds now);
     Order recover(Milliseconds now, End reason);
+    Order endByWish();
     Order endWith(End end);
     Notice obstacle(const Sight &sight) const;
     bool isSettled(Milliseconds now, const Sight &sight) const;
@@ -85,6 +86,7 @@ private:
     End m_end = End::open;
     Notice m_notice = Notice::none;
     bool m_finish = false;
+    bool m_onlyIfScrolled = false;
     bool m_started = false;  // a frame was joined
     bool m_scrolled = false; // and another one after it
 
@@ -98,6 +100,7 @@ private:
     Milliseconds m_slowestAnswer{0}; // from a click to the first change, of those that moved something; 0: unknown
     double m_pixelsPerClick = 0;     // 0: unknown
     int m_nextClicks = 1;
+    End m_astray = End::open; // why the last frame was not joined; open: it was
     int m_height = 0;
     int m_idleSteps = 0;   // in a row without a shift
     int m_barrenSteps = 0; // in a row that did not make the picture taller

@@ -1,5 +1,6 @@
 #include "tests/helpers/qmscroll/ViewDriver.h"
 
+#include <QCoreApplication>
 #include <QDir>
 
 #include <cstdlib>
@@ -58,7 +59,7 @@ const ViewDriver::View &ViewDriver::startView(const QString &kind, const QRect &
         gtk ? m_desktop.start(QStringLiteral("/usr/bin/python3"), // where Debian's bindings are
                               {QStringLiteral(QM_TEST_DATA "/../helpers/qmscroll/gtk_view.py"), place,
                                QString::number(lines), truth})
-            : m_desktop.start(QStringLiteral(QM_PROGRAMS "/text_view"),
+            : m_desktop.start(QCoreApplication::applicationDirPath() + QStringLiteral("/text_view"),
                               {kind, place, QString::number(lines), truth}, {QStringLiteral("QT_QPA_PLATFORM=xcb")});
     awaitThat("a view", [&] {
         if (process.state() == QProcess::NotRunning)
@@ -143,9 +144,10 @@ QRect ViewDriver::button(PanelButton which) const
     for (int y = 0; y < shown.height(); ++y) {
         const auto *row = reinterpret_cast<const QRgb *>(shown.constScanLine(y));
         for (int x = 0; x + 8 < shown.width(); ++x) {
-            // Not the frame's lines, which are a few pixels thick.
-            const bool inside = std::all_of(row + x, row + x + 8, [=](QRgb pixel) { return (pixel | 0xff000000) == color; });
-            if (inside && y + 4 < shown.height() && (shown.pixel(x, y + 4) | 0xff000000) == color)
+            // A block of it: the frame's lines are thinner.
+            const auto isColor = [&](int dx, int dy) { return (shown.pixel(x + dx, y + dy) | 0xff000000) == color; };
+            if ((row[x] | 0xff000000) == color && y + 4 < shown.height() && isColor(7, 0) && isColor(0, 4) &&
+                isColor(7, 4) && isColor(3, 2))
                 found |= QRect(x, y, 8, 5);
         }
     }

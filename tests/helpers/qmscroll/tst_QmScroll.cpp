@@ -196,7 +196,7 @@ void tst_QmScroll::ended()
     QFETCH(bool, afterScrolling);
     QFETCH(Steps, steps);
     QFETCH(bool, hasFile);
-    const ViewDriver::View &view = m_driver->startView(QStringLiteral("browser"), place, 5000);
+    const ViewDriver::View &view = m_driver->startView(QStringLiteral("browser"), place, 600);
     QProcess &helper = m_driver->startCapture(view.area, arguments);
     if (afterScrolling)
         QVERIFY(m_driver->hasScrolled(view));
@@ -208,7 +208,7 @@ void tst_QmScroll::ended()
     if (hasFile)
         QCOMPARE(m_driver->compare(view.area), QString());
     if (hasFile && afterScrolling)
-        QVERIFY(m_driver->picture().height() > view.area.height());
+        QVERIFY(m_driver->picture().height() > view.area.height() && m_driver->picture().height() < view.lastRow());
 }
 
 void tst_QmScroll::signalled_data()
@@ -223,7 +223,7 @@ void tst_QmScroll::signalled_data()
 void tst_QmScroll::signalled()
 {
     QFETCH(int, signal);
-    const ViewDriver::View &view = m_driver->startView(QStringLiteral("browser"), place, 5000);
+    const ViewDriver::View &view = m_driver->startView(QStringLiteral("browser"), place, 600);
     QProcess &helper = m_driver->startCapture(view.area);
     QVERIFY(m_driver->hasScrolled(view));
     kill(pid_t(helper.processId()), signal);
@@ -234,7 +234,7 @@ void tst_QmScroll::signalled()
 
 void tst_QmScroll::endsWithItsParent()
 {
-    const ViewDriver::View &view = m_driver->startView(QStringLiteral("browser"), place, 5000);
+    const ViewDriver::View &view = m_driver->startView(QStringLiteral("browser"), place, 600);
     QProcess &parent = m_driver->startCaptureBelowShell(view.area);
     QVERIFY(m_driver->hasScrolled(view));
     parent.kill();
@@ -275,7 +275,7 @@ void tst_QmScroll::whatCannotBeJoinedEndsIt()
 {
     const PatternWindow below(m_desktop, QStringLiteral("below"), QRect(QPoint(), screen), 3,
                               PatternWindow::Kind::unmanaged);
-    const ViewDriver::View &view = m_driver->startView(QStringLiteral("browser"), place, 5000);
+    const ViewDriver::View &view = m_driver->startView(QStringLiteral("browser"), place, 600);
     QProcess &helper = m_driver->startCapture(view.area);
     QVERIFY(m_driver->hasScrolled(view));
     m_driver->endViews();

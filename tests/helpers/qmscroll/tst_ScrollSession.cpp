@@ -32,6 +32,7 @@ struct View {
     int blankHeight = 0;
     bool springsBack = false;
     int changesAt = 0; // once it is this far down, nothing matches what was there before; 0: never
+    bool goesAway = false; // and it does not move any more
 };
 
 // What the user does, and when.
@@ -82,6 +83,8 @@ public:
     void move(double by)
     {
         m_from = position(now);
+        if (m_case.view.goesAway && m_from >= m_case.view.changesAt)
+            return;
         m_to = std::clamp(m_to + by, 0.0, double(m_case.view.page - region));
         m_moved = now;
         if (m_case.view.springsBack && m_to > 1000)
@@ -166,6 +169,7 @@ constexpr auto point = [](Pointer at) {
     return [at](ScrollSession &, Simulation &simulation) { simulation.pointer = at; };
 };
 const auto finish = [](ScrollSession &session, Simulation &) { session.finish(); };
+const auto escape = [](ScrollSession &session, Simulation &) { session.finishOrCancel(); };
 const auto cancel = [](ScrollSession &session, Simulation &) { session.cancel(); };
 
 } // namespace
@@ -232,6 +236,8 @@ void tst_ScrollSession::views_data()
     row("one click is too much", {view}, End::lost, 0, 2000);
     view = {.changesAt = 3000};
     row("changes under way", {view}, End::lost, -1, 4000);
+    view = {.changesAt = 3000, .goesAway = true};
+    row("goes away", {view}, End::lost, -1, 5000);
 }
 
 void tst_ScrollSession::views()
@@ -376,6 +382,10 @@ void tst_ScrollSession::aWishIsHeeded_data()
     row("done while it pauses", {slow, {{800ms, point(Pointer::overPanel)}, {1000ms, finish}}}, End::wish, true);
     row("done with a movie", {{.animation = 5ms}, {{1000ms, finish}}}, End::wish, true);
     row("done by hand", {slow, {{1000ms, finish}}, Mode::manual}, End::wish, true);
+    row("Escape", {slow, {{1000ms, escape}}}, End::wish, true);
+    row("Escape during the first step", {slow, {{420ms, escape}}}, End::wish, true);
+    row("Escape with nothing to scroll", {{.page = region}, {{700ms, escape}}}, End::cancelled, true);
+    row("Escape before the first frame", {slow, {{5ms, escape}}}, End::cancelled, false);
     row("cancelled", {slow, {{1000ms, cancel}}}, End::cancelled, true);
     row("cancelled at once", {slow, {{0ms, cancel}}}, End::cancelled, false);
 }
