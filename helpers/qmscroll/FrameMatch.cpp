@@ -27,11 +27,14 @@ struct Verdict {
 
 // Whether one of the shifts stands alone. Where frames are not equal to the pixel, several may lie within the tolerance:
 // the best then counts when it explains far more.
-Verdict judge(std::vector<Fit> fits, int partHeight)
+Verdict judge(std::vector<Fit> fits, int partHeight, int frameHeight)
 {
+    const bool dull = std::any_of(fits.begin(), fits.end(), [frameHeight](const Fit &fit) {
+        return fit.changes < 2 && fit.unmatched == 0 && fit.matched > frameHeight / 2;
+    });
     std::erase_if(fits, [](const Fit &fit) { return fit.changes < 2 || fit.error > largestError; });
     if (fits.empty())
-        return {};
+        return {dull ? Verdict::Kind::tooLittle : Verdict::Kind::none, {}};
     const auto best = std::max_element(fits.begin(), fits.end(), [](const Fit &a, const Fit &b) {
         return a.error != b.error ? a.error > b.error : a.changes < b.changes;
     });
@@ -44,7 +47,7 @@ Verdict judge(std::vector<Fit> fits, int partHeight)
 }
 
 // The shift of the changed part: first one that explains everything is looked for, then one that leaves more open.
-Verdict search(const ShiftSearch &shifts, int partHeight)
+Verdict search(const ShiftSearch &shifts, int partHeight, int frameHeight)
 {
     std::vector<Fit> all;
     Verdict verdict;
@@ -54,8 +57,10 @@ Verdict search(const ShiftSearch &shifts, int partHeight)
             if (std::none_of(all.begin(), all.end(), known))
                 all.push_back(fit);
         }
-        verdict = judge(all, partHeight);
-        if (verdict.kind == Verdict::Kind::one || verdict.kind == Verdict::Kind::several)
+        verdict = judge(all, partHeight, frameHeight);
+        // A shift that leaves rows open may only be the best so far.
+        const bool clear = verdict.kind == Verdict::Kind::one && verdict.fit.unmatched == 0;
+        if (clear || verdict.kind == Verdict::Kind::several)
             break;
     }
     return verdict;
@@ -96,9 +101,11 @@ FrameMatch::Kind stillness(const QImage &before, const QImage &now, int top, int
     const int changes = shifts.changes();
     if (changes < fewestChanges)
         return FrameMatch::Kind::ambiguous;
-    for (const Fit &fit : shifts.fits(Leave::nothing)) {
-        if (fit.changes >= std::max(2, changes / rivalShare))
-            return FrameMatch::Kind::ambiguous;
+    for (const Leave leave : {Leave::nothing, Leave::sides}) {
+        for (const Fit &fit : shifts.fits(leave)) {
+            if (fit.changes >= std::max(2, changes / rivalShare))
+                return FrameMatch::Kind::ambiguous;
+        }
     }
     return FrameMatch::Kind::still;
 }
@@ -113,7 +120,7 @@ FrameMatch FrameMatch::find(const QImage &before, const QImage &now, int top, in
         if (part.isNull())
             return {stillness(before, now, top, bottom, tolerance)};
         const ShiftSearch shifts(before, now, part, tolerance);
-        const Verdict verdict = search(shifts, part.height());
+        const Verdict verdict = search(shifts, part.height(), now.height());
         const bool small = hardlyChanged(before, now, part, tolerance);
         if (!small && verdict.kind == Verdict::Kind::one)
             return moved(verdict.fit, part);

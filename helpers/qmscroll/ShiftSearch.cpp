@@ -97,7 +97,7 @@ std::vector<int> ShiftSearch::candidates(bool leaveEnds) const
         const Pair pair = pairFor(shift);
         const int overlap = m_part.height() - pair.shift;
         const int end = m_part.bottom() + 1 - pair.shift;
-        const int allowed = leaveEnds ? overlap * 2 / 3 : overlap / groupShare;
+        const int allowed = leaveEnds ? overlap / 2 : overlap / groupShare;
         int differing = 0;
         for (const int y : orders[shift > 0]) {
             if (y >= end)
@@ -143,17 +143,17 @@ std::optional<ShiftSearch::Run> ShiftSearch::run(const Pair &pair, int left, int
     for (size_t i = 0; i <= groups.size(); ++i) {
         const int from = i == 0 ? first : groups[i - 1].to;
         int within = 0;
-        for (size_t j = i; j <= groups.size() && j <= i + mostGroups; ++j) {
+        for (size_t j = i; j <= groups.size() && j <= i + 1; ++j) {
             const int to = j == groups.size() ? end : groups[j].from;
             const bool fits =
-                within <= (to - from) / groupShare && from - first <= height / 3 && end - to <= height / 3;
+                within <= (to - from) / groupShare && from - first <= height / 4 && end - to <= height / 4;
             if (fits && to - from > best.to - best.from)
                 best = {from, to, {groups.begin() + qsizetype(i), groups.begin() + qsizetype(j)}};
             if (j < groups.size())
                 within += groups[j].to - groups[j].from;
         }
     }
-    if (best.to - best.from < (end - first) / 2)
+    if (best.to - best.from < (end - first) * 2 / 3)
         return {};
     return best;
 }
