@@ -13,7 +13,7 @@ constexpr int widestSide = 48;     // a scroll bar with its trough on a screen w
 constexpr int groupGap = 8;        // matched rows between two groups of unmatched ones that keep them apart
 constexpr size_t mostGroups = 3;   // a caret, a row lit under the pointer before, and the one lit now
 constexpr int groupShare = 6;      // of the overlap's rows, one in so many at most
-constexpr int mostCandidates = 24; // worth looking at in the pixels: when so many fit the bands, several fit the pixels
+constexpr int mostCandidates = 64; // worth looking at in the pixels: when so many fit the bands, several fit the pixels
 constexpr int noise = 4;           // grey levels: two frames with a noise of two each
 
 // Means of several pixels are closer together than the pixels are, when the differences are noise.
@@ -22,7 +22,7 @@ int bandTolerance(int tolerance, int width)
     if (tolerance == 0)
         return 0;
     const double pixels = std::max(1.0, double(width) / RowBands::count);
-    return int(RowBands::count * std::min(double(tolerance), 1 + tolerance / std::sqrt(pixels)));
+    return int(double(RowBands::count) * std::min(double(tolerance), 1 + tolerance / std::sqrt(pixels)));
 }
 
 bool leavesSides(ShiftSearch::Leave leave)
@@ -44,8 +44,8 @@ ShiftSearch::ShiftSearch(const QImage &before, const QImage &now, const QRect &p
     , m_tolerance(tolerance)
     , m_side(std::min(widestSide, part.width() / 8))
     , m_bandTolerance(bandTolerance(tolerance, part.width()))
-    , m_bandsBefore(before, part.left() + m_side, part.right() + 1 - m_side, m_bandTolerance)
-    , m_bandsNow(now, part.left() + m_side, part.right() + 1 - m_side, m_bandTolerance)
+    , m_bandsBefore(before, part.left(), part.right() + 1, m_side, m_bandTolerance)
+    , m_bandsNow(now, part.left(), part.right() + 1, m_side, m_bandTolerance)
 {
 }
 
@@ -97,13 +97,12 @@ std::vector<int> ShiftSearch::candidates(bool leaveEnds) const
         const Pair pair = pairFor(shift);
         const int overlap = m_part.height() - pair.shift;
         const int end = m_part.bottom() + 1 - pair.shift;
-        const int allowed = leaveEnds ? overlap * 2 / 3 : overlap / groupShare;
+        const int allowed = leaveEnds ? overlap / 2 : overlap / groupShare;
         int differing = 0;
         for (const int y : orders[shift > 0]) {
             if (y >= end)
                 continue;
-            const RowBands::Row &lower = pair.lowerBands.row(y), &upper = pair.upperBands.row(y + pair.shift);
-            differing += m_bandTolerance == 0 ? lower != upper : RowBands::distance(lower, upper) > m_bandTolerance;
+            differing += pair.lowerBands.differ(y, pair.upperBands, y + pair.shift, RowBands::Columns::inner);
             if (differing > allowed)
                 break;
         }
@@ -143,19 +142,32 @@ std::optional<ShiftSearch::Run> ShiftSearch::run(const Pair &pair, int left, int
     for (size_t i = 0; i <= groups.size(); ++i) {
         const int from = i == 0 ? first : groups[i - 1].to;
         int within = 0;
-        for (size_t j = i; j <= groups.size() && j <= i + mostGroups; ++j) {
+        for (size_t j = i; j <= groups.size() && j <= i + 1; ++j) {
             const int to = j == groups.size() ? end : groups[j].from;
             const bool fits =
-                within <= (to - from) / groupShare && from - first <= height / 3 && end - to <= height / 3;
+                within <= (to - from) / groupShare && from - first <= height / 4 && end - to <= height / 4;
             if (fits && to - from > best.to - best.from)
                 best = {from, to, {groups.begin() + qsizetype(i), groups.begin() + qsizetype(j)}};
             if (j < groups.size())
                 within += groups[j].to - groups[j].from;
         }
     }
-    if (best.to - best.from < (end - first) / 2)
+    if (best.to - best.from < (end - first) * 2 / 3)
         return {};
     return best;
+}
+
+// Of blocks a few lines of text high, stacked from row to row.
+int ShiftSearch::distinctBlocks(const Pair &pair, int from, int to, Leave leave) const
+{
+    const int height = std::clamp(m_part.height() / 10, 6, 48);
+    const RowBands::Columns columns = leavesSides(leave) ? RowBands::Columns::inner : RowBands::Columns::all;
+    int found = 0;
+    for (int y = from; y + height <= to && found < enoughDistinct; y += height) {
+        found +=
+            pair.lowerBands.distinct(y, height, columns) && pair.upperBands.distinct(y + pair.shift, height, columns);
+    }
+    return found;
 }
 
 double ShiftSearch::error(const Pair &pair, const Fit &fit, const Run &run) const
@@ -215,6 +227,8 @@ std::optional<ShiftSearch::Fit> ShiftSearch::verify(int shift, Leave leave) cons
         stretch = group.to;
     }
     consider(stretch, matching->to);
+    fit.distinct = distinctBlocks(pair, fit.from, fit.to, leave);
+    fit.whole = matching->from == m_part.top() && matching->to == m_part.bottom() + 1 - pair.shift;
     fit.matched -= fit.unmatched;
     if (fit.matched < leastOverlap() || fit.changes < 2 * unexplained)
         return {};

@@ -24,12 +24,17 @@ public:
         sidesAndEnds, // both
     };
 
+    static constexpr int enoughDistinct = 2;
+
     // A shift that fits. Rows are those of the frame whose content stands higher: `now` for a positive shift.
     struct Fit {
         int shift = 0;
-        int matched = 0;   // rows
-        int changes = 0;   // among them, rows that differ from the one below: what speaks for the shift
+        int matched = 0; // rows
+        int changes = 0; // among them, rows that differ from the one below: what speaks for the shift
+        int distinct =
+            0; // blocks of matched rows that stand nowhere else in either frame, counted up to enoughDistinct
         int unmatched = 0; // rows in the groups left unexplained
+        bool whole = true; // no rows were left out at the ends
         int left = 0, right = 0;
         int from = 0, to = 0; // the longest stretch of matched rows
         double error = 0;     // differences beyond noise, as a share of those that a row has to its neighbour
@@ -57,6 +62,7 @@ private:
     std::vector<int> candidates(bool leaveEnds) const;
     std::optional<Fit> verify(int shift, Leave leave) const;
     std::optional<Run> run(const Pair &pair, int left, int right, bool leaveEnds) const;
+    int distinctBlocks(const Pair &pair, int from, int to, Leave leave) const;
     double error(const Pair &pair, const Fit &fit, const Run &run) const;
     bool rowsDiffer(const Pair &pair, int y, int left, int right) const;
     Pair pairFor(int shift) const;

@@ -268,7 +268,7 @@ QImage ScrollScene::frame(int offset)
     if (m_look.sidebar) {
         painter.fillRect(0, 0, m_look.sidebar, size.height(), QColor(232, 234, 240));
         for (int y = 20; y < size.height(); y += 31)
-            painter.drawText(4, y, QStringLiteral("Item %1").arg(y));
+            painter.drawText(QRect(4, y, m_look.sidebar - 4, 20), Qt::AlignLeft, QStringLiteral("Item %1").arg(y));
     }
     if (m_look.scrollBar) {
         const int left = m_look.scrollBarLeft ? 0 : size.width() - m_look.scrollBar;
