@@ -119,7 +119,6 @@ QProcess &ViewDriver::startCaptureOnSmallDisk(const QRect &region)
 
 void ViewDriver::drawRegion(const QRect &region)
 {
-    m_region = region;
     awaitThat("the overlay", [this] {
         return m_desktop.selectionOwner("_QUILLMERE_CAPTURE") != 0 && !nothingIsHeld(m_desktop);
     });
@@ -165,10 +164,10 @@ QStringList ViewDriver::files() const
     return QDir(m_folder).entryList(QDir::Files | QDir::Hidden | QDir::System);
 }
 
-QString ViewDriver::compare(const QRect &region) const
+QString ViewDriver::compare(const QRect &region, const QImage &picture) const
 {
     const View &view = m_views.back();
-    const QImage taken = picture().convertToFormat(QImage::Format_RGB32);
+    const QImage taken = picture.convertToFormat(QImage::Format_RGB32);
     if (taken.width() != region.width())
         return QStringLiteral("it is %1 pixels wide").arg(taken.width());
     const QPoint from = region.topLeft() - view.area.topLeft();

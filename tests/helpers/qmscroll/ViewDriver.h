@@ -40,6 +40,8 @@ public:
     QProcess &startCaptureOnSmallDisk(const QRect &region);  // of 64 kB; what is left on it is printed
     bool hasScrolled(const View &view) const;                // waits until the view no longer shows its beginning
 
+    void drawRegion(const QRect &region); // for a helper that something else has started
+
     QRect button(PanelButton which) const; // invalid when there is none
     void clickButton(PanelButton which);
 
@@ -48,19 +50,17 @@ public:
     QImage picture() const { return QImage(m_path); }
     // The picture with the content of the last view that was started, from the region's first row on. Empty when each row is
     // there once, else what is wrong.
-    QString compare(const QRect &region) const;
+    QString compare(const QRect &region) const { return compare(region, picture()); }
+    QString compare(const QRect &region, const QImage &picture) const;
 
     // No grab keeps others from keyboard and pointer, and no button is down.
     static bool nothingIsHeld(Desktop &desktop);
 
 private:
-    void drawRegion(const QRect &region);
-
     Desktop &m_desktop;
     QString m_folder, m_path;
     std::deque<View> m_views;
     QProcess *m_helper = nullptr;
-    QRect m_region;
 };
 
 } // namespace qm
