@@ -11,11 +11,12 @@ using Milliseconds = std::chrono::milliseconds;
 
 constexpr auto firstLook = 5ms; // a plain view has painted by then
 constexpr auto lookInterval = 10ms;
-constexpr auto restInterval = 30ms; // while nothing goes on
-constexpr auto shortest = 40ms;     // a step takes at least that long
-constexpr auto longest = 600ms;     // and at most that, though the screen does not come to rest
-constexpr auto quietTime = 35ms;    // longer than a slow browser's pause between two pictures of one movement
-constexpr auto uncoverTime = 250ms; // until others have painted what lay under ours
+constexpr auto restInterval = 30ms;   // while nothing goes on
+constexpr auto shortest = 40ms;       // a step takes at least that long
+constexpr auto longest = 600ms;       // and at most that, though the screen does not come to rest
+constexpr auto longestStart = 1500ms; // until what lay over the region has faded away
+constexpr auto quietTime = 35ms;      // longer than a slow browser's pause between two pictures of one movement
+constexpr auto uncoverTime = 250ms;   // until others have painted what lay under ours
 constexpr auto shortestAnswer = 150ms;
 
 constexpr double stepShare = 0.4; // of the region's height that a step is to move
@@ -46,6 +47,12 @@ void ScrollSession::cancel()
 {
     if (m_end == End::open)
         m_end = End::cancelled;
+}
+
+void ScrollSession::abandon()
+{
+    if (m_end == End::open)
+        m_end = m_started ? End::lost : End::cancelled;
 }
 
 ScrollSession::Order ScrollSession::look(Milliseconds now, const Sight &sight)
@@ -215,7 +222,7 @@ ScrollSession::Notice ScrollSession::obstacle(const Sight &sight) const
 bool ScrollSession::isSettled(Milliseconds now, const Sight &sight) const
 {
     const Milliseconds passed = now - m_since;
-    if (passed >= longest)
+    if (passed >= (m_started ? longest : longestStart))
         return true;
     const Milliseconds calm = now - std::max(m_since, m_lastChange);
     if (sight.changed)

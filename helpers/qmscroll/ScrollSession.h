@@ -62,6 +62,7 @@ public:
     void finish();         // what is on the screen still comes in
     void finishOrCancel(); // the same, and without a picture when nothing has scrolled
     void cancel();
+    void abandon(); // no more can be seen: ends with what there is
 
     End end() const { return m_end; }
     Notice notice() const { return m_notice; }
