@@ -20,7 +20,7 @@ struct Tolerance {
 };
 constexpr Tolerance tolerances[] = {{0, 0, 1}, {6, 1e9, 1.25}, {64, 0.35, 2}};
 
-constexpr int fewestChanges = 6; // rows that differ from the one below, for stillness to be believed
+constexpr int fewestChanges = 6; // rows that differ from the one below, for a shift or stillness to be believed
 constexpr int fewestRows = 12;
 constexpr int rivalShare = 8; // a shift that explains less than one in so many of the best one's rows is no rival
 
@@ -63,7 +63,8 @@ Verdict judge(std::vector<Fit> fits, const Tolerance &tolerance, const QRect &pa
             return {Verdict::Kind::several, *best};
     }
     const int overlap = part.height() / (best->whole && best->unmatched == 0 ? 3 : 2);
-    const bool enough = best->distinct >= ShiftSearch::enoughDistinct && best->matched >= std::max(fewestRows, overlap);
+    const bool enough = best->changes >= fewestChanges && best->distinct >= ShiftSearch::enoughDistinct &&
+                        best->matched >= std::max(fewestRows, overlap);
     return {enough ? Verdict::Kind::one : Verdict::Kind::tooLittle, *best};
 }
 
@@ -118,7 +119,7 @@ FrameMatch moved(const Fit &fit, const QRect &part)
     FrameMatch match;
     match.kind = FrameMatch::Kind::moved;
     match.shift = fit.shift;
-    match.splice = fit.to;
+    match.splice = fit.to + std::max(0, fit.shift);
     match.top = part.top();
     match.bottom = part.bottom() + 1;
     return match;
@@ -178,6 +179,8 @@ FrameMatch FrameMatch::find(const QImage &before, const QImage &now, int top, in
             const bool alone = verdict.kind == Verdict::Kind::one && verdict.fit.unmatched == 0;
             return alone && outside < verdict.fit.changes ? moved(verdict.fit, part) : FrameMatch{Kind::ambiguous};
         }
+        if (verdict.kind == Verdict::Kind::tooLittle && 3 * verdict.fit.matched >= part.height())
+            return {Kind::ambiguous};
         several = several || verdict.kind == Verdict::Kind::tooLittle;
     }
     return {several ? Kind::ambiguous : Kind::lost};

@@ -372,7 +372,11 @@ std::optional<QString> ScrollScene::difference(const QImage &picture, int firstO
                 m_look.blur > 0 &&
                 is(mixed(page, row + 1 < m_page.height() ? m_page.pixel(x, row + 1) : paper, m_look.blur));
             if (!is(page) && !changes && !smoothed && !(m_look.hover && is(hovered(page))))
-                return QStringLiteral("page differs at %1, %2").arg(x).arg(y);
+                return QStringLiteral("page differs at %1, %2: %3 for %4")
+                    .arg(x)
+                    .arg(y)
+                    .arg(got, 0, 16)
+                    .arg(page, 0, 16);
         }
     }
     return {};
