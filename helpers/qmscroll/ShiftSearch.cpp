@@ -45,8 +45,8 @@ ShiftSearch::ShiftSearch(const QImage &before, const QImage &now, const QRect &p
     , m_tolerance(tolerance)
     , m_side(std::min(widestSide, part.width() / 8))
     , m_bandTolerance(bandTolerance(tolerance, part.width()))
-    , m_bandsBefore(before, part.left(), part.right() + 1, m_side, m_bandTolerance)
-    , m_bandsNow(now, part.left(), part.right() + 1, m_side, m_bandTolerance)
+    , m_bandsBefore(before, part.left() + m_side, part.right() + 1 - m_side, m_bandTolerance)
+    , m_bandsNow(now, part.left() + m_side, part.right() + 1 - m_side, m_bandTolerance)
 {
 }
 
@@ -103,7 +103,7 @@ std::vector<int> ShiftSearch::candidates(bool leaveEnds) const
         for (const int y : orders[shift > 0]) {
             if (y >= end)
                 continue;
-            differing += pair.lowerBands.differ(y, pair.upperBands, y + pair.shift, RowBands::Columns::inner);
+            differing += pair.lowerBands.differ(y, pair.upperBands, y + pair.shift);
             if (differing > allowed)
                 break;
         }
@@ -161,14 +161,12 @@ std::optional<ShiftSearch::Run> ShiftSearch::run(const Pair &pair, int left, int
 }
 
 // Of blocks a few lines of text high, stacked from row to row.
-int ShiftSearch::distinctBlocks(const Pair &pair, int from, int to, Leave leave) const
+int ShiftSearch::distinctBlocks(const Pair &pair, int from, int to) const
 {
     const int height = std::clamp(m_part.height() / 10, 6, 48);
-    const RowBands::Columns columns = leavesSides(leave) ? RowBands::Columns::inner : RowBands::Columns::all;
     int found = 0;
-    for (int y = from; y + height <= to && found < enoughDistinct; y += height) {
-        found +=
-            pair.lowerBands.distinct(y, height, columns) && pair.upperBands.distinct(y + pair.shift, height, columns);
+    for (int y = from; y + height <= to && found < mostDistinct; y += height) {
+        found += pair.lowerBands.distinct(y, height) && pair.upperBands.distinct(y + pair.shift, height);
     }
     return found;
 }
@@ -241,7 +239,7 @@ std::optional<ShiftSearch::Fit> ShiftSearch::verify(int shift, Leave leave) cons
     }
     consider(stretch, matching->to);
     fit.distinct =
-        distinctBlocks(pair, fit.from == matching->from ? from : fit.from, fit.to == matching->to ? to : fit.to, leave);
+        distinctBlocks(pair, fit.from == matching->from ? from : fit.from, fit.to == matching->to ? to : fit.to);
     fit.whole = matching->from == m_part.top() && matching->to == m_part.bottom() + 1 - pair.shift;
     fit.matched -= fit.unmatched;
     if (fit.matched < leastOverlap() || fit.changes < against)

@@ -24,7 +24,7 @@ public:
         sidesAndEnds, // both
     };
 
-    static constexpr int enoughDistinct = 2;
+    static constexpr int mostDistinct = 4;
 
     struct Group {
         int from, rows;
@@ -33,11 +33,10 @@ public:
     // A shift that fits. Rows are those of the frame whose content stands higher: `now` for a positive shift.
     struct Fit {
         int shift = 0;
-        int matched = 0; // rows
-        int changes = 0; // among them, rows that differ from the one below: what speaks for the shift
-        int distinct =
-            0; // blocks of matched rows that stand nowhere else in either frame, counted up to enoughDistinct
-        int unmatched = 0;       // rows in the groups left unexplained
+        int matched = 0;   // rows
+        int changes = 0;   // among them, rows that differ from the one below: what speaks for the shift
+        int distinct = 0;  // blocks of matched rows that stand nowhere else in either frame, counted up to mostDistinct
+        int unmatched = 0; // rows in the groups left unexplained
         std::vector<Group> open; // those groups, in rows of `now`
         bool whole = true;       // no rows were left out at the ends
         int left = 0, right = 0;
@@ -67,7 +66,7 @@ private:
     std::vector<int> candidates(bool leaveEnds) const;
     std::optional<Fit> verify(int shift, Leave leave) const;
     std::optional<Run> run(const Pair &pair, int left, int right, bool leaveEnds) const;
-    int distinctBlocks(const Pair &pair, int from, int to, Leave leave) const;
+    int distinctBlocks(const Pair &pair, int from, int to) const;
     std::optional<double> error(const Pair &pair, const Fit &fit, const Run &run) const;
     bool rowsDiffer(const Pair &pair, int y, int left, int right) const;
     Pair pairFor(int shift) const;
