@@ -65,7 +65,7 @@ Verdict judge(std::vector<Fit> fits, const Tolerance &tolerance, const QRect &pa
     // Low regions show so few lines that some of them come again soon.
     const bool clear = best->whole && best->unmatched == 0;
     const int overlap = part.height() / (clear && frameHeight >= 200 ? 3 : 2);
-    const int distinct = clear ? 2 : ShiftSearch::mostDistinct;
+    const int distinct = clear ? 3 : ShiftSearch::mostDistinct;
     const bool enough =
         best->changes >= fewestChanges && best->distinct >= distinct && best->matched >= std::max(fewestRows, overlap);
     return {enough ? Verdict::Kind::one : Verdict::Kind::tooLittle, *best};

@@ -12,7 +12,7 @@ namespace {
 constexpr int widestSide = 48;   // a scroll bar with its trough on a screen with two pixels a point
 constexpr int groupGap = 8;      // matched rows between two groups of unmatched ones that keep them apart
 constexpr size_t mostGroups = 3; // a caret, a row lit under the pointer before, and the one lit now
-constexpr int groupShare = 6;    // of the overlap's rows, one in so many at most
+constexpr int groupShare = 5;    // of the overlap's rows, one in so many at most
 constexpr int againstGroups = 4, againstEnds = 2;
 constexpr int mostCandidates = 64; // worth looking at in the pixels: when so many fit the bands, several fit the pixels
 constexpr int leastForEnds = 120;  // rows of a part in which a header could be told from the rest
@@ -160,12 +160,12 @@ std::optional<ShiftSearch::Run> ShiftSearch::run(const Pair &pair, int left, int
     return best;
 }
 
-// Of blocks a few lines of text high, stacked from row to row.
+// Of blocks a few lines of text high, each half over the next.
 int ShiftSearch::distinctBlocks(const Pair &pair, int from, int to) const
 {
-    const int height = std::clamp(m_part.height() / 10, 6, 48);
+    const int height = std::clamp(m_part.height() / 8, 6, 64);
     int found = 0;
-    for (int y = from; y + height <= to && found < mostDistinct; y += height) {
+    for (int y = from; y + height <= to && found < mostDistinct; y += height / 2) {
         found += pair.lowerBands.distinct(y, height) && pair.upperBands.distinct(y + pair.shift, height);
     }
     return found;

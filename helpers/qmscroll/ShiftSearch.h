@@ -24,7 +24,7 @@ public:
         sidesAndEnds, // both
     };
 
-    static constexpr int mostDistinct = 4;
+    static constexpr int mostDistinct = 6;
 
     struct Group {
         int from, rows;
