@@ -22,7 +22,8 @@ constexpr Tolerance tolerances[] = {{0, 0, 1}, {6, 1e9, 1.25}, {64, 0.35, 2}};
 
 constexpr int fewestChanges = 6; // rows that differ from the one below, for a shift or stillness to be believed
 constexpr int fewestRows = 24;
-constexpr int rivalShare = 8; // a shift that explains less than one in so many of the best one's rows is no rival
+constexpr int lowRegion = 200; // rows
+constexpr int rivalShare = 8;  // a shift that explains less than one in so many of the best one's rows is no rival
 
 struct Verdict {
     enum class Kind { none, tooLittle, several, one } kind = Kind::none;
@@ -64,10 +65,10 @@ Verdict judge(std::vector<Fit> fits, const Tolerance &tolerance, const QRect &pa
     }
     // Low regions show so few lines that some of them come again soon.
     const bool clear = best->whole && best->unmatched == 0;
-    const int overlap = part.height() / (clear && frameHeight >= 200 ? 3 : 2);
+    const int thirds = frameHeight < lowRegion || !clear ? 2 : 1;
     const int distinct = clear ? 3 : ShiftSearch::mostDistinct;
-    const bool enough =
-        best->changes >= fewestChanges && best->distinct >= distinct && best->matched >= std::max(fewestRows, overlap);
+    const bool enough = best->changes >= fewestChanges && best->distinct >= distinct &&
+                        3 * best->matched >= std::max(3 * fewestRows, thirds * part.height());
     return {enough ? Verdict::Kind::one : Verdict::Kind::tooLittle, *best};
 }
 
@@ -100,23 +101,29 @@ bool hardlyChanged(const QImage &before, const QImage &now, const QRect &part, c
     const auto rowsDiffer = [&](int y) {
         return PixelRows::differ(PixelRows::at(before, y), PixelRows::at(now, y), width, tolerance);
     };
-    const RowBands bands(now, moving.left(), moving.right() + 1, 0);
-    int groups = 0, rows = 0, changes = 0;
+    const int allowed = now.height() / 6;
+    std::vector<QRect> groups;
+    int rows = 0;
     for (int y = part.top(); y <= part.bottom(); ++y) {
         if (!rowsDiffer(y))
             continue;
         int last = y;
-        for (int row = y + 1; row <= std::min(part.bottom(), last + 8); ++row)
+        for (int row = y + 1; row <= std::min(part.bottom(), last + 8) && row - y <= allowed; ++row)
             last = rowsDiffer(row) ? row : last;
-        const QRect group(0, y, width, last + 1 - y);
-        ++groups;
-        rows += group.height();
-        changes += bands.changes(std::max(0, y - 1), last + 1);
+        groups.push_back(QRect(0, y, width, last + 1 - y));
+        rows += groups.back().height();
+        y = last;
+        if (groups.size() > 3 || rows > allowed)
+            return false;
+    }
+    const RowSignatures signatures(now, moving.left(), moving.right() + 1, 0);
+    int changes = 0;
+    for (const QRect &group : groups) {
+        changes += signatures.changes(std::max(0, group.top() - 1), group.bottom() + 1);
         if (PixelRows::changedPart(before.copy(group), now.copy(group), tolerance).width() > width / 3)
             return false;
-        y = last;
     }
-    return groups <= 3 && rows <= now.height() / 6 && 5 * changes <= bands.changes(moving.top(), moving.bottom());
+    return 5 * changes <= signatures.changes(moving.top(), moving.bottom());
 }
 
 FrameMatch moved(const Fit &fit, const QRect &part)
@@ -178,8 +185,8 @@ FrameMatch FrameMatch::find(const QImage &before, const QImage &now, const QRect
             // Either a little something moved on a page that stands, or the page moved and shows nothing else.
             if (verdict.kind == Verdict::Kind::none)
                 return {stillness(before, now, moving, tolerance.levels)};
-            const RowBands bands(now, 0, now.width(), 0);
-            const int outside = bands.changes(0, part.top()) + bands.changes(part.bottom() + 1, now.height());
+            const RowSignatures rows(now, 0, now.width(), 0);
+            const int outside = rows.changes(0, part.top()) + rows.changes(part.bottom() + 1, now.height());
             const bool alone = verdict.kind == Verdict::Kind::one && verdict.fit.unmatched == 0;
             return alone && outside < verdict.fit.changes ? moved(verdict.fit, part) : FrameMatch{Kind::ambiguous};
         }

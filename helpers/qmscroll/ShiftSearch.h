@@ -1,6 +1,6 @@
 #pragma once
 
-#include "helpers/qmscroll/RowBands.h"
+#include "helpers/qmscroll/RowSignatures.h"
 
 #include <QImage>
 #include <QRect>
@@ -11,7 +11,7 @@
 namespace qm {
 
 // Looks for the shifts by which the changed part of one frame comes to lie on another, at one tolerance. Exhaustive: every
-// shift is tried on the bands of the rows, those that survive on the pixels. Rows and shifts in pixels.
+// shift is tried on the rows' signatures, those that survive on the pixels. Rows and shifts in pixels.
 class ShiftSearch
 {
 public:
@@ -55,7 +55,7 @@ private:
     };
     struct Pair {
         const QImage &upper, &lower; // lower row y shows what upper shows at y + shift
-        const RowBands &upperBands, &lowerBands;
+        const RowSignatures &upperRows, &lowerRows;
         int shift;
     };
     struct Run {
@@ -76,8 +76,7 @@ private:
     const QRect m_part;
     const int m_tolerance;
     const int m_side; // width of what Leave::sides leaves out, at each side
-    const int m_bandTolerance;
-    const RowBands m_bandsBefore, m_bandsNow;
+    const RowSignatures m_rowsBefore, m_rowsNow;
 };
 
 } // namespace qm
