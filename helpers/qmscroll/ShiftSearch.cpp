@@ -3,27 +3,19 @@
 #include "helpers/qmscroll/PixelRows.h"
 
 #include <algorithm>
-#include <cmath>
 
 namespace qm {
 
 namespace {
 
-constexpr int widestSide = 48;     // a scroll bar with its trough on a screen with two pixels a point
-constexpr int groupGap = 8;        // matched rows between two groups of unmatched ones that keep them apart
-constexpr size_t mostGroups = 3;   // a caret, a row lit under the pointer before, and the one lit now
-constexpr int groupShare = 6;      // of the overlap's rows, one in so many at most
-constexpr int mostCandidates = 64; // worth looking at in the pixels: when so many fit the bands, several fit the pixels
-constexpr int noise = 4;           // grey levels: two frames with a noise of two each
-
-// Means of several pixels are closer together than the pixels are, when the differences are noise.
-int bandTolerance(int tolerance, int width)
-{
-    if (tolerance == 0)
-        return 0;
-    const double pixels = std::max(1.0, double(width) / RowBands::count);
-    return int(double(RowBands::count) * std::min(double(tolerance), 1 + tolerance / std::sqrt(pixels)));
-}
+constexpr int widestSide = 48;   // a scroll bar with its trough on a screen with two pixels a point
+constexpr int groupGap = 8;      // matched rows between two groups of unmatched ones that keep them apart
+constexpr size_t mostGroups = 3; // a caret, a row lit under the pointer before, and the one lit now
+constexpr int groupShare = 5;    // of the overlap's rows, one in so many at most
+constexpr int againstGroups = 4, againstEnds = 2;
+constexpr int mostCandidates =
+    64; // worth looking at in the pixels: when so many fit the signatures, several fit the pixels
+constexpr int leastForEnds = 120; // rows of a part in which a header could be told from the rest
 
 bool leavesSides(ShiftSearch::Leave leave)
 {
@@ -43,15 +35,14 @@ ShiftSearch::ShiftSearch(const QImage &before, const QImage &now, const QRect &p
     , m_part(part)
     , m_tolerance(tolerance)
     , m_side(std::min(widestSide, part.width() / 8))
-    , m_bandTolerance(bandTolerance(tolerance, part.width()))
-    , m_bandsBefore(before, part.left(), part.right() + 1, m_side, m_bandTolerance)
-    , m_bandsNow(now, part.left(), part.right() + 1, m_side, m_bandTolerance)
+    , m_rowsBefore(before, part.left() + m_side, part.right() + 1 - m_side, tolerance)
+    , m_rowsNow(now, part.left() + m_side, part.right() + 1 - m_side, tolerance)
 {
 }
 
 int ShiftSearch::changes() const
 {
-    return m_bandsNow.changes(m_part.top(), m_part.bottom());
+    return m_rowsNow.changes(m_part.top(), m_part.bottom());
 }
 
 // What is not even compared over so many rows is no rival of a shift that is.
@@ -63,8 +54,8 @@ int ShiftSearch::leastOverlap() const
 ShiftSearch::Pair ShiftSearch::pairFor(int shift) const
 {
     if (shift > 0)
-        return {m_before, m_now, m_bandsBefore, m_bandsNow, shift};
-    return {m_now, m_before, m_bandsNow, m_bandsBefore, -shift};
+        return {m_before, m_now, m_rowsBefore, m_rowsNow, shift};
+    return {m_now, m_before, m_rowsNow, m_rowsBefore, -shift};
 }
 
 bool ShiftSearch::rowsDiffer(const Pair &pair, int y, int left, int right) const
@@ -73,22 +64,9 @@ bool ShiftSearch::rowsDiffer(const Pair &pair, int y, int left, int right) const
                              right - left, m_tolerance);
 }
 
-// The shifts that the bands allow, those with the fewest differing rows first.
+// The shifts that the signatures allow, those with the fewest differing rows first.
 std::vector<int> ShiftSearch::candidates(bool leaveEnds) const
 {
-    // Rows that differ from their neighbour come first: they tell soonest that a shift is wrong.
-    const auto telling = [this](const RowBands &bands) {
-        std::vector<int> rows, dull;
-        constexpr int stride = 7;
-        for (int start = 0; start < stride; ++start) {
-            for (int y = m_part.top() + start; y <= m_part.bottom(); y += stride)
-                (bands.changes(y, y + 1) ? rows : dull).push_back(y);
-        }
-        rows.insert(rows.end(), dull.begin(), dull.end());
-        return rows;
-    };
-    const std::vector<int> orders[] = {telling(m_bandsBefore), telling(m_bandsNow)};
-
     std::vector<std::pair<int, int>> found; // differing rows, shift
     const int furthest = m_part.height() - leastOverlap();
     for (int shift = -furthest; shift <= furthest; ++shift) {
@@ -96,16 +74,9 @@ std::vector<int> ShiftSearch::candidates(bool leaveEnds) const
             continue;
         const Pair pair = pairFor(shift);
         const int overlap = m_part.height() - pair.shift;
-        const int end = m_part.bottom() + 1 - pair.shift;
         const int allowed = leaveEnds ? overlap / 2 : overlap / groupShare;
-        int differing = 0;
-        for (const int y : orders[shift > 0]) {
-            if (y >= end)
-                continue;
-            differing += pair.lowerBands.differ(y, pair.upperBands, y + pair.shift, RowBands::Columns::inner);
-            if (differing > allowed)
-                break;
-        }
+        const int top = m_part.top();
+        const int differing = pair.lowerRows.differing(top, pair.upperRows, top + pair.shift, overlap, allowed);
         if (differing <= allowed)
             found.push_back({differing, shift});
     }
@@ -135,6 +106,8 @@ std::optional<ShiftSearch::Run> ShiftSearch::run(const Pair &pair, int left, int
     }
     if (groups.size() <= mostGroups && rows <= allowed)
         return Run{first, end, groups};
+    if (m_part.height() < leastForEnds)
+        return {};
 
     // The longest stretch between two groups that holds few enough of them.
     const int height = m_now.height();
@@ -157,22 +130,22 @@ std::optional<ShiftSearch::Run> ShiftSearch::run(const Pair &pair, int left, int
     return best;
 }
 
-// Of blocks a few lines of text high, stacked from row to row.
-int ShiftSearch::distinctBlocks(const Pair &pair, int from, int to, Leave leave) const
+// Of blocks a few lines of text high, each half over the next.
+int ShiftSearch::distinctBlocks(const Pair &pair, int from, int to) const
 {
-    const int height = std::clamp(m_part.height() / 10, 6, 48);
-    const RowBands::Columns columns = leavesSides(leave) ? RowBands::Columns::inner : RowBands::Columns::all;
+    const int height = std::clamp(m_part.height() / 8, 6, 64);
     int found = 0;
-    for (int y = from; y + height <= to && found < enoughDistinct; y += height) {
-        found +=
-            pair.lowerBands.distinct(y, height, columns) && pair.upperBands.distinct(y + pair.shift, height, columns);
+    for (int y = from; y + height <= to && found < mostDistinct; y += height / 2) {
+        found += pair.lowerRows.distinct(y, height) && pair.upperRows.distinct(y + pair.shift, height);
     }
     return found;
 }
 
-double ShiftSearch::error(const Pair &pair, const Fit &fit, const Run &run) const
+// How far the rows that match within the tolerance are from equal. None when the differences are neither noise nor another
+// smoothing of the same text: those of a shade that moved go one way.
+std::optional<double> ShiftSearch::error(const Pair &pair, const Fit &fit, const Run &run) const
 {
-    quint64 differences = 0, structure = 0;
+    PixelRows::Differences moved, neighbours;
     const int width = fit.right - fit.left;
     size_t group = 0;
     for (int y = run.from; y + 1 < run.to; ++y) {
@@ -181,10 +154,12 @@ double ShiftSearch::error(const Pair &pair, const Fit &fit, const Run &run) cons
         if (group < run.groups.size() && y >= run.groups[group].from)
             continue;
         const quint32 *lower = PixelRows::at(pair.lower, y) + fit.left;
-        differences += PixelRows::distance(lower, PixelRows::at(pair.upper, y + pair.shift) + fit.left, width, noise);
-        structure += PixelRows::distance(lower, PixelRows::at(pair.lower, y + 1) + fit.left, width, noise);
+        moved.add(lower, PixelRows::at(pair.upper, y + pair.shift) + fit.left, width);
+        neighbours.add(lower, PixelRows::at(pair.lower, y + 1) + fit.left, width);
     }
-    return differences == 0 ? 0 : double(differences) / double(std::max<quint64>(1, structure));
+    if (moved.oneWay())
+        return {};
+    return double(moved.energy) / double(std::max<quint64>(1, neighbours.energy));
 }
 
 std::optional<ShiftSearch::Fit> ShiftSearch::verify(int shift, Leave leave) const
@@ -208,32 +183,43 @@ std::optional<ShiftSearch::Fit> ShiftSearch::verify(int shift, Leave leave) cons
         ++to;
 
     fit.matched = to - from;
-    fit.changes = pair.lowerBands.changes(from, to - 1);
-    int unexplained = 0; // changes, in either frame
+    fit.changes = pair.lowerRows.changes(from, to - 1);
+    // What there is to see in rows left open, in either frame, speaks against the shift.
+    const auto changesIn = [&pair](int start, int end) {
+        return std::max(pair.lowerRows.changes(start, end),
+                        pair.upperRows.changes(start + pair.shift, end + pair.shift));
+    };
+    const int first = m_part.top(), end = m_part.bottom() + 1 - pair.shift;
+    int against = againstEnds * ((from > first ? changesIn(first, from) : 0) + (to < end ? changesIn(to, end) : 0));
     int stretch = matching->from;
-    const auto consider = [&fit](int start, int end) {
-        if (end - start > fit.to - fit.from) {
+    const auto consider = [&fit](int start, int stop) {
+        if (stop - start > fit.to - fit.from) {
             fit.from = start;
-            fit.to = end;
+            fit.to = stop;
         }
     };
     for (const Span &group : matching->groups) {
         const int above = std::max(group.from - 1, from), below = std::min(group.to, to - 1);
-        const int lowerChanges = pair.lowerBands.changes(above, below);
         fit.unmatched += group.to - group.from;
-        fit.changes -= lowerChanges;
-        unexplained += std::max(lowerChanges, pair.upperBands.changes(above + pair.shift, below + pair.shift));
+        fit.open.push_back({shift > 0 ? group.from : group.from + pair.shift, group.to - group.from});
+        fit.changes -= pair.lowerRows.changes(above, below);
+        against += againstGroups * changesIn(above, below);
         consider(stretch, group.from);
         stretch = group.to;
     }
     consider(stretch, matching->to);
-    fit.distinct = distinctBlocks(pair, fit.from, fit.to, leave);
+    fit.distinct =
+        distinctBlocks(pair, fit.from == matching->from ? from : fit.from, fit.to == matching->to ? to : fit.to);
     fit.whole = matching->from == m_part.top() && matching->to == m_part.bottom() + 1 - pair.shift;
     fit.matched -= fit.unmatched;
-    if (fit.matched < leastOverlap() || fit.changes < 2 * unexplained)
+    if (fit.matched < leastOverlap() || fit.changes < against)
         return {};
-    if (m_tolerance > 0)
-        fit.error = error(pair, fit, *matching);
+    if (m_tolerance > 0) {
+        const std::optional<double> difference = error(pair, fit, *matching);
+        if (!difference)
+            return {};
+        fit.error = *difference;
+    }
     return fit;
 }
 
