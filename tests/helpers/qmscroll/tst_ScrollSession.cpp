@@ -295,7 +295,7 @@ void tst_ScrollSession::pauses()
     Notice seen = Notice::none;
     const auto askAndScroll = [&](ScrollSession &session, Simulation &simulation) {
         seen = session.notice();
-        simulation.move(300);
+        simulation.move(200);
     };
     const auto over = [](ScrollSession &, Simulation &simulation) {
         simulation.pointer = Pointer::inside;
@@ -354,8 +354,13 @@ void tst_ScrollSession::whatWasLostIsLookedForAgain()
     QCOMPARE(session.joined(now, Step::ambiguous, 0, region + 200).clicks, -2);
     next(true);
     QCOMPARE(session.joined(now, Step::still, 0, region + 200).clicks, 1);
-    next(true);
-    QCOMPARE(session.joined(now, Step::joined, 50, region + 250).clicks, 3);
+    // What was too much is tried again when smaller steps have gone well for a while.
+    int good = 0;
+    for (int clicks = 1; clicks == 1 && good < 20; ++good) {
+        next(true);
+        clicks = session.joined(now, Step::joined, 50, region + 250 + 50 * good).clicks;
+    }
+    QVERIFY2(good > 3 && good < 10, QByteArray::number(good).constData());
     QCOMPARE(int(session.end()), int(End::open));
 }
 
