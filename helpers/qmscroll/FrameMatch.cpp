@@ -73,7 +73,7 @@ Verdict judge(std::vector<Fit> fits, const Tolerance &tolerance, const QRect &pa
     // come again soon.
     const int sixths = 6 * best->matched / part.height();
     const int leastSixths = frameHeight < lowRegion || !clear ? 4 : 2;
-    const int distinct = std::max(1, 5 - sixths) + (frameHeight < lowRegion || !clear ? 2 : 0);
+    const int distinct = std::max(1, 5 - sixths) + (clear ? 0 : 4) + (frameHeight < lowRegion ? 2 : 0);
     const bool enough = best->changes >= fewestChanges && best->distinct >= distinct && sixths >= leastSixths &&
                         best->matched >= fewestRows;
     return {enough ? Verdict::Kind::one : Verdict::Kind::tooLittle, *best};

@@ -24,7 +24,7 @@ public:
         sidesAndEnds, // both
     };
 
-    static constexpr int mostDistinct = 6;
+    static constexpr int mostDistinct = 8;
 
     struct Group {
         int from, rows;

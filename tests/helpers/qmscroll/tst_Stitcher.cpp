@@ -97,6 +97,10 @@ private Q_SLOTS:
         row("longer than the region", text, {0, 400, 100}, {Step::first, Step::lost, Step::joined});
         row("rows alike", alike, {0, 60}, {Step::first, Step::ambiguous});
         row("rows alike by a whole row", alike, {0, 24}, {Step::first, Step::ambiguous});
+        row("a block over and over", {.content = Content::cards}, {0, 140, 30},
+            {Step::first, Step::ambiguous, Step::ambiguous});
+        row("a block over and over, a caret in what leaves", {.content = Content::cards, .caret = true}, {140, 30},
+            {Step::first, Step::ambiguous});
         row("blank", {.blank = {0, 0, 1, 2400}}, {0, 60}, {Step::first, Step::ambiguous});
         row("blank under a header that is known", {.content = Content::text, .header = 40, .blank = {0, 300, 1, 900}},
             {0, 60, 330, 480}, {Step::first, Step::joined, Step::lost, Step::lost});
