@@ -71,11 +71,11 @@ Verdict judge(std::vector<Fit> fits, const Tolerance &tolerance, const QRect &pa
     }
     // The less both frames show, the more of it must be like nothing else. Low regions show so few lines that some of them
     // come again soon.
+    const bool low = frameHeight < lowRegion;
     const int sixths = 6 * best->matched / part.height();
-    const int leastSixths = frameHeight < lowRegion || !clear ? 4 : 2;
-    const int distinct = std::max(1, 5 - sixths) + (clear ? 0 : 4) + (frameHeight < lowRegion ? 2 : 0);
-    const bool enough = best->changes >= fewestChanges && best->distinct >= distinct && sixths >= leastSixths &&
-                        best->matched >= fewestRows;
+    const int distinct = std::max(1, 5 - sixths) + (clear ? 0 : 2) + (low ? 4 : 0);
+    const bool enough = best->changes >= fewestChanges && best->distinct >= distinct && best->matched >= fewestRows &&
+                        sixths >= (low || !clear ? 4 : 2) && (clear || !low);
     return {enough ? Verdict::Kind::one : Verdict::Kind::tooLittle, *best};
 }
 
