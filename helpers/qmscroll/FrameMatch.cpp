@@ -23,8 +23,9 @@ constexpr Tolerance tolerances[] = {{0, 0, 1}, {6, 1e9, 1.25}, {64, 0.35, 2}};
 constexpr int fewestChanges = 6; // rows that differ from the one below, for a shift or stillness to be believed
 constexpr int fewestRows = 24;
 constexpr int lowRegion = 200; // rows
-// A shift that explains less than one in so many of the best one's changes is no rival.
-constexpr int rivalShare = 4;
+// A shift that explains less than one in so many of the best one's changes, and less than one in so many of its rows, is
+// no rival.
+constexpr int rivalChanges = 4, rivalRows = 3;
 
 struct Verdict {
     enum class Kind { none, tooLittle, several, one } kind = Kind::none;
@@ -63,9 +64,11 @@ Verdict judge(std::vector<Fit> fits, const Tolerance &tolerance, const QRect &pa
         return a.error != b.error ? a.error > b.error : a.changes < b.changes;
     });
     const bool clear = best->whole && best->unmatched == 0;
-    const int rivalChanges = best->changes / rivalShare;
+    const auto compares = [&best](const Fit &fit) {
+        return rivalChanges * fit.changes >= best->changes || rivalRows * fit.matched >= best->matched;
+    };
     for (auto fit = fits.begin(); fit != fits.end(); ++fit) {
-        if (fit != best && fit->changes >= rivalChanges && fit->error <= tolerance.rivalError * best->error &&
+        if (fit != best && compares(*fit) && fit->error <= tolerance.rivalError * best->error &&
             !refutes(*best, *fit, part))
             return {Verdict::Kind::several, *best};
     }
@@ -172,7 +175,7 @@ FrameMatch::Kind stillness(const QImage &before, const QImage &now, const QRect 
         return FrameMatch::Kind::ambiguous;
     for (const Leave leave : {Leave::nothing, Leave::sides}) {
         for (const Fit &fit : shifts.fits(leave)) {
-            if (fit.changes >= std::max(2, changes / rivalShare))
+            if (fit.changes >= std::max(2, changes / rivalChanges))
                 return FrameMatch::Kind::ambiguous;
         }
     }
