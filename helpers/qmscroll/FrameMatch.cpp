@@ -23,8 +23,9 @@ constexpr Tolerance tolerances[] = {{0, 0, 1}, {6, 1e9, 1.25}, {64, 0.35, 2}};
 constexpr int fewestChanges = 6; // rows that differ from the one below, for a shift or stillness to be believed
 constexpr int fewestRows = 24;
 constexpr int lowRegion = 200; // rows
-// A shift that explains less than one in so many of the best one's changes is no rival.
-constexpr int rivalShare = 4;
+// A shift that explains less than one in so many of the best one's changes, and less than one in so many of its rows, is
+// no rival.
+constexpr int rivalChanges = 4, rivalRows = 3;
 
 struct Verdict {
     enum class Kind { none, tooLittle, several, one } kind = Kind::none;
@@ -63,19 +64,21 @@ Verdict judge(std::vector<Fit> fits, const Tolerance &tolerance, const QRect &pa
         return a.error != b.error ? a.error > b.error : a.changes < b.changes;
     });
     const bool clear = best->whole && best->unmatched == 0;
-    const int rivalChanges = best->changes / rivalShare;
+    const auto compares = [&best](const Fit &fit) {
+        return rivalChanges * fit.changes >= best->changes || rivalRows * fit.matched >= best->matched;
+    };
     for (auto fit = fits.begin(); fit != fits.end(); ++fit) {
-        if (fit != best && fit->changes >= rivalChanges && fit->error <= tolerance.rivalError * best->error &&
+        if (fit != best && compares(*fit) && fit->error <= tolerance.rivalError * best->error &&
             !refutes(*best, *fit, part))
             return {Verdict::Kind::several, *best};
     }
     // The less both frames show, the more of it must be like nothing else. Low regions show so few lines that some of them
     // come again soon.
+    const bool low = frameHeight < lowRegion;
     const int sixths = 6 * best->matched / part.height();
-    const int leastSixths = frameHeight < lowRegion || !clear ? 4 : 2;
-    const int distinct = std::max(1, 5 - sixths) + (clear ? 0 : 4) + (frameHeight < lowRegion ? 2 : 0);
-    const bool enough = best->changes >= fewestChanges && best->distinct >= distinct && sixths >= leastSixths &&
-                        best->matched >= fewestRows;
+    const int distinct = std::max(1, 5 - sixths) + (clear ? 0 : 2) + (low ? 4 : 0);
+    const bool enough = best->changes >= fewestChanges && best->distinct >= distinct && best->matched >= fewestRows &&
+                        sixths >= (low || !clear ? 4 : 2) && (clear || !low);
     return {enough ? Verdict::Kind::one : Verdict::Kind::tooLittle, *best};
 }
 
@@ -172,7 +175,7 @@ FrameMatch::Kind stillness(const QImage &before, const QImage &now, const QRect 
         return FrameMatch::Kind::ambiguous;
     for (const Leave leave : {Leave::nothing, Leave::sides}) {
         for (const Fit &fit : shifts.fits(leave)) {
-            if (fit.changes >= std::max(2, changes / rivalShare))
+            if (fit.changes >= std::max(2, changes / rivalChanges))
                 return FrameMatch::Kind::ambiguous;
         }
     }

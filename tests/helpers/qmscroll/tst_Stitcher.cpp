@@ -95,6 +95,7 @@ private Q_SLOTS:
         row("caret blinks", {.content = Content::text, .caret = true}, {0, 0}, {Step::first, Step::still});
         row("animation goes on", {.animation = true}, {100, 100}, {Step::first, Step::still});
         row("longer than the region", text, {0, 400, 100}, {Step::first, Step::lost, Step::joined});
+        row("text smoothed otherwise", {.content = Content::text, .blur = 0.15}, {0, 60}, {Step::first, Step::joined});
         row("rows alike", alike, {0, 60}, {Step::first, Step::ambiguous});
         row("rows alike by a whole row", alike, {0, 24}, {Step::first, Step::ambiguous});
         row("a block over and over", {.content = Content::cards}, {0, 140, 30},
