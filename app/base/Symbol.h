@@ -6,12 +6,13 @@
 
 namespace qm {
 
-// Our own line drawings, named after the symbols they stand in for ("camera.viewfinder"). Main thread.
-// Drawn from SVG at the size asked for, so they are sharp at every size and scale. An unknown name gives a null icon.
+// The system's symbols by their names ("camera.viewfinder") where it has any, else our own line drawings in their place.
+// Drawn at the size asked for, so they are sharp at every size and scale. An unknown name gives a null icon. Main thread.
 namespace Symbol {
 
 QIcon icon(const QString &name, const QColor &color);
-// For a tray, whose panel may be light or dark: a light drawing with a dark rim, and nobody tells us which it is.
+QIcon rimmedIcon(const QString &name); // light with a dark rim, to be seen on anything
+// For a tray, whose panel may be light or dark: a mask where the tray gives it its colour, else rimmed.
 QIcon trayIcon(const QString &name);
 
 } // namespace Symbol

@@ -1,0 +1,7 @@
+#include "platform/ParentDeath.h"
+
+namespace qm {
+
+void endWithParent() {}
+
+} // namespace qm
