@@ -156,7 +156,7 @@ std::atomic<const PngKernels *> chosen{nullptr};
 
 int PngKernels::cheapest(const FilterCost (&costs)[5])
 {
-    const auto repeating = [&](int filter) { return costs[filter].literals + costs[filter].changes; };
+    const auto repeating = [&](int which) { return costs[which].literals + costs[which].changes; };
     int best = upFilter;
     for (const int filter : {noFilter, subFilter, paethFilter}) { // Average never makes repetitions
         if (repeating(filter) < repeating(best))

@@ -29,9 +29,9 @@ QImage NativeLook::symbol(const QString &name, QSize pixels)
     QImage image(pixels, QImage::Format_ARGB32_Premultiplied);
     image.fill(Qt::transparent);
     const CGColorSpaceRef space = CGColorSpaceCreateWithName(kCGColorSpaceSRGB);
-    const CGContextRef context = CGBitmapContextCreate(image.bits(), size_t(image.width()), size_t(image.height()), 8,
-                                                       size_t(image.bytesPerLine()), space,
-                                                       kCGImageAlphaPremultipliedFirst | kCGBitmapByteOrder32Host);
+    const CGContextRef context = CGBitmapContextCreate(
+        image.bits(), size_t(image.width()), size_t(image.height()), 8, size_t(image.bytesPerLine()), space,
+        uint32_t(kCGImageAlphaPremultipliedFirst) | kCGBitmapByteOrder32Host);
     CGColorSpaceRelease(space);
     if (!context)
         return {};
