@@ -1,7 +1,7 @@
 # Read by project() in the check for macOS: sources are only looked at, with the headers that belong to that system.
 #
 # First ours, which declare the calls to macOS that are made here; then libc++, which is the library on a Mac too; musl's C
-# library without what only Linux has; Clang's own. Third, those libraries that are used on both systems.
+# library without what only Linux has; Clang's own; last, the libraries that are used on both systems.
 file(GLOB libcxx LIST_DIRECTORIES true /usr/lib/llvm-*/include/c++/v1)
 list(SORT libcxx COMPARE NATURAL)
 list(GET libcxx -1 libcxx)
@@ -23,12 +23,13 @@ endforeach()
 
 set(libraries ${CMAKE_BINARY_DIR}/include/libraries)
 file(MAKE_DIRECTORY ${libraries})
-foreach(header isa-l isa-l.h jerror.h jmorecfg.h jpeglib.h leptonica libheif libpng16 sqlite3.h tesseract webp zconf.h zlib.h)
-    if(EXISTS /usr/include/${header})
-        file(CREATE_LINK /usr/include/${header} ${libraries}/${header} SYMBOLIC)
-    endif()
+foreach(header isa-l isa-l.h jconfig.h jerror.h jmorecfg.h jpeglib.h leptonica libheif libpng16 sqlite3.h tesseract webp)
+    foreach(folder /usr/include /usr/include/${CMAKE_LIBRARY_ARCHITECTURE})
+        if(EXISTS ${folder}/${header})
+            file(CREATE_LINK ${folder}/${header} ${libraries}/${header} SYMBOLIC)
+        endif()
+    endforeach()
 endforeach()
-file(CREATE_LINK /usr/include/${CMAKE_LIBRARY_ARCHITECTURE}/jconfig.h ${libraries}/jconfig.h SYMBOLIC)
 
 string(JOIN " -isystem " folders
     ${CMAKE_CURRENT_LIST_DIR}/include ${libcxx} ${c_library} ${resources}/include ${libraries})
@@ -40,5 +41,9 @@ endforeach()
 set(CMAKE_CXX_ARCHIVE_CREATE "${CMAKE_COMMAND} -E touch <TARGET>")
 set(CMAKE_CXX_ARCHIVE_FINISH "")
 set(CMAKE_CXX_LINK_EXECUTABLE "${CMAKE_COMMAND} -E touch <TARGET>")
+
+# What a package says to look into beside its own folder: Linux's C library is there.
+list(APPEND CMAKE_CXX_IMPLICIT_INCLUDE_DIRECTORIES /usr/include /usr/include/${CMAKE_LIBRARY_ARCHITECTURE})
+set(CMAKE_OBJCXX_IMPLICIT_INCLUDE_DIRECTORIES ${CMAKE_CXX_IMPLICIT_INCLUDE_DIRECTORIES})
 
 add_library(WrapOpenGL::WrapOpenGL INTERFACE IMPORTED) # Qt's package looks for the framework, of which nothing is used here
