@@ -22,6 +22,7 @@ pkg_check_modules(webpdemux REQUIRED IMPORTED_TARGET libwebpdemux)
 if(NOT APPLE)
     find_package(Qt6 6.4 REQUIRED COMPONENTS DBus)
     pkg_check_modules(xcb REQUIRED IMPORTED_TARGET xcb xcb-composite xcb-randr xcb-render xcb-shm)
+    pkg_check_modules(xcb_scroll REQUIRED IMPORTED_TARGET xcb-shape xcb-xtest)
     pkg_check_modules(xcb_test IMPORTED_TARGET xcb-xtest)
 endif()
 

@@ -1,0 +1,174 @@
+#include "helpers/qmscroll/FrameMatch.h"
+
+#include "helpers/qmscroll/PixelRows.h"
+#include "helpers/qmscroll/ShiftSearch.h"
+
+#include <algorithm>
+
+namespace qm {
+
+namespace {
+
+using Fit = ShiftSearch::Fit;
+using Leave = ShiftSearch::Leave;
+
+// Equal; with noise; with text that is smoothed otherwise, at a scroll position between two pixels.
+constexpr int tolerances[] = {0, 6, 64};
+
+constexpr int fewestChanges = 6; // rows that differ from the one below, for stillness to be believed
+constexpr int fewestRows = 12;
+constexpr double largestError = 0.35;
+constexpr int rivalShare = 8; // a shift that explains less than one in so many of the best one's rows is no rival
+
+struct Verdict {
+    enum class Kind { none, tooLittle, several, one } kind = Kind::none;
+    Fit fit;
+};
+
+// Whether one of the shifts stands alone. Where frames are not equal to the pixel, several may lie within the tolerance:
+// the best then counts when it explains far more.
+Verdict judge(std::vector<Fit> fits, int partHeight, int frameHeight)
+{
+    const bool dull = std::any_of(fits.begin(), fits.end(), [frameHeight](const Fit &fit) {
+        return fit.changes < 2 && fit.unmatched == 0 && fit.matched > frameHeight / 2;
+    });
+    std::erase_if(fits, [](const Fit &fit) { return fit.changes < 2 || fit.error > largestError; });
+    if (fits.empty())
+        return {dull ? Verdict::Kind::tooLittle : Verdict::Kind::none, {}};
+    const auto best = std::max_element(fits.begin(), fits.end(), [](const Fit &a, const Fit &b) {
+        return a.error != b.error ? a.error > b.error : a.changes < b.changes;
+    });
+    for (auto fit = fits.begin(); fit != fits.end(); ++fit) {
+        if (fit != best && fit->changes >= best->changes / rivalShare && fit->error <= 2 * best->error + 0.02)
+            return {Verdict::Kind::several, *best};
+    }
+    const int overlap = partHeight / (best->whole && best->unmatched == 0 ? 3 : 2);
+    const bool enough = best->distinct >= ShiftSearch::enoughDistinct && best->matched >= std::max(fewestRows, overlap);
+    return {enough ? Verdict::Kind::one : Verdict::Kind::tooLittle, *best};
+}
+
+// The shift of the changed part: first one that explains everything is looked for, then one that leaves more open.
+Verdict search(const ShiftSearch &shifts, int partHeight, int frameHeight)
+{
+    std::vector<Fit> all;
+    Verdict verdict;
+    for (const Leave leave : {Leave::nothing, Leave::sides, Leave::ends, Leave::sidesAndEnds}) {
+        for (const Fit &fit : shifts.fits(leave)) {
+            const auto known = [&fit](const Fit &other) { return other.shift == fit.shift; };
+            if (std::none_of(all.begin(), all.end(), known))
+                all.push_back(fit);
+        }
+        verdict = judge(all, partHeight, frameHeight);
+        // A shift that leaves rows open may only be the best so far.
+        const bool clear = verdict.kind == Verdict::Kind::one && verdict.fit.unmatched == 0;
+        if (clear || verdict.kind == Verdict::Kind::several)
+            break;
+    }
+    return verdict;
+}
+
+// Whether the frames are equal but for what may change without scrolling: a caret, a small animation, a scroll bar.
+bool hardlyChanged(const QImage &before, const QImage &now, const QRect &part, int tolerance)
+{
+    const int width = now.width(), side = std::min(48, width / 8);
+    if (part.width() <= side && (part.left() < side || part.right() + 1 > width - side))
+        return true;
+    const auto rowsDiffer = [&](int y) {
+        return PixelRows::differ(PixelRows::at(before, y), PixelRows::at(now, y), width, tolerance);
+    };
+    int groups = 0, rows = 0;
+    for (int y = part.top(); y <= part.bottom(); ++y) {
+        if (!rowsDiffer(y))
+            continue;
+        int last = y;
+        for (int row = y + 1; row <= std::min(part.bottom(), last + 8); ++row)
+            last = rowsDiffer(row) ? row : last;
+        const QRect group(0, y, width, last + 1 - y);
+        ++groups;
+        rows += group.height();
+        if (PixelRows::changedPart(before.copy(group), now.copy(group), tolerance).width() > width / 3)
+            return false;
+        y = last;
+    }
+    return groups <= 3 && rows <= now.height() / 6;
+}
+
+FrameMatch moved(const Fit &fit, const QRect &part)
+{
+    FrameMatch match;
+    match.kind = FrameMatch::Kind::moved;
+    match.shift = fit.shift;
+    match.splice = fit.to;
+    match.top = part.top();
+    match.bottom = part.bottom() + 1;
+    return match;
+}
+
+// Whether the small differences go up and down at random, as those of noise do, and not all one way, as those of a shade
+// that moved.
+bool isNoise(const QImage &before, const QImage &now)
+{
+    qint64 oneWay = 0, all = 0;
+    for (int y = 0; y < now.height(); ++y) {
+        const quint32 *a = PixelRows::at(before, y), *b = PixelRows::at(now, y);
+        qint64 sum = 0;
+        for (int x = 0; x < now.width(); ++x) {
+            const int difference = qGreen(a[x]) - qGreen(b[x]);
+            sum += difference;
+            all += std::abs(difference);
+        }
+        oneWay += std::abs(sum);
+    }
+    return 3 * oneWay < all;
+}
+
+// Nothing changed. It did not move if no other shift would show the same.
+FrameMatch::Kind stillness(const QImage &before, const QImage &now, int top, int bottom, int tolerance)
+{
+    // Faint content that moved hardly changes a pixel.
+    if (tolerance > 0 && !(tolerance == tolerances[1] && isNoise(before, now)))
+        return FrameMatch::Kind::ambiguous;
+    const ShiftSearch shifts(before, now, QRect(0, top, now.width(), bottom - top), tolerance);
+    const int changes = shifts.changes();
+    if (changes < fewestChanges)
+        return FrameMatch::Kind::ambiguous;
+    for (const Leave leave : {Leave::nothing, Leave::sides}) {
+        for (const Fit &fit : shifts.fits(leave)) {
+            if (fit.changes >= std::max(2, changes / rivalShare))
+                return FrameMatch::Kind::ambiguous;
+        }
+    }
+    return FrameMatch::Kind::still;
+}
+
+} // namespace
+
+FrameMatch FrameMatch::find(const QImage &before, const QImage &now, int top, int bottom)
+{
+    bool several = false;
+    for (const int tolerance : tolerances) {
+        const QRect part = PixelRows::changedPart(before, now, tolerance);
+        if (part.isNull())
+            return {stillness(before, now, top, bottom, tolerance)};
+        const ShiftSearch shifts(before, now, part, tolerance);
+        const Verdict verdict = search(shifts, part.height(), now.height());
+        const bool small = hardlyChanged(before, now, part, tolerance);
+        if (!small && verdict.kind == Verdict::Kind::one)
+            return moved(verdict.fit, part);
+        if (verdict.kind == Verdict::Kind::several)
+            return {Kind::ambiguous};
+        if (small) {
+            // Either a little something moved on a page that stands, or the page moved and shows nothing else.
+            if (verdict.kind == Verdict::Kind::none)
+                return {stillness(before, now, top, bottom, tolerance)};
+            const RowBands bands(now, 0, now.width(), 0, 0);
+            const int outside = bands.changes(0, part.top()) + bands.changes(part.bottom() + 1, now.height());
+            const bool alone = verdict.kind == Verdict::Kind::one && verdict.fit.unmatched == 0;
+            return alone && outside < verdict.fit.changes ? moved(verdict.fit, part) : FrameMatch{Kind::ambiguous};
+        }
+        several = several || verdict.kind == Verdict::Kind::tooLittle;
+    }
+    return {several ? Kind::ambiguous : Kind::lost};
+}
+
+} // namespace qm

@@ -1,0 +1,28 @@
+#pragma once
+
+#include <QImage>
+
+namespace qm {
+
+// What two frames of one scrolling region have to do with each other. Rows and shifts in pixels. Any thread.
+struct FrameMatch {
+    enum class Kind {
+        still,     // nothing moved
+        moved,     // by shift, and by nothing else
+        ambiguous, // more than one shift fits, or there is too little to tell by
+        lost       // no shift fits
+    };
+    Kind kind = Kind::lost;
+    int shift = 0; // `now` shows at row y what `before` shows at y + shift
+
+    // Moved upwards only: up to this row of `now` both show the same, and from here on `now` shows what moved in from
+    // below. In `before` nothing above splice + shift belongs to a band that stays at the bottom.
+    int splice = 0;
+    int top = 0, bottom = 0; // moved: between these rows the frames differ; what keeps its place lies outside
+
+    // Both RGB32 and of one size. [top, bottom) are the rows known to move, the whole height if nothing is known: where
+    // nothing changed, only they can tell that nothing moved.
+    static FrameMatch find(const QImage &before, const QImage &now, int top, int bottom);
+};
+
+} // namespace qm

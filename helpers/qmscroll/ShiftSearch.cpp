@@ -1,0 +1,250 @@
+#include "helpers/qmscroll/ShiftSearch.h"
+
+#include "helpers/qmscroll/PixelRows.h"
+
+#include <algorithm>
+#include <cmath>
+
+namespace qm {
+
+namespace {
+
+constexpr int widestSide = 48;     // a scroll bar with its trough on a screen with two pixels a point
+constexpr int groupGap = 8;        // matched rows between two groups of unmatched ones that keep them apart
+constexpr size_t mostGroups = 3;   // a caret, a row lit under the pointer before, and the one lit now
+constexpr int groupShare = 6;      // of the overlap's rows, one in so many at most
+constexpr int mostCandidates = 64; // worth looking at in the pixels: when so many fit the bands, several fit the pixels
+constexpr int noise = 4;           // grey levels: two frames with a noise of two each
+
+// Means of several pixels are closer together than the pixels are, when the differences are noise.
+int bandTolerance(int tolerance, int width)
+{
+    if (tolerance == 0)
+        return 0;
+    const double pixels = std::max(1.0, double(width) / RowBands::count);
+    return int(double(RowBands::count) * std::min(double(tolerance), 1 + tolerance / std::sqrt(pixels)));
+}
+
+bool leavesSides(ShiftSearch::Leave leave)
+{
+    return leave == ShiftSearch::Leave::sides || leave == ShiftSearch::Leave::sidesAndEnds;
+}
+
+bool leavesEnds(ShiftSearch::Leave leave)
+{
+    return leave == ShiftSearch::Leave::ends || leave == ShiftSearch::Leave::sidesAndEnds;
+}
+
+} // namespace
+
+ShiftSearch::ShiftSearch(const QImage &before, const QImage &now, const QRect &part, int tolerance)
+    : m_before(before)
+    , m_now(now)
+    , m_part(part)
+    , m_tolerance(tolerance)
+    , m_side(std::min(widestSide, part.width() / 8))
+    , m_bandTolerance(bandTolerance(tolerance, part.width()))
+    , m_bandsBefore(before, part.left(), part.right() + 1, m_side, m_bandTolerance)
+    , m_bandsNow(now, part.left(), part.right() + 1, m_side, m_bandTolerance)
+{
+}
+
+int ShiftSearch::changes() const
+{
+    return m_bandsNow.changes(m_part.top(), m_part.bottom());
+}
+
+// What is not even compared over so many rows is no rival of a shift that is.
+int ShiftSearch::leastOverlap() const
+{
+    return std::max(4, m_part.height() / 10);
+}
+
+ShiftSearch::Pair ShiftSearch::pairFor(int shift) const
+{
+    if (shift > 0)
+        return {m_before, m_now, m_bandsBefore, m_bandsNow, shift};
+    return {m_now, m_before, m_bandsNow, m_bandsBefore, -shift};
+}
+
+bool ShiftSearch::rowsDiffer(const Pair &pair, int y, int left, int right) const
+{
+    return PixelRows::differ(PixelRows::at(pair.lower, y) + left, PixelRows::at(pair.upper, y + pair.shift) + left,
+                             right - left, m_tolerance);
+}
+
+// The shifts that the bands allow, those with the fewest differing rows first.
+std::vector<int> ShiftSearch::candidates(bool leaveEnds) const
+{
+    // Rows that differ from their neighbour come first: they tell soonest that a shift is wrong.
+    const auto telling = [this](const RowBands &bands) {
+        std::vector<int> rows, dull;
+        constexpr int stride = 7;
+        for (int start = 0; start < stride; ++start) {
+            for (int y = m_part.top() + start; y <= m_part.bottom(); y += stride)
+                (bands.changes(y, y + 1) ? rows : dull).push_back(y);
+        }
+        rows.insert(rows.end(), dull.begin(), dull.end());
+        return rows;
+    };
+    const std::vector<int> orders[] = {telling(m_bandsBefore), telling(m_bandsNow)};
+
+    std::vector<std::pair<int, int>> found; // differing rows, shift
+    const int furthest = m_part.height() - leastOverlap();
+    for (int shift = -furthest; shift <= furthest; ++shift) {
+        if (shift == 0)
+            continue;
+        const Pair pair = pairFor(shift);
+        const int overlap = m_part.height() - pair.shift;
+        const int end = m_part.bottom() + 1 - pair.shift;
+        const int allowed = leaveEnds ? overlap / 2 : overlap / groupShare;
+        int differing = 0;
+        for (const int y : orders[shift > 0]) {
+            if (y >= end)
+                continue;
+            differing += pair.lowerBands.differ(y, pair.upperBands, y + pair.shift, RowBands::Columns::inner);
+            if (differing > allowed)
+                break;
+        }
+        if (differing <= allowed)
+            found.push_back({differing, shift});
+    }
+    std::stable_sort(found.begin(), found.end(), [](const auto &a, const auto &b) { return a.first < b.first; });
+    std::vector<int> shifts;
+    for (size_t i = 0; i < found.size() && i < mostCandidates; ++i)
+        shifts.push_back(found[i].second);
+    return shifts;
+}
+
+// The rows that match at a shift, with the few groups among them that do not. Only rows of the part.
+std::optional<ShiftSearch::Run> ShiftSearch::run(const Pair &pair, int left, int right, bool leaveEnds) const
+{
+    const int first = m_part.top(), end = m_part.bottom() + 1 - pair.shift;
+    const int allowed = (end - first) / groupShare;
+    std::vector<Span> groups;
+    int rows = 0; // in groups
+    for (int y = first; y < end; ++y) {
+        if (!rowsDiffer(pair, y, left, right))
+            continue;
+        if (groups.empty() || y - groups.back().to > groupGap)
+            groups.push_back({y, y});
+        rows += y + 1 - groups.back().to;
+        groups.back().to = y + 1;
+        if (!leaveEnds && (rows > allowed || groups.size() > mostGroups))
+            return {};
+    }
+    if (groups.size() <= mostGroups && rows <= allowed)
+        return Run{first, end, groups};
+
+    // The longest stretch between two groups that holds few enough of them.
+    const int height = m_now.height();
+    Run best{0, 0, {}};
+    for (size_t i = 0; i <= groups.size(); ++i) {
+        const int from = i == 0 ? first : groups[i - 1].to;
+        int within = 0;
+        for (size_t j = i; j <= groups.size() && j <= i + 1; ++j) {
+            const int to = j == groups.size() ? end : groups[j].from;
+            const bool fits =
+                within <= (to - from) / groupShare && from - first <= height / 4 && end - to <= height / 4;
+            if (fits && to - from > best.to - best.from)
+                best = {from, to, {groups.begin() + qsizetype(i), groups.begin() + qsizetype(j)}};
+            if (j < groups.size())
+                within += groups[j].to - groups[j].from;
+        }
+    }
+    if (best.to - best.from < (end - first) * 2 / 3)
+        return {};
+    return best;
+}
+
+// Of blocks a few lines of text high, stacked from row to row.
+int ShiftSearch::distinctBlocks(const Pair &pair, int from, int to, Leave leave) const
+{
+    const int height = std::clamp(m_part.height() / 10, 6, 48);
+    const RowBands::Columns columns = leavesSides(leave) ? RowBands::Columns::inner : RowBands::Columns::all;
+    int found = 0;
+    for (int y = from; y + height <= to && found < enoughDistinct; y += height) {
+        found +=
+            pair.lowerBands.distinct(y, height, columns) && pair.upperBands.distinct(y + pair.shift, height, columns);
+    }
+    return found;
+}
+
+double ShiftSearch::error(const Pair &pair, const Fit &fit, const Run &run) const
+{
+    quint64 differences = 0, structure = 0;
+    const int width = fit.right - fit.left;
+    size_t group = 0;
+    for (int y = run.from; y + 1 < run.to; ++y) {
+        while (group < run.groups.size() && y >= run.groups[group].to)
+            ++group;
+        if (group < run.groups.size() && y >= run.groups[group].from)
+            continue;
+        const quint32 *lower = PixelRows::at(pair.lower, y) + fit.left;
+        differences += PixelRows::distance(lower, PixelRows::at(pair.upper, y + pair.shift) + fit.left, width, noise);
+        structure += PixelRows::distance(lower, PixelRows::at(pair.lower, y + 1) + fit.left, width, noise);
+    }
+    return differences == 0 ? 0 : double(differences) / double(std::max<quint64>(1, structure));
+}
+
+std::optional<ShiftSearch::Fit> ShiftSearch::verify(int shift, Leave leave) const
+{
+    const Pair pair = pairFor(shift);
+    const int side = leavesSides(leave) ? m_side : 0;
+    Fit fit;
+    fit.shift = shift;
+    fit.left = m_part.left() + side;
+    fit.right = m_part.right() + 1 - side;
+    const std::optional<Run> matching = run(pair, fit.left, fit.right, leavesEnds(leave));
+    if (!matching)
+        return {};
+    int from = matching->from, to = matching->to;
+
+    // Beyond the part nothing changed; what moved there may look the same everywhere.
+    while (from > 0 && from <= m_part.top() && !rowsDiffer(pair, from - 1, fit.left, fit.right))
+        --from;
+    while (to >= m_part.bottom() + 1 - pair.shift && to + pair.shift < m_now.height() &&
+           !rowsDiffer(pair, to, fit.left, fit.right))
+        ++to;
+
+    fit.matched = to - from;
+    fit.changes = pair.lowerBands.changes(from, to - 1);
+    int unexplained = 0; // changes, in either frame
+    int stretch = matching->from;
+    const auto consider = [&fit](int start, int end) {
+        if (end - start > fit.to - fit.from) {
+            fit.from = start;
+            fit.to = end;
+        }
+    };
+    for (const Span &group : matching->groups) {
+        const int above = std::max(group.from - 1, from), below = std::min(group.to, to - 1);
+        const int lowerChanges = pair.lowerBands.changes(above, below);
+        fit.unmatched += group.to - group.from;
+        fit.changes -= lowerChanges;
+        unexplained += std::max(lowerChanges, pair.upperBands.changes(above + pair.shift, below + pair.shift));
+        consider(stretch, group.from);
+        stretch = group.to;
+    }
+    consider(stretch, matching->to);
+    fit.distinct = distinctBlocks(pair, fit.from, fit.to, leave);
+    fit.whole = matching->from == m_part.top() && matching->to == m_part.bottom() + 1 - pair.shift;
+    fit.matched -= fit.unmatched;
+    if (fit.matched < leastOverlap() || fit.changes < 2 * unexplained)
+        return {};
+    if (m_tolerance > 0)
+        fit.error = error(pair, fit, *matching);
+    return fit;
+}
+
+std::vector<ShiftSearch::Fit> ShiftSearch::fits(Leave leave) const
+{
+    std::vector<Fit> found;
+    for (const int shift : candidates(leavesEnds(leave))) {
+        if (const std::optional<Fit> fit = verify(shift, leave))
+            found.push_back(*fit);
+    }
+    return found;
+}
+
+} // namespace qm
