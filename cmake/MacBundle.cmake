@@ -1,8 +1,5 @@
 # Quillmere.app: the application, and beside its executable the helpers, which is where it looks for them.
-set(helpers qms qmocr)
-if(TARGET qmscroll)
-    list(APPEND helpers qmscroll)
-endif()
+set(helpers qms qmocr qmscroll)
 set_target_properties(quillmere PROPERTIES
     OUTPUT_NAME Quillmere
     MACOSX_BUNDLE ON
