@@ -21,7 +21,7 @@ constexpr auto hintTime = 1500ms; // how long a panel that must go is seen
 constexpr auto lingerTime = 4s;   // for a line to be read
 constexpr double pointsPerInch = 72;
 constexpr int thumbnailWidth = 160; // pixels, as TallPicture's
-constexpr int rowsAtOnce = 48; // written between two looks
+constexpr int rowsAtOnce = 48;      // written between two looks
 
 bool isPause(Notice notice)
 {
@@ -45,9 +45,10 @@ CaptureRun::Result CaptureRun::run()
     m_clock.start();
     m_place = m_desktop.showFrame();
     m_panel.emplace(m_place.shape, m_place.scale);
-    m_panel->setStatus(statusText(m_options.mode, Notice::none));
+    m_panel->setStatus(statusText(m_options.mode, Notice::none), ScrollPanel::Importance::ordinary);
     if (m_place.coversRegion) {
-        m_panel->setStatus(AppLocale::text(u"Return when done, Escape to cancel", u"Return で完了、Esc でキャンセル"));
+        m_panel->setStatus(AppLocale::text(u"Return when done, Escape to cancel", u"Return で完了、Esc でキャンセル"),
+                           ScrollPanel::Importance::toBeRead);
         m_nextLook = hintTime;
     }
     showPanel();
@@ -246,7 +247,8 @@ Outcome CaptureRun::finish()
 void CaptureRun::updatePanel()
 {
     const Notice notice = m_session.notice();
-    m_panel->setStatus(statusText(m_options.mode, notice));
+    m_panel->setStatus(statusText(m_options.mode, notice),
+                       notice == Notice::none ? ScrollPanel::Importance::ordinary : ScrollPanel::Importance::toBeRead);
     m_panel->setHeight(std::min(m_stitcher.height(), m_options.heightLimit));
     if (!m_place.coversRegion || isPause(notice))
         showPanel();
@@ -272,7 +274,7 @@ void CaptureRun::linger(const QString &status)
 {
     using Kind = ScrollDesktop::Input::Kind;
     m_panel->setClosing();
-    m_panel->setStatus(status);
+    m_panel->setStatus(status, ScrollPanel::Importance::toBeRead);
     showPanel();
     const Milliseconds end = now() + lingerTime;
     while (now() < end && !m_options.isAskedToEnd()) {

@@ -16,7 +16,7 @@ namespace qm {
 namespace {
 
 const QColor ground(28, 28, 30);
-const QColor edge(255, 255, 255, 72);
+const QColor edge(92, 92, 94);
 const QColor ink(255, 255, 255);
 const QColor faintInk(255, 255, 255, 178);
 const QColor accent(10, 132, 255);
@@ -34,7 +34,7 @@ QSizeF sizeInPoints(ScrollPanel::Shape shape)
 {
     switch (shape) {
     case ScrollPanel::Shape::wide: return {324, 112};
-    case ScrollPanel::Shape::tall: return {128, 300};
+    case ScrollPanel::Shape::tall: return {140, 300};
     case ScrollPanel::Shape::bar: return {344, 40};
     }
     return {};
@@ -123,11 +123,11 @@ ScrollPanel::Layout ScrollPanel::layout(Shape shape)
                 .done = {216, 72, 96, 28},
                 .cancel = {112, 72, 96, 28}};
     case Shape::tall:
-        return {.thumbnail = {12, 12, 104, 120},
-                .height = {12, 138, 104, 24},
-                .status = {12, 163, 104, 54},
-                .done = {12, 226, 104, 28},
-                .cancel = {12, 260, 104, 28}};
+        return {.thumbnail = {12, 12, 116, 120},
+                .height = {12, 138, 116, 24},
+                .status = {12, 163, 116, 54},
+                .done = {12, 226, 116, 28},
+                .cancel = {12, 260, 116, 28}};
     case Shape::bar:
         return {.thumbnail = {7, 6, 28, 28},
                 .height = {44, 8, 116, 24},
@@ -156,9 +156,10 @@ void ScrollPanel::setThumbnail(const QImage &picture)
     m_thumbnail = picture;
 }
 
-void ScrollPanel::setStatus(const QString &text)
+void ScrollPanel::setStatus(const QString &text, Importance importance)
 {
     set(m_status, text);
+    set(m_importance, importance);
 }
 
 void ScrollPanel::setClosing()
@@ -194,9 +195,7 @@ ScrollPanel::Button ScrollPanel::at(QPoint point) const
     const QPointF place = (QPointF(point) + QPointF(0.5, 0.5)) / m_scale;
     if (m_closing)
         return Button::none;
-    return places.done.contains(place)     ? Button::done
-           : places.cancel.contains(place) ? Button::cancel
-                                           : Button::none;
+    return places.done.contains(place) ? Button::done : places.cancel.contains(place) ? Button::cancel : Button::none;
 }
 
 QImage ScrollPanel::picture() const
@@ -204,18 +203,18 @@ QImage ScrollPanel::picture() const
     const Layout places = layout(m_shape);
     const QSize size = ScrollPanel::size(m_shape, m_scale);
     QImage image(size, QImage::Format_RGB32);
-    image.fill(ground);
+    image.fill(edge);
     QPainter painter(&image);
     painter.setRenderHint(QPainter::Antialiasing);
     const auto scaled = [this](const QRectF &area) {
         return QRect(pixels(area.x(), m_scale), pixels(area.y(), m_scale), pixels(area.width(), m_scale),
                      pixels(area.height(), m_scale));
     };
-    const double line = std::max(1, pixels(1, m_scale));
-    painter.setPen(QPen(edge, line));
-    painter.setBrush(Qt::NoBrush);
-    painter.drawRoundedRect(QRectF(QPointF(), size).adjusted(line / 2, line / 2, -line / 2, -line / 2),
-                            radius * m_scale, radius * m_scale);
+    const int line = std::max(1, pixels(1, m_scale));
+    painter.setPen(Qt::NoPen);
+    painter.setBrush(ground);
+    painter.drawRoundedRect(image.rect().adjusted(line, line, -line, -line), radius * m_scale - line,
+                            radius * m_scale - line);
 
     const QRect thumbnail = scaled(places.thumbnail);
     QPainterPath rounded;
@@ -231,7 +230,7 @@ QImage ScrollPanel::picture() const
     }
 
     // The narrow one has room for one of the two.
-    const bool saysStatus = m_shape != Shape::bar || !m_status.isEmpty();
+    const bool saysStatus = m_shape != Shape::bar || m_importance == Importance::toBeRead;
     if (m_shape != Shape::bar || !saysStatus) {
         painter.setFont(font(m_shape == Shape::wide ? 18 : 16, m_scale, QFont::DemiBold));
         painter.setPen(ink);
@@ -276,8 +275,9 @@ QString statusText(ScrollSession::Mode mode, ScrollSession::Notice notice)
     case Notice::placeLost: return AppLocale::text(u"Too far: scroll back a little", u"行きすぎ：少し戻してください");
     case Notice::none: break;
     }
-    return mode == ScrollSession::Mode::manual ? AppLocale::text(u"Scroll the page, not too fast", u"ゆっくりスクロール")
-                                               : AppLocale::text(u"Scrolling…", u"スクロール中…");
+    return mode == ScrollSession::Mode::manual
+               ? AppLocale::text(u"Scroll the page, not too fast", u"ゆっくりスクロール")
+               : AppLocale::text(u"Scrolling…", u"スクロール中…");
 }
 
 QString endText(ScrollSession::End end)

@@ -17,6 +17,7 @@ class ScrollPanel
 public:
     enum class Shape { wide, tall, bar }; // for the room below or above a region, beside it, and where there is little
     enum class Button { none, done, cancel };
+    enum class Importance { ordinary, toBeRead }; // where there is room for little, it goes before the height
 
     // scale: pixels per point of the monitor that it is shown on.
     ScrollPanel(Shape shape, double scale);
@@ -26,7 +27,7 @@ public:
 
     void setHeight(int pixels);
     void setThumbnail(const QImage &picture); // all of it, of whatever width
-    void setStatus(const QString &text);
+    void setStatus(const QString &text, Importance importance);
     void setClosing(); // nothing can be chosen any more: only the status is left to read
 
     // The pointer, in pixels from the panel's corner; outside of it when it is elsewhere.
@@ -51,6 +52,7 @@ private:
     int m_height = 0;
     QImage m_thumbnail;
     QString m_status;
+    Importance m_importance = Importance::ordinary;
     bool m_closing = false;
     Button m_hovered = Button::none;
     Button m_pressed = Button::none;

@@ -96,11 +96,11 @@ int main(int argc, char **argv)
         arguments->mode = ScrollSession::Mode::manual;
 
     catchSignals();
-    CaptureRun run(desktop, *region,
-                   {.path = arguments->path,
-                    .mode = arguments->mode,
-                    .heightLimit = arguments->heightLimit,
-                    .isAskedToEnd = [] { return endingSignal != 0; }});
+    CaptureRun run(
+        desktop, *region,
+        {.path = arguments->path, .mode = arguments->mode, .heightLimit = arguments->heightLimit, .isAskedToEnd = [] {
+             return endingSignal != 0;
+         }});
     const CaptureRun::Result result = run.run();
     if (!result.failure.isEmpty())
         return fail(result.failure);
@@ -110,7 +110,8 @@ int main(int argc, char **argv)
     }
     if (result.end == ScrollSession::End::lost || result.end == ScrollSession::End::ambiguous) {
         std::fprintf(stderr, "qmscroll: the picture ends at %d pixels: what follows %s\n", result.height,
-                     result.end == ScrollSession::End::lost ? "does not match" : "could be joined in more than one way");
+                     result.end == ScrollSession::End::lost ? "does not match"
+                                                            : "could be joined in more than one way");
     }
     return 0;
 }

@@ -165,10 +165,9 @@ PanelPlace ScrollDesktop::showFrame()
         others.append({monitor.area, monitor.scale});
     const PanelPlace place = placePanel(outer, {own.area, own.scale}, others);
     const QSize size = ScrollPanel::size(place.shape, place.scale);
-    m_state->panel.emplace(server,
-                           SideWindow::Look{.area = QRect(place.at, size),
-                                            .shape = roundedShape(size, ScrollPanel::cornerRadius(place.scale)),
-                                            .takesPointer = true});
+    m_state->panel.emplace(server, SideWindow::Look{.area = QRect(place.at, size),
+                                                    .shape = roundedShape(size, ScrollPanel::cornerRadius(place.scale)),
+                                                    .takesPointer = true});
     m_state->pressed.emplace(server);
     m_state->keys.emplace(server);
     m_state->keys->take();

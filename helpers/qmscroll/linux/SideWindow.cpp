@@ -54,14 +54,14 @@ SideWindow::SideWindow(XConnection &server, const Look &look)
     xcb_open_font(connection, font, 6, "cursor");
     xcb_create_glyph_cursor(connection, arrow, font, font, arrowGlyph, arrowGlyph + 1, 0, 0, 0, 0xffff, 0xffff, 0xffff);
     xcb_close_font(connection, font);
-    const uint32_t values[] = {serverColor(server, look.color), serverColor(server, look.borderColor), 1, events, arrow};
+    const uint32_t values[] = {serverColor(server, look.color), serverColor(server, look.borderColor), 1, events,
+                               arrow};
     const QPoint corner = look.area.topLeft() - QPoint(look.border, look.border);
-    xcb_create_window(connection, server.depth(), m_id, server.root(), int16_t(corner.x()), int16_t(corner.y()),
-                      uint16_t(look.area.width()), uint16_t(look.area.height()), uint16_t(look.border),
-                      XCB_WINDOW_CLASS_INPUT_OUTPUT, XCB_COPY_FROM_PARENT,
-                      XCB_CW_BACK_PIXEL | XCB_CW_BORDER_PIXEL | XCB_CW_OVERRIDE_REDIRECT | XCB_CW_EVENT_MASK |
-                          XCB_CW_CURSOR,
-                      values);
+    xcb_create_window(
+        connection, server.depth(), m_id, server.root(), int16_t(corner.x()), int16_t(corner.y()),
+        uint16_t(look.area.width()), uint16_t(look.area.height()), uint16_t(look.border), XCB_WINDOW_CLASS_INPUT_OUTPUT,
+        XCB_COPY_FROM_PARENT,
+        XCB_CW_BACK_PIXEL | XCB_CW_BORDER_PIXEL | XCB_CW_OVERRIDE_REDIRECT | XCB_CW_EVENT_MASK | XCB_CW_CURSOR, values);
     xcb_free_cursor(connection, arrow);
 
     constexpr char windowClass[] = "qmscroll\0qmscroll"; // two words, both closed by a zero

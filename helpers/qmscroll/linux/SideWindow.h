@@ -14,11 +14,11 @@ class SideWindow
 {
 public:
     struct Look {
-        QRect area;              // pixels of the desktop, the border not counted
-        QRegion shape;           // what of it is there at all, from the area's corner
-        bool takesPointer;       // else clicks and the wheel go to what lies below
-        quint32 color = 0;       // 0xrrggbb; seen until a picture is shown
-        int border = 0;          // pixels
+        QRect area;        // pixels of the desktop, the border not counted
+        QRegion shape;     // what of it is there at all, from the area's corner
+        bool takesPointer; // else clicks and the wheel go to what lies below
+        quint32 color = 0; // 0xrrggbb; seen until a picture is shown
+        int border = 0;    // pixels
         quint32 borderColor = 0;
     };
 

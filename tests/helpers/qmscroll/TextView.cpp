@@ -14,9 +14,10 @@ namespace {
 
 QString line(int number)
 {
-    return number % 7 == 3
-               ? QStringLiteral("%1  日本語の行、番号は %2 番です。").arg(number, 4).arg(number * 37 % 1009)
-               : QStringLiteral("%1  No two lines of this page are alike: %2.").arg(number, 4).arg(number * 7919 % 10007);
+    return number % 7 == 3 ? QStringLiteral("%1  日本語の行、番号は %2 番です。").arg(number, 4).arg(number * 37 % 1009)
+                           : QStringLiteral("%1  No two lines of this page are alike: %2.")
+                                 .arg(number, 4)
+                                 .arg(number * 7919 % 10007);
 }
 
 QString page(int lines)
@@ -33,7 +34,8 @@ QString page(int lines)
 int contentHeight(const QAbstractScrollArea &view)
 {
     if (const auto *plain = qobject_cast<const QPlainTextEdit *>(&view))
-        return plain->blockCount() * QFontMetrics(plain->font()).lineSpacing() * 3 / 2; // with room for other scripts' lines
+        return plain->blockCount() * QFontMetrics(plain->font()).lineSpacing() * 3 /
+               2; // with room for other scripts' lines
     return int(static_cast<const QTextEdit &>(view).document()->size().height());
 }
 

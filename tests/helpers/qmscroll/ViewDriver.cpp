@@ -52,7 +52,8 @@ ViewDriver::~ViewDriver()
 
 const ViewDriver::View &ViewDriver::startView(const QString &kind, const QRect &area, int lines)
 {
-    const QString place = QStringLiteral("%1,%2,%3,%4").arg(area.x()).arg(area.y()).arg(area.width()).arg(area.height());
+    const QString place =
+        QStringLiteral("%1,%2,%3,%4").arg(area.x()).arg(area.y()).arg(area.width()).arg(area.height());
     const QString truth = m_desktop.home().file(QStringLiteral("truth.png"));
     const bool gtk = kind == QLatin1String("gtk");
     QProcess &process =
@@ -72,9 +73,8 @@ const ViewDriver::View &ViewDriver::startView(const QString &kind, const QRect &
     m_views.push_back(view);
     // It shows its beginning.
     const QRect shown(QPoint(), QSize(view.area.width() - view.ignoredColumns, std::min(100, view.content.height())));
-    awaitThat("the view's first rows", [&] {
-        return m_desktop.picture(shown.translated(view.area.topLeft())) == view.content.copy(shown);
-    });
+    awaitThat("the view's first rows",
+              [&] { return m_desktop.picture(shown.translated(view.area.topLeft())) == view.content.copy(shown); });
     return m_views.back();
 }
 
@@ -90,17 +90,17 @@ void ViewDriver::endViews()
 
 QProcess &ViewDriver::startCapture(const QRect &region, const QStringList &arguments, const QStringList &environment)
 {
-    m_helper = &m_desktop.start(QString::fromLatin1(program), QStringList{QStringLiteral("--region"), m_path} + arguments,
-                                environment);
+    m_helper = &m_desktop.start(QString::fromLatin1(program),
+                                QStringList{QStringLiteral("--region"), m_path} + arguments, environment);
     drawRegion(region);
     return *m_helper;
 }
 
 QProcess &ViewDriver::startCaptureBelowShell(const QRect &region)
 {
-    m_helper = &m_desktop.start(QStringLiteral("/bin/sh"),
-                                {QStringLiteral("-c"), QStringLiteral("\"$0\" --region \"$1\" & wait"),
-                                 QString::fromLatin1(program), m_path});
+    m_helper = &m_desktop.start(
+        QStringLiteral("/bin/sh"),
+        {QStringLiteral("-c"), QStringLiteral("\"$0\" --region \"$1\" & wait"), QString::fromLatin1(program), m_path});
     drawRegion(region);
     return *m_helper;
 }
@@ -119,9 +119,8 @@ QProcess &ViewDriver::startCaptureOnSmallDisk(const QRect &region)
 
 void ViewDriver::drawRegion(const QRect &region)
 {
-    awaitThat("the overlay", [this] {
-        return m_desktop.selectionOwner("_QUILLMERE_CAPTURE") != 0 && !nothingIsHeld(m_desktop);
-    });
+    awaitThat("the overlay",
+              [this] { return m_desktop.selectionOwner("_QUILLMERE_CAPTURE") != 0 && !nothingIsHeld(m_desktop); });
     m_desktop.drag(region.topLeft(), region.bottomRight());
     awaitThat("the panel", [this] { return button(PanelButton::cancel).isValid(); });
 }
@@ -129,9 +128,7 @@ void ViewDriver::drawRegion(const QRect &region)
 bool ViewDriver::hasScrolled(const View &view) const
 {
     const QRect top(view.area.topLeft(), QSize(view.area.width() - view.ignoredColumns, 100));
-    return Desktop::wait([&] {
-        return m_desktop.picture(top) != view.content.copy(QRect(QPoint(), top.size()));
-    });
+    return Desktop::wait([&] { return m_desktop.picture(top) != view.content.copy(QRect(QPoint(), top.size())); });
 }
 
 // By their colours, which nothing else on these desktops has.

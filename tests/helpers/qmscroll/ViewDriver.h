@@ -36,9 +36,9 @@ public:
 
     // These return once the region was drawn and the panel is there.
     QProcess &startCapture(const QRect &region, const QStringList &arguments = {}, const QStringList &environment = {});
-    QProcess &startCaptureBelowShell(const QRect &region);   // what is returned is the shell
-    QProcess &startCaptureOnSmallDisk(const QRect &region);  // of 64 kB; what is left on it is printed
-    bool hasScrolled(const View &view) const;                // waits until the view no longer shows its beginning
+    QProcess &startCaptureBelowShell(const QRect &region);  // what is returned is the shell
+    QProcess &startCaptureOnSmallDisk(const QRect &region); // of 64 kB; what is left on it is printed
+    bool hasScrolled(const View &view) const;               // waits until the view no longer shows its beginning
 
     void drawRegion(const QRect &region); // for a helper that something else has started
 

@@ -39,7 +39,8 @@ QByteArray page()
 
     QByteArray lines;
     for (int i = 0; i < (pageHeight - headerHeight) / 40; ++i) {
-        lines += "<p>" + QByteArray::number(i) + "  No two lines of this page are alike: " + QByteArray::number(i * 7919 % 10007) +
+        lines += "<p>" + QByteArray::number(i) +
+                 "  No two lines of this page are alike: " + QByteArray::number(i * 7919 % 10007) +
                  (i % 7 == 3 ? " 日本語の行" : "") + "</p>";
     }
     return "<!doctype html><meta charset=utf-8><title>A page</title><style>"

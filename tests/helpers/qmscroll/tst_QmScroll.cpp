@@ -118,9 +118,9 @@ void tst_QmScroll::wholePage()
     QCOMPARE(helper.exitCode(), 0);
     QCOMPARE(m_driver->files().size(), 1);
     QCOMPARE(m_driver->compare(region), QString());
-    QVERIFY(m_driver->picture().height() >= std::max(view.lastRow() + 1 - (region.top() - view.area.top()) -
-                                                         (view.area.bottom() - region.bottom()),
-                                                     region.height()));
+    QVERIFY(m_driver->picture().height() >=
+            std::max(view.lastRow() + 1 - (region.top() - view.area.top()) - (view.area.bottom() - region.bottom()),
+                     region.height()));
 }
 
 // There is no place beside it for frame and panel: how to end is told first, and gone before anything is taken.
@@ -138,8 +138,7 @@ void tst_QmScroll::regionFillsTheScreen()
 void tst_QmScroll::heightLimit()
 {
     const ViewDriver::View &view = m_driver->startView(QStringLiteral("browser"), place, 200);
-    QProcess &helper =
-        m_driver->startCapture(view.area, {QStringLiteral("--max-height"), QStringLiteral("1234")});
+    QProcess &helper = m_driver->startCapture(view.area, {QStringLiteral("--max-height"), QStringLiteral("1234")});
     QVERIFY(finished(helper));
     QCOMPARE(helper.readAllStandardError(), QByteArray());
     QCOMPARE(m_driver->picture().height(), 1234);
@@ -173,9 +172,7 @@ void tst_QmScroll::ended_data()
     QTest::addColumn<Steps>("steps");
     QTest::addColumn<bool>("hasFile");
     const auto row = [](const char *name, const QStringList &arguments, bool afterScrolling, bool hasFile,
-                        const Steps &steps) {
-        QTest::newRow(name) << arguments << afterScrolling << steps << hasFile;
-    };
+                        const Steps &steps) { QTest::newRow(name) << arguments << afterScrolling << steps << hasFile; };
     const auto tap = [](Key key) { return Steps([key](ViewDriver &driver) { driver.desktop().tap(key); }); };
     const auto click = [](ViewDriver::PanelButton button) {
         return Steps([button](ViewDriver &driver) { driver.clickButton(button); });
@@ -283,7 +280,8 @@ void tst_QmScroll::whatCannotBeJoinedEndsIt()
     QCOMPARE(helper.exitCode(), 0);
     const QByteArray said = helper.readAllStandardError();
     const int height = m_driver->picture().height();
-    QCOMPARE(said, "qmscroll: the picture ends at " + QByteArray::number(height) + " pixels: what follows does not match\n");
+    QCOMPARE(said,
+             "qmscroll: the picture ends at " + QByteArray::number(height) + " pixels: what follows does not match\n");
     QCOMPARE(m_driver->compare(view.area), QString());
 }
 
@@ -311,8 +309,9 @@ void tst_QmScroll::secondHelper()
 {
     const ViewDriver::View &view = m_driver->startView(QStringLiteral("browser"), place, 60);
     QProcess &first = m_driver->startCapture(view.area, {QStringLiteral("--manual")});
-    QProcess &second = m_desktop.start(QString::fromLatin1(ViewDriver::program),
-                                       {QStringLiteral("--region"), m_driver->folder() + QStringLiteral("/second.png")});
+    QProcess &second =
+        m_desktop.start(QString::fromLatin1(ViewDriver::program),
+                        {QStringLiteral("--region"), m_driver->folder() + QStringLiteral("/second.png")});
     QVERIFY(finished(second));
     QCOMPARE(second.exitCode(), 0);
     QCOMPARE(m_driver->files(), QStringList());

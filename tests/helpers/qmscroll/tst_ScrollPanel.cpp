@@ -39,8 +39,8 @@ void tst_ScrollPanel::places_data()
     row("in the right corner", {1200, 100, 80, 300}, {screen}, 1, Shape::wide, 'B');
     row("full height at the left", {0, 0, 700, 800}, {screen}, 1, Shape::wide, 'R');
     row("full height at the right", {700, 0, 580, 800}, {screen}, 1, Shape::wide, 'L');
-    row("little room at the side", {150, 0, 1130, 800}, {screen}, 1, Shape::tall, 'L');
-    row("hardly room at the side", {0, 0, 1146, 800}, {screen}, 1, Shape::tall, 'R');
+    row("little room at the side", {170, 0, 1110, 800}, {screen}, 1, Shape::tall, 'L');
+    row("hardly room at the side", {0, 0, 1136, 800}, {screen}, 1, Shape::tall, 'R');
     row("a taskbar's room", {0, 0, 1280, 755}, {screen}, 1, Shape::bar, 'B');
     row("all of the screen", screen, {screen}, 1, Shape::wide, 'C');
     row("all but a line", {0, 0, 1280, 790}, {screen}, 1, Shape::wide, 'C');
@@ -65,12 +65,12 @@ void tst_ScrollPanel::places()
     const PanelPlace place = placePanel(region, {monitors.first(), scale}, others);
     QCOMPARE(int(place.shape), int(shape));
     const QRect panel(place.at, ScrollPanel::size(place.shape, place.scale));
-    const char found = place.coversRegion                     ? 'C'
-                       : !monitors.first().intersects(panel)  ? 'O'
-                       : panel.top() > region.bottom()        ? 'B'
-                       : panel.bottom() < region.top()        ? 'A'
-                       : panel.left() > region.right()        ? 'R'
-                                                              : 'L';
+    const char found = place.coversRegion                    ? 'C'
+                       : !monitors.first().intersects(panel) ? 'O'
+                       : panel.top() > region.bottom()       ? 'B'
+                       : panel.bottom() < region.top()       ? 'A'
+                       : panel.left() > region.right()       ? 'R'
+                                                             : 'L';
     QCOMPARE(found, side);
     QCOMPARE(place.coversRegion, panel.intersects(region));
     QVERIFY((side == 'O' ? monitors.last() : monitors.first()).contains(panel));
@@ -132,7 +132,7 @@ void tst_ScrollPanel::changes()
     step(false, [] {});
     step(true, [&] { panel.setHeight(4321); });
     step(false, [&] { panel.setHeight(4321); });
-    step(true, [&] { panel.setStatus(QStringLiteral("resting")); });
+    step(true, [&] { panel.setStatus(QStringLiteral("resting"), ScrollPanel::Importance::ordinary); });
     step(false, [&] { panel.movePointer({1, 1}); });
     step(true, [&] { panel.movePointer({300, 90}); });
     step(true, [&] { panel.press(); });

@@ -24,14 +24,14 @@ constexpr int region = 600; // pixels of height
 
 struct View {
     double pixelsPerClick = 57;
-    int page = 6000;               // pixels of height
-    Milliseconds answer = 2ms;     // from a click to the first movement
-    Milliseconds smooth = 0ms;     // how long a movement takes
-    Milliseconds animation = 0ms;  // something small changes that often; 0: nothing does
-    int blankFrom = 0;             // where only steps up to 60 pixels can be joined, and how far
+    int page = 6000;              // pixels of height
+    Milliseconds answer = 2ms;    // from a click to the first movement
+    Milliseconds smooth = 0ms;    // how long a movement takes
+    Milliseconds animation = 0ms; // something small changes that often; 0: nothing does
+    int blankFrom = 0;            // where only steps up to 60 pixels can be joined, and how far
     int blankHeight = 0;
     bool springsBack = false;
-    int changesAt = 0; // once it is this far down, nothing matches what was there before; 0: never
+    int changesAt = 0;     // once it is this far down, nothing matches what was there before; 0: never
     bool goesAway = false; // and it does not move any more
 };
 
@@ -112,7 +112,8 @@ private:
         const Milliseconds since = at - m_moved - m_case.view.answer;
         if (since < 0ms)
             return int(m_from);
-        const double share = m_case.view.smooth == 0ms ? 1 : std::min(1.0, double(since / 1ms) / (m_case.view.smooth / 1ms));
+        const double share =
+            m_case.view.smooth == 0ms ? 1 : std::min(1.0, double(since / 1ms) / (m_case.view.smooth / 1ms));
         return int(m_from + (m_to - m_from) * share);
     }
     int animationPhase() const { return m_case.view.animation == 0ms ? 0 : int(now / m_case.view.animation); }
@@ -252,10 +253,12 @@ void tst_ScrollSession::views()
     if (furthest >= 0)
         QCOMPARE(simulation.furthest, furthest);
     if (end == End::height)
-        QVERIFY(region + simulation.furthest >= of.heightLimit && region + simulation.furthest < of.heightLimit + region);
+        QVERIFY(region + simulation.furthest >= of.heightLimit &&
+                region + simulation.furthest < of.heightLimit + region);
     if (of.view.animation == 0ms)
         QVERIFY(!simulation.moving);
-    QVERIFY2(simulation.now <= Milliseconds(milliseconds), QByteArray::number(qint64(simulation.now / 1ms)).constData());
+    QVERIFY2(simulation.now <= Milliseconds(milliseconds),
+             QByteArray::number(qint64(simulation.now / 1ms)).constData());
 }
 
 void tst_ScrollSession::pauses_data()
