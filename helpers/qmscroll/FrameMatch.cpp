@@ -13,11 +13,15 @@ using Fit = ShiftSearch::Fit;
 using Leave = ShiftSearch::Leave;
 
 // Equal; with noise; with text that is smoothed otherwise, at a scroll position between two pixels.
-constexpr int tolerances[] = {0, 6, 64};
+struct Tolerance {
+    int levels;          // of grey, each channel
+    double largestError; // of a shift that is believed
+    double rivalError;   // a shift with more, times the best one's, is no rival
+};
+constexpr Tolerance tolerances[] = {{0, 0, 1}, {6, 1e9, 1.25}, {64, 0.35, 2}};
 
-constexpr int fewestChanges = 6; // rows that differ from the one below, for stillness to be believed
+constexpr int fewestChanges = 6; // rows that differ from the one below, for a shift or stillness to be believed
 constexpr int fewestRows = 12;
-constexpr double largestError = 0.35;
 constexpr int rivalShare = 8; // a shift that explains less than one in so many of the best one's rows is no rival
 
 struct Verdict {
@@ -25,30 +29,47 @@ struct Verdict {
     Fit fit;
 };
 
+// A shift that leaves nothing open refutes one that does, if it explains the very rows that the other takes for a caret
+// or the like: had those changed by themselves, they would fit nowhere. Beyond its own rows it proves nothing.
+bool refutes(const Fit &whole, const Fit &other, const QRect &part)
+{
+    if (!whole.whole || whole.unmatched > 0 || whole.error > 0)
+        return false;
+    const auto covered = [&](int from, int rows, int shift) { // rows of `now` or, with the shift turned, of `before`
+        return from >= part.top() + std::max(0, -shift) && from + rows <= part.bottom() + 1 - std::max(0, shift);
+    };
+    return std::any_of(other.open.begin(), other.open.end(), [&](const ShiftSearch::Group &group) {
+        return covered(group.from, group.rows, whole.shift) &&
+               covered(group.from + other.shift, group.rows, -whole.shift);
+    });
+}
+
 // Whether one of the shifts stands alone. Where frames are not equal to the pixel, several may lie within the tolerance:
 // the best then counts when it explains far more.
-Verdict judge(std::vector<Fit> fits, int partHeight, int frameHeight)
+Verdict judge(std::vector<Fit> fits, const Tolerance &tolerance, const QRect &part, int frameHeight)
 {
     const bool dull = std::any_of(fits.begin(), fits.end(), [frameHeight](const Fit &fit) {
         return fit.changes < 2 && fit.unmatched == 0 && fit.matched > frameHeight / 2;
     });
-    std::erase_if(fits, [](const Fit &fit) { return fit.changes < 2 || fit.error > largestError; });
+    std::erase_if(fits, [&](const Fit &fit) { return fit.changes < 2 || fit.error > tolerance.largestError; });
     if (fits.empty())
         return {dull ? Verdict::Kind::tooLittle : Verdict::Kind::none, {}};
     const auto best = std::max_element(fits.begin(), fits.end(), [](const Fit &a, const Fit &b) {
         return a.error != b.error ? a.error > b.error : a.changes < b.changes;
     });
     for (auto fit = fits.begin(); fit != fits.end(); ++fit) {
-        if (fit != best && fit->changes >= best->changes / rivalShare && fit->error <= 2 * best->error + 0.02)
+        if (fit != best && fit->changes >= best->changes / rivalShare &&
+            fit->error <= tolerance.rivalError * best->error && !refutes(*best, *fit, part))
             return {Verdict::Kind::several, *best};
     }
-    const int overlap = partHeight / (best->whole && best->unmatched == 0 ? 3 : 2);
-    const bool enough = best->distinct >= ShiftSearch::enoughDistinct && best->matched >= std::max(fewestRows, overlap);
+    const int overlap = part.height() / (best->whole && best->unmatched == 0 ? 3 : 2);
+    const bool enough = best->changes >= fewestChanges && best->distinct >= ShiftSearch::enoughDistinct &&
+                        best->matched >= std::max(fewestRows, overlap);
     return {enough ? Verdict::Kind::one : Verdict::Kind::tooLittle, *best};
 }
 
 // The shift of the changed part: first one that explains everything is looked for, then one that leaves more open.
-Verdict search(const ShiftSearch &shifts, int partHeight, int frameHeight)
+Verdict search(const ShiftSearch &shifts, const Tolerance &tolerance, const QRect &part, int frameHeight)
 {
     std::vector<Fit> all;
     Verdict verdict;
@@ -58,7 +79,7 @@ Verdict search(const ShiftSearch &shifts, int partHeight, int frameHeight)
             if (std::none_of(all.begin(), all.end(), known))
                 all.push_back(fit);
         }
-        verdict = judge(all, partHeight, frameHeight);
+        verdict = judge(all, tolerance, part, frameHeight);
         // A shift that leaves rows open may only be the best so far.
         const bool clear = verdict.kind == Verdict::Kind::one && verdict.fit.unmatched == 0;
         if (clear || verdict.kind == Verdict::Kind::several)
@@ -98,7 +119,7 @@ FrameMatch moved(const Fit &fit, const QRect &part)
     FrameMatch match;
     match.kind = FrameMatch::Kind::moved;
     match.shift = fit.shift;
-    match.splice = fit.to;
+    match.splice = fit.to + std::max(0, fit.shift);
     match.top = part.top();
     match.bottom = part.bottom() + 1;
     return match;
@@ -108,25 +129,17 @@ FrameMatch moved(const Fit &fit, const QRect &part)
 // that moved.
 bool isNoise(const QImage &before, const QImage &now)
 {
-    qint64 oneWay = 0, all = 0;
-    for (int y = 0; y < now.height(); ++y) {
-        const quint32 *a = PixelRows::at(before, y), *b = PixelRows::at(now, y);
-        qint64 sum = 0;
-        for (int x = 0; x < now.width(); ++x) {
-            const int difference = qGreen(a[x]) - qGreen(b[x]);
-            sum += difference;
-            all += std::abs(difference);
-        }
-        oneWay += std::abs(sum);
-    }
-    return 3 * oneWay < all;
+    PixelRows::Differences differences;
+    for (int y = 0; y < now.height(); ++y)
+        differences.add(PixelRows::at(before, y), PixelRows::at(now, y), now.width());
+    return !differences.oneWay();
 }
 
 // Nothing changed. It did not move if no other shift would show the same.
 FrameMatch::Kind stillness(const QImage &before, const QImage &now, int top, int bottom, int tolerance)
 {
     // Faint content that moved hardly changes a pixel.
-    if (tolerance > 0 && !(tolerance == tolerances[1] && isNoise(before, now)))
+    if (tolerance > 0 && !(tolerance == tolerances[1].levels && isNoise(before, now)))
         return FrameMatch::Kind::ambiguous;
     const ShiftSearch shifts(before, now, QRect(0, top, now.width(), bottom - top), tolerance);
     const int changes = shifts.changes();
@@ -146,13 +159,13 @@ FrameMatch::Kind stillness(const QImage &before, const QImage &now, int top, int
 FrameMatch FrameMatch::find(const QImage &before, const QImage &now, int top, int bottom)
 {
     bool several = false;
-    for (const int tolerance : tolerances) {
-        const QRect part = PixelRows::changedPart(before, now, tolerance);
+    for (const Tolerance &tolerance : tolerances) {
+        const QRect part = PixelRows::changedPart(before, now, tolerance.levels);
         if (part.isNull())
-            return {stillness(before, now, top, bottom, tolerance)};
-        const ShiftSearch shifts(before, now, part, tolerance);
-        const Verdict verdict = search(shifts, part.height(), now.height());
-        const bool small = hardlyChanged(before, now, part, tolerance);
+            return {stillness(before, now, top, bottom, tolerance.levels)};
+        const ShiftSearch shifts(before, now, part, tolerance.levels);
+        const Verdict verdict = search(shifts, tolerance, part, now.height());
+        const bool small = hardlyChanged(before, now, part, tolerance.levels);
         if (!small && verdict.kind == Verdict::Kind::one)
             return moved(verdict.fit, part);
         if (verdict.kind == Verdict::Kind::several)
@@ -160,12 +173,14 @@ FrameMatch FrameMatch::find(const QImage &before, const QImage &now, int top, in
         if (small) {
             // Either a little something moved on a page that stands, or the page moved and shows nothing else.
             if (verdict.kind == Verdict::Kind::none)
-                return {stillness(before, now, top, bottom, tolerance)};
+                return {stillness(before, now, top, bottom, tolerance.levels)};
             const RowBands bands(now, 0, now.width(), 0, 0);
             const int outside = bands.changes(0, part.top()) + bands.changes(part.bottom() + 1, now.height());
             const bool alone = verdict.kind == Verdict::Kind::one && verdict.fit.unmatched == 0;
             return alone && outside < verdict.fit.changes ? moved(verdict.fit, part) : FrameMatch{Kind::ambiguous};
         }
+        if (verdict.kind == Verdict::Kind::tooLittle && 3 * verdict.fit.matched >= part.height())
+            return {Kind::ambiguous};
         several = several || verdict.kind == Verdict::Kind::tooLittle;
     }
     return {several ? Kind::ambiguous : Kind::lost};

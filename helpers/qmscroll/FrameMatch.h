@@ -15,8 +15,8 @@ struct FrameMatch {
     Kind kind = Kind::lost;
     int shift = 0; // `now` shows at row y what `before` shows at y + shift
 
-    // Moved upwards only: up to this row of `now` both show the same, and from here on `now` shows what moved in from
-    // below. In `before` nothing above splice + shift belongs to a band that stays at the bottom.
+    // Moved: up to this row of `before` nothing belongs to a band that stays at the bottom. When the content moved up, the
+    // next row stands in `now`, too, below any band at its top.
     int splice = 0;
     int top = 0, bottom = 0; // moved: between these rows the frames differ; what keeps its place lies outside
 

@@ -39,16 +39,16 @@ bool PixelRows::differ(const quint32 *a, const quint32 *b, int count, int tolera
     return false;
 }
 
-quint64 PixelRows::distance(const quint32 *a, const quint32 *b, int count, int ignored)
+void PixelRows::Differences::add(const quint32 *a, const quint32 *b, int count)
 {
-    quint64 sum = 0;
     for (int x = 0; x < count; ++x) {
         for (int shift = 0; shift < 24; shift += 8) {
-            const int difference = std::abs(int(a[x] >> shift & 0xff) - int(b[x] >> shift & 0xff)) - ignored;
-            sum += quint64(qMax(0, difference));
+            const int difference = int(a[x] >> shift & 0xff) - int(b[x] >> shift & 0xff);
+            energy += quint64(difference * difference);
+            amount += quint64(std::abs(difference));
+            drift += difference;
         }
     }
-    return sum;
 }
 
 QRect PixelRows::changedPart(const QImage &a, const QImage &b, int tolerance)

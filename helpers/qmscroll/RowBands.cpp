@@ -78,7 +78,7 @@ bool RowBands::distinct(int y, int height, Columns columns) const
         int row = 0;
         while (row < height && !differ(y + row, *this, other + row, columns))
             ++row;
-        if (row == height && other != y)
+        if (row == height && std::abs(other - y) >= (m_tolerance == 0 ? 1 : height))
             return false;
     }
     return true;

@@ -26,7 +26,8 @@ public:
     // How many rows in [from, to) differ from the one below: what there is to recognise. All columns.
     int changes(int from, int to) const;
 
-    // Whether rows like the `height` ones from y on stand nowhere else in the frame.
+    // Whether rows like the `height` ones from y on stand nowhere else in the frame. With a tolerance, where they overlap
+    // themselves does not count: of a soft picture all neighbours are alike.
     bool distinct(int y, int height, Columns columns) const;
 
 private:

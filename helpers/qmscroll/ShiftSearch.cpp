@@ -9,12 +9,13 @@ namespace qm {
 
 namespace {
 
-constexpr int widestSide = 48;     // a scroll bar with its trough on a screen with two pixels a point
-constexpr int groupGap = 8;        // matched rows between two groups of unmatched ones that keep them apart
-constexpr size_t mostGroups = 3;   // a caret, a row lit under the pointer before, and the one lit now
-constexpr int groupShare = 6;      // of the overlap's rows, one in so many at most
+constexpr int widestSide = 48;   // a scroll bar with its trough on a screen with two pixels a point
+constexpr int groupGap = 8;      // matched rows between two groups of unmatched ones that keep them apart
+constexpr size_t mostGroups = 3; // a caret, a row lit under the pointer before, and the one lit now
+constexpr int groupShare = 6;    // of the overlap's rows, one in so many at most
+constexpr int againstGroups = 4, againstEnds = 2;
 constexpr int mostCandidates = 64; // worth looking at in the pixels: when so many fit the bands, several fit the pixels
-constexpr int noise = 4;           // grey levels: two frames with a noise of two each
+constexpr int leastForEnds = 120;  // rows of a part in which a header could be told from the rest
 
 // Means of several pixels are closer together than the pixels are, when the differences are noise.
 int bandTolerance(int tolerance, int width)
@@ -135,6 +136,8 @@ std::optional<ShiftSearch::Run> ShiftSearch::run(const Pair &pair, int left, int
     }
     if (groups.size() <= mostGroups && rows <= allowed)
         return Run{first, end, groups};
+    if (m_part.height() < leastForEnds)
+        return {};
 
     // The longest stretch between two groups that holds few enough of them.
     const int height = m_now.height();
@@ -170,9 +173,11 @@ int ShiftSearch::distinctBlocks(const Pair &pair, int from, int to, Leave leave)
     return found;
 }
 
-double ShiftSearch::error(const Pair &pair, const Fit &fit, const Run &run) const
+// How far the rows that match within the tolerance are from equal. None when the differences are neither noise nor another
+// smoothing of the same text: those of a shade that moved go one way.
+std::optional<double> ShiftSearch::error(const Pair &pair, const Fit &fit, const Run &run) const
 {
-    quint64 differences = 0, structure = 0;
+    PixelRows::Differences moved, neighbours;
     const int width = fit.right - fit.left;
     size_t group = 0;
     for (int y = run.from; y + 1 < run.to; ++y) {
@@ -181,10 +186,12 @@ double ShiftSearch::error(const Pair &pair, const Fit &fit, const Run &run) cons
         if (group < run.groups.size() && y >= run.groups[group].from)
             continue;
         const quint32 *lower = PixelRows::at(pair.lower, y) + fit.left;
-        differences += PixelRows::distance(lower, PixelRows::at(pair.upper, y + pair.shift) + fit.left, width, noise);
-        structure += PixelRows::distance(lower, PixelRows::at(pair.lower, y + 1) + fit.left, width, noise);
+        moved.add(lower, PixelRows::at(pair.upper, y + pair.shift) + fit.left, width);
+        neighbours.add(lower, PixelRows::at(pair.lower, y + 1) + fit.left, width);
     }
-    return differences == 0 ? 0 : double(differences) / double(std::max<quint64>(1, structure));
+    if (moved.oneWay())
+        return {};
+    return double(moved.energy) / double(std::max<quint64>(1, neighbours.energy));
 }
 
 std::optional<ShiftSearch::Fit> ShiftSearch::verify(int shift, Leave leave) const
@@ -209,31 +216,42 @@ std::optional<ShiftSearch::Fit> ShiftSearch::verify(int shift, Leave leave) cons
 
     fit.matched = to - from;
     fit.changes = pair.lowerBands.changes(from, to - 1);
-    int unexplained = 0; // changes, in either frame
+    // What there is to see in rows left open, in either frame, speaks against the shift.
+    const auto changesIn = [&pair](int start, int end) {
+        return std::max(pair.lowerBands.changes(start, end),
+                        pair.upperBands.changes(start + pair.shift, end + pair.shift));
+    };
+    const int first = m_part.top(), end = m_part.bottom() + 1 - pair.shift;
+    int against = againstEnds * ((from > first ? changesIn(first, from) : 0) + (to < end ? changesIn(to, end) : 0));
     int stretch = matching->from;
-    const auto consider = [&fit](int start, int end) {
-        if (end - start > fit.to - fit.from) {
+    const auto consider = [&fit](int start, int stop) {
+        if (stop - start > fit.to - fit.from) {
             fit.from = start;
-            fit.to = end;
+            fit.to = stop;
         }
     };
     for (const Span &group : matching->groups) {
         const int above = std::max(group.from - 1, from), below = std::min(group.to, to - 1);
-        const int lowerChanges = pair.lowerBands.changes(above, below);
         fit.unmatched += group.to - group.from;
-        fit.changes -= lowerChanges;
-        unexplained += std::max(lowerChanges, pair.upperBands.changes(above + pair.shift, below + pair.shift));
+        fit.open.push_back({shift > 0 ? group.from : group.from + pair.shift, group.to - group.from});
+        fit.changes -= pair.lowerBands.changes(above, below);
+        against += againstGroups * changesIn(above, below);
         consider(stretch, group.from);
         stretch = group.to;
     }
     consider(stretch, matching->to);
-    fit.distinct = distinctBlocks(pair, fit.from, fit.to, leave);
+    fit.distinct =
+        distinctBlocks(pair, fit.from == matching->from ? from : fit.from, fit.to == matching->to ? to : fit.to, leave);
     fit.whole = matching->from == m_part.top() && matching->to == m_part.bottom() + 1 - pair.shift;
     fit.matched -= fit.unmatched;
-    if (fit.matched < leastOverlap() || fit.changes < 2 * unexplained)
+    if (fit.matched < leastOverlap() || fit.changes < against)
         return {};
-    if (m_tolerance > 0)
-        fit.error = error(pair, fit, *matching);
+    if (m_tolerance > 0) {
+        const std::optional<double> difference = error(pair, fit, *matching);
+        if (!difference)
+            return {};
+        fit.error = *difference;
+    }
     return fit;
 }
 

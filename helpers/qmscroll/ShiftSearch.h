@@ -26,6 +26,10 @@ public:
 
     static constexpr int enoughDistinct = 2;
 
+    struct Group {
+        int from, rows;
+    };
+
     // A shift that fits. Rows are those of the frame whose content stands higher: `now` for a positive shift.
     struct Fit {
         int shift = 0;
@@ -33,11 +37,12 @@ public:
         int changes = 0; // among them, rows that differ from the one below: what speaks for the shift
         int distinct =
             0; // blocks of matched rows that stand nowhere else in either frame, counted up to enoughDistinct
-        int unmatched = 0; // rows in the groups left unexplained
-        bool whole = true; // no rows were left out at the ends
+        int unmatched = 0;       // rows in the groups left unexplained
+        std::vector<Group> open; // those groups, in rows of `now`
+        bool whole = true;       // no rows were left out at the ends
         int left = 0, right = 0;
         int from = 0, to = 0; // the longest stretch of matched rows
-        double error = 0;     // differences beyond noise, as a share of those that a row has to its neighbour
+        double error = 0; // energy of the differences, as a share of that of the differences between neighbouring rows
     };
 
     ShiftSearch(const QImage &before, const QImage &now, const QRect &part, int tolerance);
@@ -63,7 +68,7 @@ private:
     std::optional<Fit> verify(int shift, Leave leave) const;
     std::optional<Run> run(const Pair &pair, int left, int right, bool leaveEnds) const;
     int distinctBlocks(const Pair &pair, int from, int to, Leave leave) const;
-    double error(const Pair &pair, const Fit &fit, const Run &run) const;
+    std::optional<double> error(const Pair &pair, const Fit &fit, const Run &run) const;
     bool rowsDiffer(const Pair &pair, int y, int left, int right) const;
     Pair pairFor(int shift) const;
     int leastOverlap() const;

@@ -49,7 +49,7 @@ bool Stitcher::State::handOver(const QImage &frame, int framePosition, int end)
 
 Stitcher::Step Stitcher::State::join(const QImage &image, const FrameMatch &match)
 {
-    if (match.shift > 0 && !handOver(joined, position, match.splice + match.shift))
+    if (!handOver(joined, position, match.splice))
         return Step::failed;
     joined = image;
     position += match.shift;

@@ -25,8 +25,8 @@ public:
 
     int height() const; // of the rows so far, in pixels
 
-    // The rows so far, shrunk by area average to at most 160 pixels in width: RGB32, null before the first row. Its height
-    // grows with the picture. Cheap: shares its pixels until the next append().
+    // The rows so far, shrunk by area average to at most 160 pixels in width, as far as they fill its rows: RGB32, null
+    // before the first. Its height grows with the picture.
     QImage thumbnail() const;
 
     // The file's end, then the file appears at the path, whole, in place of one that stands there. A failure, also an

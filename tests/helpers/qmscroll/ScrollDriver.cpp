@@ -31,13 +31,18 @@ Stitcher::Step ScrollDriver::look(int offset)
 {
     const Stitcher::Step step = stitcher.add(scene.frame(offset));
     if (step == Stitcher::Step::joined) {
-        if (stitcher.lastShift() != offset - at || stitcher.position() != offset - start) {
+        const int claimed = at + stitcher.lastShift();
+        if (claimed != offset && scene.looksAlike(claimed, offset)) {
+            undecidable = true;
+        } else if (claimed != offset || stitcher.position() != offset - start) {
             wrong = QStringLiteral("joined %1 to %2 with a shift of %3").arg(at).arg(offset).arg(stitcher.lastShift());
         }
         at = offset;
         furthest = std::max(furthest, at);
     } else if (step == Stitcher::Step::still && offset != at) {
-        wrong = QStringLiteral("still from %1 to %2").arg(at).arg(offset);
+        undecidable = scene.looksAlike(at, offset);
+        if (!undecidable)
+            wrong = QStringLiteral("still from %1 to %2").arg(at).arg(offset);
     } else if (step == Stitcher::Step::failed) {
         wrong = QStringLiteral("failed");
     }
@@ -51,7 +56,7 @@ bool ScrollDriver::scroll(int by)
         if (offset == at)
             return true;
         const Stitcher::Step step = look(offset);
-        if (!wrong.isEmpty())
+        if (!wrong.isEmpty() || undecidable)
             return false;
         if (step == Stitcher::Step::joined)
             return true;
@@ -65,7 +70,7 @@ void ScrollDriver::toTheEnd(const std::function<int()> &step)
 {
     while (at < scene.lastOffset() && scroll(step())) {
     }
-    if (wrong.isEmpty() && !stuck && look(at) == Stitcher::Step::joined)
+    if (wrong.isEmpty() && !stuck && !undecidable && look(at) == Stitcher::Step::joined)
         wrong = QStringLiteral("joined at the end of the page");
 }
 
@@ -76,7 +81,7 @@ void ScrollDriver::finish()
         wrong = QStringLiteral("did not finish");
     if (height != picture.height() && wrong.isEmpty())
         wrong = QStringLiteral("promised %1 rows, handed over %2").arg(height).arg(picture.height());
-    if (wrong.isEmpty())
+    if (wrong.isEmpty() && !undecidable)
         wrong = scene.difference(picture, start, furthest).value_or(QString());
 }
 

@@ -16,7 +16,8 @@ struct ScrollDriver {
     int start, at, furthest;
     int refused = 0;
     bool stuck = false;
-    QString wrong; // what the stitcher claimed that is not so
+    bool undecidable = false; // the page repeats itself so that no one could have told; the run ends there
+    QString wrong;            // what the stitcher claimed that is not so
 
     ScrollDriver(ScrollScene &shown, int offset);
 

@@ -229,15 +229,31 @@ QImage ScrollScene::laterBar() const
     return drawnBar({m_look.size.width(), laterBarRows}, QStringLiteral("We use cookies"), QColor(20, 90, 60));
 }
 
+QImage ScrollScene::window(int offset) const
+{
+    QImage image(m_look.size, QImage::Format_RGB32);
+    image.fill(paper);
+    QPainter painter(&image);
+    painter.drawImage(0, contentTop() - offset, m_page);
+    return image;
+}
+
 QImage ScrollScene::frame(int offset)
 {
     ++m_moment;
+    QImage image = window(offset);
+    addMoment(image, offset);
+    addBars(image, offset);
+    addScrollBar(image, offset);
+    addNoise(image);
+    return image;
+}
+
+void ScrollScene::addMoment(QImage &image, int offset)
+{
     const QSize size = m_look.size;
-    QImage image(size, QImage::Format_RGB32);
-    image.fill(paper);
     const int contentTop = this->contentTop();
     QPainter painter(&image);
-    painter.drawImage(0, contentTop - offset, m_page);
     if (m_moment % 2)
         painter.fillRect(m_caretPlace.translated(0, contentTop - offset), Qt::black);
     for (int i = 0; !m_animationPlace.isNull() && i < 5; ++i) {
@@ -257,7 +273,13 @@ QImage ScrollScene::frame(int offset)
                 line[x] = mixed(line[x], below[x], m_look.blur);
         }
     }
-    painter.begin(&image);
+}
+
+// The bars that keep their place.
+void ScrollScene::addBars(QImage &image, int offset) const
+{
+    const QSize size = m_look.size;
+    QPainter painter(&image);
     const bool sticks = !m_look.headerFrom || offset > m_look.headerFrom;
     const bool shrunk = m_look.headerShrinksTo && offset > 0;
     if (m_look.header && sticks)
@@ -270,6 +292,12 @@ QImage ScrollScene::frame(int offset)
         for (int y = 20; y < size.height(); y += 31)
             painter.drawText(QRect(4, y, m_look.sidebar - 4, 20), Qt::AlignLeft, QStringLiteral("Item %1").arg(y));
     }
+}
+
+void ScrollScene::addScrollBar(QImage &image, int offset) const
+{
+    const QSize size = m_look.size;
+    QPainter painter(&image);
     if (m_look.scrollBar) {
         const int left = m_look.scrollBarLeft ? 0 : size.width() - m_look.scrollBar;
         painter.fillRect(left, 0, m_look.scrollBar, size.height(), QColor(236, 236, 238));
@@ -277,7 +305,11 @@ QImage ScrollScene::frame(int offset)
         const int at = (size.height() - thumb) * offset / std::max(1, lastOffset());
         painter.fillRect(left + 2, at, m_look.scrollBar - 4, thumb, QColor(150, 152, 158));
     }
-    painter.end();
+}
+
+void ScrollScene::addNoise(QImage &image)
+{
+    const QSize size = m_look.size;
     if (m_look.noise) {
         for (int y = 0; y < size.height(); ++y) {
             auto *line = reinterpret_cast<QRgb *>(image.scanLine(y));
@@ -288,7 +320,6 @@ QImage ScrollScene::frame(int offset)
             }
         }
     }
-    return image;
 }
 
 int ScrollScene::contentTop() const
@@ -299,6 +330,16 @@ int ScrollScene::contentTop() const
 int ScrollScene::lastOffset() const
 {
     return m_page.height() - (m_look.size.height() - contentTop() - m_look.footer);
+}
+
+bool ScrollScene::looksAlike(int offset, int other) const
+{
+    const auto shown = [this](int at) {
+        QImage image = window(at);
+        addBars(image, at);
+        return image.copy(m_look.sidebar, 0, image.width() - m_look.sidebar, image.height() - m_look.footer);
+    };
+    return shown(offset) == shown(other);
 }
 
 QRgb ScrollScene::hovered(QRgb pixel)
@@ -327,10 +368,15 @@ std::optional<QString> ScrollScene::difference(const QImage &picture, int firstO
                 return QStringLiteral("band differs at %1, %2").arg(x).arg(y);
             const QRgb page = m_page.pixel(x, row);
             const bool changes = m_caretPlace.contains(x, row) || m_animationPlace.contains(x, row);
-            const bool smoothed = m_look.blur > 0 &&
-                                  is(mixed(page, m_page.pixel(x, std::min(row + 1, m_page.height() - 1)), m_look.blur));
+            const bool smoothed =
+                m_look.blur > 0 &&
+                is(mixed(page, row + 1 < m_page.height() ? m_page.pixel(x, row + 1) : paper, m_look.blur));
             if (!is(page) && !changes && !smoothed && !(m_look.hover && is(hovered(page))))
-                return QStringLiteral("page differs at %1, %2").arg(x).arg(y);
+                return QStringLiteral("page differs at %1, %2: %3 for %4")
+                    .arg(x)
+                    .arg(y)
+                    .arg(got, 0, 16)
+                    .arg(page, 0, 16);
         }
     }
     return {};

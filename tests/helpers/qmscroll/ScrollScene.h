@@ -39,13 +39,16 @@ public:
         bool caret = false, animation = false, hover = false;
         int noise = 0;   // grey levels, up and down
         double blur = 0; // share of the row below that is mixed into every row of every other frame
-        QRect blank{};     // rows of the page that show nothing
+        QRect blank{};   // rows of the page that show nothing
     };
 
     ScrollScene(const Look &look, quint32 seed);
 
     QImage frame(int offset); // each call is a later moment: carets blink, animations go on
     int lastOffset() const;
+
+    // Whether nothing tells the two offsets apart.
+    bool looksAlike(int offset, int other) const;
 
     // The first difference between a picture that begins at the offset and the page, in words; none when it is right.
     std::optional<QString> difference(const QImage &picture, int firstOffset, int furthestOffset) const;
@@ -54,6 +57,11 @@ private:
     static constexpr int laterBarRows = 40;
 
     int contentTop() const;
+    QImage window(int offset) const; // without what changes from moment to moment
+    void addMoment(QImage &image, int offset);
+    void addScrollBar(QImage &image, int offset) const;
+    void addNoise(QImage &image);
+    void addBars(QImage &image, int offset) const;
     QImage footer(int offset) const;
     QImage laterBar() const;
     static QRgb hovered(QRgb pixel);
