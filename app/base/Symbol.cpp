@@ -17,16 +17,27 @@ namespace qm {
 
 namespace {
 
-// Draws at whatever size is wanted.
+constexpr float disabledOpacity = 0.4F;
+
+// Draws its layers over each other, each an SVG of the whole symbol.
 class SymbolEngine : public QIconEngine
 {
 public:
+    explicit SymbolEngine(QList<QByteArray> layers)
+        : m_layers(std::move(layers))
+    {
+    }
+
     void paint(QPainter *painter, const QRect &rect, QIcon::Mode mode, QIcon::State) override
     {
         painter->save();
         if (mode == QIcon::Disabled)
-            painter->setOpacity(painter->opacity() * 0.4);
-        draw(*painter, rect);
+            painter->setOpacity(painter->opacity() * disabledOpacity);
+        for (const QByteArray &layer : m_layers) {
+            QSvgRenderer renderer(layer);
+            renderer.setAspectRatioMode(Qt::KeepAspectRatio);
+            renderer.render(painter, rect);
+        }
         painter->restore();
     }
 
@@ -45,58 +56,39 @@ public:
         return {{16, 16}, {22, 22}, {24, 24}, {32, 32}, {44, 44}, {48, 48}, {64, 64}, {96, 96}};
     }
 
-protected:
-    virtual void draw(QPainter &painter, const QRect &rect) const = 0;
-};
-
-// Layers over each other, each an SVG of the whole symbol.
-class DrawnSymbol : public SymbolEngine
-{
-public:
-    explicit DrawnSymbol(QList<QByteArray> layers)
-        : m_layers(std::move(layers))
-    {
-    }
-
-    QIconEngine *clone() const override { return new DrawnSymbol(m_layers); }
-
-protected:
-    void draw(QPainter &painter, const QRect &rect) const override
-    {
-        for (const QByteArray &layer : m_layers) {
-            QSvgRenderer renderer(layer);
-            renderer.setAspectRatioMode(Qt::KeepAspectRatio);
-            renderer.render(&painter, rect);
-        }
-    }
+    QIconEngine *clone() const override { return new SymbolEngine(m_layers); }
 
 private:
     QList<QByteArray> m_layers;
 };
 
-class SystemSymbol : public SymbolEngine
+// The system's own drawing, in our colour.
+class SystemSymbolEngine : public SymbolEngine
 {
 public:
-    SystemSymbol(QString name, const QColor &color)
-        : m_name(std::move(name))
+    SystemSymbolEngine(QString name, const QColor &color)
+        : SymbolEngine({})
+        , m_name(std::move(name))
         , m_color(color)
     {
     }
 
-    QIconEngine *clone() const override { return new SystemSymbol(m_name, m_color); }
-
-protected:
-    void draw(QPainter &painter, const QRect &rect) const override
+    void paint(QPainter *painter, const QRect &rect, QIcon::Mode mode, QIcon::State) override
     {
-        QImage shape = NativeLook::symbol(m_name, rect.size() * painter.device()->devicePixelRatioF());
+        QImage shape = NativeLook::symbol(m_name, rect.size() * painter->device()->devicePixelRatioF());
         if (shape.isNull())
             return;
+        QColor color = m_color;
+        if (mode == QIcon::Disabled)
+            color.setAlphaF(color.alphaF() * disabledOpacity);
         QPainter tint(&shape);
         tint.setCompositionMode(QPainter::CompositionMode_SourceIn);
-        tint.fillRect(shape.rect(), m_color);
+        tint.fillRect(shape.rect(), color);
         tint.end();
-        painter.drawImage(rect, shape);
+        painter->drawImage(rect, shape);
     }
+
+    QIconEngine *clone() const override { return new SystemSymbolEngine(m_name, m_color); }
 
 private:
     QString m_name;
@@ -120,25 +112,25 @@ static QByteArray tinted(QByteArray svg, const QColor &color)
 QIcon Symbol::icon(const QString &name, const QColor &color)
 {
     if (!NativeLook::symbol(name, {16, 16}).isNull())
-        return QIcon(new SystemSymbol(name, color));
+        return QIcon(new SystemSymbolEngine(name, color));
     const QByteArray svg = svgOf(name);
-    return svg.isEmpty() ? QIcon() : QIcon(new DrawnSymbol({tinted(svg, color)}));
+    return svg.isEmpty() ? QIcon() : QIcon(new SymbolEngine({tinted(svg, color)}));
 }
 
-QIcon Symbol::rimmedIcon(const QString &name)
+QIcon Symbol::outlinedIcon(const QString &name)
 {
     const QByteArray svg = svgOf(name);
     if (svg.isEmpty())
         return {};
     QByteArray rim = tinted(svg, QColor(0x20, 0x20, 0x20));
     rim.replace("stroke-width=\"1.75\"", "stroke-width=\"4\"");
-    return QIcon(new DrawnSymbol({rim, tinted(svg, Qt::white)}));
+    return QIcon(new SymbolEngine({rim, tinted(svg, Qt::white)}));
 }
 
 QIcon Symbol::trayIcon(const QString &name)
 {
     if (!NativeLook::trayTintsIcons())
-        return rimmedIcon(name);
+        return outlinedIcon(name);
     QIcon mask = icon(name, Qt::black);
     mask.setIsMask(true);
     return mask;

@@ -11,8 +11,10 @@ namespace qm {
 namespace Symbol {
 
 QIcon icon(const QString &name, const QColor &color);
-QIcon rimmedIcon(const QString &name); // light with a dark rim, to be seen on anything
-// For a tray, whose panel may be light or dark: a mask where the tray gives it its colour, else rimmed.
+// A light drawing with a dark rim, for what lies over a picture.
+QIcon outlinedIcon(const QString &name);
+// For a tray, whose panel may be light or dark: a mask where the tray gives it its colour. Elsewhere nobody tells us which it
+// is, and the drawing is outlined.
 QIcon trayIcon(const QString &name);
 
 } // namespace Symbol
