@@ -31,4 +31,5 @@ int chmod(const char *path, mode_t mode);
 int fchmod(int descriptor, mode_t mode);
 mode_t umask(mode_t mask);
 int mkdir(const char *path, mode_t mode);
+int mkfifo(const char *path, mode_t mode);
 }
