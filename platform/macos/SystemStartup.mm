@@ -3,6 +3,8 @@
 #import <AppKit/AppKit.h>
 #include <ApplicationServices/ApplicationServices.h>
 
+#include <QCoreApplication>
+
 #include <utility>
 
 namespace qm {
@@ -28,12 +30,17 @@ static OSErr openedAgain(const AppleEvent *, AppleEvent *, SRefCon opened)
     return noErr;
 }
 
-// Apple Events' "reopen application", in place of AppKit's own handler, which would only bring windows to the front.
+// Apple Events' "reopen application", in place of AppKit's own handler, which would only bring windows to the front and is
+// installed when the event loop begins.
 void SystemStartup::whenOpenedAgain(std::function<void()> opened)
 {
     static std::function<void()> handler;
     handler = std::move(opened);
-    AEInstallEventHandler(kCoreEventClass, kAEReopenApplication, NewAEEventHandlerUPP(&openedAgain), &handler, false);
+    const auto install = [] {
+        AEInstallEventHandler(kCoreEventClass, kAEReopenApplication, NewAEEventHandlerUPP(&openedAgain), &handler,
+                              false);
+    };
+    QMetaObject::invokeMethod(QCoreApplication::instance(), install, Qt::QueuedConnection);
 }
 
 } // namespace qm

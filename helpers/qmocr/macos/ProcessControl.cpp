@@ -20,8 +20,13 @@ void endWhenHungUp(int descriptor)
         const bool isInput = (fcntl(descriptor, F_GETFL) & O_ACCMODE) == O_RDONLY;
         struct kevent watched;
         EV_SET(&watched, uintptr_t(descriptor), isInput ? EVFILT_READ : EVFILT_WRITE, EV_ADD | EV_CLEAR, 0, 0, nullptr);
-        if (queue < 0 || kevent(queue, &watched, 1, nullptr, 0, nullptr) < 0)
+        if (queue < 0)
             return;
+        if (kevent(queue, &watched, 1, nullptr, 0, nullptr) < 0) {
+            if (errno == EPIPE) // hung up already
+                std::_Exit(0);
+            return;
+        }
         for (;;) {
             struct kevent told;
             const int count = kevent(queue, nullptr, 0, &told, 1, nullptr);

@@ -125,8 +125,8 @@ std::optional<ScrollDesktop::Region> ScrollDesktop::chooseRegion(QString *failur
             m_state->region = drawn;
             m_state->tell({Input::Kind::release, {}});
         }));
-        windows.back()->show();
-        windows.back()->raise();
+        windows.back()
+            ->show(); // not raise(), by which Qt would take the front away from the application to be scrolled
     }
     m_state->takeKeys();
     Input::Kind end = Input::Kind::none;
