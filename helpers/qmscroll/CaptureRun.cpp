@@ -143,8 +143,9 @@ void CaptureRun::look()
         return;
     const QImage frame = m_desktop.grab();
     if (frame.isNull()) {
-        m_failure = QStringLiteral("the region could not be read from the screen");
-        m_session.cancel();
+        if (m_joined.isNull())
+            m_failure = QStringLiteral("the region could not be read from the screen");
+        m_session.abandon();
         return;
     }
     sight.changed = m_frame.isNull() || differs(frame, m_frame);

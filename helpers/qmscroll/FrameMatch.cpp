@@ -21,8 +21,9 @@ struct Tolerance {
 constexpr Tolerance tolerances[] = {{0, 0, 1}, {6, 1e9, 1.25}, {64, 0.35, 2}};
 
 constexpr int fewestChanges = 6; // rows that differ from the one below, for a shift or stillness to be believed
-constexpr int fewestRows = 12;
-constexpr int rivalShare = 8; // a shift that explains less than one in so many of the best one's rows is no rival
+constexpr int fewestRows = 24;
+constexpr int lowRegion = 200; // rows
+constexpr int rivalShare = 8;  // a shift that explains less than one in so many of the best one's rows is no rival
 
 struct Verdict {
     enum class Kind { none, tooLittle, several, one } kind = Kind::none;
@@ -62,9 +63,12 @@ Verdict judge(std::vector<Fit> fits, const Tolerance &tolerance, const QRect &pa
             fit->error <= tolerance.rivalError * best->error && !refutes(*best, *fit, part))
             return {Verdict::Kind::several, *best};
     }
-    const int overlap = part.height() / (best->whole && best->unmatched == 0 ? 3 : 2);
-    const bool enough = best->changes >= fewestChanges && best->distinct >= ShiftSearch::enoughDistinct &&
-                        best->matched >= std::max(fewestRows, overlap);
+    // Low regions show so few lines that some of them come again soon.
+    const bool clear = best->whole && best->unmatched == 0;
+    const int thirds = frameHeight < lowRegion || !clear ? 2 : 1;
+    const int distinct = clear ? 3 : ShiftSearch::mostDistinct;
+    const bool enough = best->changes >= fewestChanges && best->distinct >= distinct &&
+                        3 * best->matched >= std::max(3 * fewestRows, thirds * part.height());
     return {enough ? Verdict::Kind::one : Verdict::Kind::tooLittle, *best};
 }
 
@@ -89,7 +93,7 @@ Verdict search(const ShiftSearch &shifts, const Tolerance &tolerance, const QRec
 }
 
 // Whether the frames are equal but for what may change without scrolling: a caret, a small animation, a scroll bar.
-bool hardlyChanged(const QImage &before, const QImage &now, const QRect &part, int tolerance)
+bool hardlyChanged(const QImage &before, const QImage &now, const QRect &part, const QRect &moving, int tolerance)
 {
     const int width = now.width(), side = std::min(48, width / 8);
     if (part.width() <= side && (part.left() < side || part.right() + 1 > width - side))
@@ -97,21 +101,29 @@ bool hardlyChanged(const QImage &before, const QImage &now, const QRect &part, i
     const auto rowsDiffer = [&](int y) {
         return PixelRows::differ(PixelRows::at(before, y), PixelRows::at(now, y), width, tolerance);
     };
-    int groups = 0, rows = 0;
+    const int allowed = now.height() / 6;
+    std::vector<QRect> groups;
+    int rows = 0;
     for (int y = part.top(); y <= part.bottom(); ++y) {
         if (!rowsDiffer(y))
             continue;
         int last = y;
-        for (int row = y + 1; row <= std::min(part.bottom(), last + 8); ++row)
+        for (int row = y + 1; row <= std::min(part.bottom(), last + 8) && row - y <= allowed; ++row)
             last = rowsDiffer(row) ? row : last;
-        const QRect group(0, y, width, last + 1 - y);
-        ++groups;
-        rows += group.height();
+        groups.push_back(QRect(0, y, width, last + 1 - y));
+        rows += groups.back().height();
+        y = last;
+        if (groups.size() > 3 || rows > allowed)
+            return false;
+    }
+    const RowSignatures signatures(now, moving.left(), moving.right() + 1, 0);
+    int changes = 0;
+    for (const QRect &group : groups) {
+        changes += signatures.changes(std::max(0, group.top() - 1), group.bottom() + 1);
         if (PixelRows::changedPart(before.copy(group), now.copy(group), tolerance).width() > width / 3)
             return false;
-        y = last;
     }
-    return groups <= 3 && rows <= now.height() / 6;
+    return 5 * changes <= signatures.changes(moving.top(), moving.bottom());
 }
 
 FrameMatch moved(const Fit &fit, const QRect &part)
@@ -120,8 +132,7 @@ FrameMatch moved(const Fit &fit, const QRect &part)
     match.kind = FrameMatch::Kind::moved;
     match.shift = fit.shift;
     match.splice = fit.to + std::max(0, fit.shift);
-    match.top = part.top();
-    match.bottom = part.bottom() + 1;
+    match.part = part;
     return match;
 }
 
@@ -136,12 +147,12 @@ bool isNoise(const QImage &before, const QImage &now)
 }
 
 // Nothing changed. It did not move if no other shift would show the same.
-FrameMatch::Kind stillness(const QImage &before, const QImage &now, int top, int bottom, int tolerance)
+FrameMatch::Kind stillness(const QImage &before, const QImage &now, const QRect &moving, int tolerance)
 {
     // Faint content that moved hardly changes a pixel.
     if (tolerance > 0 && !(tolerance == tolerances[1].levels && isNoise(before, now)))
         return FrameMatch::Kind::ambiguous;
-    const ShiftSearch shifts(before, now, QRect(0, top, now.width(), bottom - top), tolerance);
+    const ShiftSearch shifts(before, now, moving, tolerance);
     const int changes = shifts.changes();
     if (changes < fewestChanges)
         return FrameMatch::Kind::ambiguous;
@@ -156,16 +167,16 @@ FrameMatch::Kind stillness(const QImage &before, const QImage &now, int top, int
 
 } // namespace
 
-FrameMatch FrameMatch::find(const QImage &before, const QImage &now, int top, int bottom)
+FrameMatch FrameMatch::find(const QImage &before, const QImage &now, const QRect &moving)
 {
     bool several = false;
     for (const Tolerance &tolerance : tolerances) {
         const QRect part = PixelRows::changedPart(before, now, tolerance.levels);
         if (part.isNull())
-            return {stillness(before, now, top, bottom, tolerance.levels)};
+            return {stillness(before, now, moving, tolerance.levels)};
         const ShiftSearch shifts(before, now, part, tolerance.levels);
         const Verdict verdict = search(shifts, tolerance, part, now.height());
-        const bool small = hardlyChanged(before, now, part, tolerance.levels);
+        const bool small = hardlyChanged(before, now, part, moving, tolerance.levels);
         if (!small && verdict.kind == Verdict::Kind::one)
             return moved(verdict.fit, part);
         if (verdict.kind == Verdict::Kind::several)
@@ -173,9 +184,9 @@ FrameMatch FrameMatch::find(const QImage &before, const QImage &now, int top, in
         if (small) {
             // Either a little something moved on a page that stands, or the page moved and shows nothing else.
             if (verdict.kind == Verdict::Kind::none)
-                return {stillness(before, now, top, bottom, tolerance.levels)};
-            const RowBands bands(now, 0, now.width(), 0, 0);
-            const int outside = bands.changes(0, part.top()) + bands.changes(part.bottom() + 1, now.height());
+                return {stillness(before, now, moving, tolerance.levels)};
+            const RowSignatures rows(now, 0, now.width(), 0);
+            const int outside = rows.changes(0, part.top()) + rows.changes(part.bottom() + 1, now.height());
             const bool alone = verdict.kind == Verdict::Kind::one && verdict.fit.unmatched == 0;
             return alone && outside < verdict.fit.changes ? moved(verdict.fit, part) : FrameMatch{Kind::ambiguous};
         }

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <QImage>
+#include <QRect>
 
 namespace qm {
 
@@ -18,11 +19,11 @@ struct FrameMatch {
     // Moved: up to this row of `before` nothing belongs to a band that stays at the bottom. When the content moved up, the
     // next row stands in `now`, too, below any band at its top.
     int splice = 0;
-    int top = 0, bottom = 0; // moved: between these rows the frames differ; what keeps its place lies outside
+    QRect part; // moved: outside of it the frames are equal; what keeps its place lies there
 
-    // Both RGB32 and of one size. [top, bottom) are the rows known to move, the whole height if nothing is known: where
-    // nothing changed, only they can tell that nothing moved.
-    static FrameMatch find(const QImage &before, const QImage &now, int top, int bottom);
+    // Both RGB32 and of one size. `moving` is the part known to move, everything if nothing is known: where nothing
+    // changed, only that can tell that nothing moved.
+    static FrameMatch find(const QImage &before, const QImage &now, const QRect &moving);
 };
 
 } // namespace qm

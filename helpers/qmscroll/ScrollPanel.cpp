@@ -35,7 +35,7 @@ QSizeF sizeInPoints(ScrollPanel::Shape shape)
     switch (shape) {
     case ScrollPanel::Shape::wide: return {324, 112};
     case ScrollPanel::Shape::tall: return {140, 300};
-    case ScrollPanel::Shape::bar: return {344, 40};
+    case ScrollPanel::Shape::bar: return {402, 40};
     }
     return {};
 }
@@ -50,25 +50,26 @@ QFont font(double points, double scale, QFont::Weight weight)
 }
 
 // Up to as many lines as there is room for, the last one elided.
-void drawLines(QPainter &painter, const QRectF &area, const QString &text)
+void drawLines(QPainter &painter, const QRectF &area, const QString &text, Qt::Alignment alignment)
 {
     const QFontMetricsF metrics(painter.font());
     const int room = std::max(1, int(area.height() / metrics.height()));
+    QStringList lines;
     QTextLayout layout(text, painter.font());
     layout.beginLayout();
-    double y = area.top();
-    for (int i = 0; i < room; ++i) {
-        QTextLine line = layout.createLine();
-        if (!line.isValid())
-            break;
+    for (QTextLine line = layout.createLine(); line.isValid() && lines.size() < room; line = layout.createLine()) {
         line.setLineWidth(area.width());
-        const QString rest = text.mid(line.textStart());
-        const QString shown = i + 1 == room ? metrics.elidedText(rest, Qt::ElideRight, area.width())
-                                            : rest.left(line.textLength()).trimmed();
-        painter.drawText(QPointF(area.left(), y + metrics.ascent()), shown);
-        y += metrics.height();
+        lines += lines.size() + 1 == room ? metrics.elidedText(text.mid(line.textStart()), Qt::ElideRight, area.width())
+                                          : text.mid(line.textStart(), line.textLength()).trimmed();
     }
     layout.endLayout();
+    double y = area.top() + metrics.ascent();
+    if (alignment & Qt::AlignVCenter)
+        y += (area.height() - double(lines.size()) * metrics.height()) / 2;
+    for (const QString &line : qAsConst(lines)) {
+        painter.drawText(QPointF(area.left(), y), line);
+        y += metrics.height();
+    }
 }
 
 // The picture's end where it is too tall to be seen whole; what lies above fades away.
@@ -130,10 +131,10 @@ ScrollPanel::Layout ScrollPanel::layout(Shape shape)
                 .cancel = {12, 260, 116, 28}};
     case Shape::bar:
         return {.thumbnail = {7, 6, 28, 28},
-                .height = {44, 8, 116, 24},
-                .status = {44, 5, 116, 31},
-                .done = {254, 6, 84, 28},
-                .cancel = {164, 6, 84, 28}};
+                .height = {44, 8, 170, 24},
+                .status = {44, 4, 170, 32},
+                .done = {312, 6, 84, 28},
+                .cancel = {222, 6, 84, 28}};
     }
     return {};
 }
@@ -240,7 +241,10 @@ QImage ScrollPanel::picture() const
     if (saysStatus) {
         painter.setFont(font(12, m_scale, QFont::Normal));
         painter.setPen(faintInk);
-        drawLines(painter, scaled(places.status), m_status);
+        QRectF room = places.status;
+        if (m_closing) // the buttons' place is free
+            room.setRight(places.done.right());
+        drawLines(painter, scaled(room), m_status, m_shape == Shape::bar ? Qt::AlignVCenter : Qt::AlignTop);
     }
 
     const auto button = [&](Button which, const QRectF &place, const QString &text, QColor color) {
@@ -268,10 +272,10 @@ QString statusText(ScrollSession::Mode mode, ScrollSession::Notice notice)
     using Notice = ScrollSession::Notice;
     switch (notice) {
     case Notice::pointerAway:
-        return AppLocale::text(u"Paused: move the pointer back into the frame", u"一時停止中：ポインタを枠の中へ");
+        return AppLocale::text(u"Paused: the pointer is outside the frame", u"一時停止中：ポインタが枠の外です");
     case Notice::pointerOverPanel: return AppLocale::text(u"Paused", u"一時停止中");
     case Notice::keyHeld:
-        return AppLocale::text(u"Paused: a key or button is held down", u"一時停止中：キーかボタンが押されています");
+        return AppLocale::text(u"Paused: a key or a button is held down", u"一時停止中：キーかボタンを離してください");
     case Notice::placeLost: return AppLocale::text(u"Too far: scroll back a little", u"行きすぎ：少し戻してください");
     case Notice::none: break;
     }
@@ -284,9 +288,9 @@ QString endText(ScrollSession::End end)
 {
     using End = ScrollSession::End;
     switch (end) {
-    case End::height: return AppLocale::text(u"As tall as it may be", u"高さの上限に達しました");
+    case End::height: return AppLocale::text(u"The height limit is reached", u"高さの上限に達しました");
     case End::ambiguous:
-        return AppLocale::text(u"Ended early: what follows looks too much alike",
+        return AppLocale::text(u"Ended early: what follows is too much alike",
                                u"途中で終了：似た内容が続き、つなげません");
     case End::lost:
         return AppLocale::text(u"Ended early: what follows does not match", u"途中で終了：続きがつながりません");

@@ -11,14 +11,16 @@ using Milliseconds = std::chrono::milliseconds;
 
 constexpr auto firstLook = 5ms; // a plain view has painted by then
 constexpr auto lookInterval = 10ms;
-constexpr auto restInterval = 30ms; // while nothing goes on
-constexpr auto shortest = 40ms;     // a step takes at least that long
-constexpr auto longest = 600ms;     // and at most that, though the screen does not come to rest
-constexpr auto quietTime = 35ms;    // longer than a slow browser's pause between two pictures of one movement
-constexpr auto uncoverTime = 250ms; // until others have painted what lay under ours
+constexpr auto restInterval = 30ms;   // while nothing goes on
+constexpr auto shortest = 40ms;       // a step takes at least that long
+constexpr auto longest = 600ms;       // and at most that, though the screen does not come to rest
+constexpr auto longestStart = 1500ms; // until what lay over the region has faded away
+constexpr auto quietTime = 35ms;      // longer than a slow browser's pause between two pictures of one movement
+constexpr auto uncoverTime = 250ms;   // until others have painted what lay under ours
 constexpr auto shortestAnswer = 150ms;
 
 constexpr double stepShare = 0.4; // of the region's height that a step is to move
+constexpr int stepsToTrust = 6;
 constexpr int idleLimit = 2;
 constexpr int barrenLimit = 8;
 constexpr int recoveryLimit = 5;
@@ -46,6 +48,12 @@ void ScrollSession::cancel()
 {
     if (m_end == End::open)
         m_end = End::cancelled;
+}
+
+void ScrollSession::abandon()
+{
+    if (m_end == End::open)
+        m_end = m_started ? End::lost : End::cancelled;
 }
 
 ScrollSession::Order ScrollSession::look(Milliseconds now, const Sight &sight)
@@ -128,10 +136,10 @@ ScrollSession::Order ScrollSession::joined(Milliseconds now, Stitcher::Step step
     if (step == Step::joined) {
         m_idleSteps = 0;
         m_barrenSteps = grew ? 0 : m_barrenSteps + 1;
+        if (m_barrenSteps >= barrenLimit && m_options.mode == Mode::automatic)
+            return endWith(m_recoveries ? m_trouble : End::content); // without trouble: it springs back each time
         if (grew)
             m_recoveries = 0;
-        if (m_barrenSteps >= barrenLimit && m_options.mode == Mode::automatic)
-            return endWith(End::content); // it springs back each time
         if (m_direction == Direction::forth && shift > 0) {
             m_slowestAnswer = std::max(m_slowestAnswer, std::min(m_answer, now - m_since));
             learn(shift);
@@ -175,7 +183,7 @@ ScrollSession::Order ScrollSession::idle(Milliseconds now)
 // user can go back.
 ScrollSession::Order ScrollSession::recover(Milliseconds now, End reason)
 {
-    m_astray = reason;
+    m_astray = m_trouble = reason;
     if (m_direction == Direction::none) {
         m_notice = Notice::placeLost;
         return {Order::Kind::look, 0, lookInterval};
@@ -185,7 +193,8 @@ ScrollSession::Order ScrollSession::recover(Milliseconds now, End reason)
         return endWith(reason);
     if (m_direction == Direction::back) // not far enough
         return step(now, Direction::back, 1);
-    m_nextClicks = std::max(1, m_clicks / 2);
+    m_nextClicks = m_mostClicks = std::max(1, m_clicks / 2);
+    m_smoothSteps = 0;
     return step(now, Direction::back, m_clicks);
 }
 
@@ -215,7 +224,7 @@ ScrollSession::Notice ScrollSession::obstacle(const Sight &sight) const
 bool ScrollSession::isSettled(Milliseconds now, const Sight &sight) const
 {
     const Milliseconds passed = now - m_since;
-    if (passed >= longest)
+    if (passed >= (m_started ? longest : longestStart))
         return true;
     const Milliseconds calm = now - std::max(m_since, m_lastChange);
     if (sight.changed)
@@ -240,7 +249,10 @@ void ScrollSession::learn(int shift)
     // The last step of a page is a short one: slow to believe in less, as a page may grow while it is read.
     m_pixelsPerClick = std::max(double(shift) / m_clicks, m_pixelsPerClick * 0.75);
     const int wanted = int(stepShare * m_options.regionHeight / m_pixelsPerClick);
-    m_nextClicks = std::clamp(wanted, 1, 2 * m_clicks + 1);
+    // What was too much a moment ago is tried again when it has gone well for a while.
+    if (++m_smoothSteps % stepsToTrust == 0)
+        m_mostClicks = std::min(2 * m_mostClicks, mostClicks);
+    m_nextClicks = std::clamp(wanted, 1, std::min(2 * m_clicks + 1, m_mostClicks));
 }
 
 } // namespace qm

@@ -62,6 +62,7 @@ public:
     void finish();         // what is on the screen still comes in
     void finishOrCancel(); // the same, and without a picture when nothing has scrolled
     void cancel();
+    void abandon(); // no more can be seen: ends with what there is
 
     End end() const { return m_end; }
     Notice notice() const { return m_notice; }
@@ -82,6 +83,8 @@ private:
     Milliseconds answerLimit() const;
     void learn(int shift);
 
+    static constexpr int mostClicks = 200; // of a step, for a view that hardly moves
+
     const Options m_options;
     End m_end = End::open;
     Notice m_notice = Notice::none;
@@ -100,7 +103,10 @@ private:
     Milliseconds m_slowestAnswer{0}; // from a click to the first change, of those that moved something; 0: unknown
     double m_pixelsPerClick = 0;     // 0: unknown
     int m_nextClicks = 1;
-    End m_astray = End::open; // why the last frame was not joined; open: it was
+    int m_mostClicks = 200;    // of a step, by what went wrong lately
+    int m_smoothSteps = 0;     // since then
+    End m_trouble = End::open; // what went wrong last
+    End m_astray = End::open;  // why the last frame was not joined; open: it was
     int m_height = 0;
     int m_idleSteps = 0;   // in a row without a shift
     int m_barrenSteps = 0; // in a row that did not make the picture taller

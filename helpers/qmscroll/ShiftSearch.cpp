@@ -3,7 +3,6 @@
 #include "helpers/qmscroll/PixelRows.h"
 
 #include <algorithm>
-#include <cmath>
 
 namespace qm {
 
@@ -12,19 +11,11 @@ namespace {
 constexpr int widestSide = 48;   // a scroll bar with its trough on a screen with two pixels a point
 constexpr int groupGap = 8;      // matched rows between two groups of unmatched ones that keep them apart
 constexpr size_t mostGroups = 3; // a caret, a row lit under the pointer before, and the one lit now
-constexpr int groupShare = 6;    // of the overlap's rows, one in so many at most
+constexpr int groupShare = 5;    // of the overlap's rows, one in so many at most
 constexpr int againstGroups = 4, againstEnds = 2;
-constexpr int mostCandidates = 64; // worth looking at in the pixels: when so many fit the bands, several fit the pixels
-constexpr int leastForEnds = 120;  // rows of a part in which a header could be told from the rest
-
-// Means of several pixels are closer together than the pixels are, when the differences are noise.
-int bandTolerance(int tolerance, int width)
-{
-    if (tolerance == 0)
-        return 0;
-    const double pixels = std::max(1.0, double(width) / RowBands::count);
-    return int(double(RowBands::count) * std::min(double(tolerance), 1 + tolerance / std::sqrt(pixels)));
-}
+constexpr int mostCandidates =
+    64; // worth looking at in the pixels: when so many fit the signatures, several fit the pixels
+constexpr int leastForEnds = 120; // rows of a part in which a header could be told from the rest
 
 bool leavesSides(ShiftSearch::Leave leave)
 {
@@ -44,15 +35,14 @@ ShiftSearch::ShiftSearch(const QImage &before, const QImage &now, const QRect &p
     , m_part(part)
     , m_tolerance(tolerance)
     , m_side(std::min(widestSide, part.width() / 8))
-    , m_bandTolerance(bandTolerance(tolerance, part.width()))
-    , m_bandsBefore(before, part.left(), part.right() + 1, m_side, m_bandTolerance)
-    , m_bandsNow(now, part.left(), part.right() + 1, m_side, m_bandTolerance)
+    , m_rowsBefore(before, part.left() + m_side, part.right() + 1 - m_side, tolerance)
+    , m_rowsNow(now, part.left() + m_side, part.right() + 1 - m_side, tolerance)
 {
 }
 
 int ShiftSearch::changes() const
 {
-    return m_bandsNow.changes(m_part.top(), m_part.bottom());
+    return m_rowsNow.changes(m_part.top(), m_part.bottom());
 }
 
 // What is not even compared over so many rows is no rival of a shift that is.
@@ -64,8 +54,8 @@ int ShiftSearch::leastOverlap() const
 ShiftSearch::Pair ShiftSearch::pairFor(int shift) const
 {
     if (shift > 0)
-        return {m_before, m_now, m_bandsBefore, m_bandsNow, shift};
-    return {m_now, m_before, m_bandsNow, m_bandsBefore, -shift};
+        return {m_before, m_now, m_rowsBefore, m_rowsNow, shift};
+    return {m_now, m_before, m_rowsNow, m_rowsBefore, -shift};
 }
 
 bool ShiftSearch::rowsDiffer(const Pair &pair, int y, int left, int right) const
@@ -74,22 +64,9 @@ bool ShiftSearch::rowsDiffer(const Pair &pair, int y, int left, int right) const
                              right - left, m_tolerance);
 }
 
-// The shifts that the bands allow, those with the fewest differing rows first.
+// The shifts that the signatures allow, those with the fewest differing rows first.
 std::vector<int> ShiftSearch::candidates(bool leaveEnds) const
 {
-    // Rows that differ from their neighbour come first: they tell soonest that a shift is wrong.
-    const auto telling = [this](const RowBands &bands) {
-        std::vector<int> rows, dull;
-        constexpr int stride = 7;
-        for (int start = 0; start < stride; ++start) {
-            for (int y = m_part.top() + start; y <= m_part.bottom(); y += stride)
-                (bands.changes(y, y + 1) ? rows : dull).push_back(y);
-        }
-        rows.insert(rows.end(), dull.begin(), dull.end());
-        return rows;
-    };
-    const std::vector<int> orders[] = {telling(m_bandsBefore), telling(m_bandsNow)};
-
     std::vector<std::pair<int, int>> found; // differing rows, shift
     const int furthest = m_part.height() - leastOverlap();
     for (int shift = -furthest; shift <= furthest; ++shift) {
@@ -97,16 +74,9 @@ std::vector<int> ShiftSearch::candidates(bool leaveEnds) const
             continue;
         const Pair pair = pairFor(shift);
         const int overlap = m_part.height() - pair.shift;
-        const int end = m_part.bottom() + 1 - pair.shift;
         const int allowed = leaveEnds ? overlap / 2 : overlap / groupShare;
-        int differing = 0;
-        for (const int y : orders[shift > 0]) {
-            if (y >= end)
-                continue;
-            differing += pair.lowerBands.differ(y, pair.upperBands, y + pair.shift, RowBands::Columns::inner);
-            if (differing > allowed)
-                break;
-        }
+        const int top = m_part.top();
+        const int differing = pair.lowerRows.differing(top, pair.upperRows, top + pair.shift, overlap, allowed);
         if (differing <= allowed)
             found.push_back({differing, shift});
     }
@@ -160,15 +130,13 @@ std::optional<ShiftSearch::Run> ShiftSearch::run(const Pair &pair, int left, int
     return best;
 }
 
-// Of blocks a few lines of text high, stacked from row to row.
-int ShiftSearch::distinctBlocks(const Pair &pair, int from, int to, Leave leave) const
+// Of blocks a few lines of text high, each half over the next.
+int ShiftSearch::distinctBlocks(const Pair &pair, int from, int to) const
 {
-    const int height = std::clamp(m_part.height() / 10, 6, 48);
-    const RowBands::Columns columns = leavesSides(leave) ? RowBands::Columns::inner : RowBands::Columns::all;
+    const int height = std::clamp(m_part.height() / 8, 6, 64);
     int found = 0;
-    for (int y = from; y + height <= to && found < enoughDistinct; y += height) {
-        found +=
-            pair.lowerBands.distinct(y, height, columns) && pair.upperBands.distinct(y + pair.shift, height, columns);
+    for (int y = from; y + height <= to && found < mostDistinct; y += height / 2) {
+        found += pair.lowerRows.distinct(y, height) && pair.upperRows.distinct(y + pair.shift, height);
     }
     return found;
 }
@@ -215,11 +183,11 @@ std::optional<ShiftSearch::Fit> ShiftSearch::verify(int shift, Leave leave) cons
         ++to;
 
     fit.matched = to - from;
-    fit.changes = pair.lowerBands.changes(from, to - 1);
+    fit.changes = pair.lowerRows.changes(from, to - 1);
     // What there is to see in rows left open, in either frame, speaks against the shift.
     const auto changesIn = [&pair](int start, int end) {
-        return std::max(pair.lowerBands.changes(start, end),
-                        pair.upperBands.changes(start + pair.shift, end + pair.shift));
+        return std::max(pair.lowerRows.changes(start, end),
+                        pair.upperRows.changes(start + pair.shift, end + pair.shift));
     };
     const int first = m_part.top(), end = m_part.bottom() + 1 - pair.shift;
     int against = againstEnds * ((from > first ? changesIn(first, from) : 0) + (to < end ? changesIn(to, end) : 0));
@@ -234,14 +202,14 @@ std::optional<ShiftSearch::Fit> ShiftSearch::verify(int shift, Leave leave) cons
         const int above = std::max(group.from - 1, from), below = std::min(group.to, to - 1);
         fit.unmatched += group.to - group.from;
         fit.open.push_back({shift > 0 ? group.from : group.from + pair.shift, group.to - group.from});
-        fit.changes -= pair.lowerBands.changes(above, below);
+        fit.changes -= pair.lowerRows.changes(above, below);
         against += againstGroups * changesIn(above, below);
         consider(stretch, group.from);
         stretch = group.to;
     }
     consider(stretch, matching->to);
     fit.distinct =
-        distinctBlocks(pair, fit.from == matching->from ? from : fit.from, fit.to == matching->to ? to : fit.to, leave);
+        distinctBlocks(pair, fit.from == matching->from ? from : fit.from, fit.to == matching->to ? to : fit.to);
     fit.whole = matching->from == m_part.top() && matching->to == m_part.bottom() + 1 - pair.shift;
     fit.matched -= fit.unmatched;
     if (fit.matched < leastOverlap() || fit.changes < against)

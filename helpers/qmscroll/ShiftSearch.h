@@ -1,6 +1,6 @@
 #pragma once
 
-#include "helpers/qmscroll/RowBands.h"
+#include "helpers/qmscroll/RowSignatures.h"
 
 #include <QImage>
 #include <QRect>
@@ -11,7 +11,7 @@
 namespace qm {
 
 // Looks for the shifts by which the changed part of one frame comes to lie on another, at one tolerance. Exhaustive: every
-// shift is tried on the bands of the rows, those that survive on the pixels. Rows and shifts in pixels.
+// shift is tried on the rows' signatures, those that survive on the pixels. Rows and shifts in pixels.
 class ShiftSearch
 {
 public:
@@ -24,7 +24,7 @@ public:
         sidesAndEnds, // both
     };
 
-    static constexpr int enoughDistinct = 2;
+    static constexpr int mostDistinct = 6;
 
     struct Group {
         int from, rows;
@@ -33,11 +33,10 @@ public:
     // A shift that fits. Rows are those of the frame whose content stands higher: `now` for a positive shift.
     struct Fit {
         int shift = 0;
-        int matched = 0; // rows
-        int changes = 0; // among them, rows that differ from the one below: what speaks for the shift
-        int distinct =
-            0; // blocks of matched rows that stand nowhere else in either frame, counted up to enoughDistinct
-        int unmatched = 0;       // rows in the groups left unexplained
+        int matched = 0;   // rows
+        int changes = 0;   // among them, rows that differ from the one below: what speaks for the shift
+        int distinct = 0;  // blocks of matched rows that stand nowhere else in either frame, counted up to mostDistinct
+        int unmatched = 0; // rows in the groups left unexplained
         std::vector<Group> open; // those groups, in rows of `now`
         bool whole = true;       // no rows were left out at the ends
         int left = 0, right = 0;
@@ -56,7 +55,7 @@ private:
     };
     struct Pair {
         const QImage &upper, &lower; // lower row y shows what upper shows at y + shift
-        const RowBands &upperBands, &lowerBands;
+        const RowSignatures &upperRows, &lowerRows;
         int shift;
     };
     struct Run {
@@ -67,7 +66,7 @@ private:
     std::vector<int> candidates(bool leaveEnds) const;
     std::optional<Fit> verify(int shift, Leave leave) const;
     std::optional<Run> run(const Pair &pair, int left, int right, bool leaveEnds) const;
-    int distinctBlocks(const Pair &pair, int from, int to, Leave leave) const;
+    int distinctBlocks(const Pair &pair, int from, int to) const;
     std::optional<double> error(const Pair &pair, const Fit &fit, const Run &run) const;
     bool rowsDiffer(const Pair &pair, int y, int left, int right) const;
     Pair pairFor(int shift) const;
@@ -77,8 +76,7 @@ private:
     const QRect m_part;
     const int m_tolerance;
     const int m_side; // width of what Leave::sides leaves out, at each side
-    const int m_bandTolerance;
-    const RowBands m_bandsBefore, m_bandsNow;
+    const RowSignatures m_rowsBefore, m_rowsNow;
 };
 
 } // namespace qm

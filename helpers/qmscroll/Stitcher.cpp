@@ -15,7 +15,7 @@ struct Stitcher::State {
     State(const QSize &frame, Rows sink)
         : size(frame)
         , rows(std::move(sink))
-        , movingBottom(frame.height())
+        , moving(QPoint(), frame)
     {
     }
 
@@ -30,7 +30,7 @@ struct Stitcher::State {
     QImage furthest; // of all joined frames the one that stands lowest; the last of them
     int furthestPosition = 0;
     int handed = 0;
-    int movingTop = 0, movingBottom; // of the frame, as far as is known
+    QRect moving; // the part of the frame that does, as far as is known
     int lastShift = 0;
     bool failed = false;
 };
@@ -54,8 +54,7 @@ Stitcher::Step Stitcher::State::join(const QImage &image, const FrameMatch &matc
     joined = image;
     position += match.shift;
     lastShift = match.shift;
-    movingTop = match.top;
-    movingBottom = match.bottom;
+    moving = match.part;
     if (position >= furthestPosition) {
         furthest = image;
         furthestPosition = position;
@@ -72,7 +71,7 @@ Stitcher::Step Stitcher::State::add(const QImage &image)
         joined = furthest = image;
         return Step::first;
     }
-    const FrameMatch match = FrameMatch::find(joined, image, movingTop, movingBottom);
+    const FrameMatch match = FrameMatch::find(joined, image, moving);
     switch (match.kind) {
     case FrameMatch::Kind::still: return Step::still;
     case FrameMatch::Kind::ambiguous: return Step::ambiguous;

@@ -27,10 +27,12 @@ struct View {
     int page = 6000;              // pixels of height
     Milliseconds answer = 2ms;    // from a click to the first movement
     Milliseconds smooth = 0ms;    // how long a movement takes
+    Milliseconds picture = 1ms;   // from one of its pictures to the next
     Milliseconds animation = 0ms; // something small changes that often; 0: nothing does
     int blankFrom = 0;            // where only steps up to 60 pixels can be joined, and how far
     int blankHeight = 0;
     bool springsBack = false;
+    int stallsAt = 0;      // once it is this far down, one click is answered after 450 ms; 0: none
     int changesAt = 0;     // once it is this far down, nothing matches what was there before; 0: never
     bool goesAway = false; // and it does not move any more
 };
@@ -87,6 +89,8 @@ public:
             return;
         m_to = std::clamp(m_to + by, 0.0, double(m_case.view.page - region));
         m_moved = now;
+        if (m_stalled < 0ms && m_case.view.stallsAt && m_from >= m_case.view.stallsAt)
+            m_stalled = now;
         if (m_case.view.springsBack && m_to > 1000)
             m_to -= 400;
     }
@@ -109,8 +113,10 @@ public:
 private:
     int position(Milliseconds at) const
     {
-        const Milliseconds since = at - m_moved - m_case.view.answer;
-        if (since < 0ms)
+        const View &view = m_case.view;
+        const Milliseconds since =
+            (at - m_moved - (m_stalled == m_moved ? 450ms : view.answer)) / view.picture * view.picture;
+        if (at - m_moved < (m_stalled == m_moved ? 450ms : view.answer))
             return int(m_from);
         const double share =
             m_case.view.smooth == 0ms ? 1 : std::min(1.0, double(since / 1ms) / (m_case.view.smooth / 1ms));
@@ -159,6 +165,7 @@ private:
     ScrollSession m_session;
     double m_from = 0, m_to = 0;
     Milliseconds m_moved{-10'000};
+    Milliseconds m_stalled{-1}; // the click that is answered late; negative: still to come
     std::pair<int, int> m_frame{-1, 0}, m_joined{-1, 0};
     int m_at = 0; // the stitcher's place
 };
@@ -208,37 +215,41 @@ void tst_ScrollSession::views_data()
     view = {.page = region};
     row("nothing to scroll", {view}, End::content, 0, 1600);
     view = {.page = region + 20};
-    row("less than a click to scroll", {view}, End::content, 20, 1600);
+    row("less than a click to scroll", {view}, End::content, 20, 1300);
     view = {.pixelsPerClick = 120, .smooth = 200ms};
-    row("smooth", {view}, End::content, whole(view), 10'000);
+    row("smooth", {view}, End::content, whole(view), 8000);
+    view = {.pixelsPerClick = 120, .smooth = 200ms, .picture = 30ms};
+    row("smooth, on a slow machine", {view}, End::content, whole(view), 8000);
+    view = {.stallsAt = 2000};
+    row("stalls once", {view}, End::content, whole(view), 2700);
     view = {.pixelsPerClick = 54.5, .answer = 30ms, .smooth = 90ms};
     row("a fraction of a pixel", {view}, End::content, whole(view), 6500);
     view = {.answer = 300ms};
-    row("slow to answer", {view}, End::content, whole(view), 15'000);
+    row("slow to answer", {view}, End::content, whole(view), 11'000);
     view = {.pixelsPerClick = 2};
-    row("hardly moves", {view}, End::content, whole(view), 8000);
+    row("hardly moves", {view}, End::content, whole(view), 2700);
     view = {.pixelsPerClick = 470};
-    row("one click is most of the region", {view}, End::content, whole(view), 4000);
+    row("one click is most of the region", {view}, End::content, whole(view), 2000);
     view = {.animation = 500ms};
-    row("a caret", {view}, End::content, whole(view), 4500);
+    row("a caret", {view}, End::content, whole(view), 2500);
     view = {.animation = 5ms};
-    row("a movie", {view}, End::content, whole(view), 25'000);
+    row("a movie", {view}, End::content, whole(view), 21'000);
     view = {.answer = 250ms, .animation = 90ms};
-    row("slow, with a movie", {view}, End::content, whole(view), 30'000);
+    row("slow, with a movie", {view}, End::content, whole(view), 11'000);
     view = {.blankFrom = 2000, .blankHeight = 700};
-    row("alike for a while: smaller steps", {view}, End::content, whole(view), 8000);
+    row("alike for a while: smaller steps", {view}, End::content, whole(view), 5500);
     view = {.page = 100'000};
-    row("the height limit", {view, {}, Mode::automatic, 5000}, End::height, -1, 3000);
+    row("the height limit", {view, {}, Mode::automatic, 5000}, End::height, -1, 1500);
     view = {.springsBack = true};
-    row("springs back", {view}, End::content, -1, 20'000);
+    row("springs back", {view}, End::content, -1, 1500);
     view = {.pixelsPerClick = 90, .blankFrom = 2000, .blankHeight = 700};
-    row("alike at every step", {view}, End::ambiguous, -1, 3000);
+    row("alike at every step", {view}, End::ambiguous, -1, 1200);
     view = {.pixelsPerClick = 500};
-    row("one click is too much", {view}, End::lost, 0, 2000);
+    row("one click is too much", {view}, End::lost, 0, 900);
     view = {.changesAt = 3000};
-    row("changes under way", {view}, End::lost, -1, 4000);
+    row("changes under way", {view}, End::lost, -1, 1500);
     view = {.changesAt = 3000, .goesAway = true};
-    row("goes away", {view}, End::lost, -1, 5000);
+    row("goes away", {view}, End::lost, -1, 2000);
 }
 
 void tst_ScrollSession::views()
@@ -284,7 +295,7 @@ void tst_ScrollSession::pauses()
     Notice seen = Notice::none;
     const auto askAndScroll = [&](ScrollSession &session, Simulation &simulation) {
         seen = session.notice();
-        simulation.move(-150);
+        simulation.move(200);
     };
     const auto over = [](ScrollSession &, Simulation &simulation) {
         simulation.pointer = Pointer::inside;
@@ -297,7 +308,7 @@ void tst_ScrollSession::pauses()
     QCOMPARE(int(simulation.end), int(End::content));
     QCOMPARE(simulation.furthest, of.view.page - region);
     for (const Simulation::Clicks &clicks : simulation.clicks)
-        QVERIFY(clicks.at < 400ms || clicks.at > 2000ms);
+        QVERIFY(clicks.count > 0 && (clicks.at < 400ms || clicks.at > 2000ms));
     QVERIFY(simulation.now > 2200ms);
 }
 
@@ -343,8 +354,13 @@ void tst_ScrollSession::whatWasLostIsLookedForAgain()
     QCOMPARE(session.joined(now, Step::ambiguous, 0, region + 200).clicks, -2);
     next(true);
     QCOMPARE(session.joined(now, Step::still, 0, region + 200).clicks, 1);
-    next(true);
-    QCOMPARE(session.joined(now, Step::joined, 50, region + 250).clicks, 3);
+    // What was too much is tried again when smaller steps have gone well for a while.
+    int good = 0;
+    for (int clicks = 1; clicks == 1 && good < 20; ++good) {
+        next(true);
+        clicks = session.joined(now, Step::joined, 50, region + 250 + 50 * good).clicks;
+    }
+    QVERIFY2(good > 3 && good < 10, QByteArray::number(good).constData());
     QCOMPARE(int(session.end()), int(End::open));
 }
 
