@@ -6,12 +6,15 @@
 
 namespace qm {
 
-// Our own line drawings, named after the symbols they stand in for ("camera.viewfinder"). Main thread.
-// Drawn from SVG at the size asked for, so they are sharp at every size and scale. An unknown name gives a null icon.
+// The system's symbols by their names ("camera.viewfinder") where it has any, else our own line drawings in their place.
+// Drawn at the size asked for, so they are sharp at every size and scale. An unknown name gives a null icon. Main thread.
 namespace Symbol {
 
 QIcon icon(const QString &name, const QColor &color);
-// For a tray, whose panel may be light or dark: a light drawing with a dark rim, and nobody tells us which it is.
+// A light drawing with a dark rim, for what lies over a picture.
+QIcon outlinedIcon(const QString &name);
+// For a tray, whose panel may be light or dark: a mask where the tray gives it its colour. Elsewhere nobody tells us which it
+// is, and the drawing is outlined.
 QIcon trayIcon(const QString &name);
 
 } // namespace Symbol
