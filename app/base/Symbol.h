@@ -11,8 +11,14 @@ namespace qm {
 namespace Symbol {
 
 QIcon icon(const QString &name, const QColor &color);
-// For a tray, whose panel may be light or dark: a light drawing with a dark rim, and nobody tells us which it is.
+// A light drawing with a dark rim, for what lies over a picture.
+QIcon outlinedIcon(const QString &name);
+// For a tray, whose panel may be of any colour, and nobody tells us which: a white drawing on a badge whose contrast is the
+// same against black and against white (4.5 : 1, as WCAG 2 counts it).
 QIcon trayIcon(const QString &name);
+
+// The application's own icon, for its windows.
+QIcon applicationIcon();
 
 } // namespace Symbol
 
