@@ -69,3 +69,13 @@ function(qm_program name)
     target_compile_definitions(${name} PRIVATE QM_VERSION="${PROJECT_VERSION}")
     qm_link(${name} USES ${arg_USES} LINKS ${arg_LINKS})
 endfunction()
+
+# qm_module(name USES folder... LINKS library... SOURCES file...)
+# What a program loads while it runs: name.so next to it.
+function(qm_module name)
+    cmake_parse_arguments(PARSE_ARGV 1 arg "" "" "USES;LINKS;SOURCES")
+    add_library(${name}_module MODULE ${arg_SOURCES})
+    set_target_properties(${name}_module PROPERTIES
+        OUTPUT_NAME ${name} PREFIX "" LIBRARY_OUTPUT_DIRECTORY ${CMAKE_RUNTIME_OUTPUT_DIRECTORY} CXX_VISIBILITY_PRESET hidden)
+    qm_link(${name}_module USES ${arg_USES} LINKS ${arg_LINKS})
+endfunction()

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "helpers/freeze/Curtain.h"
 #include "helpers/grab/Monitors.h"
 #include "helpers/grab/ScreenPixels.h"
 #include "helpers/grab/ScreenWindows.h"
@@ -8,31 +9,23 @@
 
 namespace qm {
 
-// The screen as it was at one moment, and what lay on it. The server keeps the copy, which takes a third of the time that
-// it takes to hand it over; the pixels are fetched when they are first asked for.
+// The screen as the curtain froze it, and what lay on it. The pixels stay with the server until they are first asked for.
 class FrozenScreen
 {
 public:
-    // Freezes. The caller holds the server (xcb_grab_server), so that windows and pixels are of the same moment.
-    explicit FrozenScreen(XConnection &server);
-    ~FrozenScreen();
-    Q_DISABLE_COPY_MOVE(FrozenScreen)
+    explicit FrozenScreen(Curtain &curtain);
 
-    QRect area() const { return m_server.area(); }
+    QRect area() const { return m_curtain.server().area(); }
     const QList<ScreenWindow> &windows() const { return m_windows; } // bottom first
     const QList<Monitor> &monitors() const { return m_monitors; }
-    bool isComposited() const { return m_composited; } // windows have pixels of their own, whatever lies over them
-
-    void copyTo(xcb_window_t window) const; // by the server itself
+    bool isComposited() const { return m_curtain.windows().isComposited; }
 
     // Of the whole desktop, RGB32; what no monitor shows is black. Null when the server refuses.
     const QImage &pixels();
     const QImage &fetchedPixels() const { return m_pixels; } // null before pixels() was called
 
 private:
-    XConnection &m_server;
-    xcb_pixmap_t m_copy;
-    bool m_composited;
+    Curtain &m_curtain;
     QList<Monitor> m_monitors;
     QList<ScreenWindow> m_windows;
     ScreenGrab m_grab;

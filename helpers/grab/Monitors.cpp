@@ -1,6 +1,6 @@
 #include "helpers/grab/Monitors.h"
 
-#include "helpers/grab/XConnection.h"
+#include "helpers/freeze/XConnection.h"
 
 #include <QRegion>
 
@@ -93,8 +93,11 @@ QList<Monitor> monitors(XConnection &server)
 
 ScaleSettings ScaleSettings::read(XConnection &server)
 {
-    return {server.property(server.root(), XCB_ATOM_RESOURCE_MANAGER), qgetenv("QT_SCREEN_SCALE_FACTORS"),
-            qgetenv("QT_SCALE_FACTOR")};
+    QByteArray resources;
+    if (const auto property = server.property(server.root(), XCB_ATOM_RESOURCE_MANAGER))
+        resources = QByteArray(static_cast<const char *>(xcb_get_property_value(property.get())),
+                               xcb_get_property_value_length(property.get()));
+    return {resources, qgetenv("QT_SCREEN_SCALE_FACTORS"), qgetenv("QT_SCALE_FACTOR")};
 }
 
 void applyScales(QList<Monitor> &monitors, const ScaleSettings &settings)

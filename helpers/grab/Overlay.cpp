@@ -30,38 +30,34 @@ int pixels(double points, double scale)
 
 } // namespace
 
-Overlay::Overlay(XConnection &server, const Options &options)
-    : m_server(server)
+Overlay::Overlay(Curtain &curtain, const Options &options)
+    : m_server(curtain.server())
     , m_options(options)
-    , m_render(server)
-    , m_window(xcb_generate_id(server.get()))
-    , m_grab(server)
+    , m_render(m_server)
+    , m_curtain(curtain)
+    , m_input(curtain.input())
+    , m_screen(curtain)
+    , m_paint(m_server, curtain.window())
 {
-    xcb_grab_server(server.get());
-    m_grabbed = m_grab.take(XCB_CURSOR_NONE);
-    m_screen.emplace(server);
-    xcb_ungrab_server(server.get());
 }
 
 Overlay::~Overlay()
 {
-    m_grab.releaseWhenUp(releaseLimit);
-    m_paint.reset();
+    m_input.releaseWhenUp(releaseLimit);
     for (const xcb_cursor_t made : qAsConst(m_cursors))
         xcb_free_cursor(m_server.get(), made);
-    xcb_destroy_window(m_server.get(), m_window);
     xcb_flush(m_server.get());
 }
 
 Overlay::Choice Overlay::run()
 {
-    show();
+    begin();
     Choice choice;
     choice.failure = loop();
-    hide();
+    m_curtain.lift();
     // With nothing held down the others get the keyboard back at once, before the picture is written.
-    if (!m_grab.isAnythingDown())
-        m_grab.release();
+    if (!m_input.isAnythingDown())
+        m_input.release();
     choice.result = choice.failure.isEmpty() ? m_picker->result() : Picker::Result::cancelled;
     if (choice.result == Picker::Result::region)
         choice.area = m_picker->selection();
@@ -72,56 +68,30 @@ Overlay::Choice Overlay::run()
     return choice;
 }
 
-void Overlay::show()
+void Overlay::begin()
 {
     xcb_connection_t *connection = m_server.get();
-    // No background: the server would clear the screen before the first paint.
-    const uint32_t values[] = {XCB_BACK_PIXMAP_NONE, 1};
-    const QSize size = m_server.area().size();
-    xcb_create_window(connection, m_server.depth(), m_window, m_server.root(), 0, 0, uint16_t(size.width()),
-                      uint16_t(size.height()), 0, XCB_WINDOW_CLASS_INPUT_OUTPUT, XCB_COPY_FROM_PARENT,
-                      XCB_CW_BACK_PIXMAP | XCB_CW_OVERRIDE_REDIRECT, values);
-    constexpr char windowClass[] = "qmcapture\0qmcapture"; // two words, both closed by a zero
-    xcb_change_property(connection, XCB_PROP_MODE_REPLACE, m_window, XCB_ATOM_WM_CLASS, XCB_ATOM_STRING, 8,
-                        sizeof windowClass, windowClass);
-    constexpr uint32_t rootEvents = XCB_EVENT_MASK_STRUCTURE_NOTIFY; // it is resized when monitors come and go
-    xcb_change_window_attributes(connection, m_server.root(), XCB_CW_EVENT_MASK, &rootEvents);
-    xcb_map_window(connection, m_window);
-    m_screen->copyTo(m_window);
-    const bool dimmedByServer = m_render.dim(m_window);
-    constexpr uint32_t ownEvents = XCB_EVENT_MASK_EXPOSURE; // after the map, whose exposure is dealt with
-    xcb_change_window_attributes(connection, m_window, XCB_CW_EVENT_MASK, &ownEvents);
     const xcb_query_pointer_cookie_t askPointer = xcb_query_pointer(connection, m_server.root());
     const xcb_setup_t *setup = xcb_get_setup(connection);
     const xcb_get_keyboard_mapping_cookie_t askKeyboard =
         xcb_get_keyboard_mapping(connection, setup->min_keycode, uint8_t(setup->max_keycode - setup->min_keycode + 1));
-    xcb_flush(connection);
-
     const Reply<xcb_query_pointer_reply_t> pointer(xcb_query_pointer_reply(connection, askPointer, nullptr));
     m_keyboard.reset(xcb_get_keyboard_mapping_reply(connection, askKeyboard, nullptr));
     const QPoint at = pointer ? QPoint(pointer->root_x, pointer->root_y) : QPoint();
-    m_picker.emplace(m_options.mode, m_options.offer, m_screen->windows(), m_server.area(),
-                     monitorAt(m_screen->monitors(), at).scale);
+    m_picker.emplace(m_options.mode, m_options.offer, m_screen.windows(), m_server.area(),
+                     monitorAt(m_screen.monitors(), at).scale);
     m_picker->move(at);
     if (pointer && (pointer->mask & XCB_MOD_MASK_SHIFT))
         m_picker->keyDown(Picker::Key::shift);
-
-    m_paint.emplace(m_server, m_window);
-    if (!dimmedByServer)
-        put(m_server.area());
-}
-
-void Overlay::hide()
-{
-    xcb_unmap_window(m_server.get(), m_window);
-    xcb_flush(m_server.get());
 }
 
 // Until something is chosen or cancelled. What it answers is why it could not go on.
 QString Overlay::loop()
 {
-    if (m_screen->pixels().isNull())
+    if (m_screen.pixels().isNull())
         return QStringLiteral("the X server does not show its screen");
+    if (!m_curtain.isDimmed())
+        put(m_server.area());
     const QDeadlineTimer grabDeadline(grabLimit);
     QDeadlineTimer hint(hintDelay);
     while (m_picker->result() == Picker::Result::open) {
@@ -131,11 +101,8 @@ QString Overlay::loop()
             return QStringLiteral("the X server is gone");
         if (m_screenChanged)
             return QStringLiteral("the screen changed");
-        if (!m_grabbed) {
-            m_grabbed = m_grab.take(cursor(monitorAt(m_screen->monitors(), m_picker->pointer()).scale));
-            if (!m_grabbed && grabDeadline.hasExpired())
-                return QStringLiteral("another program keeps the keyboard or the pointer");
-        }
+        if (!m_input.isHeld() && !m_input.take(XCB_CURSOR_NONE) && grabDeadline.hasExpired())
+            return QStringLiteral("another program keeps the keyboard or the pointer");
         if (!m_textReady) {
             m_options.makeReadyForText();
             m_textReady = true;
@@ -146,7 +113,7 @@ QString Overlay::loop()
         if (m_picker->result() != Picker::Result::open)
             break;
         pollfd wait = {xcb_get_file_descriptor(m_server.get()), POLLIN, 0};
-        const auto pause = !m_grabbed ? int(grabRetry.count()) : m_hinted ? -1 : int(hint.remainingTime());
+        const auto pause = !m_input.isHeld() ? int(grabRetry.count()) : m_hinted ? -1 : int(hint.remainingTime());
         // Answers waited for may have brought events along, which the descriptor does not show any more.
         if (const Reply<xcb_generic_event_t> event{xcb_poll_for_queued_event(m_server.get())}; event)
             handle(*event);
@@ -181,7 +148,7 @@ void Overlay::handle(const xcb_generic_event_t &event)
     }
     case XCB_KEY_PRESS: {
         const auto &press = reinterpret_cast<const xcb_key_press_event_t &>(event);
-        m_grab.notePress(press.detail);
+        m_input.notePress(press.detail);
         m_picker->keyDown(key(press.detail));
         if (const QPoint by = m_picker->takeWarp(); !by.isNull()) {
             xcb_warp_pointer(m_server.get(), XCB_WINDOW_NONE, XCB_WINDOW_NONE, 0, 0, 0, 0, int16_t(by.x()),
@@ -236,9 +203,9 @@ void Overlay::refresh()
     const QRegion changed = damage(m_frame, frame);
     m_frame = std::move(frame);
     put(changed);
-    const xcb_cursor_t wanted = cursor(monitorAt(m_screen->monitors(), m_picker->pointer()).scale);
-    if (m_grabbed && wanted != m_cursor) {
-        m_grab.setCursor(wanted);
+    const xcb_cursor_t wanted = cursor(monitorAt(m_screen.monitors(), m_picker->pointer()).scale);
+    if (m_input.isHeld() && wanted != m_cursor) {
+        m_input.setCursor(wanted);
         m_cursor = wanted;
     }
     xcb_flush(m_server.get());
@@ -247,7 +214,7 @@ void Overlay::refresh()
 OverlayFrame Overlay::compose()
 {
     OverlayFrame frame;
-    const Monitor &monitor = monitorAt(m_screen->monitors(), m_picker->pointer());
+    const Monitor &monitor = monitorAt(m_screen.monitors(), m_picker->pointer());
     if (m_picker->mode() == Picker::Mode::region)
         composeRegion(frame, monitor);
     else
@@ -277,7 +244,7 @@ void Overlay::composeRegion(OverlayFrame &frame, const Monitor &monitor)
     if (!m_textReady)
         return;
     if (m_loupe.picture.isNull() || m_loupePoint != pointer || m_loupeScale != monitor.scale) {
-        m_loupe.picture = OverlaySprites::loupe(m_screen->pixels(), pointer, monitor.scale);
+        m_loupe.picture = OverlaySprites::loupe(m_screen.pixels(), pointer, monitor.scale);
         m_loupePoint = pointer;
         m_loupeScale = monitor.scale;
     }
@@ -304,7 +271,7 @@ void Overlay::composeWindow(OverlayFrame &frame, const Monitor &monitor)
     if (!m_textReady)
         return;
     const QRect seen = area & monitor.area;
-    const QString title = m_screen->windows()[index].title;
+    const QString title = m_screen.windows()[index].title;
     const QImage &name = label(title.isEmpty() ? QStringLiteral("%1 × %2").arg(area.width()).arg(area.height()) : title,
                                monitor.scale, std::clamp(seen.width() / monitor.scale - 40, 120.0, 480.0));
     frame.sprites.append({seen.center() - QPoint(name.width(), name.height()) / 2, name});
@@ -313,8 +280,8 @@ void Overlay::composeWindow(OverlayFrame &frame, const Monitor &monitor)
 // What a click on the window takes: all of it where it has pixels of its own, else what is seen of it.
 QRect Overlay::windowArea(int index) const
 {
-    return m_screen->isComposited() ? m_screen->windows()[index].frame
-                                    : visibleArea(m_screen->windows(), index, m_server.area());
+    return m_screen.isComposited() ? m_screen.windows()[index].frame
+                                   : visibleArea(m_screen.windows(), index, m_server.area());
 }
 
 const QImage &Overlay::label(const QString &text, double scale, double maxWidth)
@@ -342,11 +309,11 @@ QString Overlay::hintText() const
 void Overlay::put(const QRegion &region)
 {
     for (const QRect &area : region &m_server.area()) {
-        m_paint->put(
+        m_paint.put(
             area,
             [](QImage &target, QPoint origin, const void *overlay) {
                 const auto *self = static_cast<const Overlay *>(overlay);
-                paint(self->m_frame, self->m_screen->fetchedPixels(), target, origin);
+                paint(self->m_frame, self->m_screen.fetchedPixels(), target, origin);
             },
             this);
     }
@@ -356,8 +323,10 @@ xcb_cursor_t Overlay::cursor(double scale)
 {
     const bool region = m_picker->mode() == Picker::Mode::region;
     xcb_cursor_t &cursor = m_cursors[QString::number(scale) + (region ? u'r' : u'w')];
-    if (!cursor)
-        cursor = m_render.makeCursor(region ? OverlaySprites::cross(scale) : OverlaySprites::camera(scale));
+    if (!cursor) {
+        const QImage picture = region ? OverlaySprites::cross(scale) : OverlaySprites::camera(scale);
+        cursor = m_render.makeCursor(picture.constBits(), quint16(picture.width()), quint16(picture.height()));
+    }
     return cursor;
 }
 

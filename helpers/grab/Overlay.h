@@ -1,10 +1,10 @@
 #pragma once
 
+#include "helpers/freeze/Curtain.h"
+#include "helpers/freeze/RenderDrawing.h"
 #include "helpers/grab/FrozenScreen.h"
-#include "helpers/grab/InputGrab.h"
 #include "helpers/grab/OverlayFrame.h"
 #include "helpers/grab/Picker.h"
-#include "helpers/grab/RenderDrawing.h"
 #include "helpers/grab/ScreenPixels.h"
 
 #include <QElapsedTimer>
@@ -15,7 +15,7 @@
 
 namespace qm {
 
-// Shows the frozen screen, dimmed, over everything, and lets a person choose a region or a window of it.
+// Lets a person choose a region or a window of the frozen screen, on the curtain that shows it.
 // One thread, which it keeps until the choice is made. It draws with XCB and raster painting alone: Qt's xcb platform takes
 // longer to start than all that is done until the dimmed screen is there.
 class Overlay
@@ -35,19 +35,17 @@ public:
         QString failure; // why it ended by itself, for stderr; empty otherwise
     };
 
-    // Takes keyboard and pointer and freezes the screen, in one moment: no menu closes and no highlight goes in between.
-    Overlay(XConnection &server, const Options &options);
+    Overlay(Curtain &curtain, const Options &options);
     // Lets keyboard and pointer go, once what was pressed is up again.
     ~Overlay();
     Q_DISABLE_COPY_MOVE(Overlay)
 
-    // Returns with the overlay off the screen.
+    // Returns with the curtain off the screen.
     Choice run();
-    FrozenScreen &screen() { return *m_screen; }
+    FrozenScreen &screen() { return m_screen; }
 
 private:
-    void show();
-    void hide();
+    void begin();
     QString loop();
     void handle(const xcb_generic_event_t &event);
     Picker::Key key(xcb_keycode_t code) const;
@@ -64,13 +62,12 @@ private:
     XConnection &m_server;
     const Options m_options;
     const RenderDrawing m_render;
-    xcb_window_t m_window;
-    std::optional<ScreenPaint> m_paint;
-    InputGrab m_grab;
-    std::optional<FrozenScreen> m_screen;
+    Curtain &m_curtain;
+    InputGrab &m_input;
+    FrozenScreen m_screen;
+    ScreenPaint m_paint;
     Reply<xcb_get_keyboard_mapping_reply_t> m_keyboard;
     std::optional<Picker> m_picker;
-    bool m_grabbed = false;
     bool m_textReady = false;
     bool m_hinted = false;
     bool m_screenChanged = false;

@@ -1,5 +1,7 @@
 #pragma once
 
+#include "helpers/freeze/Curtain.h"
+
 #include <QImage>
 #include <QList>
 #include <QRect>
@@ -8,13 +10,11 @@
 
 namespace qm {
 
-// How much light the overlay takes away, of 255: dark enough to set a selection off, light enough to read what one aims at.
-// dimmed() rounds as the Render extension's usual implementation does, so that what the server dims and what is painted
-// here can lie side by side.
-constexpr quint32 dimAlpha = 96;
+// A pixel behind the curtain. Rounds as the Render extension's usual implementation does, so that what the server dims and
+// what is painted here can lie side by side.
 inline quint32 dimmed(quint32 pixel)
 {
-    constexpr quint32 kept = 255 - dimAlpha;
+    constexpr quint32 kept = 255 - Curtain::dimAlpha;
     quint32 redBlue = (pixel & 0xff00ff) * kept + 0x800080;
     quint32 green = (pixel >> 8 & 0xff) * kept + 0x80;
     redBlue = (redBlue + (redBlue >> 8 & 0xff00ff)) >> 8 & 0xff00ff;

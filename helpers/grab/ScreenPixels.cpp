@@ -12,7 +12,55 @@ constexpr size_t slotBytes = 512 << 10; // about what stays in a core's cache be
 constexpr size_t slotCount = 6;
 constexpr size_t requestBytes = 200'000; // without shared memory: within the 256 kB of a request everywhere
 
+const xcb_visualtype_t *rootVisual(const xcb_screen_t *screen)
+{
+    for (auto depths = xcb_screen_allowed_depths_iterator(screen); depths.rem; xcb_depth_next(&depths)) {
+        for (auto visuals = xcb_depth_visuals_iterator(depths.data); visuals.rem; xcb_visualtype_next(&visuals)) {
+            if (visuals.data->visual_id == screen->root_visual)
+                return visuals.data;
+        }
+    }
+    return nullptr;
+}
+
+const xcb_format_t *storage(const xcb_setup_t *setup, quint8 depth)
+{
+    for (auto formats = xcb_setup_pixmap_formats_iterator(setup); formats.rem; xcb_format_next(&formats)) {
+        if (formats.data->depth == depth)
+            return formats.data;
+    }
+    return nullptr;
+}
+
 } // namespace
+
+QImage::Format pixelFormat(const XConnection &server, quint8 depth)
+{
+    const xcb_setup_t *setup = xcb_get_setup(server.get());
+    const xcb_format_t *pixels = storage(setup, depth);
+    const xcb_visualtype_t *visual = rootVisual(&server.screen());
+    const bool littleEndian = setup->image_byte_order == XCB_IMAGE_ORDER_LSB_FIRST;
+    if (!pixels || !visual || littleEndian != (Q_BYTE_ORDER == Q_LITTLE_ENDIAN))
+        return QImage::Format_Invalid;
+    if (pixels->bits_per_pixel == 32 && depth == 32)
+        return QImage::Format_ARGB32_Premultiplied; // the Render extension's only 32-bit format with alpha
+    if (pixels->bits_per_pixel == 32 && depth == 24 && (depth != server.depth() || visual->red_mask == 0xff0000))
+        return QImage::Format_RGB32;
+    if (pixels->bits_per_pixel == 32 && depth == 30)
+        return visual->red_mask == 0x3ff00000 ? QImage::Format_RGB30 : QImage::Format_BGR30;
+    if (pixels->bits_per_pixel == 16 && depth == 16)
+        return QImage::Format_RGB16;
+    return QImage::Format_Invalid;
+}
+
+static int bytesPerLine(const XConnection &server, int width, quint8 depth) // 0: no such depth
+{
+    const xcb_format_t *pixels = storage(xcb_get_setup(server.get()), depth);
+    if (!pixels)
+        return 0;
+    const int pad = pixels->scanline_pad;
+    return (width * pixels->bits_per_pixel + pad - 1) / pad * pad / 8;
+}
 
 std::unique_ptr<SharedMemory> SharedMemory::create(XConnection &server, size_t bytes)
 {
@@ -61,8 +109,8 @@ ScreenGrab::ScreenGrab(XConnection &server, const QSize &largest)
 
 QImage ScreenGrab::take(xcb_drawable_t from, quint8 depth, const QRect &part)
 {
-    const QImage::Format format = m_server.format(depth);
-    const int bytesPerLine = m_server.bytesPerLine(part.width(), depth);
+    const QImage::Format format = pixelFormat(m_server, depth);
+    const int lineBytes = bytesPerLine(m_server, part.width(), depth);
     if (format == QImage::Format_Invalid || part.isEmpty())
         return {};
     const int16_t x = int16_t(part.x());
@@ -70,20 +118,20 @@ QImage ScreenGrab::take(xcb_drawable_t from, quint8 depth, const QRect &part)
     const uint16_t width = uint16_t(part.width());
     const uint16_t height = uint16_t(part.height());
     const bool direct = format == QImage::Format_RGB32 || format == QImage::Format_ARGB32_Premultiplied;
-    if (m_memory && direct && size_t(bytesPerLine) * height <= m_memory->size()) {
+    if (m_memory && direct && size_t(lineBytes) * height <= m_memory->size()) {
         const Reply<xcb_shm_get_image_reply_t> answer(
             xcb_shm_get_image_reply(m_server.get(),
                                     xcb_shm_get_image(m_server.get(), from, x, y, width, height, ~0u,
                                                       XCB_IMAGE_FORMAT_Z_PIXMAP, m_memory->segment(), 0),
                                     nullptr));
-        return answer ? QImage(m_memory->data(), width, height, bytesPerLine, format) : QImage();
+        return answer ? QImage(m_memory->data(), width, height, lineBytes, format) : QImage();
     }
     const Reply<xcb_get_image_reply_t> answer(xcb_get_image_reply(
         m_server.get(), xcb_get_image(m_server.get(), XCB_IMAGE_FORMAT_Z_PIXMAP, from, x, y, width, height, ~0u),
         nullptr));
     if (!answer)
         return {};
-    const QImage image(xcb_get_image_data(answer.get()), width, height, bytesPerLine, format);
+    const QImage image(xcb_get_image_data(answer.get()), width, height, lineBytes, format);
     return direct ? image.copy() : image.convertToFormat(QImage::Format_RGB32);
 }
 
@@ -94,7 +142,7 @@ ScreenPaint::ScreenPaint(XConnection &server, xcb_window_t window)
     , m_slots(slotCount)
 {
     xcb_create_gc(server.get(), m_context, window, 0, nullptr);
-    if (server.format(server.depth()) == QImage::Format_RGB32)
+    if (pixelFormat(server, server.depth()) == QImage::Format_RGB32)
         m_memory = SharedMemory::create(server, slotCount * slotBytes);
 }
 
@@ -111,13 +159,13 @@ void ScreenPaint::put(const QRect &area, Paint paint, const void *context)
 {
     if (area.isEmpty())
         return;
-    const size_t bytesPerLine = size_t(area.width()) * 4;
-    const int rows = qMax(1, int((m_memory ? slotBytes : requestBytes) / bytesPerLine));
+    const size_t lineBytes = size_t(area.width()) * 4;
+    const int rows = qMax(1, int((m_memory ? slotBytes : requestBytes) / lineBytes));
     for (int top = area.top(); top <= area.bottom(); top += rows) {
         const QRect piece(area.x(), top, area.width(), qMin(rows, area.bottom() + 1 - top));
         if (m_memory) {
-            uchar *memory = reserve(bytesPerLine * size_t(piece.height()));
-            QImage target(memory, piece.width(), piece.height(), int(bytesPerLine), QImage::Format_RGB32);
+            uchar *memory = reserve(lineBytes * size_t(piece.height()));
+            QImage target(memory, piece.width(), piece.height(), int(lineBytes), QImage::Format_RGB32);
             paint(target, piece.topLeft(), context);
             xcb_shm_put_image(m_server.get(), m_window, m_context, uint16_t(piece.width()), uint16_t(piece.height()), 0,
                               0, uint16_t(piece.width()), uint16_t(piece.height()), int16_t(piece.x()),
@@ -128,7 +176,8 @@ void ScreenPaint::put(const QRect &area, Paint paint, const void *context)
         }
         QImage target(piece.size(), QImage::Format_RGB32);
         paint(target, piece.topLeft(), context);
-        target.convertTo(m_server.format(m_server.depth())); // lines of 16-bit pixels are padded to 32 bits by both
+        target.convertTo(
+            pixelFormat(m_server, m_server.depth())); // lines of 16-bit pixels are padded to 32 bits by both
         xcb_put_image(m_server.get(), XCB_IMAGE_FORMAT_Z_PIXMAP, m_window, m_context, uint16_t(piece.width()),
                       uint16_t(piece.height()), int16_t(piece.x()), int16_t(piece.y()), 0, m_server.depth(),
                       uint32_t(target.sizeInBytes()), target.constBits());

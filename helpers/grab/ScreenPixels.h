@@ -1,6 +1,6 @@
 #pragma once
 
-#include "helpers/grab/XConnection.h"
+#include "helpers/freeze/XConnection.h"
 
 #include <QImage>
 #include <QRect>
@@ -9,6 +9,9 @@
 #include <vector>
 
 namespace qm {
+
+// How the server keeps pixels of this depth; Format_Invalid for one that no screen has had for decades.
+QImage::Format pixelFormat(const XConnection &server, quint8 depth);
 
 // Memory that the X server and this process both see (MIT-SHM 1.2, by file descriptor: it has no name, so nothing is
 // left behind however the process ends, and it works where the two have different System V name spaces).

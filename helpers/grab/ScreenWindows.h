@@ -1,12 +1,10 @@
 #pragma once
 
-#include "helpers/grab/XConnection.h"
+#include "helpers/freeze/WindowSurvey.h"
 
 #include <QList>
 #include <QRect>
 #include <QString>
-
-#include <optional>
 
 namespace qm {
 
@@ -20,9 +18,9 @@ struct ScreenWindow {
     bool offered = true; // false: only known to cover others (a menu, a notification)
 };
 
-// What lies on the screen, bottom first. The window manager's own list (EWMH 1.5, _NET_CLIENT_LIST_STACKING) says what is
-// a window, hidden ones and those of other desktops left out; where there is none, every child of the root is one.
-QList<ScreenWindow> screenWindows(XConnection &server);
+// What lies on the screen, bottom first. The window manager's own list says what is a window, hidden ones and those of other
+// desktops left out; where there is none, every child of the root is one.
+QList<ScreenWindow> screenWindows(const WindowSurvey &survey, const QRect &screen);
 
 // The topmost offered window at a point, unless something opaque that is not offered covers it there. An index, -1: none.
 int windowAt(const QList<ScreenWindow> &windows, QPoint point);

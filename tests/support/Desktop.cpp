@@ -49,7 +49,8 @@ Desktop::Desktop()
 
 Desktop::Desktop(const Options &options)
 {
-    const QString screen = QStringLiteral("%1x%2x24").arg(options.size.width()).arg(options.size.height());
+    const QString screen =
+        QStringLiteral("%1x%2x%3").arg(options.size.width()).arg(options.size.height()).arg(options.depth);
     // -noreset: without it the server forgets monitors and resources whenever its last client leaves.
     QProcess &server =
         launch(QStringLiteral("Xvfb"), {QStringLiteral("-displayfd"), QStringLiteral("1"), QStringLiteral("-noreset"),

@@ -56,6 +56,7 @@ class Desktop
 public:
     struct Options {
         QSize size = {1280, 800};
+        int depth = 24;             // bits a pixel; picture() knows 24 only
         QList<QRect> monitors = {}; // as RandR is to tell them, named "M0", "M1", ...; empty: one, the whole desktop
         bool windowManager = true;  // openbox
         bool panel = true;          // tint2 at the bottom, with a tray

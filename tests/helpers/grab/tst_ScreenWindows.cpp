@@ -4,6 +4,8 @@
 
 using namespace qm;
 
+Q_DECLARE_METATYPE(WindowSurvey)
+
 namespace {
 
 constexpr QRect screen(0, 0, 1000, 800);
@@ -25,11 +27,76 @@ class tst_ScreenWindows : public QObject
     Q_OBJECT
 
 private Q_SLOTS:
+    void fromTheSurvey_data();
+    void fromTheSurvey();
+    void names_data();
+    void names();
     void underThePointer_data();
     void underThePointer();
     void visible_data();
     void visible();
 };
+
+// One window in a frame, below the compositor's own and a menu.
+void tst_ScreenWindows::fromTheSurvey_data()
+{
+    QTest::addColumn<WindowSurvey>("survey");
+    QTest::addColumn<QRect>("frame"); // null: not offered
+    WindowSurvey usual;
+    usual.isManaged = true;
+    usual.desktop = 1;
+    usual.compositorsWindow = 9;
+    usual.tops = {
+        {1, {98, 70, 304, 232}, 24, true, {}}, {9, screen, 24, true, {}}, {3, {500, 0, 90, 90}, 24, true, {}}};
+    usual.clients = {{.top = 1, .content = {100, 100, 300, 200}, .name = "n", .desktop = 1, .frame = {2, 2, 30, 2}}};
+    const QRect whole(98, 70, 304, 232);
+    const auto row = [&usual](const char *name, const QRect &frame, auto change) {
+        WindowSurvey survey = usual;
+        change(survey, survey.clients[0]);
+        QTest::newRow(name) << survey << frame;
+    };
+    row("with its frame", whole, [](auto &, auto &) {});
+    row("hidden", {}, [](auto &, auto &client) { client.isHidden = true; });
+    row("on another desktop", {}, [](auto &, auto &client) { client.desktop = 0; });
+    row("on every desktop", whole, [](auto &, auto &client) { client.desktop = 0xffffffff; });
+    row("a manager without desktops", whole, [](auto &survey, auto &) { survey.desktop.reset(); });
+    row("rolled up", {98, 70, 304, 30}, [](auto &survey, auto &) { survey.tops[0].area.setHeight(30); });
+    row("with a shadow of its own", {110, 105, 270, 170}, [](auto &, auto &client) {
+        client.frame = {};
+        client.shadow = {10, 20, 5, 25};
+    });
+    row("its frame is not shown", {}, [](auto &survey, auto &) { survey.tops[0].isShown = false; });
+}
+
+void tst_ScreenWindows::fromTheSurvey()
+{
+    QFETCH(WindowSurvey, survey);
+    QFETCH(QRect, frame);
+    const QList<ScreenWindow> windows = screenWindows(survey, screen);
+    QCOMPARE(windows.size(), survey.tops[0].isShown ? 2 : 1); // the compositor's is nobody's
+    QVERIFY(!windows.last().offered);                         // the menu
+    QCOMPARE(windows.first().offered, !frame.isNull());
+    if (!frame.isNull())
+        QCOMPARE(windows.first().frame, frame);
+}
+
+void tst_ScreenWindows::names_data()
+{
+    QTest::addColumn<QByteArray>("name");
+    QTest::addColumn<QString>("title");
+    QTest::newRow("UTF-8") << QByteArray("\xe6\x89\x8b\xe7\xb4\x99") << QStringLiteral("手紙");
+    QTest::newRow("what old programs write") << QByteArray("Gr\xfc\xdf") << QStringLiteral("Grüß");
+}
+
+void tst_ScreenWindows::names()
+{
+    QFETCH(QByteArray, name);
+    WindowSurvey survey;
+    survey.tops = {{1, {0, 0, 9, 9}, 24, true, name.toStdString()}};
+    const QList<ScreenWindow> windows = screenWindows(survey, screen);
+    QVERIFY(windows.first().offered); // without a manager each child of the root is a window
+    QTEST(windows.first().title, "title");
+}
 
 void tst_ScreenWindows::underThePointer_data()
 {

@@ -80,6 +80,7 @@ private Q_SLOTS:
     void init();
     void cleanup();
 
+    void startsWithoutQt();
     void region_data();
     void region();
     void clickInRegionModeDoesNothing();
@@ -183,6 +184,16 @@ bool tst_QmCapture::loupeIsShown() const
 bool tst_QmCapture::finished(QProcess &process)
 {
     return Desktop::wait([&] { return process.state() == QProcess::NotRunning; });
+}
+
+// Loading it would take longer than all that is done until the screen is dimmed.
+void tst_QmCapture::startsWithoutQt()
+{
+    QFile file(QString::fromLatin1(program));
+    QVERIFY(file.open(QIODevice::ReadOnly));
+    const QByteArray bytes = file.readAll();
+    QVERIFY(bytes.contains("libxcb.so"));
+    QVERIFY(!bytes.contains("libQt6"));
 }
 
 void tst_QmCapture::region_data()

@@ -1,6 +1,4 @@
-#include "helpers/grab/InputGrab.h"
-
-#include <QDeadlineTimer>
+#include "helpers/freeze/InputGrab.h"
 
 #include <poll.h>
 
@@ -47,7 +45,7 @@ bool InputGrab::take(xcb_cursor_t cursor)
         const Reply<xcb_grab_keyboard_reply_t> answer(xcb_grab_keyboard_reply(connection, keyboard, nullptr));
         m_keyboard = answer && answer->status == XCB_GRAB_STATUS_SUCCESS;
     }
-    return m_pointer && m_keyboard;
+    return isHeld();
 }
 
 void InputGrab::setCursor(xcb_cursor_t cursor)
@@ -58,14 +56,13 @@ void InputGrab::setCursor(xcb_cursor_t cursor)
 
 void InputGrab::notePress(xcb_keycode_t key)
 {
-    if (!m_pressed.contains(key))
-        m_pressed.append(key);
+    m_pressed[key] = true;
 }
 
 void InputGrab::releaseWhenUp(std::chrono::milliseconds limit)
 {
-    const QDeadlineTimer deadline(limit);
-    while (!m_server.isBroken() && isAnythingDown() && !deadline.hasExpired()) {
+    const auto deadline = std::chrono::steady_clock::now() + limit;
+    while (!m_server.isBroken() && isAnythingDown() && std::chrono::steady_clock::now() < deadline) {
         pollfd wait = {xcb_get_file_descriptor(m_server.get()), POLLIN, 0};
         poll(&wait, 1, 20);
         while (const Reply<xcb_generic_event_t> event{xcb_poll_for_event(m_server.get())}) {
@@ -82,8 +79,11 @@ bool InputGrab::isAnythingDown() const
     const Reply<xcb_query_keymap_reply_t> keys(xcb_query_keymap_reply(m_server.get(), askKeys, nullptr));
     if (pointer && (pointer->mask & anyButton))
         return true;
-    return keys && std::any_of(m_pressed.cbegin(), m_pressed.cend(),
-                               [&keys](xcb_keycode_t key) { return keys->keys[key / 8] & (1 << key % 8); });
+    for (size_t key = 0; keys && key < m_pressed.size(); ++key) {
+        if (m_pressed[key] && keys->keys[key / 8] & (1 << key % 8))
+            return true;
+    }
+    return false;
 }
 
 bool InputGrab::isKeyDown(xcb_keycode_t key) const

@@ -1,7 +1,5 @@
 #pragma once
 
-#include <QByteArray>
-#include <QImage>
 #include <QRect>
 
 #include <array>
@@ -47,16 +45,14 @@ public:
     xcb_window_t root() const { return m_screen->root; }
     xcb_visualid_t visual() const { return m_screen->root_visual; }
     quint8 depth() const { return m_screen->root_depth; }
+    const xcb_screen_t &screen() const { return *m_screen; }
     QRect area() const { return {0, 0, m_screen->width_in_pixels, m_screen->height_in_pixels}; } // pixels
     xcb_atom_t atom(Atom name) const { return m_atoms[size_t(name)]; }
 
-    // How the server keeps pixels of this depth; Format_Invalid for one that no screen has had for decades.
-    QImage::Format format(quint8 depth) const;
-    int bytesPerLine(int width, quint8 depth) const; // 0: no such depth
-
     bool hasExtension(xcb_extension_t &extension) const;
     xcb_window_t selectionOwner(Atom selection) const; // 0: none
-    QByteArray property(xcb_window_t window, xcb_atom_t name) const;
+    // Up to 256 kB of it; null when the server refused, empty when the window has none.
+    Reply<xcb_get_property_reply_t> property(xcb_window_t window, xcb_atom_t name) const;
 
 private:
     XConnection(xcb_connection_t *connection, const xcb_screen_t *screen);

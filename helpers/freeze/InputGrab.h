@@ -1,9 +1,8 @@
 #pragma once
 
-#include "helpers/grab/XConnection.h"
+#include "helpers/freeze/XConnection.h"
 
-#include <QList>
-
+#include <array>
 #include <chrono>
 
 namespace qm {
@@ -20,6 +19,7 @@ public:
 
     // One try; true when both are held. Another program's grab (an open menu) makes it fail, and it may be tried again.
     bool take(xcb_cursor_t cursor);
+    bool isHeld() const { return m_pointer && m_keyboard; }
     void setCursor(xcb_cursor_t cursor);
 
     // To be told of what was pressed while the grab was held; releases need not be told.
@@ -34,7 +34,7 @@ private:
     XConnection &m_server;
     bool m_pointer = false;
     bool m_keyboard = false;
-    QList<xcb_keycode_t> m_pressed;
+    std::array<bool, 256> m_pressed = {}; // by key code
 };
 
 // Only one helper chooses at a time: it owns the selection _QUILLMERE_CAPTURE while it does.

@@ -1,6 +1,4 @@
-#include "helpers/grab/RenderDrawing.h"
-
-#include "helpers/grab/OverlayFrame.h"
+#include "helpers/freeze/RenderDrawing.h"
 
 #include <xcb/render.h>
 
@@ -38,21 +36,20 @@ RenderDrawing::RenderDrawing(XConnection &server)
     }
 }
 
-bool RenderDrawing::dim(xcb_window_t window) const
+bool RenderDrawing::dim(xcb_window_t window, quint8 alpha) const
 {
     if (!m_screenFormat)
         return false;
     const xcb_render_picture_t picture = xcb_generate_id(m_server.get());
     xcb_render_create_picture(m_server.get(), picture, window, m_screenFormat, 0, nullptr);
-    const xcb_render_color_t shade = {0, 0, 0, dimAlpha * 0x101};
-    const QSize size = m_server.area().size();
-    const xcb_rectangle_t all = {0, 0, uint16_t(size.width()), uint16_t(size.height())};
+    const xcb_render_color_t shade = {0, 0, 0, uint16_t(alpha * 0x101)};
+    const xcb_rectangle_t all = {0, 0, m_server.screen().width_in_pixels, m_server.screen().height_in_pixels};
     xcb_render_fill_rectangles(m_server.get(), XCB_RENDER_PICT_OP_OVER, picture, shade, 1, &all);
     xcb_render_free_picture(m_server.get(), picture);
     return true;
 }
 
-xcb_cursor_t RenderDrawing::makeCursor(const QImage &picture) const
+xcb_cursor_t RenderDrawing::makeCursor(const uchar *pixels, quint16 width, quint16 height) const
 {
     xcb_connection_t *connection = m_server.get();
     const xcb_cursor_t cursor = xcb_generate_id(connection);
@@ -64,14 +61,12 @@ xcb_cursor_t RenderDrawing::makeCursor(const QImage &picture) const
         xcb_close_font(connection, font);
         return cursor;
     }
-    const uint16_t width = uint16_t(picture.width());
-    const uint16_t height = uint16_t(picture.height());
     const xcb_pixmap_t pixmap = xcb_generate_id(connection);
     xcb_create_pixmap(connection, 32, pixmap, m_server.root(), width, height);
     const xcb_gcontext_t context = xcb_generate_id(connection);
     xcb_create_gc(connection, context, pixmap, 0, nullptr);
     xcb_put_image(connection, XCB_IMAGE_FORMAT_Z_PIXMAP, pixmap, context, width, height, 0, 0, 0, 32,
-                  uint32_t(picture.sizeInBytes()), picture.constBits());
+                  uint32_t(width) * height * 4, pixels);
     const xcb_render_picture_t source = xcb_generate_id(connection);
     xcb_render_create_picture(connection, source, pixmap, m_alphaFormat, 0, nullptr);
     xcb_render_create_cursor(connection, cursor, source, width / 2, height / 2);

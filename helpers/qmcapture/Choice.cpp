@@ -1,0 +1,85 @@
+#include "helpers/qmcapture/Choice.h"
+
+#include "helpers/grab/Overlay.h"
+#include "imaging/PngWriter.h"
+
+#include <QFile>
+#include <QGuiApplication>
+
+#include <csignal>
+#include <cstdio>
+#include <xcb/composite.h>
+
+using namespace qm;
+
+namespace {
+
+int fail(const QString &reason)
+{
+    std::fprintf(stderr, "qmcapture: %s\n", qPrintable(reason));
+    return 1;
+}
+
+// Qt is only here for its fonts: a platform without a display starts several times as fast as the one for X.
+std::unique_ptr<QGuiApplication> startFonts()
+{
+    for (const char *variable : {"QT_QPA_PLATFORMTHEME", "QT_SCALE_FACTOR", "QT_SCREEN_SCALE_FACTORS", "QT_FONT_DPI"})
+        qunsetenv(variable);
+    qputenv("QT_QPA_PLATFORM", "offscreen");
+    qputenv("QT_ENABLE_HIGHDPI_SCALING", "0");
+    static int argumentCount = 1;
+    static char programName[] = "qmcapture";
+    static char *arguments[] = {programName, nullptr};
+    return std::make_unique<QGuiApplication>(argumentCount, arguments);
+}
+
+// The window's own pixels, with the parts that others cover. Null when it has none any more.
+QImage windowPixels(XConnection &server, ScreenGrab &grab, const ScreenWindow &window)
+{
+    const xcb_pixmap_t pixmap = xcb_generate_id(server.get());
+    xcb_composite_name_window_pixmap(server.get(), window.top, pixmap);
+    const QImage pixels = grab.take(pixmap, window.depth, window.frame.translated(-window.topArea.topLeft()));
+    xcb_free_pixmap(server.get(), pixmap);
+    return pixels.copy();
+}
+
+QImage chosenPixels(XConnection &server, FrozenScreen &screen, const Overlay::Choice &choice)
+{
+    if (choice.result == Picker::Result::window && screen.isComposited() &&
+        (!isWhollyVisible(screen.windows(), choice.window, server.area()) ||
+         screen.windows()[choice.window].depth == 32)) {
+        ScreenGrab grab(server, choice.area.size());
+        QImage own = windowPixels(server, grab, screen.windows()[choice.window]);
+        if (!own.isNull())
+            return own;
+    }
+    return screen.pixels().copy(choice.area & screen.area());
+}
+
+} // namespace
+
+extern "C" Q_DECL_EXPORT int quillmereChoose(Curtain &curtain, CaptureMode mode, const char *fileName)
+{
+    qInstallMessageHandler([](QtMsgType, const QMessageLogContext &, const QString &) {});
+    const QString path = QFile::decodeName(fileName);
+    std::unique_ptr<QGuiApplication> fonts;
+    Overlay overlay(curtain, {.mode = mode == CaptureMode::region ? Picker::Mode::region : Picker::Mode::window,
+                              .makeReadyForText = [&] { fonts = startFonts(); }});
+    const Overlay::Choice choice = overlay.run();
+    if (!choice.failure.isEmpty())
+        return fail(choice.failure);
+    if (choice.result == Picker::Result::cancelled)
+        return 0;
+
+    const QImage pixels = chosenPixels(curtain.server(), overlay.screen(), choice);
+    // Asked to end from here on, the helper still puts the whole file into place: it is a moment, and the choice was made.
+    for (const int signal : {SIGTERM, SIGINT, SIGHUP})
+        std::signal(signal, SIG_IGN);
+    std::signal(SIGXFSZ, SIG_IGN); // a limit on the size of files is then an error like a full disk
+    const int scale = pictureScale(overlay.screen().monitors(), choice.area);
+    if (const Outcome written = PngWriter::write(path, {pixels, QSizeF(pixels.size()) / scale}); !written)
+        return fail(QStringLiteral("cannot write %1: %2").arg(path, written.reason()));
+    return 0;
+}
+
+static_assert(std::is_same_v<ChooseFunction, decltype(&quillmereChoose)>);

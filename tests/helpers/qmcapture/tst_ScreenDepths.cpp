@@ -1,0 +1,120 @@
+// Screens with other pixels than those of today: each colour comes out as near as the screen could show it.
+
+#include "tests/support/Desktop.h"
+
+#include <QGuiApplication>
+#include <QTest>
+
+#include <xcb/xcb.h>
+
+using namespace qm;
+
+namespace {
+
+constexpr QColor shown(200, 100, 50);
+constexpr QColor beside(40, 160, 240);
+
+// As this depth's root visual stores it, for a colour of 8 bits a channel.
+uint32_t pixelOf(const QColor &color, const xcb_visualtype_t &visual)
+{
+    const auto channel = [](int value, uint32_t mask) {
+        const int shift = std::countr_zero(mask);
+        const uint32_t highest = mask >> shift;
+        return uint32_t(qRound(value * double(highest) / 255)) << shift;
+    };
+    return channel(color.red(), visual.red_mask) | channel(color.green(), visual.green_mask) |
+           channel(color.blue(), visual.blue_mask);
+}
+
+const xcb_visualtype_t *rootVisual(const xcb_screen_t *screen)
+{
+    for (auto depths = xcb_screen_allowed_depths_iterator(screen); depths.rem; xcb_depth_next(&depths)) {
+        for (auto visuals = xcb_depth_visuals_iterator(depths.data); visuals.rem; xcb_visualtype_next(&visuals)) {
+            if (visuals.data->visual_id == screen->root_visual)
+                return visuals.data;
+        }
+    }
+    return nullptr;
+}
+
+void fill(Desktop &desktop, const QRect &area, const QColor &color)
+{
+    xcb_connection_t *connection = desktop.connection();
+    const xcb_screen_t *screen = xcb_setup_roots_iterator(xcb_get_setup(connection)).data;
+    const uint32_t values[] = {pixelOf(color, *rootVisual(screen)), 1};
+    const xcb_window_t window = xcb_generate_id(connection);
+    xcb_create_window(connection, XCB_COPY_FROM_PARENT, window, screen->root, int16_t(area.x()), int16_t(area.y()),
+                      uint16_t(area.width()), uint16_t(area.height()), 0, XCB_WINDOW_CLASS_INPUT_OUTPUT,
+                      XCB_COPY_FROM_PARENT, XCB_CW_BACK_PIXEL | XCB_CW_OVERRIDE_REDIRECT, values);
+    xcb_map_window(connection, window);
+    xcb_flush(connection);
+}
+
+int distance(const QColor &a, const QColor &b)
+{
+    return std::max({qAbs(a.red() - b.red()), qAbs(a.green() - b.green()), qAbs(a.blue() - b.blue())});
+}
+
+} // namespace
+
+class tst_ScreenDepths : public QObject
+{
+    Q_OBJECT
+
+private Q_SLOTS:
+    void region_data();
+    void region();
+};
+
+void tst_ScreenDepths::region_data()
+{
+    QTest::addColumn<int>("depth");
+    QTest::addColumn<int>("tolerance");
+    QTest::newRow("16 bits") << 16 << 4; // five bits are steps of eight
+    QTest::newRow("30 bits") << 30 << 1;
+}
+
+void tst_ScreenDepths::region()
+{
+    QFETCH(int, depth);
+    QFETCH(int, tolerance);
+    Desktop desktop(
+        {.size = {641, 480}, .depth = depth, .windowManager = false, .panel = false}); // odd: rows are padded
+    fill(desktop, {0, 0, 641, 480}, shown);
+    fill(desktop, {150, 0, 400, 480}, beside);
+    const QString path = desktop.home().file(QStringLiteral("a.png"));
+    QProcess &helper = desktop.start(QStringLiteral(QM_PROGRAMS "/qmcapture"), {QStringLiteral("-i"), path});
+    QVERIFY(Desktop::wait([&] { return desktop.selectionOwner("_QUILLMERE_CAPTURE") != 0; }));
+    // It listens once it has the pointer, which nobody else can have then.
+    QVERIFY(Desktop::wait([&] {
+        xcb_grab_pointer_reply_t *answer =
+            xcb_grab_pointer_reply(desktop.connection(),
+                                   xcb_grab_pointer(desktop.connection(), 0, desktop.root(), 0, XCB_GRAB_MODE_ASYNC,
+                                                    XCB_GRAB_MODE_ASYNC, 0, 0, 0),
+                                   nullptr);
+        const bool taken = answer->status == XCB_GRAB_STATUS_ALREADY_GRABBED;
+        std::free(answer);
+        if (!taken)
+            xcb_ungrab_pointer(desktop.connection(), 0);
+        xcb_flush(desktop.connection());
+        return taken;
+    }));
+    desktop.drag({100, 100}, {199, 159});
+    QVERIFY(Desktop::wait([&] { return helper.state() == QProcess::NotRunning; }));
+    QCOMPARE(helper.readAllStandardError(), QByteArray());
+    const QImage taken(path);
+    QCOMPARE(taken.size(), QSize(100, 60));
+    for (int y : {0, 59}) {
+        for (int x : {0, 49, 50, 99})
+            QVERIFY2(distance(taken.pixelColor(x, y), x < 50 ? shown : beside) <= tolerance,
+                     qPrintable(taken.pixelColor(x, y).name()));
+    }
+}
+
+int main(int argc, char **argv)
+{
+    QGuiApplication application(argc, argv);
+    tst_ScreenDepths test;
+    return QTest::qExec(&test, argc, argv);
+}
+#include "tst_ScreenDepths.moc"
