@@ -224,6 +224,17 @@ private Q_SLOTS:
         QVERIFY(!menu.isVisible());
     }
 
+    void theApplicationHasAnIconInEverySize()
+    {
+        const QIcon icon = Symbol::applicationIcon();
+        for (const int size : {16, 24, 32, 48, 64, 128, 256}) {
+            QVERIFY(icon.availableSizes().contains(QSize(size, size)));
+            const QImage drawn = icon.pixmap(QSize(size, size)).toImage();
+            QCOMPARE(drawn.size(), QSize(size, size));
+            QVERIFY(drawn.pixelColor(size / 2, size / 8).alpha() == 255 && drawn.pixelColor(0, 0).alpha() < 255);
+        }
+    }
+
     void theTrayIconIsSeenOnAnyPanel()
     {
         // Contrast as WCAG 2 counts it; 3 is what it asks of icons.

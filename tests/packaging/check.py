@@ -3,8 +3,8 @@
 
     check.py SOURCE-FOLDER PROGRAM-FOLDER
 
-The commands in the desktop entries and in the completions are given to the programs' own parsers; pages, symbols and icon
-sizes are compared with what the sources name.
+The commands in the desktop entries and in the completions are given to the programs' own parsers; pages, symbols, icon
+sizes and links are compared with what is there.
 """
 import pathlib
 import re
@@ -101,6 +101,10 @@ for folder in ("annotate", "app", "library", "settings"):
 for icon in (root / "assets" / "icon").glob("[0-9]*.png"):
     size = struct.unpack(">II", icon.read_bytes()[16:24])
     check(size == (int(icon.stem),) * 2, f"{icon.name} is {size[0]} x {size[1]}")
+
+for document in root.glob("*.md"):
+    for target in re.findall(r"\]\(([^)#:]+)\)", document.read_text()):
+        check((root / target).exists(), f"{document.name}: there is no {target}")
 
 print("\n".join(wrong) or f"{seen} checks")
 sys.exit(1 if wrong else 0)
