@@ -36,6 +36,7 @@ foreach(program quillmere qms qmocr qmcapture qmscroll)
 endforeach()
 string(REGEX REPLACE "/Quillmere$" "/quillmere" documents ${CMAKE_INSTALL_DOCDIR}) # it ends with the project's name
 install(FILES README.md README.ja.md LICENSE DESTINATION ${documents})
+install(DIRECTORY docs/pictures DESTINATION ${documents}/docs FILES_MATCHING PATTERN "*.png" PATTERN desktop EXCLUDE)
 
 if(NOT APPLE)
     foreach(size 16 24 32 48 64 128 256 512)
