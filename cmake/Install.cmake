@@ -4,7 +4,7 @@ set(QM_PROGRAM_FOLDER ${CMAKE_INSTALL_LIBEXECDIR}/quillmere)
 install(TARGETS quillmere qms qmocr RUNTIME DESTINATION ${QM_PROGRAM_FOLDER})
 if(NOT APPLE)
     # macOS has a capture tool of its own
-    install(TARGETS qmcapture qmcapture_module DESTINATION ${QM_PROGRAM_FOLDER})
+    install(TARGETS qmcapture qmcapture_module qmscroll DESTINATION ${QM_PROGRAM_FOLDER})
 endif()
 foreach(program quillmere qms)
     file(RELATIVE_PATH target

@@ -21,6 +21,7 @@ pkg_check_modules(webp REQUIRED IMPORTED_TARGET libwebp)
 pkg_check_modules(webpdemux REQUIRED IMPORTED_TARGET libwebpdemux)
 if(NOT APPLE)
     pkg_check_modules(xcb REQUIRED IMPORTED_TARGET xcb xcb-composite xcb-randr xcb-render xcb-shm)
+    pkg_check_modules(xcb_scroll REQUIRED IMPORTED_TARGET xcb-shape xcb-xtest)
     pkg_check_modules(xcb_test IMPORTED_TARGET xcb-xtest)
 endif()
 

@@ -118,4 +118,10 @@ bool CaptureClaim::take(XConnection &server)
     return free;
 }
 
+void CaptureClaim::release(XConnection &server)
+{
+    xcb_set_selection_owner(server.get(), XCB_WINDOW_NONE, server.atom(Atom::captureSelection), XCB_CURRENT_TIME);
+    xcb_flush(server.get());
+}
+
 } // namespace qm

@@ -42,7 +42,8 @@ class CaptureClaim
 {
 public:
     // False when another has it.
-    [[nodiscard]] static bool take(XConnection &server); // for as long as the connection lives
+    [[nodiscard]] static bool take(XConnection &server); // for as long as the connection lives, or until released
+    static void release(XConnection &server);
 };
 
 } // namespace qm

@@ -1,10 +1,10 @@
 #include "helpers/qmcapture/Choice.h"
 
+#include "helpers/grab/Fonts.h"
 #include "helpers/grab/Overlay.h"
 #include "imaging/PngWriter.h"
 
 #include <QFile>
-#include <QGuiApplication>
 
 #include <csignal>
 #include <cstdio>
@@ -18,19 +18,6 @@ int fail(const QString &reason)
 {
     std::fprintf(stderr, "qmcapture: %s\n", qPrintable(reason));
     return 1;
-}
-
-// Qt is only here for its fonts: a platform without a display starts several times as fast as the one for X.
-std::unique_ptr<QGuiApplication> startFonts()
-{
-    for (const char *variable : {"QT_QPA_PLATFORMTHEME", "QT_SCALE_FACTOR", "QT_SCREEN_SCALE_FACTORS", "QT_FONT_DPI"})
-        qunsetenv(variable);
-    qputenv("QT_QPA_PLATFORM", "offscreen");
-    qputenv("QT_ENABLE_HIGHDPI_SCALING", "0");
-    static int argumentCount = 1;
-    static char programName[] = "qmcapture";
-    static char *arguments[] = {programName, nullptr};
-    return std::make_unique<QGuiApplication>(argumentCount, arguments);
 }
 
 // The window's own pixels, with the parts that others cover. Null when it has none any more.

@@ -1,5 +1,6 @@
 // One key, tap or hold: the real application on a real desktop, from the key to the file, the clipboard and the index.
 
+#include "tests/helpers/qmscroll/ViewDriver.h"
 #include "tests/support/Desktop.h"
 #include "tests/support/PatternWindow.h"
 #include "tests/support/TrayIcon.h"
@@ -65,6 +66,7 @@ private Q_SLOTS:
     void aRegionFromTheKeyToTheIndex();
     void aWindow();
     void cancelled();
+    void aScrolledPageFromTheMenuToTheIndex();
 
 private:
     QString program(const char *name) const
@@ -80,7 +82,9 @@ private:
     void installTool(Tool tool);
     void startApplication();
     void endApplication();
+    void chooseFromTheMenu(int item);
     bool listens();
+    bool isFound(const QString &name);
     bool overlayIsUp() const { return m_desktop.selectionOwner("_QUILLMERE_CAPTURE") != 0; }
 
     Desktop &m_desktop;
@@ -302,31 +306,57 @@ void tst_TrayApplication::aLateTray()
     QVERIFY(Desktop::wait([&] { return !modeLog().isEmpty(); }));
 }
 
+void tst_TrayApplication::chooseFromTheMenu(int item)
+{
+    QVERIFY(Desktop::wait([&] { return trayIcon(m_desktop).has_value(); }));
+    const QImage before = m_desktop.stillPicture(); // and the panel has put the icon into its place
+    m_desktop.click(trayIcon(m_desktop)->center());
+    QVERIFY(Desktop::wait([&] { return m_desktop.picture() != before; }));
+    m_desktop.stillPicture();
+    for (int i = 0; i <= item; ++i) {
+        // A menu that is seen may not have the keyboard yet.
+        const QImage last = m_desktop.stillPicture();
+        QVERIFY(Desktop::wait([&] {
+            m_desktop.tap(Key::down);
+            return Desktop::wait([&] { return m_desktop.picture() != last; }, 1s);
+        }));
+    }
+    m_desktop.tap(Key::enter);
+}
+
 void tst_TrayApplication::theMenuCaptures()
 {
     QProcess &panel = m_desktop.start(QStringLiteral("tint2"), {});
     startApplication();
-    QVERIFY(Desktop::wait([&] { return trayIcon(m_desktop).has_value(); }));
     const char *const expected[] = {"-i", "-i -iw"};
     for (int item = 0; item < 2; ++item) {
-        const QImage before = m_desktop.stillPicture(); // and the panel has put the icon into its place
-        m_desktop.click(trayIcon(m_desktop)->center());
-        QVERIFY(Desktop::wait([&] { return m_desktop.picture() != before; }));
-        m_desktop.stillPicture();
-        for (int i = 0; i <= item; ++i) {
-            // A menu that is seen may not have the keyboard yet.
-            const QImage last = m_desktop.stillPicture();
-            QVERIFY(Desktop::wait([&] {
-                m_desktop.tap(Key::down);
-                return Desktop::wait([&] { return m_desktop.picture() != last; }, 1s);
-            }));
-        }
-        m_desktop.tap(Key::enter);
+        chooseFromTheMenu(item);
         const bool done = Desktop::wait([&] { return modeLog() == expected[item]; });
         QVERIFY2(done, modeLog().constData());
     }
     panel.kill();
     QVERIFY(Desktop::wait([&] { return panel.state() == QProcess::NotRunning; }));
+}
+
+// The watcher finds it, and the search what was read in it.
+bool tst_TrayApplication::isFound(const QString &name)
+{
+    const auto search = [&] {
+        QProcess &qms = m_desktop.start(program("qms"), {QStringLiteral("search"), QStringLiteral("words%it")});
+        return Desktop::wait([&] { return qms.state() == QProcess::NotRunning; }) &&
+               qms.readAllStandardOutput().count(name.toUtf8()) == 1;
+    };
+    QElapsedTimer pause;
+    bool found = false;
+    return Desktop::wait(
+        [&] {
+            if (!found && (!pause.isValid() || pause.hasExpired(1000))) {
+                found = search();
+                pause.start();
+            }
+            return found;
+        },
+        30s);
 }
 
 void tst_TrayApplication::aRegionFromTheKeyToTheIndex()
@@ -348,23 +378,7 @@ void tst_TrayApplication::aRegionFromTheKeyToTheIndex()
     QVERIFY(Desktop::wait([&] { return m_desktop.clipboardTypes().contains(QStringLiteral("image/png")); }));
     QCOMPARE(rgb(QImage::fromData(m_desktop.clipboard(QStringLiteral("image/png")))), expected);
 
-    // The watcher finds it, and the search what was read in it.
-    const auto found = [&] {
-        QProcess &qms = m_desktop.start(program("qms"), {QStringLiteral("search"), QStringLiteral("words%it")});
-        return Desktop::wait([&] { return qms.state() == QProcess::NotRunning; }) &&
-               qms.readAllStandardOutput().contains(name.toUtf8());
-    };
-    QElapsedTimer pause;
-    bool isFound = false;
-    QVERIFY(Desktop::wait(
-        [&] {
-            if (!isFound && (!pause.isValid() || pause.hasExpired(1000))) {
-                isFound = found();
-                pause.start();
-            }
-            return isFound;
-        },
-        30s));
+    QVERIFY(isFound(name));
 }
 
 void tst_TrayApplication::aWindow()
@@ -398,6 +412,27 @@ void tst_TrayApplication::cancelled()
     QVERIFY(Desktop::wait([&] { return !overlayIsUp(); }));
     QCOMPARE(captures(), QStringList());
     QCOMPARE(m_desktop.clipboardTypes(), before);
+}
+
+void tst_TrayApplication::aScrolledPageFromTheMenuToTheIndex()
+{
+    QProcess &panel = m_desktop.start(QStringLiteral("tint2"), {});
+    m_desktop.home().script(QStringLiteral("bin/qmscroll"), "exec " QM_PROGRAMS "/qmscroll \"$@\"\n");
+    startApplication();
+    ViewDriver driver(m_desktop);
+    const ViewDriver::View &view = driver.startView(QStringLiteral("browser"), {100, 60, 600, 400}, 60);
+    chooseFromTheMenu(2);
+    driver.drawRegion(view.area);
+    QVERIFY(Desktop::wait([&] { return captures().size() == 1 && !overlayIsUp(); }));
+    const QString name = captures().first();
+    QVERIFY2(name.startsWith(QStringLiteral("Quillmere 20")) && name.endsWith(QStringLiteral(" scroll.png")),
+             qPrintable(name));
+    const QImage taken(captureFolder() + u'/' + name);
+    QCOMPARE(driver.compare(view.area, taken), QString());
+    QVERIFY(taken.height() > view.lastRow());
+    QVERIFY(isFound(name));
+    panel.kill();
+    QVERIFY(Desktop::wait([&] { return panel.state() == QProcess::NotRunning; }));
 }
 
 int main(int argc, char **argv)

@@ -1,0 +1,13 @@
+#pragma once
+
+#include <QGuiApplication>
+
+#include <memory>
+
+namespace qm {
+
+// Qt is only here for its fonts and its painting: a platform without a display starts several times as fast as the one for
+// X. Scales are read by Monitors, before this, and every size is in pixels from then on.
+std::unique_ptr<QGuiApplication> startFonts();
+
+} // namespace qm

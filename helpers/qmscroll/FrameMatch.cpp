@@ -1,0 +1,200 @@
+#include "helpers/qmscroll/FrameMatch.h"
+
+#include "helpers/qmscroll/PixelRows.h"
+#include "helpers/qmscroll/ShiftSearch.h"
+
+#include <algorithm>
+
+namespace qm {
+
+namespace {
+
+using Fit = ShiftSearch::Fit;
+using Leave = ShiftSearch::Leave;
+
+// Equal; with noise; with text that is smoothed otherwise, at a scroll position between two pixels.
+struct Tolerance {
+    int levels;          // of grey, each channel
+    double largestError; // of a shift that is believed
+    double rivalError;   // a shift with more, times the best one's, is no rival
+};
+constexpr Tolerance tolerances[] = {{0, 0, 1}, {6, 1e9, 1.25}, {64, 0.35, 2}};
+
+constexpr int fewestChanges = 6; // rows that differ from the one below, for a shift or stillness to be believed
+constexpr int fewestRows = 24;
+constexpr int lowRegion = 200; // rows
+constexpr int rivalShare = 8;  // a shift that explains less than one in so many of the best one's rows is no rival
+
+struct Verdict {
+    enum class Kind { none, tooLittle, several, one } kind = Kind::none;
+    Fit fit;
+};
+
+// A shift that leaves nothing open refutes one that does, if it explains the very rows that the other takes for a caret
+// or the like: had those changed by themselves, they would fit nowhere. Beyond its own rows it proves nothing.
+bool refutes(const Fit &whole, const Fit &other, const QRect &part)
+{
+    if (!whole.whole || whole.unmatched > 0 || whole.error > 0)
+        return false;
+    const auto covered = [&](int from, int rows, int shift) { // rows of `now` or, with the shift turned, of `before`
+        return from >= part.top() + std::max(0, -shift) && from + rows <= part.bottom() + 1 - std::max(0, shift);
+    };
+    return std::any_of(other.open.begin(), other.open.end(), [&](const ShiftSearch::Group &group) {
+        return covered(group.from, group.rows, whole.shift) &&
+               covered(group.from + other.shift, group.rows, -whole.shift);
+    });
+}
+
+// Whether one of the shifts stands alone. Where frames are not equal to the pixel, several may lie within the tolerance:
+// the best then counts when it explains far more.
+Verdict judge(std::vector<Fit> fits, const Tolerance &tolerance, const QRect &part, int frameHeight)
+{
+    const bool dull = std::any_of(fits.begin(), fits.end(), [frameHeight](const Fit &fit) {
+        return fit.changes < 2 && fit.unmatched == 0 && fit.matched > frameHeight / 2;
+    });
+    std::erase_if(fits, [&](const Fit &fit) { return fit.changes < 2 || fit.error > tolerance.largestError; });
+    if (fits.empty())
+        return {dull ? Verdict::Kind::tooLittle : Verdict::Kind::none, {}};
+    const auto best = std::max_element(fits.begin(), fits.end(), [](const Fit &a, const Fit &b) {
+        return a.error != b.error ? a.error > b.error : a.changes < b.changes;
+    });
+    for (auto fit = fits.begin(); fit != fits.end(); ++fit) {
+        if (fit != best && fit->changes >= best->changes / rivalShare &&
+            fit->error <= tolerance.rivalError * best->error && !refutes(*best, *fit, part))
+            return {Verdict::Kind::several, *best};
+    }
+    // Low regions show so few lines that some of them come again soon.
+    const bool clear = best->whole && best->unmatched == 0;
+    const int thirds = frameHeight < lowRegion || !clear ? 2 : 1;
+    const int distinct = clear ? 3 : ShiftSearch::mostDistinct;
+    const bool enough = best->changes >= fewestChanges && best->distinct >= distinct &&
+                        3 * best->matched >= std::max(3 * fewestRows, thirds * part.height());
+    return {enough ? Verdict::Kind::one : Verdict::Kind::tooLittle, *best};
+}
+
+// The shift of the changed part: first one that explains everything is looked for, then one that leaves more open.
+Verdict search(const ShiftSearch &shifts, const Tolerance &tolerance, const QRect &part, int frameHeight)
+{
+    std::vector<Fit> all;
+    Verdict verdict;
+    for (const Leave leave : {Leave::nothing, Leave::sides, Leave::ends, Leave::sidesAndEnds}) {
+        for (const Fit &fit : shifts.fits(leave)) {
+            const auto known = [&fit](const Fit &other) { return other.shift == fit.shift; };
+            if (std::none_of(all.begin(), all.end(), known))
+                all.push_back(fit);
+        }
+        verdict = judge(all, tolerance, part, frameHeight);
+        // A shift that leaves rows open may only be the best so far.
+        const bool clear = verdict.kind == Verdict::Kind::one && verdict.fit.unmatched == 0;
+        if (clear || verdict.kind == Verdict::Kind::several)
+            break;
+    }
+    return verdict;
+}
+
+// Whether the frames are equal but for what may change without scrolling: a caret, a small animation, a scroll bar.
+bool hardlyChanged(const QImage &before, const QImage &now, const QRect &part, const QRect &moving, int tolerance)
+{
+    const int width = now.width(), side = std::min(48, width / 8);
+    if (part.width() <= side && (part.left() < side || part.right() + 1 > width - side))
+        return true;
+    const auto rowsDiffer = [&](int y) {
+        return PixelRows::differ(PixelRows::at(before, y), PixelRows::at(now, y), width, tolerance);
+    };
+    const int allowed = now.height() / 6;
+    std::vector<QRect> groups;
+    int rows = 0;
+    for (int y = part.top(); y <= part.bottom(); ++y) {
+        if (!rowsDiffer(y))
+            continue;
+        int last = y;
+        for (int row = y + 1; row <= std::min(part.bottom(), last + 8) && row - y <= allowed; ++row)
+            last = rowsDiffer(row) ? row : last;
+        groups.push_back(QRect(0, y, width, last + 1 - y));
+        rows += groups.back().height();
+        y = last;
+        if (groups.size() > 3 || rows > allowed)
+            return false;
+    }
+    const RowSignatures signatures(now, moving.left(), moving.right() + 1, 0);
+    int changes = 0;
+    for (const QRect &group : groups) {
+        changes += signatures.changes(std::max(0, group.top() - 1), group.bottom() + 1);
+        if (PixelRows::changedPart(before.copy(group), now.copy(group), tolerance).width() > width / 3)
+            return false;
+    }
+    return 5 * changes <= signatures.changes(moving.top(), moving.bottom());
+}
+
+FrameMatch moved(const Fit &fit, const QRect &part)
+{
+    FrameMatch match;
+    match.kind = FrameMatch::Kind::moved;
+    match.shift = fit.shift;
+    match.splice = fit.to + std::max(0, fit.shift);
+    match.part = part;
+    return match;
+}
+
+// Whether the small differences go up and down at random, as those of noise do, and not all one way, as those of a shade
+// that moved.
+bool isNoise(const QImage &before, const QImage &now)
+{
+    PixelRows::Differences differences;
+    for (int y = 0; y < now.height(); ++y)
+        differences.add(PixelRows::at(before, y), PixelRows::at(now, y), now.width());
+    return !differences.oneWay();
+}
+
+// Nothing changed. It did not move if no other shift would show the same.
+FrameMatch::Kind stillness(const QImage &before, const QImage &now, const QRect &moving, int tolerance)
+{
+    // Faint content that moved hardly changes a pixel.
+    if (tolerance > 0 && !(tolerance == tolerances[1].levels && isNoise(before, now)))
+        return FrameMatch::Kind::ambiguous;
+    const ShiftSearch shifts(before, now, moving, tolerance);
+    const int changes = shifts.changes();
+    if (changes < fewestChanges)
+        return FrameMatch::Kind::ambiguous;
+    for (const Leave leave : {Leave::nothing, Leave::sides}) {
+        for (const Fit &fit : shifts.fits(leave)) {
+            if (fit.changes >= std::max(2, changes / rivalShare))
+                return FrameMatch::Kind::ambiguous;
+        }
+    }
+    return FrameMatch::Kind::still;
+}
+
+} // namespace
+
+FrameMatch FrameMatch::find(const QImage &before, const QImage &now, const QRect &moving)
+{
+    bool several = false;
+    for (const Tolerance &tolerance : tolerances) {
+        const QRect part = PixelRows::changedPart(before, now, tolerance.levels);
+        if (part.isNull())
+            return {stillness(before, now, moving, tolerance.levels)};
+        const ShiftSearch shifts(before, now, part, tolerance.levels);
+        const Verdict verdict = search(shifts, tolerance, part, now.height());
+        const bool small = hardlyChanged(before, now, part, moving, tolerance.levels);
+        if (!small && verdict.kind == Verdict::Kind::one)
+            return moved(verdict.fit, part);
+        if (verdict.kind == Verdict::Kind::several)
+            return {Kind::ambiguous};
+        if (small) {
+            // Either a little something moved on a page that stands, or the page moved and shows nothing else.
+            if (verdict.kind == Verdict::Kind::none)
+                return {stillness(before, now, moving, tolerance.levels)};
+            const RowSignatures rows(now, 0, now.width(), 0);
+            const int outside = rows.changes(0, part.top()) + rows.changes(part.bottom() + 1, now.height());
+            const bool alone = verdict.kind == Verdict::Kind::one && verdict.fit.unmatched == 0;
+            return alone && outside < verdict.fit.changes ? moved(verdict.fit, part) : FrameMatch{Kind::ambiguous};
+        }
+        if (verdict.kind == Verdict::Kind::tooLittle && 3 * verdict.fit.matched >= part.height())
+            return {Kind::ambiguous};
+        several = several || verdict.kind == Verdict::Kind::tooLittle;
+    }
+    return {several ? Kind::ambiguous : Kind::lost};
+}
+
+} // namespace qm

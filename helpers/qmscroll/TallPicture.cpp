@@ -1,0 +1,132 @@
+#include "helpers/qmscroll/TallPicture.h"
+
+#include "imaging/AreaAverage.h"
+#include "imaging/PngKernels.h"
+#include "imaging/PngWriter.h"
+
+#include <QSaveFile>
+
+#include <algorithm>
+#include <cstring>
+#include <optional>
+#include <vector>
+
+namespace qm {
+
+static constexpr int thumbnailWidth = 160;
+static constexpr int beyondRow = 32; // what packing a row may write past its end
+
+static QImage stacked(const QImage &above, const QImage &below, int rowsBelow)
+{
+    QImage both(below.width(), above.height() + rowsBelow, QImage::Format_RGB32);
+    const size_t bytes = size_t(below.width()) * 4;
+    for (int y = 0; y < both.height(); ++y) {
+        const bool isAbove = y < above.height();
+        std::memcpy(both.scanLine(y), isAbove ? above.constScanLine(y) : below.constScanLine(y - above.height()),
+                    bytes);
+    }
+    return both;
+}
+
+// The averaging wants to know the height beforehand, so squares of the picture are shrunk one after the other: a square
+// becomes a square, and no pixel of the thumbnail lies across two of them.
+struct TallPicture::State {
+    State(const QString &path, int width, double dpi);
+
+    bool append(const QImage &rows);
+    void shrink(const QImage &rows);
+    QImage thumbnail() const;
+    Outcome finish();
+
+    QSaveFile file;                  // has no name until it is committed, where the system knows such files
+    std::optional<PngWriter> writer; // none after the first failure
+    int height = 0;
+
+    const int width, shrunkWidth;
+    std::vector<uchar> packed;
+    std::optional<AreaAverage> average; // of the square under way
+    int squareHeight = 0;               // its rows so far
+    QImage wholeSquares;                // shrunk
+};
+
+TallPicture::State::State(const QString &path, int w, double dpi)
+    : file(path)
+    , width(std::max(0, w))
+    , shrunkWidth(std::min(width, thumbnailWidth))
+    , packed(size_t(3 * width + beyondRow))
+{
+    PngWriter::Header header;
+    header.width = width;
+    header.dpi = dpi;
+    if (file.open(QIODevice::WriteOnly))
+        writer.emplace(file, header);
+}
+
+void TallPicture::State::shrink(const QImage &rows)
+{
+    for (int y = 0; y < rows.height(); ++y) {
+        if (!average)
+            average.emplace(QSize(width, width), QSize(shrunkWidth, shrunkWidth), 3);
+        PngKernels::best().pack(packed.data(), reinterpret_cast<const quint32 *>(rows.constScanLine(y)), width, 3);
+        average->add(packed.data());
+        if (++squareHeight < width)
+            continue;
+        wholeSquares = stacked(wholeSquares, average->result(), shrunkWidth);
+        average.reset();
+        squareHeight = 0;
+    }
+}
+
+bool TallPicture::State::append(const QImage &rows)
+{
+    if (!writer || rows.format() != QImage::Format_RGB32 || !writer->append(rows)) {
+        writer.reset();
+        return false;
+    }
+    height += rows.height();
+    shrink(rows);
+    return true;
+}
+
+QImage TallPicture::State::thumbnail() const
+{
+    const int rows = width > 0 ? int(qint64(squareHeight) * shrunkWidth / width) : 0;
+    return rows > 0 ? stacked(wholeSquares, average->result(), rows) : wholeSquares;
+}
+
+Outcome TallPicture::State::finish()
+{
+    const bool whole = writer && writer->finish();
+    writer.reset();
+    // commit() alone does not notice when the last buffered bytes find the disk full; flush() does.
+    return whole && file.flush() && file.commit() ? Outcome::success() : Outcome::failure(file.errorString());
+}
+
+TallPicture::TallPicture(const QString &path, int width, double dpi)
+    : m_state(std::make_unique<State>(path, width, dpi))
+{
+}
+
+TallPicture::~TallPicture() = default;
+
+bool TallPicture::append(const QImage &rows)
+{
+    return m_state->append(rows);
+}
+
+int TallPicture::height() const
+{
+    return m_state->height;
+}
+
+QImage TallPicture::thumbnail() const
+{
+    return m_state->thumbnail();
+}
+
+Outcome TallPicture::finish()
+{
+    return m_state->finish();
+}
+
+} // namespace qm

@@ -1,0 +1,46 @@
+#pragma once
+
+#include "helpers/grab/ScreenPixels.h"
+
+#include <QRegion>
+
+#include <optional>
+
+namespace qm {
+
+// A window that lies on the screen and is no program's: the frame around the region, the panel beside it. Window managers,
+// compositors' shadows and the keyboard's focus pass it by.
+class SideWindow
+{
+public:
+    struct Look {
+        QRect area;        // pixels of the desktop, the border not counted
+        QRegion shape;     // what of it is there at all, from the area's corner
+        bool takesPointer; // else clicks and the wheel go to what lies below
+        quint32 color = 0; // 0xrrggbb; seen until a picture is shown
+        int border = 0;    // pixels
+        quint32 borderColor = 0;
+    };
+
+    SideWindow(XConnection &server, const Look &look);
+    ~SideWindow();
+    Q_DISABLE_COPY_MOVE(SideWindow)
+
+    xcb_window_t id() const { return m_id; }
+    bool isShown() const { return m_shown; }
+
+    void show();
+    void show(const QImage &picture); // RGB32, of the area's size
+    void hide();
+    void repaint();
+    void raise();
+
+private:
+    XConnection &m_server;
+    const xcb_window_t m_id;
+    std::optional<ScreenPaint> m_paint;
+    QImage m_picture;
+    bool m_shown = false;
+};
+
+} // namespace qm

@@ -1,0 +1,117 @@
+// qmscroll --region PATH [--manual] [--max-height PIXELS]
+// The user draws a region; what is in it is scrolled to its end, and one tall picture of all of it is written to PATH. With
+// --manual the user scrolls. The picture ends at 30,000 pixels unless told otherwise.
+// Exit status 0: written, or cancelled (then there is no file); a line on stderr when the picture ends early because what
+// follows could not be joined. 1: failed, with one line on stderr and no file.
+
+#include "helpers/qmscroll/CaptureRun.h"
+#include "platform/ParentDeath.h"
+
+#include <QFile>
+#include <QFileInfo>
+
+#include <csignal>
+#include <cstdio>
+
+using namespace qm;
+
+namespace {
+
+constexpr int defaultHeight = 30'000;
+constexpr int greatestHeight = 1'000'000;
+
+volatile std::sig_atomic_t endingSignal = 0;
+
+struct Arguments {
+    QString path;
+    ScrollSession::Mode mode = ScrollSession::Mode::automatic;
+    int heightLimit = defaultHeight;
+};
+
+std::optional<Arguments> parse(int count, char **values)
+{
+    Arguments arguments;
+    for (int i = 1; i < count; ++i) {
+        const QByteArray option = values[i];
+        const bool hasValue = i + 1 < count;
+        if (option == "--manual") {
+            arguments.mode = ScrollSession::Mode::manual;
+        } else if (option == "--region" && hasValue) {
+            arguments.path = QFile::decodeName(values[++i]);
+        } else if (option == "--max-height" && hasValue) {
+            bool isNumber = false;
+            arguments.heightLimit = QByteArray(values[++i]).toInt(&isNumber);
+            if (!isNumber || arguments.heightLimit < 1 || arguments.heightLimit > greatestHeight)
+                return {};
+        } else {
+            return {};
+        }
+    }
+    return arguments.path.isEmpty() ? std::nullopt : std::optional(arguments);
+}
+
+int fail(const QString &reason)
+{
+    std::fprintf(stderr, "qmscroll: %s\n", qPrintable(reason));
+    return 1;
+}
+
+// The capture ends by itself then, so that no file stays behind where only a named one can be written.
+void catchSignals()
+{
+    struct sigaction action = {};
+    action.sa_handler = [](int signal) { endingSignal = signal; };
+    for (const int signal : {SIGTERM, SIGINT, SIGHUP})
+        sigaction(signal, &action, nullptr);
+    std::signal(SIGXFSZ, SIG_IGN); // a limit on the size of files is then an error like a full disk
+}
+
+} // namespace
+
+int main(int argc, char **argv)
+{
+    endWithParent(); // a capture that nobody waits for must not stay
+    qInstallMessageHandler([](QtMsgType, const QMessageLogContext &, const QString &) {});
+
+    std::optional<Arguments> arguments = parse(argc, argv);
+    if (!arguments)
+        return fail(QStringLiteral("usage: qmscroll --region PATH [--manual] [--max-height PIXELS]"));
+    const QFileInfo folder(QFileInfo(arguments->path).path());
+    if (!folder.isDir() || !folder.isWritable())
+        return fail(QStringLiteral("cannot write to the folder %1").arg(folder.filePath()));
+
+    ScrollDesktop desktop;
+    switch (desktop.open()) {
+    case ScrollDesktop::Opened::no: return fail(QStringLiteral("no display to capture from"));
+    case ScrollDesktop::Opened::busy: return 0;
+    case ScrollDesktop::Opened::yes: break;
+    }
+    QString failure;
+    const std::optional<ScrollDesktop::Region> region = desktop.chooseRegion(&failure);
+    if (!failure.isEmpty())
+        return fail(failure);
+    if (!region)
+        return 0;
+    if (!desktop.canTurnWheel())
+        arguments->mode = ScrollSession::Mode::manual;
+
+    catchSignals();
+    CaptureRun run(
+        desktop, *region,
+        {.path = arguments->path, .mode = arguments->mode, .heightLimit = arguments->heightLimit, .isAskedToEnd = [] {
+             return endingSignal != 0;
+         }});
+    const CaptureRun::Result result = run.run();
+    if (!result.failure.isEmpty())
+        return fail(result.failure);
+    if (result.end == ScrollSession::End::cancelled && endingSignal) {
+        std::signal(endingSignal, SIG_DFL); // so that whoever waits sees how it ended
+        std::raise(endingSignal);
+    }
+    if (result.end == ScrollSession::End::lost || result.end == ScrollSession::End::ambiguous) {
+        std::fprintf(stderr, "qmscroll: the picture ends at %d pixels: what follows %s\n", result.height,
+                     result.end == ScrollSession::End::lost ? "does not match"
+                                                            : "could be joined in more than one way");
+    }
+    return 0;
+}
