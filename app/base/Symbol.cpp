@@ -124,16 +124,33 @@ QIcon Symbol::outlinedIcon(const QString &name)
         return {};
     QByteArray rim = tinted(svg, QColor(0x20, 0x20, 0x20));
     rim.replace("stroke-width=\"1.75\"", "stroke-width=\"4\"");
-    return QIcon(new SymbolEngine({rim, tinted(svg, Qt::white)}));
+    return QIcon(new DrawnSymbol({rim, tinted(svg, Qt::white)}));
 }
 
 QIcon Symbol::trayIcon(const QString &name)
 {
-    if (!NativeLook::trayTintsIcons())
-        return outlinedIcon(name);
-    QIcon mask = icon(name, Qt::black);
-    mask.setIsMask(true);
-    return mask;
+    if (NativeLook::trayTintsIcons()) {
+        QIcon mask = icon(name, Qt::black);
+        mask.setIsMask(true);
+        return mask;
+    }
+    QByteArray svg = svgOf(name);
+    if (svg.isEmpty())
+        return {};
+    static const QByteArray badge = R"(<svg xmlns="http://www.w3.org/2000/svg" viewBox="0 0 24 24">
+        <rect width="24" height="24" rx="5.5" fill="#1a7f9c"/></svg>)";
+    svg.replace("<g ", "<g transform=\"translate(2.4 2.4) scale(.8)\" ");
+    svg.replace("stroke-width=\"1.75\"", "stroke-width=\"2\"");
+    return QIcon(new DrawnSymbol({badge, tinted(svg, Qt::white)}));
+}
+
+QIcon Symbol::applicationIcon()
+{
+    initSymbols();
+    QIcon icon;
+    for (const int size : {16, 24, 32, 48, 64, 128, 256})
+        icon.addFile(QStringLiteral(":/icon/%1.png").arg(size), {size, size});
+    return icon;
 }
 
 } // namespace qm
