@@ -13,7 +13,7 @@ void askForAccessibility(); // the system asks the user for what the key monitor
 
 // Calls opened whenever the user starts the application once more, where the system tells the running one of that instead
 // of starting another.
-void whenOpenedAgain(std::function<void()> opened);
+void whenOpenedAgain(const std::function<void()> &opened);
 
 } // namespace SystemStartup
 } // namespace qm

@@ -6,6 +6,7 @@ void SystemStartup::becomeAccessory() {}
 
 void SystemStartup::askForAccessibility() {}
 
-void SystemStartup::whenOpenedAgain(std::function<void()>) {} // another process is started, and hands its command over
+// Another process is started, and hands its command over.
+void SystemStartup::whenOpenedAgain(const std::function<void()> &) {}
 
 } // namespace qm

@@ -5,8 +5,6 @@
 
 #include <QCoreApplication>
 
-#include <utility>
-
 namespace qm {
 
 void SystemStartup::becomeAccessory()
@@ -32,10 +30,10 @@ static OSErr openedAgain(const AppleEvent *, AppleEvent *, SRefCon opened)
 
 // Apple Events' "reopen application", in place of AppKit's own handler, which would only bring windows to the front and is
 // installed when the event loop begins.
-void SystemStartup::whenOpenedAgain(std::function<void()> opened)
+void SystemStartup::whenOpenedAgain(const std::function<void()> &opened)
 {
     static std::function<void()> handler;
-    handler = std::move(opened);
+    handler = opened;
     const auto install = [] {
         AEInstallEventHandler(kCoreEventClass, kAEReopenApplication, NewAEEventHandlerUPP(&openedAgain), &handler,
                               false);

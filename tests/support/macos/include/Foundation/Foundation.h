@@ -26,7 +26,8 @@ inline NSRect NSMakeRect(CGFloat x, CGFloat y, CGFloat width, CGFloat height)
     return {{x, y}, {width, height}};
 }
 
-__attribute__((objc_root_class)) @interface NSObject
+__attribute__((objc_root_class))
+@interface NSObject
 + (instancetype)alloc;
 - (instancetype)init;
 @end
