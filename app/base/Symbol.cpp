@@ -124,7 +124,7 @@ QIcon Symbol::outlinedIcon(const QString &name)
         return {};
     QByteArray rim = tinted(svg, QColor(0x20, 0x20, 0x20));
     rim.replace("stroke-width=\"1.75\"", "stroke-width=\"4\"");
-    return QIcon(new DrawnSymbol({rim, tinted(svg, Qt::white)}));
+    return QIcon(new SymbolEngine({rim, tinted(svg, Qt::white)}));
 }
 
 QIcon Symbol::trayIcon(const QString &name)
@@ -141,7 +141,7 @@ QIcon Symbol::trayIcon(const QString &name)
         <rect width="24" height="24" rx="5.5" fill="#1a7f9c"/></svg>)";
     svg.replace("<g ", "<g transform=\"translate(2.4 2.4) scale(.8)\" ");
     svg.replace("stroke-width=\"1.75\"", "stroke-width=\"2\"");
-    return QIcon(new DrawnSymbol({badge, tinted(svg, Qt::white)}));
+    return QIcon(new SymbolEngine({badge, tinted(svg, Qt::white)}));
 }
 
 QIcon Symbol::applicationIcon()
