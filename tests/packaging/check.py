@@ -95,7 +95,7 @@ for folder in ("annotate", "app", "library", "settings"):
             if "Symbol::" in line:
                 literals += re.findall(r'QStringLiteral\("([^"%:]+)"\)', line)
             for literal in literals:
-                if not literal.endswith((".json", ".sqlite", ".sock", ".desktop")) and "." in literal or "Symbol::" in line:
+                if not literal.endswith((".json", ".sqlite", ".sock", ".desktop", ".org")) and "." in literal or "Symbol::" in line:
                     check(literal in drawn, f"{source.relative_to(root)}:{number}: no symbol {literal}")
 
 for icon in (root / "assets" / "icon").glob("[0-9]*.png"):
