@@ -35,7 +35,7 @@ static Qt::CursorShape resizeShape(const Annotation &item, QPointF fixedCorner)
 static QCursor rotateCursor()
 {
     constexpr int size = 24;
-    static const QPixmap picture = Symbol::trayIcon(QStringLiteral("arrow.clockwise")).pixmap(size, size);
+    static const QPixmap picture = Symbol::outlinedIcon(QStringLiteral("arrow.clockwise")).pixmap(size, size);
     return QCursor(picture, size / 2, size / 2);
 }
 

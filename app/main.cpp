@@ -1,6 +1,7 @@
 #include "app/AppDelegate.h"
 #include "app/SingleInstance.h"
 #include "app/base/AppLocale.h"
+#include "app/base/Symbol.h"
 
 #include <QApplication>
 #include <QLibraryInfo>
@@ -65,6 +66,7 @@ int main(int argc, char **argv)
     QApplication::setApplicationName(QStringLiteral("Quillmere"));
     QApplication::setApplicationVersion(QStringLiteral(QM_VERSION));
     QApplication::setDesktopFileName(QStringLiteral("org.quillmere.Quillmere"));
+    QApplication::setWindowIcon(Symbol::applicationIcon());
     QApplication::setQuitOnLastWindowClosed(false);
 
     QTranslator translator; // Qt's own texts: file choosers, context menus

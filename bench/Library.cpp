@@ -38,7 +38,8 @@ static void writePicture(const QString &path, QRandomGenerator &random)
     QPainter painter(&image);
     painter.setFont(QFont(QStringLiteral("DejaVu Sans"), 11));
     painter.drawText(image.rect().adjusted(40, 40, -40, -40), Qt::TextWordWrap,
-                     bench::screenText(random, 1000) + bench::screenText(random, 1000) + bench::screenText(random, 1000));
+                     bench::screenText(random, 1000) + bench::screenText(random, 1000) +
+                         bench::screenText(random, 1000));
     painter.end();
     if (!image.save(path))
         qFatal("cannot write %s", qPrintable(path));

@@ -1,11 +1,7 @@
-# Where the programs go, and the .deb. Helpers stand next to the application, which is where it looks for them; only what
-# people call by name is put on the path, as links.
+# Where everything goes when it is installed. Helpers stand next to the application, which is where it looks for them; only
+# what people call by name is put on the path, as links.
 set(QM_PROGRAM_FOLDER ${CMAKE_INSTALL_LIBEXECDIR}/quillmere)
-install(TARGETS quillmere qms qmocr RUNTIME DESTINATION ${QM_PROGRAM_FOLDER})
-if(NOT APPLE)
-    # macOS has a capture tool of its own
-    install(TARGETS qmcapture qmcapture_module qmscroll DESTINATION ${QM_PROGRAM_FOLDER})
-endif()
+install(TARGETS quillmere qms qmocr qmcapture qmcapture_module qmscroll DESTINATION ${QM_PROGRAM_FOLDER})
 foreach(program quillmere qms)
     file(RELATIVE_PATH target
         ${CMAKE_INSTALL_PREFIX}/${CMAKE_INSTALL_BINDIR} ${CMAKE_INSTALL_PREFIX}/${QM_PROGRAM_FOLDER}/${program})
@@ -15,19 +11,52 @@ foreach(program quillmere qms)
         file(MAKE_DIRECTORY \"\${folder}\")
         file(CREATE_LINK ${target} \"\${link}\" SYMBOLIC)")
 endforeach()
-install(FILES docs/man/qms.1 DESTINATION ${CMAKE_INSTALL_MANDIR}/man1)
-install(FILES README.md LICENSE DESTINATION ${CMAKE_INSTALL_DOCDIR})
 
-set(CPACK_GENERATOR DEB)
-set(CPACK_PACKAGE_NAME quillmere)
-set(CPACK_PACKAGE_CONTACT "The Quillmere authors <quillmere@localhost>")
-set(CPACK_PACKAGE_DESCRIPTION_SUMMARY "Screenshots that are found again by the words in them")
-set(CPACK_PACKAGING_INSTALL_PREFIX /usr)
-set(CPACK_STRIP_FILES ON)
-set(CPACK_DEBIAN_FILE_NAME DEB-DEFAULT)
-set(CPACK_DEBIAN_PACKAGE_SECTION graphics)
-set(CPACK_DEBIAN_PACKAGE_SHLIBDEPS ON)
-# What no library dependency tells: the data of the text recognition and the plugins for the rarer formats.
-set(CPACK_DEBIAN_PACKAGE_DEPENDS
-    "tesseract-ocr-eng, tesseract-ocr-jpn, tesseract-ocr-script-jpan, qt6-image-formats-plugins, libqt6svg6")
-include(CPack)
+# qm_compressed(result file name): the file as the build folder's NAME.gz, without a time in it.
+find_program(QM_GZIP gzip REQUIRED)
+function(qm_compressed result file name)
+    set(compressed ${CMAKE_BINARY_DIR}/compressed/${name}.gz)
+    add_custom_command(OUTPUT ${compressed}
+        COMMAND ${CMAKE_COMMAND} -E make_directory ${CMAKE_BINARY_DIR}/compressed
+        COMMAND ${QM_GZIP} -9nc ${CMAKE_SOURCE_DIR}/${file} > ${compressed}
+        DEPENDS ${CMAKE_SOURCE_DIR}/${file} VERBATIM)
+    set_property(GLOBAL APPEND PROPERTY QM_COMPRESSED ${compressed})
+    set(${result} ${compressed} PARENT_SCOPE)
+endfunction()
+
+foreach(program quillmere qms qmocr qmcapture qmscroll)
+    if(TARGET ${program})
+        qm_compressed(page docs/man/${program}.1 ${program}.1)
+        install(FILES ${page} DESTINATION ${CMAKE_INSTALL_MANDIR}/man1)
+    endif()
+endforeach()
+string(REGEX REPLACE "/Quillmere$" "/quillmere" documents ${CMAKE_INSTALL_DOCDIR}) # it ends with the project's name
+install(FILES README.md README.ja.md LICENSE DESTINATION ${documents})
+install(DIRECTORY docs/pictures DESTINATION ${documents}/docs FILES_MATCHING PATTERN "*.png" PATTERN desktop EXCLUDE)
+
+if(NOT APPLE)
+    foreach(size 16 24 32 48 64 128 256 512)
+        install(FILES assets/icon/${size}.png
+            DESTINATION ${CMAKE_INSTALL_DATADIR}/icons/hicolor/${size}x${size}/apps RENAME org.quillmere.Quillmere.png)
+    endforeach()
+    install(FILES assets/icon/quillmere.svg
+        DESTINATION ${CMAKE_INSTALL_DATADIR}/icons/hicolor/scalable/apps RENAME org.quillmere.Quillmere.svg)
+    install(FILES packaging/org.quillmere.Quillmere.desktop packaging/org.quillmere.Quillmere.annotate.desktop
+        DESTINATION ${CMAKE_INSTALL_DATADIR}/applications)
+    install(FILES packaging/org.quillmere.Quillmere.metainfo.xml DESTINATION ${CMAKE_INSTALL_DATADIR}/metainfo)
+endif()
+
+# Debian's zsh looks for a package's completions in "vendor-completions" instead.
+set(QM_ZSH_COMPLETIONS ${CMAKE_INSTALL_DATADIR}/zsh/site-functions CACHE STRING "Folder for the completions of zsh")
+set(completions ${CMAKE_SOURCE_DIR}/packaging/completions)
+install(FILES ${completions}/bash/qms ${completions}/bash/quillmere
+    DESTINATION ${CMAKE_INSTALL_DATADIR}/bash-completion/completions)
+install(FILES ${completions}/zsh/_qms ${completions}/zsh/_quillmere DESTINATION ${QM_ZSH_COMPLETIONS})
+install(FILES ${completions}/fish/qms.fish ${completions}/fish/quillmere.fish
+    DESTINATION ${CMAKE_INSTALL_DATADIR}/fish/vendor_completions.d)
+
+if(NOT APPLE)
+    include(DebianPackage)
+endif()
+get_property(compressed GLOBAL PROPERTY QM_COMPRESSED)
+add_custom_target(compressed ALL DEPENDS ${compressed})

@@ -4,6 +4,7 @@
 #include <atomic>
 #include <cstdlib>
 #include <cstring>
+#include <limits>
 
 namespace qm {
 
@@ -71,10 +72,10 @@ void filter(int filter, uchar *out, const uchar *row, const uchar *above, int by
         out[i] = residual(filter, row, above, i, channels);
 }
 
-PngKernels::FilterCost costOf(int filter, const uchar *const *rows, int count, int bytes, int channels)
+PngKernels::Repetition repetition(int filter, const uchar *const *rows, int count, int bytes, int channels)
 {
     constexpr int block = PngKernels::sampledBlock;
-    PngKernels::FilterCost cost;
+    PngKernels::Repetition found;
     for (int start = 0; start < bytes; start += PngKernels::sampledStep) {
         const int size = std::min(block, bytes - start);
         uchar residuals[2][4 + block] = {};
@@ -87,23 +88,26 @@ PngKernels::FilterCost costOf(int filter, const uchar *const *rows, int count, i
                 here[i] = residual(filter, rows[k] + start, rows[k - 1] + start, i, channels);
                 const bool repeats = here[i] == here[i - 1] || here[i] == here[i - channels] ||
                                      ((k > 1 || filter == noFilter) && here[i] == before[i]);
-                cost.literals += !repeats;
-                cost.changes += repeats != repeated;
-                cost.amount += quint64(std::abs(int(qint8(here[i]))));
+                found.literals += !repeats;
+                found.changes += repeats != repeated;
                 repeated = repeats;
             }
-            cost.sampled += quint64(size);
+            found.sampled += quint64(size);
         }
     }
-    return cost;
+    return found;
 }
 
-int chooseFilter(const uchar *const *rows, int count, int bytes, int channels)
+quint64 amount(int filter, const uchar *const *rows, int count, int bytes, int channels)
 {
-    PngKernels::FilterCost costs[5];
-    for (int filter = noFilter; filter <= paethFilter; ++filter)
-        costs[filter] = costOf(filter, rows, count, bytes, channels);
-    return PngKernels::cheapest(costs);
+    quint64 sum = 0;
+    for (int start = 0; start < bytes; start += PngKernels::sampledStep) {
+        for (int k = 1; k <= count; ++k) {
+            for (int i = start; i < std::min(bytes, start + PngKernels::sampledBlock); ++i)
+                sum += quint64(std::abs(int(qint8(residual(filter, rows[k], rows[k - 1], i, channels)))));
+        }
+    }
+    return sum;
 }
 
 void unpack(quint32 *words, const uchar *packed, int pixels, int channels)
@@ -147,26 +151,34 @@ bool opaquePacked(const uchar *packed, int pixels)
     return all == 0xff;
 }
 
-constexpr PngKernels portableKernels{&unfilter, &chooseFilter, &filter,     &unpack,
-                                     &pack,     &opaqueWords,  &accumulate, &opaquePacked};
+constexpr PngKernels portableKernels{&unfilter, &repetition,  &amount,     &filter,      &unpack,
+                                     &pack,     &opaqueWords, &accumulate, &opaquePacked};
 
 std::atomic<const PngKernels *> chosen{nullptr};
 
 } // namespace
 
-int PngKernels::cheapest(const FilterCost (&costs)[5])
+int PngKernels::chooseFilter(const uchar *const *rows, int count, int bytes, int channels) const
 {
-    const auto repeating = [&](int filter) { return costs[filter].literals + costs[filter].changes; };
+    const auto cost = [](const Repetition &found) { return found.literals + found.changes; };
     int best = upFilter;
-    for (const int filter : {noFilter, subFilter, paethFilter}) { // Average never makes repetitions
-        if (repeating(filter) < repeating(best))
-            best = filter;
+    Repetition least = repetition(upFilter, rows, count, bytes, channels);
+    for (const int candidate : {noFilter, subFilter, paethFilter}) { // Average never makes repetitions
+        const Repetition found = repetition(candidate, rows, count, bytes, channels);
+        if (cost(found) < cost(least)) {
+            best = candidate;
+            least = found;
+        }
     }
-    if (costs[best].literals * 3 < costs[best].sampled * 2)
+    if (least.literals * 3 < least.sampled * 2)
         return best;
-    for (const int filter : {subFilter, upFilter, averageFilter, paethFilter}) {
-        if (costs[filter].amount < costs[best].amount || best == noFilter)
-            best = filter;
+    quint64 smallest = std::numeric_limits<quint64>::max();
+    for (const int candidate : {subFilter, upFilter, averageFilter, paethFilter}) {
+        const quint64 sum = amount(candidate, rows, count, bytes, channels);
+        if (sum < smallest) {
+            best = candidate;
+            smallest = sum;
+        }
     }
     return best;
 }

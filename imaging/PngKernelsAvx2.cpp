@@ -35,13 +35,17 @@ QM_AVX2 inline void storePixel(uchar *at, __m128i value)
     }
 }
 
-constexpr int pixelsInBlock = 4;
-
+// Four pixels of four bytes each.
 template<int Channels>
-QM_AVX2 inline bool blockIsZero(const uchar *row)
+QM_AVX2 inline void storePixels(uchar *at, __m128i pixels)
 {
-    const __m128i bits = _mm_loadu_si128(reinterpret_cast<const __m128i *>(row));
-    return _mm_testz_si128(bits, Channels == 4 ? _mm_set1_epi8(-1) : _mm_setr_epi32(-1, -1, -1, 0));
+    if constexpr (Channels == 4) {
+        _mm_storeu_si128(reinterpret_cast<__m128i *>(at), pixels);
+    } else {
+        pixels = _mm_shuffle_epi8(pixels, _mm_setr_epi8(0, 1, 2, 4, 5, 6, 8, 9, 10, 12, 13, 14, -1, -1, -1, -1));
+        _mm_storel_epi64(reinterpret_cast<__m128i *>(at), pixels);
+        storePixel<4>(at + 8, _mm_srli_si128(pixels, 8));
+    }
 }
 
 QM_AVX2 void unfilterUp(uchar *row, const uchar *above, int bytes)
@@ -62,8 +66,6 @@ QM_AVX2 void unfilterSub(uchar *row, int bytes)
 {
     const __m128i spread = Channels == 4 ? _mm_setr_epi8(0, 1, 2, 3, 4, 5, 6, 7, 8, 9, 10, 11, 12, 13, 14, 15)
                                          : _mm_setr_epi8(0, 1, 2, -1, 3, 4, 5, -1, 6, 7, 8, -1, 9, 10, 11, -1);
-    const __m128i gather =
-        Channels == 4 ? spread : _mm_setr_epi8(0, 1, 2, 4, 5, 6, 8, 9, 10, 12, 13, 14, -1, -1, -1, -1);
     __m128i left = _mm_setzero_si128(); // the last pixel, in all four lanes
     int i = 0;
     for (; i + 16 <= bytes; i += 4 * Channels) {
@@ -73,13 +75,7 @@ QM_AVX2 void unfilterSub(uchar *row, int bytes)
         pixels = _mm_add_epi8(pixels, _mm_slli_si128(pixels, 8));
         pixels = _mm_add_epi8(pixels, left);
         left = _mm_shuffle_epi32(pixels, 0xff);
-        pixels = _mm_shuffle_epi8(pixels, gather);
-        if constexpr (Channels == 4) {
-            _mm_storeu_si128(reinterpret_cast<__m128i *>(row + i), pixels);
-        } else {
-            _mm_storel_epi64(reinterpret_cast<__m128i *>(row + i), pixels);
-            storePixel<4>(row + i + 8, _mm_srli_si128(pixels, 8));
-        }
+        storePixels<Channels>(row + i, pixels);
     }
     for (; i < bytes; i += Channels) {
         left = _mm_add_epi8(left, loadPixel(row + i));
@@ -102,27 +98,94 @@ QM_AVX2 void unfilterAverage(uchar *row, const uchar *above, int bytes)
     }
 }
 
-struct PaethState {
-    __m128i left, corner; // 16-bit lanes
+QM_AVX2 inline __m256i load32(const uchar *at)
+{
+    return _mm256_loadu_si256(reinterpret_cast<const __m256i *>(at));
+}
+
+QM_AVX2 inline __m256i firstLanes(int count)
+{
+    const __m256i lane = _mm256_setr_epi8(0, 1, 2, 3, 4, 5, 6, 7, 8, 9, 10, 11, 12, 13, 14, 15, 16, 17, 18, 19, 20, 21,
+                                          22, 23, 24, 25, 26, 27, 28, 29, 30, 31);
+    return _mm256_cmpgt_epi8(_mm256_set1_epi8(char(count)), lane);
+}
+
+// Bytes of packed pixels as 16-bit lanes, four lanes a pixel, two pixels.
+template<int Channels>
+QM_AVX2 inline __m128i loadPixelPair(const uchar *at)
+{
+    const __m128i order = Channels == 4 ? _mm_setr_epi8(0, -1, 1, -1, 2, -1, 3, -1, 4, -1, 5, -1, 6, -1, 7, -1)
+                                        : _mm_setr_epi8(0, -1, 1, -1, 2, -1, -1, -1, 3, -1, 4, -1, 5, -1, -1, -1);
+    return _mm_shuffle_epi8(_mm_loadl_epi64(reinterpret_cast<const __m128i *>(at)), order);
+}
+
+// Two pixels of Paeth. Each pixel waits for the one to its left, so what depends on the row above alone is worked out
+// before, and of the predictor's three comparisons only what is left of them waits. With d = above - corner, d > 0:
+//   left is nearest when it is >= above or <= corner - 2 d; between those two,
+//   corner is nearest below corner - d / 2, above from there on; all of it mirrored when d < 0.
+struct PaethPair {
+    __m128i residual, low, high; // left is not nearest strictly between low and high
+    __m128i middle, below, rest; // there, the result when left < middle, and otherwise
 };
 
 template<int Channels>
-QM_AVX2 inline void unfilterPaethPixel(PaethState &state, uchar *row, const uchar *above)
+QM_AVX2 inline PaethPair preparePaeth(const uchar *row, const uchar *above)
 {
-    const __m128i zero = _mm_setzero_si128();
-    const __m128i up = _mm_unpacklo_epi8(loadPixel(above), zero);
-    __m128i toLeft = _mm_sub_epi16(up, state.corner);
-    __m128i toAbove = _mm_sub_epi16(state.left, state.corner);
-    const __m128i toCorner = _mm_abs_epi16(_mm_add_epi16(toLeft, toAbove));
-    toLeft = _mm_abs_epi16(toLeft);
-    toAbove = _mm_abs_epi16(toAbove);
-    const __m128i least = _mm_min_epi16(toCorner, _mm_min_epi16(toLeft, toAbove));
-    const __m128i aboveOrCorner = _mm_blendv_epi8(state.corner, up, _mm_cmpeq_epi16(least, toAbove));
-    const __m128i nearest = _mm_blendv_epi8(aboveOrCorner, state.left, _mm_cmpeq_epi16(least, toLeft));
-    const __m128i sum = _mm_add_epi8(_mm_cvtepu8_epi16(loadPixel(row)), nearest); // the high bytes stay zero
-    storePixel<Channels>(row, _mm_packus_epi16(sum, sum));
-    state.left = sum;
-    state.corner = up;
+    const __m128i residual = loadPixelPair<Channels>(row);
+    const __m128i up = loadPixelPair<Channels>(above);
+    const __m128i corner = loadPixelPair<Channels>(above - Channels);
+    const __m128i d = _mm_sub_epi16(up, corner);
+    const __m128i falls = _mm_srai_epi16(d, 15); // -1 where d < 0
+    const __m128i far = _mm_sub_epi16(corner, _mm_add_epi16(d, d));
+    const __m128i doubled = _mm_sub_epi16(_mm_add_epi16(corner, corner), d); // of the middle
+    const __m128i ofAbove = _mm_add_epi8(residual, up);                      // the high bytes stay zero
+    const __m128i ofCorner = _mm_add_epi8(residual, corner);
+    PaethPair pair;
+    pair.residual = residual;
+    pair.low = _mm_min_epi16(up, far);
+    pair.high = _mm_max_epi16(up, far);
+    pair.middle = _mm_srai_epi16(_mm_sub_epi16(_mm_add_epi16(doubled, _mm_set1_epi16(1)), falls), 1);
+    pair.below = _mm_blendv_epi8(ofCorner, ofAbove, falls);
+    pair.rest = _mm_blendv_epi8(ofAbove, ofCorner, falls);
+    return pair;
+}
+
+QM_AVX2 inline __m128i unfilterPaethPixel(const PaethPair &pair, __m128i left)
+{
+    const __m128i between = _mm_and_si128(_mm_cmpgt_epi16(left, pair.low), _mm_cmpgt_epi16(pair.high, left));
+    const __m128i aboveOrCorner = _mm_blendv_epi8(pair.rest, pair.below, _mm_cmpgt_epi16(pair.middle, left));
+    return _mm_blendv_epi8(_mm_add_epi8(pair.residual, left), aboveOrCorner, between);
+}
+
+QM_AVX2 inline PaethPair second(const PaethPair &pair)
+{
+    const auto upper = [](__m128i lanes) { return _mm_unpackhi_epi64(lanes, lanes); };
+    return {upper(pair.residual), upper(pair.low),   upper(pair.high),
+            upper(pair.middle),   upper(pair.below), upper(pair.rest)};
+}
+
+// Copies from above what has zero residuals, whole pixels up to the limit, and says how many bytes that was.
+template<int Channels>
+QM_AVX2 inline int copyLevel(uchar *row, const uchar *above, int limit)
+{
+    const __m256i residuals = load32(row);
+    const quint32 others = ~quint32(_mm256_movemask_epi8(_mm256_cmpeq_epi8(residuals, _mm256_setzero_si256())));
+    constexpr int whole = 32 / Channels * Channels;
+    if ((others & quint32((quint64(1) << whole) - 1)) == 0 && limit >= whole) {
+        // Not a byte more: what is stored and then loaded in other portions has to wait.
+        const auto copy16 = [&](int from) {
+            _mm_storeu_si128(reinterpret_cast<__m128i *>(row + from),
+                             _mm_loadu_si128(reinterpret_cast<const __m128i *>(above + from)));
+        };
+        copy16(0);
+        copy16(whole - 16);
+        return whole;
+    }
+    int count = qMin(limit, others == 0 ? 32 : __builtin_ctz(others));
+    count -= count % Channels;
+    _mm256_storeu_si256(reinterpret_cast<__m256i *>(row),
+                        _mm256_blendv_epi8(residuals, load32(above), firstLanes(count)));
+    return count;
 }
 
 // Where left and corner are equal the predictor is the pixel above, and it stays so as long as the residuals are zero:
@@ -130,23 +193,37 @@ QM_AVX2 inline void unfilterPaethPixel(PaethState &state, uchar *row, const ucha
 template<int Channels>
 QM_AVX2 void unfilterPaeth(uchar *row, const uchar *above, int bytes)
 {
-    const __m128i zero = _mm_setzero_si128();
-    constexpr int block = pixelsInBlock * Channels;
+    constexpr int step = 32 / Channels * Channels;
     constexpr qint64 ofPixel = Channels == 4 ? -1 : (qint64(1) << 48) - 1;
-    PaethState state{zero, zero};
-    int i = 0;
-    for (; i + block <= bytes; i += block) {
-        const bool levelStart = (_mm_cvtsi128_si64(_mm_xor_si128(state.left, state.corner)) & ofPixel) == 0;
-        if (levelStart && blockIsZero<Channels>(row + i)) {
-            std::memcpy(row + i, above + i, block);
-            state.left = state.corner = _mm_unpacklo_epi8(loadPixel(above + i + block - Channels), zero);
-            continue;
+    __m128i left = _mm_add_epi8(_mm_cvtepu8_epi16(loadPixel(row)), _mm_cvtepu8_epi16(loadPixel(above)));
+    storePixel<Channels>(row, _mm_packus_epi16(left, left));
+    int i = Channels;
+    while (i < bytes) {
+        const __m128i corner = _mm_cvtepu8_epi16(loadPixel(above + i - Channels));
+        const bool isLevel = (_mm_cvtsi128_si64(_mm_xor_si128(left, corner)) & ofPixel) == 0;
+        if (isLevel) {
+            const int start = i;
+            for (int copied = step; copied == step && i < bytes; i += copied)
+                copied = copyLevel<Channels>(row + i, above + i, qMin(step, bytes - i));
+            if (i > start)
+                left = _mm_cvtepu8_epi16(loadPixel(row + i - Channels));
         }
-        for (int pixel = 0; pixel < block; pixel += Channels)
-            unfilterPaethPixel<Channels>(state, row + i + pixel, above + i + pixel);
+        if (i + 4 * Channels <= bytes) {
+            const PaethPair first = preparePaeth<Channels>(row + i, above + i);
+            const PaethPair next = preparePaeth<Channels>(row + i + 2 * Channels, above + i + 2 * Channels);
+            const __m128i one = unfilterPaethPixel(first, left);
+            const __m128i two = unfilterPaethPixel(second(first), one);
+            const __m128i three = unfilterPaethPixel(next, two);
+            left = unfilterPaethPixel(second(next), three);
+            storePixels<Channels>(row + i,
+                                  _mm_packus_epi16(_mm_unpacklo_epi64(one, two), _mm_unpacklo_epi64(three, left)));
+            i += 4 * Channels;
+        } else if (i < bytes) {
+            left = unfilterPaethPixel(preparePaeth<Channels>(row + i, above + i), left);
+            storePixel<Channels>(row + i, _mm_packus_epi16(left, left));
+            i += Channels;
+        }
     }
-    for (; i < bytes; i += Channels)
-        unfilterPaethPixel<Channels>(state, row + i, above + i);
 }
 
 template<int Channels>
@@ -164,11 +241,6 @@ QM_AVX2 void unfilterRow(int filter, uchar *row, const uchar *above, int bytes)
 void unfilter(int filter, uchar *row, const uchar *above, int bytes, int channels)
 {
     channels == 3 ? unfilterRow<3>(filter, row, above, bytes) : unfilterRow<4>(filter, row, above, bytes);
-}
-
-QM_AVX2 inline __m256i load32(const uchar *at)
-{
-    return _mm256_loadu_si256(reinterpret_cast<const __m256i *>(at));
 }
 
 QM_AVX2 inline __m256i distance(__m256i a, __m256i b)
@@ -216,19 +288,11 @@ QM_AVX2 inline quint64 total(__m256i sums)
     return quint64(_mm_cvtsi128_si64(halves)) + quint64(_mm_extract_epi64(halves, 1));
 }
 
-QM_AVX2 inline __m256i firstLanes(int count)
-{
-    const __m256i lane = _mm256_setr_epi8(0, 1, 2, 3, 4, 5, 6, 7, 8, 9, 10, 11, 12, 13, 14, 15, 16, 17, 18, 19, 20, 21,
-                                          22, 23, 24, 25, 26, 27, 28, 29, 30, 31);
-    return _mm256_cmpgt_epi8(_mm256_set1_epi8(char(count)), lane);
-}
-
 template<int Filter>
-QM_AVX2 PngKernels::FilterCost costOf(const uchar *const *rows, int count, int bytes, int channels)
+QM_AVX2 PngKernels::Repetition repetitionOf(const uchar *const *rows, int count, int bytes, int channels)
 {
     constexpr int block = PngKernels::sampledBlock, lead = 32;
-    PngKernels::FilterCost cost;
-    __m256i amount = _mm256_setzero_si256();
+    PngKernels::Repetition found;
     for (int start = 0; start < bytes; start += PngKernels::sampledStep) {
         const int size = qMin(block, bytes - start);
         alignas(32) uchar residuals[2][lead + block];
@@ -241,12 +305,9 @@ QM_AVX2 PngKernels::FilterCost costOf(const uchar *const *rows, int count, int b
         for (int k = 1; k <= count; ++k) {
             uchar *here = residuals[k & 1] + lead;
             const uchar *before = residuals[~k & 1] + lead;
-            for (int i = 0; i < size; i += 32) {
-                const __m256i values = residual<Filter>(rows[k] + start + i, rows[k - 1] + start + i, channels);
-                _mm256_store_si256(reinterpret_cast<__m256i *>(here + i), values);
-                const __m256i counted = _mm256_and_si256(_mm256_abs_epi8(values), firstLanes(qMin(32, size - i)));
-                amount = _mm256_add_epi64(amount, _mm256_sad_epu8(counted, _mm256_setzero_si256()));
-            }
+            for (int i = 0; i < size; i += 32)
+                _mm256_store_si256(reinterpret_cast<__m256i *>(here + i),
+                                   residual<Filter>(rows[k] + start + i, rows[k - 1] + start + i, channels));
             quint32 last = 0; // whether the byte before repeated something
             for (int i = 0; i < size; i += 32) {
                 const __m256i values = load32(here + i);
@@ -256,24 +317,49 @@ QM_AVX2 PngKernels::FilterCost costOf(const uchar *const *rows, int count, int b
                     same = _mm256_or_si256(same, _mm256_cmpeq_epi8(values, load32(before + i)));
                 const quint32 valid = size - i >= 32 ? ~0u : (1u << (size - i)) - 1;
                 const quint32 repeats = quint32(_mm256_movemask_epi8(same));
-                cost.literals += quint64(__builtin_popcount(~repeats & valid));
-                cost.changes += quint64(__builtin_popcount((repeats ^ (repeats << 1 | last)) & valid));
+                found.literals += quint64(__builtin_popcount(~repeats & valid));
+                found.changes += quint64(__builtin_popcount((repeats ^ (repeats << 1 | last)) & valid));
                 last = repeats >> 31;
             }
-            cost.sampled += quint64(size);
+            found.sampled += quint64(size);
         }
     }
-    cost.amount = total(amount);
-    return cost;
+    return found;
 }
 
-QM_AVX2 int chooseFilter(const uchar *const *rows, int count, int bytes, int channels)
+template<int Filter>
+QM_AVX2 quint64 amountOf(const uchar *const *rows, int count, int bytes, int channels)
 {
-    const PngKernels::FilterCost costs[] = {
-        costOf<noFilter>(rows, count, bytes, channels), costOf<subFilter>(rows, count, bytes, channels),
-        costOf<upFilter>(rows, count, bytes, channels), costOf<averageFilter>(rows, count, bytes, channels),
-        costOf<paethFilter>(rows, count, bytes, channels)};
-    return PngKernels::cheapest(costs);
+    __m256i sum = _mm256_setzero_si256();
+    for (int start = 0; start < bytes; start += PngKernels::sampledStep) {
+        const int end = qMin(bytes, start + PngKernels::sampledBlock);
+        for (int k = 1; k <= count; ++k) {
+            for (int i = start; i < end; i += 32) {
+                const __m256i values = residual<Filter>(rows[k] + i, rows[k - 1] + i, channels);
+                const __m256i counted = _mm256_and_si256(_mm256_abs_epi8(values), firstLanes(qMin(32, end - i)));
+                sum = _mm256_add_epi64(sum, _mm256_sad_epu8(counted, _mm256_setzero_si256()));
+            }
+        }
+    }
+    return total(sum);
+}
+
+// Calls what was made for the filter.
+#define QM_FOR_FILTER(function, filter, ...)                                                                           \
+    switch (filter) {                                                                                                  \
+    case noFilter: return function<noFilter>(__VA_ARGS__);                                                             \
+    case subFilter: return function<subFilter>(__VA_ARGS__);                                                           \
+    case upFilter: return function<upFilter>(__VA_ARGS__);                                                             \
+    case averageFilter: return function<averageFilter>(__VA_ARGS__);                                                   \
+    default: return function<paethFilter>(__VA_ARGS__);                                                                \
+    }
+
+PngKernels::Repetition repetition(int filter, const uchar *const *rows, int count, int bytes,
+                                  int channels){QM_FOR_FILTER(repetitionOf, filter, rows, count, bytes, channels)}
+
+quint64 amount(int filter, const uchar *const *rows, int count, int bytes, int channels)
+{
+    QM_FOR_FILTER(amountOf, filter, rows, count, bytes, channels)
 }
 
 template<int Filter>
@@ -283,16 +369,8 @@ QM_AVX2 void filterRow(uchar *out, const uchar *row, const uchar *above, int byt
         _mm256_storeu_si256(reinterpret_cast<__m256i *>(out + i), residual<Filter>(row + i, above + i, channels));
 }
 
-QM_AVX2 void filter(int filter, uchar *out, const uchar *row, const uchar *above, int bytes, int channels)
-{
-    switch (filter) {
-    case noFilter: return filterRow<noFilter>(out, row, above, bytes, channels);
-    case subFilter: return filterRow<subFilter>(out, row, above, bytes, channels);
-    case upFilter: return filterRow<upFilter>(out, row, above, bytes, channels);
-    case averageFilter: return filterRow<averageFilter>(out, row, above, bytes, channels);
-    default: return filterRow<paethFilter>(out, row, above, bytes, channels);
-    }
-}
+void filter(int filter, uchar *out, const uchar *row, const uchar *above, int bytes,
+            int channels){QM_FOR_FILTER(filterRow, filter, out, row, above, bytes, channels)}
 
 // RGBA to BGRA and back is the same exchange.
 QM_AVX2 inline __m256i exchanged(__m256i pixels)
@@ -364,8 +442,8 @@ bool opaquePacked(const uchar *packed, int pixels)
     return opaqueWords(reinterpret_cast<const quint32 *>(packed), pixels); // alpha is the highest byte here too
 }
 
-constexpr PngKernels avx2Kernels{&unfilter, &chooseFilter, &filter,     &unpack,
-                                 &pack,     &opaqueWords,  &accumulate, &opaquePacked};
+constexpr PngKernels avx2Kernels{&unfilter, &repetition,  &amount,     &filter,      &unpack,
+                                 &pack,     &opaqueWords, &accumulate, &opaquePacked};
 
 } // namespace
 
