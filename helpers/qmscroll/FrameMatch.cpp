@@ -89,9 +89,12 @@ Verdict search(const ShiftSearch &shifts, const Tolerance &tolerance, const QRec
     Verdict verdict;
     for (const Leave leave : {Leave::nothing, Leave::sides, Leave::ends, Leave::sidesAndEnds}) {
         for (const Fit &fit : shifts.fits(leave)) {
-            const auto known = [&fit](const Fit &other) { return other.shift == fit.shift; };
-            if (std::none_of(all.begin(), all.end(), known))
+            const auto known =
+                std::find_if(all.begin(), all.end(), [&fit](const Fit &other) { return other.shift == fit.shift; });
+            if (known == all.end())
                 all.push_back(fit);
+            else if (fit.whole && fit.unmatched < known->unmatched)
+                *known = fit; // a scroll bar was all that spoke against it
         }
         verdict = judge(all, tolerance, part, frameHeight);
         // A shift that leaves rows open may only be the best so far.
