@@ -8,6 +8,7 @@
 #include "imaging/Pasteboard.h"
 #include "index/OcrIndexer.h"
 #include "platform/QtQueue.h"
+#include "platform/SystemStartup.h"
 #include "platform/Workspace.h"
 
 #include <QApplication>
@@ -37,12 +38,15 @@ AppDelegate::~AppDelegate() = default;
 
 void AppDelegate::applicationDidFinishLaunching()
 {
+    SystemStartup::becomeAccessory();
     m_trayHost = whenTrayHostAppears([this] { createStatusItem(); });
     ConfigStore::createFolder(ConfigStore::resolveCaptureDir());
     registerLoginItemOnce();
+    SystemStartup::askForAccessibility();
     m_eventTap = makeKeyMonitor();
     startEventTap();
     OcrIndexer::shared().start();
+    SystemStartup::whenOpenedAgain([this] { openLibrary(); });
 }
 
 void AppDelegate::createStatusItem()
@@ -52,7 +56,7 @@ void AppDelegate::createStatusItem()
     m_statusItem->setToolTip(QStringLiteral("Quillmere"));
     m_statusItem->setContextMenu(m_menu.get());
     QObject::connect(m_statusItem.get(), &QSystemTrayIcon::activated, m_menu.get(), [this](auto reason) {
-        if (reason == QSystemTrayIcon::Trigger)
+        if (reason == QSystemTrayIcon::Trigger && !trayOpensMenus())
             m_menu->popup(QCursor::pos());
     });
     m_statusItem->show();

@@ -12,6 +12,7 @@ StatusMenu::StatusMenu(std::function<void(Item)> chosen)
         QAction *action = addAction(AppLocale::text(english, japanese), this, [chosen, item] { chosen(item); });
         action->setShortcut(key);
         action->setShortcutVisibleInContextMenu(true);
+        action->setMenuRole(QAction::NoRole); // macOS would take "Settings…" and "Quit" away into an application menu
     };
     add(Item::captureRange, u"Capture Region  (tap)", u"範囲を撮る  （タップ）");
     add(Item::captureWindow, u"Capture Window  (hold)", u"ウィンドウを撮る  （長押し）");

@@ -1,6 +1,7 @@
 // How long a scrolling capture takes, against what the scrolled program alone asks for: the same steps by the same rules of
 // when a step is over, with nothing chosen, joined, shown or written.
 
+#include "bench/ScreenText.h"
 #include "helpers/freeze/XConnection.h"
 #include "helpers/grab/ScreenPixels.h"
 #include "helpers/qmscroll/FrameChange.h"
@@ -29,7 +30,7 @@ using Order = ScrollSession::Order;
 
 static constexpr QSize screen(1600, 1100);
 static constexpr QRect region(100, 20, 1000, 800);
-static constexpr int lines = 450; // about 12,000 pixels
+static constexpr int paragraphs = 210; // about 12,000 pixels
 static constexpr int pixelsPerClick = 57;
 static constexpr int runs = 3;
 
@@ -61,8 +62,9 @@ int showView(int argc, char **argv)
     std::unique_ptr<QTextBrowser> view =
         argv[2] == QByteArray("smooth") ? std::make_unique<SmoothView>() : std::make_unique<QTextBrowser>();
     QString html;
-    for (int i = 0; i < lines; ++i)
-        html += QStringLiteral("<p>%1  No two lines of this page are alike: %2.</p>").arg(i).arg(i * 7919 % 10007);
+    QRandomGenerator random(7);
+    for (int i = 0; i < paragraphs; ++i)
+        html += QStringLiteral("<p>%1</p>").arg(bench::screenText(random, 100 + random.bounded(600)));
     view->setHtml(html);
     view->setFrameShape(QFrame::NoFrame);
     view->setVerticalScrollBarPolicy(Qt::ScrollBarAlwaysOn);

@@ -1,11 +1,7 @@
 # Where everything goes when it is installed. Helpers stand next to the application, which is where it looks for them; only
 # what people call by name is put on the path, as links.
 set(QM_PROGRAM_FOLDER ${CMAKE_INSTALL_LIBEXECDIR}/quillmere)
-install(TARGETS quillmere qms qmocr RUNTIME DESTINATION ${QM_PROGRAM_FOLDER})
-if(NOT APPLE)
-    # macOS has a capture tool of its own
-    install(TARGETS qmcapture qmcapture_module qmscroll DESTINATION ${QM_PROGRAM_FOLDER})
-endif()
+install(TARGETS quillmere qms qmocr qmcapture qmcapture_module qmscroll DESTINATION ${QM_PROGRAM_FOLDER})
 foreach(program quillmere qms)
     file(RELATIVE_PATH target
         ${CMAKE_INSTALL_PREFIX}/${CMAKE_INSTALL_BINDIR} ${CMAKE_INSTALL_PREFIX}/${QM_PROGRAM_FOLDER}/${program})

@@ -9,7 +9,7 @@ set(CMAKE_RUNTIME_OUTPUT_DIRECTORY ${CMAKE_BINARY_DIR}/bin)   # helpers must sta
 set(CMAKE_EXPORT_COMPILE_COMMANDS ON)
 include(GNUInstallDirs)
 
-find_package(Qt6 6.4 REQUIRED COMPONENTS Core Gui Widgets Svg DBus Network Test)
+find_package(Qt6 6.4 REQUIRED COMPONENTS Core Gui Widgets Svg Network Test)
 find_package(SQLite3 REQUIRED)
 find_package(Threads REQUIRED)
 find_package(PkgConfig REQUIRED)
@@ -20,12 +20,14 @@ pkg_check_modules(png REQUIRED IMPORTED_TARGET libpng)
 pkg_check_modules(webp REQUIRED IMPORTED_TARGET libwebp)
 pkg_check_modules(webpdemux REQUIRED IMPORTED_TARGET libwebpdemux)
 if(NOT APPLE)
+    find_package(Qt6 6.4 REQUIRED COMPONENTS DBus)
     pkg_check_modules(xcb REQUIRED IMPORTED_TARGET xcb xcb-composite xcb-randr xcb-render xcb-shm)
     pkg_check_modules(xcb_scroll REQUIRED IMPORTED_TARGET xcb-shape xcb-xtest)
     pkg_check_modules(xcb_test IMPORTED_TARGET xcb-xtest)
 endif()
 
 add_compile_options(-Wall -Wextra -Wpedantic -Wshadow -Wnon-virtual-dtor)
+add_compile_options($<$<COMPILE_LANGUAGE:OBJCXX>:-fobjc-arc>)
 add_compile_definitions(
     QT_NO_CAST_FROM_ASCII QT_NO_CAST_TO_ASCII QT_NO_CAST_FROM_BYTEARRAY QT_NO_FOREACH QT_NO_KEYWORDS
     QT_DISABLE_DEPRECATED_BEFORE=0x060400)

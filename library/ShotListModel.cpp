@@ -18,7 +18,8 @@ ShotListModel::ShotListModel(ThumbnailCache &cache, QObject *parent)
 
 bool ShotListModel::setShots(const QList<Shot> &shots)
 {
-    if (std::ranges::equal(m_shots, shots, {}, &Shot::id, &Shot::id)) {
+    const auto sameRow = [](const Shot &one, const Shot &other) { return one.id == other.id; };
+    if (std::equal(m_shots.cbegin(), m_shots.cend(), shots.cbegin(), shots.cend(), sameRow)) {
         if (m_shots != shots) {
             m_shots = shots;
             Q_EMIT dataChanged(index(0), index(int(shots.size()) - 1));
@@ -39,8 +40,8 @@ const Shot *ShotListModel::shotAt(int row) const
 
 int ShotListModel::rowOf(std::optional<qint64> id) const
 {
-    const auto found = std::ranges::find_if(m_shots, [&](const Shot &shot) { return shot.id == id; });
-    return found == m_shots.end() ? -1 : int(found - m_shots.begin());
+    const auto found = std::find_if(m_shots.cbegin(), m_shots.cend(), [&](const Shot &shot) { return shot.id == id; });
+    return found == m_shots.cend() ? -1 : int(found - m_shots.cbegin());
 }
 
 void ShotListModel::setVisibleRows(int first, int last, double maxEdge)

@@ -1,20 +1,28 @@
 #include "platform/ToolPaths.h"
 
 #include <QCoreApplication>
+#include <QDir>
 #include <QFileInfo>
 
 namespace qm {
 
+// macOS has a capture tool of its own; qmcapture takes the same arguments.
+#ifdef Q_OS_MACOS
+static constexpr char16_t captureTool[] = u"/usr/sbin/screencapture";
+#else
+static constexpr char16_t captureTool[] = u"qmcapture";
+#endif
+
 static std::optional<QString> besideExecutable(const QString &name)
 {
     const QString folder = QCoreApplication::applicationDirPath();
-    const QString path = folder + u'/' + name;
+    const QString path = QDir(folder).filePath(name); // an absolute name stays as it is
     return !folder.isEmpty() && QFileInfo::exists(path) ? std::optional(path) : std::nullopt;
 }
 
 ToolPaths toolPaths()
 {
-    return {.capture = besideExecutable(QStringLiteral("qmcapture")),
+    return {.capture = besideExecutable(QString::fromUtf16(captureTool)),
             .scroll = besideExecutable(QStringLiteral("qmscroll")),
             .ocr = besideExecutable(QStringLiteral("qmocr"))};
 }

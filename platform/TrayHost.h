@@ -16,4 +16,6 @@ public:
 // Calls appeared once, from the event loop, as soon as there is a host: at the start, or whenever one comes.
 std::unique_ptr<TrayHost> whenTrayHostAppears(std::function<void()> appeared);
 
+bool trayOpensMenus(); // at a left click too, by itself
+
 } // namespace qm

@@ -11,5 +11,7 @@ void openFolder(const QString &path); // in the file browser; nothing where ther
 void openFile(const QString &path);   // in its default application
 void reveal(const QString &path);     // in the file browser, the file selected; else its folder is opened
 
+QString fileBrowserName(); // as everybody calls it ("Finder"); empty where there are many
+
 } // namespace Workspace
 } // namespace qm

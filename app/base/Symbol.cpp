@@ -1,5 +1,7 @@
 #include "app/base/Symbol.h"
 
+#include "platform/NativeLook.h"
+
 #include <QFile>
 #include <QIconEngine>
 #include <QPainter>
@@ -15,6 +17,8 @@ namespace qm {
 
 namespace {
 
+constexpr float disabledOpacity = 0.4F;
+
 // Draws its layers over each other, each an SVG of the whole symbol.
 class SymbolEngine : public QIconEngine
 {
@@ -28,7 +32,7 @@ public:
     {
         painter->save();
         if (mode == QIcon::Disabled)
-            painter->setOpacity(painter->opacity() * 0.4);
+            painter->setOpacity(painter->opacity() * disabledOpacity);
         for (const QByteArray &layer : m_layers) {
             QSvgRenderer renderer(layer);
             renderer.setAspectRatioMode(Qt::KeepAspectRatio);
@@ -58,6 +62,39 @@ private:
     QList<QByteArray> m_layers;
 };
 
+// The system's own drawing, in our colour.
+class SystemSymbolEngine : public SymbolEngine
+{
+public:
+    SystemSymbolEngine(QString name, const QColor &color)
+        : SymbolEngine({})
+        , m_name(std::move(name))
+        , m_color(color)
+    {
+    }
+
+    void paint(QPainter *painter, const QRect &rect, QIcon::Mode mode, QIcon::State) override
+    {
+        QImage shape = NativeLook::symbol(m_name, rect.size() * painter->device()->devicePixelRatioF());
+        if (shape.isNull())
+            return;
+        QColor color = m_color;
+        if (mode == QIcon::Disabled)
+            color.setAlphaF(color.alphaF() * disabledOpacity);
+        QPainter tint(&shape);
+        tint.setCompositionMode(QPainter::CompositionMode_SourceIn);
+        tint.fillRect(shape.rect(), color);
+        tint.end();
+        painter->drawImage(rect, shape);
+    }
+
+    QIconEngine *clone() const override { return new SystemSymbolEngine(m_name, m_color); }
+
+private:
+    QString m_name;
+    QColor m_color;
+};
+
 } // namespace
 
 static QByteArray svgOf(const QString &name)
@@ -74,6 +111,8 @@ static QByteArray tinted(QByteArray svg, const QColor &color)
 
 QIcon Symbol::icon(const QString &name, const QColor &color)
 {
+    if (!NativeLook::symbol(name, {16, 16}).isNull())
+        return QIcon(new SystemSymbolEngine(name, color));
     const QByteArray svg = svgOf(name);
     return svg.isEmpty() ? QIcon() : QIcon(new SymbolEngine({tinted(svg, color)}));
 }
@@ -90,6 +129,11 @@ QIcon Symbol::outlinedIcon(const QString &name)
 
 QIcon Symbol::trayIcon(const QString &name)
 {
+    if (NativeLook::trayTintsIcons()) {
+        QIcon mask = icon(name, Qt::black);
+        mask.setIsMask(true);
+        return mask;
+    }
     QByteArray svg = svgOf(name);
     if (svg.isEmpty())
         return {};

@@ -1,5 +1,7 @@
 #include "app/base/SystemLook.h"
 
+#include "platform/NativeLook.h"
+
 #include <QFontDatabase>
 
 namespace qm {
@@ -11,7 +13,7 @@ bool SystemLook::isDark(const QPalette &palette)
 
 QColor SystemLook::accent(const QPalette &palette)
 {
-    return palette.color(QPalette::Active, QPalette::Highlight);
+    return NativeLook::accent().value_or(palette.color(QPalette::Active, QPalette::Highlight));
 }
 
 QColor SystemLook::secondaryText(const QPalette &palette)

@@ -4,8 +4,8 @@
 
 namespace qm {
 
-// What the application remembers about itself on this machine, apart from the user's settings. Main thread; the file's path
-// is asked at each use.
+// What the application remembers about itself on this machine, apart from the user's settings. Main thread; where it
+// is kept is asked at each use.
 namespace UserDefaults {
 
 bool boolean(const QString &key); // false when never set

@@ -23,7 +23,9 @@ constexpr Tolerance tolerances[] = {{0, 0, 1}, {6, 1e9, 1.25}, {64, 0.35, 2}};
 constexpr int fewestChanges = 6; // rows that differ from the one below, for a shift or stillness to be believed
 constexpr int fewestRows = 24;
 constexpr int lowRegion = 200; // rows
-constexpr int rivalShare = 8;  // a shift that explains less than one in so many of the best one's rows is no rival
+// A shift that explains less than one in so many of the best one's changes, and less than one in so many of its rows, is
+// no rival.
+constexpr int rivalChanges = 4, rivalRows = 3;
 
 struct Verdict {
     enum class Kind { none, tooLittle, several, one } kind = Kind::none;
@@ -36,8 +38,11 @@ bool refutes(const Fit &whole, const Fit &other, const QRect &part)
 {
     if (!whole.whole || whole.unmatched > 0 || whole.error > 0)
         return false;
-    const auto covered = [&](int from, int rows, int shift) { // rows of `now` or, with the shift turned, of `before`
-        return from >= part.top() + std::max(0, -shift) && from + rows <= part.bottom() + 1 - std::max(0, shift);
+    // Whether most of these rows of `now` lie in what the shift explains; of `before`, with the shift turned.
+    const auto covered = [&](int from, int rows, int shift) {
+        const int first = std::max(from, part.top() + std::max(0, -shift));
+        const int end = std::min(from + rows, part.bottom() + 1 - std::max(0, shift));
+        return 2 * (end - first) > rows;
     };
     return std::any_of(other.open.begin(), other.open.end(), [&](const ShiftSearch::Group &group) {
         return covered(group.from, group.rows, whole.shift) &&
@@ -58,17 +63,22 @@ Verdict judge(std::vector<Fit> fits, const Tolerance &tolerance, const QRect &pa
     const auto best = std::max_element(fits.begin(), fits.end(), [](const Fit &a, const Fit &b) {
         return a.error != b.error ? a.error > b.error : a.changes < b.changes;
     });
+    const bool clear = best->whole && best->unmatched == 0;
+    const auto compares = [&best](const Fit &fit) {
+        return rivalChanges * fit.changes >= best->changes || rivalRows * fit.matched >= best->matched;
+    };
     for (auto fit = fits.begin(); fit != fits.end(); ++fit) {
-        if (fit != best && fit->changes >= best->changes / rivalShare &&
-            fit->error <= tolerance.rivalError * best->error && !refutes(*best, *fit, part))
+        if (fit != best && compares(*fit) && fit->error <= tolerance.rivalError * best->error &&
+            !refutes(*best, *fit, part))
             return {Verdict::Kind::several, *best};
     }
-    // Low regions show so few lines that some of them come again soon.
-    const bool clear = best->whole && best->unmatched == 0;
-    const int thirds = frameHeight < lowRegion || !clear ? 2 : 1;
-    const int distinct = clear ? 3 : ShiftSearch::mostDistinct;
-    const bool enough = best->changes >= fewestChanges && best->distinct >= distinct &&
-                        3 * best->matched >= std::max(3 * fewestRows, thirds * part.height());
+    // The less both frames show, the more of it must be like nothing else. Low regions show so few lines that some of them
+    // come again soon.
+    const bool low = frameHeight < lowRegion;
+    const int sixths = 6 * best->matched / part.height();
+    const int distinct = std::max(1, 5 - sixths) + (clear ? 0 : 2) + (low ? 4 : 0);
+    const bool enough = best->changes >= fewestChanges && best->distinct >= distinct && best->matched >= fewestRows &&
+                        sixths >= (low || !clear ? 4 : 2) && (clear || !low);
     return {enough ? Verdict::Kind::one : Verdict::Kind::tooLittle, *best};
 }
 
@@ -146,6 +156,13 @@ bool isNoise(const QImage &before, const QImage &now)
     return !differences.oneWay();
 }
 
+FrameMatch only(FrameMatch::Kind kind)
+{
+    FrameMatch match;
+    match.kind = kind;
+    return match;
+}
+
 // Nothing changed. It did not move if no other shift would show the same.
 FrameMatch::Kind stillness(const QImage &before, const QImage &now, const QRect &moving, int tolerance)
 {
@@ -158,7 +175,7 @@ FrameMatch::Kind stillness(const QImage &before, const QImage &now, const QRect 
         return FrameMatch::Kind::ambiguous;
     for (const Leave leave : {Leave::nothing, Leave::sides}) {
         for (const Fit &fit : shifts.fits(leave)) {
-            if (fit.changes >= std::max(2, changes / rivalShare))
+            if (fit.changes >= std::max(2, changes / rivalChanges))
                 return FrameMatch::Kind::ambiguous;
         }
     }
@@ -173,28 +190,28 @@ FrameMatch FrameMatch::find(const QImage &before, const QImage &now, const QRect
     for (const Tolerance &tolerance : tolerances) {
         const QRect part = PixelRows::changedPart(before, now, tolerance.levels);
         if (part.isNull())
-            return {stillness(before, now, moving, tolerance.levels)};
+            return only(stillness(before, now, moving, tolerance.levels));
         const ShiftSearch shifts(before, now, part, tolerance.levels);
         const Verdict verdict = search(shifts, tolerance, part, now.height());
         const bool small = hardlyChanged(before, now, part, moving, tolerance.levels);
         if (!small && verdict.kind == Verdict::Kind::one)
             return moved(verdict.fit, part);
         if (verdict.kind == Verdict::Kind::several)
-            return {Kind::ambiguous};
+            return only(Kind::ambiguous);
         if (small) {
             // Either a little something moved on a page that stands, or the page moved and shows nothing else.
             if (verdict.kind == Verdict::Kind::none)
-                return {stillness(before, now, moving, tolerance.levels)};
+                return only(stillness(before, now, moving, tolerance.levels));
             const RowSignatures rows(now, 0, now.width(), 0);
             const int outside = rows.changes(0, part.top()) + rows.changes(part.bottom() + 1, now.height());
             const bool alone = verdict.kind == Verdict::Kind::one && verdict.fit.unmatched == 0;
-            return alone && outside < verdict.fit.changes ? moved(verdict.fit, part) : FrameMatch{Kind::ambiguous};
+            return alone && outside < verdict.fit.changes ? moved(verdict.fit, part) : only(Kind::ambiguous);
         }
         if (verdict.kind == Verdict::Kind::tooLittle && 3 * verdict.fit.matched >= part.height())
-            return {Kind::ambiguous};
+            return only(Kind::ambiguous);
         several = several || verdict.kind == Verdict::Kind::tooLittle;
     }
-    return {several ? Kind::ambiguous : Kind::lost};
+    return only(several ? Kind::ambiguous : Kind::lost);
 }
 
 } // namespace qm

@@ -19,7 +19,7 @@ struct FrameMatch {
     // Moved: up to this row of `before` nothing belongs to a band that stays at the bottom. When the content moved up, the
     // next row stands in `now`, too, below any band at its top.
     int splice = 0;
-    QRect part; // moved: outside of it the frames are equal; what keeps its place lies there
+    QRect part = {}; // moved: outside of it the frames are equal; what keeps its place lies there
 
     // Both RGB32 and of one size. `moving` is the part known to move, everything if nothing is known: where nothing
     // changed, only that can tell that nothing moved.

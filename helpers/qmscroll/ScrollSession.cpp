@@ -11,6 +11,7 @@ using Milliseconds = std::chrono::milliseconds;
 
 constexpr auto firstLook = 5ms; // a plain view has painted by then
 constexpr auto lookInterval = 10ms;
+constexpr auto fineInterval = 4ms;    // less than half of a picture's time on usual monitors
 constexpr auto restInterval = 30ms;   // while nothing goes on
 constexpr auto shortest = 40ms;       // a step takes at least that long
 constexpr auto longest = 600ms;       // and at most that, though the screen does not come to rest
@@ -87,7 +88,7 @@ ScrollSession::Order ScrollSession::look(Milliseconds now, const Sight &sight)
         return endByWish();
     if (m_astray != End::open) // and nothing has changed since
         return recover(now, m_astray);
-    if (m_direction == Direction::forth)
+    if (m_direction == Direction::forth && !m_moved)
         return now - m_since < answerLimit() ? rest(now) : idle(now);
     return proceed(now);
 }
@@ -123,8 +124,11 @@ ScrollSession::Order ScrollSession::joined(Milliseconds now, Stitcher::Step step
         return endByWish();
     if (height >= m_options.heightLimit)
         return endWith(End::height);
-    if (step == Step::ambiguous || step == Step::lost)
-        return recover(now, step == Step::lost ? End::lost : End::ambiguous);
+    const bool underWay = m_fine && m_direction == Direction::forth && now - m_lastChange < quietTime;
+    if (step == Step::ambiguous || step == Step::lost) {
+        m_astray = step == Step::lost ? End::lost : End::ambiguous;
+        return underWay ? rest(now) : recover(now, m_astray);
+    }
 
     m_astray = End::open;
     m_notice = Notice::none;
@@ -140,6 +144,10 @@ ScrollSession::Order ScrollSession::joined(Milliseconds now, Stitcher::Step step
             return endWith(m_recoveries ? m_trouble : End::content); // without trouble: it springs back each time
         if (grew)
             m_recoveries = 0;
+        if (underWay) {
+            m_moved = true;
+            return rest(now);
+        }
         if (m_direction == Direction::forth && shift > 0) {
             m_slowestAnswer = std::max(m_slowestAnswer, std::min(m_answer, now - m_since));
             learn(shift);
@@ -153,13 +161,15 @@ ScrollSession::Order ScrollSession::rest(Milliseconds now) const
     const Milliseconds calm = now - std::max(m_since, m_lastChange);
     // Not past the moment at which the step may be over.
     const Milliseconds left = std::max(m_since + shortest - now, quietTime - calm);
-    return {Order::Kind::look, 0, left > 0ms ? std::min<Milliseconds>(left, lookInterval) : lookInterval};
+    const Milliseconds interval = m_fine ? fineInterval : lookInterval;
+    return {Order::Kind::look, 0, left > 0ms ? std::min(left, interval) : interval};
 }
 
 ScrollSession::Order ScrollSession::step(Milliseconds now, Direction direction, int clicks)
 {
     m_direction = direction;
     m_clicks = clicks;
+    m_moved = false;
     m_since = now;
     m_lastChange = Milliseconds(-1);
     return {Order::Kind::scroll, direction == Direction::back ? -clicks : clicks, firstLook};
@@ -183,14 +193,16 @@ ScrollSession::Order ScrollSession::idle(Milliseconds now)
 // user can go back.
 ScrollSession::Order ScrollSession::recover(Milliseconds now, End reason)
 {
-    m_astray = m_trouble = reason;
+    m_trouble = reason;
     if (m_direction == Direction::none) {
         m_notice = Notice::placeLost;
         return {Order::Kind::look, 0, lookInterval};
     }
     ++m_recoveries;
-    if (m_recoveries >= recoveryLimit || (m_direction == Direction::forth && m_clicks == 1 && m_recoveries > 2))
+    if (m_recoveries >= recoveryLimit)
         return endWith(reason);
+    if (m_direction == Direction::forth && m_clicks == 1)
+        m_fine = true; // no step can be smaller, but a view that moves smoothly shows what lies between
     if (m_direction == Direction::back) // not far enough
         return step(now, Direction::back, 1);
     m_nextClicks = m_mostClicks = std::max(1, m_clicks / 2);
@@ -233,6 +245,8 @@ bool ScrollSession::isSettled(Milliseconds now, const Sight &sight) const
         return calm >= quietTime && passed >= (sight.trusted && !m_started ? shortest : uncoverTime);
     if (m_lastChange < 0ms)
         return passed >= answerLimit();
+    if (m_fine && m_direction == Direction::forth && sight.fresh)
+        return true; // as in watch()
     return calm >= quietTime && passed >= shortest;
 }
 

@@ -99,11 +99,13 @@ private:
     Milliseconds m_since{-1};      // its begin; negative: with the next look
     Milliseconds m_lastChange{-1}; // seen in it; negative: none yet
     Milliseconds m_answer{0};      // until the first change
+    bool m_moved = false;          // frames were joined while it was under way
 
     Milliseconds m_slowestAnswer{0}; // from a click to the first change, of those that moved something; 0: unknown
     double m_pixelsPerClick = 0;     // 0: unknown
     int m_nextClicks = 1;
     int m_mostClicks = 200;    // of a step, by what went wrong lately
+    bool m_fine = false;       // even one click is too much: what is seen of a movement is joined
     int m_smoothSteps = 0;     // since then
     End m_trouble = End::open; // what went wrong last
     End m_astray = End::open;  // why the last frame was not joined; open: it was

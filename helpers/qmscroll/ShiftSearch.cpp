@@ -192,11 +192,12 @@ std::optional<ShiftSearch::Fit> ShiftSearch::verify(int shift, Leave leave) cons
     const int first = m_part.top(), end = m_part.bottom() + 1 - pair.shift;
     int against = againstEnds * ((from > first ? changesIn(first, from) : 0) + (to < end ? changesIn(to, end) : 0));
     int stretch = matching->from;
-    const auto consider = [&fit](int start, int stop) {
+    const auto consider = [&](int start, int stop) {
         if (stop - start > fit.to - fit.from) {
             fit.from = start;
             fit.to = stop;
         }
+        fit.distinct += distinctBlocks(pair, start == matching->from ? from : start, stop == matching->to ? to : stop);
     };
     for (const Span &group : matching->groups) {
         const int above = std::max(group.from - 1, from), below = std::min(group.to, to - 1);
@@ -208,8 +209,6 @@ std::optional<ShiftSearch::Fit> ShiftSearch::verify(int shift, Leave leave) cons
         stretch = group.to;
     }
     consider(stretch, matching->to);
-    fit.distinct =
-        distinctBlocks(pair, fit.from == matching->from ? from : fit.from, fit.to == matching->to ? to : fit.to);
     fit.whole = matching->from == m_part.top() && matching->to == m_part.bottom() + 1 - pair.shift;
     fit.matched -= fit.unmatched;
     if (fit.matched < leastOverlap() || fit.changes < against)

@@ -24,7 +24,7 @@ public:
         sidesAndEnds, // both
     };
 
-    static constexpr int mostDistinct = 6;
+    static constexpr int mostDistinct = 8;
 
     struct Group {
         int from, rows;
@@ -33,10 +33,11 @@ public:
     // A shift that fits. Rows are those of the frame whose content stands higher: `now` for a positive shift.
     struct Fit {
         int shift = 0;
-        int matched = 0;   // rows
-        int changes = 0;   // among them, rows that differ from the one below: what speaks for the shift
-        int distinct = 0;  // blocks of matched rows that stand nowhere else in either frame, counted up to mostDistinct
-        int unmatched = 0; // rows in the groups left unexplained
+        int matched = 0; // rows
+        int changes = 0; // among them, rows that differ from the one below: what speaks for the shift
+        int distinct =
+            0; // blocks of matched rows that stand nowhere else in either frame, counted up to mostDistinct in each stretch
+        int unmatched = 0;       // rows in the groups left unexplained
         std::vector<Group> open; // those groups, in rows of `now`
         bool whole = true;       // no rows were left out at the ends
         int left = 0, right = 0;

@@ -14,9 +14,12 @@ namespace qm {
 // picture as they are in the frame each row comes from. A row comes from one frame, never blended from several.
 //
 // A shift is only taken when it is the only one that fits, so the overlap of two frames must show something that does not
-// repeat itself. Steps up to half the region's height leave the most to go by; beyond four fifths nothing is joined.
+// repeat itself: a third of the region's height at least, two thirds where something also changed by itself (a caret, an
+// animation, a bar) or where the region is lower than 200 pixels. Nothing can be told from frames of a page that repeats one
+// block, with steps so long that the true overlap is hardly seen: steps of half the region are safe and quick.
 //
-// One thread at a time. Lengths are pixels. Holds two frames and a few bytes per row of them, never the whole picture.
+// One thread at a time. Lengths are pixels. Holds two frames and a few bytes per row of them, never the whole picture;
+// after scrolling back three frames.
 class Stitcher
 {
 public:
@@ -26,7 +29,7 @@ public:
 
     enum class Step {
         first,     // nothing to compare with yet
-        still,     // no shift
+        still,     // no shift. Before anything moved, bands that never move can hide that a blank middle did
         joined,    // the shift is lastShift()
         ambiguous, // more than one shift fits (blank or repeated rows): take a smaller step from the last joined frame
         lost,      // no shift fits (a step longer than what is seen, or the content changed): go back a step
@@ -36,14 +39,13 @@ public:
     Stitcher(const QSize &frame, Rows rows);
     ~Stitcher();
 
-    // The region as it is now, RGB32; kept by reference, so its pixels must not change later. After ambiguous and lost the stitcher still stands at the last joined frame, and the
-    // next frame is compared with that.
+    // The region as it is now, RGB32; kept by reference, so its pixels must not change later. After ambiguous and lost the
+    // stitcher still stands at the last joined frame, and the next frame is compared with that.
     Step add(const QImage &frame);
 
-    int height() const; // of the picture if finish() were called now; 0 before the first frame
-    int lastShift()
-        const; // by how much the content moved up in the last joined step; negative when it was scrolled back
-    int position() const; // how far the last joined frame stands below the first; negative above it
+    int height() const;    // of the picture if finish() were called now; 0 before the first frame
+    int lastShift() const; // how far the content moved up in the last joined step; negative when scrolled back
+    int position() const;  // how far the last joined frame stands below the first; negative above it
 
     // Hands over what is held back: the rest of the furthest frame, with the band that stays at the bottom.
     // False when Rows says false, now or before, or when there was no frame. Nothing can follow.

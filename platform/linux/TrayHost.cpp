@@ -134,6 +134,11 @@ std::unique_ptr<TrayHost> whenTrayHostAppears(std::function<void()> appeared)
     return std::make_unique<LinuxTrayHost>(std::move(appeared));
 }
 
+bool trayOpensMenus()
+{
+    return false;
+}
+
 } // namespace qm
 
 #include "TrayHost.moc"

@@ -29,4 +29,9 @@ void Workspace::reveal(const QString &path)
     });
 }
 
+QString Workspace::fileBrowserName()
+{
+    return {};
+}
+
 } // namespace qm

@@ -153,6 +153,9 @@ private Q_SLOTS:
     }
     void loginItem()
     {
+#ifdef Q_OS_MACOS
+        QSKIP("would change what the user has started at login");
+#endif
         QFETCH(QByteArray, entry);
         QFETCH(bool, enabled);
         if (!entry.isEmpty())
@@ -168,6 +171,9 @@ private Q_SLOTS:
 
     void loginItemNamesThisProgram()
     {
+#ifdef Q_OS_MACOS
+        QSKIP("would change what the user has started at login");
+#endif
         QVERIFY(LoginItem::setEnabled(true));
         QVERIFY(m_home->read(autostart())
                     .contains("\nExec=\"" + QCoreApplication::applicationFilePath().toUtf8() + "\"\n"));
@@ -175,6 +181,9 @@ private Q_SLOTS:
 
     void loginItemSaysWhyNot()
     {
+#ifdef Q_OS_MACOS
+        QSKIP("would change what the user has started at login");
+#endif
         m_home.reset();
         const OrdinaryUser user;
         init();
@@ -188,6 +197,9 @@ private Q_SLOTS:
 
     void userDefaultsFollowTheHome()
     {
+#ifdef Q_OS_MACOS
+        QSKIP("the system keeps them for the user, wherever HOME is");
+#endif
         QVERIFY(!UserDefaults::boolean(QStringLiteral("a")));
         UserDefaults::setBoolean(QStringLiteral("a"), true);
         QVERIFY(UserDefaults::boolean(QStringLiteral("a")));
@@ -237,6 +249,9 @@ private Q_SLOTS:
 
     void theTrayIconIsSeenOnAnyPanel()
     {
+#ifdef Q_OS_MACOS
+        QSKIP("the menu bar tints it");
+#endif
         // Contrast as WCAG 2 counts it; 3 is what it asks of icons.
         const auto luminance = [](const QColor &color) {
             const auto linear = [](double v) { return v <= 0.04045 ? v / 12.92 : std::pow((v + 0.055) / 1.055, 2.4); };

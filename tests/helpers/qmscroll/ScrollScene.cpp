@@ -21,7 +21,7 @@ const QStringList clauses = {QStringLiteral("長いページを撮影して"),  
                              QStringLiteral("見出しは固定されています"),   QStringLiteral("表の行が続きます"),
                              QStringLiteral("余白のあとに本文があります"), QStringLiteral("写真も含まれます")};
 constexpr QRgb paper = 0xfffdfdfb;
-constexpr int hoverRows = 24;
+constexpr int hoverRows = 24, cardRows = 200;
 
 // Draws a page from the top downwards.
 class PageBrush
@@ -156,6 +156,17 @@ QImage drawnPage(const ScrollScene::Look &look, QRandomGenerator &random)
                 page.setPixel(x, y + x % 7, 0xff202428);
             page.setPixel(random.bounded(page.width()), y + 9, 0xff202428);
         }
+        return page;
+    }
+    if (look.content == Content::cards) {
+        QImage card(page.width(), cardRows, QImage::Format_RGB32);
+        card.fill(paper);
+        PageBrush brush(card, random);
+        while (!brush.full())
+            brush.paragraph();
+        QPainter painter(&page);
+        for (int y = 0; y < page.height(); y += cardRows)
+            painter.drawImage(0, y, card);
         return page;
     }
     PageBrush brush(page, random);

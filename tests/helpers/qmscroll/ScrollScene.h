@@ -21,6 +21,7 @@ public:
         code,    // numbered lines, many of them alike
         table,   // rows of a table that differ in one cell
         alike,   // one row of a table over and over
+        cards,   // one block of text over and over, each two thirds as high as the region usually is
         onePixel // lines of one text, each with one pixel of its own
     };
 

@@ -1,0 +1,31 @@
+#include "platform/LoginItemService.h"
+
+#import <ServiceManagement/ServiceManagement.h>
+
+namespace qm {
+
+bool LoginItemService::isEnabled()
+{
+    return SMAppService.mainAppService.status == SMAppServiceStatusEnabled;
+}
+
+static Outcome outcomeOf(BOOL done, NSError *error)
+{
+    return done ? Outcome::success() : Outcome::failure(QString::fromNSString(error.localizedDescription));
+}
+
+Outcome LoginItemService::enable()
+{
+    NSError *error = nil;
+    const BOOL done = [SMAppService.mainAppService registerAndReturnError:&error];
+    return outcomeOf(done, error);
+}
+
+Outcome LoginItemService::disable()
+{
+    NSError *error = nil;
+    const BOOL done = [SMAppService.mainAppService unregisterAndReturnError:&error];
+    return outcomeOf(done, error);
+}
+
+} // namespace qm

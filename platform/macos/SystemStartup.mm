@@ -1,0 +1,44 @@
+#include "platform/SystemStartup.h"
+
+#import <AppKit/AppKit.h>
+#include <ApplicationServices/ApplicationServices.h>
+
+#include <QCoreApplication>
+
+namespace qm {
+
+void SystemStartup::becomeAccessory()
+{
+    [NSApplication.sharedApplication setActivationPolicy:NSApplicationActivationPolicyAccessory];
+}
+
+void SystemStartup::askForAccessibility()
+{
+    const void *keys[] = {kAXTrustedCheckOptionPrompt};
+    const void *values[] = {kCFBooleanTrue};
+    const CFDictionaryRef options = CFDictionaryCreate(
+        kCFAllocatorDefault, keys, values, 1, &kCFTypeDictionaryKeyCallBacks, &kCFTypeDictionaryValueCallBacks);
+    (void)AXIsProcessTrustedWithOptions(options);
+    CFRelease(options);
+}
+
+static OSErr openedAgain(const AppleEvent *, AppleEvent *, SRefCon opened)
+{
+    (*static_cast<std::function<void()> *>(opened))();
+    return noErr;
+}
+
+// Apple Events' "reopen application", in place of AppKit's own handler, which would only bring windows to the front and is
+// installed when the event loop begins.
+void SystemStartup::whenOpenedAgain(const std::function<void()> &opened)
+{
+    static std::function<void()> handler;
+    handler = opened;
+    const auto install = [] {
+        AEInstallEventHandler(kCoreEventClass, kAEReopenApplication, NewAEEventHandlerUPP(&openedAgain), &handler,
+                              false);
+    };
+    QMetaObject::invokeMethod(QCoreApplication::instance(), install, Qt::QueuedConnection);
+}
+
+} // namespace qm

@@ -1,0 +1,49 @@
+# Read by project() in the check for macOS: sources are only looked at, with the headers that belong to that system.
+#
+# First ours, which declare the calls to macOS that are made here; then libc++, which is the library on a Mac too; musl's C
+# library without what only Linux has; Clang's own; last, the libraries that are used on both systems.
+file(GLOB libcxx LIST_DIRECTORIES true /usr/lib/llvm-*/include/c++/v1)
+list(SORT libcxx COMPARE NATURAL)
+list(GET libcxx -1 libcxx)
+execute_process(COMMAND ${CMAKE_CXX_COMPILER} -print-resource-dir OUTPUT_VARIABLE resources OUTPUT_STRIP_TRAILING_WHITESPACE)
+set(musl /usr/include/${CMAKE_HOST_SYSTEM_PROCESSOR}-linux-musl)
+foreach(folder ${libcxx} ${musl} ${resources}/include)
+    if(NOT EXISTS ${folder})
+        message(FATAL_ERROR "The check for macOS needs libc++ and musl (libc++-dev, musl-dev): no ${folder}")
+    endif()
+endforeach()
+
+set(c_library ${CMAKE_BINARY_DIR}/include/c)
+file(REMOVE_RECURSE ${CMAKE_BINARY_DIR}/include)
+file(COPY ${musl}/ DESTINATION ${c_library})
+foreach(header byteswap elf link malloc mntent pty shadow values sys/auxv sys/epoll sys/eventfd sys/fanotify sys/fsuid sys/inotify
+        sys/personality sys/prctl sys/procfs sys/random sys/sendfile sys/signalfd sys/sysinfo sys/timerfd sys/vfs sys/xattr)
+    file(REMOVE ${c_library}/${header}.h)
+endforeach()
+
+set(libraries ${CMAKE_BINARY_DIR}/include/libraries)
+file(MAKE_DIRECTORY ${libraries})
+foreach(header isa-l isa-l.h jconfig.h jerror.h jmorecfg.h jpeglib.h leptonica libheif libpng16 sqlite3.h tesseract webp)
+    foreach(folder /usr/include /usr/include/${CMAKE_LIBRARY_ARCHITECTURE})
+        if(EXISTS ${folder}/${header})
+            file(CREATE_LINK ${folder}/${header} ${libraries}/${header} SYMBOLIC)
+        endif()
+    endforeach()
+endforeach()
+
+string(JOIN " -isystem " folders
+    ${CMAKE_CURRENT_LIST_DIR}/include ${libcxx} ${c_library} ${resources}/include ${libraries})
+set(look "-fsyntax-only -nostdinc -nostdinc++ -isystem ${folders} -include ${CMAKE_CURRENT_LIST_DIR}/Prelude.h -Werror")
+foreach(language CXX OBJCXX)
+    set(CMAKE_${language}_COMPILE_OBJECT
+        "<CMAKE_${language}_COMPILER> <DEFINES> ${look} <INCLUDES> <FLAGS> <SOURCE>" "${CMAKE_COMMAND} -E touch <OBJECT>")
+endforeach()
+set(CMAKE_CXX_ARCHIVE_CREATE "${CMAKE_COMMAND} -E touch <TARGET>")
+set(CMAKE_CXX_ARCHIVE_FINISH "")
+set(CMAKE_CXX_LINK_EXECUTABLE "${CMAKE_COMMAND} -E touch <TARGET>")
+
+# What a package says to look into beside its own folder: Linux's C library is there.
+list(APPEND CMAKE_CXX_IMPLICIT_INCLUDE_DIRECTORIES /usr/include /usr/include/${CMAKE_LIBRARY_ARCHITECTURE})
+set(CMAKE_OBJCXX_IMPLICIT_INCLUDE_DIRECTORIES ${CMAKE_CXX_IMPLICIT_INCLUDE_DIRECTORIES})
+
+add_library(WrapOpenGL::WrapOpenGL INTERFACE IMPORTED) # Qt's package looks for the framework, of which nothing is used here

@@ -1,0 +1,4 @@
+#pragma once
+
+#define __MAC_OS_X_VERSION_MIN_REQUIRED 130000
+#define __MAC_OS_X_VERSION_MAX_ALLOWED 130000
