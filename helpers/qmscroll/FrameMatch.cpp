@@ -133,7 +133,9 @@ bool hardlyChanged(const QImage &before, const QImage &now, const QRect &part, c
     int changes = 0;
     for (const QRect &group : groups) {
         changes += signatures.changes(std::max(0, group.top() - 1), group.bottom() + 1);
-        if (groups.size() > 2 && PixelRows::changedPart(before.copy(group), now.copy(group), tolerance).width() > width / 3)
+        // One or two may light up over their whole width, as a list's rows do where the pointer comes to rest.
+        if (groups.size() > 2 &&
+            PixelRows::changedPart(before.copy(group), now.copy(group), tolerance).width() > width / 3)
             return false;
     }
     return 5 * changes <= signatures.changes(moving.top(), moving.bottom());

@@ -1,5 +1,6 @@
 #include "tests/helpers/qmscroll/ScrollDriver.h"
 
+#include <QPainter>
 #include <QtTest>
 
 using namespace qm;
@@ -148,6 +149,24 @@ private Q_SLOTS:
         QVERIFY(driver.furthest > driver.at && driver.furthest > 500);
         driver.finish();
         QVERIFY2(driver.wrong.isEmpty(), qPrintable(driver.wrong));
+    }
+
+    // As a list does with the row under the pointer, when that comes to rest on the next one.
+    void rowsThatLightUpAreNoMovement()
+    {
+        ScrollScene scene({.content = Content::text}, 1);
+        const QImage plain = scene.frame(500);
+        const auto lit = [&plain](int y) {
+            QImage frame = plain.copy();
+            QPainter painter(&frame);
+            painter.setCompositionMode(QPainter::CompositionMode_Multiply);
+            painter.fillRect(0, y, frame.width(), 24, QColor(236, 236, 236));
+            return frame;
+        };
+        Stitcher stitcher(plain.size(), [](const QImage &) { return true; });
+        QCOMPARE(stitcher.add(plain), Step::first);
+        QCOMPARE(stitcher.add(lit(96)), Step::still);
+        QCOMPARE(stitcher.add(lit(120)), Step::still);
     }
 
     // Looks and steps by chance; whatever was joined must be right.
