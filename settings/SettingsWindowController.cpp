@@ -9,6 +9,7 @@
 #include <QDialog>
 #include <QEvent>
 #include <QShortcut>
+#include <QStyle>
 #include <QTabWidget>
 #include <QVBoxLayout>
 
@@ -67,8 +68,11 @@ void SettingsWindowController::show()
 {
     if (!m_window) {
         m_window = std::make_unique<SettingsWindow>(m_changed, m_listener);
-        const QSize screen = WindowPlacement::activeScreenVisibleFrame().size();
-        m_window->resize(m_window->sizeHint().boundedTo(screen - QSize(40, 80)));
+        const QSize room = WindowPlacement::activeScreenVisibleFrame().size() - QSize(40, 80);
+        QSize size = m_window->sizeHint();
+        if (size.height() > room.height()) // the scroll bar must not take its width from the content
+            size.rwidth() += m_window->style()->pixelMetric(QStyle::PM_ScrollBarExtent, nullptr, m_window.get());
+        m_window->resize(size.boundedTo(room));
         WindowPlacement::placeOnActiveScreen(*m_window, 48);
     }
     if (m_window->isMinimized())
