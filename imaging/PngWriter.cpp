@@ -20,7 +20,7 @@ static constexpr char signature[] = "\x89PNG\r\n\x1a\n";
 static constexpr int chunkFrame = 8; // length and type before the content
 static constexpr size_t deflatedPerChunk = (size_t(1) << 20) - chunkFrame - 4;
 static constexpr size_t filteredPerStep = 128 * 1024; // stays in the cache between filtering and deflating
-static constexpr size_t deflateBuffer = ISAL_DEF_LVL2_REQ + 16 * 1024 * ISAL_DEF_LVL2_TOKEN_SIZE; // symbols in a block
+static constexpr size_t deflateBuffer = ISAL_DEF_LVL2_REQ + 24 * 1024 * ISAL_DEF_LVL2_TOKEN_SIZE; // symbols in a block
 static constexpr int photographWindow = 9;   // log2 of the bytes searched for repetitions
 static constexpr int rowsInGroup = 4;        // share a filter: rows filtered alike repeat each other
 static constexpr int before = 4, after = 32; // what the row kernels touch around a row
