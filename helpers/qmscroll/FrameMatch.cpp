@@ -76,9 +76,9 @@ Verdict judge(std::vector<Fit> fits, const Tolerance &tolerance, const QRect &pa
     // come again soon.
     const bool low = frameHeight < lowRegion;
     const int sixths = 6 * best->matched / part.height();
-    const int distinct = std::max(1, 5 - sixths) + (clear ? 0 : 2) + (low ? 4 : 0);
+    const int distinct = std::max(1, 5 - sixths) + (clear ? 0 : 2) + (low ? 2 : 0);
     const bool enough = best->changes >= fewestChanges && best->distinct >= distinct && best->matched >= fewestRows &&
-                        sixths >= (low || !clear ? 4 : 2) && (clear || !low);
+                        sixths >= (clear ? 2 : 4) && (clear || !low);
     return {enough ? Verdict::Kind::one : Verdict::Kind::tooLittle, *best};
 }
 

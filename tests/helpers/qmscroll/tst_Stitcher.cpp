@@ -109,6 +109,8 @@ private Q_SLOTS:
         row("back and on", text, {500, 400, 500, 600}, {Step::first, Step::joined, Step::joined, Step::joined});
         row("one pixel", text, {0, 1, 0}, {Step::first, Step::joined, Step::joined});
         row("two thirds of the region", text, {0, 210}, {Step::first, Step::joined});
+        row("a browser's click in a low region", {.size = {600, 170}, .content = Content::text}, {500, 600, 700},
+            {Step::first, Step::joined, Step::joined});
     }
 
     void steps()
