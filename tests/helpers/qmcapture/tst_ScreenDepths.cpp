@@ -14,34 +14,25 @@ namespace {
 constexpr QColor shown(200, 100, 50);
 constexpr QColor beside(40, 160, 240);
 
-// As this depth's root visual stores it, for a colour of 8 bits a channel.
-uint32_t pixelOf(const QColor &color, const xcb_visualtype_t &visual)
+// As the screen stores it: the server says how.
+uint32_t pixelOf(Desktop &desktop, const xcb_screen_t *screen, const QColor &color)
 {
-    const auto channel = [](int value, uint32_t mask) {
-        const int shift = std::countr_zero(mask);
-        const uint32_t highest = mask >> shift;
-        return uint32_t(qRound(value * double(highest) / 255)) << shift;
-    };
-    return channel(color.red(), visual.red_mask) | channel(color.green(), visual.green_mask) |
-           channel(color.blue(), visual.blue_mask);
-}
-
-const xcb_visualtype_t *rootVisual(const xcb_screen_t *screen)
-{
-    for (auto depths = xcb_screen_allowed_depths_iterator(screen); depths.rem; xcb_depth_next(&depths)) {
-        for (auto visuals = xcb_depth_visuals_iterator(depths.data); visuals.rem; xcb_visualtype_next(&visuals)) {
-            if (visuals.data->visual_id == screen->root_visual)
-                return visuals.data;
-        }
-    }
-    return nullptr;
+    const auto channel = [](int value) { return uint16_t(value * 0x101); };
+    xcb_alloc_color_reply_t *answer =
+        xcb_alloc_color_reply(desktop.connection(),
+                              xcb_alloc_color(desktop.connection(), screen->default_colormap, channel(color.red()),
+                                              channel(color.green()), channel(color.blue())),
+                              nullptr);
+    const uint32_t pixel = answer ? answer->pixel : 0;
+    std::free(answer);
+    return pixel;
 }
 
 void fill(Desktop &desktop, const QRect &area, const QColor &color)
 {
     xcb_connection_t *connection = desktop.connection();
     const xcb_screen_t *screen = xcb_setup_roots_iterator(xcb_get_setup(connection)).data;
-    const uint32_t values[] = {pixelOf(color, *rootVisual(screen)), 1};
+    const uint32_t values[] = {pixelOf(desktop, screen, color), 1};
     const xcb_window_t window = xcb_generate_id(connection);
     xcb_create_window(connection, XCB_COPY_FROM_PARENT, window, screen->root, int16_t(area.x()), int16_t(area.y()),
                       uint16_t(area.width()), uint16_t(area.height()), 0, XCB_WINDOW_CLASS_INPUT_OUTPUT,
