@@ -30,7 +30,7 @@ struct PngKernels {
     void (*accumulate)(quint16 *sums, const uchar *row, int bytes);
     bool (*opaquePacked)(const uchar *packed, int pixels);
 
-    static constexpr int sampledBlock = 224, sampledStep = 1024; // bytes
+    static constexpr int sampledBlock = 96, sampledStep = 1024; // bytes
 
     // The filter, 0 to 4, for the next rows: the one that leaves the deflater most to repeat; where there is nothing
     // (photographs), the one with the smallest residuals.

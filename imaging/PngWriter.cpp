@@ -1,5 +1,6 @@
 #include "imaging/PngWriter.h"
 
+#include "imaging/Deflater.h"
 #include "imaging/PngKernels.h"
 
 #include <QBuffer>
@@ -7,8 +8,7 @@
 #include <QSaveFile>
 #include <QtEndian>
 
-#include <isa-l/crc.h>
-#include <isa-l/igzip_lib.h>
+#include <libdeflate.h>
 
 #include <cmath>
 #include <utility>
@@ -18,10 +18,8 @@ namespace qm {
 
 static constexpr char signature[] = "\x89PNG\r\n\x1a\n";
 static constexpr int chunkFrame = 8; // length and type before the content
-static constexpr size_t deflatedPerChunk = (size_t(1) << 20) - chunkFrame - 4;
+static constexpr qsizetype mostInChunk = (qsizetype(1) << 20) - chunkFrame - 4;
 static constexpr size_t filteredPerStep = 128 * 1024; // stays in the cache between filtering and deflating
-static constexpr size_t deflateBuffer = ISAL_DEF_LVL2_REQ + 24 * 1024 * ISAL_DEF_LVL2_TOKEN_SIZE; // symbols in a block
-static constexpr int photographWindow = 9;   // log2 of the bytes searched for repetitions
 static constexpr int rowsInGroup = 4;        // share a filter: rows filtered alike repeat each other
 static constexpr int before = 4, after = 32; // what the row kernels touch around a row
 static constexpr double inchesPerMetre = 39.3701;
@@ -31,8 +29,7 @@ static void seal(QByteArray &chunk, const char *type)
 {
     qToBigEndian(quint32(chunk.size() - chunkFrame), chunk.data());
     std::memcpy(chunk.data() + 4, type, 4);
-    const auto *checked = reinterpret_cast<const unsigned char *>(chunk.constData()) + 4;
-    const quint32 crc = qToBigEndian(crc32_gzip_refl(0, checked, quint64(chunk.size()) - 4));
+    const quint32 crc = qToBigEndian(libdeflate_crc32(0, chunk.constData() + 4, size_t(chunk.size()) - 4));
     chunk.append(reinterpret_cast<const char *>(&crc), 4);
 }
 
@@ -59,20 +56,8 @@ static QByteArray headerChunk(const PngWriter::Header &header, int height)
 
 static QByteArray profileChunk(const QByteArray &profile)
 {
-    QByteArray deflated(profile.size() + profile.size() / 100 + 1024, Qt::Uninitialized);
-    isal_zstream stream;
-    isal_deflate_stateless_init(&stream);
-    stream.gzip_flag = IGZIP_ZLIB;
-    stream.end_of_stream = 1;
-    stream.next_in = reinterpret_cast<uint8_t *>(const_cast<char *>(profile.constData()));
-    stream.avail_in = uint32_t(profile.size());
-    stream.next_out = reinterpret_cast<uint8_t *>(deflated.data());
-    stream.avail_out = uint32_t(deflated.size());
-    if (isal_deflate_stateless(&stream) != COMP_OK)
-        return {};
-    deflated.resize(deflated.size() - qsizetype(stream.avail_out));
     const char method = 0;
-    return sealed("iCCP", QByteArrayLiteral("ICC profile") + '\0' + method + deflated);
+    return sealed("iCCP", QByteArrayLiteral("ICC profile") + '\0' + method + qCompress(profile).mid(4)); // a length before it
 }
 
 struct PngWriter::State {
@@ -81,7 +66,8 @@ struct PngWriter::State {
     bool append(const QImage &image);
     bool finish();
     bool put(const QByteArray &bytes) { return m_well = m_well && out.write(bytes) == bytes.size(); }
-    void deflate(bool last);
+    void addDeflated(const uchar *bytes, size_t count);
+    void writeChunk();
     void addRow(const quint32 *words);
     void filterGroup();
 
@@ -90,38 +76,28 @@ struct PngWriter::State {
     const PngKernels &kernels = PngKernels::best();
     const qint64 start = out.pos();
     const int channels = header.opaque ? 3 : 4;
+    const size_t bytesInRow = size_t(qMax(0, header.width)) * size_t(channels);
     int height = 0; // rows so far
     bool m_well = true;
     std::vector<uchar> rows[rowsInGroup + 1]; // the row above the group, then the group
     int inGroup = 0;
-    std::vector<uchar> filtered;
-    size_t filteredSize = 0;
-    QByteArray chunk;
-    isal_zstream stream{};
-    std::vector<uint8_t> levelBuffer = std::vector<uint8_t>(deflateBuffer);
+    size_t filtered = 0; // bytes the deflater has not been told of
+    QByteArray chunk = QByteArray(chunkFrame, '\0');
+    Deflater deflater;
 };
 
 PngWriter::State::State(QIODevice &device, const Header &h)
     : out(device)
     , header(h)
+    , deflater(channels, qint64(bytesInRow) + 1, filteredPerStep + rowsInGroup * (bytesInRow + 1),
+               [this](const uchar *bytes, size_t count) { addDeflated(bytes, count); })
 {
     m_well = header.width > 0 && header.height.value_or(1) > 0 && (header.height || !out.isSequential());
     if (!m_well)
         return;
-    const size_t bytes = size_t(header.width) * size_t(channels);
     for (std::vector<uchar> &row : rows)
-        row.assign(before + bytes + after, 0);
-    filtered.resize(filteredPerStep + rowsInGroup * (bytes + 1) + after);
-    chunk.resize(chunkFrame + qsizetype(deflatedPerChunk));
-
-    isal_deflate_init(&stream);
-    stream.level = 2;
-    stream.level_buf = levelBuffer.data();
-    stream.level_buf_size = uint32_t(levelBuffer.size());
-    stream.hist_bits = header.photograph ? photographWindow : 0;
-    stream.gzip_flag = IGZIP_ZLIB;
-    stream.next_out = reinterpret_cast<uint8_t *>(chunk.data()) + chunkFrame;
-    stream.avail_out = deflatedPerChunk;
+        row.assign(before + bytesInRow + after, 0);
+    chunk.reserve(chunkFrame + mostInChunk + 4);
 
     put(QByteArray(signature, 8));
     put(headerChunk(header, header.height.value_or(1)));
@@ -132,27 +108,24 @@ PngWriter::State::State(QIODevice &device, const Header &h)
     put(sealed("pHYs", density + density + perMetre));
 }
 
-// Deflates what is filtered, writing a chunk whenever one is full; at the last call also the rest.
-void PngWriter::State::deflate(bool last)
+// Writes a chunk whenever one is full.
+void PngWriter::State::addDeflated(const uchar *bytes, size_t count)
 {
-    stream.next_in = filtered.data();
-    stream.avail_in = uint32_t(filteredSize);
-    stream.end_of_stream = last;
-    filteredSize = 0;
-    while (m_well) {
-        m_well = isal_deflate(&stream) == COMP_OK;
-        const bool ended = last && stream.internal_state.state == ZSTATE_END;
-        if (!m_well || (stream.avail_out > 0 && !ended))
-            break;
-        chunk.resize(chunkFrame + qsizetype(deflatedPerChunk) - qsizetype(stream.avail_out));
-        seal(chunk, "IDAT");
-        put(chunk);
-        if (ended)
-            break;
-        chunk.resize(chunkFrame + qsizetype(deflatedPerChunk));
-        stream.next_out = reinterpret_cast<uint8_t *>(chunk.data()) + chunkFrame;
-        stream.avail_out = deflatedPerChunk;
+    while (count > 0) {
+        const qsizetype taken = qMin(qsizetype(count), chunkFrame + mostInChunk - chunk.size());
+        chunk.append(reinterpret_cast<const char *>(bytes), taken);
+        bytes += taken;
+        count -= size_t(taken);
+        if (chunk.size() == chunkFrame + mostInChunk)
+            writeChunk();
     }
+}
+
+void PngWriter::State::writeChunk()
+{
+    seal(chunk, "IDAT");
+    put(chunk);
+    chunk.resize(chunkFrame);
 }
 
 void PngWriter::State::addRow(const quint32 *words)
@@ -164,20 +137,21 @@ void PngWriter::State::addRow(const quint32 *words)
 
 void PngWriter::State::filterGroup()
 {
-    const int bytes = header.width * channels;
+    const int bytes = int(bytesInRow);
     const uchar *group[rowsInGroup + 1];
     for (int i = 0; i <= inGroup; ++i)
         group[i] = rows[i].data() + before;
     const int filter = kernels.chooseFilter(group, inGroup, bytes, channels);
     for (int i = 1; i <= inGroup; ++i) {
-        filtered[filteredSize++] = uchar(filter);
-        kernels.filter(filter, filtered.data() + filteredSize, group[i], group[i - 1], bytes, channels);
-        filteredSize += size_t(bytes);
+        uchar *to = deflater.room() + filtered;
+        *to++ = uchar(filter);
+        kernels.filter(filter, to, group[i], group[i - 1], bytes, channels);
+        filtered += bytesInRow + 1;
     }
     std::swap(rows[0], rows[inGroup]);
     inGroup = 0;
-    if (filteredSize >= filteredPerStep)
-        deflate(false);
+    if (filtered >= filteredPerStep)
+        deflater.add(std::exchange(filtered, 0));
 }
 
 bool PngWriter::State::append(const QImage &image)
@@ -205,7 +179,10 @@ bool PngWriter::State::finish()
     m_well = m_well && height > 0 && (!header.height || height == *header.height);
     if (inGroup > 0)
         filterGroup();
-    deflate(true);
+    deflater.add(filtered);
+    deflater.finish();
+    if (chunk.size() > chunkFrame)
+        writeChunk();
     put(sealed("IEND", {}));
     if (!header.height && m_well) {
         const qint64 end = out.pos();
@@ -250,23 +227,6 @@ static bool isOpaque(const QImage &pixels)
     return true;
 }
 
-// Looks at every 16th row: in windows and text a good part of the pixels equals its left neighbour.
-static bool isPhotograph(const QImage &pixels)
-{
-    constexpr int step = 16, oneIn = 8;
-    if (pixels.depth() != 32)
-        return false;
-    const int width = pixels.width();
-    qint64 seen = 0, equal = 0;
-    for (int y = 0; y < pixels.height(); y += step) {
-        const auto *line = reinterpret_cast<const quint32 *>(pixels.constScanLine(y));
-        for (int x = 1; x < width; ++x)
-            equal += line[x] == line[x - 1];
-        seen += width;
-    }
-    return equal * oneIn < seen;
-}
-
 static bool writeTo(QIODevice &out, const Image &image)
 {
     PngWriter::Header header;
@@ -274,7 +234,6 @@ static bool writeTo(QIODevice &out, const Image &image)
     header.height = image.pixels.height();
     header.dpi = 72 * qMax(1.0, std::round(image.scale()));
     header.opaque = isOpaque(image.pixels);
-    header.photograph = isPhotograph(image.pixels);
     header.colorProfile = image.pixels.colorSpace().iccProfile();
     PngWriter writer(out, header);
     return writer.append(image.pixels) && writer.finish();

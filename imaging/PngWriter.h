@@ -23,7 +23,6 @@ public:
         double dpi = 72;
         bool opaque = true;      // no row has transparency; alpha is not written
         QByteArray colorProfile; // ICC; empty for none
-        bool photograph = false; // hardly two neighbouring pixels are equal: repetitions far apart only cost
     };
 
     // The device is open for writing and outlives the writer. The file starts at its position.

@@ -1,0 +1,104 @@
+#include "imaging/PrefixCode.h"
+
+#include <algorithm>
+#include <utility>
+
+namespace qm {
+
+static constexpr int deepest = 64; // counts of 32 bits make no deeper tree
+
+namespace {
+
+struct Symbol {
+    quint32 count;
+    quint16 symbol;
+};
+
+} // namespace
+
+// How many symbols lie how deep in the tree that joins the two rarest again and again. Symbols come by rising counts, so the
+// joined nodes rise as well, and the rarest of both kinds are always at the front.
+static std::array<int, deepest> depthsOf(std::span<const Symbol> symbols)
+{
+    const int leaves = int(symbols.size()), nodes = 2 * leaves - 1;
+    std::array<quint32, 2 * PrefixCode::mostSymbols> weight;
+    std::array<quint16, 2 * PrefixCode::mostSymbols> parent;
+    for (int i = 0; i < leaves; ++i)
+        weight[size_t(i)] = symbols[size_t(i)].count;
+    int leaf = 0, joined = leaves;
+    for (int next = leaves; next < nodes; ++next) {
+        weight[size_t(next)] = 0;
+        for (int child = 0; child < 2; ++child) {
+            const bool isLeaf = leaf < leaves && (joined == next || weight[size_t(leaf)] <= weight[size_t(joined)]);
+            const int rarest = isLeaf ? leaf++ : joined++;
+            weight[size_t(next)] += weight[size_t(rarest)];
+            parent[size_t(rarest)] = quint16(next);
+        }
+    }
+    std::array<quint8, 2 * PrefixCode::mostSymbols> depth;
+    std::array<int, deepest> atDepth{};
+    depth[size_t(nodes - 1)] = 0;
+    for (int i = nodes - 2; i >= 0; --i) {
+        depth[size_t(i)] = quint8(depth[parent[size_t(i)]] + 1);
+        if (i < leaves)
+            ++atDepth[depth[size_t(i)]];
+    }
+    return atDepth;
+}
+
+// Codes beyond the limit are cut to it. They then claim more than there is, in units of the longest code, until enough
+// shorter ones have been made longer: each gives its place to two, itself and one of the longest.
+static void limit(std::array<int, deepest> &atLength, int longest)
+{
+    for (int i = longest + 1; i < deepest; ++i)
+        atLength[size_t(longest)] += std::exchange(atLength[size_t(i)], 0);
+    quint32 claimed = 0;
+    for (int i = 1; i <= longest; ++i)
+        claimed += quint32(atLength[size_t(i)]) << (longest - i);
+    for (; claimed > 1u << longest; --claimed) {
+        int shorter = longest - 1;
+        while (atLength[size_t(shorter)] == 0)
+            --shorter;
+        --atLength[size_t(shorter)];
+        atLength[size_t(shorter + 1)] += 2;
+        --atLength[size_t(longest)];
+    }
+}
+
+PrefixCode PrefixCode::of(std::span<const quint32> counts, int longest)
+{
+    std::array<Symbol, mostSymbols> storage;
+    size_t used = 0;
+    for (size_t i = 0; i < counts.size(); ++i) {
+        if (counts[i] > 0)
+            storage[used++] = {counts[i], quint16(i)};
+    }
+    for (size_t i = 0; used < 2; ++i) {
+        if (counts[i] == 0)
+            storage[used++] = {1, quint16(i)};
+    }
+    const std::span<Symbol> symbols(storage.data(), used);
+    std::sort(symbols.begin(), symbols.end(), [](const Symbol &a, const Symbol &b) {
+        return a.count != b.count ? a.count < b.count : a.symbol < b.symbol;
+    });
+    std::array<int, deepest> atLength = depthsOf(symbols);
+    limit(atLength, longest);
+
+    PrefixCode code;
+    auto rarest = symbols.begin();
+    for (int length = longest; length > 0; --length) {
+        for (int i = 0; i < atLength[size_t(length)]; ++i)
+            code.lengths[(rarest++)->symbol] = quint8(length);
+    }
+    std::array<quint16, 16> next{};
+    for (size_t length = 1; length < next.size(); ++length)
+        next[length] = quint16((next[length - 1] + atLength[length - 1]) << 1);
+    for (size_t i = 0; i < counts.size(); ++i) {
+        quint16 forward = next[code.lengths[i]]++;
+        for (int bit = 0; bit < code.lengths[i]; ++bit, forward >>= 1)
+            code.codes[i] = quint16(code.codes[i] << 1 | (forward & 1));
+    }
+    return code;
+}
+
+} // namespace qm
