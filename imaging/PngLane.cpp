@@ -5,8 +5,8 @@
 #include <QIODevice>
 #include <QtEndian>
 
-#include <isa-l/crc.h>
 #include <isa-l/igzip_lib.h>
+#include <libdeflate.h>
 
 #include <memory>
 #include <vector>
@@ -18,7 +18,8 @@ namespace {
 constexpr size_t inputStep = 128 * 1024;
 constexpr size_t outputStep = 512 * 1024; // ISA-L copies its 32 KB window at every call: not too small a step
 constexpr int padding = 32;
-constexpr uchar ordinaryZlib = 0x78; // deflate with the full window; libpng treats smaller windows specially
+constexpr uchar ordinaryZlib = 0x78;  // deflate with the full window; libpng treats smaller windows specially
+constexpr uchar dictionary = 1 << 5;  // RFC 1950: what no PNG has
 constexpr quint32 alwaysTakenLength = 8'000'000; // libpng refuses longer chunks that exceed the picture's own size
 
 // The content of consecutive IDAT chunks, their checksums verified at each end.
@@ -42,7 +43,7 @@ public:
         const qint64 got = m_file.read(reinterpret_cast<char *>(m_input.data()), qMin<qint64>(m_left, inputStep));
         if (got <= 0)
             return false;
-        m_crc = crc32_gzip_refl(m_crc, m_input.data(), quint64(got));
+        m_crc = libdeflate_crc32(m_crc, m_input.data(), size_t(got));
         m_left -= quint32(got);
         m_size = uint32_t(got);
         return true;
@@ -59,7 +60,7 @@ private:
     {
         static constexpr uchar type[] = {'I', 'D', 'A', 'T'};
         m_left = length;
-        m_crc = crc32_gzip_refl(0, type, 4);
+        m_crc = libdeflate_crc32(0, type, 4);
         return m_sound = length <= m_longest;
     }
 
@@ -85,6 +86,7 @@ private:
     bool m_sound = true;
 };
 
+// A zlib stream (RFC 1950). ISA-L is only given the deflated part: its own checksum takes a tenth of all the time.
 class Inflater
 {
 public:
@@ -93,41 +95,76 @@ public:
         , m_state(std::make_unique<inflate_state>())
     {
         isal_inflate_init(m_state.get());
-        m_state->crc_flag = ISAL_ZLIB; // header and checksum are read and verified
+        const int method = nextByte(), flags = nextByte();
+        m_sound = method == ordinaryZlib && flags >= 0 && (method << 8 | flags) % 31 == 0 && !(flags & dictionary);
     }
 
     // Exactly so many bytes.
-    bool fill(uchar *out, size_t bytes) { return inflate(out, bytes) == bytes; }
+    bool fill(uchar *out, size_t bytes)
+    {
+        if (inflate(out, bytes) != bytes)
+            return false;
+        m_adler = libdeflate_adler32(m_adler, out, bytes);
+        return true;
+    }
 
-    // Every byte was asked for, and the checksum over them is right.
+    // Every byte was asked for, the checksum over them is right, and nothing follows.
     bool ends()
     {
         uchar beyond = 0;
-        return inflate(&beyond, 1) == 0 && m_sound && m_state->block_state == ISAL_BLOCK_FINISH &&
-               m_state->avail_in == 0 && m_state->read_in_length < 8 && m_data.ends();
+        if (inflate(&beyond, 1) != 0 || m_state->block_state != ISAL_BLOCK_FINISH)
+            return false;
+        m_state->read_in >>= m_state->read_in_length % 8; // what is left of the last byte
+        m_state->read_in_length -= m_state->read_in_length % 8;
+        quint32 stored = 0;
+        for (int i = 0; i < 4; ++i) {
+            const int byte = nextByte();
+            if (byte < 0)
+                return false;
+            stored = stored << 8 | quint32(byte);
+        }
+        return stored == m_adler && m_state->avail_in == 0 && m_state->read_in_length == 0 && m_data.ends();
     }
 
 private:
+    bool feed()
+    {
+        if (!m_data.refill())
+            return false;
+        m_state->next_in = m_data.bytes();
+        m_state->avail_in = m_data.size();
+        return true;
+    }
+
+    // Around the deflated part, -1 at the end of the data. ISA-L may have taken bytes behind it into its bit buffer, where
+    // they lie in their order from the lowest.
+    int nextByte()
+    {
+        if (m_state->read_in_length >= 8) {
+            const int byte = int(m_state->read_in & 0xff);
+            m_state->read_in >>= 8;
+            m_state->read_in_length -= 8;
+            return byte;
+        }
+        if (m_state->avail_in == 0 && !feed())
+            return -1;
+        --m_state->avail_in;
+        return *m_state->next_in++;
+    }
+
     size_t inflate(uchar *out, size_t bytes)
     {
         m_state->next_out = out;
         m_state->avail_out = uint32_t(bytes);
-        while (m_state->avail_out > 0 && m_state->block_state != ISAL_BLOCK_FINISH) {
-            if (m_starved) {
-                if (!m_data.refill() || (!m_state->next_in && m_data.bytes()[0] != ordinaryZlib))
-                    break;
-                m_state->next_in = m_data.bytes();
-                m_state->avail_in = m_data.size();
-            }
+        while (m_sound && m_state->avail_out > 0 && m_state->block_state != ISAL_BLOCK_FINISH) {
+            // With no input left there may still be output inside, until a call leaves room in the buffer.
+            if (m_starved && m_state->avail_in == 0 && !feed())
+                break;
             const uint32_t inputBefore = m_state->avail_in, outputBefore = m_state->avail_out;
             const bool well = isal_inflate(m_state.get()) == ISAL_DECOMP_OK;
             const bool stuck =
                 inputBefore > 0 && m_state->avail_in == inputBefore && m_state->avail_out == outputBefore;
-            if (!well || stuck) {
-                m_sound = false; // a wrong checksum, too, leaves the state at its end
-                break;
-            }
-            // With no input left there may still be output inside, until a call leaves room in the buffer.
+            m_sound = well && !stuck;
             m_starved = m_state->avail_in == 0 && m_state->avail_out > 0;
         }
         return bytes - m_state->avail_out;
@@ -135,6 +172,7 @@ private:
 
     ImageData &m_data;
     const std::unique_ptr<inflate_state> m_state;
+    quint32 m_adler = 1;
     bool m_starved = true;
     bool m_sound = true;
 };

@@ -37,6 +37,7 @@ static constexpr std::array libraries{
     Library{u"libjpeg-turbo", u"IJG, BSD-3-Clause"},
     Library{u"libwebp", u"BSD-3-Clause"},
     Library{u"ISA-L", u"BSD-3-Clause"},
+    Library{u"libdeflate", u"MIT"},
     Library{u"XCB", u"MIT"},
     Library{u"xkbcommon", u"MIT"},
 };
