@@ -22,21 +22,20 @@ AreaAverage::AreaAverage(QSize source, QSize target, int channels)
     m_result.fill(0);
 }
 
-void AreaAverage::flushSums()
+// The rows summed so far and a part of this one.
+void AreaAverage::addSums(const uchar *row, float weight)
 {
-    if (m_summed == 0)
-        return;
     for (size_t i = 0; i < size_t(m_bytes); ++i) {
-        m_columns[i] += m_sums[i];
+        m_columns[i] += float(m_sums[i]) + weight * float(row[i]);
         m_sums[i] = 0;
     }
     m_summed = 0;
 }
 
-void AreaAverage::addWeighted(const uchar *row, float weight)
+void AreaAverage::startColumns(const uchar *row, float weight)
 {
     for (size_t i = 0; i < size_t(m_bytes); ++i)
-        m_columns[i] += weight * float(row[i]);
+        m_columns[i] = weight * float(row[i]);
 }
 
 const uchar *AreaAverage::premultiplied(const uchar *row)
@@ -68,15 +67,13 @@ void AreaAverage::add(const uchar *row)
     if (end < border) {
         PngKernels::best().accumulate(m_sums.data(), row, int(m_bytes));
         if (++m_summed == mostRowsSummed)
-            flushSums();
+            addSums(row, 0);
         return;
     }
-    flushSums();
     const float beyond = float(end - border) / float(height);
-    addWeighted(row, 1 - beyond);
+    addSums(row, 1 - beyond);
     emitRow();
-    if (beyond > 0)
-        addWeighted(row, beyond);
+    startColumns(row, beyond);
 }
 
 namespace {
@@ -116,7 +113,6 @@ void AreaAverage::emitRow()
         const QRgb alpha = m_channels == 4 ? level(3) : 255u;
         out[i] = alpha << 24 | level(0) << 16 | level(1) << 8 | level(2);
     }
-    std::fill(m_columns.begin(), m_columns.end(), 0.0f);
 }
 
 QImage AreaAverage::result() const

@@ -18,8 +18,8 @@ public:
     QImage result() const;      // RGB32, or ARGB32_Premultiplied when something was not opaque; rows to come are blank
 
 private:
-    void flushSums();
-    void addWeighted(const uchar *row, float weight);
+    void addSums(const uchar *row, float weight);
+    void startColumns(const uchar *row, float weight);
     void emitRow();
     const uchar *premultiplied(const uchar *row);
 
