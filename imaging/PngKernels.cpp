@@ -22,37 +22,18 @@ int paeth(int left, int above, int corner)
     return toAbove <= toCorner ? above : corner;
 }
 
-template<int Channels>
-void unfilterRow(int filter, uchar *row, const uchar *above, int bytes)
+void unfilter(int filter, uchar *row, const uchar *filtered, const uchar *above, int bytes, int channels)
 {
-    switch (filter) {
-    case subFilter:
-        for (int i = Channels; i < bytes; ++i)
-            row[i] = uchar(row[i] + row[i - Channels]);
-        break;
-    case upFilter:
-        for (int i = 0; i < bytes; ++i)
-            row[i] = uchar(row[i] + above[i]);
-        break;
-    case averageFilter:
-        for (int i = 0; i < Channels; ++i)
-            row[i] = uchar(row[i] + above[i] / 2);
-        for (int i = Channels; i < bytes; ++i)
-            row[i] = uchar(row[i] + (row[i - Channels] + above[i]) / 2);
-        break;
-    case paethFilter:
-        for (int i = 0; i < Channels; ++i)
-            row[i] = uchar(row[i] + above[i]);
-        for (int i = Channels; i < bytes; ++i)
-            row[i] = uchar(row[i] + paeth(row[i - Channels], above[i], above[i - Channels]));
-        break;
-    default: break;
+    for (int i = 0; i < bytes; ++i) {
+        const int left = i < channels ? 0 : row[i - channels], corner = i < channels ? 0 : above[i - channels];
+        switch (filter) {
+        case subFilter: row[i] = uchar(filtered[i] + left); break;
+        case upFilter: row[i] = uchar(filtered[i] + above[i]); break;
+        case averageFilter: row[i] = uchar(filtered[i] + (left + above[i]) / 2); break;
+        case paethFilter: row[i] = uchar(filtered[i] + paeth(left, above[i], corner)); break;
+        default: row[i] = filtered[i];
+        }
     }
-}
-
-void unfilter(int filter, uchar *row, const uchar *above, int bytes, int channels)
-{
-    channels == 3 ? unfilterRow<3>(filter, row, above, bytes) : unfilterRow<4>(filter, row, above, bytes);
 }
 
 uchar residual(int filter, const uchar *row, const uchar *above, int i, int channels)

@@ -8,9 +8,9 @@ namespace qm {
 // the same bytes. "Packed" is PNG's own order, R G B (A), without padding; "words" are QRgb, 0xAARRGGBB.
 // Filters are those of the PNG specification, clause 9, for 3 or 4 channels; `above` is the row before, zeros for the first.
 struct PngKernels {
-    // In place. The filter is one of 0 to 4. Reads up to 32 bytes past the end of both rows, and may write them
-    // back as they were.
-    void (*unfilter)(int filter, uchar *row, const uchar *above, int bytes, int channels);
+    // The filter is one of 0 to 4. Reads and writes up to 48 bytes past the ends. The row is not where it comes from: loads
+    // would wait for stores.
+    void (*unfilter)(int filter, uchar *row, const uchar *filtered, const uchar *above, int bytes, int channels);
 
     // What a filter would leave of `count` rows; rows[0] is the row above them, rows[1] to rows[count] are they. Measured on a
     // good fifth of each row, in blocks. Rows have 4 zero bytes before them; up to 32 bytes past their end are read.

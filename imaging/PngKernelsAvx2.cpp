@@ -23,53 +23,46 @@ QM_AVX2 inline __m128i loadPixel(const uchar *at)
     return _mm_cvtsi32_si128(pixel);
 }
 
-template<int Channels>
 QM_AVX2 inline void storePixel(uchar *at, __m128i value)
 {
     const int pixel = _mm_cvtsi128_si32(value);
-    if constexpr (Channels == 4) {
-        std::memcpy(at, &pixel, 4);
-    } else {
-        std::memcpy(at, &pixel, 2);
-        at[2] = uchar(pixel >> 16);
-    }
+    std::memcpy(at, &pixel, 4);
 }
 
-// Four pixels of four bytes each.
+QM_AVX2 inline __m256i load32(const uchar *at)
+{
+    return _mm256_loadu_si256(reinterpret_cast<const __m256i *>(at));
+}
+
+QM_AVX2 inline void store32(uchar *at, __m256i value)
+{
+    _mm256_storeu_si256(reinterpret_cast<__m256i *>(at), value);
+}
+
+// Four pixels of four bytes each; with three channels the last four bytes are anything.
 template<int Channels>
 QM_AVX2 inline void storePixels(uchar *at, __m128i pixels)
 {
-    if constexpr (Channels == 4) {
-        _mm_storeu_si128(reinterpret_cast<__m128i *>(at), pixels);
-    } else {
+    if constexpr (Channels == 3)
         pixels = _mm_shuffle_epi8(pixels, _mm_setr_epi8(0, 1, 2, 4, 5, 6, 8, 9, 10, 12, 13, 14, -1, -1, -1, -1));
-        _mm_storel_epi64(reinterpret_cast<__m128i *>(at), pixels);
-        storePixel<4>(at + 8, _mm_srli_si128(pixels, 8));
-    }
+    _mm_storeu_si128(reinterpret_cast<__m128i *>(at), pixels);
 }
 
-QM_AVX2 void unfilterUp(uchar *row, const uchar *above, int bytes)
+QM_AVX2 void unfilterUp(uchar *row, const uchar *filtered, const uchar *above, int bytes)
 {
-    int i = 0;
-    for (; i + 32 <= bytes; i += 32) {
-        const auto at = reinterpret_cast<__m256i *>(row + i);
-        const __m256i up = _mm256_loadu_si256(reinterpret_cast<const __m256i *>(above + i));
-        _mm256_storeu_si256(at, _mm256_add_epi8(_mm256_loadu_si256(at), up));
-    }
-    for (; i < bytes; ++i)
-        row[i] = uchar(row[i] + above[i]);
+    for (int i = 0; i < bytes; i += 32)
+        store32(row + i, _mm256_add_epi8(load32(filtered + i), load32(above + i)));
 }
 
 // Four pixels a step: within a register the sum over all pixels to the left takes two shifted additions.
 template<int Channels>
-QM_AVX2 void unfilterSub(uchar *row, int bytes)
+QM_AVX2 void unfilterSub(uchar *row, const uchar *filtered, int bytes)
 {
     const __m128i spread = Channels == 4 ? _mm_setr_epi8(0, 1, 2, 3, 4, 5, 6, 7, 8, 9, 10, 11, 12, 13, 14, 15)
                                          : _mm_setr_epi8(0, 1, 2, -1, 3, 4, 5, -1, 6, 7, 8, -1, 9, 10, 11, -1);
     __m128i left = _mm_setzero_si128(); // the last pixel, in all four lanes
-    int i = 0;
-    for (; i + 16 <= bytes; i += 4 * Channels) {
-        __m128i pixels = _mm_loadu_si128(reinterpret_cast<const __m128i *>(row + i));
+    for (int i = 0; i < bytes; i += 4 * Channels) {
+        __m128i pixels = _mm_loadu_si128(reinterpret_cast<const __m128i *>(filtered + i));
         pixels = _mm_shuffle_epi8(pixels, spread);
         pixels = _mm_add_epi8(pixels, _mm_slli_si128(pixels, 4));
         pixels = _mm_add_epi8(pixels, _mm_slli_si128(pixels, 8));
@@ -77,14 +70,10 @@ QM_AVX2 void unfilterSub(uchar *row, int bytes)
         left = _mm_shuffle_epi32(pixels, 0xff);
         storePixels<Channels>(row + i, pixels);
     }
-    for (; i < bytes; i += Channels) {
-        left = _mm_add_epi8(left, loadPixel(row + i));
-        storePixel<Channels>(row + i, left);
-    }
 }
 
 template<int Channels>
-QM_AVX2 void unfilterAverage(uchar *row, const uchar *above, int bytes)
+QM_AVX2 void unfilterAverage(uchar *row, const uchar *filtered, const uchar *above, int bytes)
 {
     const __m128i ones = _mm_set1_epi8(1);
     __m128i left = _mm_setzero_si128();
@@ -93,21 +82,9 @@ QM_AVX2 void unfilterAverage(uchar *row, const uchar *above, int bytes)
         // The instruction rounds up, PNG rounds down.
         const __m128i odd = _mm_and_si128(_mm_xor_si128(left, up), ones);
         const __m128i average = _mm_sub_epi8(_mm_avg_epu8(left, up), odd);
-        left = _mm_add_epi8(loadPixel(row + i), average);
-        storePixel<Channels>(row + i, left);
+        left = _mm_add_epi8(loadPixel(filtered + i), average);
+        storePixel(row + i, left);
     }
-}
-
-QM_AVX2 inline __m256i load32(const uchar *at)
-{
-    return _mm256_loadu_si256(reinterpret_cast<const __m256i *>(at));
-}
-
-QM_AVX2 inline __m256i firstLanes(int count)
-{
-    const __m256i lane = _mm256_setr_epi8(0, 1, 2, 3, 4, 5, 6, 7, 8, 9, 10, 11, 12, 13, 14, 15, 16, 17, 18, 19, 20, 21,
-                                          22, 23, 24, 25, 26, 27, 28, 29, 30, 31);
-    return _mm256_cmpgt_epi8(_mm256_set1_epi8(char(count)), lane);
 }
 
 // Bytes of packed pixels as 16-bit lanes, four lanes a pixel, two pixels.
@@ -129,9 +106,9 @@ struct PaethPair {
 };
 
 template<int Channels>
-QM_AVX2 inline PaethPair preparePaeth(const uchar *row, const uchar *above)
+QM_AVX2 inline PaethPair preparePaeth(const uchar *filtered, const uchar *above)
 {
-    const __m128i residual = loadPixelPair<Channels>(row);
+    const __m128i residual = loadPixelPair<Channels>(filtered);
     const __m128i up = loadPixelPair<Channels>(above);
     const __m128i corner = loadPixelPair<Channels>(above - Channels);
     const __m128i d = _mm_sub_epi16(up, corner);
@@ -164,83 +141,54 @@ QM_AVX2 inline PaethPair second(const PaethPair &pair)
             upper(pair.middle),   upper(pair.below), upper(pair.rest)};
 }
 
-// Copies from above what has zero residuals, whole pixels up to the limit, and says how many bytes that was.
-template<int Channels>
-QM_AVX2 inline int copyLevel(uchar *row, const uchar *above, int limit)
-{
-    const __m256i residuals = load32(row);
-    const quint32 others = ~quint32(_mm256_movemask_epi8(_mm256_cmpeq_epi8(residuals, _mm256_setzero_si256())));
-    constexpr int whole = 32 / Channels * Channels;
-    if ((others & quint32((quint64(1) << whole) - 1)) == 0 && limit >= whole) {
-        // Not a byte more: what is stored and then loaded in other portions has to wait.
-        const auto copy16 = [&](int from) {
-            _mm_storeu_si128(reinterpret_cast<__m128i *>(row + from),
-                             _mm_loadu_si128(reinterpret_cast<const __m128i *>(above + from)));
-        };
-        copy16(0);
-        copy16(whole - 16);
-        return whole;
-    }
-    int count = qMin(limit, others == 0 ? 32 : __builtin_ctz(others));
-    count -= count % Channels;
-    _mm256_storeu_si256(reinterpret_cast<__m256i *>(row),
-                        _mm256_blendv_epi8(residuals, load32(above), firstLanes(count)));
-    return count;
-}
-
 // Where left and corner are equal the predictor is the pixel above, and it stays so as long as the residuals are zero:
 // flat parts of a screenshot are copied.
 template<int Channels>
-QM_AVX2 void unfilterPaeth(uchar *row, const uchar *above, int bytes)
+QM_AVX2 void unfilterPaeth(uchar *row, const uchar *filtered, const uchar *above, int bytes)
 {
     constexpr int step = 32 / Channels * Channels;
     constexpr qint64 ofPixel = Channels == 4 ? -1 : (qint64(1) << 48) - 1;
-    __m128i left = _mm_add_epi8(_mm_cvtepu8_epi16(loadPixel(row)), _mm_cvtepu8_epi16(loadPixel(above)));
-    storePixel<Channels>(row, _mm_packus_epi16(left, left));
-    int i = Channels;
-    while (i < bytes) {
+    __m128i left = _mm_add_epi8(_mm_cvtepu8_epi16(loadPixel(filtered)), _mm_cvtepu8_epi16(loadPixel(above)));
+    storePixel(row, _mm_packus_epi16(left, left));
+    for (int i = Channels; i < bytes; i += 4 * Channels) {
         const __m128i corner = _mm_cvtepu8_epi16(loadPixel(above + i - Channels));
         const bool isLevel = (_mm_cvtsi128_si64(_mm_xor_si128(left, corner)) & ofPixel) == 0;
         if (isLevel) {
-            const int start = i;
-            for (int copied = step; copied == step && i < bytes; i += copied)
-                copied = copyLevel<Channels>(row + i, above + i, qMin(step, bytes - i));
-            if (i > start)
-                left = _mm_cvtepu8_epi16(loadPixel(row + i - Channels));
+            for (int copied = step; copied == step && i < bytes; i += copied) {
+                store32(row + i, load32(above + i));
+                const __m256i zero = _mm256_cmpeq_epi8(load32(filtered + i), _mm256_setzero_si256());
+                const quint32 others = ~quint32(_mm256_movemask_epi8(zero));
+                copied = others == 0 ? step : qMin(__builtin_ctz(others) / Channels * Channels, step);
+            }
+            left = _mm_cvtepu8_epi16(loadPixel(above + i - Channels)); // what was copied is still on its way into memory
         }
-        if (i + 4 * Channels <= bytes) {
-            const PaethPair first = preparePaeth<Channels>(row + i, above + i);
-            const PaethPair next = preparePaeth<Channels>(row + i + 2 * Channels, above + i + 2 * Channels);
-            const __m128i one = unfilterPaethPixel(first, left);
-            const __m128i two = unfilterPaethPixel(second(first), one);
-            const __m128i three = unfilterPaethPixel(next, two);
-            left = unfilterPaethPixel(second(next), three);
-            storePixels<Channels>(row + i,
-                                  _mm_packus_epi16(_mm_unpacklo_epi64(one, two), _mm_unpacklo_epi64(three, left)));
-            i += 4 * Channels;
-        } else if (i < bytes) {
-            left = unfilterPaethPixel(preparePaeth<Channels>(row + i, above + i), left);
-            storePixel<Channels>(row + i, _mm_packus_epi16(left, left));
-            i += Channels;
-        }
+        const PaethPair first = preparePaeth<Channels>(filtered + i, above + i);
+        const PaethPair next = preparePaeth<Channels>(filtered + i + 2 * Channels, above + i + 2 * Channels);
+        const __m128i one = unfilterPaethPixel(first, left);
+        const __m128i two = unfilterPaethPixel(second(first), one);
+        const __m128i three = unfilterPaethPixel(next, two);
+        left = unfilterPaethPixel(second(next), three);
+        storePixels<Channels>(row + i,
+                              _mm_packus_epi16(_mm_unpacklo_epi64(one, two), _mm_unpacklo_epi64(three, left)));
     }
 }
 
 template<int Channels>
-QM_AVX2 void unfilterRow(int filter, uchar *row, const uchar *above, int bytes)
+QM_AVX2 void unfilterRow(int filter, uchar *row, const uchar *filtered, const uchar *above, int bytes)
 {
     switch (filter) {
-    case subFilter: return unfilterSub<Channels>(row, bytes);
-    case upFilter: return unfilterUp(row, above, bytes);
-    case averageFilter: return unfilterAverage<Channels>(row, above, bytes);
-    case paethFilter: return unfilterPaeth<Channels>(row, above, bytes);
-    default: return;
+    case subFilter: return unfilterSub<Channels>(row, filtered, bytes);
+    case upFilter: return unfilterUp(row, filtered, above, bytes);
+    case averageFilter: return unfilterAverage<Channels>(row, filtered, above, bytes);
+    case paethFilter: return unfilterPaeth<Channels>(row, filtered, above, bytes);
+    default: std::memcpy(row, filtered, size_t(bytes));
     }
 }
 
-void unfilter(int filter, uchar *row, const uchar *above, int bytes, int channels)
+void unfilter(int filter, uchar *row, const uchar *filtered, const uchar *above, int bytes, int channels)
 {
-    channels == 3 ? unfilterRow<3>(filter, row, above, bytes) : unfilterRow<4>(filter, row, above, bytes);
+    channels == 3 ? unfilterRow<3>(filter, row, filtered, above, bytes)
+                  : unfilterRow<4>(filter, row, filtered, above, bytes);
 }
 
 QM_AVX2 inline __m256i distance(__m256i a, __m256i b)
@@ -325,6 +273,13 @@ QM_AVX2 PngKernels::Repetition repetitionOf(const uchar *const *rows, int count,
         }
     }
     return found;
+}
+
+QM_AVX2 inline __m256i firstLanes(int count)
+{
+    const __m256i lane = _mm256_setr_epi8(0, 1, 2, 3, 4, 5, 6, 7, 8, 9, 10, 11, 12, 13, 14, 15, 16, 17, 18, 19, 20, 21,
+                                          22, 23, 24, 25, 26, 27, 28, 29, 30, 31);
+    return _mm256_cmpgt_epi8(_mm256_set1_epi8(char(count)), lane);
 }
 
 template<int Filter>

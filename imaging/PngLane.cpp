@@ -9,6 +9,7 @@
 #include <libdeflate.h>
 
 #include <memory>
+#include <utility>
 #include <vector>
 
 namespace qm {
@@ -17,7 +18,7 @@ namespace {
 
 constexpr size_t inputStep = 128 * 1024;
 constexpr size_t outputStep = 512 * 1024; // ISA-L copies its 32 KB window at every call: not too small a step
-constexpr int padding = 32;
+constexpr int padding = 64; // what the kernels touch beyond a row
 constexpr uchar ordinaryZlib = 0x78;  // deflate with the full window; libpng treats smaller windows specially
 constexpr uchar dictionary = 1 << 5;  // RFC 1950: what no PNG has
 constexpr quint32 alwaysTakenLength = 8'000'000; // libpng refuses longer chunks that exceed the picture's own size
@@ -186,24 +187,25 @@ Decoded PngLane::read(QIODevice &file, quint32 firstLength, const PictureHeader 
     const int rowBytes = header.size.width() * channels;
     const size_t stride = size_t(rowBytes) + 1; // the filter's number stands before each row
     const int band = int(qBound<size_t>(1, outputStep / stride, size_t(header.size.height())));
-    // The row above the band, zeros at first, then the band.
-    std::vector<uchar> rows((size_t(band) + 1) * stride + padding);
+    std::vector<uchar> filtered(size_t(band) * stride + padding);
+    std::vector<uchar> rows[2]; // this one and the one above, zeros at first
+    for (std::vector<uchar> &row : rows)
+        row.resize(size_t(rowBytes) + padding);
 
     ImageData data(file, firstLength, stride * size_t(header.size.height()));
     Inflater inflater(data);
     for (int left = header.size.height(); left > 0;) {
         const int count = qMin(band, left);
-        if (!inflater.fill(rows.data() + stride, size_t(count) * stride))
+        if (!inflater.fill(filtered.data(), size_t(count) * stride))
             return Decoded::notTaken;
-        for (int i = 1; i <= count; ++i) {
-            uchar *row = rows.data() + size_t(i) * stride + 1;
-            if (row[-1] > 4)
+        for (const uchar *at = filtered.data(); at != filtered.data() + size_t(count) * stride; at += stride) {
+            if (*at > 4)
                 return Decoded::notTaken;
-            kernels.unfilter(row[-1], row, row - stride, rowBytes, channels);
-            if (!sink.add(row))
+            kernels.unfilter(*at, rows[0].data(), at + 1, rows[1].data(), rowBytes, channels);
+            if (!sink.add(rows[0].data()))
                 return Decoded::stopped;
+            std::swap(rows[0], rows[1]);
         }
-        std::memcpy(rows.data(), rows.data() + size_t(count) * stride, stride);
         left -= count;
     }
     return inflater.ends() ? Decoded::whole : Decoded::notTaken;
