@@ -15,13 +15,13 @@ namespace qm {
 
 static constexpr quint32 farthest = 32768; // RFC 1951: how far back a match may go
 static constexpr quint32 shortest = 3, shortestByHash = 4, longest = 258;
-static constexpr quint32 compared = 32;  // bytes seen of a candidate before one is chosen
-static constexpr quint32 longEnough = 8; // found without the hash: do not look further
-static constexpr quint64 farBits = 22;   // what a match costs that is not near, about
+static constexpr quint32 compared = 32;        // bytes seen of a candidate before one is chosen
+static constexpr quint32 longEnough = 8;       // found without the hash: do not look further
+static constexpr quint64 farBits = 22;         // what a match costs that is not near, about
 static constexpr quint32 missesUnnoticed = 64; // literals in a row, before some are not looked at
 static constexpr quint32 mostSkipped = 7;
-static constexpr int slack = 64;     // bytes that are compared beyond the end, then not taken
-static constexpr quint32 noDistance = 31 << 10; // of a literal
+static constexpr int slack = 64;                           // bytes that are compared beyond the end, then not taken
+static constexpr quint32 noDistance = 31 << 10;            // of a literal
 static constexpr size_t tokenBytes = 6, headerBytes = 512; // at most
 static constexpr int endOfBlock = 256, lengthCodes = 257;
 static constexpr int longestCode = 15, longestLengthCode = 7;
@@ -223,7 +223,8 @@ void Deflater::writeBlock(bool last)
         literalBits += quint64(counts[i]) * values.lengths[i];
     }
     if (literals > 0)
-        m_worthFar = std::clamp(quint32(farBits * literals / std::max<quint64>(literalBits, 1)) + 1, shortest, compared);
+        m_worthFar =
+            std::clamp(quint32(farBits * literals / std::max<quint64>(literalBits, 1)) + 1, shortest, compared);
 
     put(last, 1);
     put(2, 2); // the block brings its codes
@@ -310,8 +311,8 @@ void Deflater::writeTokens(const PrefixCode &values, const PrefixCode &distances
     for (size_t length = shortest; length <= longest; ++length) {
         const size_t symbol = lengthTable.symbol[length];
         const int own = values.lengths[lengthCodes + symbol];
-        value[lengthsFrom + length] = {values.codes[lengthCodes + symbol] |
-                                           quint32(length - lengthTable.first[symbol]) << own,
+        value[lengthsFrom + length] = {values.codes[lengthCodes + symbol] | quint32(length - lengthTable.first[symbol])
+                                                                                << own,
                                        quint8(own), quint8(own + lengthTable.extraBits[symbol])};
     }
     std::array<Coded, 32> distance;

@@ -27,7 +27,7 @@ public:
 private:
     static constexpr int hashBits = 12;
     static constexpr size_t mostTokens = 16384; // in a block; the fewer, the closer is the code to what it says
-    static constexpr quint32 lengthsFrom = 254;     // token value of a match, less its length
+    static constexpr quint32 lengthsFrom = 254; // token value of a match, less its length
 
     void search(const uchar *end);
     void writeBlock(bool last);

@@ -145,7 +145,8 @@ int PngKernels::chooseFilter(const uchar *const *rows, int count, int bytes, int
     int best = upFilter;
     Repetition least = repetition(upFilter, rows, count, bytes, channels);
     for (const int candidate : {noFilter, subFilter, paethFilter}) { // Average never makes repetitions
-        if (candidate != noFilter && cost(least) * 8 < least.sampled) break;
+        if (candidate != noFilter && cost(least) * 8 < least.sampled)
+            break;
         const Repetition found = repetition(candidate, rows, count, bytes, channels);
         if (cost(found) < cost(least)) {
             best = candidate;

@@ -8,7 +8,7 @@ namespace qm {
 // the same bytes. "Packed" is PNG's own order, R G B (A), without padding; "words" are QRgb, 0xAARRGGBB.
 // Filters are those of the PNG specification, clause 9, for 3 or 4 channels; `above` is the row before, zeros for the first.
 struct PngKernels {
-    // The filter is one of 0 to 4. Reads and writes up to 48 bytes past the ends. The row is not where it comes from: loads
+    // The filter is one of 0 to 4. Reads and writes up to 96 bytes past the ends. The row is not where it comes from: loads
     // would wait for stores.
     void (*unfilter)(int filter, uchar *row, const uchar *filtered, const uchar *above, int bytes, int channels);
 

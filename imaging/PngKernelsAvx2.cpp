@@ -141,8 +141,17 @@ QM_AVX2 inline PaethPair second(const PaethPair &pair)
             upper(pair.middle),   upper(pair.below), upper(pair.rest)};
 }
 
+// The bytes of whole pixels with zero residuals, of the next 32.
+template<int Channels>
+QM_AVX2 inline int levelBytes(const uchar *filtered)
+{
+    const __m256i zero = _mm256_cmpeq_epi8(load32(filtered), _mm256_setzero_si256());
+    const quint32 others = ~quint32(_mm256_movemask_epi8(zero));
+    return (others == 0 ? 32 : __builtin_ctz(others)) / Channels * Channels;
+}
+
 // Where left and corner are equal the predictor is the pixel above, and it stays so as long as the residuals are zero:
-// flat parts of a screenshot are copied.
+// flat parts of a screenshot are copied. Short ones are not worth a branch that is guessed wrong as often as not.
 template<int Channels>
 QM_AVX2 void unfilterPaeth(uchar *row, const uchar *filtered, const uchar *above, int bytes)
 {
@@ -151,16 +160,18 @@ QM_AVX2 void unfilterPaeth(uchar *row, const uchar *filtered, const uchar *above
     __m128i left = _mm_add_epi8(_mm_cvtepu8_epi16(loadPixel(filtered)), _mm_cvtepu8_epi16(loadPixel(above)));
     storePixel(row, _mm_packus_epi16(left, left));
     for (int i = Channels; i < bytes; i += 4 * Channels) {
+        int level = levelBytes<Channels>(filtered + i);
         const __m128i corner = _mm_cvtepu8_epi16(loadPixel(above + i - Channels));
-        const bool isLevel = (_mm_cvtsi128_si64(_mm_xor_si128(left, corner)) & ofPixel) == 0;
-        if (isLevel) {
-            for (int copied = step; copied == step && i < bytes; i += copied) {
+        if (level == step && (_mm_cvtsi128_si64(_mm_xor_si128(left, corner)) & ofPixel) == 0) {
+            do {
                 store32(row + i, load32(above + i));
-                const __m256i zero = _mm256_cmpeq_epi8(load32(filtered + i), _mm256_setzero_si256());
-                const quint32 others = ~quint32(_mm256_movemask_epi8(zero));
-                copied = others == 0 ? step : qMin(__builtin_ctz(others) / Channels * Channels, step);
-            }
-            left = _mm_cvtepu8_epi16(loadPixel(above + i - Channels)); // what was copied is still on its way into memory
+                i += level;
+                level = levelBytes<Channels>(filtered + i);
+            } while (level == step && i < bytes);
+            store32(row + i, load32(above + i));
+            i += level;
+            left = _mm_cvtepu8_epi16(
+                loadPixel(above + i - Channels)); // not of the row, whose bytes are still on their way
         }
         const PaethPair first = preparePaeth<Channels>(filtered + i, above + i);
         const PaethPair next = preparePaeth<Channels>(filtered + i + 2 * Channels, above + i + 2 * Channels);
@@ -168,8 +179,7 @@ QM_AVX2 void unfilterPaeth(uchar *row, const uchar *filtered, const uchar *above
         const __m128i two = unfilterPaethPixel(second(first), one);
         const __m128i three = unfilterPaethPixel(next, two);
         left = unfilterPaethPixel(second(next), three);
-        storePixels<Channels>(row + i,
-                              _mm_packus_epi16(_mm_unpacklo_epi64(one, two), _mm_unpacklo_epi64(three, left)));
+        storePixels<Channels>(row + i, _mm_packus_epi16(_mm_unpacklo_epi64(one, two), _mm_unpacklo_epi64(three, left)));
     }
 }
 

@@ -18,9 +18,9 @@ namespace {
 
 constexpr size_t inputStep = 128 * 1024;
 constexpr size_t outputStep = 512 * 1024; // ISA-L copies its 32 KB window at every call: not too small a step
-constexpr int padding = 64; // what the kernels touch beyond a row
-constexpr uchar ordinaryZlib = 0x78;  // deflate with the full window; libpng treats smaller windows specially
-constexpr uchar dictionary = 1 << 5;  // RFC 1950: what no PNG has
+constexpr int padding = 96;               // what the kernels touch beyond a row
+constexpr uchar ordinaryZlib = 0x78;      // deflate with the full window; libpng treats smaller windows specially
+constexpr uchar dictionary = 1 << 5;      // RFC 1950: what no PNG has
 constexpr quint32 alwaysTakenLength = 8'000'000; // libpng refuses longer chunks that exceed the picture's own size
 
 // The content of consecutive IDAT chunks, their checksums verified at each end.
