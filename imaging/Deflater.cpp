@@ -8,6 +8,7 @@
 
 #include <algorithm>
 #include <bit>
+#include <cmath>
 #include <cstring>
 #include <utility>
 
@@ -17,7 +18,7 @@ static constexpr quint32 farthest = 32768; // RFC 1951: how far back a match may
 static constexpr quint32 shortest = 3, shortestByHash = 4, longest = 258;
 static constexpr quint32 compared = 32;        // bytes seen of a candidate before one is chosen
 static constexpr quint32 longEnough = 8;       // found without the hash: do not look further
-static constexpr quint64 farBits = 22;         // what a match costs that is not near, about
+static constexpr double farBits = 20;          // what a match costs, about, that is not the pixel to the left
 static constexpr quint32 missesUnnoticed = 64; // literals in a row, before some are not looked at
 static constexpr quint32 mostSkipped = 7;
 static constexpr int slack = 64;                           // bytes that are compared beyond the end, then not taken
@@ -129,7 +130,7 @@ void Deflater::search(const uchar *end)
     quint32 *const places = m_places.data(), *const valueCounts = m_valueCounts.data();
     quint32 *token = m_tokens.data() + m_tokenCount, *const lastToken = m_tokens.data() + m_tokens.size();
     const uchar *at = window + m_next;
-    quint32 misses = 0;
+    quint32 worthFar = m_worthFar, misses = 0;
     while (at < end) {
         const qint64 position = origin + (at - window);
         const quint32 low = quint32(position) & 0xffff;
@@ -138,7 +139,7 @@ void Deflater::search(const uchar *end)
         place = last << 16 | low;
 
         quint32 length = same(at, at - pixel), distance = pixel;
-        quint32 beat = std::max(length, m_worthFar - 1);
+        quint32 beat = std::max(length, worthFar - 1);
         if (const quint32 above = same(at, at - row); above > beat) {
             length = beat = above;
             distance = row;
@@ -187,6 +188,7 @@ void Deflater::search(const uchar *end)
             m_tokenCount = mostTokens;
             writeBlock(false);
             token = m_tokens.data();
+            worthFar = m_worthFar;
         }
     }
     m_tokenCount = size_t(token - m_tokens.data());
@@ -208,6 +210,21 @@ void Deflater::finish()
     m_sink(m_out.data(), size_t(m_at - m_out.data()));
 }
 
+// How long a match must be in the next block. The rarer literals are among the tokens, the longer are their codes; that is taken
+// out, or a block full of bad matches would make the next one prefer them as well.
+void Deflater::adapt(const PrefixCode &values)
+{
+    double literals = 0, bits = 0;
+    for (size_t i = 0; i < endOfBlock; ++i) {
+        literals += m_valueCounts[i];
+        bits += double(m_valueCounts[i]) * values.lengths[i];
+    }
+    if (literals == 0)
+        return;
+    const double each = bits / literals - std::log2(double(m_tokenCount) / literals);
+    m_worthFar = std::clamp(quint32(farBits / std::max(each, 0.5)) + 1, shortest, compared);
+}
+
 void Deflater::writeBlock(bool last)
 {
     std::array<quint32, PrefixCode::mostSymbols> counts{};
@@ -217,15 +234,7 @@ void Deflater::writeBlock(bool last)
         counts[lengthCodes + lengthTable.symbol[length]] += m_valueCounts[lengthsFrom + length];
     const PrefixCode values = PrefixCode::of(counts, longestCode);
     const PrefixCode distances = PrefixCode::of(std::span(m_distanceCounts).first(30), longestCode);
-    quint64 literals = 0, literalBits = 0;
-    for (size_t i = 0; i < endOfBlock; ++i) {
-        literals += counts[i];
-        literalBits += quint64(counts[i]) * values.lengths[i];
-    }
-    if (literals > 0)
-        m_worthFar =
-            std::clamp(quint32(farBits * literals / std::max<quint64>(literalBits, 1)) + 1, shortest, compared);
-
+    adapt(values);
     put(last, 1);
     put(2, 2); // the block brings its codes
     writeCodeLengths(values, distances);

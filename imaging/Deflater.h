@@ -31,6 +31,7 @@ private:
 
     void search(const uchar *end);
     void writeBlock(bool last);
+    void adapt(const struct PrefixCode &values);
     void writeCodeLengths(const struct PrefixCode &values, const struct PrefixCode &distances);
     void writeTokens(const struct PrefixCode &values, const struct PrefixCode &distances);
     void put(quint64 bits, int count);
@@ -41,7 +42,8 @@ private:
     size_t m_filled, m_next;     // ends of both
     qint64 m_origin;             // the window's first byte, counted from the stream's beginning
     quint32 m_adler = 1;
-    quint32 m_worthFar = 3; // the least length of a match further away: in photographs literals are short
+    quint32 m_worthFar =
+        3; // the least length of a match that is not the pixel to the left: short literals need long ones
     // By hash of four bytes, the two places where they stood last, the low 16 bits of each.
     std::array<quint32, size_t(1) << hashBits> m_places{};
     // A token's lowest 10 bits are a literal, or lengthsFrom + the length of a match; the next 5 the distance's symbol; the rest

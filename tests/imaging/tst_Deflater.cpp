@@ -1,0 +1,151 @@
+#include "imaging/Deflater.h"
+#include "imaging/PrefixCode.h"
+
+#include <QRandomGenerator>
+#include <QtTest>
+
+#include <zlib.h>
+
+#include <algorithm>
+#include <numeric>
+
+using namespace qm;
+
+namespace {
+
+QByteArray deflated(const QByteArray &bytes, int pixel, qint64 row, qsizetype step)
+{
+    QByteArray out;
+    Deflater deflater(pixel, row, size_t(step), [&](const uchar *part, size_t count) {
+        out.append(reinterpret_cast<const char *>(part), qsizetype(count));
+    });
+    for (qsizetype at = 0; at < bytes.size(); at += step) {
+        const size_t count = size_t(qMin(step, bytes.size() - at));
+        std::memcpy(deflater.room(), bytes.constData() + at, count);
+        deflater.add(count);
+    }
+    deflater.finish();
+    return out;
+}
+
+// By zlib, which checks everything; null unless it is a whole stream with nothing behind it.
+QByteArray inflated(const QByteArray &stream, qsizetype expected)
+{
+    QByteArray out(expected + 1, Qt::Uninitialized);
+    z_stream zlib{};
+    inflateInit(&zlib);
+    zlib.next_in = reinterpret_cast<Bytef *>(const_cast<char *>(stream.constData()));
+    zlib.avail_in = uInt(stream.size());
+    zlib.next_out = reinterpret_cast<Bytef *>(out.data());
+    zlib.avail_out = uInt(out.size());
+    const bool whole = inflate(&zlib, Z_FINISH) == Z_STREAM_END && zlib.avail_in == 0;
+    out.resize(qsizetype(zlib.total_out));
+    inflateEnd(&zlib);
+    return whole ? out : QByteArray();
+}
+
+QByteArray noise(qsizetype size, int values = 256)
+{
+    QRandomGenerator random(11);
+    QByteArray bytes(size, Qt::Uninitialized);
+    for (char &byte : bytes)
+        byte = char(random.bounded(values));
+    return bytes;
+}
+
+} // namespace
+
+class tst_Deflater : public QObject
+{
+    Q_OBJECT
+
+private Q_SLOTS:
+    void comesBack_data()
+    {
+        QTest::addColumn<QByteArray>("bytes");
+        QTest::addColumn<int>("pixel");
+        QTest::addColumn<int>("row");
+        QTest::addColumn<int>("largest"); // bytes it may take
+        const auto row = [](const QByteArray &name, const QByteArray &bytes, int pixel, int distance,
+                            qsizetype largest) {
+            QTest::newRow(name.constData()) << bytes << pixel << distance << int(largest);
+        };
+        row("nothing", {}, 3, 10, 20);
+        row("one byte", "a", 3, 10, 20);
+        row("zeros, as before the beginning", QByteArray(1'000'000, 0), 4, 401, 1200);
+        row("noise", noise(300'000), 3, 3001, 302'000);
+        row("few values", noise(300'000, 3), 3, 3001, 100'000);
+        row("rows beyond the window", noise(50'000) + noise(50'000), 4, 50'000, 102'000);
+        for (const int distance : {1, 2, 3, 4, 5, 31, 32, 33, 257, 258, 259, 32'766, 32'767, 40'000}) {
+            const QByteArray part = noise(distance);
+            QByteArray repeated = part;
+            while (repeated.size() < 100'000)
+                repeated += part;
+            const qsizetype fresh = distance < 32'768 ? distance : repeated.size();
+            // The hash remembers few places, and fewer where nothing repeats for long.
+            row("every " + QByteArray::number(distance) + " bytes, by hash", repeated, 4, 999,
+                fresh * 135 / 100 + 1200);
+            row("every " + QByteArray::number(distance) + " bytes, a row", repeated, 4, distance,
+                fresh * 103 / 100 + 600);
+        }
+        const QByteArray part = noise(32'768);
+        row("a row as far as can be", part + part + part, 4, 32'768, 34'500);
+    }
+
+    void comesBack()
+    {
+        QFETCH(QByteArray, bytes);
+        QFETCH(int, pixel);
+        QFETCH(int, row);
+        QFETCH(int, largest);
+        for (const int step : {1, 61, 4097, 131'072}) {
+            const qsizetype size = step == 1 ? qMin<qsizetype>(bytes.size(), 3000) : bytes.size();
+            const QByteArray part = bytes.left(size), stream = deflated(part, pixel, row, step);
+            QVERIFY2(inflated(stream, size) == part, qPrintable(QString::number(step)));
+            if (step > 4000)
+                QVERIFY2(stream.size() <= largest, qPrintable(QString::number(stream.size())));
+            QCOMPARE(deflated(part, pixel, row, step), stream);
+        }
+    }
+
+    void codesAreCompleteAndWithinTheLimit_data()
+    {
+        using Counts = std::vector<quint32>;
+        QTest::addColumn<Counts>("counts");
+        QTest::addColumn<int>("longest");
+        QTest::addColumn<Counts>("lengths"); // where they are known
+        QTest::newRow("textbook") << Counts{5, 9, 12, 13, 16, 45} << 15 << Counts{4, 4, 3, 3, 3, 1};
+        QTest::newRow("unused ones between") << Counts{0, 7, 0, 0, 7, 0, 20} << 15 << Counts{0, 2, 0, 0, 2, 0, 1};
+        QTest::newRow("none used") << Counts(30) << 15 << Counts{};
+        QTest::newRow("only the first") << Counts{9, 0, 0} << 15 << Counts{1, 1, 0};
+        QTest::newRow("only the last") << Counts{0, 0, 9} << 15 << Counts{1, 0, 1};
+        QTest::newRow("all alike") << Counts(286, 1) << 15 << Counts{};
+        Counts fibonacci{1, 1};
+        while (fibonacci.size() < 40)
+            fibonacci.push_back(fibonacci[fibonacci.size() - 1] + fibonacci[fibonacci.size() - 2]);
+        QTest::newRow("would be 39 deep") << fibonacci << 15 << Counts{};
+        QTest::newRow("19 in 7 bits") << Counts(fibonacci.begin(), fibonacci.begin() + 19) << 7 << Counts{};
+    }
+
+    void codesAreCompleteAndWithinTheLimit()
+    {
+        QFETCH(std::vector<quint32>, counts);
+        QFETCH(int, longest);
+        QFETCH(std::vector<quint32>, lengths);
+        const PrefixCode code = PrefixCode::of(counts, longest);
+        double claimed = 0;
+        for (size_t i = 0; i < counts.size(); ++i) {
+            QVERIFY(code.lengths[i] <= longest && (counts[i] == 0 || code.lengths[i] > 0));
+            claimed += code.lengths[i] ? std::exp2(-code.lengths[i]) : 0;
+            for (size_t k = 0; k < counts.size(); ++k)
+                QVERIFY2(counts[i] <= counts[k] || counts[k] == 0 || code.lengths[i] <= code.lengths[k],
+                         "the more often, the shorter");
+            if (i < lengths.size())
+                QCOMPARE(quint32(code.lengths[i]), lengths[i]);
+        }
+        QCOMPARE(claimed, 1.0);
+    }
+};
+
+QTEST_GUILESS_MAIN(tst_Deflater)
+#include "tst_Deflater.moc"
