@@ -23,6 +23,8 @@
 using namespace qm;
 
 static constexpr int thumbnailEdge = 192;
+static constexpr double measuredFor = 1000; // milliseconds of work, for each side of a comparison
+static constexpr int fewestRuns = 3;
 
 namespace {
 
@@ -107,7 +109,7 @@ static std::function<qint64()> work(const QString &what, const QString &path)
     return [] { return qint64(0); };
 }
 
-static int child(const QString &what, const QString &path, int repeats)
+static int child(const QString &what, const QString &path)
 {
     QImageReader::setAllocationLimit(0);
     if (what.endsWith(QLatin1String("vips"))) {
@@ -117,7 +119,8 @@ static int child(const QString &what, const QString &path, int repeats)
     const std::function<qint64()> run = work(what, path);
     const double heldBefore = peakMegabytes(true);
     Measured best{1e9, 0, 0};
-    for (int i = 0; i < repeats; ++i) {
+    const double begun = cpuMilliseconds();
+    for (int i = 0; i < fewestRuns || cpuMilliseconds() - begun < measuredFor; ++i) {
         const double start = cpuMilliseconds();
         best.bytes = run();
         best.milliseconds = qMin(best.milliseconds, cpuMilliseconds() - start);
@@ -128,11 +131,11 @@ static int child(const QString &what, const QString &path, int repeats)
     return 0;
 }
 
-static Measured measure(const char *what, const QString &path, int repeats)
+static Measured measure(const char *what, const QString &path)
 {
     QProcess process;
     process.start(QCoreApplication::applicationFilePath(),
-                  {QStringLiteral("--child"), QString::fromLatin1(what), path, QString::number(repeats)});
+                  {QStringLiteral("--child"), QString::fromLatin1(what), path});
     process.waitForFinished(-1);
     const QList<QByteArray> fields = process.readAllStandardOutput().simplified().split(' ');
     if (process.exitCode() != 0 || fields.size() != 3)
@@ -176,21 +179,20 @@ static void report(const QString &name, const QString &path, bool jpeg)
 {
     const QImage image(path);
     const double decoded = double(image.sizeInBytes()) / (1 << 20);
-    const int repeats = 7;
-    const Measured ours = measure("thumbnail ours", path, repeats), qt = measure("thumbnail qt", path, repeats),
-                   vips = measure("thumbnail vips", path, repeats);
+    const Measured ours = measure("thumbnail ours", path), qt = measure("thumbnail qt", path),
+                   vips = measure("thumbnail vips", path);
     std::printf(
         "%-22s thumbnail %7.1f ms %5.1f MB (%4.1f %% of the decoded)  | Qt %5.1fx %6.1f MB | libvips %5.1fx %6.1f MB"
         " | off the exact mean by %.2f\n",
         qPrintable(name), ours.milliseconds, ours.megabytes, 100 * ours.megabytes / decoded,
         qt.milliseconds / ours.milliseconds, qt.megabytes, vips.milliseconds / ours.milliseconds, vips.megabytes,
         worstError(image, Thumbnailer::make(path, thumbnailEdge)));
-    const Measured open = measure("open ours", path, repeats), openQt = measure("open qt", path, repeats);
+    const Measured open = measure("open ours", path), openQt = measure("open qt", path);
     std::printf("%-22s open      %7.1f ms  | Qt %5.1fx\n", "", open.milliseconds,
                 openQt.milliseconds / open.milliseconds);
     if (jpeg)
         return;
-    const Measured save = measure("save ours", path, repeats), saveQt = measure("save qt", path, 2);
+    const Measured save = measure("save ours", path), saveQt = measure("save qt", path);
     std::printf("%-22s save      %7.1f ms %6.2f MB | Qt %5.1fx, size %.2f of Qt's\n", "", save.milliseconds,
                 double(save.bytes) / (1 << 20), saveQt.milliseconds / save.milliseconds,
                 double(save.bytes) / double(saveQt.bytes));
@@ -204,7 +206,7 @@ int main(int argc, char **argv)
     QImageReader::setAllocationLimit(0);
     const QStringList arguments = application.arguments();
     if (arguments.value(1) == QLatin1String("--child"))
-        return child(arguments.value(2), arguments.value(3), arguments.value(4).toInt());
+        return child(arguments.value(2), arguments.value(3));
 
     struct Picture {
         const char *name;

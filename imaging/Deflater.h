@@ -25,7 +25,7 @@ public:
     void finish();
 
 private:
-    static constexpr int hashBits = 12;
+    static constexpr int hashBits = 11;
     static constexpr size_t mostTokens = 16384; // in a block; the fewer, the closer is the code to what it says
     static constexpr quint32 lengthsFrom = 254; // token value of a match, less its length
 

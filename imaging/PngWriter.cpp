@@ -19,9 +19,9 @@ namespace qm {
 static constexpr char signature[] = "\x89PNG\r\n\x1a\n";
 static constexpr int chunkFrame = 8; // length and type before the content
 static constexpr qsizetype mostInChunk = (qsizetype(1) << 20) - chunkFrame - 4;
-static constexpr size_t filteredPerStep = 128 * 1024; // stays in the cache between filtering and deflating
-static constexpr int rowsInGroup = 4;                 // share a filter: rows filtered alike repeat each other
-static constexpr int before = 4, after = 32;          // what the row kernels touch around a row
+static constexpr size_t filteredPerStep = 64 * 1024; // stays in the cache between filtering and deflating
+static constexpr int rowsInGroup = 4;                // share a filter: rows filtered alike repeat each other
+static constexpr int before = 4, after = 32;         // what the row kernels touch around a row
 static constexpr double inchesPerMetre = 39.3701;
 
 // Puts length, type and checksum around the content that stands after the first chunkFrame bytes.

@@ -5,26 +5,18 @@
 
 namespace qm {
 
+static constexpr int symbolBits = 9;
 static constexpr int deepest = 64; // counts of 32 bits make no deeper tree
 
-namespace {
-
-struct Symbol {
-    quint32 count;
-    quint16 symbol;
-};
-
-} // namespace
-
-// How many symbols lie how deep in the tree that joins the two rarest again and again. Symbols come by rising counts, so the
+// How many symbols lie how deep in the tree that joins the two rarest again and again. They come by rising counts, so the
 // joined nodes rise as well, and the rarest of both kinds are always at the front.
-static std::array<int, deepest> depthsOf(std::span<const Symbol> symbols)
+static std::array<int, deepest> depthsOf(std::span<const quint64> symbols)
 {
     const int leaves = int(symbols.size()), nodes = 2 * leaves - 1;
     std::array<quint32, 2 * PrefixCode::mostSymbols> weight;
     std::array<quint16, 2 * PrefixCode::mostSymbols> parent;
     for (int i = 0; i < leaves; ++i)
-        weight[size_t(i)] = symbols[size_t(i)].count;
+        weight[size_t(i)] = quint32(symbols[size_t(i)] >> symbolBits);
     int leaf = 0, joined = leaves;
     for (int next = leaves; next < nodes; ++next) {
         weight[size_t(next)] = 0;
@@ -67,20 +59,18 @@ static void limit(std::array<int, deepest> &atLength, int longest)
 
 PrefixCode PrefixCode::of(std::span<const quint32> counts, int longest)
 {
-    std::array<Symbol, mostSymbols> storage;
+    std::array<quint64, mostSymbols> storage; // count and symbol in one, to be sorted at once
     size_t used = 0;
     for (size_t i = 0; i < counts.size(); ++i) {
         if (counts[i] > 0)
-            storage[used++] = {counts[i], quint16(i)};
+            storage[used++] = quint64(counts[i]) << symbolBits | i;
     }
     for (size_t i = 0; used < 2; ++i) {
         if (counts[i] == 0)
-            storage[used++] = {1, quint16(i)};
+            storage[used++] = quint64(1) << symbolBits | i;
     }
-    const std::span<Symbol> symbols(storage.data(), used);
-    std::sort(symbols.begin(), symbols.end(), [](const Symbol &a, const Symbol &b) {
-        return a.count != b.count ? a.count < b.count : a.symbol < b.symbol;
-    });
+    const std::span<quint64> symbols(storage.data(), used);
+    std::sort(symbols.begin(), symbols.end());
     std::array<int, deepest> atLength = depthsOf(symbols);
     limit(atLength, longest);
 
@@ -88,7 +78,7 @@ PrefixCode PrefixCode::of(std::span<const quint32> counts, int longest)
     auto rarest = symbols.begin();
     for (int length = longest; length > 0; --length) {
         for (int i = 0; i < atLength[size_t(length)]; ++i)
-            code.lengths[(rarest++)->symbol] = quint8(length);
+            code.lengths[*rarest++ % (1 << symbolBits)] = quint8(length);
     }
     std::array<quint16, 16> next{};
     for (size_t length = 1; length < next.size(); ++length)
