@@ -1,0 +1,63 @@
+// A libFuzzer target: whatever is deflated, in steps of any size and whatever the distances of pixel and row, zlib inflates to
+// the same bytes. The first bytes of the input choose these; the rest is widened, as short inputs seldom fill a block.
+
+#include "imaging/Deflater.h"
+
+#include <QByteArray>
+
+#include <zlib.h>
+
+#include <cstdlib>
+#include <cstring>
+
+using namespace qm;
+
+static QByteArray widened(const QByteArray &bytes, int times, int change)
+{
+    QByteArray out = bytes;
+    for (int i = 1; i < times; ++i) { // repetitions with something else in between, at distances that vary
+        QByteArray next = bytes.mid(i * change % qMax<qsizetype>(1, bytes.size()));
+        if (!next.isEmpty())
+            next[i * 31 % next.size()] = char(i * change);
+        out += next;
+    }
+    return out;
+}
+
+extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size)
+{
+    constexpr size_t choices = 8;
+    if (size < choices)
+        return 0;
+    const int pixel = 1 + data[0] % 8;
+    const qint64 row = pixel + (data[1] | data[2] << 8);
+    const size_t step = 1 + (data[3] | size_t(data[4]) << 8);
+    const QByteArray bytes =
+        widened(QByteArray(reinterpret_cast<const char *>(data + choices), qsizetype(size - choices)),
+                1 + (data[5] | (data[6] & 1) << 8), data[7]);
+
+    QByteArray stream;
+    Deflater deflater(pixel, row, step, [&](const uchar *part, size_t count) {
+        stream.append(reinterpret_cast<const char *>(part), qsizetype(count));
+    });
+    for (size_t at = 0; at < size_t(bytes.size()); at += step) {
+        const size_t count = std::min(step, size_t(bytes.size()) - at);
+        std::memcpy(deflater.room(), bytes.constData() + at, count);
+        deflater.add(count);
+    }
+    deflater.finish();
+
+    QByteArray back(bytes.size() + 1, Qt::Uninitialized);
+    z_stream zlib{};
+    inflateInit(&zlib);
+    zlib.next_in = reinterpret_cast<Bytef *>(stream.data());
+    zlib.avail_in = uInt(stream.size());
+    zlib.next_out = reinterpret_cast<Bytef *>(back.data());
+    zlib.avail_out = uInt(back.size());
+    const bool whole = inflate(&zlib, Z_FINISH) == Z_STREAM_END && zlib.avail_in == 0;
+    back.resize(qsizetype(zlib.total_out));
+    inflateEnd(&zlib);
+    if (!whole || back != bytes)
+        std::abort();
+    return 0;
+}
