@@ -1,5 +1,6 @@
 #include "imaging/AreaAverage.h"
 
+#include "imaging/Image.h"
 #include "imaging/PngKernels.h"
 
 #include <algorithm>
@@ -40,7 +41,7 @@ void AreaAverage::startColumns(const uchar *row, float weight)
 
 const uchar *AreaAverage::premultiplied(const uchar *row)
 {
-    if (m_channels == 3 || PngKernels::best().opaquePacked(row, m_source.width()))
+    if (m_channels == 3 || allOpaque(row, m_source.width()))
         return row;
     m_opaque = false;
     m_premultiplied.resize(size_t(m_bytes));

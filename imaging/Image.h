@@ -19,6 +19,10 @@ struct Image {
 // since 96 dpi is just what other systems call ordinary.
 int scaleForDpi(double dpi);
 
+// Whether so many pixels of four bytes, the last of them alpha, are all opaque. (ARGB32 has it there on the processors that
+// we run on.)
+bool allOpaque(const uchar *pixels, int count);
+
 // The picture at the scale that dpi stands for.
 Image imageWithDpi(const QImage &pixels, double dpi);
 

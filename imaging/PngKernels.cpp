@@ -53,10 +53,10 @@ void filter(int filter, uchar *out, const uchar *row, const uchar *above, int by
         out[i] = residual(filter, row, above, i, channels);
 }
 
-PngKernels::Repetition repetition(int filter, const uchar *const *rows, int count, int bytes, int channels)
+PngKernels::Residuals measure(int filter, const uchar *const *rows, int count, int bytes, int channels)
 {
     constexpr int block = PngKernels::sampledBlock;
-    PngKernels::Repetition found;
+    PngKernels::Residuals found;
     for (int start = 0; start < bytes; start += PngKernels::sampledStep) {
         const int size = std::min(block, bytes - start);
         uchar residuals[2][4 + block] = {};
@@ -71,24 +71,13 @@ PngKernels::Repetition repetition(int filter, const uchar *const *rows, int coun
                                      ((k > 1 || filter == noFilter) && here[i] == before[i]);
                 found.literals += !repeats;
                 found.changes += repeats != repeated;
+                found.amount += i < size / 32 * 32 ? quint64(std::abs(int(qint8(here[i])))) : 0;
                 repeated = repeats;
             }
             found.sampled += quint64(size);
         }
     }
     return found;
-}
-
-quint64 amount(int filter, const uchar *const *rows, int count, int bytes, int channels)
-{
-    quint64 sum = 0;
-    for (int start = 0; start < bytes; start += PngKernels::sampledStep) {
-        for (int k = 1; k <= count; ++k) {
-            for (int i = start; i < std::min(bytes, start + PngKernels::sampledBlock); ++i)
-                sum += quint64(std::abs(int(qint8(residual(filter, rows[k], rows[k - 1], i, channels)))));
-        }
-    }
-    return sum;
 }
 
 void unpack(quint32 *words, const uchar *packed, int pixels, int channels)
@@ -110,30 +99,13 @@ void pack(uchar *packed, const quint32 *words, int pixels, int channels)
     }
 }
 
-bool opaqueWords(const quint32 *words, int pixels)
-{
-    quint32 all = 0xff000000u;
-    for (int i = 0; i < pixels; ++i)
-        all &= words[i];
-    return all == 0xff000000u;
-}
-
 void accumulate(quint16 *sums, const uchar *row, int bytes)
 {
     for (int i = 0; i < bytes; ++i)
         sums[i] = quint16(sums[i] + row[i]);
 }
 
-bool opaquePacked(const uchar *packed, int pixels)
-{
-    uchar all = 0xff;
-    for (int i = 0; i < pixels; ++i)
-        all &= packed[4 * i + 3];
-    return all == 0xff;
-}
-
-constexpr PngKernels portableKernels{&unfilter, &repetition,  &amount,     &filter,      &unpack,
-                                     &pack,     &opaqueWords, &accumulate, &opaquePacked};
+constexpr PngKernels portableKernels{&unfilter, &measure, &filter, &unpack, &pack, &accumulate};
 
 std::atomic<const PngKernels *> chosen{nullptr};
 
@@ -141,26 +113,27 @@ std::atomic<const PngKernels *> chosen{nullptr};
 
 int PngKernels::chooseFilter(const uchar *const *rows, int count, int bytes, int channels) const
 {
-    const auto cost = [](const Repetition &found) { return found.literals + found.changes; };
+    constexpr int few = 8; // one in so many: what other filters could save is not worth the look
+    const auto cost = [](const Residuals &left) { return left.literals + left.changes; };
     int best = upFilter;
-    Repetition least = repetition(upFilter, rows, count, bytes, channels);
+    Residuals least = measure(upFilter, rows, count, bytes, channels);
     for (const int candidate : {noFilter, subFilter, paethFilter}) { // Average never makes repetitions
-        if (candidate != noFilter && cost(least) * 8 < least.sampled)
+        if (candidate != noFilter && cost(least) * few < least.sampled)
             break;
-        const Repetition found = repetition(candidate, rows, count, bytes, channels);
-        if (cost(found) < cost(least)) {
+        const Residuals left = measure(candidate, rows, count, bytes, channels);
+        if (cost(left) < cost(least)) {
             best = candidate;
-            least = found;
+            least = left;
         }
     }
     if (least.literals * 3 < least.sampled * 2)
         return best;
     quint64 smallest = std::numeric_limits<quint64>::max();
     for (const int candidate : {subFilter, upFilter, averageFilter, paethFilter}) {
-        const quint64 sum = amount(candidate, rows, count, bytes, channels);
-        if (sum < smallest) {
+        const quint64 amount = measure(candidate, rows, count, bytes, channels).amount;
+        if (amount < smallest) {
             best = candidate;
-            smallest = sum;
+            smallest = amount;
         }
     }
     return best;

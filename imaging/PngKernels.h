@@ -13,22 +13,19 @@ struct PngKernels {
     void (*unfilter)(int filter, uchar *row, const uchar *filtered, const uchar *above, int bytes, int channels);
 
     // What a filter would leave of `count` rows; rows[0] is the row above them, rows[1] to rows[count] are they. Measured on a
-    // good fifth of each row, in blocks. Rows have 4 zero bytes before them; up to 32 bytes past their end are read.
-    struct Repetition {
+    // tenth of each row, in blocks. Rows have 4 zero bytes before them; up to 32 bytes past their end are read.
+    struct Residuals {
         quint64 sampled = 0, literals = 0, changes = 0; // bytes; those that repeat nothing; where that begins or ends
+        quint64 amount = 0;                             // sum of |residual|, of whole 32 bytes
     };
-    Repetition (*repetition)(int filter, const uchar *const *rows, int count, int bytes, int channels);
-    quint64 (*amount)(int filter, const uchar *const *rows, int count, int bytes, int channels); // sum of |residual|
+    Residuals (*measure)(int filter, const uchar *const *rows, int count, int bytes, int channels);
     // Writes the filtered row. Up to 32 bytes past the ends are read and written.
     void (*filter)(int filter, uchar *out, const uchar *row, const uchar *above, int bytes, int channels);
 
     void (*unpack)(quint32 *words, const uchar *packed, int pixels, int channels);
     void (*pack)(uchar *packed, const quint32 *words, int pixels, int channels);
-    bool (*opaqueWords)(const quint32 *words, int pixels);
 
-    // For shrinking: sums[i] += row[i], and what transparency needs before it (packed RGBA).
-    void (*accumulate)(quint16 *sums, const uchar *row, int bytes);
-    bool (*opaquePacked)(const uchar *packed, int pixels);
+    void (*accumulate)(quint16 *sums, const uchar *row, int bytes); // sums[i] += row[i]
 
     static constexpr int sampledBlock = 96, sampledStep = 1024; // bytes
 

@@ -247,10 +247,11 @@ QM_AVX2 inline quint64 total(__m256i sums)
 }
 
 template<int Filter>
-QM_AVX2 PngKernels::Repetition repetitionOf(const uchar *const *rows, int count, int bytes, int channels)
+QM_AVX2 PngKernels::Residuals measureOf(const uchar *const *rows, int count, int bytes, int channels)
 {
     constexpr int block = PngKernels::sampledBlock, lead = 32;
-    PngKernels::Repetition found;
+    PngKernels::Residuals found;
+    __m256i amounts = _mm256_setzero_si256();
     for (int start = 0; start < bytes; start += PngKernels::sampledStep) {
         const int size = qMin(block, bytes - start);
         alignas(32) uchar residuals[2][lead + block];
@@ -273,6 +274,9 @@ QM_AVX2 PngKernels::Repetition repetitionOf(const uchar *const *rows, int count,
                                                _mm256_cmpeq_epi8(values, load32(here + i - channels)));
                 if (k > 1 || Filter == noFilter)
                     same = _mm256_or_si256(same, _mm256_cmpeq_epi8(values, load32(before + i)));
+                if (size - i >= 32)
+                    amounts =
+                        _mm256_add_epi64(amounts, _mm256_sad_epu8(_mm256_abs_epi8(values), _mm256_setzero_si256()));
                 const quint32 valid = size - i >= 32 ? ~0u : (1u << (size - i)) - 1;
                 const quint32 repeats = quint32(_mm256_movemask_epi8(same));
                 found.literals += quint64(__builtin_popcount(~repeats & valid));
@@ -282,31 +286,8 @@ QM_AVX2 PngKernels::Repetition repetitionOf(const uchar *const *rows, int count,
             found.sampled += quint64(size);
         }
     }
+    found.amount = total(amounts);
     return found;
-}
-
-QM_AVX2 inline __m256i firstLanes(int count)
-{
-    const __m256i lane = _mm256_setr_epi8(0, 1, 2, 3, 4, 5, 6, 7, 8, 9, 10, 11, 12, 13, 14, 15, 16, 17, 18, 19, 20, 21,
-                                          22, 23, 24, 25, 26, 27, 28, 29, 30, 31);
-    return _mm256_cmpgt_epi8(_mm256_set1_epi8(char(count)), lane);
-}
-
-template<int Filter>
-QM_AVX2 quint64 amountOf(const uchar *const *rows, int count, int bytes, int channels)
-{
-    __m256i sum = _mm256_setzero_si256();
-    for (int start = 0; start < bytes; start += PngKernels::sampledStep) {
-        const int end = qMin(bytes, start + PngKernels::sampledBlock);
-        for (int k = 1; k <= count; ++k) {
-            for (int i = start; i < end; i += 32) {
-                const __m256i values = residual<Filter>(rows[k] + i, rows[k - 1] + i, channels);
-                const __m256i counted = _mm256_and_si256(_mm256_abs_epi8(values), firstLanes(qMin(32, end - i)));
-                sum = _mm256_add_epi64(sum, _mm256_sad_epu8(counted, _mm256_setzero_si256()));
-            }
-        }
-    }
-    return total(sum);
 }
 
 // Calls what was made for the filter.
@@ -319,19 +300,16 @@ QM_AVX2 quint64 amountOf(const uchar *const *rows, int count, int bytes, int cha
     default: return function<paethFilter>(__VA_ARGS__);                                                                \
     }
 
-PngKernels::Repetition repetition(int filter, const uchar *const *rows, int count, int bytes,
-                                  int channels){QM_FOR_FILTER(repetitionOf, filter, rows, count, bytes, channels)}
-
-quint64 amount(int filter, const uchar *const *rows, int count, int bytes, int channels)
+PngKernels::Residuals measure(int filter, const uchar *const *rows, int count, int bytes, int channels)
 {
-    QM_FOR_FILTER(amountOf, filter, rows, count, bytes, channels)
+    QM_FOR_FILTER(measureOf, filter, rows, count, bytes, channels)
 }
 
 template<int Filter>
 QM_AVX2 void filterRow(uchar *out, const uchar *row, const uchar *above, int bytes, int channels)
 {
     for (int i = 0; i < bytes; i += 32)
-        _mm256_storeu_si256(reinterpret_cast<__m256i *>(out + i), residual<Filter>(row + i, above + i, channels));
+        store32(out + i, residual<Filter>(row + i, above + i, channels));
 }
 
 void filter(int filter, uchar *out, const uchar *row, const uchar *above, int bytes,
@@ -380,16 +358,6 @@ QM_AVX2 void pack(uchar *packed, const quint32 *words, int pixels, int channels)
     PngKernels::portable().pack(packed + channels * i, words + i, pixels - i, channels);
 }
 
-QM_AVX2 bool opaqueWords(const quint32 *words, int pixels)
-{
-    __m256i all = _mm256_set1_epi32(-1);
-    int i = 0;
-    for (; i + 8 <= pixels; i += 8)
-        all = _mm256_and_si256(all, load32(reinterpret_cast<const uchar *>(words + i)));
-    return _mm256_testc_si256(all, _mm256_set1_epi32(int(0xff000000u))) &&
-           PngKernels::portable().opaqueWords(words + i, pixels - i);
-}
-
 QM_AVX2 void accumulate(quint16 *sums, const uchar *row, int bytes)
 {
     int i = 0;
@@ -402,13 +370,7 @@ QM_AVX2 void accumulate(quint16 *sums, const uchar *row, int bytes)
         sums[i] = quint16(sums[i] + row[i]);
 }
 
-bool opaquePacked(const uchar *packed, int pixels)
-{
-    return opaqueWords(reinterpret_cast<const quint32 *>(packed), pixels); // alpha is the highest byte here too
-}
-
-constexpr PngKernels avx2Kernels{&unfilter, &repetition,  &amount,     &filter,      &unpack,
-                                 &pack,     &opaqueWords, &accumulate, &opaquePacked};
+constexpr PngKernels avx2Kernels{&unfilter, &measure, &filter, &unpack, &pack, &accumulate};
 
 } // namespace
 

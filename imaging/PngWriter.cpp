@@ -222,7 +222,7 @@ static bool isOpaque(const QImage &pixels)
         pixels.format() == QImage::Format_A2BGR30_Premultiplied)
         return false;
     for (int y = 0; y < pixels.height(); ++y) {
-        if (!PngKernels::best().opaqueWords(reinterpret_cast<const quint32 *>(pixels.constScanLine(y)), pixels.width()))
+        if (!allOpaque(pixels.constScanLine(y), pixels.width()))
             return false;
     }
     return true;
