@@ -51,17 +51,6 @@ QList<QByteArray> chunkTypes(const QByteArray &png, quint32 *longest = nullptr)
     return types;
 }
 
-// What was deflated. (Which repetitions ISA-L then finds is not the same every time.)
-QByteArray filteredRows(const QByteArray &png)
-{
-    QByteArray stream("\0\0\1\0", 4); // qUncompress wants an expected size before it
-    for (qsizetype at = 8; at + 8 <= png.size(); at += qFromBigEndian<quint32>(png.constData() + at) + 12) {
-        if (png.mid(at + 4, 4) == "IDAT")
-            stream += png.mid(at + 8, qFromBigEndian<quint32>(png.constData() + at));
-    }
-    return qUncompress(stream);
-}
-
 } // namespace
 
 class tst_PngWriter : public QObject
@@ -101,7 +90,7 @@ private Q_SLOTS:
                 QCOMPARE(read.pixels,
                          image.convertToFormat(QImage::Format_ARGB32).convertToFormat(QImage::Format_RGBA8888));
             }
-            QCOMPARE(filteredRows(written[0]), filteredRows(written[1])); // both paths choose the same filters
+            QVERIFY2(written[0] == written[1], "both paths choose the same filters");
         }
     }
 
