@@ -82,6 +82,36 @@ quint32 same(const uchar *a, const uchar *b)
     return compared;
 }
 
+struct Match {
+    quint32 length, distance;
+};
+
+Match atNeighbours(const uchar *at, quint32 pixel, quint32 row, quint32 worthFar)
+{
+    const quint32 left = same(at, at - pixel), above = same(at, at - row);
+    return above > std::max(left, worthFar - 1) ? Match{above, row} : Match{left, pixel};
+}
+
+Match atPlaces(const uchar *at, quint32 nearer, quint32 farther, quint32 worthFar, Match match)
+{
+    quint32 beat = std::max({match.length, worthFar - 1, shortestByHash - 1});
+    const quint32 byNearer = same(at, at - nearer), byFarther = same(at, at - farther);
+    if (byNearer > beat)
+        match = {beat = byNearer, nearer};
+    if (byFarther > beat)
+        match = {byFarther, farther};
+    return match;
+}
+
+// The length of a match of which so many bytes as are compared at once are known.
+quint32 extended(const uchar *at, quint32 distance, const uchar *stop)
+{
+    const uchar *further = at + compared;
+    for (quint32 more = compared; more == compared && further < stop; further += more)
+        more = same(further, further - distance);
+    return quint32(std::min(further, stop) - at);
+}
+
 } // namespace
 
 Deflater::Deflater(int pixel, qint64 row, size_t mostAtOnce, Sink sink)
@@ -138,27 +168,11 @@ void Deflater::search(const uchar *end)
         const quint32 last = place;
         place = last << 16 | low;
 
-        quint32 length = same(at, at - pixel), distance = pixel;
-        quint32 beat = std::max(length, worthFar - 1);
-        if (const quint32 above = same(at, at - row); above > beat) {
-            length = beat = above;
-            distance = row;
-        }
-        if (length < longEnough) {
-            const quint32 nearer = (low - last) % farthest, farther = (low - (last >> 16)) % farthest;
-            const quint32 byNearer = same(at, at - nearer), byFarther = same(at, at - farther);
-            beat = std::max(beat, shortestByHash - 1);
-            if (byNearer > beat) {
-                length = beat = byNearer;
-                distance = nearer;
-            }
-            if (byFarther > beat) {
-                length = byFarther;
-                distance = farther;
-            }
-        }
+        Match match = atNeighbours(at, pixel, row, worthFar);
+        if (match.length < longEnough)
+            match = atPlaces(at, (low - last) % farthest, (low - (last >> 16)) % farthest, worthFar, match);
         // A place is a guess: it may be this one, at a distance of 0, or lie before the beginning.
-        if (length < shortest || qint64(quint32(distance - 1)) >= position) {
+        if (match.length < shortest || qint64(quint32(match.distance - 1)) >= position) {
             ++valueCounts[*at];
             *token++ = *at++ | noDistance;
             if (++misses > missesUnnoticed) [[unlikely]] {
@@ -170,19 +184,14 @@ void Deflater::search(const uchar *end)
             }
         } else {
             misses = 0;
-            if (length == compared) {
-                const uchar *further = at + compared;
-                const uchar *const stop = std::min(at + longest, filled);
-                for (quint32 more = compared; more == compared && further < stop; further += more)
-                    more = same(further, further - distance);
-                length = quint32(std::min(further, stop) - at);
-            }
-            const quint32 symbol = distanceSymbol(distance);
-            const quint32 bits = (distance - 1) & ((1u << distanceBits(symbol)) - 1);
-            ++valueCounts[lengthsFrom + length];
+            if (match.length == compared)
+                match.length = extended(at, match.distance, std::min(at + longest, filled));
+            const quint32 symbol = distanceSymbol(match.distance);
+            const quint32 bits = (match.distance - 1) & ((1u << distanceBits(symbol)) - 1);
+            ++valueCounts[lengthsFrom + match.length];
             ++m_distanceCounts[symbol];
-            *token++ = (lengthsFrom + length) | symbol << 10 | bits << 15;
-            at += length;
+            *token++ = (lengthsFrom + match.length) | symbol << 10 | bits << 15;
+            at += match.length;
         }
         if (token == lastToken) {
             m_tokenCount = mostTokens;
