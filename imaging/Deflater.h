@@ -42,8 +42,8 @@ private:
     size_t m_filled, m_next;     // ends of both
     qint64 m_origin;             // the window's first byte, counted from the stream's beginning
     quint32 m_adler = 1;
-    quint32 m_worthFar =
-        3; // the least length of a match that is not the pixel to the left: short literals need long ones
+    // The least length of a match that is not the pixel to the left: the shorter the codes of literals, the longer.
+    quint32 m_worthFar = 3;
     // By hash of four bytes, the two places where they stood last, the low 16 bits of each.
     std::array<quint32, size_t(1) << hashBits> m_places{};
     // A token's lowest 10 bits are a literal, or lengthsFrom + the length of a match; the next 5 the distance's symbol; the rest
