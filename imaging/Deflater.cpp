@@ -265,36 +265,39 @@ void Deflater::writeCodeLengths(const PrefixCode &values, const PrefixCode &dist
         return most;
     };
     const int valueCount = used(values, lengthCodes, 286), distanceCount = used(distances, 1, 30);
-    std::vector<quint8> lengths(values.lengths.begin(), values.lengths.begin() + valueCount);
-    lengths.insert(lengths.end(), distances.lengths.begin(), distances.lengths.begin() + distanceCount);
+    std::array<quint8, 286 + 30> lengths;
+    std::copy_n(distances.lengths.begin(), distanceCount,
+                std::copy_n(values.lengths.begin(), valueCount, lengths.begin()));
+    const auto end = lengths.begin() + valueCount + distanceCount;
 
     struct Run {
         quint8 symbol, extra, extraBits;
     };
-    std::vector<Run> runs;
-    for (auto at = lengths.begin(); at != lengths.end();) {
+    std::array<Run, 286 + 30> storage;
+    size_t runCount = 0;
+    for (auto at = lengths.begin(); at != end;) {
         const quint8 length = *at;
-        const auto end = std::find_if(at, lengths.end(), [=](quint8 other) { return other != length; });
-        auto left = end - at;
-        at = end;
+        const auto start = at;
+        at = std::find_if(at, end, [=](quint8 other) { return other != length; });
+        auto left = at - start;
         if (length > 0) {
-            runs.push_back({length, 0, 0});
+            storage[runCount++] = {length, 0, 0};
             --left;
         }
         while (left >= 3) {
-            const auto most = length > 0 ? 6 : left > 10 ? 138 : 10;
-            const auto taken = std::min<qsizetype>(left, most);
+            const auto taken = std::min<qsizetype>(left, length > 0 ? 6 : left > 10 ? 138 : 10);
             if (length > 0)
-                runs.push_back({16, quint8(taken - 3), 2});
+                storage[runCount++] = {16, quint8(taken - 3), 2};
             else if (left > 10)
-                runs.push_back({18, quint8(taken - 11), 7});
+                storage[runCount++] = {18, quint8(taken - 11), 7};
             else
-                runs.push_back({17, quint8(taken - 3), 3});
+                storage[runCount++] = {17, quint8(taken - 3), 3};
             left -= taken;
         }
         for (; left > 0; --left)
-            runs.push_back({length, 0, 0});
+            storage[runCount++] = {length, 0, 0};
     }
+    const std::span<const Run> runs(storage.data(), runCount);
 
     std::array<quint32, 19> counts{};
     for (const Run &run : runs)

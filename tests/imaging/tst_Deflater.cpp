@@ -1,13 +1,11 @@
 #include "imaging/Deflater.h"
 #include "imaging/PrefixCode.h"
+#include "tests/support/PngForge.h"
 
 #include <QRandomGenerator>
 #include <QtTest>
 
-#include <zlib.h>
-
-#include <algorithm>
-#include <numeric>
+#include <cmath>
 
 using namespace qm;
 
@@ -26,22 +24,6 @@ QByteArray deflated(const QByteArray &bytes, int pixel, qint64 row, qsizetype st
     }
     deflater.finish();
     return out;
-}
-
-// By zlib, which checks everything; null unless it is a whole stream with nothing behind it.
-QByteArray inflated(const QByteArray &stream, qsizetype expected)
-{
-    QByteArray out(expected + 1, Qt::Uninitialized);
-    z_stream zlib{};
-    inflateInit(&zlib);
-    zlib.next_in = reinterpret_cast<Bytef *>(const_cast<char *>(stream.constData()));
-    zlib.avail_in = uInt(stream.size());
-    zlib.next_out = reinterpret_cast<Bytef *>(out.data());
-    zlib.avail_out = uInt(out.size());
-    const bool whole = inflate(&zlib, Z_FINISH) == Z_STREAM_END && zlib.avail_in == 0;
-    out.resize(qsizetype(zlib.total_out));
-    inflateEnd(&zlib);
-    return whole ? out : QByteArray();
 }
 
 QByteArray noise(qsizetype size, int values = 256)
@@ -106,7 +88,7 @@ private Q_SLOTS:
         for (const int step : {1, 61, 4097, 131'072}) {
             const qsizetype size = step == 1 ? qMin<qsizetype>(bytes.size(), 3000) : bytes.size();
             const QByteArray part = bytes.left(size), stream = deflated(part, pixel, row, step);
-            QVERIFY2(inflated(stream, size) == part, qPrintable(QString::number(step)));
+            QVERIFY2(PngForge::inflated(stream, size) == part, qPrintable(QString::number(step)));
             if (step > 4000)
                 QVERIFY2(stream.size() <= largest, qPrintable(QString::number(stream.size())));
             QCOMPARE(deflated(part, pixel, row, step), stream);

@@ -68,6 +68,21 @@ QByteArray PngForge::deflated(const QByteArray &raw, int level)
     return out;
 }
 
+std::optional<QByteArray> PngForge::inflated(const QByteArray &stream, qsizetype most)
+{
+    QByteArray raw(most + 1, Qt::Uninitialized);
+    z_stream zlib{};
+    inflateInit(&zlib);
+    zlib.next_in = reinterpret_cast<Bytef *>(const_cast<char *>(stream.constData()));
+    zlib.avail_in = uInt(stream.size());
+    zlib.next_out = reinterpret_cast<Bytef *>(raw.data());
+    zlib.avail_out = uInt(raw.size());
+    const bool whole = inflate(&zlib, Z_FINISH) == Z_STREAM_END && zlib.avail_in == 0;
+    raw.resize(qsizetype(zlib.total_out));
+    inflateEnd(&zlib);
+    return whole ? std::optional(raw) : std::nullopt;
+}
+
 QByteArray PngForge::file(const Picture &picture, const QByteArray &extra)
 {
     return file(picture, extra, deflated(rows(picture), picture.level));

@@ -3,6 +3,8 @@
 #include <QByteArray>
 #include <QList>
 
+#include <optional>
+
 namespace qm {
 
 // Puts PNG files together chunk by chunk, right ones and wrong ones, with zlib only: the seeds of the differential tests and
@@ -23,6 +25,9 @@ struct Picture {
 QByteArray chunk(const QByteArray &type, const QByteArray &content);
 QByteArray rows(const Picture &picture); // filter numbers and residuals, before deflating
 QByteArray deflated(const QByteArray &raw, int level);
+
+// By zlib, which checks everything; none unless it is one whole stream, of at most so many bytes, with nothing behind it.
+std::optional<QByteArray> inflated(const QByteArray &stream, qsizetype most);
 
 // The file: signature, IHDR, `extra` (whole chunks), a palette where needed, IDAT, IEND.
 QByteArray file(const Picture &picture, const QByteArray &extra = {});
