@@ -57,6 +57,14 @@ static void limit(std::array<int, deepest> &atLength, int longest)
     }
 }
 
+static quint32 reversed(quint32 bits) // all 16
+{
+    bits = (bits & 0x5555) << 1 | (bits >> 1 & 0x5555);
+    bits = (bits & 0x3333) << 2 | (bits >> 2 & 0x3333);
+    bits = (bits & 0x0f0f) << 4 | (bits >> 4 & 0x0f0f);
+    return (bits & 0x00ff) << 8 | bits >> 8;
+}
+
 PrefixCode PrefixCode::of(std::span<const quint32> counts, int longest)
 {
     std::array<quint64, mostSymbols> storage; // count and symbol in one, to be sorted at once
@@ -84,9 +92,8 @@ PrefixCode PrefixCode::of(std::span<const quint32> counts, int longest)
     for (size_t length = 1; length < next.size(); ++length)
         next[length] = quint16((next[length - 1] + atLength[length - 1]) << 1);
     for (size_t i = 0; i < counts.size(); ++i) {
-        quint16 forward = next[code.lengths[i]]++;
-        for (int bit = 0; bit < code.lengths[i]; ++bit, forward >>= 1)
-            code.codes[i] = quint16(code.codes[i] << 1 | (forward & 1));
+        if (const int length = code.lengths[i]; length > 0)
+            code.codes[i] = quint16(reversed(next[size_t(length)]++) >> (16 - length));
     }
     return code;
 }
