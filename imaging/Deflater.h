@@ -8,6 +8,8 @@
 
 namespace qm {
 
+struct PrefixCode;
+
 // Deflates the filtered rows of a PNG (RFC 1950 and 1951). A general deflater looks for repetitions by hashing alone; in a
 // picture most are found where one expects them, at the pixel to the left and in the row above, and looking there first
 // is both quicker and smaller. The same bytes always give the same result. One thread at a time.
@@ -31,9 +33,9 @@ private:
 
     void search(const uchar *end);
     void writeBlock(bool last);
-    void adapt(const struct PrefixCode &values);
-    void writeCodeLengths(const struct PrefixCode &values, const struct PrefixCode &distances);
-    void writeTokens(const struct PrefixCode &values, const struct PrefixCode &distances);
+    void adapt(const PrefixCode &values);
+    void writeCodeLengths(const PrefixCode &values, const PrefixCode &distances);
+    void writeTokens(const PrefixCode &values, const PrefixCode &distances);
     void put(quint64 bits, int count);
 
     const quint32 m_pixel, m_row;

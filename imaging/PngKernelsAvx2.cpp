@@ -350,8 +350,8 @@ QM_AVX2 void pack(uchar *packed, const quint32 *words, int pixels, int channels)
                                 exchanged(load32(reinterpret_cast<const uchar *>(words + i))));
     } else {
         const __m128i order = _mm_setr_epi8(2, 1, 0, 6, 5, 4, 10, 9, 8, 14, 13, 12, -1, -1, -1, -1);
-        constexpr int ahead =
-            2048; // words: a picture lies in memory, and processors do not fetch across pages by themselves
+        // Words. A picture lies in memory, and processors do not fetch across pages by themselves.
+        constexpr int ahead = 2048;
         for (; i + 6 <= pixels; i += 4) { // each store writes four bytes that the next one writes again
             _mm_prefetch(reinterpret_cast<const char *>(words + i + ahead), _MM_HINT_T0);
             const __m128i four = _mm_loadu_si128(reinterpret_cast<const __m128i *>(words + i));

@@ -113,7 +113,7 @@ public:
     bool ends()
     {
         uchar beyond = 0;
-        if (inflate(&beyond, 1) != 0 || m_state->block_state != ISAL_BLOCK_FINISH)
+        if (inflate(&beyond, 1) != 0 || !m_sound || m_state->block_state != ISAL_BLOCK_FINISH)
             return false;
         m_state->read_in >>= m_state->read_in_length % 8; // what is left of the last byte
         m_state->read_in_length -= m_state->read_in_length % 8;
