@@ -1,6 +1,6 @@
 #include "cli/Commands.h"
 
-#include "app/base/AppLocale.h"
+#include "ui/AppLocale.h"
 #include "config/ConfigStore.h"
 #include "index/Database.h"
 #include "index/IndexSql.h"

@@ -1,4 +1,4 @@
-#include "app/base/AppLocale.h"
+#include "ui/AppLocale.h"
 #include "cli/Commands.h"
 
 #include <QCommandLineParser>

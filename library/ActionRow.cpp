@@ -1,6 +1,6 @@
 #include "library/ActionRow.h"
 
-#include "app/base/Symbol.h"
+#include "ui/Symbol.h"
 #include "platform/QtQueue.h"
 
 #include <QEvent>

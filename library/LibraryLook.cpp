@@ -1,7 +1,7 @@
 #include "library/LibraryLook.h"
 
-#include "app/base/Symbol.h"
-#include "app/base/SystemLook.h"
+#include "ui/Symbol.h"
+#include "ui/SystemLook.h"
 
 #include <QFontInfo>
 #include <QIcon>
@@ -20,11 +20,6 @@ static QColor mixed(const QColor &a, const QColor &b, double partOfB)
 {
     const auto mix = [&](int x, int y) { return int(x + (y - x) * partOfB + 0.5); };
     return QColor(mix(a.red(), b.red()), mix(a.green(), b.green()), mix(a.blue(), b.blue()));
-}
-
-QColor LibraryLook::secondary(const QColor &text)
-{
-    return withAlpha(text, 0.62);
 }
 
 QColor LibraryLook::hairline(const QColor &text)
@@ -61,7 +56,7 @@ void SymbolView::paintEvent(QPaintEvent *)
 {
     QPainter painter(this);
     const QColor ink = palette().color(QPalette::Active, QPalette::WindowText);
-    painter.setOpacity(LibraryLook::secondary(ink).alphaF());
+    painter.setOpacity(SystemLook::secondary(ink).alphaF());
     painter.drawPixmap(rect(), Symbol::icon(m_symbol, ink).pixmap(size(), devicePixelRatioF())); // lines may cross
 }
 

@@ -13,7 +13,6 @@ namespace qm {
 // Colours and fonts that the library's views share, all of them derived from the palette and font in use.
 namespace LibraryLook {
 
-QColor secondary(const QColor &text);           // for what is less important, on the same ground
 QColor hairline(const QColor &text);            // edges of pictures, lines between panes
 QColor quietSelection(const QPalette &palette); // the ground of a selected row in a list without the focus
 QColor marked(const QPalette &palette);         // the ground of words that were searched for

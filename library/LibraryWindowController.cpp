@@ -1,7 +1,7 @@
 #include "library/LibraryWindowController.h"
 
-#include "app/base/AppLocale.h"
-#include "app/base/WindowPlacement.h"
+#include "ui/AppLocale.h"
+#include "ui/WindowPlacement.h"
 #include "library/LibraryView.h"
 #include "platform/QtQueue.h"
 

@@ -1,6 +1,6 @@
 #include "library/PreviewPane.h"
 
-#include "app/base/AppLocale.h"
+#include "ui/AppLocale.h"
 #include "library/ActionRow.h"
 #include "library/LibraryLook.h"
 #include "library/PreviewPicture.h"

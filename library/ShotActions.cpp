@@ -1,6 +1,6 @@
 #include "library/ShotActions.h"
 
-#include "app/base/AppLocale.h"
+#include "ui/AppLocale.h"
 #include "imaging/ImageFile.h"
 #include "imaging/Pasteboard.h"
 #include "imaging/PngWriter.h"

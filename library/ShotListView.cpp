@@ -1,6 +1,6 @@
 #include "library/ShotListView.h"
 
-#include "app/base/AppLocale.h"
+#include "ui/AppLocale.h"
 #include "library/ShotListModel.h"
 #include "library/ShotRow.h"
 

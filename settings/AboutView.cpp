@@ -1,9 +1,9 @@
 #include "settings/AboutView.h"
 
-#include "app/base/AppLocale.h"
-#include "app/base/LoginItem.h"
-#include "app/base/Symbol.h"
-#include "app/base/SystemLook.h"
+#include "ui/AppLocale.h"
+#include "platform/LoginItem.h"
+#include "ui/Symbol.h"
+#include "ui/SystemLook.h"
 #include "platform/BundleInfo.h"
 #include "settings/FittedScrollArea.h"
 

@@ -1,6 +1,6 @@
 #include "settings/GeneralSettings.h"
 
-#include "app/base/LoginItem.h"
+#include "platform/LoginItem.h"
 #include "config/ConfigStore.h"
 #include "config/SettingsFile.h"
 

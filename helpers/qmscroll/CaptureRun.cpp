@@ -1,6 +1,6 @@
 #include "helpers/qmscroll/CaptureRun.h"
 
-#include "app/base/AppLocale.h"
+#include "ui/AppLocale.h"
 #include "helpers/qmscroll/FrameChange.h"
 
 #include <QPainter>

@@ -1,4 +1,4 @@
-#include "app/base/LoginItem.h"
+#include "platform/LoginItem.h"
 #include "config/ConfigStore.h"
 #include "settings/AboutView.h"
 #include "settings/GeneralSettings.h"
