@@ -1,15 +1,15 @@
 #include "app/AppDelegate.h"
 
-#include "platform/LoginItem.h"
-#include "ui/Symbol.h"
-#include "config/UserDefaults.h"
 #include "capture/ScrollCapture.h"
 #include "config/ConfigStore.h"
+#include "config/UserDefaults.h"
 #include "imaging/Pasteboard.h"
 #include "index/OcrIndexer.h"
+#include "platform/LoginItem.h"
 #include "platform/QtQueue.h"
 #include "platform/SystemStartup.h"
 #include "platform/Workspace.h"
+#include "ui/Symbol.h"
 
 #include <QApplication>
 #include <QElapsedTimer>

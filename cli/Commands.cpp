@@ -1,6 +1,5 @@
 #include "cli/Commands.h"
 
-#include "ui/AppLocale.h"
 #include "index/Database.h"
 #include "index/FolderScan.h"
 #include "index/IndexSql.h"
@@ -8,13 +7,13 @@
 #include "index/ShotStore.h"
 #include "index/TextMatch.h"
 #include "platform/ToolPaths.h"
+#include "ui/AppLocale.h"
 
 #include <QFileInfo>
 
 namespace qm {
 
 using AppLocale::text;
-
 
 static Exit cannotOpen(Console &console, const Database &database)
 {
@@ -65,8 +64,8 @@ Exit Commands::ocr(Console &console, Batches batches)
         const int total = batches == Batches::all ? read + waiting : std::min(waiting, OcrRunner::batchSize);
         console.progress(read, total);
         const int before = read;
-        read +=
-            OcrRunner::run(database, helper, OcrRunner::batchSize, [&](int done, int) { console.progress(before + done, total); });
+        read += OcrRunner::run(database, helper, OcrRunner::batchSize,
+                               [&](int done, int) { console.progress(before + done, total); });
         if (read == before || batches == Batches::one)
             break;
     }

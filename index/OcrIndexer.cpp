@@ -90,7 +90,8 @@ void OcrIndexer::step(Scan scan)
     if (!ConfigStore::autoOcr())
         return;
     // A batch without a single text ends the drain: its pictures would only fail again.
-    if (OcrRunner::run(m_database, m_findHelper(), OcrRunner::batchSize) > 0 && m_database.number(IndexSql::countWaiting) > 0)
+    if (OcrRunner::run(m_database, m_findHelper(), OcrRunner::batchSize) > 0 &&
+        m_database.number(IndexSql::countWaiting) > 0)
         scheduleDrain();
 }
 

@@ -1,11 +1,11 @@
 #include "library/LibraryView.h"
 
-#include "ui/AppLocale.h"
-#include "ui/SystemLook.h"
 #include "index/ShotStore.h"
 #include "library/LibraryLook.h"
 #include "library/PreviewPane.h"
 #include "library/ShotListView.h"
+#include "ui/AppLocale.h"
+#include "ui/SystemLook.h"
 
 #include <QAbstractButton>
 #include <QApplication>
@@ -36,7 +36,6 @@ LibraryView::LibraryView(Environment environment, QWidget *parent)
     : QWidget(parent)
     , m_environment(std::move(environment))
 {
-
     m_preview = new PreviewPane(m_environment.thumbnails);
     m_preview->setMinimumWidth(previewMinimum);
     m_preview->onAction = [this](ShotAction action, const Shot &shot) { perform(action, Shot(shot)); };

@@ -1,10 +1,10 @@
 #include "library/PreviewPane.h"
 
-#include "ui/AppLocale.h"
 #include "library/ActionRow.h"
 #include "library/LibraryLook.h"
 #include "library/PreviewPicture.h"
 #include "library/RecognisedText.h"
+#include "ui/AppLocale.h"
 
 #include <QProgressBar>
 #include <QScreen>

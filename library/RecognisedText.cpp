@@ -1,7 +1,7 @@
 #include "library/RecognisedText.h"
 
-#include "ui/AppLocale.h"
 #include "library/LibraryLook.h"
+#include "ui/AppLocale.h"
 
 #include <QKeyEvent>
 #include <QScrollBar>

@@ -1,11 +1,11 @@
 #include "library/ShotActions.h"
 
-#include "ui/AppLocale.h"
 #include "imaging/ImageFile.h"
 #include "imaging/Pasteboard.h"
 #include "imaging/PngWriter.h"
 #include "platform/QtQueue.h"
 #include "platform/Workspace.h"
+#include "ui/AppLocale.h"
 
 #include <QCoreApplication>
 #include <QFile>

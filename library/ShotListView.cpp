@@ -1,8 +1,8 @@
 #include "library/ShotListView.h"
 
-#include "ui/AppLocale.h"
 #include "library/ShotListModel.h"
 #include "library/ShotRow.h"
+#include "ui/AppLocale.h"
 
 #include <QContextMenuEvent>
 #include <QDrag>

@@ -1,8 +1,9 @@
 #include "library/ShotRow.h"
 
-#include "ui/Symbol.h"
 #include "library/LibraryLook.h"
 #include "library/ShotListModel.h"
+#include "ui/Symbol.h"
+#include "ui/SystemLook.h"
 
 #include <QPainter>
 #include <QPainterPath>

@@ -1,11 +1,11 @@
 #include "settings/AboutView.h"
 
-#include "ui/AppLocale.h"
+#include "platform/BundleInfo.h"
 #include "platform/LoginItem.h"
+#include "settings/FittedScrollArea.h"
+#include "ui/AppLocale.h"
 #include "ui/Symbol.h"
 #include "ui/SystemLook.h"
-#include "platform/BundleInfo.h"
-#include "settings/FittedScrollArea.h"
 
 #include <QApplication>
 #include <QEvent>

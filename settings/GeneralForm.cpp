@@ -1,12 +1,12 @@
 #include "settings/GeneralForm.h"
 
-#include "ui/AppLocale.h"
-#include "ui/Symbol.h"
-#include "ui/SystemLook.h"
 #include "config/ConfigStore.h"
 #include "settings/FittedScrollArea.h"
 #include "settings/FolderField.h"
 #include "settings/KeyTest.h"
+#include "ui/AppLocale.h"
+#include "ui/Symbol.h"
+#include "ui/SystemLook.h"
 
 #include <QCheckBox>
 #include <QComboBox>

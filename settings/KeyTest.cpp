@@ -1,9 +1,9 @@
 #include "settings/KeyTest.h"
 
+#include "settings/Lamp.h"
 #include "ui/AppLocale.h"
 #include "ui/Symbol.h"
 #include "ui/SystemLook.h"
-#include "settings/Lamp.h"
 
 #include <QEvent>
 #include <QGridLayout>

@@ -99,8 +99,7 @@ QRectF resizedRect(QPointF fixedCorner, QPointF to)
 QRectF resizedText(const Annotation &item, const QRectF &before, QPointF to)
 {
     const double fontSize = std::max(std::abs(to.y() - before.y()), 8.0);
-    return {before.x(), before.y(), measureTextWidth(item.text.value_or(QString()), fontSize),
-            fontSize};
+    return {before.x(), before.y(), measureTextWidth(item.text.value_or(QString()), fontSize), fontSize};
 }
 
 double angleAbout(QPointF center, QPointF point)

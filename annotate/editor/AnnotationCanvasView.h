@@ -1,9 +1,9 @@
 #pragma once
 
 #include "annotate/document/CanvasZoom.h"
-#include "annotate/editor/CanvasFrame.h"
 #include "annotate/document/ItemDrag.h"
 #include "annotate/document/ItemFactory.h"
+#include "annotate/editor/CanvasFrame.h"
 
 #include <QPointer>
 #include <QTimer>
@@ -32,7 +32,7 @@ public:
     AnnotationDoc doc;
     AnnotationTool tool = AnnotationTool::select;
     QColor strokeColor = QColor::fromRgb(annotationRed); // these three are for new items
-    double strokeWidth = 3;                                // points
+    double strokeWidth = 3;                              // points
     Annotation::BlurShape blurShape = Annotation::BlurShape::rect;
     std::optional<int> selectedIndex; // may name no item; every use checks it
 

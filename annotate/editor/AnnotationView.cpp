@@ -1,12 +1,12 @@
 #include "annotate/editor/AnnotationView.h"
 
 #include "annotate/editor/AnnotationCanvasView.h"
-#include "annotate/render/AnnotationRenderer.h"
 #include "annotate/editor/EditorBars.h"
 #include "annotate/editor/Export.h"
-#include "ui/AppLocale.h"
+#include "annotate/render/AnnotationRenderer.h"
 #include "config/ConfigStore.h"
 #include "imaging/Pasteboard.h"
+#include "ui/AppLocale.h"
 
 #include <QFileInfo>
 #include <QKeyEvent>

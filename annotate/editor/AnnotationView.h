@@ -1,7 +1,7 @@
 #pragma once
 
-#include "annotate/editor/AnnotationCanvas.h"
 #include "annotate/document/EditorState.h"
+#include "annotate/editor/AnnotationCanvas.h"
 
 #include <QWidget>
 

@@ -1,9 +1,9 @@
 #include "annotate/editor/AnnotationWindowController.h"
 
 #include "annotate/editor/AnnotationView.h"
+#include "imaging/ImageFile.h"
 #include "ui/AppLocale.h"
 #include "ui/WindowPlacement.h"
-#include "imaging/ImageFile.h"
 
 #include <QApplication>
 #include <QFileInfo>

@@ -1,8 +1,8 @@
 #include "annotate/editor/EditorBars.h"
 
 #include "annotate/editor/ColorWell.h"
-#include "ui/IconButton.h"
 #include "ui/AppLocale.h"
+#include "ui/IconButton.h"
 
 #include <QHBoxLayout>
 #include <QKeySequence>

@@ -1,8 +1,8 @@
 #include "annotate/render/AnnotationRenderer.h"
 
-#include "imaging/AreaResample.h"
-#include "annotate/render/RenderCache.h"
 #include "annotate/document/TextLine.h"
+#include "annotate/render/RenderCache.h"
+#include "imaging/AreaResample.h"
 
 #include <QColorSpace>
 #include <QPainter>

@@ -1,8 +1,8 @@
 #include "annotate/render/BlurPatch.h"
 
-#include "imaging/AreaResample.h"
 #include "annotate/document/CanvasGeometry.h"
 #include "annotate/render/Pixellate.h"
+#include "imaging/AreaResample.h"
 
 #include <QPainter>
 #include <QPainterPath>

@@ -1,9 +1,9 @@
 #pragma once
 
 #include "annotate/document/Annotation.h"
+#include "annotate/document/TextLine.h"
 #include "annotate/render/BlurPatch.h"
 #include "annotate/render/PixelGrid.h"
-#include "annotate/document/TextLine.h"
 
 #include <QPainterPath>
 

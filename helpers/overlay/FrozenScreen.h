@@ -18,7 +18,7 @@ public:
     virtual QRect area() const = 0;
     virtual const QList<Monitor> &monitors() const = 0;     // at least one
     virtual const QList<ScreenWindow> &windows() const = 0; // bottom first
-    virtual bool isComposited() const = 0; // windows have pixels of their own, whatever lies over them
+    virtual bool isComposited() const = 0;                  // windows have pixels of their own, whatever lies over them
 
     // Of the whole desktop, RGB32; what no monitor shows is black. Null when the desktop refuses.
     virtual const QImage &pixels() = 0;

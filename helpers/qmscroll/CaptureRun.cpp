@@ -1,7 +1,7 @@
 #include "helpers/qmscroll/CaptureRun.h"
 
-#include "ui/AppLocale.h"
 #include "helpers/qmscroll/FrameChange.h"
+#include "ui/AppLocale.h"
 
 #include <QPainter>
 

@@ -196,8 +196,8 @@ QImage ScrollPanel::picture() const
     QPainter painter(&image);
     painter.setRenderHint(QPainter::Antialiasing);
     const auto scaled = [this](const QRectF &area) {
-        return QRect(int(std::lround(area.x() * m_scale)), int(std::lround(area.y() * m_scale)), pixels(area.width(), m_scale),
-                     pixels(area.height(), m_scale));
+        return QRect(int(std::lround(area.x() * m_scale)), int(std::lround(area.y() * m_scale)),
+                     pixels(area.width(), m_scale), pixels(area.height(), m_scale));
     };
     const int line = pixels(1, m_scale);
     painter.setPen(Qt::NoPen);

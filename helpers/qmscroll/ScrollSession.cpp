@@ -113,34 +113,34 @@ ScrollSession::Order ScrollSession::watch(Milliseconds now, const Sight &sight)
 
 ScrollSession::Order ScrollSession::joined(Milliseconds now, Stitcher::Step step, int shift, int height)
 {
-    using Step = Stitcher::Step;
+    using Joined = Stitcher::Step;
     const bool isFirst = m_state == State::opening;
     const bool grew = height > m_progress.height;
     if (isFirst)
         m_state = State::resuming;
     m_progress.height = height;
-    if (step == Step::failed)
+    if (step == Joined::failed)
         return endWith(End::failed);
-    if (step == Step::joined)
+    if (step == Joined::joined)
         m_progress.scrolled = true;
     if (m_wish != Wish::none)
         return endByWish();
     if (height >= m_options.heightLimit)
         return endWith(End::height);
     const bool underWay = m_pace.fine && m_state == State::forth && now - m_step.lastChange.value_or(0ms) < quietTime;
-    if (step == Step::ambiguous || step == Step::lost) {
-        m_progress.astray = step == Step::lost ? End::lost : End::ambiguous;
+    if (step == Joined::ambiguous || step == Joined::lost) {
+        m_progress.astray = step == Joined::lost ? End::lost : End::ambiguous;
         return underWay ? rest(now) : recover(now, m_progress.astray);
     }
 
     m_progress.astray = End::open;
     m_notice = Notice::none;
-    if (step == Step::still && m_state == State::forth) {
+    if (step == Joined::still && m_state == State::forth) {
         // Something else moved, a caret say: the view may yet answer.
         m_step.answer = longest;
         return now - *m_step.since < answerLimit() ? rest(now) : idle(now);
     }
-    if (step == Step::joined) {
+    if (step == Joined::joined) {
         m_progress.idleSteps = 0;
         m_progress.barrenSteps = grew ? 0 : m_progress.barrenSteps + 1;
         if (m_progress.barrenSteps >= barrenLimit &&
@@ -171,7 +171,9 @@ ScrollSession::Order ScrollSession::rest(Milliseconds now) const
 ScrollSession::Order ScrollSession::step(Milliseconds now, State direction, int clicks)
 {
     m_state = direction;
-    m_step = {.clicks = clicks, .since = now};
+    m_step = {};
+    m_step.clicks = clicks;
+    m_step.since = now;
     return {Order::Kind::scroll, direction == State::back ? -clicks : clicks, firstLook};
 }
 

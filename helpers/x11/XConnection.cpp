@@ -73,8 +73,8 @@ xcb_window_t XConnection::selectionOwner(Atom selection) const
 
 Reply<xcb_get_property_reply_t> XConnection::property(xcb_window_t window, xcb_atom_t name) const
 {
-    return Reply<xcb_get_property_reply_t>(xcb_get_property_reply(
-        get(), xcb_get_property(get(), 0, window, name, XCB_ATOM_ANY, 0, 1 << 16), nullptr));
+    return Reply<xcb_get_property_reply_t>(
+        xcb_get_property_reply(get(), xcb_get_property(get(), 0, window, name, XCB_ATOM_ANY, 0, 1 << 16), nullptr));
 }
 
 } // namespace qm

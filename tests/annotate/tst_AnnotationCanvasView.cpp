@@ -1,6 +1,6 @@
 #include "annotate/editor/AnnotationCanvasView.h"
-#include "annotate/render/AnnotationRenderer.h"
 #include "annotate/editor/SelectionMarks.h"
+#include "annotate/render/AnnotationRenderer.h"
 #include "tests/annotate/CanvasEvents.h"
 #include "tests/annotate/SampleDocument.h"
 

@@ -1,15 +1,15 @@
 #include "annotate/editor/AnnotationCanvasView.h"
-#include "annotate/render/AnnotationRenderer.h"
 #include "annotate/editor/AnnotationView.h"
 #include "annotate/editor/AnnotationWindowController.h"
 #include "annotate/editor/ColorWell.h"
 #include "annotate/editor/EditorBars.h"
-#include "ui/WindowPlacement.h"
+#include "annotate/render/AnnotationRenderer.h"
 #include "imaging/ImageFile.h"
 #include "imaging/PngWriter.h"
 #include "tests/annotate/CanvasEvents.h"
 #include "tests/annotate/SampleDocument.h"
 #include "tests/support/TempHome.h"
+#include "ui/WindowPlacement.h"
 
 #include <QClipboard>
 #include <QDir>

@@ -1,5 +1,5 @@
-#include "imaging/AreaResample.h"
 #include "annotate/render/Pixellate.h"
+#include "imaging/AreaResample.h"
 
 #include <QRandomGenerator>
 #include <QTest>

@@ -1,6 +1,6 @@
 #include "annotate/document/CanvasZoom.h"
-#include "annotate/render/AnnotationRenderer.h"
 #include "annotate/document/HitTest.h"
+#include "annotate/render/AnnotationRenderer.h"
 
 #include <QTest>
 

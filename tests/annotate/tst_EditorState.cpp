@@ -1,5 +1,5 @@
-#include "annotate/render/AnnotationRenderer.h"
 #include "annotate/document/EditorState.h"
+#include "annotate/render/AnnotationRenderer.h"
 
 #include <QRandomGenerator>
 #include <QTest>

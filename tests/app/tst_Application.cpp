@@ -1,12 +1,12 @@
 #include "app/SingleInstance.h"
 #include "app/StatusMenu.h"
-#include "ui/AppLocale.h"
-#include "platform/LoginItem.h"
-#include "ui/Symbol.h"
 #include "config/UserDefaults.h"
+#include "platform/LoginItem.h"
 #include "platform/LoginItemService.h"
 #include "tests/support/OrdinaryUser.h"
 #include "tests/support/TempHome.h"
+#include "ui/AppLocale.h"
+#include "ui/Symbol.h"
 
 #include <QCoreApplication>
 #include <QDir>

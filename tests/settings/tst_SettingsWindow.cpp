@@ -1,6 +1,6 @@
-#include "platform/LoginItem.h"
 #include "capture/HotkeyTrigger.h"
 #include "config/ConfigStore.h"
+#include "platform/LoginItem.h"
 #include "settings/Lamp.h"
 #include "settings/SettingsWindowController.h"
 #include "tests/support/ManualQueue.h"

@@ -1,14 +1,14 @@
 #include "helpers/qmscroll/ScrollDesktop.h"
 
-#include "helpers/x11/Curtain.h"
 #include "helpers/overlay/Fonts.h"
 #include "helpers/overlay/Overlay.h"
 #include "helpers/overlay/Pixels.h"
-#include "helpers/x11/CaptureClaim.h"
-#include "helpers/x11/overlay/X11Overlay.h"
 #include "helpers/qmscroll/ScrollPanel.h"
 #include "helpers/qmscroll/linux/KeyGrab.h"
 #include "helpers/qmscroll/linux/SideWindow.h"
+#include "helpers/x11/CaptureClaim.h"
+#include "helpers/x11/Curtain.h"
+#include "helpers/x11/overlay/X11Overlay.h"
 
 #include <QDeadlineTimer>
 

@@ -135,7 +135,7 @@ void X11Overlay::paint(const OverlayFrame &frame, const QRegion &region)
         const QImage &frozen;
     };
     const Context context = {frame, m_screen.fetchedPixels()};
-    for (const QRect &area : region & m_server.area()) {
+    for (const QRect &area : region &m_server.area()) {
         m_paint.put(
             area,
             [](QImage &target, QPoint origin, const void *with) {
