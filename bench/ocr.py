@@ -70,8 +70,8 @@ def main():
     share = [100.0 * found / of if of else 100.0 for found, of in (total[:2], total[2:])]
     print(f"\nW {share[0]:.1f} %  B {share[1]:.1f} %  {processor / len(images):.2f} s of processor time a picture")
 
-    # Enough of them that the last one, which one worker reads alone, counts for little. By turns, so that a busy minute
-    # meets both; the best counts.
+    # Enough of them that the last one, which one worker reads alone, counts for little. Alternated, so that a busy
+    # minute affects both; the best run counts.
     many = images * max(1, 12 // len(images))
     runs = [[read(helper, many, workers)[1:] for workers in (1, 2)] for _ in range(ROUNDS)]
     (one, two), (cpu_one, cpu_two) = ([min(run[w][i] for run in runs) for w in (0, 1)] for i in (0, 1))
