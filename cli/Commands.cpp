@@ -87,7 +87,7 @@ static QJsonObject jsonOf(const Shot &shot)
             {QStringLiteral("text"), shot.ocrText ? QJsonValue(*shot.ocrText) : QJsonValue()}};
 }
 
-// "2026-03-05 14:07:09"; times from the file itself are in UTC and shown in the user's own.
+// "2026-03-05 14:07:09"; times taken from the file are UTC and shown in local time.
 static QString shownTime(const std::optional<QString> &takenAt)
 {
     const QString unknown(19, u'-');
@@ -119,7 +119,7 @@ static Exit show(Console &console, const QList<Shot> &shots, const QString &sear
     return shots.isEmpty() ? Exit::nothingFound : Exit::success;
 }
 
-// A read-only connection cannot roll back what a killed writer left in its journal, and would find nothing.
+// A read-only connection cannot roll back the journal of a killed writer, and would find nothing.
 static bool recover(Console &console)
 {
     if (!QFileInfo::exists(ShotStore::databasePath()))

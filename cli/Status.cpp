@@ -44,7 +44,7 @@ static QString folderState(const QString &path)
 
 namespace {
 
-// One fact: the same order and the same values for people and for programs.
+// One fact: the same order and values for people and for programs.
 struct Fact {
     const char16_t *key;
     QString label;
@@ -124,7 +124,7 @@ static QString shown(const QJsonValue &value)
 
 Exit Commands::status(Console &console)
 {
-    // The writer's connection, since only it can recover from a killed application; but no file is made by asking.
+    // Opened for writing, since only a writer can recover from a killed application; but never creates the file.
     Database database(ShotStore::databasePath(), Database::Access::write);
     const bool failed = QFileInfo::exists(database.path()) && !database.open();
     std::vector<Fact> facts = settingsFacts();
