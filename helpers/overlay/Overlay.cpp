@@ -8,7 +8,7 @@ using namespace std::chrono_literals;
 
 static constexpr auto holdRetry = 25ms;
 static constexpr auto holdLimit = 1s;
-static constexpr auto hintDelay = 1500ms; // who knows what to do has begun by then
+static constexpr auto hintDelay = 1500ms; // users who know what to do have started by then
 
 Overlay::Overlay(OverlayDesktop &desktop, const Options &options)
     : m_desktop(desktop)
@@ -40,7 +40,7 @@ Overlay::Choice Overlay::run()
     return choice;
 }
 
-// Until something is chosen or cancelled. What it answers is why it could not go on.
+// Runs until something is chosen or cancelled. Returns the reason of a failure.
 QString Overlay::loop()
 {
     if (m_screen.pixels().isNull())
