@@ -48,7 +48,7 @@ static int supervise(QCoreApplication &app, const QStringList &workerArguments, 
             return;
         QList<QByteArray> lines = paths.take(buffer.first(std::max<ssize_t>(n, 0)));
         if (n <= 0)
-            lines += paths.rest(); // the last line may lack its end
+            lines += paths.rest(); // the last line may lack its terminator
         for (const QByteArray &path : std::as_const(lines))
             if (!path.isEmpty())
                 supervisor.add(path);
