@@ -1,6 +1,7 @@
 // qmcapture -i PATH    the user draws a region; its picture is written to PATH
 // qmcapture -iw PATH   the user points at a window
 // Exit status 0: written, or cancelled (no file); 1: failed, with one line on stderr and no file.
+//
 // This program is only the first stage: it grabs the input, freezes the screen, shows it dimmed, and then loads the
 // rest. Loading Qt takes longer than all of that, and a screen that responds late to a key feels broken.
 
