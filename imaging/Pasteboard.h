@@ -9,10 +9,10 @@ namespace qm {
 // The general pasteboard. Main thread.
 namespace Pasteboard {
 
-// Replaces its content by the picture. Nothing is encoded until another application asks for it, and then once.
+// Replaces its content with the picture. Nothing is encoded until another application asks for it, and then only once.
 void setImage(const Image &image);
 
-QMimeData *mimeData(const Image &image); // what setImage puts there, for drags too; the caller owns it
+QMimeData *mimeData(const Image &image); // what setImage puts there, also for drags; the caller owns it
 
 } // namespace Pasteboard
 } // namespace qm
