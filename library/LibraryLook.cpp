@@ -57,7 +57,7 @@ void SymbolView::paintEvent(QPaintEvent *)
     QPainter painter(this);
     const QColor ink = palette().color(QPalette::Active, QPalette::WindowText);
     painter.setOpacity(SystemLook::secondary(ink).alphaF());
-    painter.drawPixmap(rect(), Symbol::icon(m_symbol, ink).pixmap(size(), devicePixelRatioF())); // lines may cross
+    painter.drawPixmap(rect(), Symbol::icon(m_symbol, ink).pixmap(size(), devicePixelRatioF())); // strokes may overlap
 }
 
 SecondaryLabel::SecondaryLabel(const QString &text, QWidget *parent)
@@ -67,7 +67,7 @@ SecondaryLabel::SecondaryLabel(const QString &text, QWidget *parent)
     setWordWrap(true);
 }
 
-// Not by a role of the palette: the one for placeholders is black in some dark palettes.
+// Not a palette role: the one for placeholders is black in some dark palettes.
 void SecondaryLabel::paintEvent(QPaintEvent *)
 {
     QPainter painter(this);
@@ -103,7 +103,7 @@ protected:
 LineSplitter::LineSplitter(QWidget *parent)
     : QSplitter(Qt::Horizontal, parent)
 {
-    setHandleWidth(1); // Qt lets it be taken hold of a few points around
+    setHandleWidth(1); // Qt makes a few points around it draggable
     setChildrenCollapsible(false);
 }
 

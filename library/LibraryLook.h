@@ -10,12 +10,12 @@ class QPalette;
 
 namespace qm {
 
-// Colours and fonts that the library's views share, all of them derived from the palette and font in use.
+// Colours and fonts shared by the library's views, all derived from the current palette and font.
 namespace LibraryLook {
 
 QColor hairline(const QColor &text);            // edges of pictures, lines between panes
-QColor quietSelection(const QPalette &palette); // the ground of a selected row in a list without the focus
-QColor marked(const QPalette &palette);         // the ground of words that were searched for
+QColor quietSelection(const QPalette &palette); // background of a selected row in a list without focus
+QColor marked(const QPalette &palette);         // background of matched words
 QFont caption(const QFont &font);
 
 } // namespace LibraryLook
@@ -33,7 +33,7 @@ private:
     const QString m_symbol;
 };
 
-// A text in the secondary colour, centred, on as many lines as it needs.
+// Text in the secondary colour, centred and wrapped.
 class SecondaryLabel : public QLabel
 {
 public:
@@ -43,7 +43,7 @@ protected:
     void paintEvent(QPaintEvent *event) override;
 };
 
-// What a search field stands in: its ground, rounded.
+// Rounded background of a search field.
 class FieldGround : public QWidget
 {
 public:
