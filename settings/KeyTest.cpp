@@ -153,7 +153,7 @@ void KeyTest::changeEvent(QEvent *event)
     QWidget::changeEvent(event);
 }
 
-// A window in the dock is out of mind, but not hidden.
+// A minimised window is out of mind, but not hidden.
 bool KeyTest::eventFilter(QObject *object, QEvent *event)
 {
     if (event->type() == QEvent::WindowStateChange && window()->isMinimized())
