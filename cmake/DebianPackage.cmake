@@ -1,4 +1,4 @@
-# The .deb. What only Debian asks for is installed by the package alone.
+# The .deb. Files that only Debian requires are installed by the package alone.
 qm_compressed(changelog CHANGELOG.md changelog)
 qm_compressed(debian_changelog packaging/debian/changelog changelog.Debian)
 set(tree ${CMAKE_BINARY_DIR}/debian)
@@ -28,15 +28,15 @@ arrows, shapes, text and blur that never touches the original, and a command
 line over the same index. Everything stays on the machine.")
 set(CPACK_PACKAGING_INSTALL_PREFIX /usr)
 set(CPACK_STRIP_FILES ON)
-set(CPACK_INSTALL_DEFAULT_DIRECTORY_PERMISSIONS # whatever the umask of whoever builds it
+set(CPACK_INSTALL_DEFAULT_DIRECTORY_PERMISSIONS # whatever the builder's umask
     OWNER_READ OWNER_WRITE OWNER_EXECUTE GROUP_READ GROUP_EXECUTE WORLD_READ WORLD_EXECUTE)
 set(CPACK_DEBIAN_FILE_NAME DEB-DEFAULT)
 set(CPACK_DEBIAN_PACKAGE_RELEASE 1)
 set(CPACK_DEBIAN_PACKAGE_SECTION graphics)
 set(CPACK_DEBIAN_PACKAGE_CONTROL_STRICT_PERMISSION ON)
 set(CPACK_DEBIAN_PACKAGE_SHLIBDEPS ON)
-# What no library dependency tells: the data of the text recognition, and plugins for the rarer formats, the icons' SVG and
-# the system's display. Recommended: fonts for Japanese texts, the translations of Qt's own texts.
+# Dependencies that no library implies: text recognition data, plugins for rarer formats, for the icons' SVG and for the
+# system's display. Recommended: Japanese fonts and the translations of Qt's own texts.
 set(CPACK_DEBIAN_PACKAGE_DEPENDS
     "tesseract-ocr-eng, tesseract-ocr-jpn, tesseract-ocr-script-jpan, qt6-image-formats-plugins, libqt6svg6")
 set(CPACK_DEBIAN_PACKAGE_RECOMMENDS "fonts-noto-cjk, qt6-translations-l10n")
