@@ -61,7 +61,7 @@ class Tree:
             file.write_bytes(content)
 
     def configure(self):
-        # No sanitizers: they double the time, and a break has to be seen by what a test says.
+        # No sanitizers: they double the time, and a break must be noticed by the tests themselves.
         subprocess.run(["cmake", "-S", self.sources, "-B", self.build, "-G", "Ninja", "-DCMAKE_BUILD_TYPE=Debug",
                         "-DCMAKE_CXX_FLAGS_DEBUG=-O1", "-DQM_TESTS=ON"], check=True, stdout=subprocess.DEVNULL)
 
@@ -78,7 +78,7 @@ class Tree:
                               capture_output=True, text=True, errors="replace")
         if not re.search(r"tests passed, \d+ tests? failed out of", done.stdout):
             return {"ctest": "no such test: " + " ".join(tests)}
-        # What a test printed stands above its own line of the listing, or below it when several run at once.
+        # A test's output precedes its own line of the listing, or follows it if several run at once.
         functions = {test: [] for test, _ in FAILED_TEST.findall(done.stdout)}
         current = None
         for line in done.stdout.splitlines():

@@ -60,7 +60,7 @@ def main():
     if well:
         well, output = run(["ninja", "-C", build, "-k", "0", *(["-j", sys.argv[4]] if len(sys.argv) > 4 else [])])
     if not well:
-        # Without the commands, which are long, and what went well.
+        # Without the commands, which are long, and without what succeeded.
         print("\n".join(line for line in output.splitlines() if not line.startswith(("[", "FAILED:", "/usr/bin/clang"))))
         return 1
     left_out, built, native = forgotten(sources, build)
