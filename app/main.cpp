@@ -17,7 +17,7 @@ static QString usage()
 {
     return AppLocale::text(u"usage: quillmere [COMMAND]\n"
                            "\n"
-                           "Without a command Quillmere starts; where it runs already, its library opens.\n"
+                           "Without a command, Quillmere starts; if it is already running, its library opens.\n"
                            "\n"
                            "  capture-region, capture-window, capture-scroll\n"
                            "  library, settings\n"

@@ -3,10 +3,10 @@
 
 usage: bench/ocr.py BINDIR [FOLDER]
 
-FOLDER (tests/data by default) holds NAME.png with its true text in NAME.txt. Printed for each picture and for all:
-W  share of the true words ([a-z0-9]{3,}, case folded) that are a substring of what was read, as a search would find them
-B  share of the true sequences of two Japanese characters that are
-then the processor time of a picture, and how many times more pictures a second two workers read than one.
+FOLDER (tests/data by default) holds NAME.png with its true text in NAME.txt. Prints for each picture and in total:
+W  share of the true words ([a-z0-9]{3,}, case folded) that are substrings of the recognised text, as in a search
+B  the same for the true sequences of two Japanese characters
+and then the processor time per picture, and the speed-up of two workers over one.
 """
 import json
 import os
@@ -36,7 +36,7 @@ def pairs(text):
 
 
 def read(helper, images, workers):
-    """Texts by path, seconds on the clock, seconds of processor time."""
+    """Texts by path, elapsed seconds, seconds of processor time."""
     used = resource.getrusage(resource.RUSAGE_CHILDREN)
     start = time.monotonic()
     done = subprocess.run([helper], input="".join(f"{image}\n" for image in images).encode(), stdout=subprocess.PIPE,

@@ -47,7 +47,7 @@ Exit Commands::ocr(Console &console, Batches batches)
 {
     const std::optional<QString> helper = toolPaths().ocr;
     if (!helper)
-        return console.fail(text(u"the text recognition helper qmocr is not installed beside this program",
+        return console.fail(text(u"the text recognition helper qmocr is not installed next to this program",
                                  u"文字認識の補助プログラム qmocr がこのプログラムと同じフォルダーにありません"));
     Database database(ShotStore::databasePath(), Database::Access::write);
     if (!database.open())
@@ -74,7 +74,7 @@ Exit Commands::ocr(Console &console, Batches batches)
     if (console.json())
         console.row({{QStringLiteral("read"), read}, {QStringLiteral("waiting"), waiting}});
     else
-        console.line(text(u"%1 read, %2 still wait", u"%1 件を読み取りました。残り %2 件").arg(read).arg(waiting));
+        console.line(text(u"%1 read, %2 still waiting", u"%1 件を読み取りました。残り %2 件").arg(read).arg(waiting));
     return read > 0 || waiting == 0 ? Exit::success : Exit::nothingFound;
 }
 

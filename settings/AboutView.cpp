@@ -122,7 +122,7 @@ QWidget *AboutView::makeLicences()
                                     u"Quillmere は MIT ライセンスのフリーソフトウェアです。"));
     licence->setWordWrap(true);
     grid->addWidget(licence, 0, 0, 1, 5);
-    auto *title = new QLabel(text(u"It uses these libraries:", u"次のライブラリーを使用しています："));
+    auto *title = new QLabel(text(u"It uses these libraries:", u"次のライブラリを使用しています："));
     grid->addWidget(title, 1, 0, 1, 5);
 
     // Two pairs of columns, read downwards.

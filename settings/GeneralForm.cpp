@@ -89,7 +89,7 @@ QWidget *GeneralForm::makeForm()
     addStorage(*form);
     addHotkey(*form);
 
-    form->addRow(heading(text(u"Index", u"インデックス"), false));
+    form->addRow(heading(text(u"Index", u"索引"), false));
     m_autoOcr = new QCheckBox(text(u"Auto-OCR after capture", u"撮影後に自動でOCRする"));
     connect(m_autoOcr, &QCheckBox::clicked, this, [this](bool on) {
         m_state.autoOcr = on;

@@ -44,7 +44,7 @@ Overlay::Choice Overlay::run()
 QString Overlay::loop()
 {
     if (m_screen.pixels().isNull())
-        return QStringLiteral("the display server does not show its screen");
+        return QStringLiteral("the display server does not allow reading the screen");
     if (!m_desktop.isDimmed())
         m_desktop.paint(m_frame, m_screen.area());
     const QDeadlineTimer holdDeadline(holdLimit);
@@ -57,7 +57,7 @@ QString Overlay::loop()
         }
         m_inputHeld = m_inputHeld || m_desktop.holdInput();
         if (!m_inputHeld && holdDeadline.hasExpired())
-            return QStringLiteral("another program keeps the keyboard or the pointer");
+            return QStringLiteral("another program has grabbed the keyboard or the pointer");
         if (!m_textReady) {
             m_options.makeReadyForText();
             m_textReady = true;

@@ -260,7 +260,7 @@ QString statusText(ScrollSession::Mode mode, ScrollSession::Notice notice)
     using Notice = ScrollSession::Notice;
     switch (notice) {
     case Notice::pointerAway:
-        return AppLocale::text(u"Paused: the pointer is outside the frame", u"一時停止中：ポインタが枠の外です");
+        return AppLocale::text(u"Paused: the pointer is outside the frame", u"一時停止中：ポインターが枠の外です");
     case Notice::pointerOverPanel: return AppLocale::text(u"Paused", u"一時停止中");
     case Notice::keyHeld:
         return AppLocale::text(u"Paused: a key or a button is held down", u"一時停止中：キーかボタンを離してください");
@@ -276,9 +276,9 @@ QString endText(ScrollSession::End end)
 {
     using End = ScrollSession::End;
     switch (end) {
-    case End::height: return AppLocale::text(u"The height limit is reached", u"高さの上限に達しました");
+    case End::height: return AppLocale::text(u"Height limit reached", u"高さの上限に達しました");
     case End::ambiguous:
-        return AppLocale::text(u"Ended early: what follows is too much alike",
+        return AppLocale::text(u"Ended early: what follows is too similar",
                                u"途中で終了：似た内容が続き、つなげません");
     case End::lost:
         return AppLocale::text(u"Ended early: what follows does not match", u"途中で終了：続きがつながりません");
