@@ -19,7 +19,7 @@ namespace qm {
 using namespace std::chrono_literals;
 
 AppDelegate::AppDelegate()
-    : m_captureRunner(QtQueue::main(), &Pasteboard::setImage)
+    : m_captureRunner(QtQueue::main(), &Pasteboard::setContent)
     , m_trigger(QtQueue::main(), ConfigStore::resolveHotkey(),
                 [this](HotkeyGesture gesture) {
                     if (m_keyTest)

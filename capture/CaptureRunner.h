@@ -1,5 +1,6 @@
 #pragma once
 
+#include "imaging/Pasteboard.h"
 #include "platform/TaskQueue.h"
 
 #include <QStringList>
@@ -9,18 +10,16 @@
 
 namespace qm {
 
-struct Image;
-
-// Takes one screenshot with the capture helper: the helper lets the user select and writes the file, which also goes to
-// the clipboard. Main thread; each capture waits on a thread of the runner's own pool, and several may run at once.
+// Takes one screenshot with the capture tool: the tool lets the user select and writes the file, which also goes to the
+// clipboard. Main thread; each capture waits on a thread of the runner's own pool, and several may run at once.
 // Failures are silent, as is a cancelled selection: no file, and the clipboard is unchanged.
 class CaptureRunner
 {
 public:
-    using TakeImage = std::function<void(const Image &)>;
+    using TakePicture = std::function<void(const Pasteboard::Content &)>;
 
-    // takeImage is called on main with each picture taken.
-    CaptureRunner(TaskQueue &main, TakeImage takeImage);
+    // takePicture is called on main with each picture taken.
+    CaptureRunner(TaskQueue &main, TakePicture takePicture);
     ~CaptureRunner();
 
     // {"-i"} captures a region, {"-iw"} a window. Returns at once.
@@ -31,7 +30,7 @@ public:
 
 private:
     TaskQueue &m_main;
-    std::shared_ptr<TakeImage> m_takeImage; // weak references keep late pictures from being delivered
+    std::shared_ptr<TakePicture> m_takePicture; // weak references keep late pictures from being delivered
     QThreadPool m_pool;
 };
 

@@ -2,17 +2,26 @@
 
 #include "imaging/Image.h"
 
-class QMimeData;
+#include <QByteArray>
 
 namespace qm {
 
 // The general pasteboard. Main thread.
 namespace Pasteboard {
 
-// Replaces its content with the picture. Nothing is encoded until another application asks for it, and then only once.
-void setImage(const Image &image);
+// Content for the pasteboard. Without png, nothing is encoded until another application asks for it, and then only
+// once.
+struct Content {
+    Image image;
+    QByteArray png; // the same picture as a PNG file; if empty, encoded from the image
+};
 
-QMimeData *mimeData(const Image &image); // what setImage puts there, also for drags; the caller owns it
+// The content of a file, with its own bytes if it is a PNG. Any thread. No image if it cannot be read.
+Content contentOf(const QString &path);
+
+// Both replace the current content.
+void setContent(const Content &content);
+void setImage(const Image &image);
 
 } // namespace Pasteboard
 } // namespace qm

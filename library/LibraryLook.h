@@ -2,9 +2,6 @@
 
 #include <QColor>
 #include <QFont>
-#include <QLabel>
-#include <QSplitter>
-#include <QWidget>
 
 class QPalette;
 
@@ -19,48 +16,5 @@ QColor marked(const QPalette &palette);         // background of matched words
 QFont caption(const QFont &font);
 
 } // namespace LibraryLook
-
-// A symbol as a picture in a layout, in the secondary text colour.
-class SymbolView : public QWidget
-{
-public:
-    SymbolView(const QString &symbol, int size, QWidget *parent = nullptr); // size in points
-
-protected:
-    void paintEvent(QPaintEvent *event) override;
-
-private:
-    const QString m_symbol;
-};
-
-// Text in the secondary colour, centred and wrapped.
-class SecondaryLabel : public QLabel
-{
-public:
-    explicit SecondaryLabel(const QString &text, QWidget *parent = nullptr);
-
-protected:
-    void paintEvent(QPaintEvent *event) override;
-};
-
-// Rounded background of a search field.
-class FieldGround : public QWidget
-{
-public:
-    using QWidget::QWidget;
-
-protected:
-    void paintEvent(QPaintEvent *event) override;
-};
-
-// A splitter whose handle is a thin line.
-class LineSplitter : public QSplitter
-{
-public:
-    explicit LineSplitter(QWidget *parent = nullptr);
-
-protected:
-    QSplitterHandle *createHandle() override;
-};
 
 } // namespace qm

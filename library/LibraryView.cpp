@@ -1,9 +1,13 @@
 #include "library/LibraryView.h"
 
 #include "index/ShotStore.h"
+#include "library/FieldGround.h"
 #include "library/LibraryLook.h"
+#include "library/LineSplitter.h"
 #include "library/PreviewPane.h"
+#include "library/SecondaryLabel.h"
 #include "library/ShotListView.h"
+#include "library/SymbolView.h"
 #include "ui/AppLocale.h"
 #include "ui/SystemLook.h"
 

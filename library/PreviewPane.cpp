@@ -4,6 +4,8 @@
 #include "library/LibraryLook.h"
 #include "library/PreviewPicture.h"
 #include "library/RecognisedText.h"
+#include "library/SecondaryLabel.h"
+#include "library/SymbolView.h"
 #include "ui/AppLocale.h"
 
 #include <QProgressBar>

@@ -57,11 +57,12 @@ void ShotActions::copyToClipboard(const Shot &shot, std::function<void(bool)> do
         return &copies;
     }();
     pool.start([path = shot.path, done = std::move(done)] {
-        QtQueue::main().post([image = ImageFile::load(path).image, done] {
-            if (!image.isNull())
-                Pasteboard::setImage(image);
+        QtQueue::main().post([picture = Pasteboard::contentOf(path), done] {
+            const bool readable = !picture.image.isNull();
+            if (readable)
+                Pasteboard::setContent(picture);
             if (done)
-                done(!image.isNull());
+                done(readable);
         });
     });
 }

@@ -1,20 +1,10 @@
 #pragma once
 
-#include "annotate/document/CanvasGeometry.h"
+#include "annotate/document/PressTarget.h"
 
 #include <optional>
 
 namespace qm {
-
-// What a press with the select tool grabs. Points are view points.
-struct PressTarget {
-    std::optional<int> index; // std::nullopt if the press hits no item
-    DragMode mode = DragMode::none;
-    std::optional<QPointF> fixedCorner; // image points; only while resizing
-
-    static PressTarget at(QPointF view, const QList<Annotation> &items, std::optional<int> selected,
-                          const CanvasMapping &mapping);
-};
 
 // Editing an item by dragging, from the press on. A value: it never modifies the item but returns the edited copy.
 struct ItemDrag {

@@ -1,0 +1,17 @@
+#pragma once
+
+#include <QLabel>
+
+namespace qm {
+
+// Text in the secondary colour, centred and wrapped.
+class SecondaryLabel : public QLabel
+{
+public:
+    explicit SecondaryLabel(const QString &text, QWidget *parent = nullptr);
+
+protected:
+    void paintEvent(QPaintEvent *event) override;
+};
+
+} // namespace qm
