@@ -17,15 +17,15 @@ set(CPACK_INSTALLED_DIRECTORIES ${tree} usr)
 set(CPACK_GENERATOR DEB)
 set(CPACK_PACKAGE_NAME quillmere)
 set(CPACK_PACKAGE_CONTACT "The Quillmere authors <quillmere@localhost>")
-set(CPACK_PACKAGE_DESCRIPTION_SUMMARY "screenshots that are found again by the words in them")
-set(CPACK_DEBIAN_PACKAGE_DESCRIPTION "Quillmere sits in the tray and takes screenshots with one key: a tap of the
-right Shift key captures a region, holding it captures a window. Every
-screenshot, its own and the desktop's, is indexed and read in English and
-Japanese, so that it is found again by the words that stand in it.
+set(CPACK_PACKAGE_DESCRIPTION_SUMMARY "find screenshots by the words in them")
+set(CPACK_DEBIAN_PACKAGE_DESCRIPTION "Quillmere sits in the tray and takes screenshots with one key: tapping the
+right Shift key captures a region, holding it captures a window. The text of
+every screenshot, its own and the desktop's, is read in English and Japanese
+and indexed, so that you can find it by the words in it.
 .
-It has a library that searches while one types, an editor with crop, lines,
-arrows, shapes, text and blur that never touches the original, and a command
-line over the same index. Everything stays on the machine.")
+It has a library that searches as you type, an editor with crop, lines,
+arrows, shapes, text and blur that never modifies the original, and a
+command-line tool for the same index. Everything stays on the machine.")
 set(CPACK_PACKAGING_INSTALL_PREFIX /usr)
 set(CPACK_STRIP_FILES ON)
 set(CPACK_INSTALL_DEFAULT_DIRECTORY_PERMISSIONS # whatever the builder's umask
