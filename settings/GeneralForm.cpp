@@ -47,7 +47,7 @@ static QLabel *heading(const QString &title, bool first)
     return label;
 }
 
-// For keyboards that do not tell: what is printed on most.
+// The label on most keyboards, if the keyboard itself does not tell.
 static QString usualName(HotkeyModifier modifier)
 {
     switch (modifier) {

@@ -32,7 +32,7 @@ public:
         QTimer::singleShot(0, this, &LinuxTrayHost::look);
     }
 
-    ~LinuxTrayHost() override { m_notifier.reset(); } // before the connection
+    ~LinuxTrayHost() override { m_notifier.reset(); } // must go before the connection
 
 private Q_SLOTS:
     void look()
