@@ -14,16 +14,16 @@ static QString usage()
                            "\n"
                            "  scan                 bring the index in line with the folders\n"
                            "  ocr [--all]          read one batch of waiting pictures, or all of them\n"
-                           "  search TEXT          pictures in which TEXT stands, newest first;\n"
+                           "  search TEXT          list pictures that contain TEXT, newest first;\n"
                            "                       % is any text, _ any character\n"
-                           "  list                 the newest pictures\n"
-                           "  status               paths, counts and settings in force\n"
+                           "  list                 list the newest pictures\n"
+                           "  status               show the paths, counts and settings in force\n"
                            "\n"
-                           "  --limit N            at most N rows of search and list (200)\n"
-                           "  --json               one JSON object a line\n"
+                           "  --limit N            show at most N results of search and list (200)\n"
+                           "  --json               print one JSON object per line\n"
                            "  --help, --version\n"
                            "\n"
-                           "exit codes: 0 done, 1 nothing found, 2 wrong use or failure",
+                           "exit codes: 0 done, 1 nothing found, 2 usage error or failure",
                            u"使い方: qms コマンド [オプション...]\n"
                            "\n"
                            "  scan                 フォルダーの内容を索引に反映する\n"
@@ -51,12 +51,12 @@ static Exit run(const QCommandLineParser &parser, Console &console)
     const int limit =
         parser.isSet(QStringLiteral("limit")) ? parser.value(QStringLiteral("limit")).toInt(&isNumber) : 200;
     if (!isNumber || limit < 1)
-        return wrong(u"--limit wants a whole number from 1 on", u"--limit には1以上の整数を指定してください");
+        return wrong(u"--limit must be a whole number, 1 or greater", u"--limit には1以上の整数を指定してください");
     if (words.size() != (command == u"search" ? 2 : 1))
-        return words.isEmpty() ? wrong(u"no command", u"コマンドがありません")
+        return words.isEmpty() ? wrong(u"no command given", u"コマンドを指定してください")
                                : wrong(u"wrong number of arguments to %1", u"%1 の引数の数が違います");
     if (parser.isSet(QStringLiteral("all")) && command != u"ocr")
-        return wrong(u"--all goes with ocr only", u"--all は ocr でだけ使えます");
+        return wrong(u"--all can only be used with ocr", u"--all は ocr でだけ使えます");
 
     if (command == u"scan")
         return Commands::scan(console);
@@ -69,7 +69,7 @@ static Exit run(const QCommandLineParser &parser, Console &console)
         return Commands::list(console, limit);
     if (command == u"status")
         return Commands::status(console);
-    return wrong(u"no such command: %1", u"コマンドがありません: %1");
+    return wrong(u"no such command: %1", u"そのようなコマンドはありません: %1");
 }
 
 int main(int argc, char **argv)

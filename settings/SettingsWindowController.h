@@ -9,11 +9,11 @@ namespace qm {
 
 class SettingsWindow;
 
-// The settings window. Main thread; the window is made at the first show and kept.
+// The settings window. Main thread; the window is created on the first show and kept.
 class SettingsWindowController
 {
 public:
-    // changed is called after settings were saved.
+    // changed is called after settings have been saved.
     SettingsWindowController(std::function<void()> changed, KeyListener listener);
     ~SettingsWindowController();
 

@@ -78,7 +78,7 @@ private Q_SLOTS:
     {
         addShots(45);
         QCOMPARE(qms({QStringLiteral("scan")}).output, QStringLiteral("45 new, 0 gone, 45 in the index\n"));
-        QCOMPARE(qms({QStringLiteral("ocr")}).output, QStringLiteral("40 read, 5 still wait\n"));
+        QCOMPARE(qms({QStringLiteral("ocr")}).output, QStringLiteral("40 read, 5 still waiting\n"));
         QCOMPARE(qms({QStringLiteral("ocr"), QStringLiteral("--all"), QStringLiteral("--json")}).output,
                  QStringLiteral("{\"read\":5,\"waiting\":0}\n"));
         const Ran found = qms(
@@ -148,7 +148,7 @@ private Q_SLOTS:
         QCOMPARE(qms({QStringLiteral("scan")}).exitCode, 0);
         const Ran ran = qms({QStringLiteral("ocr"), QStringLiteral("--all")});
         QCOMPARE(ran.exitCode, 1);
-        QCOMPARE(ran.output, QStringLiteral("0 read, 3 still wait\n"));
+        QCOMPARE(ran.output, QStringLiteral("0 read, 3 still waiting\n"));
     }
 
     void aSearchRecoversWhatAKilledWriterLeft()

@@ -172,7 +172,7 @@ private Q_SLOTS:
         QCOMPARE(tabs->tabText(0), text(u"Settings", u"設定"));
         QCOMPARE(tabs->tabText(1), text(u"About", u"このアプリについて"));
         for (const QString &section : {text(u"Storage", u"保存先"), text(u"Hotkey", u"ホットキー"),
-                                       text(u"Index", u"インデックス"), text(u"Startup", u"起動")})
+                                       text(u"Index", u"索引"), text(u"Startup", u"起動")})
             QVERIFY(find<QLabel>(section)->isVisible());
         QStringList keys;
         for (int i = 0; i < modifier()->count(); ++i)
