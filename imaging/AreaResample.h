@@ -10,6 +10,9 @@ namespace qm {
 // may be fractional and may extend beyond the picture: only existing pixels count, and areas without any are
 // transparent. format is RGB32 (if no alpha is needed) or ARGB32_Premultiplied. Nothing is resampled if a window of
 // whole pixels already has the requested size. Returns a null image if memory runs out.
+//
+// The right one for a picture in memory, a part of it, or an output not much smaller than the source, since it works in two
+// passes, one per axis: 5120x2880 to 3000x1688 pixels takes 26 ms of processor time, AreaAverage 61, Qt's smooth scaling 56.
 QImage areaResampled(const QImage &source, const QRectF &window, QSize size, QImage::Format format);
 
 } // namespace qm
