@@ -10,7 +10,7 @@
 
 #include <cstdlib>
 #include <memory>
-#include <xcb/randr.h>
+#include <xcb/composite.h>
 #include <xcb/xcb.h>
 #include <xcb/xtest.h>
 
@@ -145,7 +145,19 @@ void Desktop::startCompositor()
     m_home.write(QStringLiteral(".config/picom.conf"), "backend = \"xrender\";\nfading = false;\nshadow = false;\n");
     m_compositor = &launch(QStringLiteral("picom"),
                            {QStringLiteral("--config"), m_home.file(QStringLiteral(".config/picom.conf"))});
-    awaitReady("picom", [this] { return selectionOwner("_NET_WM_CM_S0") != 0; });
+    // It takes the selection before it takes the windows' pixels: a window of our own tells when it has those.
+    const xcb_window_t window = xcb_generate_id(m_connection);
+    const uint32_t passesTheManager = 1;
+    xcb_create_window(m_connection, XCB_COPY_FROM_PARENT, window, m_root, 0, 0, 1, 1, 0, XCB_WINDOW_CLASS_INPUT_OUTPUT,
+                      XCB_COPY_FROM_PARENT, XCB_CW_OVERRIDE_REDIRECT, &passesTheManager);
+    xcb_map_window(m_connection, window);
+    awaitReady("picom", [this, window] {
+        const xcb_pixmap_t pixels = xcb_generate_id(m_connection);
+        const auto error = reply(
+            xcb_request_check(m_connection, xcb_composite_name_window_pixmap_checked(m_connection, window, pixels)));
+        return !error && selectionOwner("_NET_WM_CM_S0") != 0;
+    });
+    xcb_destroy_window(m_connection, window);
 }
 
 void Desktop::stopCompositor()
