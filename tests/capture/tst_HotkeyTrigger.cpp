@@ -5,22 +5,18 @@
 
 using namespace qm;
 using namespace std::chrono_literals;
+using Step = std::function<void(HotkeyTrigger &, ManualQueue &)>;
 
 namespace {
 
 constexpr quint32 shift = 0x20000, control = 0x40000;
 constexpr int rightShift = 60, leftShift = 56, rightControl = 62, letter = 8;
 
-struct Step {
-    enum class Kind { event, wait, hotkey } kind;
-    KeyEvent event{};
-    std::chrono::milliseconds time{0};
-    Hotkey hotkey{};
-};
-
 Step flags(int keyCode, quint32 mask)
 {
-    return {Step::Kind::event, {KeyEvent::Type::flagsChanged, keyCode, mask}};
+    return [=](HotkeyTrigger &trigger, ManualQueue &) {
+        trigger.handle({KeyEvent::Type::flagsChanged, keyCode, mask});
+    };
 }
 Step press()
 {
@@ -30,21 +26,17 @@ Step release()
 {
     return flags(rightShift, 0);
 }
-Step keyDown()
+Step keyDown(KeyEvent::Type type = KeyEvent::Type::keyDown)
 {
-    return {Step::Kind::event, {KeyEvent::Type::keyDown, letter, shift}};
-}
-Step disabled()
-{
-    return {Step::Kind::event, {KeyEvent::Type::disabled, 0, 0}};
+    return [=](HotkeyTrigger &trigger, ManualQueue &) { trigger.handle({type, letter, shift}); };
 }
 Step wait(std::chrono::milliseconds time)
 {
-    return {Step::Kind::wait, {}, time};
+    return [=](HotkeyTrigger &, ManualQueue &queue) { queue.advance(time); };
 }
 Step settings(HotkeyModifier modifier, double threshold)
 {
-    return {Step::Kind::hotkey, {}, {}, {modifier, threshold}};
+    return [=](HotkeyTrigger &trigger, ManualQueue &) { trigger.setHotkey({modifier, threshold}); };
 }
 
 } // namespace
@@ -70,13 +62,11 @@ private Q_SLOTS:
         row("tap", {press(), release()}, {tapAt(0)});
         row("just short of a hold", {press(), wait(399ms), release(), wait(1s)}, {tapAt(399)});
         row("hold, told while still down", {press(), wait(2s), release()}, {holdAt(400)});
-        row("two taps", {press(), release(), wait(10ms), press(), release()}, {tapAt(0), tapAt(10)});
         row("a hold, then a tap", {press(), wait(500ms), release(), press(), release()}, {holdAt(400), tapAt(500)});
         row("chord with a letter", {press(), keyDown(), wait(1s), release()}, {});
         row("letter during a hold", {press(), wait(500ms), keyDown(), release()}, {holdAt(400)});
         row("letter before the press", {keyDown(), press(), release()}, {tapAt(0)});
         row("chord with left Shift", {press(), flags(leftShift, shift), flags(leftShift, shift), release()}, {});
-        row("chord with Control", {press(), flags(rightControl, shift | control), release()}, {});
         row("Control's release counts too",
             {flags(rightControl, control), flags(rightShift, shift | control), flags(rightControl, shift), release()},
             {});
@@ -90,7 +80,7 @@ private Q_SLOTS:
             {tapAt(699)});
         row("a release out of nothing", {release(), wait(1s)}, {});
         row("a use is forgotten only at the next press", {press(), keyDown(), release(), release()}, {});
-        row("disabled does not count as a key", {press(), disabled(), release()}, {tapAt(0)});
+        row("disabled does not count as a key", {press(), keyDown(KeyEvent::Type::disabled), release()}, {tapAt(0)});
 
         row("another key from the settings",
             {settings(HotkeyModifier::rightControl, 0.4), press(), release(), flags(rightControl, control),
@@ -112,13 +102,8 @@ private Q_SLOTS:
                         .arg(gesture == HotkeyTrigger::Gesture::tap ? u"tap" : u"hold")
                         .arg(queue.now().count());
         });
-        for (const Step &step : steps) {
-            switch (step.kind) {
-            case Step::Kind::event: trigger.handle(step.event); break;
-            case Step::Kind::wait: queue.advance(step.time); break;
-            case Step::Kind::hotkey: trigger.setHotkey(step.hotkey); break;
-            }
-        }
+        for (const Step &step : steps)
+            step(trigger, queue);
         QTEST(told, "expected");
     }
 };

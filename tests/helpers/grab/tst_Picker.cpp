@@ -2,179 +2,109 @@
 
 #include <QTest>
 
-#include <functional>
-
 using namespace qm;
+using namespace Qt::StringLiterals;
 using Key = Picker::Key;
 using Button = Picker::Button;
 using Mode = Picker::Mode;
-using Result = Picker::Result;
-using Step = std::function<void(Picker &)>;
-using Steps = QList<Step>;
 
 Q_DECLARE_METATYPE(Mode)
-Q_DECLARE_METATYPE(Result)
-Q_DECLARE_METATYPE(Steps)
-
-namespace {
-
-constexpr QRect bounds(0, 0, 1000, 800);
-
-Step to(int x, int y)
-{
-    return [=](Picker &picker) { picker.move({x, y}); };
-}
-Step press(Button button = Button::left)
-{
-    return [=](Picker &picker) { picker.press(button); };
-}
-Step release(Button button = Button::left)
-{
-    return [=](Picker &picker) { picker.release(button); };
-}
-Step down(Key key)
-{
-    return [=](Picker &picker) { picker.keyDown(key); };
-}
-Step up(Key key)
-{
-    return [=](Picker &picker) { picker.keyUp(key); };
-}
-Step tap(Key key)
-{
-    return [=](Picker &picker) {
-        picker.keyDown(key);
-        picker.keyUp(key);
-    };
-}
-
-QList<ScreenWindow> oneWindow()
-{
-    return {{.top = 1, .topArea = {100, 100, 300, 200}, .frame = {100, 100, 300, 200}, .depth = 24, .title = {}}};
-}
-
-} // namespace
 
 class tst_Picker : public QObject
 {
     Q_OBJECT
 
 private Q_SLOTS:
-    void region_data();
-    void region();
-    void outcome_data();
-    void outcome();
-    void arrowsMoveThePointerBeforeADrag();
+    // What a person does: "120,80" the pointer goes there, "press", "release" the left button, "right", "other" another
+    // one goes down, "+Shift" a key goes down, "-Shift" up, "Escape" both.
+    void picks_data()
+    {
+        QTest::addColumn<Mode>("mode");
+        QTest::addColumn<QString>("steps");
+        QTest::addColumn<QString>("picked"); // the mode and the selection at the end, and what was chosen
+        const auto region = [](const char *name, const QString &steps, const QString &picked) {
+            QTest::newRow(name) << Mode::region << steps << u"region " + picked;
+        };
+        region("both ends belong to it", u"100,100 press 199,149 release"_s, u"100,100 100x50 chosen"_s);
+        region("to the upper left", u"100,100 press 60,80 release"_s, u"60,80 41x21 chosen"_s);
+        region("a trembling hand draws nothing", u"100,100 press 102,98 release"_s, u"nothing"_s);
+        region("a drag may become small again", u"100,100 press 120,120 101,100"_s, u"100,100 2x1"_s);
+        region("the last pixel of the screen", u"100,100 press 999,799"_s, u"100,100 900x700"_s);
+        region("not beyond the screen", u"100,100 press 1500,-5 release"_s, u"100,0 900x101 chosen"_s);
+        region("square by the longer side", u"100,100 press +Shift 199,120"_s, u"100,100 100x100"_s);
+        region("square as far as there is room", u"100,780 press +Shift 300,790"_s, u"100,780 20x20"_s);
+        region("no square after Shift", u"100,100 press +Shift 199,120 -Shift"_s, u"100,100 100x21"_s);
+        region("Space moves it, and it grows on", u"100,100 press 199,149 +Space 209,169 -Space 219,179"_s,
+               u"110,120 110x60"_s);
+        region("moved against the edge it keeps its size", u"100,100 press 199,149 +Space 60,20"_s, u"0,0 100x50"_s);
+        region("a moved square stays one", u"100,100 press +Shift 199,120 +Space 209,130"_s, u"110,110 100x100"_s);
+        region("an arrow, and it grows on", u"100,100 press 199,149 Right Down 209,149"_s, u"101,101 110x50"_s);
+        region("an arrow with Shift against the edge", u"2,100 press 50,149 +Shift Left -Shift"_s, u"0,100 49x50"_s);
+        region("arrows move the pointer before a drag", u"100,100 Left +Shift Down"_s, u"nothing, warped -1,10"_s);
+        region("Return without a selection", u"10,10 Return"_s, u"nothing"_s);
+        region("Return in a drag", u"10,10 press 90,90 Return 50,50"_s, u"10,10 81x81 chosen"_s);
+        region("Escape in a drag", u"10,10 press 90,90 Escape release"_s, u"nothing, cancelled"_s);
+        region("another button", u"10,10 other 90,90"_s, u"nothing"_s);
+        region("Space during a press switches nothing", u"150,150 press Space release"_s, u"nothing"_s);
+
+        const auto window = [](const char *name, const QString &steps, const QString &picked) {
+            QTest::newRow(name) << Mode::window << steps << picked;
+        };
+        window("the right button", u"150,150 right"_s, u"window 0, cancelled"_s);
+        window("a window", u"150,150 press release"_s, u"window 0 chosen"_s);
+        window("a window by Return", u"150,150 Return"_s, u"window 0 chosen"_s);
+        window("beside all windows", u"50,50 press release"_s, u"window -1"_s);
+        window("Space, then a region", u"Space 10,10 press 90,90 release"_s, u"region 10,10 81x81 chosen"_s);
+        window("Space held down switches once", u"+Space +Space +Space"_s, u"region nothing"_s);
+        window("a release that was pressed before the start", u"150,150 release"_s, u"window 0"_s);
+    }
+
+    void picks()
+    {
+        static const QHash<QString, Key> keys{
+            {u"Escape"_s, Key::escape}, {u"Return"_s, Key::enter}, {u"Space"_s, Key::space}, {u"Shift"_s, Key::shift},
+            {u"Left"_s, Key::left},     {u"Right"_s, Key::right},  {u"Down"_s, Key::down}};
+        QFETCH(Mode, mode);
+        QFETCH(QString, steps);
+        const QList<ScreenWindow> windows = {
+            {.top = 1, .topArea = {100, 100, 300, 200}, .frame = {100, 100, 300, 200}, .depth = 24, .title = {}}};
+        Picker picker(mode, Picker::Offer::both, windows, {0, 0, 1000, 800}, 1);
+        for (const QString &step : steps.split(u' ')) {
+            const QStringList place = step.split(u',');
+            const Key key = keys.value(QString(step).remove(u'+').remove(u'-'), Key::other);
+            if (place.size() == 2)
+                picker.move({place[0].toInt(), place[1].toInt()});
+            else if (step == u"press")
+                picker.press(Button::left);
+            else if (step == u"release")
+                picker.release(Button::left);
+            else if (key == Key::other)
+                picker.press(step == u"right" ? Button::right : Button::other);
+            if (key != Key::other && !step.startsWith(u'-'))
+                picker.keyDown(key);
+            if (key != Key::other && !step.startsWith(u'+'))
+                picker.keyUp(key);
+        }
+        const QRect area = picker.selection();
+        QString picked = picker.mode() == Mode::window ? u"window %1"_s.arg(picker.window())
+                         : area.isEmpty()
+                             ? u"region nothing"_s
+                             : u"region %1,%2 %3x%4"_s.arg(area.x()).arg(area.y()).arg(area.width()).arg(area.height());
+        if (const QPoint warp = picker.takeWarp(); !warp.isNull())
+            picked += u", warped %1,%2"_s.arg(warp.x()).arg(warp.y());
+        if (picker.result() != Picker::Result::open)
+            picked += picker.result() == Picker::Result::cancelled ? u", cancelled" : u" chosen";
+        QTEST(picked, "picked");
+        QVERIFY(picker.takeWarp().isNull());
+    }
+
+    void onlyRegions()
+    {
+        Picker picker(Mode::region, Picker::Offer::regionOnly, {}, {0, 0, 1000, 800}, 1);
+        picker.keyDown(Key::space);
+        QCOMPARE(picker.mode(), Mode::region);
+    }
 };
-
-// What is selected after a press at 100, 100 and these steps.
-void tst_Picker::region_data()
-{
-    QTest::addColumn<QPoint>("start");
-    QTest::addColumn<Steps>("steps");
-    QTest::addColumn<QRect>("selected");
-    const auto row = [](const char *name, QPoint start, const Steps &steps, const QRect &selected) {
-        QTest::newRow(name) << start << steps << selected;
-    };
-    const QPoint start(100, 100);
-    row("both ends belong to it", start, {to(199, 149)}, {100, 100, 100, 50});
-    row("to the upper left", start, {to(60, 80)}, {60, 80, 41, 21});
-    row("a trembling hand draws nothing", start, {to(102, 98)}, {});
-    row("a drag may become small again", start, {to(120, 120), to(101, 100)}, {100, 100, 2, 1});
-    row("the last pixel of the screen", start, {to(999, 799)}, {100, 100, 900, 700});
-    row("not beyond the screen", start, {to(1500, -5)}, {100, 0, 900, 101});
-    row("square by the longer side", start, {down(Key::shift), to(199, 120)}, {100, 100, 100, 100});
-    row("square to the upper left", start, {down(Key::shift), to(90, 51)}, {51, 51, 50, 50});
-    row("square as far as there is room", {100, 780}, {down(Key::shift), to(300, 790)}, {100, 780, 20, 20});
-    row("no square after Shift", start, {down(Key::shift), to(199, 120), up(Key::shift)}, {100, 100, 100, 21});
-    row("Space moves it", start, {to(199, 149), down(Key::space), to(209, 169)}, {110, 120, 100, 50});
-    row("and it grows on from there", start,
-        {to(199, 149), down(Key::space), to(209, 169), up(Key::space), to(219, 179)}, {110, 120, 110, 60});
-    row("moved against the edge it keeps its size", start, {to(199, 149), down(Key::space), to(60, 20)},
-        {0, 0, 100, 50});
-    row("a moved square stays one", start, {down(Key::shift), to(199, 120), down(Key::space), to(209, 130)},
-        {110, 110, 100, 100});
-    row("an arrow", start, {to(199, 149), tap(Key::right), tap(Key::down)}, {101, 101, 100, 50});
-    row("an arrow with Shift", start, {to(199, 199), down(Key::shift), tap(Key::left), up(Key::shift)},
-        {90, 100, 100, 100});
-    row("an arrow against the edge", {2, 100}, {to(50, 149), down(Key::shift), tap(Key::left), up(Key::shift)},
-        {0, 100, 49, 50});
-    row("it grows on after an arrow", start, {to(199, 149), tap(Key::right), to(209, 149)}, {101, 100, 110, 50});
-}
-
-void tst_Picker::region()
-{
-    QFETCH(QPoint, start);
-    QFETCH(Steps, steps);
-    QFETCH(QRect, selected);
-    Picker picker(Mode::region, Picker::Offer::both, {}, bounds, 1);
-    picker.move(start);
-    picker.press(Button::left);
-    for (const Step &step : steps)
-        step(picker);
-    QCOMPARE(picker.selection(), selected);
-    QCOMPARE(picker.result(), Result::open);
-    picker.release(Button::left);
-    QCOMPARE(picker.result(), selected.isEmpty() ? Result::open : Result::region);
-    QCOMPARE(picker.selection(), selected);
-}
-
-void tst_Picker::outcome_data()
-{
-    QTest::addColumn<Mode>("mode");
-    QTest::addColumn<Steps>("steps");
-    QTest::addColumn<Result>("result");
-    QTest::addColumn<Mode>("modeAfter");
-    const auto row = [](const char *name, Mode mode, const Steps &steps, Result result, Mode after) {
-        QTest::newRow(name) << mode << steps << result << after;
-    };
-    const Mode region = Mode::region;
-    const Mode window = Mode::window;
-    const Steps drag = {to(10, 10), press(), to(90, 90)};
-    row("nothing yet", region, {to(10, 10)}, Result::open, region);
-    row("a click in region mode", region, {to(10, 10), press(), release()}, Result::open, region);
-    row("Return without a selection", region, {to(10, 10), tap(Key::enter)}, Result::open, region);
-    row("Return in a drag", region, drag + Steps{tap(Key::enter)}, Result::region, region);
-    row("Escape", region, {tap(Key::escape)}, Result::cancelled, region);
-    row("Escape in a drag", region, drag + Steps{tap(Key::escape), release()}, Result::cancelled, region);
-    row("the right button", window, {press(Button::right)}, Result::cancelled, window);
-    row("the right button in a drag", region, drag + Steps{press(Button::right)}, Result::cancelled, region);
-    row("another button", region, {press(Button::other), to(90, 90), release(Button::other)}, Result::open, region);
-    row("a window", window, {to(150, 150), press(), release()}, Result::window, window);
-    row("a window by Return", window, {to(150, 150), tap(Key::enter)}, Result::window, window);
-    row("beside all windows", window, {to(50, 50), press(), release()}, Result::open, window);
-    row("Space, then a window", region, {tap(Key::space), to(150, 150), press(), release()}, Result::window, window);
-    row("Space, then a region", window, Steps{tap(Key::space)} + drag + Steps{release()}, Result::region, region);
-    row("Space held down switches once", region, {down(Key::space), down(Key::space), down(Key::space)}, Result::open,
-        window);
-    row("Space during a press switches nothing", region, {to(150, 150), press(), tap(Key::space), release()},
-        Result::open, region);
-    row("a release that was pressed before the start", window, {to(150, 150), release()}, Result::open, window);
-}
-
-void tst_Picker::outcome()
-{
-    QFETCH(Mode, mode);
-    QFETCH(Steps, steps);
-    Picker picker(mode, Picker::Offer::both, oneWindow(), bounds, 1);
-    for (const Step &step : steps)
-        step(picker);
-    QTEST(picker.result(), "result");
-    QTEST(picker.mode(), "modeAfter");
-}
-
-void tst_Picker::arrowsMoveThePointerBeforeADrag()
-{
-    Picker picker(Mode::region, Picker::Offer::regionOnly, oneWindow(), bounds, 1);
-    picker.keyDown(Key::left);
-    QCOMPARE(picker.takeWarp(), QPoint(-1, 0));
-    QCOMPARE(picker.takeWarp(), QPoint());
-    picker.keyDown(Key::shift);
-    picker.keyDown(Key::down);
-    QCOMPARE(picker.takeWarp(), QPoint(0, 10));
-    picker.keyDown(Key::space); // and only regions are offered
-    QCOMPARE(picker.mode(), Mode::region);
-}
 
 QTEST_APPLESS_MAIN(tst_Picker)
 #include "tst_Picker.moc"
