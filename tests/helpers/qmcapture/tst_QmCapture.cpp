@@ -1,6 +1,6 @@
 // The program itself, driven by keys and pointer on a real desktop.
 
-#include "helpers/grab/OverlayFrame.h"
+#include "helpers/overlay/OverlayFrame.h"
 #include "tests/support/Desktop.h"
 #include "tests/support/PatternWindow.h"
 #include "tests/support/Pixels.h"
