@@ -64,7 +64,6 @@ extern "C" Q_DECL_EXPORT int quillmereChoose(Curtain &curtain, CaptureMode mode,
     // Asked to end from here on, the helper still puts the whole file into place: it is a moment, and the choice was made.
     for (const int signal : {SIGTERM, SIGINT, SIGHUP})
         std::signal(signal, SIG_IGN);
-    std::signal(SIGXFSZ, SIG_IGN); // a limit on the size of files is then an error like a full disk
     const int scale = pictureScale(desktop.screen().monitors(), choice.area);
     if (const Outcome written = PngWriter::write(path, {pixels, QSizeF(pixels.size()) / scale}); !written)
         return fail(QStringLiteral("cannot write %1: %2").arg(path, written.reason()));

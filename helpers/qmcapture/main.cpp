@@ -55,6 +55,7 @@ ChooseFunction loadRest()
 int main(int argc, char **argv)
 {
     prctl(PR_SET_PDEATHSIG, SIGTERM); // an overlay that nobody waits for must not stay
+    std::signal(SIGXFSZ, SIG_IGN);    // a limit on files, shared memory among them, is an error like a full disk
 
     const char *mode = argc == 3 ? argv[1] : "";
     if (std::strcmp(mode, "-i") != 0 && std::strcmp(mode, "-iw") != 0)

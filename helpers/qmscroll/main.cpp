@@ -63,14 +63,14 @@ void catchSignals()
     action.sa_handler = [](int signal) { endingSignal = signal; };
     for (const int signal : {SIGTERM, SIGINT, SIGHUP})
         sigaction(signal, &action, nullptr);
-    std::signal(SIGXFSZ, SIG_IGN); // a limit on the size of files is then an error like a full disk
 }
 
 } // namespace
 
 int main(int argc, char **argv)
 {
-    endWithParent(); // a capture that nobody waits for must not stay
+    endWithParent();               // a capture that nobody waits for must not stay
+    std::signal(SIGXFSZ, SIG_IGN); // a limit on files, shared memory among them, is an error like a full disk
     qInstallMessageHandler([](QtMsgType, const QMessageLogContext &, const QString &) {});
 
     std::optional<Arguments> arguments = parse(argc, argv);

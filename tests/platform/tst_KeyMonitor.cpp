@@ -57,7 +57,7 @@ private Q_SLOTS:
         steps(m_desktop);
         m_desktop.tap(Key::rightControl); // marks the end
         QVERIFY(Desktop::wait([&] { return found.contains(u"3e+0"_s); }));
-        QCOMPARE(found.join(u' '), told + u" 3e+40000 3e+0");
+        QCOMPARE(found.join(u' '), told + u" 3e+40000 3e+0"_s);
     }
 
 private:

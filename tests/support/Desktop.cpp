@@ -73,14 +73,15 @@ Desktop::Desktop(const Options &options)
         run(u"xrandr"_s, {u"--setmonitor"_s, u"M%1"_s.arg(i), place, i == 0 ? u"screen"_s : u"none"_s});
     }
     if (options.windowManager) {
-        m_windowManager = &start(u"openbox"_s, {u"--sm-disable"_s});
-        awaitReady("openbox", [this] { return !property(m_root, "_NET_SUPPORTING_WM_CHECK").isEmpty(); });
+        startWindowManager();
     }
     if (options.panel) {
         m_home.write(u".config/tint2/tint2rc"_s, panelConfiguration);
         start(u"tint2"_s, {});
         awaitReady("tint2", [this] { return selectionOwner("_NET_SYSTEM_TRAY_S0") != 0; });
     }
+    if (options.compositor)
+        startCompositor();
 }
 
 Desktop::~Desktop()
@@ -145,37 +146,51 @@ QProcess &Desktop::startOnFullDisk(const QString &program, const QStringList &ar
     return start(u"/bin/sh"_s, QStringList{u"-c"_s, limited, program} + arguments);
 }
 
+// A small window to see by whether the others are ready.
+quint32 Desktop::makeProbe(bool passesTheManager)
+{
+    const xcb_window_t window = xcb_generate_id(m_connection);
+    const uint32_t value = passesTheManager;
+    xcb_create_window(m_connection, XCB_COPY_FROM_PARENT, window, m_root, 0, 0, 1, 1, 0, XCB_WINDOW_CLASS_INPUT_OUTPUT,
+                      XCB_COPY_FROM_PARENT, XCB_CW_OVERRIDE_REDIRECT, &value);
+    xcb_map_window(m_connection, window);
+    return window;
+}
+
+// It says that it is there before it listens, and a window that is mapped in between is lost.
+void Desktop::startWindowManager()
+{
+    m_windowManager = &start(u"openbox"_s, {u"--sm-disable"_s});
+    const xcb_window_t probe = makeProbe(false);
+    awaitReady("openbox", [this, probe] {
+        xcb_unmap_window(m_connection, probe);
+        xcb_map_window(m_connection, probe);
+        return wait([this] { return !windows().isEmpty(); }, 300ms);
+    });
+    xcb_destroy_window(m_connection, probe);
+    awaitReady("openbox", [this] { return windows().isEmpty(); });
+}
+
 void Desktop::stopWindowManager()
 {
     m_windowManager->kill();
     m_windowManager->waitForFinished();
 }
 
+// It takes the selection before it takes the windows' pixels.
 void Desktop::startCompositor()
 {
     const QString settings = m_home.file(u".config/picom.conf"_s);
     m_home.write(u".config/picom.conf"_s, "backend = \"xrender\";\nfading = false;\nshadow = false;\n");
-    m_compositor = &start(u"picom"_s, {u"--config"_s, settings});
-    // It takes the selection before it takes the windows' pixels: a window of our own tells when it has those.
-    const xcb_window_t window = xcb_generate_id(m_connection);
-    const uint32_t passesTheManager = 1;
-    xcb_create_window(m_connection, XCB_COPY_FROM_PARENT, window, m_root, 0, 0, 1, 1, 0, XCB_WINDOW_CLASS_INPUT_OUTPUT,
-                      XCB_COPY_FROM_PARENT, XCB_CW_OVERRIDE_REDIRECT, &passesTheManager);
-    xcb_map_window(m_connection, window);
-    awaitReady("picom", [this, window] {
+    start(u"picom"_s, {u"--config"_s, settings});
+    const xcb_window_t probe = makeProbe(true);
+    awaitReady("picom", [this, probe] {
         const xcb_pixmap_t pixels = xcb_generate_id(m_connection);
         const std::unique_ptr<xcb_generic_error_t, FreeDeleter> error(
-            xcb_request_check(m_connection, xcb_composite_name_window_pixmap_checked(m_connection, window, pixels)));
+            xcb_request_check(m_connection, xcb_composite_name_window_pixmap_checked(m_connection, probe, pixels)));
         return !error && selectionOwner("_NET_WM_CM_S0") != 0;
     });
-    xcb_destroy_window(m_connection, window);
-}
-
-void Desktop::stopCompositor()
-{
-    m_compositor->terminate();
-    m_compositor->waitForFinished();
-    awaitReady("the end of picom", [this] { return selectionOwner("_NET_WM_CM_S0") == 0; });
+    xcb_destroy_window(m_connection, probe);
 }
 
 void Desktop::setResource(const QByteArray &resources)

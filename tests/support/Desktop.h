@@ -55,6 +55,7 @@ public:
         QList<QRect> monitors = {}; // as RandR is to tell them, named "M0", "M1", ...; empty: one, the whole desktop
         bool windowManager = true;  // openbox
         bool panel = true;          // tint2 at the bottom, with a tray
+        bool compositor = false;    // picom
         QStringList server = {};    // what else the X server is told
     };
 
@@ -75,9 +76,7 @@ public:
     QProcess &start(const QString &program, const QStringList &arguments, const QStringList &extraEnvironment = {});
     // The files it writes have room for 16 kB.
     QProcess &startOnFullDisk(const QString &program, const QStringList &arguments);
-    void stopWindowManager(); // as a crash would
-    void startCompositor();   // picom
-    void stopCompositor();
+    void stopWindowManager();                      // as a crash would
     void setResource(const QByteArray &resources); // the X resources, "Xft.dpi:\t192\n"
 
     // Keyboard and pointer.
@@ -140,6 +139,9 @@ public:
     QByteArray property(quint32 window, const char *name) const;
 
 private:
+    quint32 makeProbe(bool passesTheManager);
+    void startWindowManager();
+    void startCompositor();
     void awaitReady(const char *what, const std::function<bool()> &ready) const;
     QByteArray firstLine(QProcess &process, const char *what) const;
     void press(int type, int detail);
@@ -153,7 +155,6 @@ private:
     QString m_busAddress;
     std::vector<std::unique_ptr<QProcess>> m_processes; // ended last first
     QProcess *m_windowManager = nullptr;
-    QProcess *m_compositor = nullptr;
     xcb_connection_t *m_connection = nullptr;
     quint32 m_root = 0;
     QList<std::pair<int, int>> m_down; // type of the press, key or button

@@ -94,22 +94,23 @@ private Q_SLOTS:
     void leavesNothingBehind_data()
     {
         QTest::addColumn<QString>("file");
+        QTest::addColumn<QSize>("size");  // of what is to come into a picture 300 pixels wide
         QTest::addColumn<int>("missing"); // bytes of room for the file; 0: there is enough
-        QTest::addColumn<bool>("finishes");
-        QTest::newRow("cancelled") << "tall.png" << 0 << false;
-        QTest::newRow("disk full while rows come") << "tall.png" << 100'000 << true;
-        QTest::newRow("disk full at the last bytes") << "tall.png" << 1 << true;
-        QTest::newRow("no such folder") << "missing/tall.png" << 0 << true;
-        QTest::newRow("no rows") << "empty.png" << 0 << true;
+        QTest::newRow("cancelled") << "" << QSize(300, 700) << 0;
+        QTest::newRow("disk full while rows come") << "tall.png" << QSize(300, 700) << 100'000;
+        QTest::newRow("disk full at the last bytes") << "tall.png" << QSize(300, 700) << 1;
+        QTest::newRow("no such folder") << "missing/tall.png" << QSize(300, 700) << 0;
+        QTest::newRow("no rows") << "tall.png" << QSize(300, 0) << 0;
+        QTest::newRow("rows that do not fit") << "tall.png" << QSize(299, 20) << 0;
     }
 
     void leavesNothingBehind()
     {
         QFETCH(QString, file);
+        QFETCH(QSize, size);
         QFETCH(int, missing);
-        QFETCH(bool, finishes);
         QTemporaryDir folder;
-        const QImage whole = file == u"empty.png" ? QImage() : RenderedScreen::photo({300, 700});
+        const QImage whole = RenderedScreen::photo({300, 700}), rows = whole.copy(QRect(QPoint(), size));
         std::optional<FullDisk> full;
         if (missing) {
             const QString path = folder.filePath(file);
@@ -119,22 +120,13 @@ private Q_SLOTS:
             QVERIFY(QFile::remove(path));
         }
         {
-            TallPicture picture(folder.filePath(file), 300);
-            if (!appendInPieces(picture, whole))
+            TallPicture picture(folder.filePath(file.isEmpty() ? u"a.png"_s : file), 300);
+            if (!appendInPieces(picture, rows))
                 QVERIFY(!picture.append(whole)); // nor later
-            const Outcome outcome = finishes ? picture.finish() : Outcome::failure(u"cancelled"_s);
+            const Outcome outcome = file.isEmpty() ? Outcome::failure(u"cancelled"_s) : picture.finish();
             QVERIFY(!outcome && !outcome.reason().isEmpty());
         }
         QCOMPARE(filesIn(folder), QStringList());
-    }
-
-    void refusesRowsThatDoNotFit()
-    {
-        QTemporaryDir folder;
-        TallPicture picture(folder.filePath(u"tall.png"_s), 300);
-        QVERIFY(!picture.append(RenderedScreen::photo({299, 20})));
-        QVERIFY(!picture.append(RenderedScreen::photo({300, 20})));
-        QVERIFY(!picture.finish());
     }
 };
 
