@@ -370,6 +370,12 @@ quint32 Desktop::selectionOwner(const char *selection) const
     return answer ? answer->owner : 0;
 }
 
+void Desktop::cutOff(quint32 window)
+{
+    xcb_kill_client(m_connection, window);
+    xcb_flush(m_connection);
+}
+
 QStringList Desktop::clipboardTypes()
 {
     return QString::fromLatin1(clipboard(u"TARGETS"_s)).split(u'\n', Qt::SkipEmptyParts);

@@ -117,6 +117,7 @@ public:
     QList<Window> windows() const; // those the window manager knows, bottom first
     std::optional<Window> windowTitled(const QString &title) const;
     quint32 selectionOwner(const char *selection) const; // 0: none
+    void cutOff(quint32 window);                         // its program has no display any more
 
     // The clipboard, as another program reads it.
     QStringList clipboardTypes();

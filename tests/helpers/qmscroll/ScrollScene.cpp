@@ -26,6 +26,7 @@ void drawPage(QImage &page, Content content, QRandomGenerator &random)
     static const QStringList words =
         u"page line scroll header total window before after when enough with names of 12 48 3.5 % 長いページを撮影して "
         "一枚の画像に 見出しは固定 表の行が続き 余白のあとに"_s.split(u' ');
+    static const QImage photo = RenderedScreen::photo({700, 160});
     const int width = page.width();
     QLinearGradient shade(0, 0, 0, page.height());
     shade.setColorAt(0, QColor(240, 244, 255));
@@ -50,9 +51,9 @@ void drawPage(QImage &page, Content content, QRandomGenerator &random)
             y += 24;
             break;
         case Content::photo: {
-            const QSize size(width - 40, random.bounded(40, 160));
-            painter.drawImage(20, y, RenderedScreen::photo(size));
-            y += size.height() + 12;
+            const QRect part(random.bounded(200), 0, width - 40, random.bounded(40, 160));
+            painter.drawImage(QPoint(20, y), photo, part);
+            y += part.height() + 12;
             break;
         }
         default: {

@@ -17,11 +17,14 @@ constexpr int rowsPerClick = 57;
 
 QImage pageOf(int width, int lines)
 {
-    TextPage page{.width = width};
-    for (int i = 0; i < lines; ++i)
-        page.lines += u"%1  No two lines of this page are alike: %2%3"_s.arg(i, 4)
-                          .arg(i * 7919 % 10007)
-                          .arg(i % 7 == 3 ? u" 日本語の行" : u".");
+    static const QStringList words = u"page line scroll header total window before enough 行 番号 見出し"_s.split(u' ');
+    TextPage page;
+    page.width = width;
+    for (int i = 0; i < lines; ++i) {
+        page.lines += QString::number(i);
+        for (int word = i; page.lines.last().size() < width / 8; word += i % 7 + 1)
+            page.lines.last() += u' ' + words[word % words.size()];
+    }
     return page.painted();
 }
 

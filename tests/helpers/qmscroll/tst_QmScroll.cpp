@@ -207,7 +207,7 @@ private Q_SLOTS:
         if (signal)
             kill(pid_t(helper.processId()), signal);
         else
-            xcb_kill_client(m_desktop.connection(), m_desktop.selectionOwner("_QUILLMERE_CAPTURE"));
+            m_desktop.cutOff(m_desktop.selectionOwner("_QUILLMERE_CAPTURE"));
         QVERIFY(Desktop::ended(helper));
         QCOMPARE(helper.exitStatus() == QProcess::CrashExit, signal != 0); // as Qt calls the end by a signal
         QVERIFY(signal || failed(helper));

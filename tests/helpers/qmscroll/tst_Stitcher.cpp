@@ -32,8 +32,9 @@ private Q_SLOTS:
             {.header = 40, .footer = 30, .headerFrom = 300, .footerCounts = true}, 20, 110);
         row("header that shrinks", {.header = 60, .headerShrinksTo = 36}, 20, 140);
         row("bar that slides in over the bottom", {.barLater = 500}, 20, 140);
-        row("scroll bar, sidebar, caret", {.scrollBar = 14, .sidebar = 120, .caret = true}, 1, 140);
-        row("animation, row under the pointer", {.content = Content::table, .animation = true, .hover = true}, 1, 120);
+        row("scroll bar, sidebar, caret, animation",
+            {.scrollBar = 14, .sidebar = 120, .caret = true, .animation = true}, 1, 140);
+        row("row under the pointer", {.content = Content::table, .hover = true}, 1, 120);
         row("blank stretch", {.blankFrom = 900, .blankRows = 150}, 10, 150);
         row("photograph", {.content = Content::photo}, 1, 200);
         row("smooth gradient", {.content = Content::shaded}, 1, 200);
