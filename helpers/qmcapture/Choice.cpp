@@ -64,7 +64,6 @@ extern "C" Q_DECL_EXPORT int quillmereChoose(Curtain &curtain, CaptureMode mode,
     // From here on, signals no longer stop the helper: the choice is made, and writing the file takes only a moment.
     for (const int signal : {SIGTERM, SIGINT, SIGHUP})
         std::signal(signal, SIG_IGN);
-    std::signal(SIGXFSZ, SIG_IGN); // exceeding a file size limit is then an ordinary write error
     const int scale = pictureScale(desktop.screen().monitors(), choice.area);
     if (const Outcome written = PngWriter::write(path, {pixels, QSizeF(pixels.size()) / scale}); !written)
         return fail(QStringLiteral("cannot write %1: %2").arg(path, written.reason()));

@@ -55,6 +55,7 @@ ChooseFunction loadRest()
 int main(int argc, char **argv)
 {
     prctl(PR_SET_PDEATHSIG, SIGTERM); // an overlay must not outlive the program that waits for it
+    std::signal(SIGXFSZ, SIG_IGN);    // exceeding a limit on files (or shared memory) is then an ordinary error
 
     const char *mode = argc == 3 ? argv[1] : "";
     if (std::strcmp(mode, "-i") != 0 && std::strcmp(mode, "-iw") != 0)

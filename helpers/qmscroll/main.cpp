@@ -63,14 +63,14 @@ void catchSignals()
     action.sa_handler = [](int signal) { endingSignal = signal; };
     for (const int signal : {SIGTERM, SIGINT, SIGHUP})
         sigaction(signal, &action, nullptr);
-    std::signal(SIGXFSZ, SIG_IGN); // exceeding a file size limit is then an ordinary write error
 }
 
 } // namespace
 
 int main(int argc, char **argv)
 {
-    endWithParent(); // a capture must not outlive the program that waits for it
+    endWithParent();               // a capture must not outlive the program that waits for it
+    std::signal(SIGXFSZ, SIG_IGN); // exceeding a limit on files (or shared memory) is then an ordinary error
     qInstallMessageHandler([](QtMsgType, const QMessageLogContext &, const QString &) {});
 
     std::optional<Arguments> arguments = parse(argc, argv);

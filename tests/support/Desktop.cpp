@@ -8,11 +8,11 @@
 #include <QElapsedTimer>
 #include <QThread>
 
-#include <cstdlib>
-#include <memory>
-#include <xcb/randr.h>
+#include <xcb/composite.h>
 #include <xcb/xcb.h>
 #include <xcb/xtest.h>
+
+using namespace Qt::StringLiterals;
 
 namespace qm {
 
@@ -21,12 +21,6 @@ namespace {
 using namespace std::chrono_literals;
 
 constexpr auto startLimit = 60s; // a loaded machine starts slowly, and only a broken one waits this long
-
-template<class T>
-std::unique_ptr<T, decltype(&std::free)> reply(T *answer)
-{
-    return {answer, &std::free};
-}
 
 constexpr char panelConfiguration[] = "panel_items = TS\n"
                                       "panel_position = bottom center horizontal\n"
@@ -49,13 +43,11 @@ Desktop::Desktop()
 
 Desktop::Desktop(const Options &options)
 {
-    const QString screen =
-        QStringLiteral("%1x%2x%3").arg(options.size.width()).arg(options.size.height()).arg(options.depth);
+    const QString screen = u"%1x%2x%3"_s.arg(options.size.width()).arg(options.size.height()).arg(options.depth);
     // -noreset: without it the server forgets monitors and resources whenever its last client leaves.
-    QProcess &server =
-        launch(QStringLiteral("Xvfb"), {QStringLiteral("-displayfd"), QStringLiteral("1"), QStringLiteral("-noreset"),
-                                        QStringLiteral("-nolisten"), QStringLiteral("tcp"), QStringLiteral("-screen"),
-                                        QStringLiteral("0"), screen});
+    QProcess &server = start(u"Xvfb"_s, QStringList{u"-displayfd"_s, u"1"_s, u"-noreset"_s, u"-nolisten"_s, u"tcp"_s,
+                                                    u"-screen"_s, u"0"_s, screen} +
+                                            options.server);
     m_display = u':' + QString::fromLatin1(firstLine(server, "Xvfb"));
     m_connection = xcb_connect(m_display.toLatin1().constData(), nullptr);
     if (xcb_connection_has_error(m_connection))
@@ -66,18 +58,26 @@ Desktop::Desktop(const Options &options)
     xcb_change_window_attributes(m_connection, m_root, XCB_CW_BACK_PIXEL, &wallpaper);
     xcb_clear_area(m_connection, 0, m_root, 0, 0, 0, 0);
 
-    QProcess &bus = launch(QStringLiteral("dbus-daemon"),
-                           {QStringLiteral("--session"), QStringLiteral("--nofork"), QStringLiteral("--nopidfile"),
-                            QStringLiteral("--print-address=1"),
-                            QStringLiteral("--address=unix:path=") + m_home.file(QStringLiteral(".run/bus"))});
+    QProcess &bus = start(u"dbus-daemon"_s, {u"--session"_s, u"--nofork"_s, u"--nopidfile"_s, u"--print-address=1"_s,
+                                             u"--address=unix:path="_s + m_home.file(u".run/bus"_s)});
     m_busAddress = QString::fromLatin1(firstLine(bus, "dbus-daemon"));
 
-    setMonitors(options.monitors);
-    if (options.windowManager)
+    for (int i = 0; i < options.monitors.size(); ++i) {
+        const QRect &area = options.monitors[i];
+        const QString place = u"%1/%2x%3/%4+%5+%6"_s.arg(area.width())
+                                  .arg(area.width() / 4) // millimetres
+                                  .arg(area.height())
+                                  .arg(area.height() / 4)
+                                  .arg(area.x())
+                                  .arg(area.y());
+        run(u"xrandr"_s, {u"--setmonitor"_s, u"M%1"_s.arg(i), place, i == 0 ? u"screen"_s : u"none"_s});
+    }
+    if (options.windowManager) {
         startWindowManager();
+    }
     if (options.panel) {
-        m_home.write(QStringLiteral(".config/tint2/tint2rc"), panelConfiguration);
-        launch(QStringLiteral("tint2"), {});
+        m_home.write(u".config/tint2/tint2rc"_s, panelConfiguration);
+        start(u"tint2"_s, {});
         awaitReady("tint2", [this] { return selectionOwner("_NET_SYSTEM_TRAY_S0") != 0; });
     }
     if (options.compositor)
@@ -99,18 +99,6 @@ Desktop::~Desktop()
     }
 }
 
-QProcessEnvironment Desktop::environment() const
-{
-    QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
-    // The test itself may run without a display, and its settings for that are not the programs'.
-    for (const char *variable : {"QT_QPA_PLATFORM", "QT_SCALE_FACTOR", "QT_SCREEN_SCALE_FACTORS", "WAYLAND_DISPLAY"})
-        environment.remove(QString::fromLatin1(variable));
-    environment.insert(QStringLiteral("DISPLAY"), m_display);
-    environment.insert(QStringLiteral("DBUS_SESSION_BUS_ADDRESS"), m_busAddress);
-    environment.insert(QStringLiteral("XDG_CURRENT_DESKTOP"), QStringLiteral("openbox"));
-    return environment;
-}
-
 bool Desktop::wait(const std::function<bool()> &condition, std::chrono::milliseconds limit)
 {
     const QDeadlineTimer deadline(limit);
@@ -123,15 +111,64 @@ bool Desktop::wait(const std::function<bool()> &condition, std::chrono::millisec
     return true;
 }
 
-QProcess &Desktop::start(const QString &program, const QStringList &arguments, const QStringList &extraEnvironment)
+bool Desktop::ended(const QProcess &process)
 {
-    return launch(program, arguments, extraEnvironment);
+    return wait([&process] { return process.state() == QProcess::NotRunning; }, 60s);
 }
 
+QProcess &Desktop::start(const QString &program, const QStringList &arguments, const QStringList &extraEnvironment)
+{
+    QProcessEnvironment values = QProcessEnvironment::systemEnvironment();
+    // The test itself may run without a display, and its settings for that are not the programs'.
+    for (const char *variable : {"QT_QPA_PLATFORM", "QT_SCALE_FACTOR", "QT_SCREEN_SCALE_FACTORS", "WAYLAND_DISPLAY"})
+        values.remove(QString::fromLatin1(variable));
+    values.insert(u"DISPLAY"_s, m_display);
+    values.insert(u"DBUS_SESSION_BUS_ADDRESS"_s, m_busAddress);
+    values.insert(u"XDG_CURRENT_DESKTOP"_s, u"openbox"_s);
+    for (const QString &assignment : extraEnvironment)
+        values.insert(assignment.section(u'=', 0, 0), assignment.section(u'=', 1));
+
+    QProcess &process = *m_processes.emplace_back(std::make_unique<QProcess>());
+    process.setProcessEnvironment(values);
+    process.setProgram(program);
+    process.setArguments(arguments);
+    process.setStandardInputFile(QProcess::nullDevice());
+    process.setChildProcessModifier(endWithParent);
+    process.start();
+    if (!process.waitForStarted(int(std::chrono::milliseconds(startLimit).count())))
+        qFatal("cannot start %s: %s", qPrintable(program), qPrintable(process.errorString()));
+    return process;
+}
+
+QProcess &Desktop::startOnFullDisk(const QString &program, const QStringList &arguments)
+{
+    const QString limited = u"ulimit -f 32; exec \"$0\" \"$@\""_s; // blocks of 512 bytes
+    return start(u"/bin/sh"_s, QStringList{u"-c"_s, limited, program} + arguments);
+}
+
+// A small window to see by whether the others are ready.
+quint32 Desktop::makeProbe(bool passesTheManager)
+{
+    const xcb_window_t window = xcb_generate_id(m_connection);
+    const uint32_t value = passesTheManager;
+    xcb_create_window(m_connection, XCB_COPY_FROM_PARENT, window, m_root, 0, 0, 1, 1, 0, XCB_WINDOW_CLASS_INPUT_OUTPUT,
+                      XCB_COPY_FROM_PARENT, XCB_CW_OVERRIDE_REDIRECT, &value);
+    xcb_map_window(m_connection, window);
+    return window;
+}
+
+// It says that it is there before it listens, and a window that is mapped in between is lost.
 void Desktop::startWindowManager()
 {
-    m_windowManager = &launch(QStringLiteral("openbox"), {QStringLiteral("--sm-disable")});
-    awaitReady("openbox", [this] { return !property(m_root, "_NET_SUPPORTING_WM_CHECK").isEmpty(); });
+    m_windowManager = &start(u"openbox"_s, {u"--sm-disable"_s});
+    const xcb_window_t probe = makeProbe(false);
+    awaitReady("openbox", [this, probe] {
+        xcb_unmap_window(m_connection, probe);
+        xcb_map_window(m_connection, probe);
+        return wait([this] { return !windows().isEmpty(); }, 300ms);
+    });
+    xcb_destroy_window(m_connection, probe);
+    awaitReady("openbox", [this] { return windows().isEmpty(); });
 }
 
 void Desktop::stopWindowManager()
@@ -140,80 +177,39 @@ void Desktop::stopWindowManager()
     m_windowManager->waitForFinished();
 }
 
+// It takes the selection before it takes the windows' pixels.
 void Desktop::startCompositor()
 {
-    m_home.write(QStringLiteral(".config/picom.conf"), "backend = \"xrender\";\nfading = false;\nshadow = false;\n");
-    m_compositor = &launch(QStringLiteral("picom"),
-                           {QStringLiteral("--config"), m_home.file(QStringLiteral(".config/picom.conf"))});
-    awaitReady("picom", [this] { return selectionOwner("_NET_WM_CM_S0") != 0; });
-}
-
-void Desktop::stopCompositor()
-{
-    m_compositor->terminate();
-    m_compositor->waitForFinished();
-    awaitReady("the end of picom", [this] { return selectionOwner("_NET_WM_CM_S0") == 0; });
-}
-
-void Desktop::setMonitors(const QList<QRect> &monitors)
-{
-    for (int i = 0; i < m_monitorCount; ++i)
-        run(QStringLiteral("xrandr"), {QStringLiteral("--delmonitor"), QStringLiteral("M%1").arg(i)});
-    for (int i = 0; i < monitors.size(); ++i) {
-        const QRect &area = monitors[i];
-        const QString geometry = QStringLiteral("%1/%2x%3/%4+%5+%6")
-                                     .arg(area.width())
-                                     .arg(area.width() / 4)
-                                     .arg(area.height())
-                                     .arg(area.height() / 4)
-                                     .arg(area.x())
-                                     .arg(area.y());
-        run(QStringLiteral("xrandr"), {QStringLiteral("--setmonitor"), QStringLiteral("M%1").arg(i), geometry,
-                                       i == 0 ? QStringLiteral("screen") : QStringLiteral("none")});
-    }
-    m_monitorCount = int(monitors.size());
+    const QString settings = m_home.file(u".config/picom.conf"_s);
+    m_home.write(u".config/picom.conf"_s, "backend = \"xrender\";\nfading = false;\nshadow = false;\n");
+    start(u"picom"_s, {u"--config"_s, settings});
+    const xcb_window_t probe = makeProbe(true);
+    awaitReady("picom", [this, probe] {
+        const xcb_pixmap_t pixels = xcb_generate_id(m_connection);
+        const std::unique_ptr<xcb_generic_error_t, FreeDeleter> error(
+            xcb_request_check(m_connection, xcb_composite_name_window_pixmap_checked(m_connection, probe, pixels)));
+        return !error && selectionOwner("_NET_WM_CM_S0") != 0;
+    });
+    xcb_destroy_window(m_connection, probe);
 }
 
 void Desktop::setResource(const QByteArray &resources)
 {
     xcb_change_property(m_connection, XCB_PROP_MODE_REPLACE, m_root, XCB_ATOM_RESOURCE_MANAGER, XCB_ATOM_STRING, 8,
                         uint32_t(resources.size()), resources.constData());
-    reply(xcb_get_input_focus_reply(m_connection, xcb_get_input_focus(m_connection), nullptr));
+    ask(xcb_get_input_focus_reply, xcb_get_input_focus(m_connection));
 }
 
-void Desktop::keyDown(Key key)
+void Desktop::press(int type, int detail)
 {
-    m_keysDown.append(int(key));
-    fakeInput(XCB_KEY_PRESS, int(key));
+    m_down.append({type, detail});
+    fakeInput(type, detail);
 }
 
-void Desktop::keyUp(Key key)
+void Desktop::release(int type, int detail)
 {
-    m_keysDown.removeAll(int(key));
-    fakeInput(XCB_KEY_RELEASE, int(key));
-}
-
-void Desktop::tap(Key key)
-{
-    keyDown(key);
-    keyUp(key);
-}
-
-void Desktop::movePointer(QPoint to)
-{
-    fakeInput(XCB_MOTION_NOTIFY, 0, to);
-}
-
-void Desktop::buttonDown(Button button)
-{
-    m_buttonsDown.append(int(button));
-    fakeInput(XCB_BUTTON_PRESS, int(button));
-}
-
-void Desktop::buttonUp(Button button)
-{
-    m_buttonsDown.removeAll(int(button));
-    fakeInput(XCB_BUTTON_RELEASE, int(button));
+    m_down.removeAll({type, detail});
+    fakeInput(type + 1, detail);
 }
 
 void Desktop::click(QPoint at, Button button)
@@ -233,17 +229,49 @@ void Desktop::drag(QPoint from, QPoint to)
     buttonUp();
 }
 
+// How many of keyboard and pointer no other program has; they are ours for that moment, or for longer.
+int Desktop::grab(bool keep) const
+{
+    const auto pointer =
+        ask(xcb_grab_pointer_reply, xcb_grab_pointer(m_connection, 0, m_root, 0, XCB_GRAB_MODE_ASYNC,
+                                                     XCB_GRAB_MODE_ASYNC, XCB_NONE, XCB_NONE, XCB_CURRENT_TIME));
+    const auto keyboard = ask(xcb_grab_keyboard_reply, xcb_grab_keyboard(m_connection, 0, m_root, XCB_CURRENT_TIME,
+                                                                         XCB_GRAB_MODE_ASYNC, XCB_GRAB_MODE_ASYNC));
+    if (!keep) {
+        xcb_ungrab_pointer(m_connection, XCB_CURRENT_TIME);
+        xcb_ungrab_keyboard(m_connection, XCB_CURRENT_TIME);
+        xcb_flush(m_connection);
+    }
+    return int(pointer && pointer->status == XCB_GRAB_STATUS_SUCCESS) +
+           int(keyboard && keyboard->status == XCB_GRAB_STATUS_SUCCESS);
+}
+
 void Desktop::releaseInput()
 {
-    while (!m_buttonsDown.isEmpty())
-        buttonUp(Button(m_buttonsDown.last()));
-    while (!m_keysDown.isEmpty())
-        keyUp(Key(m_keysDown.last()));
+    grab(false);
+    while (!m_down.isEmpty())
+        release(m_down.last().first, m_down.last().second);
+}
+
+bool Desktop::inputIsFree() const
+{
+    const auto state = ask(xcb_query_pointer_reply, xcb_query_pointer(m_connection, m_root));
+    return grab(false) == 2 && state && (state->mask & 0x1f00) == 0;
+}
+
+bool Desktop::overlayIsUp() const
+{
+    return wait([this] { return selectionOwner("_QUILLMERE_CAPTURE") != 0 && grab(false) == 0; });
+}
+
+bool Desktop::overlayIsGone() const
+{
+    return wait([this] { return selectionOwner("_QUILLMERE_CAPTURE") == 0 && inputIsFree(); });
 }
 
 QPoint Desktop::pointer() const
 {
-    const auto answer = reply(xcb_query_pointer_reply(m_connection, xcb_query_pointer(m_connection, m_root), nullptr));
+    const auto answer = ask(xcb_query_pointer_reply, xcb_query_pointer(m_connection, m_root));
     return answer ? QPoint(answer->root_x, answer->root_y) : QPoint();
 }
 
@@ -252,11 +280,9 @@ QImage Desktop::picture(const QRect &area) const
     const auto *screen = xcb_setup_roots_iterator(xcb_get_setup(m_connection)).data;
     const QRect whole(0, 0, screen->width_in_pixels, screen->height_in_pixels);
     const QRect part = area.isNull() ? whole : area & whole;
-    const auto image = reply(
-        xcb_get_image_reply(m_connection,
-                            xcb_get_image(m_connection, XCB_IMAGE_FORMAT_Z_PIXMAP, m_root, int16_t(part.x()),
-                                          int16_t(part.y()), uint16_t(part.width()), uint16_t(part.height()), ~0u),
-                            nullptr));
+    const auto image = ask(xcb_get_image_reply,
+                           xcb_get_image(m_connection, XCB_IMAGE_FORMAT_Z_PIXMAP, m_root, int16_t(part.x()),
+                                         int16_t(part.y()), uint16_t(part.width()), uint16_t(part.height()), ~0u));
     return image ? QImage(xcb_get_image_data(image.get()), part.width(), part.height(), QImage::Format_RGB32).copy()
                  : QImage();
 }
@@ -277,9 +303,30 @@ QImage Desktop::stillPicture() const
     return rests ? still : QImage();
 }
 
-QColor Desktop::pixel(QPoint at) const
+bool Desktop::shows(const QImage &expected, QPoint at) const
 {
-    return picture({at, QSize(1, 1)}).pixelColor(0, 0);
+    return wait([&] { return picture({at, expected.size()}) == expected; });
+}
+
+bool Desktop::shows(QRgb color, QPoint at) const
+{
+    return wait([&] { return pixel(at).rgb() == color; });
+}
+
+QRect Desktop::find(QRgb color) const
+{
+    constexpr int side = 5;
+    const QImage shown = picture();
+    const auto is = [&](int x, int y) { return shown.pixel(x, y) == color; };
+    QRect found;
+    for (int y = 0; y + side <= shown.height(); ++y) {
+        for (int x = 0; x + side <= shown.width(); ++x) {
+            const int last = side - 1;
+            if (is(x, y) && is(x + last, y) && is(x, y + last) && is(x + last, y + last) && is(x + 2, y + 2))
+                found |= QRect(x, y, side, side);
+        }
+    }
+    return found;
 }
 
 QList<Desktop::Window> Desktop::windows() const
@@ -288,16 +335,14 @@ QList<Desktop::Window> Desktop::windows() const
     const auto *ids = reinterpret_cast<const quint32 *>(list.constData());
     QList<Window> found;
     for (qsizetype i = 0; i < list.size() / 4; ++i) {
-        const auto size = reply(xcb_get_geometry_reply(m_connection, xcb_get_geometry(m_connection, ids[i]), nullptr));
-        const auto place = reply(xcb_translate_coordinates_reply(
-            m_connection, xcb_translate_coordinates(m_connection, ids[i], m_root, 0, 0), nullptr));
+        const auto size = ask(xcb_get_geometry_reply, xcb_get_geometry(m_connection, ids[i]));
+        const auto place =
+            ask(xcb_translate_coordinates_reply, xcb_translate_coordinates(m_connection, ids[i], m_root, 0, 0));
         if (!size || !place)
             continue; // closed meanwhile
         Window window;
         window.id = ids[i];
         window.title = QString::fromUtf8(property(ids[i], "_NET_WM_NAME"));
-        if (window.title.isEmpty())
-            window.title = QString::fromLatin1(property(ids[i], "WM_NAME"));
         window.content = QRect(place->dst_x, place->dst_y, size->width, size->height);
         window.frame = window.content;
         const QByteArray extents = property(ids[i], "_NET_FRAME_EXTENTS");
@@ -321,39 +366,24 @@ std::optional<Desktop::Window> Desktop::windowTitled(const QString &title) const
 
 quint32 Desktop::selectionOwner(const char *selection) const
 {
-    const auto answer = reply(
-        xcb_get_selection_owner_reply(m_connection, xcb_get_selection_owner(m_connection, atom(selection)), nullptr));
+    const auto answer = ask(xcb_get_selection_owner_reply, xcb_get_selection_owner(m_connection, atom(selection)));
     return answer ? answer->owner : 0;
+}
+
+void Desktop::cutOff(quint32 window)
+{
+    xcb_kill_client(m_connection, window);
+    xcb_flush(m_connection);
 }
 
 QStringList Desktop::clipboardTypes()
 {
-    const QByteArray types = clipboard(QStringLiteral("TARGETS"));
-    return QString::fromLatin1(types).split(u'\n', Qt::SkipEmptyParts);
+    return QString::fromLatin1(clipboard(u"TARGETS"_s)).split(u'\n', Qt::SkipEmptyParts);
 }
 
 QByteArray Desktop::clipboard(const QString &mimeType)
 {
-    return run(QStringLiteral("xclip"), {QStringLiteral("-selection"), QStringLiteral("clipboard"),
-                                         QStringLiteral("-out"), QStringLiteral("-target"), mimeType});
-}
-
-QProcess &Desktop::launch(const QString &program, const QStringList &arguments, const QStringList &extraEnvironment)
-{
-    auto process = std::make_unique<QProcess>();
-    QProcessEnvironment values = environment();
-    for (const QString &assignment : extraEnvironment)
-        values.insert(assignment.section(u'=', 0, 0), assignment.section(u'=', 1));
-    process->setProcessEnvironment(values);
-    process->setProgram(program);
-    process->setArguments(arguments);
-    process->setStandardInputFile(QProcess::nullDevice());
-    process->setChildProcessModifier(endWithParent);
-    process->start();
-    if (!process->waitForStarted(int(std::chrono::milliseconds(startLimit).count())))
-        qFatal("cannot start %s: %s", qPrintable(program), qPrintable(process->errorString()));
-    m_processes.push_back(std::move(process));
-    return *m_processes.back();
+    return run(u"xclip"_s, {u"-selection"_s, u"clipboard"_s, u"-out"_s, u"-target"_s, mimeType});
 }
 
 void Desktop::awaitReady(const char *what, const std::function<bool()> &ready) const
@@ -375,35 +405,33 @@ void Desktop::fakeInput(int type, int detail, QPoint at)
 {
     xcb_test_fake_input(m_connection, uint8_t(type), uint8_t(detail), XCB_CURRENT_TIME, m_root, int16_t(at.x()),
                         int16_t(at.y()), 0);
-    reply(xcb_get_input_focus_reply(m_connection, xcb_get_input_focus(m_connection), nullptr));
+    ask(xcb_get_input_focus_reply, xcb_get_input_focus(m_connection));
 }
 
 QByteArray Desktop::run(const QString &program, const QStringList &arguments)
 {
-    QProcess &process = launch(program, arguments);
+    QProcess &process = start(program, arguments);
     process.closeReadChannel(QProcess::StandardError);
     // The owner of the clipboard may be this process, which then has to answer.
-    wait([&] { return process.state() == QProcess::NotRunning; });
-    const QByteArray output = process.readAllStandardOutput();
-    if (process.state() != QProcess::NotRunning) {
+    if (!ended(process)) {
         process.kill();
         process.waitForFinished();
     }
+    const QByteArray output = process.readAllStandardOutput();
     m_processes.pop_back();
     return output;
 }
 
 quint32 Desktop::atom(const char *name) const
 {
-    const auto answer = reply(
-        xcb_intern_atom_reply(m_connection, xcb_intern_atom(m_connection, 0, uint16_t(qstrlen(name)), name), nullptr));
+    const auto answer = ask(xcb_intern_atom_reply, xcb_intern_atom(m_connection, 0, uint16_t(qstrlen(name)), name));
     return answer ? answer->atom : 0;
 }
 
 QByteArray Desktop::property(quint32 window, const char *name) const
 {
-    const auto answer = reply(xcb_get_property_reply(
-        m_connection, xcb_get_property(m_connection, 0, window, atom(name), XCB_ATOM_ANY, 0, 1 << 16), nullptr));
+    const auto answer =
+        ask(xcb_get_property_reply, xcb_get_property(m_connection, 0, window, atom(name), XCB_ATOM_ANY, 0, 1 << 16));
     if (!answer)
         return {};
     return QByteArray(static_cast<const char *>(xcb_get_property_value(answer.get())),

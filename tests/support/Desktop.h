@@ -7,47 +7,42 @@
 #include <QRect>
 
 #include <chrono>
+#include <cstdlib>
 #include <functional>
 #include <memory>
 #include <optional>
 #include <vector>
-
-struct xcb_connection_t;
+#include <xcb/xcb.h>
 
 namespace qm {
 
 // Key codes of a PC keyboard, as XTEST takes them. By code and not by symbol: a symbol would find the left twin first.
 enum class Key {
     escape = 9,
-    backspace = 22,
     tab = 23,
     enter = 36,
-    leftControl = 37,
     leftShift = 50,
     rightShift = 62,
-    leftAlt = 64,
     space = 65,
+    capsLock = 66,
     rightControl = 105,
     up = 111,
-    rightAlt = 108,
     left = 113,
     right = 114,
     down = 116,
-    del = 119,
-    rightSuper = 134,
 };
 
 enum class Button { left = 1, middle = 2, right = 3, wheelUp = 4, wheelDown = 5 };
 
-// A real desktop without a screen, for one test program: X server, window manager, panel with a tray, session bus, and a
-// compositor where asked; its own display number, home and runtime folder. Everything is ready when the constructor
-// returns, and ends with the object, or with the process however that dies. What does not start ends the test (qFatal).
+// A real desktop without a screen, for one test program: X server, window manager, panel with a tray, session bus; its own
+// display number, home and runtime folder. Everything is ready when the constructor returns, and ends with the object, or
+// with the process however that dies. What does not start ends the test (qFatal).
 //
 //     Desktop desktop({.size = {1280, 800}});
-//     QProcess &program = desktop.start(QStringLiteral(QM_PROGRAMS "/qmcapture"), {"-i", desktop.home().file("a.png")});
-//     QVERIFY(Desktop::wait([&] { return desktop.windowTitled("...").has_value(); }));
+//     QProcess &program = desktop.start(QM_PROGRAMS "/qmcapture", {u"-i"_s, desktop.home().file(u"a.png"_s)});
+//     QVERIFY(desktop.overlayIsUp());
 //     desktop.drag({100, 100}, {299, 249});
-//     desktop.tap(Key::escape);
+//     QVERIFY(Desktop::ended(program));
 //
 // Main thread. Positions and sizes are pixels of the whole desktop, y down. Input is seen by the server when a call
 // returns; when a program has acted on it is for wait() to find out.
@@ -61,6 +56,7 @@ public:
         bool windowManager = true;  // openbox
         bool panel = true;          // tint2 at the bottom, with a tray
         bool compositor = false;    // picom
+        QStringList server = {};    // what else the X server is told
     };
 
     Desktop();
@@ -70,37 +66,47 @@ public:
 
     const TempHome &home() const { return m_home; }
     QString display() const { return m_display; } // ":99"
-    QProcessEnvironment environment() const;      // for programs that are to run on this desktop
 
     // Waits for a condition while the test's own events run; false when it did not come about in time.
     static bool wait(const std::function<bool()> &condition,
                      std::chrono::milliseconds limit = std::chrono::seconds(20));
+    static bool ended(const QProcess &process); // waits for it
 
     // Programs. The desktop owns them and ends them; a test may end one earlier.
     QProcess &start(const QString &program, const QStringList &arguments, const QStringList &extraEnvironment = {});
-    void startWindowManager();
-    void stopWindowManager(); // as a crash would
-    void startCompositor();
-    void stopCompositor();
-    void setMonitors(const QList<QRect> &monitors); // empty: one, the whole desktop
-    void setResource(const QByteArray &resources);  // the X resources, "Xft.dpi:\t192\n"
+    // The files it writes have room for 16 kB.
+    QProcess &startOnFullDisk(const QString &program, const QStringList &arguments);
+    void stopWindowManager();                      // as a crash would
+    void setResource(const QByteArray &resources); // the X resources, "Xft.dpi:\t192\n"
 
     // Keyboard and pointer.
-    void keyDown(Key key);
-    void keyUp(Key key);
-    void tap(Key key);
-    void movePointer(QPoint to);
-    void buttonDown(Button button = Button::left);
-    void buttonUp(Button button = Button::left);
+    void keyDown(Key key) { press(XCB_KEY_PRESS, int(key)); }
+    void keyUp(Key key) { release(XCB_KEY_PRESS, int(key)); }
+    void tap(Key key) { keyDown(key), keyUp(key); }
+    void movePointer(QPoint to) { fakeInput(XCB_MOTION_NOTIFY, 0, to); }
+    void buttonDown(Button button = Button::left) { press(XCB_BUTTON_PRESS, int(button)); }
+    void buttonUp(Button button = Button::left) { release(XCB_BUTTON_PRESS, int(button)); }
     void click(QPoint at, Button button = Button::left);
     void drag(QPoint from, QPoint to); // with the left button, over a few points between
-    void releaseInput();               // whatever is still held down
+    bool grabInput()
+    {
+        return grab(true) == 2;
+    }                         // both, as an open menu does; false when another program has one of them
+    void releaseInput();      // whatever is still held down or grabbed
+    bool inputIsFree() const; // no program has grabbed anything, and no button is down
     QPoint pointer() const;
+
+    // The overlay of one of our capture tools. These wait.
+    bool overlayIsUp() const;   // it has keyboard and pointer
+    bool overlayIsGone() const; // with all that it had
 
     // What is to be seen.
     QImage picture(const QRect &area = {}) const; // the whole desktop, or a part
     QImage stillPicture() const;                  // once nothing has changed for a tenth of a second
-    QColor pixel(QPoint at) const;
+    QColor pixel(QPoint at) const { return picture({at, QSize(1, 1)}).pixelColor(0, 0); }
+    bool shows(const QImage &picture, QPoint at = {}) const; // waits for it
+    bool shows(QRgb color, QPoint at) const;                 // the same
+    QRect find(QRgb color) const; // around all squares of this colour, 5 pixels wide and high; null when there is none
 
     struct Window {
         quint32 id = 0;
@@ -111,34 +117,48 @@ public:
     QList<Window> windows() const; // those the window manager knows, bottom first
     std::optional<Window> windowTitled(const QString &title) const;
     quint32 selectionOwner(const char *selection) const; // 0: none
+    void cutOff(quint32 window);                         // its program has no display any more
 
     // The clipboard, as another program reads it.
     QStringList clipboardTypes();
     QByteArray clipboard(const QString &mimeType);
 
-    xcb_connection_t *connection() const { return m_connection; } // for what is missing here
+    // For what is missing here.
+    xcb_connection_t *connection() const { return m_connection; }
     quint32 root() const { return m_root; }
-
-private:
-    QProcess &launch(const QString &program, const QStringList &arguments, const QStringList &extraEnvironment = {});
-    void awaitReady(const char *what, const std::function<bool()> &ready) const;
-    QByteArray firstLine(QProcess &process, const char *what) const;
-    void fakeInput(int type, int detail, QPoint at = {});
-    QByteArray run(const QString &program, const QStringList &arguments);
+    struct FreeDeleter {
+        void operator()(void *memory) const { std::free(memory); }
+    };
+    // The answer to one of XCB's requests: ask(xcb_get_geometry_reply, xcb_get_geometry(...)). Null when it is refused.
+    template<class Answer, class Cookie>
+    std::unique_ptr<Answer, FreeDeleter> ask(Answer *(*answer)(xcb_connection_t *, Cookie, xcb_generic_error_t **),
+                                             Cookie cookie) const
+    {
+        return std::unique_ptr<Answer, FreeDeleter>(answer(m_connection, cookie, nullptr));
+    }
     quint32 atom(const char *name) const;
     QByteArray property(quint32 window, const char *name) const;
+
+private:
+    quint32 makeProbe(bool passesTheManager);
+    void startWindowManager();
+    void startCompositor();
+    void awaitReady(const char *what, const std::function<bool()> &ready) const;
+    QByteArray firstLine(QProcess &process, const char *what) const;
+    void press(int type, int detail);
+    void release(int type, int detail);
+    void fakeInput(int type, int detail, QPoint at = {});
+    QByteArray run(const QString &program, const QStringList &arguments);
+    int grab(bool keep) const;
 
     TempHome m_home;
     QString m_display;
     QString m_busAddress;
     std::vector<std::unique_ptr<QProcess>> m_processes; // ended last first
     QProcess *m_windowManager = nullptr;
-    QProcess *m_compositor = nullptr;
     xcb_connection_t *m_connection = nullptr;
     quint32 m_root = 0;
-    int m_monitorCount = 0;
-    QList<int> m_keysDown;
-    QList<int> m_buttonsDown;
+    QList<std::pair<int, int>> m_down; // type of the press, key or button
 };
 
 } // namespace qm

@@ -4,6 +4,8 @@
 #include <QRect>
 #include <QString>
 
+struct xcb_connection_t;
+
 namespace qm {
 
 class Desktop;
@@ -17,26 +19,27 @@ public:
 
     // area: its content, pixels of the desktop. Returns once the window is shown there (qFatal otherwise).
     PatternWindow(Desktop &desktop, const QString &title, const QRect &area, int seed, Kind kind = Kind::managed);
-    // The same with a picture in place of the pattern, RGB32 and as large as the area.
+    // The same with a picture in place of the pattern, as large as the area: RGB32, or premultiplied ARGB32 for a window
+    // that is translucent under a compositor.
     PatternWindow(Desktop &desktop, const QString &title, const QRect &area, const QImage &picture, Kind kind);
     ~PatternWindow();
     Q_DISABLE_COPY_MOVE(PatternWindow)
 
-    quint32 id() const { return m_id; }
     QRect content() const; // where it is now
     QRect frame() const;   // with what the window manager put around it
     const QImage &pattern() const { return m_pattern; }
-    void raise();
     void hide();
 
     static QImage makePattern(const QSize &size, int seed);
+    // A picture as the server keeps it; the caller's.
+    static quint32 makePixmap(xcb_connection_t *connection, const QImage &picture);
 
 private:
     Desktop &m_desktop;
-    quint32 m_id = 0;
-    QRect m_area;
-    Kind m_kind;
-    QImage m_pattern;
+    const quint32 m_id;
+    const QString m_title; // no other window has it
+    const QRect m_area;
+    const QImage m_pattern;
 };
 
 } // namespace qm

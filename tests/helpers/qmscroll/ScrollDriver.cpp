@@ -1,7 +1,8 @@
 #include "tests/helpers/qmscroll/ScrollDriver.h"
 
+#include <QPainter>
+
 #include <algorithm>
-#include <cstring>
 
 namespace qm {
 
@@ -10,12 +11,10 @@ ScrollDriver::ScrollDriver(ScrollScene &shown, int offset)
     , stitcher(shown.frame(0).size(),
                [this](const QImage &rows) {
                    QImage grown(rows.width(), picture.height() + rows.height(), QImage::Format_RGB32);
-                   for (int y = 0; y < grown.height(); ++y) {
-                       const bool old = y < picture.height();
-                       std::memcpy(grown.scanLine(y),
-                                   old ? picture.constScanLine(y) : rows.constScanLine(y - picture.height()),
-                                   size_t(rows.width()) * 4);
-                   }
+                   QPainter painter(&grown);
+                   painter.drawImage(0, 0, picture);
+                   painter.drawImage(0, picture.height(), rows);
+                   painter.end();
                    picture = grown;
                    return true;
                })
@@ -60,7 +59,6 @@ bool ScrollDriver::scroll(int by)
             return false;
         if (step == Stitcher::Step::joined)
             return true;
-        ++refused;
     }
     stuck = true;
     return false;
@@ -82,7 +80,7 @@ void ScrollDriver::finish()
     if (height != picture.height() && wrong.isEmpty())
         wrong = QStringLiteral("promised %1 rows, handed over %2").arg(height).arg(picture.height());
     if (wrong.isEmpty() && !undecidable)
-        wrong = scene.difference(picture, start, furthest).value_or(QString());
+        wrong = scene.difference(picture, start, furthest);
 }
 
 } // namespace qm

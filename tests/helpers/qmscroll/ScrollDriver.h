@@ -14,7 +14,6 @@ struct ScrollDriver {
     Stitcher stitcher;
     QImage picture; // the rows handed over so far
     int start, at, furthest;
-    int refused = 0;
     bool stuck = false;
     bool undecidable = false; // the page repeats itself so that no one could have told; the run ends there
     QString wrong;            // what the stitcher claimed that is not so

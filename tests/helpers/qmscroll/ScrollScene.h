@@ -4,8 +4,6 @@
 #include <QRandomGenerator>
 #include <QRect>
 
-#include <optional>
-
 namespace qm {
 
 // A long page and a window onto it, drawn row by row as a scrolling application would: what a stitcher sees, and the truth
@@ -14,20 +12,18 @@ class ScrollScene
 {
 public:
     enum class Content {
-        mixed,   // headings, paragraphs in English and Japanese, tables, lists, photographs, blank stretches
-        text,    // paragraphs only
-        photo,   // one photograph with clouds and grain
-        shaded,  // a smooth gradient with a word here and there
-        code,    // numbered lines, many of them alike
-        table,   // rows of a table that differ in one cell
-        alike,   // one row of a table over and over
-        cards,   // one block of text over and over, each two thirds as high as the region usually is
-        onePixel // lines of one text, each with one pixel of its own
+        mixed,  // paragraphs in English and Japanese, tables, photographs, blank stretches
+        text,   // paragraphs only
+        photo,  // one photograph with clouds and grain
+        shaded, // a smooth gradient with a word here and there
+        table,  // rows of a table that differ in one cell
+        alike,  // one row of a table over and over
+        cards   // one block of text over and over, each two thirds as high as the region usually is
     };
 
     struct Look {
         QSize size{480, 320};
-        int pageHeight = 2400;
+        int pageHeight = 1800;
         Content content = Content::mixed;
         int header = 0, footer = 0; // rows that stay at the top and bottom
         int headerFrom = 0; // the header is part of the page at this row and begins to stick when that reaches the top
@@ -35,41 +31,32 @@ public:
         bool footerCounts = false; // shows the position
         int barLater = 0;          // from this offset on a bar lies over the window's last rows, as cookies ask for
         int scrollBar = 0;         // columns at the right
-        bool scrollBarLeft = false;
-        int sidebar = 0; // columns at the left that stay
+        int sidebar = 0;           // columns at the left that stay
         bool caret = false, animation = false, hover = false;
-        int noise = 0;   // grey levels, up and down
-        double blur = 0; // share of the row below that is mixed into every row of every other frame
-        QRect blank{};   // rows of the page that show nothing
+        int noise = 0;                    // grey levels, up and down
+        double blur = 0;                  // share of the row below that is mixed into every row of every other frame
+        int blankFrom = 0, blankRows = 0; // of the page
     };
 
     ScrollScene(const Look &look, quint32 seed);
 
     QImage frame(int offset); // each call is a later moment: carets blink, animations go on
     int lastOffset() const;
+    bool looksAlike(int offset, int other) const; // nothing tells the two apart
 
-    // Whether nothing tells the two offsets apart.
-    bool looksAlike(int offset, int other) const;
-
-    // The first difference between a picture that begins at the offset and the page, in words; none when it is right.
-    std::optional<QString> difference(const QImage &picture, int firstOffset, int furthestOffset) const;
+    // The first difference between a picture that begins at the offset and the page, in words; empty when it is right.
+    QString difference(const QImage &picture, int firstOffset, int furthestOffset) const;
 
 private:
-    static constexpr int laterBarRows = 40;
-
-    int contentTop() const;
+    int contentTop() const { return m_look.headerFrom ? 0 : m_look.header; }
     QImage window(int offset) const; // without what changes from moment to moment
     void addMoment(QImage &image, int offset);
-    void addScrollBar(QImage &image, int offset) const;
-    void addNoise(QImage &image);
     void addBars(QImage &image, int offset) const;
     QImage footer(int offset) const;
-    QImage laterBar() const;
-    static QRgb hovered(QRgb pixel);
 
     const Look m_look;
     QRandomGenerator m_random;
-    QImage m_page, m_header;
+    QImage m_page, m_header, m_laterBar;
     QRect m_caretPlace, m_animationPlace; // on the page
     int m_moment = 0;
 };

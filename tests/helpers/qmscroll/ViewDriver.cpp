@@ -1,41 +1,87 @@
 #include "tests/helpers/qmscroll/ViewDriver.h"
 
-#include <QCoreApplication>
+#include "tests/support/PatternWindow.h"
+#include "tests/support/TextPage.h"
+
 #include <QDir>
 
-#include <cstdlib>
-#include <xcb/xcb.h>
+#include <algorithm>
+
+using namespace Qt::StringLiterals;
 
 namespace qm {
 
 namespace {
 
-bool isBlank(const QImage &image, int row, int columns)
-{
-    const auto *pixels = reinterpret_cast<const QRgb *>(image.constScanLine(row));
-    return std::all_of(pixels, pixels + columns, [&](QRgb pixel) { return pixel == pixels[0]; });
-}
+constexpr int rowsPerClick = 57;
 
-void awaitThat(const char *what, const std::function<bool()> &condition)
+QImage pageOf(int width, int lines)
 {
-    if (!Desktop::wait(condition))
-        qFatal("%s does not come about", what);
+    static const QStringList words = u"page line scroll header total window before enough 行 番号 見出し"_s.split(u' ');
+    TextPage page;
+    page.width = width;
+    for (int i = 0; i < lines; ++i) {
+        page.lines += QString::number(i);
+        for (int word = i; page.lines.last().size() < width / 8; word += i % 7 + 1)
+            page.lines.last() += u' ' + words[word % words.size()];
+    }
+    return page.painted();
 }
 
 } // namespace
 
-int ViewDriver::View::lastRow() const
+// The page is a window as tall as its content, within one as large as the area.
+ScrolledPage::ScrolledPage(Desktop &desktop, const QRect &place, int lines)
+    : area(place)
+    , content(pageOf(place.width(), lines))
+    , m_connection(xcb_connect(desktop.display().toLatin1().constData(), nullptr))
+    , m_window(xcb_generate_id(m_connection))
+    , m_page(xcb_generate_id(m_connection))
 {
-    int row = content.height() - 1;
-    while (row > 0 && isBlank(content, row, content.width()))
-        --row;
-    return row;
+    const auto make = [this](quint32 id, quint32 parent, const QRect &where, uint32_t fields, const auto &values) {
+        xcb_create_window(m_connection, XCB_COPY_FROM_PARENT, id, parent, int16_t(where.x()), int16_t(where.y()),
+                          uint16_t(where.width()), uint16_t(where.height()), 0, XCB_WINDOW_CLASS_INPUT_OUTPUT,
+                          XCB_COPY_FROM_PARENT, fields, values);
+        xcb_map_window(m_connection, id);
+    };
+    const uint32_t passesTheManager[] = {1, XCB_EVENT_MASK_BUTTON_PRESS};
+    make(m_window, desktop.root(), area, XCB_CW_OVERRIDE_REDIRECT | XCB_CW_EVENT_MASK, passesTheManager);
+    const xcb_pixmap_t pixels = PatternWindow::makePixmap(m_connection, content);
+    make(m_page, m_window, content.rect(), XCB_CW_BACK_PIXMAP, &pixels);
+    xcb_flush(m_connection);
+    m_events = std::make_unique<QSocketNotifier>(xcb_get_file_descriptor(m_connection), QSocketNotifier::Read);
+    QObject::connect(m_events.get(), &QSocketNotifier::activated, m_events.get(), [this] { readEvents(); });
+    const QRect seen(QPoint(), area.size().boundedTo(content.size()));
+    if (!desktop.shows(content.copy(seen), area.topLeft()))
+        qFatal("the page is not shown");
+}
+
+void ScrolledPage::close()
+{
+    m_events.reset();
+    if (m_connection)
+        xcb_disconnect(std::exchange(m_connection, nullptr));
+}
+
+void ScrolledPage::readEvents()
+{
+    while (auto *event = xcb_poll_for_event(m_connection)) {
+        const auto button = reinterpret_cast<const xcb_button_press_event_t *>(event)->detail;
+        if ((event->response_type & 0x7f) == XCB_BUTTON_PRESS && (button == 4 || button == 5)) {
+            const int by = button == 5 ? rowsPerClick : -rowsPerClick;
+            m_offset = std::clamp(m_offset + by, 0, std::max(0, content.height() - area.height()));
+            const auto y = uint32_t(-m_offset);
+            xcb_configure_window(m_connection, m_page, XCB_CONFIG_WINDOW_Y, &y);
+        }
+        std::free(event);
+    }
+    xcb_flush(m_connection);
 }
 
 ViewDriver::ViewDriver(Desktop &desktop)
     : m_desktop(desktop)
-    , m_folder(desktop.home().file(QStringLiteral("captures")))
-    , m_path(m_folder + QStringLiteral("/Quillmere 2026-03-05-14-07-09 scroll.png"))
+    , m_folder(desktop.home().file(u"captures"_s))
+    , m_path(m_folder + u"/a.png"_s)
 {
     QDir(m_folder).removeRecursively();
     QDir().mkpath(m_folder);
@@ -47,113 +93,39 @@ ViewDriver::~ViewDriver()
         m_helper->kill();
         m_helper->waitForFinished();
     }
-    endViews();
 }
 
-const ViewDriver::View &ViewDriver::startView(const QString &kind, const QRect &area, int lines)
+const ScrolledPage &ViewDriver::startView(const QRect &area, int lines)
 {
-    const QString place =
-        QStringLiteral("%1,%2,%3,%4").arg(area.x()).arg(area.y()).arg(area.width()).arg(area.height());
-    const QString truth = m_desktop.home().file(QStringLiteral("truth.png"));
-    const bool gtk = kind == QLatin1String("gtk");
-    QProcess &process =
-        gtk ? m_desktop.start(QStringLiteral("/usr/bin/python3"), // where Debian's bindings are
-                              {QStringLiteral(QM_TEST_DATA "/../helpers/qmscroll/gtk_view.py"), place,
-                               QString::number(lines), truth})
-            : m_desktop.start(QCoreApplication::applicationDirPath() + QStringLiteral("/text_view"),
-                              {kind, place, QString::number(lines), truth}, {QStringLiteral("QT_QPA_PLATFORM=xcb")});
-    awaitThat("a view", [&] {
-        if (process.state() == QProcess::NotRunning)
-            qFatal("the view has ended: %s", process.readAllStandardError().constData());
-        return process.canReadLine();
-    });
-    const QList<QByteArray> numbers = process.readLine().simplified().split(' ');
-    View view{QRect(numbers[0].toInt(), numbers[1].toInt(), numbers[2].toInt(), numbers[3].toInt()),
-              QImage(truth).convertToFormat(QImage::Format_RGB32), gtk ? 24 : 0, &process};
-    m_views.push_back(view);
-    // It shows its beginning.
-    const QRect shown(QPoint(), QSize(view.area.width() - view.ignoredColumns, std::min(100, view.content.height())));
-    awaitThat("the view's first rows",
-              [&] { return m_desktop.picture(shown.translated(view.area.topLeft())) == view.content.copy(shown); });
-    return m_views.back();
-}
-
-void ViewDriver::endViews()
-{
-    for (const View &view : m_views) {
-        if (view.process->state() == QProcess::NotRunning)
-            continue;
-        view.process->terminate();
-        view.process->waitForFinished();
-    }
+    m_view = std::make_unique<ScrolledPage>(m_desktop, area, lines);
+    return *m_view;
 }
 
 QProcess &ViewDriver::startCapture(const QRect &region, const QStringList &arguments, const QStringList &environment)
 {
-    m_helper = &m_desktop.start(QString::fromLatin1(program),
-                                QStringList{QStringLiteral("--region"), m_path} + arguments, environment);
-    drawRegion(region);
-    return *m_helper;
-}
-
-QProcess &ViewDriver::startCaptureBelowShell(const QRect &region)
-{
-    m_helper = &m_desktop.start(
-        QStringLiteral("/bin/sh"),
-        {QStringLiteral("-c"), QStringLiteral("\"$0\" --region \"$1\" & wait"), QString::fromLatin1(program), m_path});
-    drawRegion(region);
-    return *m_helper;
-}
-
-QProcess &ViewDriver::startCaptureOnSmallDisk(const QRect &region)
-{
-    m_helper = &m_desktop.start(
-        QStringLiteral("unshare"),
-        {QStringLiteral("-rm"), QStringLiteral("/bin/sh"), QStringLiteral("-c"),
-         QStringLiteral("mount -t tmpfs -o size=64k none \"$1\" || exit 9; \"$0\" --region \"$1/a.png\"; status=$?\n"
-                        "ls -A \"$1\"; exit $status"),
-         QString::fromLatin1(program), m_folder});
+    m_helper =
+        &m_desktop.start(QString::fromLatin1(program), QStringList{u"--region"_s, m_path} + arguments, environment);
     drawRegion(region);
     return *m_helper;
 }
 
 void ViewDriver::drawRegion(const QRect &region)
 {
-    awaitThat("the overlay",
-              [this] { return m_desktop.selectionOwner("_QUILLMERE_CAPTURE") != 0 && !nothingIsHeld(m_desktop); });
+    if (!m_desktop.overlayIsUp())
+        qFatal("there is no overlay");
     m_desktop.drag(region.topLeft(), region.bottomRight());
-    awaitThat("the panel", [this] { return button(PanelButton::cancel).isValid(); });
+    if (!Desktop::wait([this] { return m_desktop.find(cancel).isValid(); }))
+        qFatal("there is no panel");
 }
 
-bool ViewDriver::hasScrolled(const View &view) const
+bool ViewDriver::hasScrolled() const
 {
-    const QRect top(view.area.topLeft(), QSize(view.area.width() - view.ignoredColumns, 100));
-    return Desktop::wait([&] { return m_desktop.picture(top) != view.content.copy(QRect(QPoint(), top.size())); });
+    return Desktop::wait([this] { return m_view->offset() > 0; });
 }
 
-// By their colours, which nothing else on these desktops has.
-QRect ViewDriver::button(PanelButton which) const
+void ViewDriver::click(QRgb button)
 {
-    const QRgb color = which == PanelButton::done ? 0xff0a84ff : 0xff58585c;
-    const QImage shown = m_desktop.picture();
-    QRect found;
-    for (int y = 0; y < shown.height(); ++y) {
-        const auto *row = reinterpret_cast<const QRgb *>(shown.constScanLine(y));
-        for (int x = 0; x + 8 < shown.width(); ++x) {
-            // A block of it: the frame's lines are thinner.
-            const auto isColor = [&](int dx, int dy) { return (shown.pixel(x + dx, y + dy) | 0xff000000) == color; };
-            if ((row[x] | 0xff000000) == color && y + 4 < shown.height() && isColor(7, 0) && isColor(0, 4) &&
-                isColor(7, 4) && isColor(3, 2))
-                found |= QRect(x, y, 8, 5);
-        }
-    }
-    return found;
-}
-
-void ViewDriver::clickButton(PanelButton which)
-{
-    // Both found by colour before the pointer changes it.
-    m_desktop.click(button(which).center());
+    m_desktop.click(m_desktop.find(button).center());
 }
 
 QStringList ViewDriver::files() const
@@ -163,42 +135,14 @@ QStringList ViewDriver::files() const
 
 QString ViewDriver::compare(const QRect &region, const QImage &picture) const
 {
-    const View &view = m_views.back();
-    const QImage taken = picture.convertToFormat(QImage::Format_RGB32);
-    if (taken.width() != region.width())
-        return QStringLiteral("it is %1 pixels wide").arg(taken.width());
-    const QPoint from = region.topLeft() - view.area.topLeft();
-    const int ignored = std::max(0, view.ignoredColumns - (view.area.right() - region.right()));
-    const int columns = taken.width() - ignored;
-    for (int y = 0; y < taken.height(); ++y) {
-        const bool known = y + from.y() < view.content.height();
-        const bool same = known ? taken.copy(0, y, columns, 1) == view.content.copy(from.x(), y + from.y(), columns, 1)
-                                : isBlank(taken, y, columns);
-        if (!same)
-            return QStringLiteral("row %1 of %2 is another").arg(y).arg(taken.height());
+    const QImage own = m_view->content.copy(QRect(region.topLeft() - m_view->area.topLeft(), picture.size()));
+    if (picture.width() != region.width())
+        return u"it is %1 pixels wide"_s.arg(picture.width());
+    for (int y = 0; y < picture.height(); ++y) {
+        if (picture.copy(0, y, picture.width(), 1) != own.copy(0, y, picture.width(), 1))
+            return u"row %1 of %2 is another"_s.arg(y).arg(picture.height());
     }
     return {};
-}
-
-bool ViewDriver::nothingIsHeld(Desktop &desktop)
-{
-    xcb_connection_t *connection = desktop.connection();
-    auto *keyboard = xcb_grab_keyboard_reply(
-        connection, xcb_grab_keyboard(connection, 0, desktop.root(), 0, XCB_GRAB_MODE_ASYNC, XCB_GRAB_MODE_ASYNC),
-        nullptr);
-    auto *pointer = xcb_grab_pointer_reply(
-        connection,
-        xcb_grab_pointer(connection, 0, desktop.root(), 0, XCB_GRAB_MODE_ASYNC, XCB_GRAB_MODE_ASYNC, 0, 0, 0), nullptr);
-    auto *state = xcb_query_pointer_reply(connection, xcb_query_pointer(connection, desktop.root()), nullptr);
-    const bool free = keyboard && keyboard->status == XCB_GRAB_STATUS_SUCCESS && pointer &&
-                      pointer->status == XCB_GRAB_STATUS_SUCCESS && state && (state->mask & 0x1f00) == 0;
-    std::free(keyboard);
-    std::free(pointer);
-    std::free(state);
-    xcb_ungrab_keyboard(connection, 0);
-    xcb_ungrab_pointer(connection, 0);
-    xcb_flush(connection);
-    return free;
 }
 
 } // namespace qm

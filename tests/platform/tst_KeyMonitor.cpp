@@ -1,0 +1,68 @@
+// What the system's key listener tells, from keys and buttons pressed on a real desktop.
+
+#include "platform/KeyMonitor.h"
+#include "tests/support/Desktop.h"
+
+#include <QTest>
+
+using namespace qm;
+using namespace Qt::StringLiterals;
+using Steps = std::function<void(Desktop &)>;
+
+Q_DECLARE_METATYPE(Steps)
+
+class tst_KeyMonitor : public QObject
+{
+    Q_OBJECT
+
+private Q_SLOTS:
+    void cleanup() { m_desktop.releaseInput(); }
+
+    void tells_data()
+    {
+        QTest::addColumn<Steps>("steps");
+        QTest::addColumn<QString>("told"); // key codes and flags in hexadecimal; -1: every key but the modifiers
+        const auto row = [](const char *name, const QString &told, const Steps &steps) {
+            QTest::newRow(name) << steps << told;
+        };
+        row("twins", u"3c+20000 38+20000 38+20000 3c+0"_s, [](Desktop &d) {
+            d.keyDown(Key::rightShift);
+            d.tap(Key::leftShift);
+            d.keyUp(Key::rightShift);
+        });
+        row("a key, a click and the wheel", u"3c+20000 -1+20000 -1+20000 -1+20000 3c+0"_s, [](Desktop &d) {
+            d.keyDown(Key::rightShift);
+            d.tap(Key::space);
+            d.click({300, 300});
+            d.click({300, 300}, Button::wheelDown);
+            d.keyUp(Key::rightShift);
+        });
+        row("while another program has the keyboard", u"3c+20000 3c+0"_s, [](Desktop &d) {
+            QVERIFY(d.grabInput());
+            d.tap(Key::rightShift);
+        });
+    }
+
+    void tells()
+    {
+        QFETCH(Steps, steps);
+        QFETCH(QString, told);
+        qputenv("DISPLAY", m_desktop.display().toLatin1());
+        const std::unique_ptr<KeyMonitor> monitor = makeKeyMonitor();
+        QStringList found;
+        const auto note = [&found](const KeyEvent &event) {
+            found += QString::number(event.keyCode, 16) + u'+' + QString::number(event.flags, 16);
+        };
+        QVERIFY(monitor->start(note) == KeyMonitor::Started::yes);
+        steps(m_desktop);
+        m_desktop.tap(Key::rightControl); // marks the end
+        QVERIFY(Desktop::wait([&] { return found.contains(u"3e+0"_s); }));
+        QCOMPARE(found.join(u' '), told + u" 3e+40000 3e+0"_s);
+    }
+
+private:
+    Desktop m_desktop{{.windowManager = false, .panel = false}};
+};
+
+QTEST_GUILESS_MAIN(tst_KeyMonitor)
+#include "tst_KeyMonitor.moc"
