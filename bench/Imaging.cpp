@@ -1,6 +1,7 @@
 // Reading, shrinking and writing of PNG against QImage and libvips: CPU time (user and system, all threads, best of several)
 // and peak memory, each measured in a process of its own. Read the ratios; the figures are this machine's.
 
+#include "bench/RenderedDesktop.h"
 #include "imaging/ImageFile.h"
 #include "imaging/PngWriter.h"
 #include "imaging/Thumbnailer.h"
@@ -238,12 +239,12 @@ int main(int argc, char **argv)
     QTemporaryDir folder;
     const QString path = folder.filePath(QStringLiteral("picture"));
     for (const Picture &screen : screens) {
-        const QImage image = RenderedScreen::desktop(screen.size, screen.transparent);
+        const QImage image = bench::renderedDesktop(screen.size, screen.transparent);
         image.save(path, "PNG");
         report(QString::fromLatin1(screen.name), path, false);
         std::fflush(stdout);
     }
-    RenderedScreen::desktop({2880, 1800}).save(path, "PNG");
+    bench::renderedDesktop({2880, 1800}).save(path, "PNG");
     if (PngWriter::write(path, {QImage(path), QSizeF(1440, 900)}))
         report(QStringLiteral("2880x1800, by us"), path, false);
     const QImage photo = RenderedScreen::photo({4000, 3000});

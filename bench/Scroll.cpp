@@ -1,4 +1,5 @@
 #include "bench/Measure.h"
+#include "bench/RenderedDesktop.h"
 #include "helpers/qmscroll/FrameMatch.h"
 #include "tests/support/RenderedScreen.h"
 
@@ -64,7 +65,7 @@ int main(int argc, char **argv)
     if (qEnvironmentVariableIsEmpty("QT_QPA_PLATFORM"))
         qputenv("QT_QPA_PLATFORM", "offscreen");
     QGuiApplication application(argc, argv);
-    const Page page(RenderedScreen::desktop({frameSize.width(), 4000}).convertToFormat(QImage::Format_RGB32));
+    const Page page(bench::renderedDesktop({frameSize.width(), 4000}).convertToFormat(QImage::Format_RGB32));
     const Page photo(RenderedScreen::photo({frameSize.width(), 2400}));
     measure("page, a wheel's step", page.frame(1100, 0, 0), page.frame(1220, 0, 0));
     measure("page, half the region", page.frame(1100, 0, 0), page.frame(1600, 0, 0));
