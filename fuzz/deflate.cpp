@@ -47,7 +47,8 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size)
     }
     deflater.finish();
 
-    if (PngForge::inflated(stream, bytes.size()) != bytes)
+    const PngForge::Inflated back = PngForge::inflated(stream, bytes.size());
+    if (!back.whole || back.taken != stream.size() || back.raw != bytes)
         std::abort();
     return 0;
 }

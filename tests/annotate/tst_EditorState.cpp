@@ -1,11 +1,11 @@
 #include "annotate/AnnotationRenderer.h"
 #include "annotate/EditorState.h"
 
-#include <QRandomGenerator>
 #include <QTest>
 
 using namespace qm;
 using namespace Qt::StringLiterals;
+using namespace std::chrono_literals;
 using Kind = Annotation::Kind;
 
 static Annotation box(double x)
@@ -17,12 +17,6 @@ static void addItem(EditorState &state, const Annotation &item)
 {
     state.pushUndo();
     state.doc.items.append(item);
-}
-
-static void setCrop(EditorState &state, const QRectF &crop)
-{
-    state.pushUndo();
-    state.doc.crop = crop;
 }
 
 class tst_EditorState : public QObject
@@ -46,73 +40,43 @@ private Q_SLOTS:
         QCOMPARE(state.zoomLabel(), u"20%"_s);
         state.zoom = 1.125; // halves away from zero
         QCOMPARE(state.zoomLabel(), u"113%"_s);
-        state.resetZoom();
-        QCOMPARE(state.zoomLabel(), u"100%"_s);
     }
 
-    void history()
+    // An undo leaves the selection as it is, naming nothing now.
+    void aSelectionThatNamesNothing()
     {
-        EditorState state;
-        state.undo();
-        state.redo();
-        QVERIFY(!state.canUndo() && !state.canRedo());
-
-        addItem(state, box(1));
-        setCrop(state, {1, 2, 3, 4});
-        setCrop(state, {5, 6, 7, 8});
-        QCOMPARE(state.doc.crop, QRectF(5, 6, 7, 8));
-        QCOMPARE(state.undoStack.size(), 3);
-        state.undo();
-        QCOMPARE(state.doc.crop, QRectF(1, 2, 3, 4));
-        state.undo();
-        QVERIFY(!state.doc.crop && state.canRedo());
-        state.redo();
-        QCOMPARE(state.doc.crop, QRectF(1, 2, 3, 4));
-        addItem(state, box(2));
-        QVERIFY(!state.canRedo());
-        QCOMPARE(state.undoStack.size(), 3);
-    }
-
-    void deleteSelected()
-    {
-        EditorState state;
-        addItem(state, box(1));
-        addItem(state, box(2));
         for (const auto index : {std::optional<int>(), std::optional(2), std::optional(-1)}) {
+            EditorState state;
+            addItem(state, box(1));
+            addItem(state, box(2));
+            const QList<Annotation> before = state.doc.items;
             state.selectedIndex = index;
             state.deleteSelected();
-            QCOMPARE(state.doc.items.size(), 2);
+            state.nudgeSelected({1, 1}, 0s);
+            state.setColor(Qt::green);
+            state.setLineWidth(11);
+            QCOMPARE(state.doc.items, before);
             QCOMPARE(state.undoStack.size(), 2);
         }
-        state.selectedIndex = 0;
-        state.deleteSelected();
-        QCOMPARE(state.doc.items, QList{box(2)});
-        QVERIFY(!state.selectedIndex);
-        state.undo();
-        QCOMPARE(state.doc.items, (QList{box(1), box(2)}));
     }
 
-    void colourAndWidthFollowTheSelection()
+    void nudgesShareAnEntry()
     {
         EditorState state;
         addItem(state, box(1));
-        addItem(state, box(2));
-        state.setColor(Qt::green); // nothing selected: for new items only
-        QCOMPARE(state.doc.items[1], box(2));
-        state.selectedIndex = 1;
-        state.setColor(Qt::black);
-        state.setLineWidth(11);
-        QCOMPARE(state.doc.items[1].color, QColor(Qt::black));
-        QCOMPARE(state.doc.items[1].lineWidth, 11.0);
-        QCOMPARE(state.doc.items[0], box(1));
-        QCOMPARE(state.undoStack.size(), 2); // no entry of their own
+        state.selectedIndex = 0;
+        const auto entries = [&](std::chrono::milliseconds now) {
+            state.nudgeSelected({1, 0}, now);
+            return state.undoStack.size();
+        };
+        QCOMPARE(entries(10s), 2);
+        QCOMPARE(entries(10'999ms), 2);
+        QCOMPARE(entries(11'999ms), 3); // a pause
+        state.doc.items[0].rect.translate(0, 1);
+        QCOMPARE(entries(12s), 4); // something else between
         state.undo();
-        QCOMPARE(state.doc.items, QList{box(1)});
-        QCOMPARE(state.selectedIndex, std::optional(1)); // left as it is, naming nothing now
-        state.setColor(Qt::red);
-        state.setLineWidth(1);
-        QVERIFY(!state.selectedItem());
-        QCOMPARE(state.doc.items, QList{box(1)});
+        QCOMPARE(entries(12s), 4);
+        QVERIFY(!state.canRedo());
     }
 
     void newItems()
@@ -129,53 +93,10 @@ private Q_SLOTS:
                 0};
             QCOMPARE(ItemFactory::dragged(tool, {30, 20}, {5, 35}, state.style()), expected);
         }
-    }
-
-    void newText()
-    {
-        const Annotation wide = ItemFactory::text(u"Hello"_s, {3, 4}, {Qt::blue, 7, Annotation::BlurShape::ellipse});
-        QCOMPARE(wide, (Annotation{Kind::text,
-                                   {3, 4, AnnotationRenderer::measureTextWidth(u"Hello"_s, 42), 42},
-                                   Qt::blue,
-                                   7,
-                                   u"Hello"_s,
-                                   Annotation::BlurShape::rect,
-                                   0}));
-        QCOMPARE(ItemFactory::text(u"i"_s, {}, {Qt::blue, 2, {}}).rect, QRectF(0, 0, 20, 14));
-    }
-
-    void undoOfEverythingIsTheStart()
-    {
-        QRandomGenerator random(11);
-        EditorState state;
-        addItem(state, box(0));
-        const QList<Annotation> start = state.doc.items;
-        state.undoStack.clear();
-        for (int i = 0; i < 2000; ++i) {
-            switch (random.bounded(7)) {
-            case 0: addItem(state, box(i)); break;
-            case 1: state.deleteSelected(); break;
-            case 2: state.undo(); break;
-            case 3: state.redo(); break;
-            case 4: state.selectedIndex = random.bounded(6) - 1; break;
-            case 5: setCrop(state, {double(i), 0, 5, 5}); break;
-            case 6:
-                state.pushUndo();
-                for (Annotation &item : state.doc.items)
-                    item.rect.translate(1, 0);
-            }
-        }
-        while (state.canRedo())
-            state.redo();
-        const AnnotationDoc end = state.doc;
-        while (state.canUndo())
-            state.undo();
-        QCOMPARE(state.doc.items, start);
-        QVERIFY(!state.doc.crop);
-        while (state.canRedo())
-            state.redo();
-        QCOMPARE(state.doc.items, end.items);
-        QCOMPARE(state.doc.crop, end.crop);
+        const double width = AnnotationRenderer::measureTextWidth(u"Hello"_s, 42);
+        QCOMPARE(ItemFactory::text(u"Hello"_s, {3, 4}, state.style()),
+                 (Annotation{Kind::text, {3, 4, width, 42}, QColor(255, 59, 48), 7, u"Hello"_s, Shape::rect, 0}));
+        QCOMPARE(ItemFactory::text(u"i"_s, {}, {Qt::blue, 2, {}}).rect, QRectF(0, 0, 20, 14)); // the least
     }
 };
 
