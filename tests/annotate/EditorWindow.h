@@ -1,10 +1,10 @@
 #pragma once
 
-#include "annotate/AnnotationCanvasView.h"
-#include "annotate/AnnotationRenderer.h"
-#include "annotate/AnnotationView.h"
-#include "annotate/EditorBars.h"
-#include "annotate/SelectionMarks.h"
+#include "annotate/editor/AnnotationCanvasView.h"
+#include "annotate/editor/AnnotationView.h"
+#include "annotate/editor/EditorBars.h"
+#include "annotate/editor/SelectionMarks.h"
+#include "annotate/render/AnnotationRenderer.h"
 #include "tests/annotate/CanvasEvents.h"
 #include "tests/annotate/SampleDocument.h"
 #include "tests/support/Pixels.h"

@@ -112,9 +112,9 @@ private Q_SLOTS:
             {110, 100, 80, 60}, 0.001);
         const Annotation words = text(u"Hello"_s, {100, 100});
         row("text grows to the pointer's height", words, {100, 124}, Qt::SizeVerCursor, {50, 150},
-            {100, 100, AnnotationRenderer::measureTextWidth(u"Hello"_s, 50), 50});
+            {100, 100, measureTextWidth(u"Hello"_s, 50), 50});
         row("text has a least size", words, {100, 124}, Qt::SizeVerCursor, {100, 101},
-            {100, 100, AnnotationRenderer::measureTextWidth(u"Hello"_s, 8), 8});
+            {100, 100, measureTextWidth(u"Hello"_s, 8), 8});
     }
     void editing()
     {
@@ -229,7 +229,7 @@ private Q_SLOTS:
         QTest::keyClick(editor.canvas.textField(), Qt::Key_Enter);
         QCOMPARE(editor.state().undoStack.size(), entries + 1);
         words.text = u"Bye"_s;
-        words.rect.setWidth(AnnotationRenderer::measureTextWidth(u"Bye"_s, 80));
+        words.rect.setWidth(measureTextWidth(u"Bye"_s, 80));
         QCOMPARE(editor.items()[1], words);
 
         editor.events.doubleClick({110, 110});

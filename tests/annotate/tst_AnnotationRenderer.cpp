@@ -1,4 +1,4 @@
-#include "annotate/AnnotationRenderer.h"
+#include "annotate/render/AnnotationRenderer.h"
 #include "imaging/ImageFile.h"
 #include "imaging/PngWriter.h"
 
@@ -197,7 +197,7 @@ private Q_SLOTS:
 
     void textTakesItsWidth()
     {
-        const auto measure = AnnotationRenderer::measureTextWidth;
+        const auto measure = measureTextWidth;
         const QString word = u"Annotate 注釈"_s;
         QCOMPARE(measure(u"i"_s, 2), 20.0); // the least
         QCOMPARE(measure(word, 42), measure(word, 21) * 2);

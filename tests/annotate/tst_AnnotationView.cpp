@@ -1,11 +1,11 @@
-#include "annotate/AnnotationWindowController.h"
-#include "annotate/ColorWell.h"
-#include "app/base/WindowPlacement.h"
+#include "annotate/editor/AnnotationWindowController.h"
+#include "annotate/editor/ColorWell.h"
 #include "imaging/ImageFile.h"
 #include "imaging/PngWriter.h"
 #include "tests/annotate/EditorWindow.h"
 #include "tests/support/FullDisk.h"
 #include "tests/support/TempHome.h"
+#include "ui/WindowPlacement.h"
 
 #include <QClipboard>
 #include <QColorDialog>

@@ -1,5 +1,5 @@
-#include "annotate/HitTest.h"
-#include "annotate/ItemDrag.h"
+#include "annotate/document/HitTest.h"
+#include "annotate/document/PressTarget.h"
 
 #include <QTest>
 

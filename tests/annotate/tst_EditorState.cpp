@@ -1,5 +1,5 @@
-#include "annotate/AnnotationRenderer.h"
-#include "annotate/EditorState.h"
+#include "annotate/document/EditorState.h"
+#include "annotate/document/TextLine.h"
 
 #include <QTest>
 
@@ -93,7 +93,7 @@ private Q_SLOTS:
                 0};
             QCOMPARE(ItemFactory::dragged(tool, {30, 20}, {5, 35}, state.style()), expected);
         }
-        const double width = AnnotationRenderer::measureTextWidth(u"Hello"_s, 42);
+        const double width = measureTextWidth(u"Hello"_s, 42);
         QCOMPARE(ItemFactory::text(u"Hello"_s, {3, 4}, state.style()),
                  (Annotation{Kind::text, {3, 4, width, 42}, QColor(255, 59, 48), 7, u"Hello"_s, Shape::rect, 0}));
         QCOMPARE(ItemFactory::text(u"i"_s, {}, {Qt::blue, 2, {}}).rect, QRectF(0, 0, 20, 14)); // the least

@@ -1,4 +1,4 @@
-#include "annotate/Pixellate.h"
+#include "annotate/render/Pixellate.h"
 #include "tests/support/Pixels.h"
 
 #include <QRandomGenerator>

@@ -1,12 +1,12 @@
 #include "app/SingleInstance.h"
 #include "app/StatusMenu.h"
-#include "app/base/AppLocale.h"
-#include "app/base/LoginItem.h"
-#include "app/base/Symbol.h"
-#include "app/base/UserDefaults.h"
+#include "config/UserDefaults.h"
+#include "platform/LoginItem.h"
 #include "platform/LoginItemService.h"
 #include "tests/support/OrdinaryUser.h"
 #include "tests/support/TempHome.h"
+#include "ui/AppLocale.h"
+#include "ui/Symbol.h"
 
 #include <QCoreApplication>
 #include <QDir>
@@ -217,8 +217,8 @@ private Q_SLOTS:
 
     void menu()
     {
-        QList<StatusMenu::Item> chosen;
-        StatusMenu menu([&](StatusMenu::Item item) { chosen << item; });
+        QList<Command::Verb> chosen;
+        StatusMenu menu([&](const Command &command) { chosen << command.verb; });
         QStringList titles;
         for (QAction *action : menu.actions()) {
             titles << (action->isSeparator() ? QStringLiteral("-") : action->text());
@@ -232,7 +232,7 @@ private Q_SLOTS:
         chosen.clear();
         menu.popup({0, 0});
         QTest::keyClick(&menu, Qt::Key_Comma, Qt::ControlModifier);
-        QCOMPARE(chosen, QList<StatusMenu::Item>({StatusMenu::Item::openSettings}));
+        QCOMPARE(chosen, QList<Command::Verb>({Command::Verb::settings}));
         QVERIFY(!menu.isVisible());
     }
 

@@ -1,4 +1,4 @@
-#include "app/base/WindowPlacement.h"
+#include "ui/WindowPlacement.h"
 
 #include <QTest>
 

@@ -1,6 +1,6 @@
 // Both ways of shrinking, AreaResample and AreaAverage, against the mean by its definition.
-#include "annotate/AreaResample.h"
 #include "imaging/AreaAverage.h"
+#include "imaging/AreaResample.h"
 #include "imaging/PngKernels.h"
 #include "tests/support/Pixels.h"
 

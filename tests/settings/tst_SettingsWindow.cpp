@@ -1,6 +1,6 @@
-#include "app/base/LoginItem.h"
 #include "capture/HotkeyTrigger.h"
 #include "config/ConfigStore.h"
+#include "platform/LoginItem.h"
 #include "settings/Lamp.h"
 #include "settings/SettingsWindowController.h"
 #include "tests/support/ManualQueue.h"
@@ -65,15 +65,15 @@ static double contrast(const QColor &front, const QColor &back)
 struct Application {
     ManualQueue queue;
     std::optional<KeyMonitor::Started> started = KeyMonitor::Started::yes;
-    std::function<void(KeyListener::Gesture)> test;
-    QList<HotkeyTrigger::Gesture> captures;
-    HotkeyTrigger trigger{queue, ConfigStore::resolveHotkey(), [this](HotkeyTrigger::Gesture gesture) {
+    std::function<void(HotkeyGesture)> test;
+    QList<HotkeyGesture> captures;
+    HotkeyTrigger trigger{queue, ConfigStore::resolveHotkey(), [this](HotkeyGesture gesture) {
                               if (!test)
                                   captures << gesture;
-                              else if (gesture == HotkeyTrigger::Gesture::tap)
-                                  test(KeyListener::Gesture::tap);
+                              else if (gesture == HotkeyGesture::tap)
+                                  test(HotkeyGesture::tap);
                               else
-                                  test(KeyListener::Gesture::hold);
+                                  test(HotkeyGesture::hold);
                           }};
     SettingsWindowController controller{[this] { trigger.setHotkey(ConfigStore::resolveHotkey()); }, listener()};
 
@@ -82,7 +82,7 @@ struct Application {
         KeyListener result;
         result.started = [this] { return started; };
         result.keyName = [](int keyCode) { return keyCode == 61 ? QStringLiteral("AltGr") : QString(); };
-        result.beginTest = [this](const Hotkey &hotkey, std::function<void(KeyListener::Gesture)> recognized) {
+        result.beginTest = [this](const Hotkey &hotkey, std::function<void(HotkeyGesture)> recognized) {
             test = std::move(recognized);
             trigger.setHotkey(hotkey);
         };
@@ -357,7 +357,7 @@ private Q_SLOTS:
         m_application->press(HotkeyModifier::rightControl, 790ms);
         m_application->press(HotkeyModifier::rightControl, 810ms);
         m_application->press(HotkeyModifier::rightShift, 100ms);
-        QCOMPARE(m_application->captures, QList({HotkeyTrigger::Gesture::tap, HotkeyTrigger::Gesture::hold}));
+        QCOMPARE(m_application->captures, QList({HotkeyGesture::tap, HotkeyGesture::hold}));
     }
 
     void testingTheKey()

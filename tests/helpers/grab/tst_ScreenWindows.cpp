@@ -1,4 +1,4 @@
-#include "helpers/grab/ScreenWindows.h"
+#include "helpers/x11/overlay/SurveyedWindows.h"
 
 #include <QTest>
 
