@@ -1,11 +1,10 @@
 // Reading, shrinking and writing of PNG against QImage and libvips: CPU time (user and system, all threads, best of several)
 // and peak memory, each measured in a process of its own. Read the ratios; the figures are this machine's.
 
-#include "bench/RenderedDesktop.h"
+#include "bench/Rendered.h"
 #include "imaging/ImageFile.h"
 #include "imaging/PngWriter.h"
 #include "imaging/Thumbnailer.h"
-#include "tests/support/RenderedScreen.h"
 
 #include <QBuffer>
 #include <QFile>
@@ -247,7 +246,7 @@ int main(int argc, char **argv)
     bench::renderedDesktop({2880, 1800}).save(path, "PNG");
     if (PngWriter::write(path, {QImage(path), QSizeF(1440, 900)}))
         report(QStringLiteral("2880x1800, by us"), path, false);
-    const QImage photo = RenderedScreen::photo({4000, 3000});
+    const QImage photo = bench::renderedPhoto({4000, 3000});
     photo.save(path, "PNG");
     report(QStringLiteral("photo 4000x3000 PNG"), path, false);
     photo.save(path, "JPEG", 90);

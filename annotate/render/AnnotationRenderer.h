@@ -1,7 +1,6 @@
 #pragma once
 
 #include "annotate/document/Annotation.h"
-#include "annotate/document/TextLine.h"
 
 namespace qm {
 

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "annotate/document/TextLine.h"
 #include "annotate/editor/AnnotationCanvasView.h"
 #include "annotate/editor/AnnotationView.h"
 #include "annotate/editor/EditorBars.h"
@@ -62,9 +63,9 @@ public:
         QApplication::sendEvent(&canvas, &shown);
     }
 
-    // Whether every pixel that the canvas has on the screen is what an export of that size has, except where marks or a text
-    // field lie over it.
-    bool showsTheExport()
+    // Whether every pixel that the canvas has on the screen is what an export of that size has, but for so many levels, and for
+    // what marks or a text field lie over.
+    bool showsTheExport(int levels = 0)
     {
         QCoreApplication::processEvents();
         AnnotationDoc doc = canvas.doc;
@@ -84,9 +85,7 @@ public:
                            mapping.display.width() * ratio, mapping.display.height() * ratio);
         QRect target(place.topLeft().toPoint(), frame.size());
         QPainter painter(&exported);
-        const bool stretched =
-            std::abs(place.width() - frame.width()) >= 1 || std::abs(place.height() - frame.height()) >= 1;
-        if (stretched) {
+        if (std::abs(place.width() - frame.width()) >= 1 || std::abs(place.height() - frame.height()) >= 1) {
             target.setBottomRight(place.bottomRight().toPoint() - QPoint(1, 1));
             painter.setRenderHint(QPainter::SmoothPixmapTransform);
         }
@@ -104,16 +103,12 @@ public:
             for (const QRect &rect : covered)
                 cover.fillRect(rect, Qt::black);
         }
-        if (!stretched)
-            return shown == exported;
-        // Which part is painted anew changes a little how it is interpolated.
+        bool same = true;
         for (int y = 0; y < shown.height(); ++y) {
-            for (int x = 0; x < shown.width(); ++x) {
-                if (!Pixels::near(shown.pixel(x, y), exported.pixel(x, y), 16))
-                    return false;
-            }
+            for (int x = 0; x < shown.width(); ++x)
+                same = same && Pixels::near(shown.pixel(x, y), exported.pixel(x, y), levels);
         }
-        return true;
+        return same;
     }
 
     int closed = 0;

@@ -364,7 +364,9 @@ private Q_SLOTS:
                 if (random.bounded(3) == 0)
                     editor.click(u"Reset zoom"_s);
                 editor.sharpen();
-                QVERIFY2(canvas.textField() || editor.showsTheExport(), qPrintable(QString::number(i)));
+                // A stretched picture is interpolated a little differently in parts, and FreeType's outlines of text change a
+                // little once the same font was drawn in a field.
+                QVERIFY2(canvas.textField() || editor.showsTheExport(24), qPrintable(QString::number(i)));
                 break;
             }
             }

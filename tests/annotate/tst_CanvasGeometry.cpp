@@ -96,7 +96,7 @@ private Q_SLOTS:
         QCOMPARE(mode(box, {95, 130 + 26 + 11.9}, 7), DragMode::none); // of what is selected alone
         QCOMPARE(mode(box, {95, 130 + 26 + 12.1}), DragMode::none);
         const Annotation arrow = item(Kind::arrow, {200, 200, -20, 0});
-        QCOMPARE(mode(arrow, {100, 111.9}), DragMode::start);
+        QCOMPARE(mode(arrow, {100, 108}), DragMode::start);
         QCOMPARE(mode(arrow, {92, 100}), DragMode::start); // both are near
         QCOMPARE(mode(arrow, {95, 100 + 26}), DragMode::none);
         QCOMPARE(PressTarget::at({1, 1}, {item(Kind::rect, {0, 0, 4, 4})}, {}, mapping).fixedCorner, QPointF(4, 4));

@@ -10,4 +10,7 @@ namespace qm::bench {
 // screen, as a captured window has them).
 QImage renderedDesktop(QSize pixels, bool transparentCorners = false);
 
+// What a photograph is to a codec: clouds of noise in many octaves, soft light, edges, and a sensor's grain. RGB32.
+QImage renderedPhoto(QSize pixels);
+
 } // namespace qm::bench
