@@ -38,7 +38,12 @@ public:
 
     const EditorState &state() const { return view.state(); }
     const QList<Annotation> &items() const { return state().doc.items; }
-    void choose(AnnotationTool tool) { QTest::keyClick(&canvas, EditorToolBar::key(tool)); }
+    void choose(AnnotationTool tool) { key(EditorToolBar::key(tool)); }
+    void key(QKeyCombination keys) // to the text field where one is open
+    {
+        QWidget *focus = canvas.textField() ? static_cast<QWidget *>(canvas.textField()) : &canvas;
+        QTest::keyClick(focus, keys.key(), keys.keyboardModifiers());
+    }
 
     // A button by its help or its words.
     template<class Button = QToolButton>
@@ -103,12 +108,7 @@ public:
             for (const QRect &rect : covered)
                 cover.fillRect(rect, Qt::black);
         }
-        bool same = true;
-        for (int y = 0; y < shown.height(); ++y) {
-            for (int x = 0; x < shown.width(); ++x)
-                same = same && Pixels::near(shown.pixel(x, y), exported.pixel(x, y), levels);
-        }
-        return same;
+        return Pixels::near(shown, exported, levels);
     }
 
     int closed = 0;

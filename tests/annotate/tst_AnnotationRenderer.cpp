@@ -1,13 +1,16 @@
 #include "annotate/document/TextLine.h"
 #include "annotate/render/AnnotationRenderer.h"
+#include "annotate/render/Pixellate.h"
 #include "imaging/ImageFile.h"
 #include "imaging/PngWriter.h"
+#include "tests/support/Pixels.h"
 
 #include <QBuffer>
 #include <QColorSpace>
 #include <QFontDatabase>
 #include <QFontMetricsF>
 #include <QPainter>
+#include <QRandomGenerator>
 #include <QTest>
 
 #include <cmath>
@@ -37,6 +40,29 @@ static Annotation text(const QString &words, double height, double width = 3)
     text.text = words;
     return text;
 }
+
+static QImage noise(QSize size, QImage::Format format)
+{
+    QRandomGenerator random(7);
+    QImage image(size, QImage::Format_ARGB32);
+    random.fillRange(reinterpret_cast<quint32 *>(image.bits()), image.sizeInBytes() / 4);
+    return image.convertToFormat(format);
+}
+
+struct Sizes {
+    QSize source; // points
+    int scale;
+    std::optional<QRectF> crop;
+    std::optional<double> limit;
+    QSizeF points;
+    QSize pixels;
+};
+
+struct Drawn {
+    Annotation item;
+    QByteArrayList rows; // of an 8 x 6 picture
+    std::optional<QRectF> crop = {};
+};
 
 static QImage rendered(const AnnotationDoc &doc)
 {
@@ -80,81 +106,59 @@ class tst_AnnotationRenderer : public QObject
 private Q_SLOTS:
     void size_data()
     {
-        QTest::addColumn<QSizeF>("source");
-        QTest::addColumn<int>("scale");
-        QTest::addColumn<QRectF>("crop");  // null: none
-        QTest::addColumn<double>("limit"); // 0: none
-        QTest::addColumn<QSizeF>("points");
-        QTest::addColumn<QSize>("pixels");
-        const auto row = [](const char *name, QSizeF source, int scale, QRectF crop, double limit, QSizeF points,
-                            QSize pixels) {
-            QTest::newRow(name) << source << scale << crop << limit << points << pixels;
-        };
-        row("two pixels a point, all kept", {400, 100}, 2, {}, 0, {400, 100}, {800, 200});
-        row("limited", {400, 100}, 2, {0, 0, 400, 100}, 100, {100, 25}, {100, 25});
-        row("limit larger than the crop", {400, 100}, 1, {0, 0, 400, 100}, 500, {400, 100}, {400, 100});
-        row("between points and pixels", {400, 100}, 2, {}, 600, {400, 100}, {600, 150});
-        row("an upright edge is the longest", {100, 400}, 1, {}, 200, {50, 200}, {50, 200});
-        row("never less than a point", {400, 1}, 1, {}, 40, {40, 1}, {40, 1});
-        row("no height", {400, 100}, 1, {10, 10, 30, 0}, 0, {30, 1}, {30, 1});
-        row("crop onto whole pixels", {40, 30}, 1, {2.4, 3.6, 10.2, 9.7}, 0, {11, 9}, {11, 9});
-        row("crop onto half points", {40, 30}, 2, {2.4, 3.6, 10.2, 9.7}, 0, {10, 10}, {20, 20});
-        row("crop beyond the picture", {40, 30}, 1, {-10, 20, 20, 20}, 0, {20, 20}, {20, 20});
-        row("a sliver is a pixel", {40, 30}, 1, {4.6, 4, 0.2, 9}, 0, {1, 9}, {1, 9});
-        row("an empty document", {0, 0}, 1, {}, 0, {1, 1}, {1, 1});
-        row("a limit of nothing", {40, 30}, 1, {}, 1e-9, {1, 1}, {1, 1});
+        QTest::addColumn<Sizes>("sizes");
+        const auto row = [](const char *name, const Sizes &sizes) { QTest::newRow(name) << sizes; };
+        row("two pixels a point, all kept", {{400, 100}, 2, {}, {}, {400, 100}, {800, 200}});
+        row("limited", {{400, 100}, 2, QRectF(0, 0, 400, 100), 100, {100, 25}, {100, 25}});
+        row("limit larger than the crop", {{400, 100}, 1, QRectF(0, 0, 400, 100), 500, {400, 100}, {400, 100}});
+        row("between points and pixels", {{400, 100}, 2, {}, 600, {400, 100}, {600, 150}});
+        row("an upright edge is the longest", {{100, 400}, 1, {}, 200, {50, 200}, {50, 200}});
+        row("never less than a point", {{400, 1}, 1, {}, 40, {40, 1}, {40, 1}});
+        row("no height", {{400, 100}, 1, QRectF(10, 10, 30, 0), {}, {30, 1}, {30, 1}});
+        row("crop onto whole pixels", {{40, 30}, 1, QRectF(2.4, 3.6, 10.2, 9.7), {}, {11, 9}, {11, 9}});
+        row("crop onto half points", {{40, 30}, 2, QRectF(2.4, 3.6, 10.2, 9.7), {}, {10, 10}, {20, 20}});
+        row("crop beyond the picture", {{40, 30}, 1, QRectF(-10, 20, 20, 20), {}, {20, 20}, {20, 20}});
+        row("a sliver is a pixel", {{40, 30}, 1, QRectF(4.6, 4, 0.2, 9), {}, {1, 9}, {1, 9}});
+        row("an empty document", {{0, 0}, 1, {}, {}, {1, 1}, {1, 1}});
+        row("a limit of nothing", {{40, 30}, 1, {}, 1e-9, {1, 1}, {1, 1}});
     }
-
     void size()
     {
-        QFETCH(QSizeF, source);
-        QFETCH(int, scale);
-        QFETCH(QRectF, crop);
-        QFETCH(double, limit);
-        AnnotationDoc doc;
-        if (!source.isEmpty())
-            doc.source = plain(int(source.width()), int(source.height()), scale);
-        if (!crop.isNull())
-            doc.crop = crop;
-        const Image image = AnnotationRenderer::render(doc, limit > 0 ? std::optional(limit) : std::nullopt);
-        QTEST(image.size, "points");
-        QTEST(image.pixels.size(), "pixels");
+        QFETCH(Sizes, sizes);
+        AnnotationDoc doc{{}, sizes.crop, {}};
+        if (!sizes.source.isEmpty())
+            doc.source = plain(sizes.source.width(), sizes.source.height(), sizes.scale);
+        const Image image = AnnotationRenderer::render(doc, sizes.limit);
+        QCOMPARE(image.size, sizes.points);
+        QCOMPARE(image.pixels.size(), sizes.pixels);
     }
 
     void items_data()
     {
-        QTest::addColumn<Annotation>("item");
-        QTest::addColumn<QRectF>("crop");
-        QTest::addColumn<QByteArrayList>("rows"); // of an 8 x 6 picture
-        const auto row = [](const char *name, const Annotation &drawn, const QByteArrayList &rows, QRectF crop = {}) {
-            QTest::newRow(name) << drawn << crop << rows;
-        };
+        QTest::addColumn<Drawn>("drawn");
+        const auto row = [](const char *name, const Drawn &drawn) { QTest::newRow(name) << drawn; };
         const QByteArrayList line{"........", "..####..", "..####..", "........", "........", "........"};
-        row("line, butt caps", item(Kind::line, {2, 4, 4, 0}, 2), line);
-        row("line from right to left", item(Kind::line, {6, 4, -4, 0}, 2), line);
-        row("a line is not turned", item(Kind::line, {2, 4, 4, 0}, 2, 1), line);
-        row("thin line across two rows", item(Kind::line, {2, 4, 4, 0}, 1),
-            {"........", "..5555..", "..5555..", "........", "........", "........"});
-        row("no line", item(Kind::line, {2, 4, 0, 0}, 2), QByteArrayList(6, "........"));
+        row("line, butt caps", {item(Kind::line, {2, 4, 4, 0}, 2), line});
+        row("line from right to left", {item(Kind::line, {6, 4, -4, 0}, 2), line});
+        row("a line is not turned", {item(Kind::line, {2, 4, 4, 0}, 2, 1), line});
+        row("thin line across two rows", {item(Kind::line, {2, 4, 4, 0}, 1),
+                                          {"........", "..5555..", "..5555..", "........", "........", "........"}});
+        row("no line", {item(Kind::line, {2, 4, 0, 0}, 2), QByteArrayList(6, "........")});
         const QByteArrayList box{"........", ".######.", ".#....#.", ".#....#.", ".######.", "........"};
-        row("rectangle, mitred", item(Kind::rect, {1.5, 1.5, 5, 3}, 1), box);
-        row("a quarter turn of a signed one", item(Kind::rect, {5.5, 5.5, -3, -5}, 1, pi / 2), box);
-        row("ellipse, a stroke that fills it", item(Kind::ellipse, {3, 2, 2, 2}, 2),
-            {"........", "..3993..", "..9##9..", "..9##9..", "..3993..", "........"});
-        row("crop", item(Kind::rect, {3.5, 3.5, 5, 3}, 1), {"#..", "###"}, {3, 3, 3, 2});
-        row("crop beyond the picture", item(Kind::line, {6, 5, 4, 0}, 2), {"    ", "####", "####", "..  "},
-            {6, 3, 4, 4});
+        row("rectangle, mitred", {item(Kind::rect, {1.5, 1.5, 5, 3}, 1), box});
+        row("a quarter turn of a signed one", {item(Kind::rect, {5.5, 5.5, -3, -5}, 1, pi / 2), box});
+        row("ellipse, a stroke that fills it",
+            {item(Kind::ellipse, {3, 2, 2, 2}, 2),
+             {"........", "..3993..", "..9##9..", "..9##9..", "..3993..", "........"}});
+        row("crop", {item(Kind::rect, {3.5, 3.5, 5, 3}, 1), {"#..", "###"}, QRectF(3, 3, 3, 2)});
+        row("crop beyond the picture",
+            {item(Kind::line, {6, 5, 4, 0}, 2), {"    ", "####", "####", "..  "}, QRectF(6, 3, 4, 4)});
     }
-
     void items()
     {
-        QFETCH(Annotation, item);
-        QFETCH(QRectF, crop);
-        QFETCH(QByteArrayList, rows);
-        AnnotationDoc doc{plain(8, 6), {}, {item}};
-        if (!crop.isNull())
-            doc.crop = crop;
-        QCOMPARE(drawing(rendered(doc)).join(u'\n'), QString::fromLatin1(rows.join('\n')));
+        QFETCH(Drawn, drawn);
+        const QStringList rows = drawing(rendered({plain(8, 6), drawn.crop, {drawn.item}}));
+        QCOMPARE(rows.join(u'\n'), QString::fromLatin1(drawn.rows.join('\n')));
     }
 
     void arrows()
@@ -210,6 +214,44 @@ private Q_SLOTS:
         }
     }
 
+    // Whatever part of it lies in the picture.
+    void blurredCellsAreMeans()
+    {
+        for (const auto &[region, size] : {std::pair(QRect(11, 7, 33, 29), 8.0),
+                                           {QRect(-13, 150, 40, 137), 8.0},
+                                           {QRect(-100, -100, 601, 300), 18.75},
+                                           {QRect(400, 7, 20, 20), 8.0},
+                                           {QRect(20, 10, 300, 170), 10.625},
+                                           {QRect(20, 10, 350, 370), 20.0}}) {
+            const Pixellate::Cells cells = Pixellate::cellsFor(region);
+            QCOMPARE(cells.size, size);
+            // Whole pixels whose centres lie in the cell of one.
+            const auto span = [&, cell = size](int at, double center) {
+                const double first = center + std::floor((at + 0.5 - center) / cell) * cell;
+                return std::pair(int(std::ceil(first - 0.5)), int(std::ceil(first + cell - 0.5)));
+            };
+            for (const auto format : {QImage::Format_RGB32, QImage::Format_ARGB32}) {
+                const QImage source = noise({300, 200}, format);
+                const QImage reference = source.convertToFormat(QImage::Format_ARGB32_Premultiplied);
+                QImage result(region.size(), QImage::Format_ARGB32_Premultiplied);
+                result.fill(Qt::red); // what was there does not matter
+                Pixellate::pixellate(source, cells, region.topLeft(), result);
+                for (int y = 0; y < result.height(); ++y) {
+                    const int row = region.top() + y;
+                    const auto [top, bottom] = span(row, QRectF(region).center().y());
+                    for (int x = y % 5; x < result.width(); x += 5) {
+                        const int column = region.left() + x;
+                        const auto [left, right] = span(column, QRectF(region).center().x());
+                        Pixels::Channels mean{};
+                        if (source.rect().contains(column, row))
+                            mean = Pixels::meanOf(reference, QRect(left, top, right - left, bottom - top));
+                        QVERIFY(Pixels::apart(Pixels::at(result, x, y), mean) < 0.501);
+                    }
+                }
+            }
+        }
+    }
+
     void blurReplacesWithTheSourceAlone()
     {
         // Columns 0-7 black, the rest white; cells of 8 anchored at the region's centre (12, 8): edges at 4 and 12.
@@ -261,40 +303,28 @@ private Q_SLOTS:
         }
     }
 
-    void pixelsAreKept_data()
-    {
-        QTest::addColumn<QImage::Format>("format");
-        for (const auto format : {QImage::Format_RGB32, QImage::Format_ARGB32, QImage::Format_RGB888,
-                                  QImage::Format_Grayscale8, QImage::Format_Grayscale16, QImage::Format_RGBA64,
-                                  QImage::Format_Indexed8, QImage::Format_Mono, QImage::Format_RGBX64})
-            QTest::addRow("format %d", format) << format;
-    }
-
     // As far as into the file, with resolution and profile.
     void pixelsAreKept()
     {
-        QFETCH(QImage::Format, format);
         constexpr auto premultiplied = QImage::Format_ARGB32_Premultiplied;
-        QImage pixels(40, 30, QImage::Format_ARGB32);
-        for (int y = 0; y < 30; ++y) {
-            for (int x = 0; x < 40; ++x)
-                pixels.setPixel(x, y, qRgba(x * 6, y * 8, 255 - x * 3, x < 20 ? 255 : 100 + y * 5));
+        QImage source = noise({40, 30}, QImage::Format_ARGB32);
+        source.setColorSpace(QColorSpace::DisplayP3);
+        for (const auto format : {QImage::Format_RGB32, QImage::Format_ARGB32, QImage::Format_RGB888,
+                                  QImage::Format_Grayscale8, QImage::Format_Grayscale16, QImage::Format_RGBA64,
+                                  QImage::Format_Indexed8, QImage::Format_Mono, QImage::Format_RGBX64}) {
+            const QImage pixels = source.convertToFormat(format), part = pixels.copy(10, 5, 20, 20);
+            const QList items{item(Kind::blur, {16, 10, 3, 3}, 1)}; // outside
+            const Image image = AnnotationRenderer::render({{pixels, {20, 15}}, QRectF(5, 2.5, 10, 10), items});
+            QCOMPARE(image.pixels.convertToFormat(premultiplied), part.convertToFormat(premultiplied));
+            QCOMPARE(image.pixels.hasAlphaChannel(), pixels.hasAlphaChannel());
+            QByteArray png = PngWriter::encode(image);
+            QBuffer file(&png);
+            QVERIFY(file.open(QIODevice::ReadOnly));
+            const Image read = ImageFile::load(file).image;
+            QCOMPARE(read.size, QSizeF(10, 10));
+            QCOMPARE(read.pixels.size(), QSize(20, 20));
+            QCOMPARE(read.pixels.colorSpace(), QColorSpace(QColorSpace::DisplayP3));
         }
-        pixels = pixels.convertToFormat(format);
-        pixels.setColorSpace(QColorSpace::DisplayP3);
-        const QRectF crop(5, 2.5, 10, 10);
-        const Image image =
-            AnnotationRenderer::render({{pixels, {20, 15}}, crop, {item(Kind::blur, {16, 10, 3, 3}, 1)}});
-        QCOMPARE(image.pixels.convertToFormat(premultiplied),
-                 pixels.copy(10, 5, 20, 20).convertToFormat(premultiplied));
-        QCOMPARE(image.pixels.hasAlphaChannel(), pixels.hasAlphaChannel());
-        QByteArray png = PngWriter::encode(image);
-        QBuffer file(&png);
-        QVERIFY(file.open(QIODevice::ReadOnly));
-        const Image read = ImageFile::load(file).image;
-        QCOMPARE(read.size, QSizeF(10, 10));
-        QCOMPARE(read.pixels.size(), QSize(20, 20));
-        QCOMPARE(read.pixels.colorSpace(), QColorSpace(QColorSpace::DisplayP3));
     }
 
     void coloursFollowTheProfile()
@@ -315,14 +345,12 @@ private Q_SLOTS:
     void tallPicture()
     {
         AnnotationDoc doc{plain(3, 40000), {}, {}};
-        QSet<int> black;
-        for (const int y : {100, 16383, 33000, 39990}) {
+        const QList<int> black{100, 16383, 33000, 39990};
+        for (const int y : black)
             doc.items << item(Kind::line, {0, 40000 - y - 1.0, 3, 0}, 2);
-            black += {y, y + 1};
-        }
         const QImage image = rendered(doc);
-        for (int y = 0; y < image.height(); ++y)
-            QCOMPARE(image.pixel(1, y), black.contains(y) ? 0xff000000 : 0xffffffff);
+        for (int y = 1; y < image.height(); ++y)
+            QCOMPARE(qGray(image.pixel(1, y)), black.contains(y) || black.contains(y - 1) ? 0 : 255);
     }
 };
 

@@ -18,7 +18,7 @@ public:
         ++begun;
         header = h;
         rows = 0;
-        pixels = tooLarge() ? QImage() : QImage(h.rows, h.format);
+        pixels = QImage(h.rows, h.format);
         pixels.fill(0);
         return !pixels.isNull();
     }
@@ -37,14 +37,12 @@ public:
         buffer.open(QIODevice::ReadOnly);
         return PngReader::read(buffer, depth, *this, lane);
     }
-    bool tooLarge() const { return qint64(header.size.width()) * header.size.height() > mostPixels; }
 
     PictureHeader header;
     QImage pixels;
     int begun = 0;
     int rows = 0;
     int stopAfter = -1;
-    qint64 mostPixels = 64'000'000; // PngReference's limit
 };
 
 // What our reading makes of a file that libpng's does not, pixels and refusal both; empty when they agree.

@@ -18,19 +18,12 @@ static QImage noise(QSize size, QImage::Format format)
     QImage image(size, premultiplied);
     for (int y = 0; y < size.height(); ++y) {
         for (int x = 0; x < size.width(); ++x) {
-            const int alpha = format == QImage::Format_RGB32 ? 255 : int(random.bounded(256));
-            const int v = random.bounded(4) == 0 ? 255 : 0;
-            image.setPixel(x, y, qPremultiply(qRgba(v, 255 - v, int(random.bounded(256)), alpha)));
+            const int alpha = format == QImage::Format_RGB32 ? 255 : random.bounded(256),
+                      v = random.bounded(4) ? 0 : 255;
+            image.setPixel(x, y, qPremultiply(qRgba(v, 255 - v, random.bounded(256), alpha)));
         }
     }
     return image.convertToFormat(format);
-}
-
-static QImage white(QSize size)
-{
-    QImage image(size, QImage::Format_RGB32);
-    image.fill(Qt::white);
-    return image;
 }
 
 class tst_AreaMeans : public QObject
@@ -77,7 +70,9 @@ private Q_SLOTS:
         row("a half", opaque, {60, 45});
         row("to one pixel", opaque, {1, 1});
         row("very wide to little", noise({3000, 4}, QImage::Format_RGB32), {7, 3});
-        row("more rows than 16 bits sum", white({9, 3000}), {5, 5});
+        QImage white(9, 3000, QImage::Format_RGB32);
+        white.fill(Qt::white);
+        row("more rows than 16 bits sum", white, {5, 5});
         row("the same size", opaque, {120, 90});
         row("with alpha", noise({97, 201}, premultiplied), {41, 90});
         row("straight alpha", noise({97, 201}, QImage::Format_ARGB32), {41, 90});

@@ -75,22 +75,18 @@ ImageFile::Result load(QByteArray file)
     return ImageFile::load(buffer);
 }
 
-std::optional<QSize> probe(QByteArray file)
+// Whether it is shown so, told by the middles of the quarters: codecs blur the borders. Its header says the same size.
+bool shows(QByteArray file, const QImage &wanted)
 {
     QBuffer buffer(&file);
     buffer.open(QIODevice::ReadOnly);
-    return ImageFile::probe(buffer);
-}
-
-// Compares the middles of the quarters: codecs blur the borders.
-bool sameQuarters(const QImage &a, const QImage &b)
-{
-    for (const QPointF at : {QPointF(0.25, 0.25), QPointF(0.75, 0.25), QPointF(0.25, 0.75), QPointF(0.75, 0.75)}) {
-        const QPoint pixel(int(at.x() * a.width()), int(at.y() * a.height()));
-        if (!Pixels::near(a.pixel(pixel), b.pixel(pixel), 12))
-            return false;
+    bool same = ImageFile::probe(buffer) == wanted.size();
+    const QImage image = load(file).image.pixels;
+    for (const int x : {image.width() / 4, image.width() * 3 / 4}) {
+        for (const int y : {image.height() / 4, image.height() * 3 / 4})
+            same = same && Pixels::near(image.pixel(x, y), wanted.pixel(x, y), 12);
     }
-    return a.size() == b.size();
+    return same && image.size() == wanted.size();
 }
 
 } // namespace
@@ -108,7 +104,7 @@ private Q_SLOTS:
         const auto row = [](const char *name, const QByteArray &file, double scale = 1,
                             const QColorSpace &colours = {}) { QTest::newRow(name) << file << scale << colours; };
         const QColorSpace wide(QColorSpace::DisplayP3);
-        QImage image = quarters(), grey = image.convertToFormat(QImage::Format_Grayscale8);
+        QImage image = quarters();
         image.setColorSpace(wide);
         image.setDotsPerMeterX(5669);
         image.setDotsPerMeterY(5669);
@@ -145,38 +141,28 @@ private Q_SLOTS:
         QFETCH(QByteArray, file);
         QFETCH(double, scale);
         QFETCH(QColorSpace, colours);
-        const ImageFile::Result result = load(file);
-        QCOMPARE(result.failure, Failure::none);
-        QVERIFY(sameQuarters(result.image.pixels, quarters()));
-        QCOMPARE(result.image.scale(), scale);
-        QCOMPARE(result.image.pixels.colorSpace(), colours);
-        QCOMPARE(probe(file), QSize(60, 40));
-    }
-
-    void orientationIsApplied_data()
-    {
-        QTest::addColumn<int>("orientation");
-        for (int orientation = 1; orientation <= 8; ++orientation)
-            QTest::addRow("%d", orientation) << orientation;
+        const Image image = load(file).image;
+        QVERIFY(shows(file, quarters()));
+        QCOMPARE(image.scale(), scale);
+        QCOMPARE(image.pixels.colorSpace(), colours);
     }
 
     // Qt writes the numbers of TIFF, and reads those of JPEG: it is the judge of both.
     void orientationIsApplied()
     {
-        QFETCH(int, orientation);
-        using Turn = QImageIOHandler::Transformations;
         static constexpr int turns[] = {0, 1, 3, 2, 6, 4, 5, 7}; // EXIF's numbers in Qt's terms
-        const QByteArray tiff = encoded(quarters(), "tiff", Turn(turns[orientation - 1]));
-        const QByteArray jpeg = withExif(encoded(quarters(), "jpg"), exif(orientation, 72));
-        const QByteArray png = withChunk(encoded(quarters(), "png"), chunk("eXIf", exif(orientation, 72).mid(6)));
-        QBuffer buffer;
-        buffer.setData(jpeg);
-        QImageReader reader(&buffer);
-        reader.setAutoTransform(true);
-        const QImage shown = reader.read();
-        for (const QByteArray &file : {jpeg, png, tiff}) {
-            QVERIFY(sameQuarters(load(file).image.pixels, shown));
-            QCOMPARE(probe(file), shown.size());
+        for (int orientation = 1; orientation <= 8; ++orientation) {
+            const QByteArray jpeg = withExif(encoded(quarters(), "jpg"), exif(orientation, 72));
+            QBuffer buffer;
+            buffer.setData(jpeg);
+            QImageReader reader(&buffer);
+            reader.setAutoTransform(true);
+            const QImage shown = reader.read();
+            QVERIFY2(shows(jpeg, shown), qPrintable(QString::number(orientation)));
+            const QByteArray chunkOfPng = chunk("eXIf", exif(orientation, 72).mid(6));
+            QVERIFY(shows(withChunk(encoded(quarters(), "png"), chunkOfPng), shown));
+            const auto turned = QImageIOHandler::Transformations(turns[orientation - 1]);
+            QVERIFY(shows(encoded(quarters(), "tiff", turned), shown));
         }
     }
 
@@ -223,22 +209,17 @@ private Q_SLOTS:
         QCOMPARE(load(encoded(large, "tiff")).image.pixels.convertToFormat(QImage::Format_RGB32), large);
     }
 
-    void cutFilesAreShownAsFarAsTheyGo_data()
-    {
-        QTest::addColumn<QByteArray>("file");
-        for (const char *format : {"png", "jpg", "webp"})
-            QTest::addRow("%s", format) << encoded(quarters({400, 300}), format);
-    }
-
     void cutFilesAreShownAsFarAsTheyGo()
     {
-        QFETCH(QByteArray, file);
-        QVERIFY(!load(file).image.isNull()); // leaves its colours in freed memory
-        const QImage shown = load(file.chopped(file.size() / 5)).image.pixels;
-        QCOMPARE(shown.size(), QSize(400, 300));
-        QVERIFY(Pixels::near(shown.pixel(100, 20), 0xffe02020, 12) &&
-                Pixels::near(shown.pixel(300, 20), 0xff20e020, 12));
-        QVERIFY(Pixels::near(shown.pixel(300, 299), 0, 128));
+        for (const char *format : {"png", "jpg", "webp"}) {
+            const QByteArray file = encoded(quarters({400, 300}), format);
+            QVERIFY(!load(file).image.isNull()); // leaves its colours in freed memory
+            const QImage shown = load(file.chopped(file.size() / 5)).image.pixels;
+            QCOMPARE(shown.size(), QSize(400, 300));
+            QVERIFY(Pixels::near(shown.pixel(100, 20), 0xffe02020, 12));
+            QVERIFY(Pixels::near(shown.pixel(300, 20), 0xff20e020, 12));
+            QVERIFY2(Pixels::near(shown.pixel(300, 299), 0, 128), format);
+        }
     }
 
     // Every format cut at many places and with bytes changed: any answer, but no crash and no sanitizer's complaint.
@@ -262,7 +243,6 @@ private Q_SLOTS:
     {
         QCOMPARE(load("no picture").failure, Failure::undecodable);
         QCOMPARE(load({}).failure, Failure::undecodable);
-        QCOMPARE(probe("no picture"), std::nullopt);
         QCOMPARE(ImageFile::load(QStringLiteral("/nowhere/at/all.png")).failure, Failure::missing);
     }
 };

@@ -38,31 +38,28 @@ private Q_SLOTS:
     void everyKindOfFileIsShrunk_data()
     {
         QTest::addColumn<QByteArray>("format");
-        QTest::addColumn<bool>("grey");
+        QTest::addColumn<QImage::Format>("pixels");
         for (const char *format : {"png", "jpg", "webp", "tiff"}) {
-            QTest::addRow("%s", format) << QByteArray(format) << false;
-            QTest::addRow("%s, grey", format) << QByteArray(format) << true;
+            QTest::addRow("%s", format) << QByteArray(format) << QImage::Format_RGB32;
+            QTest::addRow("%s, grey", format) << QByteArray(format) << QImage::Format_Grayscale8;
         }
     }
-
     void everyKindOfFileIsShrunk()
     {
         QFETCH(QByteArray, format);
-        QFETCH(bool, grey);
-        const QRgb corner = grey ? 0xffa0a0a0 : 0xffe0a040, ground = grey ? 0xff606060 : 0xff3060c0;
-        QImage image = plain({1600, 900}, ground);
+        QFETCH(QImage::Format, pixels);
+        QImage image = plain({1600, 900}, 0xff3060c0);
         for (int y = 0; y < 450; ++y)
-            std::fill_n(reinterpret_cast<QRgb *>(image.scanLine(y)), 800, corner);
-        if (grey)
-            image.convertTo(QImage::Format_Grayscale8);
-        else
+            std::fill_n(reinterpret_cast<QRgb *>(image.scanLine(y)), 800, 0xffe0a040);
+        image.convertTo(pixels);
+        if (pixels == QImage::Format_RGB32)
             image.setColorSpace(QColorSpace::DisplayP3);
         const QImage small = Thumbnailer::make(written(image, format.constData()), 100);
         QCOMPARE(small.size(), QSize(100, 56));
         QCOMPARE(small.format(), QImage::Format_RGB32);
-        if (!grey)
-            QCOMPARE(small.colorSpace(), QColorSpace(QColorSpace::DisplayP3));
-        QVERIFY(Pixels::near(small.pixel(25, 14), corner, 4) && Pixels::near(small.pixel(75, 40), ground, 4));
+        QCOMPARE(small.colorSpace(), image.colorSpace());
+        QVERIFY(Pixels::near(small.pixel(25, 14), image.pixel(0, 0), 4));
+        QVERIFY(Pixels::near(small.pixel(75, 40), image.pixel(1599, 899), 4));
     }
 
     void everyKindOfPngComesInColours()
@@ -105,8 +102,7 @@ private Q_SLOTS:
     void whatCannotBeReadIsNull()
     {
         QVERIFY(Thumbnailer::make(QStringLiteral("/nowhere.png"), 100).isNull());
-        for (const double edge : {0.0, std::nan("")})
-            QVERIFY(Thumbnailer::make(written(plain({9, 9}, 0)), edge).isNull());
+        QVERIFY(Thumbnailer::make(written(plain({9, 9}, 0)), std::nan("")).isNull());
     }
 };
 

@@ -1,6 +1,5 @@
 #pragma once
 
-#include <QColor>
 #include <QImage>
 #include <QRectF>
 
@@ -34,6 +33,19 @@ inline bool near(QRgb a, QRgb b, int levels)
            std::abs(qBlue(a) - qBlue(b)) <= levels;
 }
 
+inline bool near(const QImage &a, const QImage &b, int levels)
+{
+    if (a == b || levels == 0 || a.size() != b.size())
+        return a == b;
+    for (int y = 0; y < a.height(); ++y) {
+        for (int x = 0; x < a.width(); ++x) {
+            if (!near(a.pixel(x, y), b.pixel(x, y), levels))
+                return false;
+        }
+    }
+    return true;
+}
+
 // The mean over the part of a box that lies in the picture, by the definition: the measure for every way of shrinking.
 inline Channels meanOf(const QImage &premultiplied, QRectF box)
 {
@@ -50,22 +62,6 @@ inline Channels meanOf(const QImage &premultiplied, QRectF box)
         }
     }
     return sum;
-}
-
-inline double luminance(const QColor &color)
-{
-    const auto linear = [](double v) { return v <= 0.04045 ? v / 12.92 : std::pow((v + 0.055) / 1.055, 2.4); };
-    return 0.2126 * linear(color.redF()) + 0.7152 * linear(color.greenF()) + 0.0722 * linear(color.blueF());
-}
-
-// Contrast as WCAG 2.2 defines it, 1 to 21, of a colour that may be translucent on one that is not.
-inline double contrast(const QColor &front, const QColor &back)
-{
-    const auto over = [&](float f, float b) { return f * front.alphaF() + b * (1 - front.alphaF()); };
-    const QColor seen = QColor::fromRgbF(over(front.redF(), back.redF()), over(front.greenF(), back.greenF()),
-                                         over(front.blueF(), back.blueF()));
-    const auto [darker, lighter] = std::minmax({luminance(seen), luminance(back)});
-    return (lighter + 0.05) / (darker + 0.05);
 }
 
 } // namespace qm::Pixels

@@ -5,6 +5,9 @@
 
 #include <zlib.h>
 
+#include <array>
+#include <span>
+
 namespace qm {
 
 static QByteArray number(quint32 value)
@@ -27,45 +30,32 @@ QByteArray PngForge::chunk(const QByteArray &type, const QByteArray &content)
 
 QByteArray PngForge::rows(const Picture &picture)
 {
+    // Adam7: first column, first row, steps of each pass.
+    using Pass = std::array<int, 4>;
+    static constexpr Pass whole[] = {{0, 0, 1, 1}};
+    static constexpr Pass passes[] = {{0, 0, 8, 8}, {4, 0, 8, 8}, {0, 4, 4, 8}, {2, 0, 4, 4},
+                                      {0, 2, 2, 4}, {1, 0, 2, 2}, {0, 1, 1, 2}};
     QRandomGenerator random(picture.seed);
     QByteArray raw;
-    const auto pass = [&](int width, int height) {
+    for (const Pass &pass : picture.interlaced ? std::span<const Pass>(passes) : std::span<const Pass>(whole)) {
+        const int width = (picture.width - pass[0] + pass[2] - 1) / pass[2];
+        const int height = (picture.height - pass[1] + pass[3] - 1) / pass[3];
         const int bytes = (width * channelsOf(picture.colourType) * picture.bitDepth + 7) / 8;
         for (int y = 0; y < height && width > 0; ++y) {
             raw += char(picture.filter >= 0 ? picture.filter : (y + 4) % 5);
             bool flat = false; // runs of zeros and runs of noise, as screens have them
             for (int i = 0; i < bytes; ++i) {
-                if (random.bounded(24) == 0)
-                    flat = !flat;
+                flat ^= random.bounded(24) == 0;
                 raw += flat ? '\0' : char(random.bounded(picture.colourType == 3 ? 4 : 256));
             }
         }
-    };
-    if (!picture.interlaced) {
-        pass(picture.width, picture.height);
-        return raw;
     }
-    // Adam7: first column, first row, steps of each pass.
-    static constexpr int passes[7][4] = {{0, 0, 8, 8}, {4, 0, 8, 8}, {0, 4, 4, 8}, {2, 0, 4, 4},
-                                         {0, 2, 2, 4}, {1, 0, 2, 2}, {0, 1, 1, 2}};
-    for (const auto &p : passes)
-        pass((picture.width - p[0] + p[2] - 1) / p[2], (picture.height - p[1] + p[3] - 1) / p[3]);
     return raw;
 }
 
 QByteArray PngForge::deflated(const QByteArray &raw, int level)
 {
-    z_stream stream{};
-    deflateInit(&stream, level); // the full window, whatever the size
-    QByteArray out(qsizetype(deflateBound(&stream, uLong(raw.size()))), Qt::Uninitialized);
-    stream.next_in = reinterpret_cast<Bytef *>(const_cast<char *>(raw.constData()));
-    stream.avail_in = uInt(raw.size());
-    stream.next_out = reinterpret_cast<Bytef *>(out.data());
-    stream.avail_out = uInt(out.size());
-    deflate(&stream, Z_FINISH);
-    out.resize(qsizetype(stream.total_out));
-    deflateEnd(&stream);
-    return out;
+    return qCompress(raw, level).mid(4); // a length before it
 }
 
 PngForge::Inflated PngForge::inflated(const QByteArray &stream, qsizetype most)
@@ -130,21 +120,21 @@ PngForge::Picture PngForge::anyPicture(QRandomGenerator &random)
     return picture;
 }
 
-static QByteArray anyChunk(const PngForge::Picture &picture, QRandomGenerator &random)
+static QByteArray anyChunk(QRandomGenerator &random)
 {
-    const std::pair<const char *, QByteArray> kinds[] = {
+    static const std::pair<const char *, QByteArray> kinds[] = {
         {"tEXt", QByteArray("Title\0x", 7)}, // harmless
         {"ABCD", "x"},                       // critical, and unknown
         {"IDAT", {}},                        // empty, perhaps between others
+        {"IEND", {}},                        // too early
         {"tRNS", QByteArray(6, '\0')},       // a colour key
         {"PLTE", QByteArray(9, 'x')},        // a suggested palette
         {"PLTE", QByteArray(8, 'x')},        // of no whole colours
-        {"sBIT", QByteArray(channelsOf(picture.colourType), '\5')},
+        {"sBIT", QByteArray(4, '\5')},
         {"bKGD", QByteArray(6, '\1')},
         {"sRGB", QByteArray(1, '\0')},
         {"gAMA", number(45455)},
         {"iCCP", QByteArray("x\0\0garbage", 10)},
-        {"IEND", {}},
     };
     const auto &[type, content] = kinds[random.bounded(int(std::size(kinds)))];
     return PngForge::chunk(type, content);
@@ -157,30 +147,32 @@ QByteArray PngForge::damagedFile(const Picture &picture, QRandomGenerator &rando
     const int chosen = random.bounded(int(starts.size()));
     const qsizetype start = starts[chosen], end = chosen + 1 < starts.size() ? starts[chosen + 1] : good.size();
     const auto somewhere = [&](const QByteArray &bytes) { return random.bounded(int(bytes.size())); };
+    const auto with = [&](QByteArray bytes, qsizetype at, int byte) {
+        return bytes.replace(at, 1, QByteArray(1, char(byte)));
+    };
     const auto withRows = [&](const QByteArray &other) { return file(picture, {}, deflated(other, picture.level)); };
-    QByteArray changed = good;
     switch (random.bounded(14)) {
-    case 0: changed[somewhere(good)] ^= char(1 << random.bounded(8)); return changed;
+    case 0: return with(good, somewhere(good), random.bounded(256));
     case 1: return good.left(somewhere(good));
     case 2: return good + "more";
     case 3: return good.left(start) + good.mid(end);
     case 4: return good.left(end) + good.mid(start);
-    case 5: return good.left(start) + anyChunk(picture, random) + good.mid(start);
-    case 6: changed[start] = char(random.bounded(2) ? 0x7f : 0xff); return changed; // a huge length, or a negative one
-    case 7: // a filter number, where rows are all as long
-        changed = raw;
-        changed[raw.size() / picture.height * random.bounded(picture.height)] = char(random.bounded(5, 256));
-        return withRows(changed);
-    case 8: return withRows(raw.chopped(random.bounded(1, int(qMin<qsizetype>(raw.size(), 300)) + 1)));
+    case 5: return good.left(start) + anyChunk(random) + good.mid(start);
+    case 6: return with(good, start, random.bounded(2) ? 0x7f : 0xff); // a huge length, or a negative one
+    case 7: {                                                          // a filter number, where rows are all as long
+        const qsizetype row = raw.size() / picture.height * random.bounded(picture.height);
+        return withRows(with(raw, row, random.bounded(5, 256)));
+    }
+    case 8: return withRows(raw.chopped(random.bounded(int(qMin<qsizetype>(raw.size(), 300))) + 1));
     case 9: return withRows(raw + raw.left(random.bounded(300) + 1));
     case 10: return file(picture, {}, stream.chopped(somewhere(stream) % 24 + 1));
     case 11: return file(picture, {}, stream + (random.bounded(2) ? stream : QByteArray("more")));
-    case 12: // its header, and its own checksum
-        changed = stream;
-        changed[random.bounded(2) ? random.bounded(2) : int(stream.size()) - 1] ^= char(1 << random.bounded(8));
-        return file(picture, {}, changed);
+    case 12: { // the stream's header, or its checksum
+        const qsizetype places[] = {0, 1, stream.size() - 1};
+        return file(picture, {}, with(stream, places[random.bounded(3)], random.bounded(256)));
+    }
     default:
-        changed = stream;
+        QByteArray changed = stream;
         for (int i = random.bounded(1, 4); i > 0; --i)
             changed[somewhere(stream)] = char(random.bounded(256));
         return file(picture, {}, changed);
