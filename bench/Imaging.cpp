@@ -1,10 +1,10 @@
 // Reading, scaling and writing PNG compared with QImage and libvips: CPU time (user and system, all threads, best of
 // several) and peak memory, each measured in its own process. Read the ratios; absolute figures depend on the machine.
 
+#include "bench/Rendered.h"
 #include "imaging/ImageFile.h"
 #include "imaging/PngWriter.h"
 #include "imaging/Thumbnailer.h"
-#include "tests/support/RenderedScreen.h"
 
 #include <QBuffer>
 #include <QFile>
@@ -238,15 +238,15 @@ int main(int argc, char **argv)
     QTemporaryDir folder;
     const QString path = folder.filePath(QStringLiteral("picture"));
     for (const Picture &screen : screens) {
-        const QImage image = RenderedScreen::desktop(screen.size, screen.transparent);
+        const QImage image = bench::renderedDesktop(screen.size, screen.transparent);
         image.save(path, "PNG");
         report(QString::fromLatin1(screen.name), path, false);
         std::fflush(stdout);
     }
-    RenderedScreen::desktop({2880, 1800}).save(path, "PNG");
+    bench::renderedDesktop({2880, 1800}).save(path, "PNG");
     if (PngWriter::write(path, {QImage(path), QSizeF(1440, 900)}))
         report(QStringLiteral("2880x1800, by us"), path, false);
-    const QImage photo = RenderedScreen::photo({4000, 3000});
+    const QImage photo = bench::renderedPhoto({4000, 3000});
     photo.save(path, "PNG");
     report(QStringLiteral("photo 4000x3000 PNG"), path, false);
     photo.save(path, "JPEG", 90);

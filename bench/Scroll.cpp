@@ -1,6 +1,6 @@
 #include "bench/Measure.h"
+#include "bench/Rendered.h"
 #include "helpers/qmscroll/FrameMatch.h"
-#include "tests/support/RenderedScreen.h"
 
 #include <QGuiApplication>
 #include <QPainter>
@@ -64,8 +64,8 @@ int main(int argc, char **argv)
     if (qEnvironmentVariableIsEmpty("QT_QPA_PLATFORM"))
         qputenv("QT_QPA_PLATFORM", "offscreen");
     QGuiApplication application(argc, argv);
-    const Page page(RenderedScreen::desktop({frameSize.width(), 4000}).convertToFormat(QImage::Format_RGB32));
-    const Page photo(RenderedScreen::photo({frameSize.width(), 2400}));
+    const Page page(bench::renderedDesktop({frameSize.width(), 4000}).convertToFormat(QImage::Format_RGB32));
+    const Page photo(bench::renderedPhoto({frameSize.width(), 2400}));
     measure("page, a wheel's step", page.frame(1100, 0, 0), page.frame(1220, 0, 0));
     measure("page, half the region", page.frame(1100, 0, 0), page.frame(1600, 0, 0));
     measure("page with header and scroll bar", page.frame(1100, 64, 15), page.frame(1220, 64, 15));

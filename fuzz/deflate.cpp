@@ -1,14 +1,10 @@
 // A libFuzzer target: whatever is deflated, in steps of any size and whatever the distances of pixel and row, zlib inflates to
 // the same bytes. The first bytes of the input choose these; the rest is widened, as short inputs seldom fill a block.
 
-#include "imaging/Deflater.h"
+#include "tests/imaging/DeflaterDriver.h"
 #include "tests/support/PngForge.h"
 
-#include <QByteArray>
-
-#include <algorithm>
 #include <cstdlib>
-#include <cstring>
 
 using namespace qm;
 
@@ -31,23 +27,14 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size)
         return 0;
     const int pixel = 1 + data[0] % 8;
     const qint64 row = pixel + (data[1] | data[2] << 8);
-    const size_t step = 1 + (data[3] | size_t(data[4]) << 8);
+    const qsizetype step = 1 + (data[3] | data[4] << 8);
     const QByteArray bytes =
         widened(QByteArray(reinterpret_cast<const char *>(data + choices), qsizetype(size - choices)),
                 1 + (data[5] | (data[6] & 1) << 8), data[7]);
 
-    QByteArray stream;
-    Deflater deflater(pixel, row, step, [&](const uchar *part, size_t count) {
-        stream.append(reinterpret_cast<const char *>(part), qsizetype(count));
-    });
-    for (size_t at = 0; at < size_t(bytes.size()); at += step) {
-        const size_t count = std::min(step, size_t(bytes.size()) - at);
-        std::memcpy(deflater.room(), bytes.constData() + at, count);
-        deflater.add(count);
-    }
-    deflater.finish();
-
-    if (PngForge::inflated(stream, bytes.size()) != bytes)
+    const QByteArray stream = deflatedInSteps(bytes, pixel, row, step);
+    const PngForge::Inflated back = PngForge::inflated(stream, bytes.size());
+    if (!back.whole || back.taken != stream.size() || back.raw != bytes)
         std::abort();
     return 0;
 }

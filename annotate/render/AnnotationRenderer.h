@@ -1,7 +1,6 @@
 #pragma once
 
 #include "annotate/document/Annotation.h"
-#include "annotate/document/TextLine.h"
 
 namespace qm {
 
@@ -16,8 +15,6 @@ namespace AnnotationRenderer {
 // fewer. The source's colour profile is kept. Never fails: what is missing is not drawn. Only a picture too large for
 // memory has no pixels.
 Image render(const AnnotationDoc &doc, std::optional<double> maxDimension = {}, RenderCache *cache = nullptr);
-
-using qm::measureTextWidth;
 
 } // namespace AnnotationRenderer
 } // namespace qm

@@ -1,10 +1,10 @@
+#include "imaging/ImageFile.h"
 #include "imaging/Pasteboard.h"
-#include "tests/support/PngReference.h"
 
+#include <QBuffer>
 #include <QClipboard>
 #include <QFile>
 #include <QGuiApplication>
-#include <QImage>
 #include <QMimeData>
 #include <QTemporaryDir>
 #include <QtTest>
@@ -25,15 +25,15 @@ private Q_SLOTS:
         const QMimeData *data = QGuiApplication::clipboard()->mimeData();
         QVERIFY(data && data->hasImage());
         QVERIFY(data->hasFormat(QStringLiteral("x-kde-force-image-copy")));
-        QCOMPARE(qvariant_cast<QImage>(data->imageData()), pixels);
         QCOMPARE(QGuiApplication::clipboard()->image(), pixels);
 
-        const QByteArray png = data->data(QStringLiteral("image/png"));
-        const PngReference read = PngReference::read(png);
-        QCOMPARE(read.pixels, pixels.convertToFormat(QImage::Format_RGBA8888));
-        QCOMPARE(read.dotsPerMetre, 5669u); // pasted at the size it had on the screen
-        QCOMPARE(data->data(QStringLiteral("image/png")).constData(),
-                 png.constData()); // the same bytes, not encoded again
+        QByteArray png = data->data(QStringLiteral("image/png"));
+        QVERIFY(data->data(QStringLiteral("image/png")).isSharedWith(png)); // not encoded again
+        QBuffer buffer(&png);
+        QVERIFY(buffer.open(QIODevice::ReadOnly));
+        const Image pasted = ImageFile::load(buffer).image;
+        QCOMPARE(pasted.pixels.convertToFormat(QImage::Format_RGB32), pixels);
+        QCOMPARE(pasted.size, QSizeF(20, 15)); // as large as it was on the screen
     }
 
     void aFilesOwnBytesAreHandedOver()

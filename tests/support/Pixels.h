@@ -34,6 +34,19 @@ inline bool near(QRgb a, QRgb b, int levels)
            std::abs(qBlue(a) - qBlue(b)) <= levels;
 }
 
+inline bool near(const QImage &a, const QImage &b, int levels)
+{
+    if (a == b || levels == 0 || a.size() != b.size())
+        return a == b;
+    for (int y = 0; y < a.height(); ++y) {
+        for (int x = 0; x < a.width(); ++x) {
+            if (!near(a.pixel(x, y), b.pixel(x, y), levels))
+                return false;
+        }
+    }
+    return true;
+}
+
 // The mean over the part of a box that lies in the picture, by the definition: the measure for every way of shrinking.
 inline Channels meanOf(const QImage &premultiplied, QRectF box)
 {

@@ -5,6 +5,9 @@
 
 #include <zlib.h>
 
+#include <array>
+#include <span>
+
 namespace qm {
 
 static QByteArray number(quint32 value)
@@ -27,60 +30,47 @@ QByteArray PngForge::chunk(const QByteArray &type, const QByteArray &content)
 
 QByteArray PngForge::rows(const Picture &picture)
 {
+    // Adam7: first column, first row, steps of each pass.
+    using Pass = std::array<int, 4>;
+    static constexpr Pass whole[] = {{0, 0, 1, 1}};
+    static constexpr Pass passes[] = {{0, 0, 8, 8}, {4, 0, 8, 8}, {0, 4, 4, 8}, {2, 0, 4, 4},
+                                      {0, 2, 2, 4}, {1, 0, 2, 2}, {0, 1, 1, 2}};
     QRandomGenerator random(picture.seed);
     QByteArray raw;
-    const auto pass = [&](int width, int height) {
+    for (const Pass &pass : picture.interlaced ? std::span<const Pass>(passes) : std::span<const Pass>(whole)) {
+        const int width = (picture.width - pass[0] + pass[2] - 1) / pass[2];
+        const int height = (picture.height - pass[1] + pass[3] - 1) / pass[3];
         const int bytes = (width * channelsOf(picture.colourType) * picture.bitDepth + 7) / 8;
         for (int y = 0; y < height && width > 0; ++y) {
             raw += char(picture.filter >= 0 ? picture.filter : (y + 4) % 5);
             bool flat = false; // runs of zeros and runs of noise, as screens have them
             for (int i = 0; i < bytes; ++i) {
-                if (random.bounded(24) == 0)
-                    flat = !flat;
+                flat ^= random.bounded(24) == 0;
                 raw += flat ? '\0' : char(random.bounded(picture.colourType == 3 ? 4 : 256));
             }
         }
-    };
-    if (!picture.interlaced) {
-        pass(picture.width, picture.height);
-        return raw;
     }
-    // Adam7: first column, first row, steps of each pass.
-    static constexpr int passes[7][4] = {{0, 0, 8, 8}, {4, 0, 8, 8}, {0, 4, 4, 8}, {2, 0, 4, 4},
-                                         {0, 2, 2, 4}, {1, 0, 2, 2}, {0, 1, 1, 2}};
-    for (const auto &p : passes)
-        pass((picture.width - p[0] + p[2] - 1) / p[2], (picture.height - p[1] + p[3] - 1) / p[3]);
     return raw;
 }
 
 QByteArray PngForge::deflated(const QByteArray &raw, int level)
 {
-    z_stream stream{};
-    deflateInit(&stream, level); // the full window, whatever the size
-    QByteArray out(qsizetype(deflateBound(&stream, uLong(raw.size()))), Qt::Uninitialized);
-    stream.next_in = reinterpret_cast<Bytef *>(const_cast<char *>(raw.constData()));
-    stream.avail_in = uInt(raw.size());
-    stream.next_out = reinterpret_cast<Bytef *>(out.data());
-    stream.avail_out = uInt(out.size());
-    deflate(&stream, Z_FINISH);
-    out.resize(qsizetype(stream.total_out));
-    deflateEnd(&stream);
-    return out;
+    return qCompress(raw, level).mid(4); // a length before it
 }
 
-std::optional<QByteArray> PngForge::inflated(const QByteArray &stream, qsizetype most)
+PngForge::Inflated PngForge::inflated(const QByteArray &stream, qsizetype most)
 {
-    QByteArray raw(most + 1, Qt::Uninitialized);
+    QByteArray raw(most + 1, Qt::Uninitialized); // zlib wants room beyond the last byte to see that it was the last
     z_stream zlib{};
     inflateInit(&zlib);
     zlib.next_in = reinterpret_cast<Bytef *>(const_cast<char *>(stream.constData()));
     zlib.avail_in = uInt(stream.size());
     zlib.next_out = reinterpret_cast<Bytef *>(raw.data());
     zlib.avail_out = uInt(raw.size());
-    const bool whole = inflate(&zlib, Z_FINISH) == Z_STREAM_END && zlib.avail_in == 0;
+    const bool ended = inflate(&zlib, Z_FINISH) == Z_STREAM_END;
     raw.resize(qsizetype(zlib.total_out));
     inflateEnd(&zlib);
-    return whole ? std::optional(raw) : std::nullopt;
+    return {raw, qsizetype(zlib.total_in), ended && raw.size() <= most};
 }
 
 QByteArray PngForge::file(const Picture &picture, const QByteArray &extra)
@@ -110,75 +100,83 @@ QList<qsizetype> PngForge::chunkStarts(const QByteArray &file)
     return starts;
 }
 
-QList<std::pair<QByteArray, QByteArray>> PngForge::oddities()
+PngForge::Picture PngForge::anyPicture(QRandomGenerator &random)
 {
-    QList<std::pair<QByteArray, QByteArray>> files;
-    const auto add = [&](const QByteArray &name, const QByteArray &content) { files.append({name, content}); };
-    const Picture picture{.width = 21, .height = 17, .idatLength = 300};
-    const QByteArray good = file(picture, chunk("pHYs", number(5669) + number(5669) + '\1'));
-    const QList<qsizetype> starts = chunkStarts(good);
-    for (int i = 0; i < starts.size(); ++i) {
-        const qsizetype start = starts[i];
-        const qsizetype end = i + 1 < starts.size() ? starts[i + 1] : good.size();
-        const QByteArray name = good.mid(start + 4, 4) + ' ' + QByteArray::number(i);
-        const QByteArray whole = good.mid(start, end - start);
-        QByteArray wrong = good;
-        wrong[end - 1] = char(wrong[end - 1] ^ 1);
-        add("wrong checksum of " + name, wrong);
-        add("cut before " + name, good.left(start));
-        add("cut inside " + name, good.left(start + 8 + (end - start - 12) / 2));
-        add("cut in the checksum of " + name, good.left(end - 2));
-        add("without " + name, good.left(start) + good.mid(end));
-        add("twice " + name, good.left(end) + whole + good.mid(end));
-        files +=
-            {"a text before " + name, good.left(start) + chunk("tEXt", QByteArray("Title\0x", 7)) + good.mid(start)};
-        add("an unknown critical chunk before " + name, good.left(start) + chunk("ABCD", "x") + good.mid(start));
-        add("an empty IDAT before " + name, good.left(start) + chunk("IDAT", {}) + good.mid(start));
-        QByteArray longer = good;
-        longer[start] = char(0x7f);
-        add("a huge length for " + name, longer);
-        longer[start] = char(0xff);
-        add("a negative length for " + name, longer);
+    static constexpr std::pair<int, int> kinds[] = {{0, 1}, {0, 2}, {0, 4}, {0, 8}, {0, 16}, {2, 8}, {2, 16}, {3, 1},
+                                                    {3, 2}, {3, 4}, {3, 8}, {4, 8}, {4, 16}, {6, 8}, {6, 16}};
+    const auto [colourType, bitDepth] = kinds[random.bounded(int(std::size(kinds)))];
+    Picture picture{.width = random.bounded(1, 71), .height = random.bounded(1, 40)};
+    if (random.bounded(2)) { // half of them as screenshots are
+        picture.colourType = random.bounded(2) ? 2 : 6;
+    } else {
+        picture.bitDepth = bitDepth;
+        picture.colourType = colourType;
+        picture.interlaced = random.bounded(2);
     }
-    add("bytes after the end", good + "more");
-    add("not a PNG", "GIF89a");
-    add("empty", {});
+    picture.filter = picture.colourType == 3 ? 0 : random.bounded(-1, 5); // others would leave the palette
+    picture.level = random.bounded(10);
+    picture.idatLength = random.bounded(3) ? 0 : random.bounded(1, 400);
+    picture.seed = random.generate();
+    return picture;
+}
 
-    Picture plain{.width = 21, .height = 17};
-    for (const int colourType : {2, 6}) {
-        plain.colourType = colourType;
-        const QByteArray raw = rows(plain), row = raw.left(1 + 21 * channelsOf(colourType));
-        const QByteArray type = " type " + QByteArray::number(colourType);
-        QByteArray bad = raw;
-        bad[5 * row.size()] = 5;
-        add("filter number 5" + type, file(plain, {}, deflated(bad, 6)));
-        bad[5 * row.size()] = char(255);
-        add("filter number 255" + type, file(plain, {}, deflated(bad, 6)));
-        add("a row too few" + type, file(plain, {}, deflated(raw.chopped(row.size()), 6)));
-        add("a byte too few" + type, file(plain, {}, deflated(raw.chopped(1), 6)));
-        add("a row too many" + type, file(plain, {}, deflated(raw + row, 6)));
-        QByteArray stream = deflated(raw, 6);
-        add("bytes after the stream" + type, file(plain, {}, stream + "more"));
-        add("the stream twice" + type, file(plain, {}, stream + stream));
-        for (const int cut : {1, 4, 5, 20})
-            add("stream short by " + QByteArray::number(cut) + type, file(plain, {}, stream.chopped(cut)));
-        for (const auto &[at, bits] :
-             {std::pair(0, 0x70), {0, 1}, {1, 0x20}, {1, 1}, {2, 6}, {int(stream.size()) - 1, 1}}) {
-            QByteArray changed = stream;
-            changed[at] = char(changed[at] ^ bits);
-            add("stream byte " + QByteArray::number(at) + " changed by " + QByteArray::number(bits) + type,
-                file(plain, {}, changed));
-        }
-        add("a colour key" + type, file(plain, chunk("tRNS", QByteArray(6, '\0'))));
-        add("a suggested palette" + type, file(plain, chunk("PLTE", QByteArray(9, 'x'))));
-        add("a bad palette" + type, file(plain, chunk("PLTE", QByteArray(8, 'x'))));
-        add("significant bits" + type, file(plain, chunk("sBIT", QByteArray(channelsOf(colourType), '\5'))));
-        add("background" + type, file(plain, chunk("bKGD", QByteArray(6, '\1'))));
-        files +=
-            {"sRGB and gamma" + type, file(plain, chunk("sRGB", QByteArray(1, '\0')) + chunk("gAMA", number(45455)))};
-        add("a broken profile" + type, file(plain, chunk("iCCP", QByteArray("x\0\0garbage", 10))));
+static QByteArray anyChunk(QRandomGenerator &random)
+{
+    static const std::pair<const char *, QByteArray> kinds[] = {
+        {"tEXt", QByteArray("Title\0x", 7)}, // harmless
+        {"ABCD", "x"},                       // critical, and unknown
+        {"IDAT", {}},                        // empty, perhaps between others
+        {"IEND", {}},                        // too early
+        {"tRNS", QByteArray(6, '\0')},       // a colour key
+        {"PLTE", QByteArray(9, 'x')},        // a suggested palette
+        {"PLTE", QByteArray(8, 'x')},        // of no whole colours
+        {"sBIT", QByteArray(4, '\5')},
+        {"bKGD", QByteArray(6, '\1')},
+        {"sRGB", QByteArray(1, '\0')},
+        {"gAMA", number(45455)},
+        {"iCCP", QByteArray("x\0\0garbage", 10)},
+    };
+    const auto &[type, content] = kinds[random.bounded(int(std::size(kinds)))];
+    return PngForge::chunk(type, content);
+}
+
+QByteArray PngForge::damagedFile(const Picture &picture, QRandomGenerator &random)
+{
+    const QByteArray raw = rows(picture), stream = deflated(raw, picture.level), good = file(picture, {}, stream);
+    const QList<qsizetype> starts = chunkStarts(good);
+    const int chosen = random.bounded(int(starts.size()));
+    const qsizetype start = starts[chosen], end = chosen + 1 < starts.size() ? starts[chosen + 1] : good.size();
+    const auto somewhere = [&](const QByteArray &bytes) { return random.bounded(int(bytes.size())); };
+    const auto with = [&](QByteArray bytes, qsizetype at, int byte) {
+        return bytes.replace(at, 1, QByteArray(1, char(byte)));
+    };
+    const auto withRows = [&](const QByteArray &other) { return file(picture, {}, deflated(other, picture.level)); };
+    switch (random.bounded(14)) {
+    case 0: return with(good, somewhere(good), random.bounded(256));
+    case 1: return good.left(somewhere(good));
+    case 2: return good + "more";
+    case 3: return good.left(start) + good.mid(end);
+    case 4: return good.left(end) + good.mid(start);
+    case 5: return good.left(start) + anyChunk(random) + good.mid(start);
+    case 6: return with(good, start, random.bounded(2) ? 0x7f : 0xff); // a huge length, or a negative one
+    case 7: {                                                          // a filter number, where rows are all as long
+        const qsizetype row = raw.size() / picture.height * random.bounded(picture.height);
+        return withRows(with(raw, row, random.bounded(5, 256)));
     }
-    return files;
+    case 8: return withRows(raw.chopped(random.bounded(int(qMin<qsizetype>(raw.size(), 300))) + 1));
+    case 9: return withRows(raw + raw.left(random.bounded(300) + 1));
+    case 10: return file(picture, {}, stream.chopped(somewhere(stream) % 24 + 1));
+    case 11: return file(picture, {}, stream + (random.bounded(2) ? stream : QByteArray("more")));
+    case 12: { // the stream's header, or its checksum
+        const qsizetype places[] = {0, 1, stream.size() - 1};
+        return file(picture, {}, with(stream, places[random.bounded(3)], random.bounded(256)));
+    }
+    default:
+        QByteArray changed = stream;
+        for (int i = random.bounded(1, 4); i > 0; --i)
+            changed[somewhere(stream)] = char(random.bounded(256));
+        return file(picture, {}, changed);
+    }
 }
 
 } // namespace qm

@@ -3,7 +3,7 @@
 #include <QByteArray>
 #include <QList>
 
-#include <optional>
+class QRandomGenerator;
 
 namespace qm {
 
@@ -22,12 +22,20 @@ struct Picture {
     quint32 seed = 1;   // of the residuals, half of which are zero
 };
 
+Picture anyPicture(QRandomGenerator &random); // small, of any kind that there is
+
 QByteArray chunk(const QByteArray &type, const QByteArray &content);
 QByteArray rows(const Picture &picture); // filter numbers and residuals, before deflating
 QByteArray deflated(const QByteArray &raw, int level);
 
-// By zlib, which checks everything; none unless it is one whole stream, of at most so many bytes, with nothing behind it.
-std::optional<QByteArray> inflated(const QByteArray &stream, qsizetype most);
+// By zlib, which checks everything. At most so many bytes come out, taken is what they came from, and the stream is whole
+// when it ended there.
+struct Inflated {
+    QByteArray raw;
+    qsizetype taken = 0;
+    bool whole = false;
+};
+Inflated inflated(const QByteArray &stream, qsizetype most);
 
 // The file: signature, IHDR, `extra` (whole chunks), a palette where needed, IDAT, IEND.
 QByteArray file(const Picture &picture, const QByteArray &extra = {});
@@ -35,9 +43,9 @@ QByteArray file(const Picture &picture, const QByteArray &extra, const QByteArra
 
 QList<qsizetype> chunkStarts(const QByteArray &file); // where each chunk's length stands
 
-// Files with one thing wrong or unusual each, named: wrong checksums, missing, doubled and misplaced chunks, cut anywhere,
-// bad filter numbers, too few and too many rows, split and empty IDAT chunks.
-QList<std::pair<QByteArray, QByteArray>> oddities();
+// The picture's file with one thing wrong or unusual: cut anywhere, a bit changed, a chunk missing, doubled, strange or of a
+// wrong length, a bad filter number, rows or bytes too few or too many, a damaged stream in chunks that are sound.
+QByteArray damagedFile(const Picture &picture, QRandomGenerator &random);
 
 } // namespace PngForge
 } // namespace qm

@@ -49,16 +49,6 @@ PngReference PngReference::read(const QByteArray &file)
         interlaced = png_get_interlace_type(png, info) != PNG_INTERLACE_NONE;
         const int passes = png_set_interlace_handling(png);
         png_read_update_info(png, info);
-        result.bitDepth = depth;
-        png_charp name;
-        png_bytep profile;
-        png_uint_32 length = 0;
-        int method = 0, unit = 0;
-        if (png_get_iCCP(png, info, &name, &method, &profile, &length))
-            result.colorProfile = QByteArray(reinterpret_cast<const char *>(profile), qsizetype(length));
-        png_uint_32 density = 0, across = 0;
-        if (png_get_pHYs(png, info, &density, &across, &unit) && unit == PNG_RESOLUTION_METER)
-            result.dotsPerMetre = density;
         const QSize size(int(png_get_image_width(png, info)), int(png_get_image_height(png, info)));
         if (qint64(size.width()) * size.height() <= 64'000'000) {
             result.pixels = QImage(size, depth == 16 ? QImage::Format_RGBA64 : QImage::Format_RGBA8888);

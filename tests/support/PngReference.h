@@ -9,10 +9,7 @@ namespace qm {
 struct PngReference {
     bool refused = true; // no header that libpng takes, or not one whole row
     int wholeRows = 0;   // rows libpng gave before it gave up; the others are zero
-    int bitDepth = 0;
-    QImage pixels; // as RGBA64 for 16 bits a channel, else RGBA8888
-    QByteArray colorProfile;
-    quint32 dotsPerMetre = 0;
+    QImage pixels;       // as RGBA64 for 16 bits a channel, else RGBA8888
 
     static PngReference read(const QByteArray &file);
 };

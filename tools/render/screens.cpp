@@ -1,9 +1,9 @@
 // Draws the screenshots in tests/data and writes down what stands in them:
-//     build/debug/bin/render-screens tests/data
+//     build/debug/bin/render_screens tests/data
 // Run by hand, with the fonts that `./dev setup` installs; the pictures are kept in the tree, so that all machines read
 // the same pixels.
 
-#include "tests/data/render/Page.h"
+#include "tools/render/Page.h"
 
 #include <QGuiApplication>
 

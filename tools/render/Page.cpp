@@ -1,4 +1,4 @@
-#include "tests/data/render/Page.h"
+#include "tools/render/Page.h"
 
 #include <QFile>
 #include <QTextBoundaryFinder>
