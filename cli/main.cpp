@@ -7,10 +7,11 @@
 #include <cstdio>
 
 using namespace qm;
+using AppLocale::text;
 
 static QString usage()
 {
-    return AppLocale::text(u"usage: qms COMMAND [OPTION...]\n"
+    return text(u"usage: qms COMMAND [OPTION...]\n"
                            "\n"
                            "  scan                 bring the index in line with the folders\n"
                            "  ocr [--all]          read one batch of waiting pictures, or all of them\n"
@@ -44,19 +45,18 @@ static Exit run(const QCommandLineParser &parser, Console &console)
 {
     const QStringList words = parser.positionalArguments();
     const QString command = words.value(0);
-    const auto wrong = [&](QStringView english, QStringView japanese) {
-        return console.fail(AppLocale::text(english, japanese).arg(command) + u'\n' + usage());
-    };
+    const auto wrong = [&](const QString &what) { return console.fail(what + u'\n' + usage()); };
     bool isNumber = true;
     const int limit =
         parser.isSet(QStringLiteral("limit")) ? parser.value(QStringLiteral("limit")).toInt(&isNumber) : 200;
     if (!isNumber || limit < 1)
-        return wrong(u"--limit wants a whole number from 1 on", u"--limit には1以上の整数を指定してください");
+        return wrong(text(u"--limit wants a whole number from 1 on", u"--limit には1以上の整数を指定してください"));
     if (words.size() != (command == u"search" ? 2 : 1))
-        return words.isEmpty() ? wrong(u"no command", u"コマンドがありません")
-                               : wrong(u"wrong number of arguments to %1", u"%1 の引数の数が違います");
+        return wrong(words.isEmpty()
+                         ? text(u"no command", u"コマンドがありません")
+                         : text(u"wrong number of arguments to %1", u"%1 の引数の数が違います").arg(command));
     if (parser.isSet(QStringLiteral("all")) && command != u"ocr")
-        return wrong(u"--all goes with ocr only", u"--all は ocr でだけ使えます");
+        return wrong(text(u"--all goes with ocr only", u"--all は ocr でだけ使えます"));
 
     if (command == u"scan")
         return Commands::scan(console);
@@ -69,7 +69,7 @@ static Exit run(const QCommandLineParser &parser, Console &console)
         return Commands::list(console, limit);
     if (command == u"status")
         return Commands::status(console);
-    return wrong(u"no such command: %1", u"コマンドがありません: %1");
+    return wrong(text(u"no such command: %1", u"コマンドがありません: %1").arg(command));
 }
 
 int main(int argc, char **argv)
@@ -95,6 +95,6 @@ int main(int argc, char **argv)
     }
     Exit exit = run(parser, console);
     if (std::fflush(stdout) != 0)
-        exit = console.fail(AppLocale::text(u"the output could not be written", u"出力を書き込めませんでした"));
+        exit = console.fail(text(u"the output could not be written", u"出力を書き込めませんでした"));
     return int(exit);
 }
