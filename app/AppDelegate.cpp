@@ -1,15 +1,15 @@
 #include "app/AppDelegate.h"
 
-#include "app/base/LoginItem.h"
-#include "app/base/Symbol.h"
-#include "app/base/UserDefaults.h"
 #include "capture/ScrollCapture.h"
 #include "config/ConfigStore.h"
+#include "config/UserDefaults.h"
 #include "imaging/Pasteboard.h"
 #include "index/OcrIndexer.h"
+#include "platform/LoginItem.h"
 #include "platform/QtQueue.h"
 #include "platform/SystemStartup.h"
 #include "platform/Workspace.h"
+#include "ui/Symbol.h"
 
 #include <QApplication>
 #include <QElapsedTimer>
@@ -19,14 +19,13 @@ namespace qm {
 using namespace std::chrono_literals;
 
 AppDelegate::AppDelegate()
-    : m_captureRunner(QtQueue::main(), &Pasteboard::setImage)
+    : m_captureRunner(QtQueue::main(), &Pasteboard::setContent)
     , m_trigger(QtQueue::main(), ConfigStore::resolveHotkey(),
-                [this](HotkeyTrigger::Gesture gesture) {
-                    const bool tap = gesture == HotkeyTrigger::Gesture::tap;
+                [this](HotkeyGesture gesture) {
                     if (m_keyTest)
-                        m_keyTest(tap ? KeyListener::Gesture::tap : KeyListener::Gesture::hold);
+                        m_keyTest(gesture);
                     else
-                        tap ? captureRangeAction() : captureWindowAction();
+                        gesture == HotkeyGesture::tap ? captureRangeAction() : captureWindowAction();
                 })
     , m_libraryController([this](const QString &path) {
         perform({Command::Verb::annotate, path});
@@ -51,7 +50,7 @@ void AppDelegate::applicationDidFinishLaunching()
 
 void AppDelegate::createStatusItem()
 {
-    m_menu = std::make_unique<StatusMenu>([this](StatusMenu::Item item) { chosen(item); });
+    m_menu = std::make_unique<StatusMenu>([this](const Command &command) { perform(command); });
     m_statusItem = std::make_unique<QSystemTrayIcon>(Symbol::trayIcon(QStringLiteral("camera.viewfinder")));
     m_statusItem->setToolTip(QStringLiteral("Quillmere"));
     m_statusItem->setContextMenu(m_menu.get());
@@ -92,7 +91,7 @@ KeyListener AppDelegate::keyListener()
     KeyListener listener;
     listener.started = [this] { return m_eventTapStarted; };
     listener.keyName = [this](int keyCode) { return m_eventTap ? m_eventTap->keyName(keyCode) : QString(); };
-    listener.beginTest = [this](const Hotkey &hotkey, std::function<void(KeyListener::Gesture)> recognized) {
+    listener.beginTest = [this](const Hotkey &hotkey, std::function<void(HotkeyGesture)> recognized) {
         m_keyTest = std::move(recognized);
         m_trigger.setHotkey(hotkey);
     };
@@ -111,22 +110,10 @@ void AppDelegate::perform(const Command &command)
     case Command::Verb::captureRegion: return captureRangeAction();
     case Command::Verb::captureWindow: return captureWindowAction();
     case Command::Verb::captureScroll: return scrollCaptureAction();
+    case Command::Verb::openStore: return openStore();
     case Command::Verb::settings: return openSettings();
     case Command::Verb::annotate: return m_annotationController.open(command.file);
     case Command::Verb::quit: return quit();
-    }
-}
-
-void AppDelegate::chosen(StatusMenu::Item item)
-{
-    switch (item) {
-    case StatusMenu::Item::captureRange: return captureRangeAction();
-    case StatusMenu::Item::captureWindow: return captureWindowAction();
-    case StatusMenu::Item::scrollCapture: return scrollCaptureAction();
-    case StatusMenu::Item::openStore: return openStore();
-    case StatusMenu::Item::openLibrary: return openLibrary();
-    case StatusMenu::Item::openSettings: return openSettings();
-    case StatusMenu::Item::quit: return quit();
     }
 }
 

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "annotate/AnnotationWindowController.h"
+#include "annotate/editor/AnnotationWindowController.h"
 #include "app/Command.h"
 #include "app/StatusMenu.h"
 #include "capture/CaptureRunner.h"
@@ -42,13 +42,12 @@ private:
     void openLibrary();
     void openSettings();
     void quit();
-    void chosen(StatusMenu::Item item);
 
     std::unique_ptr<StatusMenu> m_menu;
     std::unique_ptr<TrayHost> m_trayHost;
     std::unique_ptr<QSystemTrayIcon> m_statusItem; // none before there is a tray
     CaptureRunner m_captureRunner;
-    std::function<void(KeyListener::Gesture)> m_keyTest; // while there is one, gestures go to it
+    std::function<void(HotkeyGesture)> m_keyTest; // while there is one, gestures go to it
     HotkeyTrigger m_trigger;
     std::unique_ptr<KeyMonitor> m_eventTap;
     std::optional<KeyMonitor::Started> m_eventTapStarted; // nothing: this system has none

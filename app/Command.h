@@ -7,9 +7,19 @@
 
 namespace qm {
 
-// What quillmere can be asked to do from outside, by a second start or by the desktop's own shortcuts.
+// What quillmere can be asked to do: from its menu, by a second start, by the desktop's own shortcuts.
 struct Command {
-    enum class Verb { open, captureRegion, captureWindow, captureScroll, library, settings, annotate, quit };
+    enum class Verb {
+        open,
+        captureRegion,
+        captureWindow,
+        captureScroll,
+        openStore, // the capture folder; from the menu only
+        library,
+        settings,
+        annotate,
+        quit
+    };
 
     Verb verb = Verb::open; // a plain start: the library, where an instance runs already
     QString file;           // annotate only; absolute

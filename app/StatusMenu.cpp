@@ -1,28 +1,29 @@
 #include "app/StatusMenu.h"
 
-#include "app/base/AppLocale.h"
+#include "ui/AppLocale.h"
 
 #include <QKeyEvent>
 
 namespace qm {
 
-StatusMenu::StatusMenu(std::function<void(Item)> chosen)
+StatusMenu::StatusMenu(std::function<void(const Command &)> chosen)
 {
-    const auto add = [&](Item item, QStringView english, QStringView japanese, const QKeySequence &key = {}) {
-        QAction *action = addAction(AppLocale::text(english, japanese), this, [chosen, item] { chosen(item); });
+    using Verb = Command::Verb;
+    const auto add = [&](Verb verb, QStringView english, QStringView japanese, const QKeySequence &key = {}) {
+        QAction *action = addAction(AppLocale::text(english, japanese), this, [chosen, verb] { chosen({verb, {}}); });
         action->setShortcut(key);
         action->setShortcutVisibleInContextMenu(true);
         action->setMenuRole(QAction::NoRole); // macOS would take "Settings…" and "Quit" away into an application menu
     };
-    add(Item::captureRange, u"Capture Region  (tap)", u"範囲を撮る  （タップ）");
-    add(Item::captureWindow, u"Capture Window  (hold)", u"ウィンドウを撮る  （長押し）");
-    add(Item::scrollCapture, u"Scrolling Capture  (region)", u"スクロールで撮る  （範囲選択）");
-    add(Item::openStore, u"Open Save Folder", u"保存先を開く");
+    add(Verb::captureRegion, u"Capture Region  (tap)", u"範囲を撮る  （タップ）");
+    add(Verb::captureWindow, u"Capture Window  (hold)", u"ウィンドウを撮る  （長押し）");
+    add(Verb::captureScroll, u"Scrolling Capture  (region)", u"スクロールで撮る  （範囲選択）");
+    add(Verb::openStore, u"Open Save Folder", u"保存先を開く");
     addSeparator();
-    add(Item::openLibrary, u"Library…", u"ライブラリ…", Qt::CTRL | Qt::Key_F);
-    add(Item::openSettings, u"Settings…", u"設定…", Qt::CTRL | Qt::Key_Comma);
+    add(Verb::library, u"Library…", u"ライブラリ…", Qt::CTRL | Qt::Key_F);
+    add(Verb::settings, u"Settings…", u"設定…", Qt::CTRL | Qt::Key_Comma);
     addSeparator();
-    add(Item::quit, u"Quit Quillmere", u"Quillmere を終了", Qt::CTRL | Qt::Key_Q);
+    add(Verb::quit, u"Quit Quillmere", u"Quillmere を終了", Qt::CTRL | Qt::Key_Q);
 }
 
 // A menu without a window has no shortcut map that would look for them.

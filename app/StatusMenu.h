@@ -14,9 +14,7 @@ class StatusMenu : public QMenu
     Q_OBJECT
 
 public:
-    enum class Item { captureRange, captureWindow, scrollCapture, openStore, openLibrary, openSettings, quit };
-
-    explicit StatusMenu(std::function<void(Item)> chosen);
+    explicit StatusMenu(std::function<void(const Command &)> chosen);
 
 protected:
     void keyPressEvent(QKeyEvent *event) override;

@@ -1,7 +1,7 @@
 #include "app/AppDelegate.h"
 #include "app/SingleInstance.h"
-#include "app/base/AppLocale.h"
-#include "app/base/Symbol.h"
+#include "ui/AppLocale.h"
+#include "ui/Symbol.h"
 
 #include <QApplication>
 #include <QLibraryInfo>

@@ -1,10 +1,10 @@
 // The editor's picture: a frame with and without what is kept from the last one, and pixellation, against memcpy.
-#include "annotate/AnnotationRenderer.h"
-#include "annotate/AreaResample.h"
-#include "annotate/Pixellate.h"
-#include "annotate/RenderCache.h"
+#include "annotate/render/AnnotationRenderer.h"
+#include "annotate/render/Pixellate.h"
+#include "annotate/render/RenderCache.h"
 #include "bench/Measure.h"
 #include "bench/Scene.h"
+#include "imaging/AreaResample.h"
 
 #include <QGuiApplication>
 

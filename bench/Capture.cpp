@@ -1,7 +1,7 @@
 // How soon the overlay of qmcapture is there, and how soon the file after the choice: beside the least that a program can
 // do, and beside what others do. Several processes take part, so this is time on the wall, the best of several runs.
 
-#include "helpers/grab/ScreenPixels.h"
+#include "helpers/x11/overlay/ScreenPixels.h"
 #include "imaging/PngWriter.h"
 #include "tests/support/Desktop.h"
 #include "tests/support/PatternWindow.h"

@@ -1,7 +1,7 @@
 // The editor's window: what a drag costs the event loop, what saving costs beside writing the file, and memory.
-#include "annotate/AnnotationCanvasView.h"
-#include "annotate/AnnotationRenderer.h"
-#include "annotate/AnnotationView.h"
+#include "annotate/editor/AnnotationCanvasView.h"
+#include "annotate/editor/AnnotationView.h"
+#include "annotate/render/AnnotationRenderer.h"
 #include "bench/Measure.h"
 #include "bench/Scene.h"
 #include "imaging/ImageFile.h"

@@ -1,6 +1,6 @@
 #include "bench/Scene.h"
 
-#include "annotate/ItemFactory.h"
+#include "annotate/document/ItemFactory.h"
 
 #include <QFontDatabase>
 #include <QPainter>

@@ -2,10 +2,10 @@
 // when a step is over, with nothing chosen, joined, shown or written.
 
 #include "bench/ScreenText.h"
-#include "helpers/freeze/XConnection.h"
-#include "helpers/grab/ScreenPixels.h"
 #include "helpers/qmscroll/FrameChange.h"
 #include "helpers/qmscroll/ScrollSession.h"
+#include "helpers/x11/XConnection.h"
+#include "helpers/x11/overlay/ScreenPixels.h"
 #include "tests/support/Desktop.h"
 
 #include <QApplication>

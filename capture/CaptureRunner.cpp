@@ -2,7 +2,6 @@
 
 #include "config/CaptureNames.h"
 #include "config/ConfigStore.h"
-#include "imaging/ImageFile.h"
 #include "platform/ChildProcess.h"
 #include "platform/ToolPaths.h"
 
@@ -12,9 +11,9 @@ namespace qm {
 
 static constexpr int mostAtOnce = 16; // captures that wait for a user; far beyond what one person starts
 
-CaptureRunner::CaptureRunner(TaskQueue &main, TakeImage takeImage)
+CaptureRunner::CaptureRunner(TaskQueue &main, TakePicture takePicture)
     : m_main(main)
-    , m_takeImage(std::make_shared<TakeImage>(std::move(takeImage)))
+    , m_takePicture(std::make_shared<TakePicture>(std::move(takePicture)))
 {
     m_pool.setMaxThreadCount(mostAtOnce);
 }
@@ -30,15 +29,15 @@ void CaptureRunner::runCapture(const QStringList &arguments)
     const QString folder = ConfigStore::resolveCaptureDir();
     ConfigStore::createFolder(folder);
     const QString path = folder + u'/' + CaptureNames::capture(QDateTime::currentDateTime());
-    m_pool.start([this, tool, arguments, path, weak = std::weak_ptr(m_takeImage)] {
+    m_pool.start([this, tool, arguments, path, weak = std::weak_ptr(m_takePicture)] {
         ChildProcess::run(*tool, arguments + QStringList(path));
         // What counts is the file, whatever the tool says: without one the user has cancelled.
-        const Image image = ImageFile::load(path).image;
-        if (image.isNull())
+        const Pasteboard::Content picture = Pasteboard::contentOf(path);
+        if (picture.image.isNull())
             return;
-        m_main.post([weak, image] {
-            if (const auto takeImage = weak.lock())
-                (*takeImage)(image);
+        m_main.post([weak, picture] {
+            if (const auto takePicture = weak.lock())
+                (*takePicture)(picture);
         });
     });
 }

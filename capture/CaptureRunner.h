@@ -1,5 +1,6 @@
 #pragma once
 
+#include "imaging/Pasteboard.h"
 #include "platform/TaskQueue.h"
 
 #include <QStringList>
@@ -9,18 +10,16 @@
 
 namespace qm {
 
-struct Image;
-
 // Takes one screenshot with the system's capture tool: the tool lets the user select and writes the file, which also goes
 // to the clipboard. Main thread; each capture waits on a thread of the runner's own pool, and several may run.
 // Every failure is silent, and so is a cancelled selection: no file, and the clipboard as it was.
 class CaptureRunner
 {
 public:
-    using TakeImage = std::function<void(const Image &)>;
+    using TakePicture = std::function<void(const Pasteboard::Content &)>;
 
-    // takeImage is called on main with each picture taken.
-    CaptureRunner(TaskQueue &main, TakeImage takeImage);
+    // takePicture is called on main with each picture taken.
+    CaptureRunner(TaskQueue &main, TakePicture takePicture);
     ~CaptureRunner();
 
     // {"-i"} for a region, {"-iw"} for a window. Returns at once.
@@ -31,7 +30,7 @@ public:
 
 private:
     TaskQueue &m_main;
-    std::shared_ptr<TakeImage> m_takeImage; // late pictures hold it weakly
+    std::shared_ptr<TakePicture> m_takePicture; // late pictures hold it weakly
     QThreadPool m_pool;
 };
 

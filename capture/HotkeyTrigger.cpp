@@ -47,7 +47,7 @@ void HotkeyTrigger::triggerReleased()
     m_triggerDown = false;
     m_holdFired = false;
     if (tapped)
-        m_recognized(Gesture::tap);
+        m_recognized(HotkeyGesture::tap);
 }
 
 void HotkeyTrigger::anotherKey()
@@ -63,7 +63,7 @@ void HotkeyTrigger::thresholdElapsed()
     if (!m_triggerDown || m_usedAsModifier)
         return;
     m_holdFired = true;
-    m_recognized(Gesture::hold);
+    m_recognized(HotkeyGesture::hold);
 }
 
 } // namespace qm

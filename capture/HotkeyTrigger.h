@@ -13,11 +13,7 @@ namespace qm {
 class HotkeyTrigger
 {
 public:
-    enum class Gesture {
-        tap,  // released before the threshold, nothing else pressed meanwhile
-        hold, // still down at the threshold; the release that follows means nothing
-    };
-    using Recognized = std::function<void(Gesture)>;
+    using Recognized = std::function<void(HotkeyGesture)>;
 
     HotkeyTrigger(TaskQueue &queue, const Hotkey &hotkey, Recognized recognized);
 

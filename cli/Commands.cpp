@@ -1,6 +1,5 @@
 #include "cli/Commands.h"
 
-#include "app/base/AppLocale.h"
 #include "index/Database.h"
 #include "index/FolderScan.h"
 #include "index/IndexSql.h"
@@ -8,14 +7,13 @@
 #include "index/ShotStore.h"
 #include "index/TextMatch.h"
 #include "platform/ToolPaths.h"
+#include "ui/AppLocale.h"
 
 #include <QFileInfo>
 
 namespace qm {
 
 using AppLocale::text;
-
-static constexpr int batchSize = 40;
 
 static Exit cannotOpen(Console &console, const Database &database)
 {
@@ -63,11 +61,11 @@ Exit Commands::ocr(Console &console, Batches batches)
         if (OcrRunner::isBusy(database))
             return console.fail(text(u"another program is reading pictures right now; try again in a moment",
                                      u"別のプログラムが画像を読み取り中です。少し待ってからもう一度お試しください"));
-        const int total = batches == Batches::all ? read + waiting : std::min(waiting, batchSize);
+        const int total = batches == Batches::all ? read + waiting : std::min(waiting, OcrRunner::batchSize);
         console.progress(read, total);
         const int before = read;
-        read +=
-            OcrRunner::run(database, helper, batchSize, [&](int done, int) { console.progress(before + done, total); });
+        read += OcrRunner::run(database, helper, OcrRunner::batchSize,
+                               [&](int done, int) { console.progress(before + done, total); });
         if (read == before || batches == Batches::one)
             break;
     }

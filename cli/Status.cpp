@@ -1,12 +1,12 @@
 #include "cli/Commands.h"
 
-#include "app/base/AppLocale.h"
 #include "config/ConfigStore.h"
 #include "index/Database.h"
 #include "index/IndexSql.h"
 #include "index/OcrRunner.h"
 #include "index/ShotStore.h"
 #include "platform/ToolPaths.h"
+#include "ui/AppLocale.h"
 
 #include <QFileInfo>
 

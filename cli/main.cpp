@@ -1,5 +1,5 @@
-#include "app/base/AppLocale.h"
 #include "cli/Commands.h"
+#include "ui/AppLocale.h"
 
 #include <QCommandLineParser>
 #include <QCoreApplication>

@@ -21,6 +21,12 @@ std::optional<HotkeyModifier> hotkeyModifierFrom(const QString &rawValue);
 int keyCode(HotkeyModifier modifier);
 quint32 flagMask(HotkeyModifier modifier);
 
+// What is done with the key.
+enum class HotkeyGesture {
+    tap,  // released before the threshold, nothing else pressed meanwhile
+    hold, // still down at the threshold; the release that follows means nothing
+};
+
 struct Hotkey {
     static constexpr double minHoldThreshold = 0.2;
     static constexpr double maxHoldThreshold = 0.8;

@@ -1,8 +1,11 @@
 #include "imaging/Pasteboard.h"
 
+#include "imaging/ImageFile.h"
+#include "imaging/PngReader.h"
 #include "imaging/PngWriter.h"
 
 #include <QClipboard>
+#include <QFile>
 #include <QGuiApplication>
 #include <QMimeData>
 
@@ -17,8 +20,9 @@ const QString kdeType = QStringLiteral("x-kde-force-image-copy");     // or KDE'
 class PictureData : public QMimeData
 {
 public:
-    explicit PictureData(const Image &image)
-        : m_image(image)
+    explicit PictureData(const Pasteboard::Content &content)
+        : m_image(content.image)
+        , m_png(content.png)
     {
     }
 
@@ -46,14 +50,26 @@ private:
 
 } // namespace
 
-QMimeData *Pasteboard::mimeData(const Image &image)
+Pasteboard::Content Pasteboard::contentOf(const QString &path)
 {
-    return new PictureData(image);
+    Content content;
+    QFile file(path);
+    if (!file.open(QIODevice::ReadOnly))
+        return content;
+    content.image = ImageFile::load(file).image;
+    if (!content.image.isNull() && file.seek(0) && PngReader::isPng(file.peek(8)))
+        content.png = file.readAll();
+    return content;
+}
+
+void Pasteboard::setContent(const Content &content)
+{
+    QGuiApplication::clipboard()->setMimeData(new PictureData(content));
 }
 
 void Pasteboard::setImage(const Image &image)
 {
-    QGuiApplication::clipboard()->setMimeData(mimeData(image));
+    setContent({image, {}});
 }
 
 } // namespace qm

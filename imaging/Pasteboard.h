@@ -2,17 +2,25 @@
 
 #include "imaging/Image.h"
 
-class QMimeData;
+#include <QByteArray>
 
 namespace qm {
 
 // The general pasteboard. Main thread.
 namespace Pasteboard {
 
-// Replaces its content by the picture. Nothing is encoded until another application asks for it, and then once.
-void setImage(const Image &image);
+// What goes there. Without png nothing is encoded until another application asks for it, and then once.
+struct Content {
+    Image image;
+    QByteArray png; // the same picture as a PNG file; empty: made of the image
+};
 
-QMimeData *mimeData(const Image &image); // what setImage puts there, for drags too; the caller owns it
+// Of a file, whose own bytes are handed over where it is a PNG. Any thread. Without an image when it cannot be read.
+Content contentOf(const QString &path);
+
+// Both replace what is there.
+void setContent(const Content &content);
+void setImage(const Image &image);
 
 } // namespace Pasteboard
 } // namespace qm

@@ -14,7 +14,6 @@ namespace qm {
 
 using namespace std::chrono_literals;
 
-static constexpr int batchSize = 40;
 static constexpr auto debounce = 1500ms;
 static constexpr auto drainDelay = 1500ms;
 static constexpr auto safetyInterval = 60s;
@@ -91,7 +90,8 @@ void OcrIndexer::step(Scan scan)
     if (!ConfigStore::autoOcr())
         return;
     // A batch without a single text ends the drain: its pictures would only fail again.
-    if (OcrRunner::run(m_database, m_findHelper(), batchSize) > 0 && m_database.number(IndexSql::countWaiting) > 0)
+    if (OcrRunner::run(m_database, m_findHelper(), OcrRunner::batchSize) > 0 &&
+        m_database.number(IndexSql::countWaiting) > 0)
         scheduleDrain();
 }
 

@@ -15,6 +15,8 @@ class Database;
 // On the queue of the database, which it blocks while the helper runs.
 namespace OcrRunner {
 
+inline constexpr int batchSize = 40; // pictures: a few minutes' work, after which what was read is in the index
+
 // Path (UTF-8) to its text, or to nothing where the helper reported an error.
 using Results = QHash<QByteArray, std::optional<QString>>;
 

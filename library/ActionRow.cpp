@@ -1,7 +1,7 @@
 #include "library/ActionRow.h"
 
-#include "app/base/Symbol.h"
 #include "platform/QtQueue.h"
+#include "ui/Symbol.h"
 
 #include <QEvent>
 #include <QHBoxLayout>

@@ -1,7 +1,5 @@
 #include "library/ImageLoader.h"
 
-#include <QPointer>
-
 namespace qm {
 
 ImageLoader::ImageLoader(ThumbnailCache &cache, QObject *parent)
@@ -18,14 +16,11 @@ void ImageLoader::load(const QString &path, double maxEdge)
     m_image = {};
     m_failed = false;
     m_request.drop();
-    const quint64 load = ++m_load;
-    m_request = m_cache.image(path, maxEdge, [self = QPointer(this), load](const QImage &image) {
-        if (!self || self->m_load != load)
-            return;
-        self->m_image = image;
-        self->m_failed = image.isNull();
-        Q_EMIT self->changed();
-    });
+    m_request = m_cache.image(path, maxEdge, m_load.newest([this](const QImage &image) {
+        m_image = image;
+        m_failed = image.isNull();
+        Q_EMIT changed();
+    }));
     if (m_image.isNull())
         Q_EMIT changed(); // loading
 }

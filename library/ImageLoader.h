@@ -1,6 +1,7 @@
 #pragma once
 
 #include "library/ThumbnailCache.h"
+#include "ui/LatestJob.h"
 
 #include <optional>
 
@@ -28,7 +29,7 @@ private:
     QImage m_image;
     bool m_failed = false;
     std::optional<QString> m_currentPath;
-    quint64 m_load = 0; // counts; a path that comes back must not take the dropped result of its first time for its own
+    LatestJob m_load; // a path that comes back must not take the dropped result of its first time for its own
     ThumbnailRequest m_request;
 };
 

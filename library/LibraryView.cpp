@@ -1,11 +1,15 @@
 #include "library/LibraryView.h"
 
-#include "app/base/AppLocale.h"
-#include "app/base/SystemLook.h"
 #include "index/ShotStore.h"
+#include "library/FieldGround.h"
 #include "library/LibraryLook.h"
+#include "library/LineSplitter.h"
 #include "library/PreviewPane.h"
+#include "library/SecondaryLabel.h"
 #include "library/ShotListView.h"
+#include "library/SymbolView.h"
+#include "ui/AppLocale.h"
+#include "ui/SystemLook.h"
 
 #include <QAbstractButton>
 #include <QApplication>
@@ -36,8 +40,6 @@ LibraryView::LibraryView(Environment environment, QWidget *parent)
     : QWidget(parent)
     , m_environment(std::move(environment))
 {
-    m_queries.setMaxThreadCount(1);
-
     m_preview = new PreviewPane(m_environment.thumbnails);
     m_preview->setMinimumWidth(previewMinimum);
     m_preview->onAction = [this](ShotAction action, const Shot &shot) { perform(action, Shot(shot)); };
@@ -63,11 +65,7 @@ LibraryView::LibraryView(Environment environment, QWidget *parent)
     refresh();
 }
 
-LibraryView::~LibraryView()
-{
-    m_queries.clear();
-    m_queries.waitForDone();
-}
+LibraryView::~LibraryView() = default;
 
 QWidget *LibraryView::makeListPane()
 {
@@ -175,15 +173,9 @@ void LibraryView::scheduleReload()
 
 void LibraryView::reload()
 {
-    m_queries.clear(); // questions that nobody has any more
-    m_queries.start([this, text = m_search->text().trimmed(), find = m_environment.find, number = ++m_asked] {
-        const QList<Shot> shots = find(text);
-        const auto answer = [this, shots, text, number] {
-            m_answered = number;
-            setResult(shots, text);
-        };
-        QMetaObject::invokeMethod(this, answer, Qt::QueuedConnection);
-    });
+    const QString text = m_search->text().trimmed();
+    m_query.start([text, find = m_environment.find] { return find(text); },
+                  [this, text](const QList<Shot> &shots) { setResult(shots, text); });
 }
 
 void LibraryView::setResult(const QList<Shot> &shots, const QString &text)

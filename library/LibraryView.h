@@ -3,9 +3,9 @@
 #include "library/ShotActions.h"
 #include "library/ThumbnailCache.h"
 #include "platform/TaskQueue.h"
+#include "ui/LatestJob.h"
 
 #include <QList>
-#include <QThreadPool>
 #include <QWidget>
 
 class QLineEdit;
@@ -39,7 +39,7 @@ public:
 
     void reload(); // asks for the search text's shots, at once
 
-    bool isLoading() const { return m_answered != m_asked; }
+    bool isLoading() const { return m_query.isUnderWay(); }
     const QList<Shot> &shots() const { return m_shots; }
     std::optional<qint64> selection() const { return m_selection; }
 
@@ -70,8 +70,6 @@ private:
     std::optional<qint64> m_selection;
     bool m_didLoad = false;
     bool m_hasResult = false;
-    quint64 m_asked = 0;    // the last question's number
-    quint64 m_answered = 0; // the last result's
     Timer m_debounceTask;
 
     QLineEdit *m_search = nullptr;
@@ -79,7 +77,7 @@ private:
     QStackedLayout *m_listArea = nullptr; // by Area
     enum Area { listArea, emptyArea, noMatchesArea, blankArea };
     PreviewPane *m_preview = nullptr;
-    QThreadPool m_queries; // of one thread, so that results come in the order of the questions; ends first
+    LatestJob m_query; // last, so that it ends first
 };
 
 } // namespace qm

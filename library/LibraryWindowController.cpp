@@ -1,9 +1,9 @@
 #include "library/LibraryWindowController.h"
 
-#include "app/base/AppLocale.h"
-#include "app/base/WindowPlacement.h"
 #include "library/LibraryView.h"
 #include "platform/QtQueue.h"
+#include "ui/AppLocale.h"
+#include "ui/WindowPlacement.h"
 
 namespace qm {
 

@@ -1,10 +1,12 @@
 #include "library/PreviewPane.h"
 
-#include "app/base/AppLocale.h"
 #include "library/ActionRow.h"
 #include "library/LibraryLook.h"
 #include "library/PreviewPicture.h"
 #include "library/RecognisedText.h"
+#include "library/SecondaryLabel.h"
+#include "library/SymbolView.h"
+#include "ui/AppLocale.h"
 
 #include <QProgressBar>
 #include <QScreen>

@@ -11,14 +11,7 @@ namespace qm {
 PreviewPicture::PreviewPicture(QWidget *parent)
     : QWidget(parent)
 {
-    m_pool.setMaxThreadCount(1);
     setSizePolicy(QSizePolicy::Expanding, QSizePolicy::Expanding);
-}
-
-PreviewPicture::~PreviewPicture()
-{
-    m_pool.clear();
-    m_pool.waitForDone();
 }
 
 void PreviewPicture::setImage(const QImage &image)
@@ -28,6 +21,7 @@ void PreviewPicture::setImage(const QImage &image)
     m_image = image;
     m_scaled = {};
     m_scalingTo = {};
+    m_scaling.drop();
     update();
 }
 
@@ -48,19 +42,12 @@ void PreviewPicture::scale(QSize pixels)
     if (pixels == m_scalingTo)
         return;
     m_scalingTo = pixels;
-    m_pool.clear(); // sizes on the way to this one
-    m_pool.start([this, image = m_image, pixels] {
-        const QImage scaled = image.scaled(pixels, Qt::IgnoreAspectRatio, Qt::SmoothTransformation);
-        QMetaObject::invokeMethod(
-            this,
-            [this, scaled, of = image.cacheKey()] {
-                if (of != m_image.cacheKey())
-                    return;
-                m_scaled = scaled;
-                update();
-            },
-            Qt::QueuedConnection);
-    });
+    m_scaling.start(
+        [image = m_image, pixels] { return image.scaled(pixels, Qt::IgnoreAspectRatio, Qt::SmoothTransformation); },
+        [this](const QImage &scaled) {
+            m_scaled = scaled;
+            update();
+        });
 }
 
 void PreviewPicture::paintEvent(QPaintEvent *)

@@ -1,7 +1,8 @@
 #pragma once
 
+#include "ui/LatestJob.h"
+
 #include <QImage>
-#include <QThreadPool>
 #include <QWidget>
 
 namespace qm {
@@ -14,7 +15,6 @@ class PreviewPicture : public QWidget
 
 public:
     explicit PreviewPicture(QWidget *parent = nullptr);
-    ~PreviewPicture() override;
 
     void setImage(const QImage &image);
     const QImage &image() const { return m_image; }
@@ -30,7 +30,7 @@ private:
     QImage m_image;
     QImage m_scaled;   // m_image for the screen; null before there was one
     QSize m_scalingTo; // what the thread is at
-    QThreadPool m_pool;
+    LatestJob m_scaling;
 };
 
 } // namespace qm

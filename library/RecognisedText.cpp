@@ -1,7 +1,7 @@
 #include "library/RecognisedText.h"
 
-#include "app/base/AppLocale.h"
 #include "library/LibraryLook.h"
+#include "ui/AppLocale.h"
 
 #include <QKeyEvent>
 #include <QScrollBar>
@@ -19,7 +19,6 @@ static constexpr qsizetype maxUnits = 60'000; // laying a text out takes this th
 RecognisedText::RecognisedText(QWidget *parent)
     : QPlainTextEdit(parent)
 {
-    m_pool.setMaxThreadCount(1);
     setReadOnly(true);
     setTextInteractionFlags(Qt::TextSelectableByMouse | Qt::TextSelectableByKeyboard);
     setTabChangesFocus(true);
@@ -31,12 +30,6 @@ RecognisedText::RecognisedText(QWidget *parent)
     setAccessibleName(AppLocale::text(u"Recognised text", u"認識されたテキスト"));
 }
 
-RecognisedText::~RecognisedText()
-{
-    m_pool.clear();
-    m_pool.waitForDone();
-}
-
 void RecognisedText::setContent(const QString &text, const QString &searched)
 {
     if (text == m_text && searched == m_searched)
@@ -45,7 +38,7 @@ void RecognisedText::setContent(const QString &text, const QString &searched)
         setPlainText(text.left(maxUnits));
     m_text = text;
     m_searched = searched;
-    ++m_content;
+    m_looking.drop();
     m_marks.clear();
     showMarks();
     fitHeight();
@@ -54,34 +47,32 @@ void RecognisedText::setContent(const QString &text, const QString &searched)
         look();
 }
 
+static QList<TextMatch::Range> marksIn(const QString &text, const QString &searched)
+{
+    QList<TextMatch::Range> marks;
+    for (qsizetype from = 0; marks.size() < maxMarks;) {
+        const std::optional<TextMatch::Range> match = TextMatch::find(text, searched, from);
+        if (!match || match->length == 0)
+            break;
+        marks << *match;
+        from = match->start + match->length;
+    }
+    return marks;
+}
+
 void RecognisedText::look()
 {
-    m_pool.clear();
-    m_pool.start([this, text = m_text.left(maxUnits), searched = m_searched, content = m_content] {
-        QList<TextMatch::Range> marks;
-        for (qsizetype from = 0; marks.size() < maxMarks;) {
-            const std::optional<TextMatch::Range> match = TextMatch::find(text, searched, from);
-            if (!match || match->length == 0)
-                break;
-            marks << *match;
-            from = match->start + match->length;
-        }
-        QMetaObject::invokeMethod(
-            this,
-            [this, marks, content] {
-                if (content != m_content)
-                    return;
-                m_marks = marks;
-                showMarks();
-                if (marks.isEmpty())
-                    return;
-                QTextCursor first(document());
-                first.setPosition(int(marks.first().start));
-                setTextCursor(first);
-                centerCursor();
-            },
-            Qt::QueuedConnection);
-    });
+    m_looking.start([text = m_text.left(maxUnits), searched = m_searched] { return marksIn(text, searched); },
+                    [this](const QList<TextMatch::Range> &marks) {
+                        m_marks = marks;
+                        showMarks();
+                        if (marks.isEmpty())
+                            return;
+                        QTextCursor first(document());
+                        first.setPosition(int(marks.first().start));
+                        setTextCursor(first);
+                        centerCursor();
+                    });
 }
 
 void RecognisedText::showMarks()

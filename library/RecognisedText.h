@@ -1,9 +1,9 @@
 #pragma once
 
 #include "index/TextMatch.h"
+#include "ui/LatestJob.h"
 
 #include <QPlainTextEdit>
-#include <QThreadPool>
 
 namespace qm {
 
@@ -15,7 +15,6 @@ class RecognisedText : public QPlainTextEdit
 
 public:
     explicit RecognisedText(QWidget *parent = nullptr);
-    ~RecognisedText() override;
 
     void setContent(const QString &text, const QString &searched);
     const QList<TextMatch::Range> &marks() const { return m_marks; }
@@ -32,9 +31,8 @@ private:
 
     QString m_text;
     QString m_searched;
-    quint64 m_content = 0; // counts
     QList<TextMatch::Range> m_marks;
-    QThreadPool m_pool;
+    LatestJob m_looking;
 };
 
 } // namespace qm

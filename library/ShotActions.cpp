@@ -1,11 +1,11 @@
 #include "library/ShotActions.h"
 
-#include "app/base/AppLocale.h"
 #include "imaging/ImageFile.h"
 #include "imaging/Pasteboard.h"
 #include "imaging/PngWriter.h"
 #include "platform/QtQueue.h"
 #include "platform/Workspace.h"
+#include "ui/AppLocale.h"
 
 #include <QCoreApplication>
 #include <QFile>
@@ -57,11 +57,12 @@ void ShotActions::copyToClipboard(const Shot &shot, std::function<void(bool)> do
         return &copies;
     }();
     pool.start([path = shot.path, done = std::move(done)] {
-        QtQueue::main().post([image = ImageFile::load(path).image, done] {
-            if (!image.isNull())
-                Pasteboard::setImage(image);
+        QtQueue::main().post([picture = Pasteboard::contentOf(path), done] {
+            const bool readable = !picture.image.isNull();
+            if (readable)
+                Pasteboard::setContent(picture);
             if (done)
-                done(!image.isNull());
+                done(readable);
         });
     });
 }

@@ -1,8 +1,8 @@
 #include "library/ShotListView.h"
 
-#include "app/base/AppLocale.h"
 #include "library/ShotListModel.h"
 #include "library/ShotRow.h"
+#include "ui/AppLocale.h"
 
 #include <QContextMenuEvent>
 #include <QDrag>

@@ -1,8 +1,9 @@
 #include "library/ShotRow.h"
 
-#include "app/base/Symbol.h"
 #include "library/LibraryLook.h"
 #include "library/ShotListModel.h"
+#include "ui/Symbol.h"
+#include "ui/SystemLook.h"
 
 #include <QPainter>
 #include <QPainterPath>
@@ -109,7 +110,7 @@ void ShotRow::paint(QPainter *painter, const QStyleOptionViewItem &option, const
     }
     const QColor text =
         palette.color(QPalette::Active, selected && active ? QPalette::HighlightedText : QPalette::WindowText);
-    const QColor secondary = LibraryLook::secondary(text);
+    const QColor secondary = SystemLook::secondary(text);
 
     const QRect frame(QPoint(option.rect.x() + margin + 2, option.rect.y() + (height - thumbnail.height()) / 2),
                       thumbnail);

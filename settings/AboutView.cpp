@@ -1,11 +1,11 @@
 #include "settings/AboutView.h"
 
-#include "app/base/AppLocale.h"
-#include "app/base/LoginItem.h"
-#include "app/base/Symbol.h"
-#include "app/base/SystemLook.h"
 #include "platform/BundleInfo.h"
+#include "platform/LoginItem.h"
 #include "settings/FittedScrollArea.h"
+#include "ui/AppLocale.h"
+#include "ui/Symbol.h"
+#include "ui/SystemLook.h"
 
 #include <QApplication>
 #include <QEvent>

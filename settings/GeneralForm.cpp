@@ -1,13 +1,12 @@
 #include "settings/GeneralForm.h"
 
-#include "app/base/AppLocale.h"
-#include "app/base/Symbol.h"
-#include "app/base/SystemLook.h"
 #include "config/ConfigStore.h"
-#include "platform/QtQueue.h"
 #include "settings/FittedScrollArea.h"
 #include "settings/FolderField.h"
 #include "settings/KeyTest.h"
+#include "ui/AppLocale.h"
+#include "ui/Symbol.h"
+#include "ui/SystemLook.h"
 
 #include <QCheckBox>
 #include <QComboBox>
@@ -16,11 +15,9 @@
 #include <QFileInfo>
 #include <QFormLayout>
 #include <QLabel>
-#include <QPointer>
 #include <QPushButton>
 #include <QSignalBlocker>
 #include <QSlider>
-#include <QThreadPool>
 #include <QVBoxLayout>
 
 #include <cmath>
@@ -263,16 +260,11 @@ void GeneralForm::cloudCommitted()
 
 void GeneralForm::askForSource()
 {
-    QThreadPool::globalInstance()->start(
-        [form = QPointer<GeneralForm>(this), question = ++m_sourceAsked, state = m_state] {
-            const QString folder = state.sourceWhenEmpty();
-            QtQueue::main().post([form, question, folder] {
-                if (!form || form->m_sourceAsked != question)
-                    return;
-                form->m_sourceWhenEmpty = folder;
-                form->scheduleRefresh();
-            });
-        });
+    m_sourceQuestion.start([state = m_state] { return state.sourceWhenEmpty(); },
+                           [this](const QString &folder) {
+                               m_sourceWhenEmpty = folder;
+                               scheduleRefresh();
+                           });
 }
 
 void GeneralForm::edited()

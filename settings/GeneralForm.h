@@ -3,6 +3,7 @@
 #include "platform/TaskQueue.h"
 #include "settings/GeneralSettings.h"
 #include "settings/KeyListener.h"
+#include "ui/LatestJob.h"
 
 #include <QWidget>
 
@@ -59,7 +60,7 @@ private:
     Message m_message = Message::none;
     QString m_failure;
     bool m_refreshScheduled = false;
-    int m_sourceAsked = 0; // of several questions under way the last one counts
+    LatestJob m_sourceQuestion;
 
     FolderField *m_captures = nullptr;
     FolderField *m_source = nullptr;

@@ -1,8 +1,8 @@
 #include "settings/GeneralSettings.h"
 
-#include "app/base/LoginItem.h"
 #include "config/ConfigStore.h"
 #include "config/SettingsFile.h"
+#include "platform/LoginItem.h"
 
 #include <optional>
 #include <utility>

@@ -1,9 +1,9 @@
 #include "settings/KeyTest.h"
 
-#include "app/base/AppLocale.h"
-#include "app/base/Symbol.h"
-#include "app/base/SystemLook.h"
 #include "settings/Lamp.h"
+#include "ui/AppLocale.h"
+#include "ui/Symbol.h"
+#include "ui/SystemLook.h"
 
 #include <QEvent>
 #include <QGridLayout>
@@ -71,7 +71,7 @@ void KeyTest::begin()
 {
     m_testing = true;
     m_forgotten = m_main.postAfter(forgottenAfter, [this] { end(); });
-    m_listener.beginTest(m_hotkey, [this](KeyListener::Gesture gesture) { recognized(gesture); });
+    m_listener.beginTest(m_hotkey, [this](HotkeyGesture gesture) { recognized(gesture); });
 }
 
 void KeyTest::end()
@@ -84,10 +84,10 @@ void KeyTest::end()
     m_toggle->setChecked(false);
 }
 
-void KeyTest::recognized(KeyListener::Gesture gesture)
+void KeyTest::recognized(HotkeyGesture gesture)
 {
-    m_tap->setLit(gesture == KeyListener::Gesture::tap);
-    m_hold->setLit(gesture == KeyListener::Gesture::hold);
+    m_tap->setLit(gesture == HotkeyGesture::tap);
+    m_hold->setLit(gesture == HotkeyGesture::hold);
     m_lit = m_main.postAfter(1200ms, [this] {
         m_tap->setLit(false);
         m_hold->setLit(false);

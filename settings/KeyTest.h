@@ -32,7 +32,7 @@ protected:
 private:
     void begin();
     void end();
-    void recognized(KeyListener::Gesture gesture);
+    void recognized(HotkeyGesture gesture);
     void refresh();
     void poll();
 

@@ -1,7 +1,7 @@
 #include "settings/Lamp.h"
 
-#include "app/base/AppLocale.h"
-#include "app/base/SystemLook.h"
+#include "ui/AppLocale.h"
+#include "ui/SystemLook.h"
 
 #include <QPainter>
 

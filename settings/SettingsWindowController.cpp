@@ -1,10 +1,10 @@
 #include "settings/SettingsWindowController.h"
 
-#include "app/base/AppLocale.h"
-#include "app/base/Symbol.h"
-#include "app/base/WindowPlacement.h"
 #include "settings/AboutView.h"
 #include "settings/GeneralForm.h"
+#include "ui/AppLocale.h"
+#include "ui/Symbol.h"
+#include "ui/WindowPlacement.h"
 
 #include <QDialog>
 #include <QEvent>

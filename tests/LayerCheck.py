@@ -1,15 +1,14 @@
 #!/usr/bin/env python3
 """Fails on an include that the layer graph does not allow.
 
-The graph is what the build files say: every `qm_library(folder USES ...)`, `qm_program(name USES ...)` and
-`qm_module(name USES ...)` names what its
-sources may include. One `#include "folder/File.h"` of another folder ends the check with its place.
+The graph is what the build files say: every `qm_library(folder USES ...)`, `qm_program(name USES ...)`,
+`qm_module(name USES ...)` and `qm_link(name USES ...)` names what the sources beside it may include. One `#include "folder/File.h"` of another folder ends the check with its place.
 """
 import pathlib
 import re
 import sys
 
-CALL = re.compile(r"\b(?:qm_library|qm_module|qm_program)\(\s*([\w/]+)(.*?)\)", re.S)
+CALL = re.compile(r"\b(?:qm_library|qm_module|qm_program|qm_link)\(\s*([\w/]+)(.*?)\)", re.S)
 USES = re.compile(r"\bUSES\s+((?:[\w/]+\s+)*?)(?=LINKS|SOURCES|LABELS|$)", re.S)
 INCLUDE = re.compile(r'^\s*#\s*include\s+"([^"]+)"', re.M)
 UNCHECKED = ("tests", "bench")  # they look into every folder

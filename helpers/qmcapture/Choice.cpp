@@ -1,7 +1,8 @@
 #include "helpers/qmcapture/Choice.h"
 
-#include "helpers/grab/Fonts.h"
-#include "helpers/grab/Overlay.h"
+#include "helpers/overlay/Fonts.h"
+#include "helpers/overlay/Overlay.h"
+#include "helpers/x11/overlay/X11Overlay.h"
 #include "imaging/PngWriter.h"
 
 #include <QFile>
@@ -50,7 +51,8 @@ extern "C" Q_DECL_EXPORT int quillmereChoose(Curtain &curtain, CaptureMode mode,
     qInstallMessageHandler([](QtMsgType, const QMessageLogContext &, const QString &) {});
     const QString path = QFile::decodeName(fileName);
     std::unique_ptr<QGuiApplication> fonts;
-    Overlay overlay(curtain, {.mode = mode == CaptureMode::region ? Picker::Mode::region : Picker::Mode::window,
+    X11Overlay desktop(curtain);
+    Overlay overlay(desktop, {.mode = mode == CaptureMode::region ? Picker::Mode::region : Picker::Mode::window,
                               .makeReadyForText = [&] { fonts = startFonts(); }});
     const Overlay::Choice choice = overlay.run();
     if (!choice.failure.isEmpty())
@@ -58,12 +60,12 @@ extern "C" Q_DECL_EXPORT int quillmereChoose(Curtain &curtain, CaptureMode mode,
     if (choice.result == Picker::Result::cancelled)
         return 0;
 
-    const QImage pixels = chosenPixels(curtain.server(), overlay.screen(), choice);
+    const QImage pixels = chosenPixels(curtain.server(), desktop.screen(), choice);
     // Asked to end from here on, the helper still puts the whole file into place: it is a moment, and the choice was made.
     for (const int signal : {SIGTERM, SIGINT, SIGHUP})
         std::signal(signal, SIG_IGN);
     std::signal(SIGXFSZ, SIG_IGN); // a limit on the size of files is then an error like a full disk
-    const int scale = pictureScale(overlay.screen().monitors(), choice.area);
+    const int scale = pictureScale(desktop.screen().monitors(), choice.area);
     if (const Outcome written = PngWriter::write(path, {pixels, QSizeF(pixels.size()) / scale}); !written)
         return fail(QStringLiteral("cannot write %1: %2").arg(path, written.reason()));
     return 0;

@@ -5,8 +5,9 @@
 // This program is only the beginning: it takes the input, freezes the screen and shows it dimmed, and then loads the rest.
 // Loading Qt takes longer than all of that, and a screen that answers late to a key feels broken.
 
-#include "helpers/freeze/Curtain.h"
 #include "helpers/qmcapture/Choice.h"
+#include "helpers/x11/CaptureClaim.h"
+#include "helpers/x11/Curtain.h"
 
 #include <climits>
 #include <csignal>

@@ -15,7 +15,11 @@ struct Limits {
     std::chrono::milliseconds time = std::chrono::seconds(30);
     // Bytes of a worker's address space: the largest picture at eight bytes a pixel, decoded and once more on the way
     // through a codec, and a gigabyte for the recogniser.
+#ifdef __SANITIZE_ADDRESS__
+    quint64 memory = ~quint64(0); // the sanitizer takes terabytes of addresses for itself
+#else
     quint64 memory = 2 * 8 * quint64(ImageFile::maxPixels) + (quint64(1) << 30);
+#endif
 
     std::chrono::milliseconds timeFor(qint64 pixels) const
     {

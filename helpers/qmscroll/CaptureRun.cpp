@@ -1,7 +1,7 @@
 #include "helpers/qmscroll/CaptureRun.h"
 
-#include "app/base/AppLocale.h"
 #include "helpers/qmscroll/FrameChange.h"
+#include "ui/AppLocale.h"
 
 #include <QPainter>
 

@@ -1,6 +1,8 @@
 #include "helpers/qmscroll/ScrollPanel.h"
 
-#include "app/base/AppLocale.h"
+#include "helpers/overlay/Fonts.h"
+#include "helpers/overlay/Pixels.h"
+#include "ui/AppLocale.h"
 
 #include <QFontMetricsF>
 #include <QLocale>
@@ -25,11 +27,6 @@ constexpr double radius = 10; // points, as all below
 constexpr double gap = 10;    // between region and panel, and to the monitor's edge
 constexpr double smallestGap = 2;
 
-int pixels(double points, double scale)
-{
-    return int(std::lround(points * scale));
-}
-
 QSizeF sizeInPoints(ScrollPanel::Shape shape)
 {
     switch (shape) {
@@ -38,15 +35,6 @@ QSizeF sizeInPoints(ScrollPanel::Shape shape)
     case ScrollPanel::Shape::bar: return {402, 40};
     }
     return {};
-}
-
-QFont font(double points, double scale, QFont::Weight weight)
-{
-    QFont font; // the system's general one
-    font.setPixelSize(std::max(1, pixels(points, scale)));
-    font.setWeight(weight);
-    font.setHintingPreference(scale >= 1.5 ? QFont::PreferNoHinting : QFont::PreferVerticalHinting);
-    return font;
 }
 
 // Up to as many lines as there is room for, the last one elided.
@@ -208,10 +196,10 @@ QImage ScrollPanel::picture() const
     QPainter painter(&image);
     painter.setRenderHint(QPainter::Antialiasing);
     const auto scaled = [this](const QRectF &area) {
-        return QRect(pixels(area.x(), m_scale), pixels(area.y(), m_scale), pixels(area.width(), m_scale),
-                     pixels(area.height(), m_scale));
+        return QRect(int(std::lround(area.x() * m_scale)), int(std::lround(area.y() * m_scale)),
+                     pixels(area.width(), m_scale), pixels(area.height(), m_scale));
     };
-    const int line = std::max(1, pixels(1, m_scale));
+    const int line = pixels(1, m_scale);
     painter.setPen(Qt::NoPen);
     painter.setBrush(ground);
     painter.drawRoundedRect(image.rect().adjusted(line, line, -line, -line), radius * m_scale - line,
@@ -233,13 +221,13 @@ QImage ScrollPanel::picture() const
     // The narrow one has room for one of the two.
     const bool saysStatus = m_shape != Shape::bar || m_importance == Importance::toBeRead;
     if (m_shape != Shape::bar || !saysStatus) {
-        painter.setFont(font(m_shape == Shape::wide ? 18 : 16, m_scale, QFont::DemiBold));
+        painter.setFont(overlayFont(m_shape == Shape::wide ? 18 : 16, m_scale, QFont::DemiBold));
         painter.setPen(ink);
         painter.drawText(scaled(places.height), Qt::AlignLeft | Qt::AlignVCenter | Qt::TextSingleLine,
                          QStringLiteral("%1 px").arg(QLocale::system().toString(m_height)));
     }
     if (saysStatus) {
-        painter.setFont(font(12, m_scale, QFont::Normal));
+        painter.setFont(overlayFont(12, m_scale, QFont::Normal));
         painter.setPen(faintInk);
         QRectF room = places.status;
         if (m_closing) // the buttons' place is free
@@ -256,7 +244,7 @@ QImage ScrollPanel::picture() const
         painter.setPen(Qt::NoPen);
         painter.setBrush(color);
         painter.drawRoundedRect(area, 6 * m_scale, 6 * m_scale);
-        painter.setFont(font(13, m_scale, QFont::DemiBold));
+        painter.setFont(overlayFont(13, m_scale, QFont::DemiBold));
         painter.setPen(ink);
         painter.drawText(area, Qt::AlignCenter | Qt::TextSingleLine, text);
     };

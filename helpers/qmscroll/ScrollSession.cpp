@@ -35,14 +35,15 @@ ScrollSession::ScrollSession(const Options &options)
 
 void ScrollSession::finish()
 {
-    m_finish = true;
+    if (m_wish == Wish::none)
+        m_wish = Wish::finish;
 }
 
 void ScrollSession::finishOrCancel()
 {
-    if (!m_started)
+    if (m_state == State::opening)
         cancel();
-    m_finish = m_onlyIfScrolled = true;
+    m_wish = Wish::finishIfScrolled;
 }
 
 void ScrollSession::cancel()
@@ -54,42 +55,43 @@ void ScrollSession::cancel()
 void ScrollSession::abandon()
 {
     if (m_end == End::open)
-        m_end = m_started ? End::lost : End::cancelled;
+        m_end = m_state == State::opening ? End::cancelled : End::lost;
 }
 
 ScrollSession::Order ScrollSession::look(Milliseconds now, const Sight &sight)
 {
     if (m_end != End::open)
         return endWith(m_end);
-    if (const Notice obstacle = m_finish ? Notice::none : this->obstacle(sight); obstacle != Notice::none) {
+    if (const Notice obstacle = m_wish != Wish::none ? Notice::none : this->obstacle(sight); obstacle != Notice::none) {
         m_notice = obstacle;
-        m_direction = Direction::none; // whatever happens meanwhile is the user's doing
-        m_since = Milliseconds(-1);
+        if (m_state != State::opening)
+            m_state = State::resuming;
+        m_step.since.reset();
         return {Order::Kind::look, 0, restInterval};
     }
     if (m_notice != Notice::placeLost)
         m_notice = Notice::none;
-    if (m_since < 0ms) {
-        m_since = now;
-        m_lastChange = Milliseconds(-1);
+    if (!m_step.since) {
+        m_step.since = now;
+        m_step.lastChange.reset();
     }
-    if (m_started && (m_options.mode == Mode::manual || m_notice == Notice::placeLost))
+    if (m_state == State::watching)
         return watch(now, sight);
-    if (sight.changed || (sight.fresh && m_lastChange < 0ms)) {
-        if (m_lastChange < 0ms)
-            m_answer = now - m_since;
-        m_lastChange = now;
+    if (sight.changed || (sight.fresh && !m_step.lastChange)) {
+        if (!m_step.lastChange)
+            m_step.answer = now - *m_step.since;
+        m_step.lastChange = now;
     }
     if (!isSettled(now, sight))
         return rest(now);
-    if (sight.fresh || !m_started)
+    if (sight.fresh || m_state == State::opening)
         return {Order::Kind::join, 0, {}};
-    if (m_finish)
+    if (m_wish != Wish::none)
         return endByWish();
-    if (m_astray != End::open) // and nothing has changed since
-        return recover(now, m_astray);
-    if (m_direction == Direction::forth && !m_moved)
-        return now - m_since < answerLimit() ? rest(now) : idle(now);
+    if (m_progress.astray != End::open) // and nothing has changed since
+        return recover(now, m_progress.astray);
+    if (m_state == State::forth && !m_step.moved)
+        return now - *m_step.since < answerLimit() ? rest(now) : idle(now);
     return proceed(now);
 }
 
@@ -98,58 +100,60 @@ ScrollSession::Order ScrollSession::look(Milliseconds now, const Sight &sight)
 ScrollSession::Order ScrollSession::watch(Milliseconds now, const Sight &sight)
 {
     if (sight.changed)
-        m_lastChange = now;
+        m_step.lastChange = now;
     else
-        m_since = now; // of the movement
-    const bool still = !sight.changed || now - m_since >= longest;
+        m_step.since = now; // of the movement
+    const bool still = !sight.changed || now - *m_step.since >= longest;
     if (still && sight.fresh)
         return {Order::Kind::join, 0, {}};
-    if (still && m_finish)
+    if (still && m_wish != Wish::none)
         return endByWish();
-    return {Order::Kind::look, 0, now - m_lastChange > longest ? restInterval : lookInterval};
+    return {Order::Kind::look, 0, now - m_step.lastChange.value_or(0ms) > longest ? restInterval : lookInterval};
 }
 
 ScrollSession::Order ScrollSession::joined(Milliseconds now, Stitcher::Step step, int shift, int height)
 {
-    using Step = Stitcher::Step;
-    const bool isFirst = !m_started;
-    const bool grew = height > m_height;
-    m_started = true;
-    m_height = height;
-    if (step == Step::failed)
+    using Joined = Stitcher::Step;
+    const bool isFirst = m_state == State::opening;
+    const bool grew = height > m_progress.height;
+    if (isFirst)
+        m_state = State::resuming;
+    m_progress.height = height;
+    if (step == Joined::failed)
         return endWith(End::failed);
-    if (step == Step::joined)
-        m_scrolled = true;
-    if (m_finish)
+    if (step == Joined::joined)
+        m_progress.scrolled = true;
+    if (m_wish != Wish::none)
         return endByWish();
     if (height >= m_options.heightLimit)
         return endWith(End::height);
-    const bool underWay = m_fine && m_direction == Direction::forth && now - m_lastChange < quietTime;
-    if (step == Step::ambiguous || step == Step::lost) {
-        m_astray = step == Step::lost ? End::lost : End::ambiguous;
-        return underWay ? rest(now) : recover(now, m_astray);
+    const bool underWay = m_pace.fine && m_state == State::forth && now - m_step.lastChange.value_or(0ms) < quietTime;
+    if (step == Joined::ambiguous || step == Joined::lost) {
+        m_progress.astray = step == Joined::lost ? End::lost : End::ambiguous;
+        return underWay ? rest(now) : recover(now, m_progress.astray);
     }
 
-    m_astray = End::open;
+    m_progress.astray = End::open;
     m_notice = Notice::none;
-    if (step == Step::still && m_direction == Direction::forth && !isFirst) {
+    if (step == Joined::still && m_state == State::forth) {
         // Something else moved, a caret say: the view may yet answer.
-        m_answer = longest;
-        return now - m_since < answerLimit() ? rest(now) : idle(now);
+        m_step.answer = longest;
+        return now - *m_step.since < answerLimit() ? rest(now) : idle(now);
     }
-    if (step == Step::joined) {
-        m_idleSteps = 0;
-        m_barrenSteps = grew ? 0 : m_barrenSteps + 1;
-        if (m_barrenSteps >= barrenLimit && m_options.mode == Mode::automatic)
-            return endWith(m_recoveries ? m_trouble : End::content); // without trouble: it springs back each time
+    if (step == Joined::joined) {
+        m_progress.idleSteps = 0;
+        m_progress.barrenSteps = grew ? 0 : m_progress.barrenSteps + 1;
+        if (m_progress.barrenSteps >= barrenLimit &&
+            m_options.mode == Mode::automatic) // without trouble: it springs back
+            return endWith(m_progress.recoveries ? m_progress.trouble : End::content);
         if (grew)
-            m_recoveries = 0;
+            m_progress.recoveries = 0;
         if (underWay) {
-            m_moved = true;
+            m_step.moved = true;
             return rest(now);
         }
-        if (m_direction == Direction::forth && shift > 0) {
-            m_slowestAnswer = std::max(m_slowestAnswer, std::min(m_answer, now - m_since));
+        if (m_state == State::forth && shift > 0) {
+            m_pace.slowestAnswer = std::max(m_pace.slowestAnswer, std::min(m_step.answer, now - *m_step.since));
             learn(shift);
         }
     }
@@ -158,61 +162,59 @@ ScrollSession::Order ScrollSession::joined(Milliseconds now, Stitcher::Step step
 
 ScrollSession::Order ScrollSession::rest(Milliseconds now) const
 {
-    const Milliseconds calm = now - std::max(m_since, m_lastChange);
     // Not past the moment at which the step may be over.
-    const Milliseconds left = std::max(m_since + shortest - now, quietTime - calm);
-    const Milliseconds interval = m_fine ? fineInterval : lookInterval;
+    const Milliseconds left = std::max(*m_step.since + shortest - now, quietTime - calm(now));
+    const Milliseconds interval = m_pace.fine ? fineInterval : lookInterval;
     return {Order::Kind::look, 0, left > 0ms ? std::min(left, interval) : interval};
 }
 
-ScrollSession::Order ScrollSession::step(Milliseconds now, Direction direction, int clicks)
+ScrollSession::Order ScrollSession::step(Milliseconds now, State direction, int clicks)
 {
-    m_direction = direction;
-    m_clicks = clicks;
-    m_moved = false;
-    m_since = now;
-    m_lastChange = Milliseconds(-1);
-    return {Order::Kind::scroll, direction == Direction::back ? -clicks : clicks, firstLook};
+    m_state = direction;
+    m_step = {};
+    m_step.clicks = clicks;
+    m_step.since = now;
+    return {Order::Kind::scroll, direction == State::back ? -clicks : clicks, firstLook};
 }
 
 ScrollSession::Order ScrollSession::proceed(Milliseconds now)
 {
     if (m_options.mode == Mode::automatic)
-        return step(now, Direction::forth, m_nextClicks);
-    m_direction = Direction::none;
+        return step(now, State::forth, m_pace.nextClicks);
+    m_state = State::watching;
     return {Order::Kind::look, 0, lookInterval};
 }
 
 // A step that moved nothing.
 ScrollSession::Order ScrollSession::idle(Milliseconds now)
 {
-    return ++m_idleSteps >= idleLimit ? endWith(End::content) : proceed(now);
+    return ++m_progress.idleSteps >= idleLimit ? endWith(End::content) : proceed(now);
 }
 
 // The frame could not be joined. Steps of our own are taken back and made smaller; where the user has scrolled, only the
 // user can go back.
 ScrollSession::Order ScrollSession::recover(Milliseconds now, End reason)
 {
-    m_trouble = reason;
-    if (m_direction == Direction::none) {
+    m_progress.trouble = reason;
+    if (m_state != State::forth && m_state != State::back) {
+        m_state = State::watching;
         m_notice = Notice::placeLost;
         return {Order::Kind::look, 0, lookInterval};
     }
-    ++m_recoveries;
-    if (m_recoveries >= recoveryLimit)
+    if (++m_progress.recoveries >= recoveryLimit)
         return endWith(reason);
-    if (m_direction == Direction::forth && m_clicks == 1)
-        m_fine = true; // no step can be smaller, but a view that moves smoothly shows what lies between
-    if (m_direction == Direction::back) // not far enough
-        return step(now, Direction::back, 1);
-    m_nextClicks = m_mostClicks = std::max(1, m_clicks / 2);
-    m_smoothSteps = 0;
-    return step(now, Direction::back, m_clicks);
+    if (m_state == State::back) // not far enough
+        return step(now, State::back, 1);
+    if (m_step.clicks == 1)
+        m_pace.fine = true; // no step can be smaller, but a view that moves smoothly shows what lies between
+    m_pace.nextClicks = m_pace.mostClicks = std::max(1, m_step.clicks / 2);
+    m_pace.smoothSteps = 0;
+    return step(now, State::back, m_step.clicks);
 }
 
 ScrollSession::Order ScrollSession::endByWish()
 {
-    return endWith(m_onlyIfScrolled && !m_scrolled ? End::cancelled : End::wish);
+    return endWith(m_wish == Wish::finishIfScrolled && !m_progress.scrolled ? End::cancelled : End::wish);
 }
 
 ScrollSession::Order ScrollSession::endWith(End end)
@@ -235,38 +237,44 @@ ScrollSession::Notice ScrollSession::obstacle(const Sight &sight) const
 
 bool ScrollSession::isSettled(Milliseconds now, const Sight &sight) const
 {
-    const Milliseconds passed = now - m_since;
-    if (passed >= (m_started ? longest : longestStart))
+    const Milliseconds passed = now - *m_step.since;
+    if (passed >= (m_state == State::opening ? longestStart : longest))
         return true;
-    const Milliseconds calm = now - std::max(m_since, m_lastChange);
     if (sight.changed)
         return false;
-    if (m_direction == Direction::none)
-        return calm >= quietTime && passed >= (sight.trusted && !m_started ? shortest : uncoverTime);
-    if (m_lastChange < 0ms)
+    if (m_state == State::opening || m_state == State::resuming)
+        return calm(now) >= quietTime &&
+               passed >= (sight.trusted && m_state == State::opening ? shortest : uncoverTime);
+    if (!m_step.lastChange)
         return passed >= answerLimit();
-    if (m_fine && m_direction == Direction::forth && sight.fresh)
+    if (m_pace.fine && m_state == State::forth && sight.fresh)
         return true; // as in watch()
-    return calm >= quietTime && passed >= shortest;
+    return calm(now) >= quietTime && passed >= shortest;
+}
+
+// For how long nothing has changed.
+ScrollSession::Milliseconds ScrollSession::calm(Milliseconds now) const
+{
+    return now - m_step.lastChange.value_or(*m_step.since);
 }
 
 // How long a view may take to answer the wheel before the step counts as one that moved nothing.
 Milliseconds ScrollSession::answerLimit() const
 {
-    if (m_slowestAnswer == 0ms || m_idleSteps > 0)
+    if (m_pace.slowestAnswer == 0ms || m_progress.idleSteps > 0)
         return longest;
-    return std::clamp<Milliseconds>(4 * m_slowestAnswer, shortestAnswer, longest);
+    return std::clamp<Milliseconds>(4 * m_pace.slowestAnswer, shortestAnswer, longest);
 }
 
 void ScrollSession::learn(int shift)
 {
     // The last step of a page is a short one: slow to believe in less, as a page may grow while it is read.
-    m_pixelsPerClick = std::max(double(shift) / m_clicks, m_pixelsPerClick * 0.75);
-    const int wanted = int(stepShare * m_options.regionHeight / m_pixelsPerClick);
+    m_pace.pixelsPerClick = std::max(double(shift) / m_step.clicks, m_pace.pixelsPerClick * 0.75);
+    const int wanted = int(stepShare * m_options.regionHeight / m_pace.pixelsPerClick);
     // What was too much a moment ago is tried again when it has gone well for a while.
-    if (++m_smoothSteps % stepsToTrust == 0)
-        m_mostClicks = std::min(2 * m_mostClicks, mostClicks);
-    m_nextClicks = std::clamp(wanted, 1, std::min(2 * m_clicks + 1, m_mostClicks));
+    if (++m_pace.smoothSteps % stepsToTrust == 0)
+        m_pace.mostClicks = std::min(2 * m_pace.mostClicks, mostClicks);
+    m_pace.nextClicks = std::clamp(wanted, 1, std::min(2 * m_step.clicks + 1, m_pace.mostClicks));
 }
 
 } // namespace qm

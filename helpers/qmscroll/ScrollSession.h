@@ -3,6 +3,7 @@
 #include "helpers/qmscroll/Stitcher.h"
 
 #include <chrono>
+#include <optional>
 
 namespace qm {
 
@@ -68,11 +69,18 @@ public:
     Notice notice() const { return m_notice; }
 
 private:
-    enum class Direction { none, forth, back }; // of the step under way; none: the user's doing, or nobody's
+    enum class State {
+        opening,  // what lay over the region fades away, then the first frame is joined
+        forth,    // a step of ours is under way
+        back,     // a step of ours is taken back
+        resuming, // an obstacle was there: whatever has moved is the user's doing
+        watching  // the user scrolls: in manual mode, or as the place was lost
+    };
+    enum class Wish { none, finish, finishIfScrolled };
 
     Order watch(Milliseconds now, const Sight &sight);
     Order rest(Milliseconds now) const;
-    Order step(Milliseconds now, Direction direction, int clicks);
+    Order step(Milliseconds now, State direction, int clicks);
     Order proceed(Milliseconds now);
     Order idle(Milliseconds now);
     Order recover(Milliseconds now, End reason);
@@ -80,39 +88,44 @@ private:
     Order endWith(End end);
     Notice obstacle(const Sight &sight) const;
     bool isSettled(Milliseconds now, const Sight &sight) const;
+    Milliseconds calm(Milliseconds now) const;
     Milliseconds answerLimit() const;
     void learn(int shift);
 
     static constexpr int mostClicks = 200; // of a step, for a view that hardly moves
 
     const Options m_options;
+    State m_state = State::opening;
     End m_end = End::open;
     Notice m_notice = Notice::none;
-    bool m_finish = false;
-    bool m_onlyIfScrolled = false;
-    bool m_started = false;  // a frame was joined
-    bool m_scrolled = false; // and another one after it
+    Wish m_wish = Wish::none;
 
-    // The step under way.
-    Direction m_direction = Direction::none;
-    int m_clicks = 0;
-    Milliseconds m_since{-1};      // its begin; negative: with the next look
-    Milliseconds m_lastChange{-1}; // seen in it; negative: none yet
-    Milliseconds m_answer{0};      // until the first change
-    bool m_moved = false;          // frames were joined while it was under way
+    struct Step { // the one under way; what is seen without one is timed in the same way
+        int clicks = 0;
+        std::optional<Milliseconds> since;      // nothing: it begins with the next look
+        std::optional<Milliseconds> lastChange; // seen in it
+        Milliseconds answer{0};                 // until the first change
+        bool moved = false;                     // frames were joined while it was under way
+    } m_step;
 
-    Milliseconds m_slowestAnswer{0}; // from a click to the first change, of those that moved something; 0: unknown
-    double m_pixelsPerClick = 0;     // 0: unknown
-    int m_nextClicks = 1;
-    int m_mostClicks = 200;    // of a step, by what went wrong lately
-    bool m_fine = false;       // even one click is too much: what is seen of a movement is joined
-    int m_smoothSteps = 0;     // since then
-    End m_trouble = End::open; // what went wrong last
-    End m_astray = End::open;  // why the last frame was not joined; open: it was
-    int m_height = 0;
-    int m_idleSteps = 0;   // in a row without a shift
-    int m_barrenSteps = 0; // in a row that did not make the picture taller
-    int m_recoveries = 0;  // since it last grew
+    struct Pace {                      // what is known of the view, and what it allows
+        Milliseconds slowestAnswer{0}; // from a click to the first change, of those that moved something; 0: unknown
+        double pixelsPerClick = 0;     // 0: unknown
+        int nextClicks = 1;
+        int mostClicks = ScrollSession::mostClicks; // of a step, by what went wrong lately
+        int smoothSteps = 0;                        // since then
+        bool fine = false;                          // even one click is too much: what is seen of a movement is joined
+    } m_pace;
+
+    struct Progress {
+        int height = 0;          // of the picture, pixels
+        bool scrolled = false;   // a frame was joined after the first
+        int idleSteps = 0;       // in a row without a shift
+        int barrenSteps = 0;     // in a row that did not make the picture taller
+        int recoveries = 0;      // since it last grew
+        End astray = End::open;  // why the last frame was not joined; open: it was
+        End trouble = End::open; // what went wrong last
+    } m_progress;
 };
 
 } // namespace qm

@@ -1,10 +1,10 @@
 #include "platform/KeyMonitor.h"
+#include "platform/x11/X11Server.h"
 
 #include <QSocketNotifier>
 
 #include <algorithm>
 #include <array>
-#include <cstdlib>
 #include <optional>
 #include <set>
 #include <vector>
@@ -21,12 +21,9 @@ namespace qm {
 namespace {
 
 template<class T>
-using Reply = std::unique_ptr<T, decltype(&std::free)>;
-
-template<class T>
 Reply<T> owned(T *reply)
 {
-    return {reply, &std::free};
+    return Reply<T>(reply);
 }
 
 constexpr quint32 shift = 0x20000, control = 0x40000, option = 0x80000, command = 0x100000;
@@ -74,8 +71,8 @@ private:
     std::optional<ModifierKey> modifierFor(uint32_t xKeyCode) const;
 
     std::function<void(const KeyEvent &)> m_handle;
-    xcb_connection_t *m_connection = nullptr;
-    xcb_window_t m_root = XCB_NONE;
+    X11Server m_server;
+    xcb_connection_t *m_connection = nullptr; // the server's
     uint8_t m_inputOpcode = 0;
     uint8_t m_keyboardEvent = 0;
     xkb_context *m_context = nullptr;
@@ -90,8 +87,6 @@ KeyMonitorX11::~KeyMonitorX11()
     m_notifier.reset();
     xkb_keymap_unref(m_keymap);
     xkb_context_unref(m_context);
-    if (m_connection)
-        xcb_disconnect(m_connection);
 }
 
 KeyMonitor::Started KeyMonitorX11::start(std::function<void(const KeyEvent &)> handle)
@@ -112,17 +107,9 @@ KeyMonitor::Started KeyMonitorX11::start(std::function<void(const KeyEvent &)> h
 
 bool KeyMonitorX11::connectToServer()
 {
-    if (m_connection)
-        xcb_disconnect(m_connection);
-    int screenNumber = 0;
-    m_connection = xcb_connect(nullptr, &screenNumber);
-    if (xcb_connection_has_error(m_connection))
-        return false;
-    auto screen = xcb_setup_roots_iterator(xcb_get_setup(m_connection));
-    for (; screenNumber > 0; --screenNumber)
-        xcb_screen_next(&screen);
-    m_root = screen.data->root;
-    return true;
+    m_server = X11Server::connect();
+    m_connection = m_server.connection.get();
+    return m_connection != nullptr;
 }
 
 bool KeyMonitorX11::hasExtensions()
@@ -150,7 +137,7 @@ void KeyMonitorX11::selectEvents()
     const Mask masks[] = {{{XCB_INPUT_DEVICE_ALL_MASTER, 1}, raw},
                           {{XCB_INPUT_DEVICE_ALL, 1}, XCB_INPUT_XI_EVENT_MASK_HIERARCHY}};
     for (const Mask &mask : masks)
-        xcb_input_xi_select_events(m_connection, m_root, 1, &mask.head);
+        xcb_input_xi_select_events(m_connection, m_server.screen->root, 1, &mask.head);
 
     constexpr uint16_t map = XCB_XKB_EVENT_TYPE_NEW_KEYBOARD_NOTIFY | XCB_XKB_EVENT_TYPE_MAP_NOTIFY;
     constexpr uint16_t allParts = 0xff;

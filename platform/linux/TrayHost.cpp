@@ -1,4 +1,5 @@
 #include "platform/TrayHost.h"
+#include "platform/x11/X11Server.h"
 
 #include <QDBusConnection>
 #include <QDBusConnectionInterface>
@@ -7,9 +8,6 @@
 #include <QSocketNotifier>
 #include <QTimer>
 
-#include <cstdlib>
-
-#include <xcb/xcb.h>
 #include <xcb/xfixes.h>
 
 namespace qm {
@@ -34,12 +32,7 @@ public:
         QTimer::singleShot(0, this, &LinuxTrayHost::look);
     }
 
-    ~LinuxTrayHost() override
-    {
-        m_notifier.reset();
-        if (m_connection)
-            xcb_disconnect(m_connection);
-    }
+    ~LinuxTrayHost() override { m_notifier.reset(); } // before the connection
 
 private Q_SLOTS:
     void look()
@@ -77,33 +70,29 @@ private:
     {
         if (qEnvironmentVariableIsEmpty("DISPLAY"))
             return;
-        int screenNumber = 0;
-        m_connection = xcb_connect(nullptr, &screenNumber);
-        if (xcb_connection_has_error(m_connection))
+        m_server = X11Server::connect();
+        m_connection = m_server.connection.get();
+        if (!m_connection)
             return;
-        const std::string name = "_NET_SYSTEM_TRAY_S" + std::to_string(screenNumber);
-        const auto atom = xcb_intern_atom_reply(
-            m_connection, xcb_intern_atom(m_connection, 0, uint16_t(name.size()), name.c_str()), nullptr);
+        const std::string name = "_NET_SYSTEM_TRAY_S" + std::to_string(m_server.screenNumber);
+        const Reply<xcb_intern_atom_reply_t> atom(xcb_intern_atom_reply(
+            m_connection, xcb_intern_atom(m_connection, 0, uint16_t(name.size()), name.c_str()), nullptr));
         if (!atom)
             return;
         m_selection = atom->atom;
-        std::free(atom);
 
         const xcb_query_extension_reply_t *fixes = xcb_get_extension_data(m_connection, &xcb_xfixes_id);
         if (fixes && fixes->present) {
-            std::free(
+            const Reply<xcb_xfixes_query_version_reply_t> version(
                 xcb_xfixes_query_version_reply(m_connection, xcb_xfixes_query_version(m_connection, 5, 0), nullptr));
-            auto screen = xcb_setup_roots_iterator(xcb_get_setup(m_connection));
-            for (; screenNumber > 0; --screenNumber)
-                xcb_screen_next(&screen);
-            xcb_xfixes_select_selection_input(m_connection, screen.data->root, m_selection,
+            xcb_xfixes_select_selection_input(m_connection, m_server.screen->root, m_selection,
                                               XCB_XFIXES_SELECTION_EVENT_MASK_SET_SELECTION_OWNER);
             xcb_flush(m_connection);
         }
         m_notifier = std::make_unique<QSocketNotifier>(xcb_get_file_descriptor(m_connection), QSocketNotifier::Read);
         connect(m_notifier.get(), &QSocketNotifier::activated, this, [this] {
-            while (auto *event = xcb_poll_for_event(m_connection))
-                std::free(event);
+            while (const Reply<xcb_generic_event_t> event{xcb_poll_for_event(m_connection)}) {
+            }
             if (xcb_connection_has_error(m_connection))
                 m_notifier->setEnabled(false);
             QMetaObject::invokeMethod(this, &LinuxTrayHost::look, Qt::QueuedConnection); // it drops the notifier
@@ -114,15 +103,14 @@ private:
     {
         if (m_selection == XCB_NONE)
             return false;
-        auto *reply =
-            xcb_get_selection_owner_reply(m_connection, xcb_get_selection_owner(m_connection, m_selection), nullptr);
-        const bool owned = reply && reply->owner != XCB_NONE;
-        std::free(reply);
-        return owned;
+        const Reply<xcb_get_selection_owner_reply_t> answer(
+            xcb_get_selection_owner_reply(m_connection, xcb_get_selection_owner(m_connection, m_selection), nullptr));
+        return answer && answer->owner != XCB_NONE;
     }
 
     std::function<void()> m_appeared; // empty once it was called
-    xcb_connection_t *m_connection = nullptr;
+    X11Server m_server;
+    xcb_connection_t *m_connection = nullptr; // the server's; null without one
     xcb_atom_t m_selection = XCB_NONE;
     std::unique_ptr<QSocketNotifier> m_notifier;
 };

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "annotate/AnnotationCanvasView.h"
+#include "annotate/editor/AnnotationCanvasView.h"
 
 #include <QApplication>
 #include <QMouseEvent>

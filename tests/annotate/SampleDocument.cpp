@@ -1,6 +1,6 @@
 #include "tests/annotate/SampleDocument.h"
 
-#include "annotate/ItemFactory.h"
+#include "annotate/document/ItemFactory.h"
 
 #include <QFontDatabase>
 #include <QPainter>

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "annotate/Annotation.h"
+#include "annotate/document/Annotation.h"
 
 namespace qm {
 

@@ -1,7 +1,7 @@
 // Pictures of the editor, for looking at: render_editor OUT.png [--dark] [--select N] [--tool KEY] [--narrow]
 // In the language and at the scale that the environment asks for.
-#include "annotate/AnnotationCanvasView.h"
-#include "annotate/AnnotationView.h"
+#include "annotate/editor/AnnotationCanvasView.h"
+#include "annotate/editor/AnnotationView.h"
 #include "tests/annotate/CanvasEvents.h"
 #include "tests/annotate/SampleDocument.h"
 

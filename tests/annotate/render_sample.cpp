@@ -1,5 +1,5 @@
 // Writes the sample document as pictures into a folder, to be looked at: render_sample FOLDER
-#include "annotate/AnnotationRenderer.h"
+#include "annotate/render/AnnotationRenderer.h"
 #include "imaging/PngWriter.h"
 #include "tests/annotate/SampleDocument.h"
 

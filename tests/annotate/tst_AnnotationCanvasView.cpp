@@ -1,6 +1,6 @@
-#include "annotate/AnnotationCanvasView.h"
-#include "annotate/AnnotationRenderer.h"
-#include "annotate/SelectionMarks.h"
+#include "annotate/editor/AnnotationCanvasView.h"
+#include "annotate/editor/SelectionMarks.h"
+#include "annotate/render/AnnotationRenderer.h"
 #include "tests/annotate/CanvasEvents.h"
 #include "tests/annotate/SampleDocument.h"
 

@@ -1,5 +1,5 @@
-#include "annotate/AnnotationRenderer.h"
-#include "annotate/ItemFactory.h"
+#include "annotate/document/ItemFactory.h"
+#include "annotate/render/AnnotationRenderer.h"
 #include "imaging/ImageFile.h"
 #include "imaging/PngWriter.h"
 

@@ -1,15 +1,15 @@
-#include "annotate/AnnotationCanvasView.h"
-#include "annotate/AnnotationRenderer.h"
-#include "annotate/AnnotationView.h"
-#include "annotate/AnnotationWindowController.h"
-#include "annotate/ColorWell.h"
-#include "annotate/EditorBars.h"
-#include "app/base/WindowPlacement.h"
+#include "annotate/editor/AnnotationCanvasView.h"
+#include "annotate/editor/AnnotationView.h"
+#include "annotate/editor/AnnotationWindowController.h"
+#include "annotate/editor/ColorWell.h"
+#include "annotate/editor/EditorBars.h"
+#include "annotate/render/AnnotationRenderer.h"
 #include "imaging/ImageFile.h"
 #include "imaging/PngWriter.h"
 #include "tests/annotate/CanvasEvents.h"
 #include "tests/annotate/SampleDocument.h"
 #include "tests/support/TempHome.h"
+#include "ui/WindowPlacement.h"
 
 #include <QClipboard>
 #include <QDir>

@@ -1,5 +1,5 @@
-#include "annotate/AreaResample.h"
-#include "annotate/Pixellate.h"
+#include "annotate/render/Pixellate.h"
+#include "imaging/AreaResample.h"
 
 #include <QRandomGenerator>
 #include <QTest>

@@ -1,5 +1,6 @@
-#include "annotate/AnnotationRenderer.h"
-#include "annotate/HitTest.h"
+#include "annotate/document/CanvasZoom.h"
+#include "annotate/document/HitTest.h"
+#include "annotate/render/AnnotationRenderer.h"
 
 #include <QTest>
 

@@ -1,5 +1,5 @@
-#include "annotate/AnnotationRenderer.h"
-#include "annotate/EditorState.h"
+#include "annotate/document/EditorState.h"
+#include "annotate/render/AnnotationRenderer.h"
 
 #include <QRandomGenerator>
 #include <QTest>

@@ -1,5 +1,5 @@
-#include "annotate/AnnotationRenderer.h"
-#include "annotate/RenderCache.h"
+#include "annotate/render/AnnotationRenderer.h"
+#include "annotate/render/RenderCache.h"
 
 #include <QRandomGenerator>
 #include <QTest>

@@ -1,11 +1,12 @@
 #include "app/SingleInstance.h"
 #include "app/StatusMenu.h"
-#include "app/base/AppLocale.h"
-#include "app/base/LoginItem.h"
-#include "app/base/Symbol.h"
+#include "platform/LoginItem.h"
 #include "tests/support/Contrast.h"
 #include "tests/support/OrdinaryUser.h"
 #include "tests/support/TempHome.h"
+#include "ui/AppLocale.h"
+#include "ui/Symbol.h"
+#include "ui/WindowPlacement.h"
 
 #include <QCoreApplication>
 #include <QDir>
@@ -156,13 +157,29 @@ private Q_SLOTS:
         QVERIFY(!AppLocale::isJapanese({u"en"_s, u"ja"_s}));
     }
 
+    void windowsStayInReach()
+    {
+        const struct {
+            QRect frame;
+            QSize window;
+            QPoint corner;
+        } rows[] = {
+            {{0, 25, 1280, 775}, {940, 615}, {170, 73}}, // centred, below the margin
+            {{1280, 0, 800, 600}, {600, 400}, {1380, 48}},
+            {{0, 25, 1280, 775}, {940, 760}, {170, 40}},
+            {{10, 20, 500, 400}, {560, 420}, {10, 20}}, // larger than the screen
+        };
+        for (const auto &row : rows)
+            QCOMPARE(WindowPlacement::placed(row.frame, row.window, 48), row.corner);
+    }
+
     void menu()
     {
-        QList<StatusMenu::Item> chosen;
-        StatusMenu menu([&](StatusMenu::Item item) { chosen << item; });
+        QList<Command> chosen;
+        StatusMenu menu([&](const Command &command) { chosen << command; });
         menu.popup({0, 0});
         QTest::keyClick(&menu, Qt::Key_Comma, Qt::ControlModifier);
-        QCOMPARE(chosen, QList<StatusMenu::Item>({StatusMenu::Item::openSettings}));
+        QCOMPARE(chosen, QList<Command>({{Command::Verb::settings, {}}}));
         QVERIFY(!menu.isVisible());
     }
 

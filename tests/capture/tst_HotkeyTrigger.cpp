@@ -107,9 +107,9 @@ private Q_SLOTS:
         QFETCH(QList<Step>, steps);
         ManualQueue queue;
         QStringList told;
-        HotkeyTrigger trigger(queue, Hotkey(), [&](HotkeyTrigger::Gesture gesture) {
+        HotkeyTrigger trigger(queue, Hotkey(), [&](HotkeyGesture gesture) {
             told << QStringLiteral("%1 at %2")
-                        .arg(gesture == HotkeyTrigger::Gesture::tap ? u"tap" : u"hold")
+                        .arg(gesture == HotkeyGesture::tap ? u"tap" : u"hold")
                         .arg(queue.now().count());
         });
         for (const Step &step : steps) {

@@ -2,9 +2,11 @@
 #include "tests/support/PngReference.h"
 
 #include <QClipboard>
+#include <QFile>
 #include <QGuiApplication>
 #include <QImage>
 #include <QMimeData>
+#include <QTemporaryDir>
 #include <QtTest>
 
 using namespace qm;
@@ -32,6 +34,23 @@ private Q_SLOTS:
         QCOMPARE(read.dotsPerMetre, 5669u); // pasted at the size it had on the screen
         QCOMPARE(data->data(QStringLiteral("image/png")).constData(),
                  png.constData()); // the same bytes, not encoded again
+    }
+
+    void aFilesOwnBytesAreHandedOver()
+    {
+        const QImage pixels(8, 6, QImage::Format_RGB32);
+        QTemporaryDir folder;
+        const QString path = folder.filePath(QStringLiteral("a.png"));
+        QVERIFY(pixels.save(path, "png", 0)); // not as our writer would
+        QFile file(path);
+        QVERIFY(file.open(QIODevice::ReadOnly));
+        Pasteboard::setContent(Pasteboard::contentOf(path));
+        QCOMPARE(QGuiApplication::clipboard()->mimeData()->data(QStringLiteral("image/png")), file.readAll());
+
+        const QString photo = folder.filePath(QStringLiteral("a.jpg"));
+        QVERIFY(pixels.save(photo));
+        const Pasteboard::Content content = Pasteboard::contentOf(photo);
+        QVERIFY(!content.image.isNull() && content.png.isEmpty());
     }
 
     void anEmptyPictureOffersNothingBroken()

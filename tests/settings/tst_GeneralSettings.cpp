@@ -1,4 +1,5 @@
 #include "config/ConfigStore.h"
+#include "platform/LoginItem.h"
 #include "settings/AboutView.h"
 #include "settings/GeneralSettings.h"
 #include "tests/support/TempHome.h"

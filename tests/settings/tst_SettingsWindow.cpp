@@ -1,5 +1,5 @@
-#include "app/base/LoginItem.h"
 #include "config/ConfigStore.h"
+#include "platform/LoginItem.h"
 #include "settings/Lamp.h"
 #include "settings/SettingsWindowController.h"
 #include "tests/support/Contrast.h"
@@ -23,7 +23,6 @@
 using namespace qm;
 using namespace Qt::StringLiterals;
 using namespace std::chrono_literals;
-using Gesture = KeyListener::Gesture;
 
 static const QString localFile = u".quillmere/config.json"_s;
 static const QString sharedFile = u"cloud/config.json"_s;
@@ -39,7 +38,7 @@ struct Application {
     ManualQueue queue;
     std::optional<KeyMonitor::Started> started = KeyMonitor::Started::yes;
     Hotkey tested;
-    std::function<void(Gesture)> test;
+    std::function<void(HotkeyGesture)> test;
     int saved = 0;
     SettingsWindowController controller{
         queue,
@@ -270,16 +269,16 @@ private Q_SLOTS:
         QTest::keyClick(modifier(), Qt::Key_End); // tried before it is saved
         turn();
         QCOMPARE(m_application->tested.modifier, HotkeyModifier::rightControl);
-        testing(Gesture::tap);
+        testing(HotkeyGesture::tap);
         QVERIFY(tap->isLit() && !hold->isLit());
-        testing(Gesture::hold);
+        testing(HotkeyGesture::hold);
         QVERIFY(!tap->isLit() && hold->isLit());
         m_application->queue.advance(1200ms);
         QVERIFY(!hold->isLit());
 
         // A forgotten test ends; each gesture shows that it is not.
         m_application->queue.advance(28s);
-        testing(Gesture::tap);
+        testing(HotkeyGesture::tap);
         m_application->queue.advance(29'999ms);
         QVERIFY(testing);
         m_application->queue.advance(1ms);

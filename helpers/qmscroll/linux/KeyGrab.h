@@ -1,6 +1,6 @@
 #pragma once
 
-#include "helpers/freeze/XConnection.h"
+#include "helpers/x11/XConnection.h"
 
 #include <QList>
 

@@ -1,11 +1,14 @@
 #include "helpers/qmscroll/ScrollDesktop.h"
 
-#include "helpers/freeze/Curtain.h"
-#include "helpers/grab/Fonts.h"
-#include "helpers/grab/Overlay.h"
+#include "helpers/overlay/Fonts.h"
+#include "helpers/overlay/Overlay.h"
+#include "helpers/overlay/Pixels.h"
 #include "helpers/qmscroll/ScrollPanel.h"
 #include "helpers/qmscroll/linux/KeyGrab.h"
 #include "helpers/qmscroll/linux/SideWindow.h"
+#include "helpers/x11/CaptureClaim.h"
+#include "helpers/x11/Curtain.h"
+#include "helpers/x11/overlay/X11Overlay.h"
 
 #include <QDeadlineTimer>
 
@@ -79,7 +82,8 @@ std::optional<ScrollDesktop::Region> ScrollDesktop::chooseRegion(QString *failur
 {
     XConnection &server = *m_state->server;
     Curtain curtain(server);
-    Overlay overlay(curtain, {.mode = Picker::Mode::region,
+    X11Overlay desktop(curtain);
+    Overlay overlay(desktop, {.mode = Picker::Mode::region,
                               .offer = Picker::Offer::regionOnly,
                               .makeReadyForText = [&] { m_state->fonts = startFonts(); }});
     const Overlay::Choice choice = overlay.run();
@@ -88,7 +92,7 @@ std::optional<ScrollDesktop::Region> ScrollDesktop::chooseRegion(QString *failur
     if (!choice.failure.isEmpty() || choice.result != Picker::Result::region || area.isEmpty())
         return {};
     m_state->region = area;
-    m_state->monitors = overlay.screen().monitors();
+    m_state->monitors = desktop.screen().monitors();
     for (std::optional<ScreenGrab> &grab : m_state->grabs)
         grab.emplace(server, area.size());
     const auto shown = [&](const Monitor &monitor) {
@@ -99,7 +103,7 @@ std::optional<ScrollDesktop::Region> ScrollDesktop::chooseRegion(QString *failur
     std::stable_sort(m_state->monitors.begin(), m_state->monitors.end(),
                      [&](const Monitor &a, const Monitor &b) { return shown(a) > shown(b); });
     return Region{area, m_state->monitors.first().scale, qm::pictureScale(m_state->monitors, area),
-                  overlay.screen().pixels().copy(area)};
+                  desktop.screen().pixels().copy(area)};
 }
 
 QImage ScrollDesktop::grab()
@@ -145,7 +149,6 @@ void ScrollDesktop::turnWheel(int clicks)
 PanelPlace ScrollDesktop::showFrame()
 {
     XConnection &server = *m_state->server;
-    const auto pixels = [](double points, double scale) { return std::max(1, int(std::lround(points * scale))); };
     const Monitor &own = m_state->monitors.first();
     const int line = pixels(frameLine, own.scale);
     const int border = pixels(frameBorder, own.scale);

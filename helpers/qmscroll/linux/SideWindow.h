@@ -1,6 +1,6 @@
 #pragma once
 
-#include "helpers/grab/ScreenPixels.h"
+#include "helpers/x11/overlay/ScreenPixels.h"
 
 #include <QRegion>
 

@@ -1,4 +1,4 @@
-#include "helpers/grab/Monitors.h"
+#include "helpers/overlay/Monitors.h"
 
 #include <QTest>
 

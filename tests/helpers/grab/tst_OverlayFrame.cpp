@@ -1,4 +1,4 @@
-#include "helpers/grab/OverlayFrame.h"
+#include "helpers/overlay/OverlayFrame.h"
 
 #include <QTest>
 

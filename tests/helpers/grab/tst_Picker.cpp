@@ -1,4 +1,4 @@
-#include "helpers/grab/Picker.h"
+#include "helpers/overlay/Picker.h"
 
 #include <QTest>
 

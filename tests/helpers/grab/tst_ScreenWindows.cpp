@@ -1,4 +1,4 @@
-#include "helpers/grab/ScreenWindows.h"
+#include "helpers/overlay/ScreenWindows.h"
 
 #include <QTest>
 

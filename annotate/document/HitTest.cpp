@@ -1,0 +1,86 @@
+#include "annotate/document/HitTest.h"
+
+#include <algorithm>
+#include <cmath>
+
+namespace qm {
+
+static constexpr double itemTolerance = 8;    // view points
+static constexpr double handleTolerance = 12; // view points
+
+static double distance(QPointF a, QPointF b)
+{
+    return std::hypot(a.x() - b.x(), a.y() - b.y());
+}
+
+static double distanceToSegment(QPointF point, QPointF from, QPointF to)
+{
+    const QPointF along = to - from;
+    const double length = QPointF::dotProduct(along, along);
+    if (length == 0)
+        return distance(point, from);
+    const double at = std::clamp(QPointF::dotProduct(point - from, along) / length, 0.0, 1.0);
+    return distance(point, from + along * at);
+}
+
+static QRectF textBox(const Annotation &item)
+{
+    if (item.rect.height() > 1)
+        return item.rect.normalized();
+    const double fontSize = defaultFontSize(item.lineWidth);
+    const qsizetype length = item.text ? item.text->size() : 1;
+    return {item.rect.topLeft(), QSizeF(std::max(fontSize * double(length) * 0.6, 24.0), fontSize)};
+}
+
+bool HitTest::hits(const Annotation &item, QPointF point, double scale)
+{
+    const double tolerance = itemTolerance * scale + item.lineWidth;
+    if (item.isLinear())
+        return distanceToSegment(point, item.start(), item.end()) < tolerance;
+    const QRectF box = item.kind == Annotation::Kind::text ? textBox(item) : item.rect.normalized();
+    return box.adjusted(-tolerance, -tolerance, tolerance, tolerance).contains(rotation(item).inverted().map(point));
+}
+
+std::optional<int> HitTest::itemAt(const QList<Annotation> &items, QPointF point, double scale)
+{
+    for (int i = int(items.size()) - 1; i >= 0; --i) {
+        if (hits(items[i], point, scale))
+            return i;
+    }
+    return std::nullopt;
+}
+
+HitTest::EndPoint HitTest::endPointAt(const Annotation &item, QPointF point, double scale)
+{
+    if (!item.isLinear())
+        return EndPoint::none;
+    if (distance(point, item.start()) <= handleTolerance * scale)
+        return EndPoint::start;
+    return distance(point, item.end()) <= handleTolerance * scale ? EndPoint::end : EndPoint::none;
+}
+
+std::optional<QPointF> HitTest::fixedCornerFor(const Annotation &item, QPointF point, double scale)
+{
+    if (item.isLinear() || item.rotation != 0)
+        return std::nullopt;
+    const QRectF box = item.rect.normalized();
+    const std::pair<QPointF, QPointF> corners[] = {
+        // QRectF's names have y down: its top is the lower edge here.
+        {box.topLeft(), box.bottomRight()},
+        {box.topRight(), box.bottomLeft()},
+        {box.bottomLeft(), box.topRight()},
+        {box.bottomRight(), box.topLeft()},
+    };
+    for (const auto &[corner, opposite] : corners) {
+        if (distance(point, corner) <= handleTolerance * scale)
+            return item.kind == Annotation::Kind::text ? item.start() : opposite;
+    }
+    return std::nullopt;
+}
+
+bool HitTest::onRotationHandle(const Annotation &item, QPointF viewPoint, const CanvasMapping &mapping)
+{
+    return !item.isLinear() && distance(viewPoint, rotationHandle(item, mapping)) <= handleTolerance;
+}
+
+} // namespace qm

@@ -1,0 +1,95 @@
+#include "annotate/document/TextLine.h"
+
+#include <QFontDatabase>
+#include <QFontMetricsF>
+#include <QRawFont>
+#include <QTextLayout>
+
+#include <algorithm>
+
+namespace qm {
+
+static QFont layoutFont()
+{
+    QFont font = QFontDatabase::systemFont(QFontDatabase::GeneralFont);
+    font.setPixelSize(int(TextLine::layoutSize));
+    font.setWeight(QFont::DemiBold);
+    font.setHintingPreference(QFont::PreferNoHinting);
+    font.setStyleStrategy(QFont::StyleStrategy(QFont::PreferAntialias | QFont::NoSubpixelAntialias));
+    return font;
+}
+
+TextLine::TextLine(const QString &text)
+{
+    const QFont font = layoutFont();
+    m_descent = QFontMetricsF(font).descent();
+
+    QString line = text;
+    for (QChar &c : line) { // one line, whatever was pasted
+        if (c == u'\n' || c == u'\r' || c == QChar::LineSeparator || c == QChar::ParagraphSeparator)
+            c = u' ';
+    }
+    QTextLayout layout(line, font);
+    QTextOption option; // not by design metrics: they know nothing of glyphs that are pictures
+    option.setWrapMode(QTextOption::NoWrap);
+    layout.setTextOption(option);
+    layout.beginLayout();
+    QTextLine textLine = layout.createLine();
+    if (textLine.isValid()) {
+        textLine.setLineWidth(1e7); // room enough that right-to-left text is not broken either
+        textLine.setPosition({0, 0});
+    }
+    layout.endLayout();
+    if (!textLine.isValid())
+        return;
+
+    m_width = textLine.horizontalAdvance();
+    // Right-to-left text is laid out against the right end of the room.
+    const QPointF origin(qMin(textLine.cursorToX(0), textLine.cursorToX(int(line.size()))), textLine.ascent());
+    const QList<QGlyphRun> runs = textLine.glyphRuns();
+    m_outline.setFillRule(Qt::WindingFill);
+    for (const QGlyphRun &run : runs) {
+        const QRawFont rawFont = run.rawFont();
+        const QList<quint32> glyphs = run.glyphIndexes();
+        const QList<QPointF> positions = run.positions();
+        // Fonts of bitmaps (OpenType 1.9, CBLC) must not even be asked for an outline: FreeType then forgets their size.
+        const bool pictured = !rawFont.fontTable("CBLC").isEmpty();
+        QGlyphRun picture;
+        QList<quint32> pictureGlyphs;
+        QList<QPointF> picturePositions;
+        for (qsizetype i = 0; i < glyphs.size(); ++i) {
+            const QPointF position = positions[i] - origin;
+            if (pictured) {
+                pictureGlyphs << glyphs[i];
+                picturePositions << position;
+            } else {
+                m_outline.addPath(rawFont.pathForGlyph(glyphs[i]).translated(position));
+            }
+        }
+        if (pictureGlyphs.isEmpty())
+            continue;
+        picture.setRawFont(rawFont);
+        picture.setGlyphIndexes(pictureGlyphs);
+        picture.setPositions(picturePositions);
+        m_pictures << picture;
+    }
+}
+
+QRectF TextLine::bounds() const
+{
+    QRectF bounds = m_outline.controlPointRect();
+    for (const QGlyphRun &picture : m_pictures) {
+        const QList<quint32> glyphs = picture.glyphIndexes();
+        const QList<QPointF> positions = picture.positions();
+        for (qsizetype i = 0; i < glyphs.size(); ++i)
+            bounds |= picture.rawFont().boundingRect(glyphs[i]).translated(positions[i]);
+    }
+    return bounds;
+}
+
+double measureTextWidth(const QString &text, double fontSize)
+{
+    return std::max(TextLine(text).width() * std::max(fontSize, 1.0) / TextLine::layoutSize, 20.0);
+}
+
+} // namespace qm

@@ -1,0 +1,270 @@
+// What a person does with the canvas.
+#include "annotate/editor/AnnotationCanvasView.h"
+
+#include "annotate/editor/TextEntry.h"
+#include "ui/Symbol.h"
+
+#include <QApplication>
+#include <QMouseEvent>
+#include <QNativeGestureEvent>
+
+#include <cmath>
+
+namespace qm {
+
+static constexpr double leastDrag = 3;          // image points; anything shorter was no drag
+static constexpr double pointsPerLine = 16;     // of a wheel's notch, which counts in lines
+static constexpr double preciseZoomStep = 0.01; // a point of a trackpad
+static constexpr double notchZoomStep = 0.05;
+
+static bool drawsBox(AnnotationTool tool)
+{
+    return tool == AnnotationTool::crop || tool == AnnotationTool::rect || tool == AnnotationTool::ellipse ||
+           tool == AnnotationTool::blur;
+}
+
+// Of the box's corners, those that lie against a fixed one to the lower left or upper right run along the diagonal "/".
+static Qt::CursorShape resizeShape(const Annotation &item, QPointF fixedCorner)
+{
+    if (item.kind == Annotation::Kind::text)
+        return Qt::SizeVerCursor; // its size follows the height alone
+    const QPointF from = fixedCorner - item.rect.normalized().center();
+    return from.x() * from.y() > 0 ? Qt::SizeBDiagCursor : Qt::SizeFDiagCursor;
+}
+
+static QCursor rotateCursor()
+{
+    constexpr int size = 24;
+    static const QPixmap picture = Symbol::outlinedIcon(QStringLiteral("arrow.clockwise")).pixmap(size, size);
+    return QCursor(picture, size / 2, size / 2);
+}
+
+Qt::CursorShape AnnotationCanvasView::cursorShape() const
+{
+    if (m_panFrom)
+        return Qt::ClosedHandCursor;
+    if (m_spaceHeld)
+        return Qt::OpenHandCursor;
+    if (tool == AnnotationTool::text)
+        return Qt::IBeamCursor;
+    if (tool != AnnotationTool::select)
+        return Qt::CrossCursor;
+    const PressTarget target = PressTarget::at(m_pointer, doc.items, selectedIndex, mapping());
+    switch (target.mode) {
+    case DragMode::none: break;
+    case DragMode::whole: return Qt::SizeAllCursor;
+    case DragMode::start:
+    case DragMode::end: return Qt::PointingHandCursor;
+    case DragMode::resize: return resizeShape(doc.items[*target.index], *target.fixedCorner);
+    case DragMode::rotate: return Qt::BitmapCursor;
+    }
+    return Qt::ArrowCursor;
+}
+
+// During an edit the pointer keeps the shape it was pressed with.
+void AnnotationCanvasView::updateCursor()
+{
+    const Qt::CursorShape shape = cursorShape();
+    if (!m_itemDrag && shape != cursor().shape())
+        setCursor(shape == Qt::BitmapCursor ? rotateCursor() : QCursor(shape));
+}
+
+void AnnotationCanvasView::mousePressEvent(QMouseEvent *event)
+{
+    setFocus();
+    const QPointF view = m_pointer = toView(event->position());
+    const bool left = event->button() == Qt::LeftButton;
+    if (isDragging() || (!left && event->button() != Qt::MiddleButton))
+        return;
+    if (!left || m_spaceHeld)
+        m_panFrom = view;
+    else
+        beginDrag(view);
+    redisplay();
+}
+
+void AnnotationCanvasView::beginDrag(QPointF view)
+{
+    commitText(); // a text left open takes its place before anything else happens
+    const QPointF image = mapping().toImage(view);
+    if (tool == AnnotationTool::text)
+        return openText(image, std::nullopt);
+    if (tool != AnnotationTool::select) {
+        m_dragStart = {image, tool};
+        m_draft = ItemFactory::dragged(tool, image, image, style());
+        return;
+    }
+    const PressTarget target = PressTarget::at(view, doc.items, selectedIndex, mapping());
+    selectedIndex = target.index;
+    if (target.index) {
+        m_itemDrag = ItemDrag::begun(target, doc.items[*target.index], view, mapping());
+        if (onSnapshot)
+            onSnapshot();
+    }
+    if (target.mode != DragMode::rotate && onSelect)
+        onSelect(selectedIndex);
+}
+
+QPointF AnnotationCanvasView::drawnTo(QPointF view, Qt::KeyboardModifiers modifiers) const
+{
+    const QPointF image = mapping().toImage(view);
+    const bool square = drawsBox(m_dragStart->tool) && modifiers.testFlag(Qt::ShiftModifier);
+    return square ? squareFrom(m_dragStart->start, image) : image;
+}
+
+void AnnotationCanvasView::mouseMoveEvent(QMouseEvent *event)
+{
+    m_pointer = toView(event->position());
+    if (isDragging())
+        dragTo(m_pointer, event->modifiers());
+    else
+        updateCursor();
+}
+
+void AnnotationCanvasView::dragTo(QPointF view, Qt::KeyboardModifiers modifiers)
+{
+    if (m_panFrom) {
+        m_zoom = m_zoom.panned(view - *m_panFrom, size(), shownRegion(doc));
+        m_panFrom = view;
+    } else if (m_dragStart) {
+        m_draft = ItemFactory::dragged(m_dragStart->tool, m_dragStart->start, drawnTo(view, modifiers), style());
+    } else if (m_itemDrag && names(selectedIndex) && m_itemDrag->index == *selectedIndex) {
+        replaceItem(m_itemDrag->index, m_itemDrag->dragged(doc.items[m_itemDrag->index], view, mapping()));
+    }
+    redisplay();
+}
+
+void AnnotationCanvasView::replaceItem(int index, const Annotation &item)
+{
+    doc.items[index] = item;
+    if (onReplaceItems)
+        onReplaceItems(doc.items);
+}
+
+void AnnotationCanvasView::mouseReleaseEvent(QMouseEvent *event)
+{
+    m_pointer = toView(event->position());
+    const bool panEnds = m_panFrom && !(event->buttons() & (Qt::LeftButton | Qt::MiddleButton));
+    if (panEnds || (!m_panFrom && event->button() == Qt::LeftButton))
+        finishDrag(m_pointer, event->modifiers());
+}
+
+void AnnotationCanvasView::finishDrag(QPointF view, Qt::KeyboardModifiers modifiers)
+{
+    if (m_dragStart) {
+        const AnnotationTool drawn = m_dragStart->tool;
+        Annotation item = ItemFactory::dragged(drawn, m_dragStart->start, drawnTo(view, modifiers), style());
+        if (!item.isLinear())
+            item.rect = item.rect.normalized();
+        endDrag();
+        const bool meant = std::abs(item.rect.width()) >= leastDrag || std::abs(item.rect.height()) >= leastDrag;
+        if (meant && drawn == AnnotationTool::crop && onCrop)
+            onCrop(item.rect);
+        if (meant && drawn != AnnotationTool::crop && onCommit)
+            onCommit(item);
+    }
+    endDrag();
+    redisplay();
+}
+
+void AnnotationCanvasView::endDrag()
+{
+    m_dragStart.reset();
+    m_draft.reset();
+    m_itemDrag.reset();
+    m_panFrom.reset();
+}
+
+bool AnnotationCanvasView::cancelDrag()
+{
+    if (!isDragging())
+        return false;
+    const std::optional<ItemDrag> edit = m_itemDrag;
+    endDrag();
+    if (edit && names(edit->index))
+        replaceItem(edit->index, edit->restored(doc.items[edit->index]));
+    redisplay();
+    return true;
+}
+
+void AnnotationCanvasView::mouseDoubleClickEvent(QMouseEvent *event)
+{
+    const std::optional<int> index = textAt(toView(event->position()));
+    const bool edits = event->button() == Qt::LeftButton && tool == AnnotationTool::select && !m_spaceHeld && index;
+    if (!edits || isDragging())
+        return mousePressEvent(event);
+    commitText();
+    if (names(index))
+        openText(doc.items[*index].start(), index);
+}
+
+void AnnotationCanvasView::wheelEvent(QWheelEvent *event)
+{
+    // What X11 calls pixels are units of the driver's own.
+    const bool precise = !event->pixelDelta().isNull() && QGuiApplication::platformName() != QLatin1String("xcb");
+    const QPointF notches = QPointF(event->angleDelta()) / QWheelEvent::DefaultDeltasPerStep;
+    if (event->modifiers() & Qt::ControlModifier) {
+        const double vertical = precise ? event->pixelDelta().y() : notches.y();
+        zoomBy(toView(event->position()), 1 + vertical * (precise ? preciseZoomStep : notchZoomStep));
+    } else {
+        const QPointF by =
+            precise ? QPointF(event->pixelDelta()) : notches * QApplication::wheelScrollLines() * pointsPerLine;
+        m_zoom = m_zoom.panned({by.x(), -by.y()}, size(), shownRegion(doc));
+        redisplay();
+    }
+    event->accept();
+}
+
+void AnnotationCanvasView::zoomBy(QPointF view, double factor)
+{
+    zoomAbout(view, zoom() * factor);
+    if (onZoomChanged)
+        onZoomChanged(zoom());
+}
+
+bool AnnotationCanvasView::event(QEvent *event)
+{
+    if (event->type() == QEvent::NativeGesture) {
+        const auto *gesture = static_cast<QNativeGestureEvent *>(event);
+        if (gesture->gestureType() == Qt::ZoomNativeGesture) {
+            zoomBy(toView(gesture->position()), 1 + gesture->value());
+            return true;
+        }
+    }
+    if (event->type() == QEvent::ScreenChangeInternal) // to one of another scale, it may be
+        redisplay();
+    return QWidget::event(event);
+}
+
+void AnnotationCanvasView::keyPressEvent(QKeyEvent *event)
+{
+    const bool deletes = event->key() == Qt::Key_Backspace || event->key() == Qt::Key_Delete;
+    if (deletes && selectedIndex) {
+        endDrag(); // of an item that is about to go
+        if (onDelete)
+            onDelete();
+        return;
+    }
+    if (event->key() == Qt::Key_Space && !event->isAutoRepeat()) {
+        m_spaceHeld = true;
+        updateCursor();
+    }
+    event->ignore();
+}
+
+void AnnotationCanvasView::keyReleaseEvent(QKeyEvent *event)
+{
+    if (event->key() == Qt::Key_Space && !event->isAutoRepeat()) {
+        m_spaceHeld = false;
+        updateCursor();
+    }
+    event->ignore();
+}
+
+void AnnotationCanvasView::focusOutEvent(QFocusEvent *event)
+{
+    m_spaceHeld = false;
+    QWidget::focusOutEvent(event);
+}
+
+} // namespace qm

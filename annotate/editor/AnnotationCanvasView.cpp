@@ -1,0 +1,199 @@
+#include "annotate/editor/AnnotationCanvasView.h"
+
+#include "annotate/editor/SelectionMarks.h"
+#include "annotate/editor/TextEntry.h"
+#include "ui/AppLocale.h"
+#include "ui/SystemLook.h"
+
+#include <QPaintEvent>
+#include <QPainter>
+
+namespace qm {
+
+using namespace std::chrono_literals;
+
+static constexpr auto zoomRests = 120ms;
+
+AnnotationCanvasView::AnnotationCanvasView(QWidget *parent)
+    : QWidget(parent)
+{
+    setFocusPolicy(Qt::StrongFocus);
+    setMouseTracking(true); // the pointer's shape says what a press would do
+    setAttribute(Qt::WA_OpaquePaintEvent);
+    setSizePolicy(QSizePolicy::Expanding, QSizePolicy::Expanding);
+    setMinimumSize(120, 90);
+    setAccessibleName(AppLocale::text(u"Canvas", u"キャンバス"));
+    m_sharpen.setSingleShot(true);
+    m_sharpen.setInterval(zoomRests);
+    QObject::connect(&m_sharpen, &QTimer::timeout, this, [this] { display(CanvasFrame::Resolution::exact); });
+}
+
+AnnotationCanvasView::~AnnotationCanvasView() = default;
+
+CanvasMapping AnnotationCanvasView::mapping() const
+{
+    return CanvasMapping::of(size(), shownRegion(doc), m_zoom.zoom, m_zoom.pan);
+}
+
+AnnotationDoc AnnotationCanvasView::shownDoc() const
+{
+    AnnotationDoc shown = doc;
+    if (m_text && names(m_text->index))
+        shown.items[*m_text->index].text = QString(); // its field stands for it
+    if (m_draft)
+        shown.items.append(*m_draft);
+    return shown;
+}
+
+void AnnotationCanvasView::redisplay()
+{
+    display(CanvasFrame::Resolution::mayWait);
+}
+
+void AnnotationCanvasView::display(CanvasFrame::Resolution resolution)
+{
+    if (!isVisible())
+        return; // comes when it is shown
+    update(m_frame.show(shownDoc(), mapping(), size(), devicePixelRatioF(), resolution));
+    if (m_frame.isExact())
+        m_sharpen.stop();
+    else
+        m_sharpen.start();
+    updateMarks();
+    placeText();
+    updateCursor();
+}
+
+void AnnotationCanvasView::updateMarks()
+{
+    const QRect before = m_marksRect;
+    m_marksRect = {};
+    if (tool == AnnotationTool::select && names(selectedIndex))
+        m_marksRect = SelectionMarks::of(doc.items[*selectedIndex], mapping()).bounds(toWidget());
+    update(QRegion(before) | m_marksRect);
+}
+
+void AnnotationCanvasView::paintEvent(QPaintEvent *event)
+{
+    QPainter painter(this);
+    m_frame.paint(painter, event->region(), palette().color(QPalette::Window));
+    if (!m_marksRect.isEmpty() && names(selectedIndex)) {
+        const SelectionMarks marks = SelectionMarks::of(doc.items[*selectedIndex], mapping());
+        marks.paint(painter, toWidget(), SystemLook::accent(palette()));
+    }
+}
+
+void AnnotationCanvasView::resizeEvent(QResizeEvent *)
+{
+    redisplay();
+}
+
+void AnnotationCanvasView::showEvent(QShowEvent *)
+{
+    display(CanvasFrame::Resolution::exact);
+}
+
+// A closed window may live on for a while; its pictures need not.
+void AnnotationCanvasView::hideEvent(QHideEvent *event)
+{
+    if (event->spontaneous())
+        return;
+    endDrag();
+    m_sharpen.stop();
+    m_frame.forget();
+}
+
+void AnnotationCanvasView::changeEvent(QEvent *event)
+{
+    if (event->type() == QEvent::PaletteChange || event->type() == QEvent::StyleChange)
+        update();
+    QWidget::changeEvent(event);
+}
+
+void AnnotationCanvasView::zoomAbout(QPointF point, double wanted)
+{
+    m_zoom = m_zoom.zoomedAbout(point, wanted, size(), shownRegion(doc));
+    redisplay();
+}
+
+QLineEdit *AnnotationCanvasView::textField() const
+{
+    return m_text ? m_text->field.data() : nullptr;
+}
+
+std::optional<int> AnnotationCanvasView::textAt(QPointF view) const
+{
+    const PressTarget target = PressTarget::at(view, doc.items, selectedIndex, mapping());
+    return target.index && doc.items[*target.index].kind == Annotation::Kind::text ? target.index : std::nullopt;
+}
+
+void AnnotationCanvasView::openText(QPointF origin, const std::optional<int> &index)
+{
+    const QString text = index ? doc.items[*index].text.value_or(QString()) : QString();
+    m_text = OpenText{new TextEntry(text, this), origin, index};
+    m_text->field->onReturn = [this] { commitText(); };
+    if (index) {
+        const double shownWidth = doc.items[*index].rect.width() / mapping().scale();
+        m_text->field->resize(std::max(TextEntry::standardSize.width(), int(shownWidth)), m_text->field->height());
+        m_text->field->selectAll();
+    }
+    m_text->field->show();
+    m_text->field->setFocus();
+    redisplay();
+}
+
+void AnnotationCanvasView::placeText()
+{
+    if (!m_text)
+        return;
+    const QPointF corner = toWidget().map(mapping().toView(m_text->origin)); // its lower left one
+    m_text->field->move(qRound(corner.x()), qRound(corner.y()) - m_text->field->height());
+}
+
+AnnotationCanvasView::OpenText AnnotationCanvasView::closeText()
+{
+    const OpenText closed = *std::exchange(m_text, std::nullopt);
+    if (closed.field->hasFocus())
+        setFocus();
+    closed.field->hide();
+    closed.field->deleteLater(); // it may be its own key that closes it
+    return closed;
+}
+
+bool AnnotationCanvasView::cancelText()
+{
+    if (!m_text)
+        return false;
+    closeText();
+    redisplay();
+    return true;
+}
+
+void AnnotationCanvasView::commitText()
+{
+    if (!m_text)
+        return;
+    const OpenText closed = closeText();
+    const QString text = closed.field->text();
+    if (!closed.index) {
+        if (!text.isEmpty() && onCommit)
+            onCommit(ItemFactory::text(text, closed.origin, style()));
+    } else if (names(closed.index) && doc.items[*closed.index].kind == Annotation::Kind::text &&
+               doc.items[*closed.index].text != text) {
+        if (onSnapshot)
+            onSnapshot();
+        if (text.isEmpty()) {
+            doc.items.removeAt(*closed.index);
+            selectedIndex.reset();
+            if (onReplaceItems)
+                onReplaceItems(doc.items);
+            if (onSelect)
+                onSelect(selectedIndex);
+        } else {
+            replaceItem(*closed.index, ItemFactory::withText(doc.items[*closed.index], text));
+        }
+    }
+    redisplay();
+}
+
+} // namespace qm

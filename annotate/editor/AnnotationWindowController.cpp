@@ -1,0 +1,66 @@
+#include "annotate/editor/AnnotationWindowController.h"
+
+#include "annotate/editor/AnnotationView.h"
+#include "imaging/ImageFile.h"
+#include "ui/AppLocale.h"
+#include "ui/WindowPlacement.h"
+
+#include <QApplication>
+#include <QFileInfo>
+
+#include <algorithm>
+
+namespace qm {
+
+static constexpr QSize largestAtFirst(940, 660), smallest(560, 420); // of the content, points
+static constexpr int topMargin = 48;
+
+AnnotationWindowController::~AnnotationWindowController()
+{
+    for (const QPointer<QWidget> &window : m_earlier)
+        delete window;
+}
+
+void AnnotationWindowController::open(const QString &path)
+{
+    const ImageFile::Result loaded = ImageFile::load(path);
+    if (loaded.failure != ImageFile::Failure::none)
+        return QApplication::beep();
+
+    // It always closes the window opened last, whichever it stands in.
+    const auto onClose = [controller = QPointer(this)] {
+        if (controller && controller->m_window)
+            controller->m_window->close();
+    };
+    auto window = std::make_unique<AnnotationView>(AnnotationDoc{loaded.image, {}, {}}, path, onClose);
+    QString name = QFileInfo(path).fileName();
+    name.replace(QStringLiteral("[*]"), QStringLiteral("[*][*]")); // Qt's mark for an unsaved document
+    window->setWindowTitle(AppLocale::text(u"Annotate — ", u"注釈 — ") + name);
+    window->setAttribute(Qt::WA_QuitOnClose, false);
+
+    const QSize room = WindowPlacement::activeScreenVisibleFrame().size();
+    window->setMinimumSize(smallest);
+    window->setMaximumSize(QSize(room.width(), room.height() - 40).expandedTo(smallest));
+    window->resize(QSize(room.width() - 120, room.height() - 160).boundedTo(largestAtFirst));
+    WindowPlacement::placeOnActiveScreen(*window, topMargin);
+
+    letGo();
+    m_window = std::move(window);
+    m_window->show();
+    m_window->raise();
+    m_window->activateWindow();
+}
+
+// The window held so far stays open on its own, until it is closed.
+void AnnotationWindowController::letGo()
+{
+    m_earlier.removeAll(nullptr);
+    if (!m_window || !m_window->isVisible()) {
+        m_window.reset();
+        return;
+    }
+    m_window->setAttribute(Qt::WA_DeleteOnClose);
+    m_earlier << m_window.release();
+}
+
+} // namespace qm

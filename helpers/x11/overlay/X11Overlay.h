@@ -1,0 +1,49 @@
+#pragma once
+
+#include "helpers/overlay/OverlayDesktop.h"
+#include "helpers/x11/Curtain.h"
+#include "helpers/x11/RenderDrawing.h"
+#include "helpers/x11/overlay/FrozenX11Screen.h"
+#include "helpers/x11/overlay/ScreenPixels.h"
+
+#include <QHash>
+
+namespace qm {
+
+// The overlay on an X server, on the curtain that shows the frozen screen already.
+class X11Overlay : public OverlayDesktop
+{
+public:
+    explicit X11Overlay(Curtain &curtain);
+    // Lets keyboard and pointer go, once what was pressed is up again.
+    ~X11Overlay() override;
+
+    FrozenX11Screen &screen() override { return m_screen; }
+    Start start() override;
+    bool isDimmed() const override { return m_curtain.isDimmed(); }
+    bool holdInput() override;
+    std::optional<Input> next() override;
+    void wait(std::optional<std::chrono::milliseconds> limit) override;
+    void paint(const OverlayFrame &frame, const QRegion &region) override;
+    void setPointer(Pointer shape, double scale) override;
+    void movePointer(QPoint by) override;
+    void flush() override;
+    void lift() override;
+
+private:
+    std::optional<Input> translated(const xcb_generic_event_t &event);
+    Picker::Key key(xcb_keycode_t code) const;
+
+    XConnection &m_server;
+    Curtain &m_curtain;
+    InputGrab &m_input;
+    const RenderDrawing m_render;
+    FrozenX11Screen m_screen;
+    ScreenPaint m_paint;
+    Reply<xcb_get_keyboard_mapping_reply_t> m_keyboard;
+    Reply<xcb_generic_event_t> m_queued; // came along with an answer
+    QHash<QString, xcb_cursor_t> m_cursors;
+    xcb_cursor_t m_cursor = XCB_CURSOR_NONE;
+};
+
+} // namespace qm

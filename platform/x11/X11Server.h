@@ -1,0 +1,28 @@
+#pragma once
+
+#include <cstdlib>
+#include <memory>
+#include <xcb/xcb.h>
+
+namespace qm {
+
+struct FreeDeleter {
+    void operator()(void *memory) const { std::free(memory); }
+};
+template<class T>
+using Reply = std::unique_ptr<T, FreeDeleter>; // what xcb_..._reply answers; null when the server refused
+
+struct DisconnectDeleter {
+    void operator()(xcb_connection_t *connection) const { xcb_disconnect(connection); }
+};
+
+// A connection to the X server that DISPLAY names, and the screen named there.
+struct X11Server {
+    std::unique_ptr<xcb_connection_t, DisconnectDeleter> connection; // null: there is no server to talk to
+    const xcb_screen_t *screen = nullptr;                            // belongs to the connection
+    int screenNumber = 0;
+
+    static X11Server connect();
+};
+
+} // namespace qm

@@ -1,0 +1,38 @@
+#include "ui/SystemLook.h"
+
+#include "platform/NativeLook.h"
+
+#include <QFontDatabase>
+
+namespace qm {
+
+bool SystemLook::isDark(const QPalette &palette)
+{
+    return palette.color(QPalette::Window).lightness() < palette.color(QPalette::WindowText).lightness();
+}
+
+QColor SystemLook::accent(const QPalette &palette)
+{
+    return NativeLook::accent().value_or(palette.color(QPalette::Active, QPalette::Highlight));
+}
+
+QColor SystemLook::secondary(const QColor &text)
+{
+    QColor color = text;
+    color.setAlphaF(color.alphaF() * 0.62F);
+    return color;
+}
+
+QColor SystemLook::secondaryText(const QPalette &palette)
+{
+    return secondary(palette.color(QPalette::WindowText));
+}
+
+QFont SystemLook::semiboldFont()
+{
+    QFont font = QFontDatabase::systemFont(QFontDatabase::GeneralFont);
+    font.setWeight(QFont::DemiBold);
+    return font;
+}
+
+} // namespace qm
