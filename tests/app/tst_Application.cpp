@@ -20,8 +20,6 @@ using namespace qm;
 using namespace Qt::StringLiterals;
 using Verb = Command::Verb;
 
-static const QString autostart = u".config/autostart/quillmere.desktop"_s;
-
 class tst_Application : public QObject
 {
     Q_OBJECT
@@ -55,93 +53,73 @@ private Q_SLOTS:
         QCOMPARE(Command::fromWords({u"annotate"_s, u"a.png"_s})->file, QDir::current().absoluteFilePath(u"a.png"_s));
     }
 
-    void aSecondStartHandsItsCommandToTheFirst_data()
-    {
-        QTest::addColumn<bool>("runtimeFolder");
-        QTest::addColumn<QString>("socket");
-        QTest::newRow("in the session's folder") << true << u".run/quillmere.sock"_s;
-        QTest::newRow("in our own") << false << u".quillmere/socket"_s;
-    }
     void aSecondStartHandsItsCommandToTheFirst()
     {
-        QFETCH(bool, runtimeFolder);
-        QFETCH(QString, socket);
-        if (!runtimeFolder)
-            qunsetenv("XDG_RUNTIME_DIR");
-        m_home->write(socket, "left by one that crashed: nobody answers here");
         const Command annotate{Verb::annotate, u"/a b.png"_s};
-        QVERIFY(!SingleInstance::handOver(annotate));
-        {
-            SingleInstance first, second;
-            QVERIFY(listen(first));
-            QVERIFY(!(QFile::permissions(m_home->file(socket)) &
-                      (QFile::ReadGroup | QFile::WriteGroup | QFile::ReadOther | QFile::WriteOther)));
-            QVERIFY(!listen(second));
-            QVERIFY(SingleInstance::handOver(annotate));
-            QVERIFY(SingleInstance::handOver(Command()));
-            QTRY_COMPARE(m_received, QList<Command>({annotate, Command()}));
+        for (const QString &socket : {u".run/quillmere.sock"_s, u".quillmere/socket"_s}) {
+            m_received.clear();
+            m_home->write(socket, "left by one that crashed: nobody answers here");
+            QVERIFY(!SingleInstance::handOver(annotate));
+            {
+                SingleInstance first, second;
+                QVERIFY(listen(first));
+                QVERIFY(!(QFile::permissions(m_home->file(socket)) &
+                          (QFile::ReadGroup | QFile::WriteGroup | QFile::ReadOther | QFile::WriteOther)));
+                QVERIFY(!listen(second));
+                QVERIFY(SingleInstance::handOver(annotate));
+                QVERIFY(SingleInstance::handOver(Command()));
+                QTRY_COMPARE(m_received, QList<Command>({annotate, Command()}));
+            }
+            QVERIFY(!SingleInstance::handOver(annotate)); // the first has ended
+            qunsetenv("XDG_RUNTIME_DIR");                 // the next time in our own folder
         }
-        QVERIFY(!SingleInstance::handOver(annotate)); // the first has ended
     }
 
-    void messagesThatAreNoCommandsAreDropped_data()
-    {
-        QTest::addColumn<QByteArray>("message");
-        QTest::newRow("unknown") << QByteArray("[\"delete-everything\"]\n");
-        QTest::newRow("no list") << QByteArray("{\"library\": 1}\n");
-        QTest::newRow("no text") << QByteArray("[1]\n");
-        QTest::newRow("without an end") << QByteArray("[\"library\"]");
-        QTest::newRow("too long, then a command") << QByteArray(100'000, ' ') + "[\"library\"]\n";
-    }
     void messagesThatAreNoCommandsAreDropped()
     {
-        QFETCH(QByteArray, message);
-        SingleInstance instance;
-        QVERIFY(listen(instance));
-        QLocalSocket socket;
-        socket.connectToServer(m_home->file(u".run/quillmere.sock"_s));
-        QVERIFY(socket.waitForConnected(5000));
-        QSignalSpy closed(&socket, &QLocalSocket::disconnected);
-        socket.write(message);
-        socket.flush();
-        if (message.endsWith('\n'))
-            QTRY_COMPARE_WITH_TIMEOUT(closed.size(), 1, 3000); // hung up on at once, not for being slow
-        socket.disconnectFromServer();
-        QVERIFY(SingleInstance::handOver({Verb::settings, {}}));
-        QTRY_COMPARE(m_received, QList<Command>({Command{Verb::settings, {}}})); // and still listens
+        for (const QByteArray &message :
+             {QByteArray("[\"delete-everything\"]\n"), QByteArray("{\"library\": 1}\n"), QByteArray("[1]\n"),
+              QByteArray("[\"library\"]"), QByteArray(100'000, ' ') + "[\"library\"]\n"}) { // without an end; too long
+            init();
+            SingleInstance instance;
+            QVERIFY(listen(instance));
+            QLocalSocket socket;
+            socket.connectToServer(m_home->file(u".run/quillmere.sock"_s));
+            QVERIFY(socket.waitForConnected(5000));
+            QSignalSpy closed(&socket, &QLocalSocket::disconnected);
+            socket.write(message);
+            socket.flush();
+            if (message.endsWith('\n'))
+                QTRY_COMPARE_WITH_TIMEOUT(closed.size(), 1, 3000); // hung up on at once, not for being slow
+            socket.disconnectFromServer();
+            QVERIFY(SingleInstance::handOver({Verb::settings, {}}));
+            QTRY_COMPARE(m_received, QList<Command>({Command{Verb::settings, {}}})); // and still listens
+        }
     }
 
-    void loginItem_data()
-    {
-        QTest::addColumn<QByteArray>("entry");
-        QTest::addColumn<bool>("enabled");
-        QTest::newRow("none") << QByteArray() << false;
-        QTest::newRow("plain") << QByteArray("[Desktop Entry]\nExec=quillmere\n") << true;
-        QTest::newRow("hidden by the desktop") << QByteArray("[Desktop Entry]\nHidden = true\n") << false;
-        QTest::newRow("switched off by GNOME") << QByteArray("X-GNOME-Autostart-enabled=false\n") << false;
-    }
+#ifndef Q_OS_MACOS // would change what the user has started at login
     void loginItem()
     {
-#ifdef Q_OS_MACOS
-        QSKIP("would change what the user has started at login");
-#endif
-        QFETCH(QByteArray, entry);
-        QFETCH(bool, enabled);
+        const QString autostart = u".config/autostart/quillmere.desktop"_s;
+        const std::pair<QByteArray, bool> rows[] = {
+            {"", false},
+            {"[Desktop Entry]\nExec=quillmere\n", true},
+            {"[Desktop Entry]\nHidden = true\n", false},
+            {"X-GNOME-Autostart-enabled=false\n", false},
+        };
         m_home.reset();
         const OrdinaryUser user;
         init();
-        if (!entry.isEmpty())
-            m_home->write(autostart, entry);
-        QCOMPARE(LoginItem::isEnabled(), enabled);
-        QVERIFY(LoginItem::setEnabled(true));
-        QVERIFY(LoginItem::isEnabled());
-        const QByteArray written = "\nExec=\"" + QCoreApplication::applicationFilePath().toUtf8() + "\"\n";
-        QVERIFY(enabled ? m_home->read(autostart) == entry
-                        : m_home->read(autostart).contains(written)); // or left alone
-        QVERIFY(LoginItem::setEnabled(false));
-        QVERIFY(LoginItem::setEnabled(false));
-        QVERIFY(!QFile::exists(m_home->file(autostart)));
-
+        for (const auto &[entry, enabled] : rows) {
+            if (!entry.isEmpty())
+                m_home->write(autostart, entry);
+            QCOMPARE(LoginItem::isEnabled(), enabled);
+            QVERIFY(LoginItem::setEnabled(true) && LoginItem::isEnabled());
+            const QByteArray own = "\nExec=\"" + QCoreApplication::applicationFilePath().toUtf8() + "\"\n";
+            QVERIFY(m_home->read(autostart).contains(enabled ? entry : own)); // an entry in force is left alone
+            QVERIFY(LoginItem::setEnabled(false) && LoginItem::setEnabled(false));
+            QVERIFY(!QFile::exists(m_home->file(autostart)));
+        }
         const QString folder = m_home->file(u".config/autostart"_s);
         QVERIFY(QFile::setPermissions(folder, QFile::ReadOwner | QFile::ExeOwner));
         const Outcome outcome = LoginItem::setEnabled(true);
@@ -149,6 +127,7 @@ private Q_SLOTS:
         QVERIFY(!outcome && !outcome.reason().isEmpty());
         m_home.reset();
     }
+#endif
 
     void language()
     {

@@ -32,91 +32,75 @@ private:
 private Q_SLOTS:
     void init() { m_home = std::make_unique<TempHome>(); }
 
-    void effective_data()
-    {
-        QTest::addColumn<QByteArray>("local");
-        QTest::addColumn<QByteArray>("shared");
-        QTest::addColumn<QByteArray>("expected");
-        const auto row = [](const char *name, const char *local, const char *shared, const char *expected) {
-            QTest::newRow(name) << QByteArray(local) << QByteArray(shared) << QByteArray(expected);
-        };
-        row("no JSON", "{\"captures\": ", "", "{}");
-        row("no object", "[1, 2]", "", "{}");
-        row("local only", R"({"a": 1})", R"({"a": 2})", R"({"a": 1})");
-        row("the shared value wins", R"({"cloud": "~/cloud", "a": 1, "b": 1})", R"({"a": 2, "c": [3]})",
-            R"({"cloud": "~/cloud", "a": 2, "b": 1, "c": [3]})");
-        row("but not the shared cloud", R"({"cloud": "~/cloud/", "a": 1})", R"({"cloud": "/elsewhere"})",
-            R"({"cloud": "~/cloud/", "a": 1})");
-        row("broken shared file", R"({"cloud": "~/cloud", "a": 1})", "{", R"({"cloud": "~/cloud", "a": 1})");
-        row("missing shared file", R"({"cloud": "~/none", "a": 1})", "", R"({"cloud": "~/none", "a": 1})");
-        row("cloud of the wrong type", R"({"cloud": 7, "a": 1})", R"({"a": 2})", R"({"cloud": 7, "a": 1})");
-        row("empty cloud", R"({"cloud": "", "a": 1})", R"({"a": 2})", R"({"cloud": "", "a": 1})");
-    }
     void effective()
     {
-        QFETCH(QByteArray, local);
-        QFETCH(QByteArray, shared);
-        QFETCH(QByteArray, expected);
-        m_home->write(localFile, local);
-        m_home->write(sharedFile, shared);
-        QCOMPARE(ConfigStore::effective(), parsed(expected));
+        const QByteArrayList rows[] = {
+            // the local file, the shared one, and what is in force
+            {"{\"captures\": ", "", "{}"},
+            {"[1, 2]", "", "{}"},
+            {R"({"a": 1})", R"({"a": 2})", R"({"a": 1})"},
+            {R"({"cloud": "~/cloud", "a": 1, "b": 1})", R"({"a": 2, "c": [3]})",
+             R"({"cloud": "~/cloud", "a": 2, "b": 1, "c": [3]})"},
+            {R"({"cloud": "~/cloud/", "a": 1})", R"({"cloud": "/elsewhere"})", R"({"cloud": "~/cloud/", "a": 1})"},
+            {R"({"cloud": "~/cloud", "a": 1})", "{", R"({"cloud": "~/cloud", "a": 1})"},
+            {R"({"cloud": "~/none", "a": 1})", R"({"a": 2})", R"({"cloud": "~/none", "a": 1})"},
+            {R"({"cloud": 7, "a": 1})", R"({"a": 2})", R"({"cloud": 7, "a": 1})"},
+            {R"({"cloud": "", "a": 1})", R"({"a": 2})", R"({"cloud": "", "a": 1})"},
+        };
+        for (const QByteArrayList &row : rows) {
+            m_home->write(localFile, row[0]);
+            m_home->write(sharedFile, row[1]);
+            QCOMPARE(ConfigStore::effective(), parsed(row[2]));
+        }
     }
 
-    void values_data()
-    {
-        QTest::addColumn<QString>("expected"); // captures, source, key, threshold, autoOcr; HOME is the home folder
-        const auto row = [](const char *local, const QString &expected) { QTest::newRow(local) << expected; };
-        row("{}", u"HOME/.quillmere/captures HOME/Desktop rightShift 0.4 1"_s);
-        row(R"({"captures": "~/shots/", "source": "~"})", u"HOME/shots HOME rightShift 0.4 1"_s);
-        row(R"({"captures": "\/a/\/", "source": "b/c"})", u"/a HOME/b/c rightShift 0.4 1"_s);
-        row(R"({"captures": "/", "source": "~someone/c"})", u"/ HOME/~someone/c rightShift 0.4 1"_s);
-        row(R"({"cloud": "~/cloud"})", u"HOME/cloud/captures HOME/Desktop rightShift 0.4 1"_s);
-        row(R"({"captures": 5, "source": null})", u"HOME/.quillmere/captures HOME/Desktop rightShift 0.4 1"_s);
-        const QString folders = u"HOME/.quillmere/captures HOME/Desktop "_s;
-        row(R"({"autoOcr": false})", folders + u"rightShift 0.4 0"_s);
-        row(R"({"autoOcr": "false"})", folders + u"rightShift 0.4 1"_s);
-        row(R"({"hotkey": "rightOption"})", folders + u"rightShift 0.4 1"_s);
-        row(R"({"hotkey": {"modifier": "rightControl", "holdThreshold": 0.25}})", folders + u"rightControl 0.25 1"_s);
-        row(R"({"hotkey": {"modifier": "rightOption", "holdThreshold": 0.05}})", folders + u"rightOption 0.2 1"_s);
-        row(R"({"hotkey": {"modifier": "rightCommand", "holdThreshold": 2}})", folders + u"rightCommand 0.8 1"_s);
-        row(R"({"hotkey": {"modifier": "leftShift", "holdThreshold": "0.5"}})", folders + u"rightShift 0.4 1"_s);
-    }
     void values()
     {
-        QFETCH(QString, expected);
-        m_home->write(localFile, QTest::currentDataTag());
-        const Hotkey hotkey = ConfigStore::resolveHotkey();
-        QCOMPARE(u"%1 %2 %3 %4 %5"_s
-                     .arg(ConfigStore::resolveCaptureDir(), ConfigStore::resolveSource(), rawValue(hotkey.modifier))
-                     .arg(hotkey.holdThreshold)
-                     .arg(ConfigStore::autoOcr()),
-                 expected.replace(u"HOME"_s, m_home->path()));
+        const QString folders = m_home->path() + u"/.quillmere/captures "_s + m_home->path() + u"/Desktop "_s;
+        const std::pair<QByteArray, QString> rows[] = {
+            // captures, source, key, threshold, autoOcr; HOME is the home folder
+            {"{}", folders + u"rightShift 0.4 1"_s},
+            {R"({"captures": "~/shots/", "source": "~"})", u"HOME/shots HOME rightShift 0.4 1"_s},
+            {R"({"captures": "\/a/\/", "source": "b/c"})", u"/a HOME/b/c rightShift 0.4 1"_s},
+            {R"({"captures": "/", "source": "~someone/c"})", u"/ HOME/~someone/c rightShift 0.4 1"_s},
+            {R"({"cloud": "~/cloud"})", u"HOME/cloud/captures HOME/Desktop rightShift 0.4 1"_s},
+            {R"({"captures": 5, "source": null})", folders + u"rightShift 0.4 1"_s},
+            {R"({"autoOcr": false})", folders + u"rightShift 0.4 0"_s},
+            {R"({"autoOcr": "false"})", folders + u"rightShift 0.4 1"_s},
+            {R"({"hotkey": "rightOption"})", folders + u"rightShift 0.4 1"_s},
+            {R"({"hotkey": {"modifier": "rightControl", "holdThreshold": 0.25}})", folders + u"rightControl 0.25 1"_s},
+            {R"({"hotkey": {"modifier": "rightOption", "holdThreshold": 0.05}})", folders + u"rightOption 0.2 1"_s},
+            {R"({"hotkey": {"modifier": "rightCommand", "holdThreshold": 2}})", folders + u"rightCommand 0.8 1"_s},
+            {R"({"hotkey": {"modifier": "leftShift", "holdThreshold": "0.5"}})", folders + u"rightShift 0.4 1"_s},
+        };
+        for (const auto &[json, expected] : rows) {
+            m_home->write(localFile, json);
+            const Hotkey hotkey = ConfigStore::resolveHotkey();
+            const QStringList seen{ConfigStore::resolveCaptureDir(), ConfigStore::resolveSource(),
+                                   rawValue(hotkey.modifier), QString::number(hotkey.holdThreshold),
+                                   QString::number(ConfigStore::autoOcr())};
+            QCOMPARE(seen.join(u' '), QString(expected).replace(u"HOME"_s, m_home->path()));
+        }
     }
 
-    void origins_data()
-    {
-        QTest::addColumn<QByteArray>("shared");
-        QTest::addColumn<QString>("key");
-        QTest::addColumn<ConfigStore::Origin>("origin");
-        using enum ConfigStore::Origin;
-        const auto row = [](const char *name, const char *json, const QString &key, ConfigStore::Origin origin) {
-            QTest::newRow(name) << QByteArray(json) << key << origin;
-        };
-        row("shared", R"({"captures": "/b"})", u"captures"_s, shared);
-        row("local", "{}", u"captures"_s, local);
-        row("a shared one of the wrong type hides it", R"({"captures": 5})", u"captures"_s, standard);
-        row("the shared folder's own captures", "{}", u"hotkey"_s, standard);
-        row("the system's", "{}", u"source"_s, system);
-    }
     void origins()
     {
-        QFETCH(QByteArray, shared);
-        QFETCH(QString, key);
+        using enum ConfigStore::Origin;
+        const std::tuple<QByteArray, QString, ConfigStore::Origin> rows[] = {
+            {R"({"captures": "/b"})", u"captures"_s, shared},
+            {"{}", u"captures"_s, local},
+            {R"({"captures": 5})", u"captures"_s, standard}, // the wrong type hides the local one all the same
+            {"{}", u"hotkey"_s, standard},
+            {"{}", u"source"_s, system},
+        };
+        const QString screenshots = m_home->file(u"Pictures/スクリーンショット"_s);
+        QVERIFY(QDir().mkpath(screenshots));
+        QCOMPARE(ConfigStore::resolveSource(), screenshots);
         m_home->write(localFile, R"({"cloud": "~/cloud", "captures": "/a"})");
-        m_home->write(sharedFile, shared);
-        QVERIFY(QDir().mkpath(m_home->file(u"Pictures/スクリーンショット"_s)));
-        QTEST(ConfigStore::originOf(key), "origin");
-        QCOMPARE(ConfigStore::resolveSource(), m_home->file(u"Pictures/スクリーンショット"_s));
+        for (const auto &[json, key, origin] : rows) {
+            m_home->write(sharedFile, json);
+            QCOMPARE(ConfigStore::originOf(key), origin);
+        }
     }
 
     void foldersInAnswers()

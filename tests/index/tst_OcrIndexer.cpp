@@ -13,13 +13,6 @@ using namespace qm;
 using namespace Qt::StringLiterals;
 using namespace std::chrono_literals;
 
-// When, after the time before; and "rows, rows with text, batches so far" then.
-struct Moment {
-    std::chrono::milliseconds later;
-    QString state;
-};
-Q_DECLARE_METATYPE(QList<Moment>)
-
 // Every test runs in virtual time; only the folder's own events need the event loop.
 class tst_OcrIndexer : public QObject
 {
@@ -45,13 +38,12 @@ private:
         m_indexer->start();
         m_queue->drain();
     }
-    QString state() const
+    QString state() const // "rows, rows with text, batches so far"
     {
         Database reader(databasePath(), Database::Access::read);
         reader.open();
-        return u"%1 %2 %3"_s.arg(reader.number(IndexSql::countShots))
-            .arg(reader.number(IndexSql::countRead))
-            .arg(m_home->read(u"starts"_s).count('\n'));
+        const qint64 shots = reader.number(IndexSql::countShots), read = reader.number(IndexSql::countRead);
+        return u"%1 %2 %3"_s.arg(shots).arg(read).arg(m_home->read(u"starts"_s).count('\n'));
     }
 
 private Q_SLOTS:
@@ -64,40 +56,35 @@ private Q_SLOTS:
         m_indexer = std::make_shared<OcrIndexer>(*m_queue, databasePath(), [this] { return m_helper; });
     }
 
-    void batches_data()
-    {
-        QTest::addColumn<int>("shots");
-        QTest::addColumn<QString>("name");
-        QTest::addColumn<QByteArray>("settings");
-        QTest::addColumn<QList<Moment>>("moments");
-        using Moments = QList<Moment>;
-        QTest::newRow("until none waits") << 100 << u"%1.png"_s << QByteArray()
-                                          << Moments{{0ms, u"100 40 1"_s},
-                                                     {1499ms, u"100 40 1"_s},
-                                                     {1ms, u"100 80 2"_s},
-                                                     {1500ms, u"100 100 3"_s},
-                                                     {50s, u"100 100 3"_s}};
-        QTest::newRow("one without a text is not tried again before the safety pass")
-            << 45 << u"bad%1.png"_s << QByteArray()
-            << Moments{{0ms, u"45 0 1"_s}, {59s, u"45 0 1"_s}, {1s, u"45 0 2"_s}};
-        QTest::newRow("switched off") << 2 << u"%1.png"_s << QByteArray("{\"autoOcr\": false}")
-                                      << Moments{{0ms, u"2 0 0"_s}, {60s, u"2 0 0"_s}};
-    }
     void batches()
     {
-        QFETCH(int, shots);
-        QFETCH(QString, name);
-        QFETCH(QByteArray, settings);
-        QFETCH(QList<Moment>, moments);
-        installHelper();
-        m_home->write(u".quillmere/config.json"_s, settings);
-        for (int i = 0; i < shots; ++i)
-            addShot(name.arg(i));
-        m_indexer->start();
-        QVERIFY(!QFile::exists(databasePath())); // not on the calling thread
-        for (const Moment &moment : moments) {
-            m_queue->advance(moment.later);
-            QCOMPARE(state(), moment.state);
+        using Moments =
+            QList<std::pair<std::chrono::milliseconds, QString>>; // later than the one before; the state then
+        const std::tuple<int, QString, QByteArray, Moments> rows[] = {
+            {100,
+             u"%1.png"_s,
+             "",
+             {{0ms, u"100 40 1"_s},
+              {1499ms, u"100 40 1"_s},
+              {1ms, u"100 80 2"_s},
+              {1500ms, u"100 100 3"_s},
+              {50s, u"100 100 3"_s}}},
+            // One without a text is not tried again before the safety pass.
+            {45, u"bad%1.png"_s, "", {{0ms, u"45 0 1"_s}, {59s, u"45 0 1"_s}, {1s, u"45 0 2"_s}}},
+            {2, u"%1.png"_s, "{\"autoOcr\": false}", {{0ms, u"2 0 0"_s}, {60s, u"2 0 0"_s}}},
+        };
+        for (const auto &[count, name, settings, moments] : rows) {
+            init();
+            installHelper();
+            m_home->write(u".quillmere/config.json"_s, settings);
+            for (int i = 0; i < count; ++i)
+                addShot(name.arg(i));
+            m_indexer->start();
+            QVERIFY(!QFile::exists(databasePath())); // not on the calling thread
+            for (const auto &[later, expected] : moments) {
+                m_queue->advance(later);
+                QCOMPARE(state(), expected);
+            }
         }
     }
 
@@ -152,15 +139,6 @@ private Q_SLOTS:
         QCOMPARE(state(), u"10 10 1"_s);
     }
 
-    void aCaptureFolderThatIsAFile()
-    {
-        m_home->write(u".quillmere/captures"_s, "in the way");
-        m_home->write(u"Desktop/a.png"_s, "x");
-        start();
-        QCOMPARE(state(), u"1 0 0"_s);
-        QCOMPARE(m_home->read(u".quillmere/captures"_s), QByteArray("in the way"));
-    }
-
     void aDatabaseThatCannotBeOpenedKeepsTheIndexIdle()
     {
         m_home->write(u".quillmere/db.sqlite/in the way"_s, "x"); // a folder
@@ -173,7 +151,8 @@ private Q_SLOTS:
 
     void theSchemaIsTriedAgain()
     {
-        addShot(u"1.png"_s);
+        m_home->write(u"Desktop/1.png"_s, "x");
+        m_home->write(u".quillmere/captures"_s, "a file in the place of the folder");
         {
             Database other(databasePath(), Database::Access::write);
             QVERIFY(other.open());

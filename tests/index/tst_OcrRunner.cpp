@@ -54,39 +54,32 @@ private Q_SLOTS:
         QVERIFY(m_database->open());
     }
 
-    void helpers_data()
-    {
-        QTest::addColumn<QByteArray>("script");
-        QTest::addColumn<QStringList>("expected"); // one.png, gone.png (no file) and two.png
-        const auto row = [](const char *name, const char *script, QStringView one, QStringView two) {
-            QTest::newRow(name) << QByteArray(script)
-                                << QStringList{u"one.png|"_s + one.toString(), u"gone.png|-|1"_s,
-                                               u"two.png|"_s + two.toString()};
-        };
-        row("reads both", R"(while read -r p; do text "$p" "日本 ${p##*/}"; done)", u"日本 one.png|1",
-            u"日本 two.png|1");
-        row("in another order, with blanks and empty lines",
-            R"(read -r a; read -r b; echo; printf '  '; text "$b" ''; text "$a" t)", u"t|1", u"|1");
-        row("an error beats a text, a later line an earlier one",
-            R"(read -r a; read -r b; text "$a" 't","error":null,"x":"'; text "$b" first; text "$b" last)", u"-|0",
-            u"last|1");
-        row("the second half never comes", R"(read -r a; text "$a" t; printf '{"path": "'; kill -9 $$)", u"t|1",
-            u"-|0");
-        row("rubbish", R"(echo '[1]'; echo '{"path": 7, "text": "t"}'; echo '{"text": "t"}'; echo no)", u"-|0", u"-|0");
-        row("text of the wrong type", R"(read -r p; echo "{\"path\": \"$p\", \"text\": 5}")", u"-|0", u"-|0");
-        row("not UTF-8 anywhere", R"(read -r a; text "$a" t; printf '\377\n')", u"-|0", u"-|0");
-        row("paths nobody asked for", "text /etc/other.png t", u"-|0", u"-|0");
-        row("exits at once", "exit 1", u"-|0", u"-|0");
-    }
     void helpers()
     {
-        QFETCH(QByteArray, script);
-        QFETCH(QStringList, expected);
-        addRow(u"one.png"_s);
-        addRow(u"gone.png"_s, false);
-        addRow(u"two.png"_s);
-        QCOMPARE(run(script), 3 - expected.filter(u"|-|"_s).size());
-        QCOMPARE(rows(*m_database, all, 3), expected);
+        const std::tuple<QByteArray, QString, QString> rows[] = {
+            // what becomes of one.png and two.png
+            {R"(while read -r p; do text "$p" "日本 ${p##*/}"; done)", u"日本 one.png|1"_s, u"日本 two.png|1"_s},
+            {R"(read -r a; read -r b; echo; printf '  '; text "$b" ''; text "$a" t)", u"t|1"_s,
+             u"|1"_s}, // in any order
+            // An error beats a text, a later line an earlier one.
+            {R"(read -r a; read -r b; text "$a" 't","error":null,"x":"'; text "$b" first; text "$b" last)", u"-|0"_s,
+             u"last|1"_s},
+            {R"(read -r a; text "$a" t; printf '{"path": "'; kill -9 $$)", u"t|1"_s, u"-|0"_s},
+            {R"(echo '[1]'; echo '{"path": 7, "text": "t"}'; echo '{"text": "t"}'; echo no)", u"-|0"_s, u"-|0"_s},
+            {R"(read -r p; echo "{\"path\": \"$p\", \"text\": 5}")", u"-|0"_s, u"-|0"_s},
+            {R"(read -r a; text "$a" t; printf '\377\n')", u"-|0"_s, u"-|0"_s}, // not UTF-8 anywhere
+            {"text /etc/other.png t", u"-|0"_s, u"-|0"_s},
+            {"exit 1", u"-|0"_s, u"-|0"_s},
+        };
+        for (const auto &[script, one, two] : rows) {
+            init();
+            addRow(u"one.png"_s);
+            addRow(u"gone.png"_s, false);
+            addRow(u"two.png"_s);
+            const QStringList expected{u"one.png|"_s + one, u"gone.png|-|1"_s, u"two.png|"_s + two};
+            QCOMPARE(run(script), 3 - expected.filter(u"|-|"_s).size());
+            QCOMPARE(::rows(*m_database, all, 3), expected);
+        }
     }
 
     void theInputIsThePathsNewestFirst()

@@ -1,5 +1,4 @@
-#include "index/IndexSql.h"
-#include "index/ShotReader.h"
+#include "index/Database.h"
 #include "index/ShotStore.h"
 #include "tests/support/TempHome.h"
 
@@ -42,37 +41,23 @@ private Q_SLOTS:
         QCOMPARE(ShotStore::recent(200).last(), (Shot{9000000000, u"/d"_s, u"empty"_s, {}, u""_s}));
     }
 
-    void search_data()
+    void searches()
     {
-        QTest::addColumn<QString>("text");
-        QTest::addColumn<QStringList>("expected");
-        QTest::newRow("ASCII in either case") << u"aBc"_s << QStringList{u"latin"_s};
-        QTest::newRow("others only as they are") << u"GRÜSSE"_s << QStringList();
-        QTest::newRow("any text between") << u"請%金額"_s << QStringList{u"japanese"_s};
-        QTest::newRow("any character, also beyond ASCII") << u"書_合計__額"_s << QStringList{u"japanese"_s};
-        QTest::newRow("nothing typed") << QString() << QStringList{u"latin"_s, u"japanese"_s, u"empty"_s};
-        QTest::newRow("quotes are only quotes") << u"' OR 1=1 --"_s << QStringList();
-        QTest::newRow("too long to be a pattern") << QString(60000, u'a') << QStringList();
-    }
-    void search()
-    {
-        QFETCH(QString, text);
-        QStringList found;
-        for (const Shot &shot : ShotStore::search(text, 200))
-            found << shot.filename;
-        QTEST(found, "expected");
-    }
-
-    void columnsThatAreNull()
-    {
-        // The schema forbids these two; a file of another origin may hold them.
-        Database writer(m_home.file(u"other.sqlite"_s), Database::Access::write);
-        QVERIFY(writer.open());
-        QVERIFY(writer.execute("DROP TABLE shots; CREATE TABLE shots(id, path, filename, taken_at, ocr_text, mtime_ms);"
-                               "INSERT INTO shots(id) VALUES(1)"));
-        ShotReader reader(writer.path());
-        QCOMPARE(reader.query(IndexSql::recentShots, std::nullopt, 5), QList<Shot>({Shot{1, {}, {}, {}, {}}}));
-        QCOMPARE(reader.query("SELECT nonsense", std::nullopt, 5), QList<Shot>());
+        const std::pair<QString, QString> rows[] = {
+            {u"aBc"_s, u"latin"_s},
+            {u"GRÜSSE"_s, u""_s}, // other letters only as they are
+            {u"請%金額"_s, u"japanese"_s},
+            {u"書_合計__額"_s, u"japanese"_s},
+            {u""_s, u"latin japanese empty"_s},
+            {u"' OR 1=1 --"_s, u""_s},
+            {QString(60000, u'a'), u""_s}, // too long to be a pattern
+        };
+        for (const auto &[text, expected] : rows) {
+            QStringList found;
+            for (const Shot &shot : ShotStore::search(text, 200))
+                found << shot.filename;
+            QCOMPARE(found.join(u' '), expected);
+        }
     }
 
     void statementsStopAtTheFirstRefusal()

@@ -72,45 +72,28 @@ private Q_SLOTS:
         QVERIFY(kept(cache, paths[1]).isNull());
     }
 
-    void aDroppedRequestCompletesWithNothing()
-    {
-        ThumbnailCache cache;
-        const QString path = slowPicture(u"slow.png"_s);
-        QList<bool> completed;
-        ThumbnailRequest request = cache.image(path, 96, [&](const QImage &image) { completed << image.isNull(); });
-        request.drop();
-        QTRY_COMPARE(completed, QList<bool>{true});
-    }
-
     // The last word is the loader's, whatever comes in last; and a path that comes back gets its image.
-    void staleResults_data()
-    {
-        QTest::addColumn<QString>("order"); // s: the slow one, f: a quick one, x: one that can't be read
-        QTest::addColumn<int>("width");     // 0: failed
-        QTest::newRow("overtaken") << "sf" << 64;
-        QTest::newRow("and back") << "sfs" << 500;
-        QTest::newRow("a failure, then an image") << "xf" << 64;
-        QTest::newRow("an image, then a failure") << "sx" << 0;
-    }
     void staleResults()
     {
-        QFETCH(QString, order);
-        QFETCH(int, width);
         const QHash<QChar, QString> paths{
             {u's', slowPicture(u"s.png"_s)}, {u'f', picture(u"f.png"_s, {64, 32})}, {u'x', m_home.file(u"none.png"_s)}};
-        ThumbnailCache cache;
-        ImageLoader loader(cache);
-        for (const QChar c : order)
-            loader.load(paths[c], 500);
-        QVERIFY(loader.image().isNull() && !loader.failed()); // nothing arrives before the event loop runs
-        QTRY_VERIFY(!loader.image().isNull() || loader.failed());
-        QSignalSpy changes(&loader, &ImageLoader::changed);
-        waitFor(cache, paths[u's'], 500); // until all others must have come in too
-        waitFor(cache, paths[u'x'], 500);
-        loader.load(paths[order.back()], 500); // the same again does nothing
-        QCOMPARE(loader.failed(), width == 0);
-        QCOMPARE(loader.image().width(), width);
-        QCOMPARE(changes.count(), 0);
+        const std::pair<QString, int> rows[] = {
+            {u"sf"_s, 64}, {u"sfs"_s, 500}, {u"xf"_s, 64}, {u"sx"_s, 0}}; // width at last
+        for (const auto &[order, width] : rows) {
+            ThumbnailCache cache;
+            ImageLoader loader(cache);
+            for (const QChar c : order)
+                loader.load(paths[c], 500);
+            QVERIFY(loader.image().isNull() && !loader.failed()); // nothing arrives before the event loop runs
+            QTRY_VERIFY(!loader.image().isNull() || loader.failed());
+            QSignalSpy changes(&loader, &ImageLoader::changed);
+            waitFor(cache, paths[u's'], 500); // until all others must have come in too
+            waitFor(cache, paths[u'x'], 500);
+            loader.load(paths[order.back()], 500); // the same again does nothing
+            QCOMPARE(loader.failed(), width == 0);
+            QCOMPARE(loader.image().width(), width);
+            QCOMPARE(changes.count(), 0);
+        }
     }
 
     void rowsFlungPastAreNotDecoded()

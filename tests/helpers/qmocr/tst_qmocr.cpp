@@ -64,21 +64,9 @@ private Q_SLOTS:
     void initTestCase()
     {
         const QImage page = TextPage{.lines = sentence}.painted();
-        QStringList names{save(u"page.png"_s, page), save(u"page.jpg"_s, page),
-                          save(u"a 'b\" \\ $(c) 画面 .png"_s, page)};
+        QStringList names{save(u"page.png"_s, page), save(u"a 'b\" \\ $(c) 画面 .png"_s, page)};
         const TextPage dark{.lines = sentence, .ink = QColor(220, 220, 220), .paper = QColor(30, 32, 38)};
         names += save(u"dark.png"_s, dark.painted());
-        QImage alpha = page.convertToFormat(QImage::Format_ARGB32);
-        for (int i = 0; i < alpha.width() * alpha.height(); ++i) { // black letters on nothing
-            const int x = i % alpha.width(), y = i / alpha.width();
-            alpha.setPixel(x, y, qRgba(0, 0, 0, 255 - qGray(alpha.pixel(x, y))));
-        }
-        names += save(u"transparent.png"_s, alpha);
-        // A list with a selected row: light on dark within dark on light.
-        QImage list = page;
-        const TextPage selected{.lines = sentence, .ink = Qt::white, .paper = QColor(40, 100, 210)};
-        QPainter(&list).drawImage(QPoint(0, 34), selected.painted(), QRect(0, 34, 640, 24));
-        names += save(u"selected.png"_s, list);
         names += save(u"wide.png"_s, TextPage{.lines = {u"heron "_s.repeated(400)}, .width = 20000}.painted());
 
         names += save(u"dot.png"_s, QImage(1, 1, QImage::Format_RGB32));
@@ -95,59 +83,21 @@ private Q_SLOTS:
         save(u"slow.png"_s, TextPage{.lines = many}.painted()); // for the tests that interrupt
     }
 
-    void reads_data()
-    {
-        QTest::addColumn<QString>("name");
-        for (const char *name :
-             {"page.png", "page.jpg", "dark.png", "transparent.png", "selected.png", "a 'b\" \\ $(c) 画面 .png"})
-            QTest::newRow(name) << QString::fromUtf8(name);
-    }
     void reads()
     {
-        QFETCH(QString, name);
-        const QString text = m_answers[name][u"text"].toString();
-        for (const QString &line : sentence)
-            QVERIFY2(text.contains(line), qPrintable(text));
-        for (const QString &line : text.split(u'\n'))
-            QVERIFY2(!line.isEmpty() && line == line.trimmed(), qPrintable(text));
-    }
-
-    void failures()
-    {
-        for (const char16_t *name : {u"truncated.png", u"folder.png", u"pipe.png", u"missing.png"}) {
-            const QJsonObject answer = m_answers[QString::fromUtf16(name)];
-            QVERIFY2(!answer[u"error"].toString().isEmpty() && !answer.contains(u"text"_s),
-                     qPrintable(QString::fromUtf16(name)));
+        for (const QString &name : {u"page.png"_s, u"dark.png"_s, u"a 'b\" \\ $(c) 画面 .png"_s}) {
+            const QStringList lines = m_answers[name][u"text"].toString().split(u'\n');
+            for (const QString &line : sentence)
+                QVERIFY2(lines.contains(line), qPrintable(lines.join(u'\n')));
+        }
+        // In several pieces, whose lines meet again.
+        QVERIFY(m_answers[u"wide.png"_s][u"text"].toString().count(u"heron"_s) > 350);
+        for (const QString &name : {u"truncated.png"_s, u"folder.png"_s, u"pipe.png"_s, u"missing.png"_s}) {
+            QVERIFY2(!m_answers[name][u"error"].toString().isEmpty(), qPrintable(name));
+            QVERIFY2(!m_answers[name].contains(u"text"_s), qPrintable(name));
         }
         for (const QString &name : {u"dot.png"_s, u"thread.png"_s})
             QCOMPARE(m_answers[name][u"text"].toString(u"none"_s), QString());
-    }
-
-    void tallPicture()
-    {
-        // No row is blank, so that no cut falls between lines: the columns are shifted against each other.
-        QStringList left, right;
-        for (int i = 0; i < 130; ++i) {
-            left += u"Entry %1"_s.arg(1000 + i);
-            right += u"項目 %1"_s.arg(5000 + i);
-        }
-        const QImage first = TextPage{.lines = left, .pixelSize = 40, .width = 320}.painted();
-        QImage tall(640, first.height() + 32, QImage::Format_RGB32);
-        tall.fill(Qt::white);
-        QPainter painter(&tall);
-        painter.drawImage(0, 0, first);
-        painter.drawImage(320, 32, TextPage{.lines = right, .pixelSize = 40, .width = 320}.painted());
-        painter.end();
-        const QString name = save(u"tall.png"_s, tall), text = run({name}).value(name)[u"text"].toString();
-        int lost = 0;
-        for (const QString &line : left + right) {
-            lost += !text.contains(line);
-            QVERIFY(text.split(u'\n').count(line) <= 1);
-        }
-        QVERIFY2(lost <= 2, qPrintable(text)); // one may be misread; at a seam all would go
-        // In the order in which they stand.
-        QVERIFY(text.indexOf(u"1010"_s) < text.indexOf(u"1060"_s) && text.indexOf(u"1060"_s) < text.indexOf(u"1120"_s));
-        QVERIFY(m_answers[u"wide.png"_s][u"text"].toString().count(u"heron"_s) > 350);
     }
 
     // Answers come while the input is still open, and of two pictures the quick one does not wait for the slow one.
