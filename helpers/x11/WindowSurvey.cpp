@@ -77,7 +77,8 @@ std::string bytes(XConnection &server, PropertyCookie cookie)
 std::vector<quint32> numbers(const std::string &property)
 {
     std::vector<quint32> values(property.size() / 4);
-    std::memcpy(values.data(), property.data(), values.size() * 4);
+    if (!values.empty()) // else there is nowhere to copy to
+        std::memcpy(values.data(), property.data(), values.size() * 4);
     return values;
 }
 

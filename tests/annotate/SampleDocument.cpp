@@ -36,7 +36,7 @@ AnnotationDoc sampleDocument(int scale)
 {
     using Kind = Annotation::Kind;
     AnnotationDoc doc{sampleScreenshot({640, 400}, scale), {}, {}};
-    const QColor red = QColor::fromRgb(SystemLook::red), blue(10, 96, 255), green(40, 160, 80);
+    const QColor red = QColor::fromRgb(annotationRed), blue(10, 96, 255), green(40, 160, 80);
     const auto add = [&](Kind kind, QRectF rect, QColor color, double width, double rotation = 0,
                          Annotation::BlurShape shape = Annotation::BlurShape::rect) {
         doc.items << Annotation{kind, rect, color, width, {}, shape, rotation};

@@ -86,7 +86,7 @@ for program in ("quillmere", "qms"):
         check(re.search(rf"^\.BI? {re.escape(command)}\b", page, re.M), f"{program}.1: {command} is not described")
 
 drawn = {path.stem for path in (root / "assets" / "symbols").glob("*.svg")}
-bundled = set(re.findall(r'alias="([a-z.]+)\.svg"', (root / "app" / "base" / "symbols.qrc").read_text()))
+bundled = set(re.findall(r'alias="([a-z.]+)\.svg"', (root / "ui" / "symbols.qrc").read_text()))
 check(drawn == bundled, f"symbols drawn but not bundled, or the reverse: {sorted(drawn ^ bundled)}")
 families = {name.split(".")[0] for name in drawn}
 for folder in ("annotate", "app", "library", "settings"):

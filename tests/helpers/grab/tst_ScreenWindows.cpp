@@ -1,4 +1,4 @@
-#include "helpers/overlay/ScreenWindows.h"
+#include "helpers/x11/overlay/SurveyedWindows.h"
 
 #include <QTest>
 
