@@ -61,7 +61,7 @@ void AppDelegate::createStatusItem()
     m_statusItem->show();
 }
 
-// On by default, but never forced again on somebody who has switched it off.
+// On by default, but never forced on a user who has switched it off.
 void AppDelegate::registerLoginItemOnce()
 {
     const QString attempted = QStringLiteral("loginItemConfigured");
@@ -158,7 +158,7 @@ void AppDelegate::quit()
 
 bool AppDelegate::stop(std::chrono::milliseconds limit)
 {
-    // A capture ends when its user does; it gets a moment for a picture that is just being put on the clipboard.
+    // A capture ends when its user does; a picture just being put on the clipboard gets a moment more.
     QElapsedTimer timer;
     timer.start();
     const bool indexStopped = OcrIndexer::stopShared(limit);

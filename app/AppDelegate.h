@@ -16,24 +16,25 @@
 
 namespace qm {
 
-// Start-up, and owner of everything that lives as long as the application. Main thread.
+// Starts the application and owns everything that lives as long as it does. Main thread.
 class AppDelegate
 {
 public:
     AppDelegate();
     ~AppDelegate();
 
-    void applicationDidFinishLaunching(); // once; never stops on an error
+    void applicationDidFinishLaunching(); // called once; no error stops the start
     void perform(const Command &command);
 
-    // At quit: false when something is still busy after the limit. The process may end all the same, nothing stored is lost.
+    // At quit. Returns false if something is still busy after the limit. The process may exit anyway; stored data is
+    // safe.
     bool stop(std::chrono::milliseconds limit);
 
 private:
     void createStatusItem();
     void registerLoginItemOnce();
     void startEventTap();
-    KeyListener keyListener(); // what the settings window sees of it
+    KeyListener keyListener(); // what the settings window sees of the key monitor
 
     void captureRangeAction();
     void captureWindowAction();
@@ -45,14 +46,14 @@ private:
 
     std::unique_ptr<StatusMenu> m_menu;
     std::unique_ptr<TrayHost> m_trayHost;
-    std::unique_ptr<QSystemTrayIcon> m_statusItem; // none before there is a tray
+    std::unique_ptr<QSystemTrayIcon> m_statusItem; // null until there is a tray
     CaptureRunner m_captureRunner;
-    std::function<void(HotkeyGesture)> m_keyTest; // while there is one, gestures go to it
+    std::function<void(HotkeyGesture)> m_keyTest; // while set, receives the gestures
     HotkeyTrigger m_trigger;
     std::unique_ptr<KeyMonitor> m_eventTap;
-    std::optional<KeyMonitor::Started> m_eventTapStarted; // nothing: this system has none
+    std::optional<KeyMonitor::Started> m_eventTapStarted; // std::nullopt if this system has no key monitor
     Timer m_eventTapRetry;
-    std::unique_ptr<SettingsWindowController> m_settingsController; // made at its first use
+    std::unique_ptr<SettingsWindowController> m_settingsController; // created on first use
     AnnotationWindowController m_annotationController;
     LibraryWindowController m_libraryController;
 };

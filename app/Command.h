@@ -7,7 +7,7 @@
 
 namespace qm {
 
-// What quillmere can be asked to do: from its menu, by a second start, by the desktop's own shortcuts.
+// A request to quillmere: from its menu, a second start or the desktop's own shortcuts.
 struct Command {
     enum class Verb {
         open,
@@ -21,13 +21,13 @@ struct Command {
         quit
     };
 
-    Verb verb = Verb::open; // a plain start: the library, where an instance runs already
+    Verb verb = Verb::open; // a plain start; shows the library if an instance is already running
     QString file;           // annotate only; absolute
 
-    // From the words behind the program's name; nothing for words that are no command.
+    // Parses the command line after the program name; std::nullopt if it is not a command.
     static std::optional<Command> fromWords(const QStringList &words);
 
-    // Between processes: one line of JSON. Nothing for a line that is no command.
+    // Message format between processes: one line of JSON. std::nullopt if the line is not a command.
     QByteArray toMessage() const;
     static std::optional<Command> fromMessage(const QByteArray &message);
 

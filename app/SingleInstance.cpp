@@ -14,7 +14,7 @@ using namespace std::chrono_literals;
 static constexpr int connectLimit = 1000; // ms
 static constexpr int writeLimit = 5000;   // ms
 static constexpr auto readLimit = 5s;
-static constexpr qint64 longestMessage = 16 * 1024; // a path has at most 4096 bytes, and JSON may escape each of them
+static constexpr qint64 longestMessage = 16 * 1024; // a path has at most 4096 bytes, each of which JSON may escape
 
 static QString socketPath()
 {
@@ -41,7 +41,7 @@ bool SingleInstance::handOver(const Command &command)
 bool SingleInstance::listen(Received received)
 {
     const QString path = socketPath();
-    // Whoever holds this lock may remove a socket that nobody answers on, and no one else meanwhile.
+    // Only the holder of this lock may remove a socket that nobody answers on.
     QLockFile lock(path + QStringLiteral(".lock"));
     lock.setStaleLockTime(0);
     lock.tryLock(connectLimit);

@@ -8,18 +8,18 @@
 
 namespace qm {
 
-// One instance a user: the first listens on a local socket that only its owner can open, every later start hands its
-// command over and ends. Main thread.
+// One instance per user: the first listens on a local socket that only its owner can open; every later start hands its
+// command over and exits. Main thread.
 class SingleInstance
 {
 public:
     using Received = std::function<void(const Command &)>;
 
-    // True when a running instance has taken the command.
+    // Returns true if a running instance took the command.
     static bool handOver(const Command &command);
 
-    // Becomes the instance that listens. False when another start was quicker: hand over to that one. Where no socket can be
-    // made at all the application runs without; messages that are no command, or too long for one, are dropped.
+    // Becomes the listening instance. Returns false if another start was quicker: hand over to that one. If no socket
+    // can be created, the application runs without one. Invalid or oversized messages are dropped.
     bool listen(Received received);
 
 private:

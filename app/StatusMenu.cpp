@@ -13,7 +13,7 @@ StatusMenu::StatusMenu(std::function<void(const Command &)> chosen)
         QAction *action = addAction(AppLocale::text(english, japanese), this, [chosen, verb] { chosen({verb, {}}); });
         action->setShortcut(key);
         action->setShortcutVisibleInContextMenu(true);
-        action->setMenuRole(QAction::NoRole); // macOS would take "Settings…" and "Quit" away into an application menu
+        action->setMenuRole(QAction::NoRole); // macOS would move "Settings…" and "Quit" into an application menu
     };
     add(Verb::captureRegion, u"Capture Region  (tap)", u"範囲を撮る  （タップ）");
     add(Verb::captureWindow, u"Capture Window  (hold)", u"ウィンドウを撮る  （長押し）");
@@ -26,7 +26,7 @@ StatusMenu::StatusMenu(std::function<void(const Command &)> chosen)
     add(Verb::quit, u"Quit Quillmere", u"Quillmere を終了", Qt::CTRL | Qt::Key_Q);
 }
 
-// A menu without a window has no shortcut map that would look for them.
+// A menu without a window has no shortcut map, so look the key up here.
 void StatusMenu::keyPressEvent(QKeyEvent *event)
 {
     const QKeySequence pressed(event->keyCombination());

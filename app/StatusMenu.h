@@ -8,7 +8,7 @@
 
 namespace qm {
 
-// The menu behind the tray icon. Its key equivalents act while it is open. Main thread.
+// The menu of the tray icon. Its shortcuts work while it is open. Main thread.
 class StatusMenu : public QMenu
 {
     Q_OBJECT

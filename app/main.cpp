@@ -17,7 +17,7 @@ static QString usage()
 {
     return AppLocale::text(u"usage: quillmere [COMMAND]\n"
                            "\n"
-                           "Without a command Quillmere starts; where it runs already, its library opens.\n"
+                           "Without a command, Quillmere starts; if it is already running, its library opens.\n"
                            "\n"
                            "  capture-region, capture-window, capture-scroll\n"
                            "  library, settings\n"
@@ -33,7 +33,8 @@ static QString usage()
                            "  quit\n");
 }
 
-// What needs no display: wrong use, help, and a command for an instance that runs. The exit code, or nothing to go on.
+// Handles what needs no display: usage errors, help, and commands for a running instance. Returns the exit code, or
+// std::nullopt to continue.
 static std::optional<int> doneWithoutADisplay(int argc, char **argv, std::optional<Command> &command)
 {
     QCoreApplication core(argc, argv);
@@ -69,7 +70,7 @@ int main(int argc, char **argv)
     QApplication::setWindowIcon(Symbol::applicationIcon());
     QApplication::setQuitOnLastWindowClosed(false);
 
-    QTranslator translator; // Qt's own texts: file choosers, context menus
+    QTranslator translator; // Qt's own strings: file choosers, context menus
     if (AppLocale::isJapanese() &&
         translator.load(QStringLiteral("qtbase_ja"), QLibraryInfo::path(QLibraryInfo::TranslationsPath)))
         QApplication::installTranslator(&translator);
@@ -77,13 +78,13 @@ int main(int argc, char **argv)
     AppDelegate delegate;
     SingleInstance instance;
     if (!instance.listen([&](const Command &received) { delegate.perform(received); }))
-        return SingleInstance::handOver(*command) ? 0 : 1; // another start was quicker by a moment
+        return SingleInstance::handOver(*command) ? 0 : 1; // another start was slightly quicker
     delegate.applicationDidFinishLaunching();
     if (command->verb != Command::Verb::open)
         delegate.perform(*command);
     const int code = QApplication::exec();
 
-    // A capture that waits for its user, or a folder on a server that is away, must not keep the process.
+    // Neither a capture waiting for its user nor an unreachable network folder may keep the process alive.
     if (!delegate.stop(2s))
         std::_Exit(code);
     return code;

@@ -1,4 +1,4 @@
-// The editor's picture: a frame with and without what is kept from the last one, and pixellation, against memcpy.
+// Rendering in the editor: a frame with and without the cache of the last one, and pixellation, against memcpy.
 #include "annotate/render/AnnotationRenderer.h"
 #include "annotate/render/Pixellate.h"
 #include "annotate/render/RenderCache.h"
@@ -22,7 +22,7 @@ double best(int runs, const std::function<void()> &work)
     return bench::bestOf(runs, work) * 1000;
 }
 
-// Milliseconds of what is too short for one measurement.
+// Milliseconds per call, for work too short to be measured singly.
 double bestOfMany(int runs, int times, const std::function<void()> &work)
 {
     const auto all = [&] {
@@ -114,7 +114,7 @@ int main(int argc, char **argv)
         std::vector<uchar> to(size_t(rect.width()) * size_t(rect.height()) * 4);
         const double copy =
             bestOfMany(20, times, [&] { std::memcpy(to.data(), source.pixels.constBits(), to.size()); });
-        QImage patch(region, QImage::Format_ARGB32_Premultiplied); // memory that is there already, as memcpy's is
+        QImage patch(region, QImage::Format_ARGB32_Premultiplied); // memory already touched, like memcpy's
         patch.fill(0);
         const auto cells = Pixellate::cellsFor(rect);
         const double pixellated = bestOfMany(20, times, [&] { Pixellate::pixellate(source.pixels, cells, {}, patch); });

@@ -1,5 +1,5 @@
-// How soon the overlay of qmcapture is there, and how soon the file after the choice: beside the least that a program can
-// do, and beside what others do. Several processes take part, so this is time on the wall, the best of several runs.
+// Time until qmcapture's overlay appears, and from the selection to the file, compared with the minimum possible and
+// with other programs. Several processes take part, so this is wall clock time, the best of several runs.
 
 #include "helpers/x11/overlay/ScreenPixels.h"
 #include "imaging/PngWriter.h"
@@ -19,12 +19,12 @@
 
 using namespace qm;
 using Clock = std::chrono::steady_clock;
-using Seen = std::optional<Clock::time_point>; // when it was
+using Seen = std::optional<Clock::time_point>; // the time of the observation, if made
 
 static constexpr QRect screen(0, 0, 2560, 1440);
 static constexpr int runs = 15;
 
-// Windows with text, as screens have them.
+// Windows with text, like a real screen.
 static QImage desk()
 {
     QImage image(screen.size(), QImage::Format_RGB32);
@@ -56,7 +56,7 @@ static double milliseconds(Clock::duration time)
     return std::chrono::duration<double, std::milli>(time).count();
 }
 
-// Milliseconds from the program's start until the condition was seen to hold; it is ended then.
+// Milliseconds from starting the program until the condition holds; the program is then killed.
 static double untilReady(Desktop &desktop, const QString &program, const QStringList &arguments,
                          const std::function<Seen()> &ready, const std::function<bool()> &over)
 {
@@ -64,14 +64,15 @@ static double untilReady(Desktop &desktop, const QString &program, const QString
     QProcess &process = desktop.start(program, arguments);
     Seen seen;
     while (!(seen = ready()) && Clock::now() - start < std::chrono::seconds(20))
-        std::this_thread::sleep_for(std::chrono::microseconds(100)); // the programs need the processor
+        std::this_thread::sleep_for(std::chrono::microseconds(100)); // leave the processor to the programs
     process.kill();
     process.waitForFinished();
     Desktop::wait(over);
     return seen ? milliseconds(*seen - start) : std::numeric_limits<double>::max();
 }
 
-// When someone else was seen to hold the pointer, or the whole server; nothing when nobody does. Nobody is disturbed: all of it is one moment for the server.
+// When another client was seen holding the pointer or the whole server; std::nullopt if none does. Grabbing the server
+// makes the probe atomic, so that it disturbs nobody.
 static Seen pointerIsHeld(const Desktop &desktop)
 {
     xcb_connection_t *connection = desktop.connection();
@@ -84,7 +85,7 @@ static Seen pointerIsHeld(const Desktop &desktop)
     void *answer = nullptr;
     const Clock::time_point asked = Clock::now();
     while (!xcb_poll_for_reply(connection, cookie.sequence, &answer, nullptr)) {
-        if (Clock::now() - asked > std::chrono::seconds(1)) { // import keeps the server for itself
+        if (Clock::now() - asked > std::chrono::seconds(1)) { // import grabs the server
             xcb_discard_reply(connection, cookie.sequence);
             return asked;
         }
@@ -94,7 +95,7 @@ static Seen pointerIsHeld(const Desktop &desktop)
     return held && held->status == XCB_GRAB_STATUS_ALREADY_GRABBED ? Seen(Clock::now()) : Seen();
 }
 
-// Milliseconds from letting the button go until the file is in place.
+// Milliseconds from releasing the button until the file is in place.
 static double untilFile(Desktop &desktop, const QString &program, const QString &path,
                         const std::function<bool()> &ready, const std::function<bool()> &over)
 {
@@ -105,7 +106,7 @@ static double untilFile(Desktop &desktop, const QString &program, const QString 
     desktop.buttonDown();
     desktop.movePointer(screen.center());
     desktop.movePointer(screen.bottomRight());
-    // The overlay follows before the button is let go, as it does under a hand: a corner is not dimmed any more.
+    // Wait until the overlay has caught up before releasing, as with a human hand: a corner is no longer dimmed.
     const QColor dimmedCorner = desktop.pixel({5, 5});
     Desktop::wait([&] { return desktop.pixel({5, 5}) != dimmedCorner; }, std::chrono::milliseconds(500));
     const Clock::time_point start = Clock::now();
@@ -142,7 +143,7 @@ int main(int argc, char **argv)
     qputenv("DISPLAY", desktop.display().toLatin1());
     const std::unique_ptr<XConnection> server = XConnection::open();
 
-    const QColor corner = desktop.pixel(screen.bottomRight()); // what is painted last
+    const QColor corner = desktop.pixel(screen.bottomRight()); // painted last
     const auto drawn = [&] { return desktop.pixel(screen.bottomRight()) != corner ? Seen(Clock::now()) : Seen(); };
     const auto gone = [&] { return !drawn(); };
     const auto held = [&] { return pointerIsHeld(desktop); };
@@ -151,7 +152,7 @@ int main(int argc, char **argv)
     const QString qmcapture = folder + QStringLiteral("qmcapture");
     const QStringList region = {QStringLiteral("-i"), path};
 
-    // In turns, so that what else the machine does falls on all of them.
+    // Alternate, so that other load on the machine affects all of them.
     constexpr double never = std::numeric_limits<double>::max();
     double floor = never, overlay = never, input = never, maim = never, import = never, file = never, least = never;
     for (int i = 0; i < runs; ++i) {

@@ -1,5 +1,5 @@
-// The least a program can do that shows the screen as a picture over the screen: grab the root, put it on a window.
-// What the overlay of qmcapture is measured against. Ends when it is told to.
+// The least work that shows a picture of the screen over the screen: grab the root window, put it into a window. The
+// baseline for qmcapture's overlay. Runs until it is killed.
 
 #include <cstdlib>
 #include <sys/mman.h>
@@ -35,7 +35,7 @@ int main()
     xcb_create_gc(connection, context, window, 0, nullptr);
     xcb_shm_put_image(connection, window, context, width, height, 0, 0, width, height, 0, 0, screen->root_depth,
                       XCB_IMAGE_FORMAT_Z_PIXMAP, 0, memory, 0);
-    // A mark that can be told from the screen itself, drawn last.
+    // A mark that differs from the screen, drawn last.
     const uint32_t black = 0;
     xcb_change_gc(connection, context, XCB_GC_FOREGROUND, &black);
     const xcb_rectangle_t mark = {int16_t(width - 1), int16_t(height - 1), 1, 1};

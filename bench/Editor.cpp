@@ -1,4 +1,4 @@
-// The editor's window: what a drag costs the event loop, what saving costs beside writing the file, and memory.
+// The editor window: cost of a drag on the event loop, cost of saving compared with writing the file, and memory.
 #include "annotate/editor/AnnotationCanvasView.h"
 #include "annotate/editor/AnnotationView.h"
 #include "annotate/render/AnnotationRenderer.h"
@@ -57,12 +57,12 @@ std::unique_ptr<AnnotationView> editor(const AnnotationDoc &doc, QSize canvas)
     view->show();
     view->activateWindow();
     (void)QTest::qWaitForWindowActive(view.get());
-    view->resize(canvas + QSize(0, view->height() - view->canvas()->height())); // the bars come on top
+    view->resize(canvas + QSize(0, view->height() - view->canvas()->height())); // the bars add to the height
     QCoreApplication::processEvents();
     return view;
 }
 
-// Milliseconds of an event and all that follows from it, painting included.
+// Milliseconds for an event and everything that follows from it, including painting.
 template<class Step>
 double eventTime(Step step)
 {
@@ -88,7 +88,7 @@ void drags(const AnnotationDoc &doc, QSize canvasSize)
     std::printf("Dragging, canvas %d x %d, output %d x %d\n", canvas.width(), canvas.height(), output.width(),
                 output.height());
     row("memcpy of the output", copy);
-    // A copy of a small output never leaves the processor's cache; beside that everything is slow.
+    // A copy of a small output never leaves the processor's cache; next to it everything looks slow.
     const char *promise = output.width() >= 3000 ? "promised: at most 5" : "";
     const auto drag = [&](const char *what, int item) {
         const QPointF from = canvas.mapping().toView(doc.items[item].rect.center());
@@ -149,7 +149,7 @@ void memory(const QString &path)
         }
         return view;
     };
-    edit(bench::screen({640, 360}), {940, 520}).reset(); // fonts, style, symbols: the application itself
+    edit(bench::screen({640, 360}), {940, 520}).reset(); // warms up fonts, style and symbols
     const double before = residentBytes();
     Image image = ImageFile::load(path).image;
     const double decoded = double(image.pixels.sizeInBytes());

@@ -1,5 +1,5 @@
-// Reading, shrinking and writing of PNG against QImage and libvips: CPU time (user and system, all threads, best of several)
-// and peak memory, each measured in a process of its own. Read the ratios; the figures are this machine's.
+// Reading, scaling and writing PNG compared with QImage and libvips: CPU time (user and system, all threads, best of
+// several) and peak memory, each measured in its own process. Read the ratios; absolute figures depend on the machine.
 
 #include "imaging/ImageFile.h"
 #include "imaging/PngWriter.h"
@@ -24,7 +24,7 @@
 using namespace qm;
 
 static constexpr int thumbnailEdge = 192;
-static constexpr double measuredFor = 300; // milliseconds of work, for each side of a comparison in each round
+static constexpr double measuredFor = 300; // milliseconds of work per side of a comparison and round
 static constexpr int rounds = 4;
 static constexpr int fewestRuns = 2;
 
@@ -32,8 +32,8 @@ namespace {
 
 struct Measured {
     double milliseconds = 0;
-    double megabytes = 0; // at the peak, above what the process holds anyway
-    qint64 bytes = 0;     // written, or a checksum that keeps the work from being optimised away
+    double megabytes = 0; // at the peak, above the process's baseline
+    qint64 bytes = 0;     // written; or a checksum that keeps the work from being optimised away
 };
 
 } // namespace
@@ -46,8 +46,8 @@ static double cpuMilliseconds()
     return of(usage.ru_utime) + of(usage.ru_stime);
 }
 
-// The process's highest resident memory since the last reset (proc(5): VmHWM, clear_refs). getrusage's figure would not do:
-// a child inherits its parent's.
+// Peak resident memory since the last reset (proc(5): VmHWM, clear_refs). getrusage would not do: a child inherits its
+// parent's peak.
 static double peakMegabytes(bool reset = false)
 {
     QFile clear(QStringLiteral("/proc/self/clear_refs"));
@@ -85,7 +85,7 @@ static qint64 savedByQt(const QImage &image)
     return buffer.size();
 }
 
-// One way of doing one thing, in the child process.
+// One implementation of one task, run in the child process.
 static std::function<qint64()> work(const QString &what, const QString &path)
 {
     if (what == QLatin1String("thumbnail ours"))
@@ -145,7 +145,7 @@ static Measured measureOnce(const char *what, const QString &path)
     return {fields[0].toDouble(), fields[1].toDouble(), fields[2].toLongLong()};
 }
 
-// In rounds, each way of doing it once in every round: what slows the machine down for a while then meets all of them.
+// Each implementation runs once per round, so that a temporary slowdown of the machine affects all of them.
 static std::vector<Measured> measure(const std::vector<const char *> &ways, const QString &path)
 {
     std::vector<Measured> best(ways.size(), Measured{1e9, 1e9, 0});
@@ -159,7 +159,7 @@ static std::vector<Measured> measure(const std::vector<const char *> &ways, cons
     return best;
 }
 
-// The mean of every target pixel's area, straight from the definition, in double precision, premultiplied.
+// Reference: the mean over each target pixel's area by definition, in double precision, premultiplied.
 static double worstError(const QImage &source, const QImage &thumbnail)
 {
     const QImage pixels = source.convertToFormat(QImage::Format_ARGB32);

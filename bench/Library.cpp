@@ -1,5 +1,5 @@
-// The library window over an index of 100,000 shots: how soon it opens, how busy it keeps the main thread, and how large
-// it is with 200 thumbnails. Runs without a display.
+// The library window over an index of 100,000 shots: time to open, load on the main thread, and memory with 200
+// thumbnails. Needs no display.
 
 #include "bench/ScreenText.h"
 #include "index/Database.h"
@@ -75,8 +75,8 @@ static double threadSeconds()
     return double(time.tv_sec) + double(time.tv_nsec) / 1e9;
 }
 
-// The main thread's processor time in every turn of its event loop (it takes none while it waits), and by the clock how
-// much later than meant a timer of 5 ms came.
+// CPU time of the main thread in each turn of its event loop (waiting costs none), and by how much a 5 ms timer was
+// late on the wall clock.
 class Turns
 {
 public:
@@ -89,7 +89,7 @@ public:
         });
     }
 
-    // What the user does comes in as an event of its own.
+    // User actions arrive as events of their own.
     static void post(const std::function<void()> &act) { QTimer::singleShot(0, qApp, act); }
 
     void runFor(std::chrono::milliseconds time)
@@ -99,7 +99,7 @@ public:
         runUntil([&] { return timer.elapsed() >= time.count(); });
     }
 
-    // Runs the loop until the condition holds.
+    // Runs the event loop until the condition holds.
     void runUntil(const std::function<bool()> &condition)
     {
         QElapsedTimer limit;
@@ -117,7 +117,7 @@ public:
         m_heartbeat.stop();
     }
 
-    double longestCpu = 0; // seconds, both
+    double longestCpu = 0; // seconds, as is the next
     double longestGap = 0;
     int count = 0;
 
@@ -132,7 +132,7 @@ static void report(const char *what, const Turns &turns)
                 turns.longestCpu * 1e3, turns.longestGap * 1e3, turns.count);
 }
 
-// Megabytes of this process alone; the figures of shared libraries and files count in only where they were changed.
+// Private memory of this process in megabytes; shared libraries and files count only where modified.
 static double privateMegabytes()
 {
     QFile file(QStringLiteral("/proc/self/smaps_rollup"));
@@ -189,7 +189,7 @@ static void measure(int argc, char **argv)
             QCoreApplication::processEvents(); // paints
         });
     };
-    open(none, false); // fonts, styles, libraries: once per process
+    open(none, false); // warms up fonts, styles and libraries, a cost paid once per process
     double bare = 1e9, opening = 1e9;
     for (int i = 0; i < 9; ++i) {
         bare = std::min(bare, open(none, false));
@@ -259,7 +259,7 @@ static void measure(int argc, char **argv)
 int main(int argc, char **argv)
 {
     qputenv("QT_QPA_PLATFORM", "offscreen");
-    // The index is filled by a process of its own: its memory is not the window's.
+    // A separate process fills the index, so that its memory does not count for the window.
     if (argc == 2) {
         measure(argc, argv);
         return 0;

@@ -7,8 +7,8 @@
 
 namespace qm::bench {
 
-// Seconds of processor time that this process spends in the work, the best of several runs: what others do on the machine
-// falls out. prepare runs before each of them, untimed.
+// Best CPU time of this process for the work over several runs, in seconds; other load on the machine drops out.
+// prepare runs before each run, untimed.
 inline double bestOf(int runs, const std::function<void()> &work, const std::function<void()> &prepare = {})
 {
     const auto now = [] {

@@ -1,4 +1,4 @@
-// A pass of the scan over a hundred thousand files, beside the bare calls to the system that it cannot do without.
+// One scan of a hundred thousand files, compared with the bare system calls it cannot do without.
 
 #include "bench/Measure.h"
 #include "index/Database.h"
@@ -28,7 +28,7 @@ static void makeFiles(const QString &folder)
     const int directory = ::open(QFile::encodeName(folder).constData(), O_DIRECTORY);
     for (int i = 0; i < files; ++i) {
         char name[96];
-        // Not in order of time, as no real folder is.
+        // Not in order of time; real folders are not either.
         const unsigned shuffled = unsigned(i) * 7919u % files;
         std::snprintf(name, sizeof name, "Quillmere 2024-%02u-%02u-%02u-%02u-%02u-%d.png", shuffled % 12 + 1,
                       shuffled / 12 % 28 + 1, shuffled / 336 % 24, shuffled / 8064 % 60, unsigned(i) % 60, i);
@@ -51,7 +51,7 @@ static void list(const QString &folder, Entry entry)
     closedir(listing);
 }
 
-// What indexing new files costs at least: the listing, a look at each, the same prepared statement for each.
+// The minimum for indexing new files: list them, stat each, run the same prepared statement for each.
 static void insertRaw(const QString &folder, const QString &databasePath)
 {
     sqlite3 *database = nullptr;
@@ -91,7 +91,7 @@ int main()
     const QString folder = home.file(QStringLiteral("shots"));
     const QString path = home.file(QStringLiteral(".quillmere/db.sqlite"));
     makeFiles(folder);
-    std::optional<Database> database; // open before the pass, as in the application
+    std::optional<Database> database; // opened before the scan, as in the application
     const auto empty = [&] {
         database.reset();
         QFile::remove(path);

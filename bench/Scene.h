@@ -4,10 +4,10 @@
 
 namespace qm::bench {
 
-// As a screen full of windows is: plain areas, rules, and much small text. Pixels, at scale 1.
+// Resembles a screen full of windows: plain areas, rules, and much small text. Size in pixels, at scale 1.
 Image screen(QSize size);
 
-// With 20 items on it, 3 of them blurred; for a screen of 5120 x 2880.
+// 20 items on the source, 3 of them blurred; laid out for a screen of 5120 x 2880.
 AnnotationDoc document(const Image &source);
 
 } // namespace qm::bench

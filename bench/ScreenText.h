@@ -6,7 +6,7 @@
 
 namespace qm::bench {
 
-// What text recognition makes of a screen: words of both languages, about so many bytes of UTF-8.
+// Resembles recognised text of a screen: words in both languages, about the given number of UTF-8 bytes.
 inline QString screenText(QRandomGenerator &random, qsizetype bytes)
 {
     static const QStringList words =

@@ -15,7 +15,7 @@ namespace {
 constexpr QSize frameSize(1600, 1000);
 constexpr int runs = 15;
 
-// Windows of a long page of screens, with what a browser has around it.
+// Windows of a long page, framed by what a browser has around it.
 class Page
 {
 public:
@@ -47,7 +47,7 @@ quint32 passOver(const QImage &image)
 
 void measure(const char *name, const QImage &before, const QImage &now)
 {
-    [[maybe_unused]] static volatile quint32 kept; // or the pass would be left out
+    [[maybe_unused]] static volatile quint32 kept; // keeps the pass from being optimised away
     const double pass = bench::bestOf(runs, [&] { kept = passOver(before) + passOver(now); });
     FrameMatch match;
     const double seconds = bench::bestOf(runs, [&] { match = FrameMatch::find(before, now, before.rect()); });

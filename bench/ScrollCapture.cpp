@@ -1,5 +1,5 @@
-// How long a scrolling capture takes, against what the scrolled program alone asks for: the same steps by the same rules of
-// when a step is over, with nothing chosen, joined, shown or written.
+// Duration of a scrolling capture, compared with what the scrolled program alone needs: the same steps, waiting by the
+// same rules, but nothing selected, stitched, shown or written.
 
 #include "bench/ScreenText.h"
 #include "helpers/qmscroll/FrameChange.h"
@@ -36,7 +36,7 @@ static constexpr int runs = 3;
 
 namespace {
 
-// Scrolls as browsers do: for a fifth of a second after each turn of the wheel.
+// Scrolls smoothly like a browser: for a fifth of a second after each turn of the wheel.
 class SmoothView : public QTextBrowser
 {
     void wheelEvent(QWheelEvent *event) override
@@ -55,7 +55,7 @@ class SmoothView : public QTextBrowser
     QPropertyAnimation m_animation;
 };
 
-// The scrolled program: this one, started a second time.
+// The scrolled program: this binary, started a second time.
 int showView(int argc, char **argv)
 {
     QApplication application(argc, argv);
@@ -71,7 +71,7 @@ int showView(int argc, char **argv)
     view->setWindowFlag(Qt::BypassWindowManagerHint);
     view->setGeometry(region);
     view->show();
-    view->document()->size(); // lays all of it out, now and not while it is measured
+    view->document()->size(); // lays out everything now, outside the measurement
     while (!view->windowHandle()->isExposed())
         QCoreApplication::processEvents(QEventLoop::WaitForMoreEvents);
     std::puts("shown");
@@ -79,7 +79,7 @@ int showView(int argc, char **argv)
     return QApplication::exec();
 }
 
-// Milliseconds; the number of steps comes along.
+// Returns milliseconds, and the number of steps in steps.
 double bareLoop(Desktop &desktop, XConnection &server, int &steps)
 {
     std::array<ScreenGrab, 2> grabs = {ScreenGrab(server, region.size()), ScreenGrab(server, region.size())};

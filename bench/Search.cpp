@@ -1,4 +1,4 @@
-// The search as the library runs it, beside the same statement in SQLite's own shell.
+// The search as the library runs it, compared with the same statement in SQLite's own shell.
 
 #include "bench/Measure.h"
 #include "bench/ScreenText.h"

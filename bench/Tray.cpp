@@ -1,4 +1,4 @@
-// What the application costs while nobody uses it, and what it adds between the key and the overlay of qmcapture.
+// The application's cost while idle, and the time it adds between the key and qmcapture's overlay.
 
 #include "tests/support/Desktop.h"
 
@@ -21,7 +21,7 @@ static constexpr QPoint corner(5, 5);
 static constexpr int runs = 15;
 static constexpr auto idleTime = std::chrono::seconds(120);
 
-// How often each thread, by its id, has given the processor away to wait for something.
+// Voluntary context switches of each thread, by thread id.
 static QHash<QString, qint64> waits(qint64 process)
 {
     QHash<QString, qint64> waits;
@@ -38,7 +38,7 @@ static QHash<QString, qint64> waits(qint64 process)
     return waits;
 }
 
-// Kilobytes, as proc(5) has them for the whole process.
+// Kilobytes for the whole process, from proc(5).
 static qint64 memory(qint64 process, const QByteArray &field)
 {
     QFile rollup(QStringLiteral("/proc/%1/smaps_rollup").arg(process));
@@ -63,7 +63,7 @@ int main(int argc, char **argv)
 
     const QColor before = desktop.pixel(corner);
     const auto drawn = [&] { return desktop.pixel(corner) != before; };
-    // Milliseconds until the overlay is seen; it is cancelled then.
+    // Milliseconds until the overlay appears; it is then cancelled.
     const auto untilDrawn = [&](const std::function<void()> &begin) {
         const Clock::time_point start = Clock::now();
         begin();
@@ -75,7 +75,7 @@ int main(int argc, char **argv)
         return time;
     };
     const auto tap = [&] { desktop.tap(Key::rightShift); };
-    while (untilDrawn(tap) > 4000) { // until the listener is there
+    while (untilDrawn(tap) > 4000) { // wait until the listener runs
     }
     double alone = std::numeric_limits<double>::max(), byKey = alone;
     for (int i = 0; i < runs; ++i) {
@@ -89,10 +89,10 @@ int main(int argc, char **argv)
                 alone);
 
     const qint64 process = quillmere.processId();
-    std::this_thread::sleep_for(std::chrono::seconds(10)); // what the captures left to do is done
+    std::this_thread::sleep_for(std::chrono::seconds(10)); // let work left over from the captures finish
     const QHash<QString, qint64> earlier = waits(process);
     std::this_thread::sleep_for(idleTime);
-    qint64 wakeUps = 0; // of the threads that lived all the while
+    qint64 wakeUps = 0; // of threads that lived throughout
     const QHash<QString, qint64> after = waits(process);
     for (auto task = after.begin(); task != after.end(); ++task)
         wakeUps += earlier.contains(task.key()) ? task.value() - earlier.value(task.key()) : 0;

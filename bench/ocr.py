@@ -3,10 +3,10 @@
 
 usage: bench/ocr.py BINDIR [FOLDER]
 
-FOLDER (tests/data by default) holds NAME.png with its true text in NAME.txt. Printed for each picture and for all:
-W  share of the true words ([a-z0-9]{3,}, case folded) that are a substring of what was read, as a search would find them
-B  share of the true sequences of two Japanese characters that are
-then the processor time of a picture, and how many times more pictures a second two workers read than one.
+FOLDER (tests/data by default) holds NAME.png with its true text in NAME.txt. Prints for each picture and in total:
+W  share of the true words ([a-z0-9]{3,}, case folded) that are substrings of the recognised text, as in a search
+B  the same for the true sequences of two Japanese characters
+and then the processor time per picture, and the speed-up of two workers over one.
 """
 import json
 import os
@@ -36,7 +36,7 @@ def pairs(text):
 
 
 def read(helper, images, workers):
-    """Texts by path, seconds on the clock, seconds of processor time."""
+    """Texts by path, elapsed seconds, seconds of processor time."""
     used = resource.getrusage(resource.RUSAGE_CHILDREN)
     start = time.monotonic()
     done = subprocess.run([helper], input="".join(f"{image}\n" for image in images).encode(), stdout=subprocess.PIPE,
@@ -70,8 +70,8 @@ def main():
     share = [100.0 * found / of if of else 100.0 for found, of in (total[:2], total[2:])]
     print(f"\nW {share[0]:.1f} %  B {share[1]:.1f} %  {processor / len(images):.2f} s of processor time a picture")
 
-    # Enough of them that the last one, which one worker reads alone, counts for little. By turns, so that a busy minute
-    # meets both; the best counts.
+    # Enough of them that the last one, which one worker reads alone, counts for little. Alternated, so that a busy
+    # minute affects both; the best run counts.
     many = images * max(1, 12 // len(images))
     runs = [[read(helper, many, workers)[1:] for workers in (1, 2)] for _ in range(ROUNDS)]
     (one, two), (cpu_one, cpu_two) = ([min(run[w][i] for run in runs) for w in (0, 1)] for i in (0, 1))

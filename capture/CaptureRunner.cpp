@@ -9,7 +9,7 @@
 
 namespace qm {
 
-static constexpr int mostAtOnce = 16; // captures that wait for a user; far beyond what one person starts
+static constexpr int mostAtOnce = 16; // captures waiting for a user; far more than anyone starts
 
 CaptureRunner::CaptureRunner(TaskQueue &main, TakePicture takePicture)
     : m_main(main)
@@ -31,7 +31,7 @@ void CaptureRunner::runCapture(const QStringList &arguments)
     const QString path = folder + u'/' + CaptureNames::capture(QDateTime::currentDateTime());
     m_pool.start([this, tool, arguments, path, weak = std::weak_ptr(m_takePicture)] {
         ChildProcess::run(*tool, arguments + QStringList(path));
-        // What counts is the file, whatever the tool says: without one the user has cancelled.
+        // Only the file counts, whatever the exit status: without a file the user has cancelled.
         const Pasteboard::Content picture = Pasteboard::contentOf(path);
         if (picture.image.isNull())
             return;

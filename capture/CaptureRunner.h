@@ -10,9 +10,9 @@
 
 namespace qm {
 
-// Takes one screenshot with the system's capture tool: the tool lets the user select and writes the file, which also goes
-// to the clipboard. Main thread; each capture waits on a thread of the runner's own pool, and several may run.
-// Every failure is silent, and so is a cancelled selection: no file, and the clipboard as it was.
+// Takes one screenshot with the capture tool: the tool lets the user select and writes the file, which also goes to the
+// clipboard. Main thread; each capture waits on a thread of the runner's own pool, and several may run at once.
+// Failures are silent, as is a cancelled selection: no file, and the clipboard is unchanged.
 class CaptureRunner
 {
 public:
@@ -22,15 +22,15 @@ public:
     CaptureRunner(TaskQueue &main, TakePicture takePicture);
     ~CaptureRunner();
 
-    // {"-i"} for a region, {"-iw"} for a window. Returns at once.
+    // {"-i"} captures a region, {"-iw"} a window. Returns at once.
     void runCapture(const QStringList &arguments);
 
-    // At quit: false when a capture is still waiting for its user after the limit.
+    // At quit. Returns false if a capture is still waiting for its user after the limit.
     bool stop(std::chrono::milliseconds limit);
 
 private:
     TaskQueue &m_main;
-    std::shared_ptr<TakePicture> m_takePicture; // late pictures hold it weakly
+    std::shared_ptr<TakePicture> m_takePicture; // weak references keep late pictures from being delivered
     QThreadPool m_pool;
 };
 

@@ -21,7 +21,7 @@ void HotkeyTrigger::handle(const KeyEvent &event)
     Q_ASSERT(m_queue.isCurrent());
     const bool isTrigger = event.keyCode == keyCode(m_hotkey.modifier);
     if (event.type == KeyEvent::Type::flagsChanged && isTrigger) {
-        // The mask is that of both twins: while the left one is held, releasing the right one reads as another press.
+        // The mask covers both keys: while the left one is held, releasing the right one looks like another press.
         if (event.flags & flagMask(m_hotkey.modifier))
             triggerPressed();
         else

@@ -9,7 +9,8 @@
 namespace qm {
 
 // Tells a tap of the trigger key from a hold and from its use as a modifier. A state machine over plain numbers: no
-// window, no system event, no clock of its own. Of the queue it is given, the main one in the application.
+// window, no system events, no clock of its own. Runs on the queue it is given, which in the application is the main
+// one.
 class HotkeyTrigger
 {
 public:
@@ -17,8 +18,8 @@ public:
 
     HotkeyTrigger(TaskQueue &queue, const Hotkey &hotkey, Recognized recognized);
 
-    void setHotkey(const Hotkey &hotkey); // the key holds from the next event on, the threshold from the next press
-    void handle(const KeyEvent &event);   // events of type disabled are not for the state machine
+    void setHotkey(const Hotkey &hotkey); // the key applies from the next event on, the threshold from the next press
+    void handle(const KeyEvent &event);   // do not pass events of type disabled
 
 private:
     void triggerPressed();
@@ -31,7 +32,7 @@ private:
     Recognized m_recognized;
 
     bool m_triggerDown = false;
-    bool m_usedAsModifier = false; // kept after the release; the next press clears it
+    bool m_usedAsModifier = false; // survives the release; the next press clears it
     bool m_holdFired = false;
     Timer m_holdTimer;
 };

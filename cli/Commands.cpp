@@ -47,7 +47,7 @@ Exit Commands::ocr(Console &console, Batches batches)
 {
     const std::optional<QString> helper = toolPaths().ocr;
     if (!helper)
-        return console.fail(text(u"the text recognition helper qmocr is not installed beside this program",
+        return console.fail(text(u"the text recognition helper qmocr is not installed next to this program",
                                  u"文字認識の補助プログラム qmocr がこのプログラムと同じフォルダーにありません"));
     Database database(ShotStore::databasePath(), Database::Access::write);
     if (!database.open())
@@ -74,7 +74,7 @@ Exit Commands::ocr(Console &console, Batches batches)
     if (console.json())
         console.row({{QStringLiteral("read"), read}, {QStringLiteral("waiting"), waiting}});
     else
-        console.line(text(u"%1 read, %2 still wait", u"%1 件を読み取りました。残り %2 件").arg(read).arg(waiting));
+        console.line(text(u"%1 read, %2 still waiting", u"%1 件を読み取りました。残り %2 件").arg(read).arg(waiting));
     return read > 0 || waiting == 0 ? Exit::success : Exit::nothingFound;
 }
 
@@ -87,7 +87,7 @@ static QJsonObject jsonOf(const Shot &shot)
             {QStringLiteral("text"), shot.ocrText ? QJsonValue(*shot.ocrText) : QJsonValue()}};
 }
 
-// "2026-03-05 14:07:09"; times from the file itself are in UTC and shown in the user's own.
+// "2026-03-05 14:07:09"; times taken from the file are UTC and shown in local time.
 static QString shownTime(const std::optional<QString> &takenAt)
 {
     const QString unknown(19, u'-');
@@ -119,7 +119,7 @@ static Exit show(Console &console, const QList<Shot> &shots, const QString &sear
     return shots.isEmpty() ? Exit::nothingFound : Exit::success;
 }
 
-// A read-only connection cannot roll back what a killed writer left in its journal, and would find nothing.
+// A read-only connection cannot roll back the journal of a killed writer, and would find nothing.
 static bool recover(Console &console)
 {
     if (!QFileInfo::exists(ShotStore::databasePath()))

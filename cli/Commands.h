@@ -6,8 +6,8 @@
 
 namespace qm {
 
-// The subcommands of qms. Each says what it did on the console and gives the exit code. They work with the code and the
-// busy time-outs of the application, beside it or without it.
+// The subcommands of qms. Each prints its result and returns the exit code. They use the application's code and its
+// database busy time-outs, so they work whether it runs or not.
 namespace Commands {
 
 Exit scan(Console &console);

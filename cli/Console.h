@@ -7,25 +7,25 @@ namespace qm {
 
 enum class Exit { success = 0, nothingFound = 1, failure = 2 };
 
-// What qms says, and how: people get lines, programs get one JSON object a line. Main thread.
+// Output of qms: lines for people, or one JSON object per line for programs. Main thread.
 class Console
 {
 public:
     explicit Console(bool json);
 
     bool json() const { return m_json; }
-    int width() const; // characters; 100 where output is no terminal
+    int width() const; // characters; 100 if output is not a terminal
 
     void line(const QString &text);            // to standard output
     void row(const QJsonObject &object);       // to standard output
-    QString strong(const QString &text) const; // set off where the terminal can
+    QString strong(const QString &text) const; // highlighted if the terminal can
     QString faint(const QString &text) const;
 
-    // A bar on standard error, drawn over itself; nothing unless that is a terminal.
+    // A progress bar on standard error, redrawn in place; only if that is a terminal.
     void progress(int done, int total);
     void endProgress();
 
-    Exit fail(const QString &message); // to standard error, as "qms: message"; gives Exit::failure
+    Exit fail(const QString &message); // to standard error, as "qms: message"; returns Exit::failure
 
 private:
     bool m_json;

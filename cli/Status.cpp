@@ -24,7 +24,7 @@ static QString nameOf(ConfigStore::Origin origin)
     case ConfigStore::Origin::system: return text(u"system", u"システム");
     case ConfigStore::Origin::standard: break;
     }
-    return text(u"standard", u"標準");
+    return text(u"default", u"既定");
 }
 
 static QString presence(const QString &path)
@@ -44,7 +44,7 @@ static QString folderState(const QString &path)
 
 namespace {
 
-// One fact: the same order and the same values for people and for programs.
+// One fact: the same order and values for people and for programs.
 struct Fact {
     const char16_t *key;
     QString label;
@@ -124,7 +124,7 @@ static QString shown(const QJsonValue &value)
 
 Exit Commands::status(Console &console)
 {
-    // The writer's connection, since only it can recover from a killed application; but no file is made by asking.
+    // Opened for writing, since only a writer can recover from a killed application; but never creates the file.
     Database database(ShotStore::databasePath(), Database::Access::write);
     const bool failed = QFileInfo::exists(database.path()) && !database.open();
     std::vector<Fact> facts = settingsFacts();
@@ -145,8 +145,8 @@ Exit Commands::status(Console &console)
         console.row(object);
     if (failed)
         return console.fail(
-            text(u"the index cannot be used: %1. It is left as it is; while this lasts, nothing is indexed.",
-                 u"索引を使えません: %1。ファイルには手を付けません。この間、索引は更新されません。")
+            text(u"the index cannot be used: %1. It is left unchanged; until this is resolved, nothing is indexed.",
+                 u"索引を使えません: %1。ファイルは変更していません。解決するまで、索引は更新されません。")
                 .arg(database.error()));
     return Exit::success;
 }

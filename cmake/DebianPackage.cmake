@@ -1,4 +1,4 @@
-# The .deb. What only Debian asks for is installed by the package alone.
+# The .deb. Files that only Debian requires are installed by the package alone.
 qm_compressed(changelog CHANGELOG.md changelog)
 qm_compressed(debian_changelog packaging/debian/changelog changelog.Debian)
 set(tree ${CMAKE_BINARY_DIR}/debian)
@@ -17,26 +17,26 @@ set(CPACK_INSTALLED_DIRECTORIES ${tree} usr)
 set(CPACK_GENERATOR DEB)
 set(CPACK_PACKAGE_NAME quillmere)
 set(CPACK_PACKAGE_CONTACT "The Quillmere authors <quillmere@localhost>")
-set(CPACK_PACKAGE_DESCRIPTION_SUMMARY "screenshots that are found again by the words in them")
-set(CPACK_DEBIAN_PACKAGE_DESCRIPTION "Quillmere sits in the tray and takes screenshots with one key: a tap of the
-right Shift key captures a region, holding it captures a window. Every
-screenshot, its own and the desktop's, is indexed and read in English and
-Japanese, so that it is found again by the words that stand in it.
+set(CPACK_PACKAGE_DESCRIPTION_SUMMARY "find screenshots by the words in them")
+set(CPACK_DEBIAN_PACKAGE_DESCRIPTION "Quillmere sits in the tray and takes screenshots with one key: tapping the
+right Shift key captures a region, holding it captures a window. The text of
+every screenshot, its own and the desktop's, is read in English and Japanese
+and indexed, so that you can find it by the words in it.
 .
-It has a library that searches while one types, an editor with crop, lines,
-arrows, shapes, text and blur that never touches the original, and a command
-line over the same index. Everything stays on the machine.")
+It has a library that searches as you type, an editor with crop, lines,
+arrows, shapes, text and blur that never modifies the original, and a
+command-line tool for the same index. Everything stays on the machine.")
 set(CPACK_PACKAGING_INSTALL_PREFIX /usr)
 set(CPACK_STRIP_FILES ON)
-set(CPACK_INSTALL_DEFAULT_DIRECTORY_PERMISSIONS # whatever the umask of whoever builds it
+set(CPACK_INSTALL_DEFAULT_DIRECTORY_PERMISSIONS # whatever the builder's umask
     OWNER_READ OWNER_WRITE OWNER_EXECUTE GROUP_READ GROUP_EXECUTE WORLD_READ WORLD_EXECUTE)
 set(CPACK_DEBIAN_FILE_NAME DEB-DEFAULT)
 set(CPACK_DEBIAN_PACKAGE_RELEASE 1)
 set(CPACK_DEBIAN_PACKAGE_SECTION graphics)
 set(CPACK_DEBIAN_PACKAGE_CONTROL_STRICT_PERMISSION ON)
 set(CPACK_DEBIAN_PACKAGE_SHLIBDEPS ON)
-# What no library dependency tells: the data of the text recognition, and plugins for the rarer formats, the icons' SVG and
-# the system's display. Recommended: fonts for Japanese texts, the translations of Qt's own texts.
+# Dependencies that no library implies: text recognition data, plugins for rarer formats, for the icons' SVG and for the
+# system's display. Recommended: Japanese fonts and the translations of Qt's own texts.
 set(CPACK_DEBIAN_PACKAGE_DEPENDS
     "tesseract-ocr-eng, tesseract-ocr-jpn, tesseract-ocr-script-jpan, qt6-image-formats-plugins, libqt6svg6")
 set(CPACK_DEBIAN_PACKAGE_RECOMMENDS "fonts-noto-cjk, qt6-translations-l10n")

@@ -1,5 +1,5 @@
-# Where everything goes when it is installed. Helpers stand next to the application, which is where it looks for them; only
-# what people call by name is put on the path, as links.
+# Where everything is installed. The application looks for its helpers next to itself; only what users call by name is
+# on the path, as links.
 set(QM_PROGRAM_FOLDER ${CMAKE_INSTALL_LIBEXECDIR}/quillmere)
 install(TARGETS quillmere qms qmocr qmcapture qmcapture_module qmscroll DESTINATION ${QM_PROGRAM_FOLDER})
 foreach(program quillmere qms)
@@ -12,7 +12,7 @@ foreach(program quillmere qms)
         file(CREATE_LINK ${target} \"\${link}\" SYMBOLIC)")
 endforeach()
 
-# qm_compressed(result file name): the file as the build folder's NAME.gz, without a time in it.
+# qm_compressed(result file name): compresses the file to NAME.gz in the build folder, without a time stamp.
 find_program(QM_GZIP gzip REQUIRED)
 function(qm_compressed result file name)
     set(compressed ${CMAKE_BINARY_DIR}/compressed/${name}.gz)
@@ -46,7 +46,7 @@ if(NOT APPLE)
     install(FILES packaging/org.quillmere.Quillmere.metainfo.xml DESTINATION ${CMAKE_INSTALL_DATADIR}/metainfo)
 endif()
 
-# Debian's zsh looks for a package's completions in "vendor-completions" instead.
+# Debian's zsh looks for packaged completions in "vendor-completions" instead.
 set(QM_ZSH_COMPLETIONS ${CMAKE_INSTALL_DATADIR}/zsh/site-functions CACHE STRING "Folder for the completions of zsh")
 set(completions ${CMAKE_SOURCE_DIR}/packaging/completions)
 install(FILES ${completions}/bash/qms ${completions}/bash/quillmere

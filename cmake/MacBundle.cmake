@@ -1,4 +1,4 @@
-# Quillmere.app: the application, and beside its executable the helpers, which is where it looks for them.
+# Quillmere.app: the application, with the helpers next to its executable, where it looks for them.
 set(helpers qms qmocr qmscroll)
 set_target_properties(quillmere PROPERTIES
     OUTPUT_NAME Quillmere

@@ -1,9 +1,9 @@
-# Settings every target shares, and the two functions by which the tree declares itself.
+# Settings shared by all targets, and the functions that declare folders and programs.
 
 set(CMAKE_CXX_STANDARD 20)
 set(CMAKE_CXX_STANDARD_REQUIRED ON)
 set(CMAKE_CXX_EXTENSIONS OFF)
-set(CMAKE_POSITION_INDEPENDENT_CODE ON) # qmcapture.so is made of the same folders as the programs
+set(CMAKE_POSITION_INDEPENDENT_CODE ON) # qmcapture.so is built from the same folders as the programs
 set(CMAKE_AUTOMOC ON)
 set(CMAKE_AUTORCC ON)
 set(CMAKE_RUNTIME_OUTPUT_DIRECTORY ${CMAKE_BINARY_DIR}/bin)   # helpers must stand next to the application
@@ -34,7 +34,7 @@ add_compile_definitions(
     QT_NO_CAST_FROM_ASCII QT_NO_CAST_TO_ASCII QT_NO_CAST_FROM_BYTEARRAY QT_NO_FOREACH QT_NO_KEYWORDS
     QT_DISABLE_DEPRECATED_BEFORE=0x060400)
 if(NOT APPLE)
-    add_link_options(-Wl,--as-needed) # a program loads only the libraries whose code it took from the folders it uses
+    add_link_options(-Wl,--as-needed) # loads only those libraries of its folders that a program uses
 endif()
 if(QM_SANITIZE)
     add_compile_options(-fsanitize=${QM_SANITIZE} -fno-sanitize-recover=all -fno-omit-frame-pointer)
@@ -76,7 +76,7 @@ function(qm_program name)
 endfunction()
 
 # qm_module(name USES folder... LINKS library... SOURCES file...)
-# What a program loads while it runs: name.so next to it.
+# A module that a program loads at run time: name.so next to it.
 function(qm_module name)
     cmake_parse_arguments(PARSE_ARGV 1 arg "" "" "USES;LINKS;SOURCES")
     add_library(${name}_module MODULE ${arg_SOURCES})

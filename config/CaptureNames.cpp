@@ -3,7 +3,7 @@
 namespace qm {
 
 static constexpr QStringView product = u"Quillmere ";
-static constexpr QStringView stamp = u"dddd-dd-dd-dd-dd-dd"; // d: any digit
+static constexpr QStringView stamp = u"dddd-dd-dd-dd-dd-dd"; // d stands for any digit
 
 static QString stamped(const QDateTime &local)
 {

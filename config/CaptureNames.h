@@ -8,14 +8,14 @@
 
 namespace qm {
 
-// How the pictures taken by ourselves are named, and read back. Any thread.
+// Names of the pictures we take, and parsing them back. Any thread.
 namespace CaptureNames {
 
 QString capture(const QDateTime &local); // "Quillmere 2026-03-05-14-07-09.png"
 QString scroll(const QDateTime &local);  // "Quillmere 2026-03-05-14-07-09 scroll.png"
 
-// The wall-clock time in a name of our own, as "2026-03-05T14:07:09". Only the beginning must be ours, so an annotated copy
-// keeps the time of its shot. Nothing for any other name.
+// The local time in one of our names, as "2026-03-05T14:07:09". Only the beginning has to match, so an annotated copy
+// keeps the time of its shot. std::nullopt for any other name.
 std::optional<QString> takenAt(QStringView name);
 
 } // namespace CaptureNames

@@ -52,7 +52,7 @@ static SettingsFile local()
     return SettingsFile(ConfigStore::localFile());
 }
 
-// The file that the next change of a shared key goes to.
+// The file that the next change of a shared key is written to.
 static SettingsFile governing()
 {
     return cloudFile(local().read()).value_or(local());
@@ -154,7 +154,7 @@ bool ConfigStore::createFolder(const QString &path)
 {
     const QString home = homeFolder();
     if (path == home || path.startsWith(home + u'/')) {
-        // The index holds the text of everything its owner ever photographed.
+        // The index holds the text of everything its owner ever captured.
         constexpr QFile::Permissions owner = QFile::ReadOwner | QFile::WriteOwner | QFile::ExeOwner;
         QDir().mkdir(home, owner);
     }
@@ -187,7 +187,7 @@ ConfigStore::Origin ConfigStore::originOf(const QString &key)
 {
     const QJsonObject own = local().read();
     const std::optional<SettingsFile> file = cloudFile(own);
-    // A shared value of the wrong type hides the local one all the same: merging knows no types.
+    // A shared value of the wrong type still hides the local one: merging ignores types.
     if (file && key != cloud) {
         const QJsonObject shared = file->read();
         if (shared.contains(key))

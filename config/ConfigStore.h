@@ -10,48 +10,48 @@
 
 namespace qm {
 
-// The settings: ~/.quillmere/config.json, overlaid by the config.json of a shared folder when "cloud" names one.
-// Any thread. Nothing is cached: every call reads the disk, so a change by another program holds from the next call on.
-// Reading never fails: what is missing, broken or of the wrong type reads as absent.
+// The settings: ~/.quillmere/config.json, overlaid by the config.json of a shared folder if "cloud" names one. Any
+// thread. Nothing is cached: every call reads the disk, so another program's change takes effect with the next call.
+// Reading never fails: missing, broken or mistyped values count as absent.
 namespace ConfigStore {
 
-QString homeFolder(); // .quillmere in the user's home; settings and index live here
+QString homeFolder(); // .quillmere in the user's home; holds settings and index
 QString localFile();  // config.json in it
-QString sharedFile(); // the one that "cloud" governs; empty when there is none
+QString sharedFile(); // the one "cloud" points to; empty if there is none
 
-QJsonObject effective(); // local and shared merged: the shared value wins, but "cloud" is always the local one
+QJsonObject effective(); // local and shared merged: shared values win, except that "cloud" is always the local one
 Hotkey resolveHotkey();
 QString resolveCaptureDir(); // where new captures are saved; absolute, not created
 QString resolveSource();     // where the system's own tool saves; may wait for another program
-bool autoOcr();              // on, unless the settings say a plain false
+bool autoOcr();              // on, unless the settings say false
 
-// The same for settings that are not in force: what they would be with another shared folder (empty: none), and what
-// becomes of them.
+// The same for settings that are not in force: what they would be with another shared folder (empty: none), and the
+// values that follow from them.
 QJsonObject effectiveWithCloud(const QString &path);
 Hotkey resolveHotkey(const QJsonObject &settings);
 QString resolveCaptureDir(const QJsonObject &settings);
 bool autoOcr(const QJsonObject &settings);
-QString systemSource(); // resolveSource() where no settings name the folder; may wait as well
+QString systemSource(); // resolveSource() if the settings do not name the folder; may wait as well
 
-// Creates a folder with all above it; .quillmere itself is made for its owner only. False when it cannot be.
+// Creates a folder and its parents; .quillmere itself is created for its owner only. False on failure.
 bool createFolder(const QString &path);
 
-// Set a key in the file that governs the settings (the shared one when there is a cloud folder), or remove it with no value.
+// Sets a key in the governing file (the shared one if there is a cloud folder), or removes it if there is no value.
 Outcome setShared(const QString &key, const std::optional<QJsonValue> &value);
-// Sets the shared folder, in the local file only; no path or an empty one ends sharing. No settings are copied.
+// Sets the shared folder, in the local file only; no path or an empty one ends sharing. Copies no settings.
 Outcome setCloud(const std::optional<QString> &path);
 
-// Where a resolved value came from, for people who wonder.
+// Where a resolved value came from, for display.
 enum class Origin { shared, local, system, standard };
 Origin originOf(const QString &key);
 
 } // namespace ConfigStore
 
-// The folder a user wrote: "~" and "~/" stand for the home folder, a relative path counts from it (a program started from
-// a menu has no folder of its own), trailing slashes go. Nothing for an empty text.
+// Folder from user input: "~" and "~/" stand for the home folder, a relative path starts there (a program started from
+// a menu has no working folder of its own), trailing slashes are dropped. std::nullopt for an empty text.
 std::optional<QString> folderFromText(const QString &text);
 
-// The folder in a system tool's answer: UTF-8, white space around it dropped.
+// Folder from a system tool's answer: UTF-8, surrounding white space dropped.
 std::optional<QString> folderFromAnswer(const QByteArray &answer);
 
 } // namespace qm

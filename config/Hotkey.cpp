@@ -10,7 +10,7 @@ struct Traits {
     quint32 flagMask;
 };
 
-// In the order of the enumeration.
+// In enumeration order.
 constexpr Traits traits[] = {
     {u"rightShift", 60, 0x20000},
     {u"rightCommand", 54, 0x100000},

@@ -7,7 +7,7 @@
 
 namespace qm {
 
-// The right-hand modifier key that triggers captures, in the order in which the settings offer them.
+// The right-hand modifier key that triggers captures, in the order the settings offer them.
 enum class HotkeyModifier { rightShift, rightCommand, rightOption, rightControl };
 
 inline constexpr std::array allHotkeyModifiers{HotkeyModifier::rightShift, HotkeyModifier::rightCommand,
@@ -16,15 +16,15 @@ inline constexpr std::array allHotkeyModifiers{HotkeyModifier::rightShift, Hotke
 QString rawValue(HotkeyModifier modifier); // as the settings file spells it: "rightShift"
 std::optional<HotkeyModifier> hotkeyModifierFrom(const QString &rawValue);
 
-// What the key listener compares: the virtual key code tells the right key from the left one, the mask is the
-// device-independent flag that is set while the key is down (both as macOS numbers them, on every system).
+// What the key listener compares: the virtual key code tells the right key from the left one; the mask is the
+// device-independent flag set while the key is down. Both use macOS's numbers on every system.
 int keyCode(HotkeyModifier modifier);
 quint32 flagMask(HotkeyModifier modifier);
 
-// What is done with the key.
+// What the user did with the key.
 enum class HotkeyGesture {
     tap,  // released before the threshold, nothing else pressed meanwhile
-    hold, // still down at the threshold; the release that follows means nothing
+    hold, // still down at the threshold; the following release is ignored
 };
 
 struct Hotkey {

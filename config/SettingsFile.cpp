@@ -13,7 +13,7 @@ static constexpr qint64 maxBytes = 16 << 20; // far beyond any settings; keeps a
 static QByteArray bytesOf(const QString &path)
 {
     QFile file(path);
-    if (!QFileInfo(path).isFile() || !file.open(QIODevice::ReadOnly)) // a pipe would wait for a writer for ever
+    if (!QFileInfo(path).isFile() || !file.open(QIODevice::ReadOnly)) // opening a pipe would wait for a writer forever
         return {};
     return file.read(maxBytes);
 }
@@ -25,13 +25,13 @@ QJsonObject SettingsFile::read() const
 
 static Outcome writeWhole(QSaveFile &file, const QByteArray &bytes)
 {
-    // commit() does not see a buffer that fails to reach the disk; flush() does.
+    // commit() does not notice that a buffer failed to reach the disk; flush() does.
     if (!file.open(QIODevice::WriteOnly) || file.write(bytes) != bytes.size() || !file.flush() || !file.commit())
         return Outcome::failure(QStringLiteral("%1: %2").arg(file.fileName(), file.errorString()));
     return Outcome::success();
 }
 
-// What cannot be read as settings may still be the user's own work with a comma too many.
+// A file that does not parse may still be the user's own work with one comma too many.
 static Outcome keepBroken(const QString &path)
 {
     const QByteArray bytes = bytesOf(path);
@@ -54,9 +54,9 @@ Outcome SettingsFile::set(const QString &key, const QJsonValue &value) const
     else
         settings.insert(key, value);
 
-    QSaveFile file(m_path);            // follows a link and keeps the mode of what it replaces
-    file.setDirectWriteFallback(true); // a folder in which nothing may be created, around a file that may be written
-    const QByteArray json = QJsonDocument(settings).toJson(QJsonDocument::Indented); // keys come sorted
+    QSaveFile file(m_path);            // follows links and keeps the mode of the file it replaces
+    file.setDirectWriteFallback(true); // for a writable file in a folder where nothing can be created
+    const QByteArray json = QJsonDocument(settings).toJson(QJsonDocument::Indented); // keys are sorted
     return writeWhole(file, json);
 }
 

@@ -6,7 +6,7 @@
 
 namespace qm {
 
-// One JSON settings file: the unit of reading and writing below ConfigStore. Any thread; nothing is kept.
+// Reads and writes one JSON settings file for ConfigStore. Any thread; nothing is cached.
 class SettingsFile
 {
 public:
@@ -16,11 +16,11 @@ public:
     }
 
     QString path() const { return m_path; }
-    QJsonObject read() const; // empty for a file that is missing, unreadable or no JSON object
+    QJsonObject read() const; // empty if the file is missing, unreadable or not a JSON object
 
-    // Reads, sets the key (removes it for an undefined value) and writes the whole file: beside it and then into its
-    // place, so that a full disk or a crash leaves the old one. A file that was no JSON object is kept beside as
-    // "NAME.broken". Folders are made.
+    // Reads the file, sets the key (removes it if the value is undefined) and replaces the file atomically, so that a
+    // full disk or a crash leaves the old one. A file that is not a JSON object is kept as "NAME.broken". Creates
+    // missing folders.
     Outcome set(const QString &key, const QJsonValue &value) const;
 
 private:

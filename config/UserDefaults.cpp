@@ -6,13 +6,13 @@
 namespace qm {
 
 #ifdef Q_OS_MACOS
-// The standard user defaults: Qt makes the domain org.quillmere.Quillmere of the two, as the bundle is called.
+// The standard user defaults: Qt forms the domain org.quillmere.Quillmere, the bundle's identifier, from the two names.
 static QSettings settings()
 {
     return QSettings(QStringLiteral("quillmere.org"), QStringLiteral("Quillmere"));
 }
 #else
-// A path of our own: QSettings would keep the configuration folder that it finds first in the process.
+// An explicit path, because QSettings would cache the first configuration folder it finds in the process.
 static QSettings settings()
 {
     return QSettings(QStandardPaths::writableLocation(QStandardPaths::GenericConfigLocation) +

@@ -4,11 +4,11 @@
 
 namespace qm {
 
-// What the application remembers about itself on this machine, apart from the user's settings. Main thread; where it
-// is kept is asked at each use.
+// What the application remembers about itself on this machine, apart from the user's settings. Main thread; the storage
+// location is looked up on each use.
 namespace UserDefaults {
 
-bool boolean(const QString &key); // false when never set
+bool boolean(const QString &key); // false if never set
 void setBoolean(const QString &key, bool value);
 
 } // namespace UserDefaults

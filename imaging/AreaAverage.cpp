@@ -9,7 +9,7 @@
 
 namespace qm {
 
-static constexpr int mostRowsSummed = 256; // 256 x 255 still fits 16 bits
+static constexpr int mostRowsSummed = 256; // 256 x 255 still fits in 16 bits
 
 AreaAverage::AreaAverage(QSize source, QSize target, int channels)
     : m_source(source)
@@ -23,7 +23,7 @@ AreaAverage::AreaAverage(QSize source, QSize target, int channels)
     m_result.fill(0);
 }
 
-// The rows summed so far and a part of this one.
+// Adds the rows summed so far and a fraction of this one.
 void AreaAverage::addSums(const uchar *row, float weight)
 {
     for (size_t i = 0; i < size_t(m_bytes); ++i) {
@@ -55,7 +55,7 @@ const uchar *AreaAverage::premultiplied(const uchar *row)
 }
 
 // Source row i covers [i, i + 1) times the target's height, target row j covers [j, j + 1) times the source's: in these
-// units every border is a whole number.
+// units every border is an integer.
 void AreaAverage::add(const uchar *row)
 {
     if (m_sourceY >= m_source.height())
@@ -79,7 +79,7 @@ void AreaAverage::add(const uchar *row)
 
 namespace {
 
-// Four floats as compilers of both families know them, on every processor.
+// Four floats, as GCC and Clang support on every processor.
 using Four = float __attribute__((vector_size(16)));
 
 inline Four load(const float *at)
@@ -97,8 +97,8 @@ void AreaAverage::emitRow()
     const qint64 source = m_source.width(), target = m_target.width();
     const float scale = float(double(target) / double(source) * m_target.height() / m_source.height());
     const float *column = m_columns.data();
-    qint64 x = 0;    // the source pixel under way
-    float spent = 0; // the part of it that the pixel before took
+    qint64 x = 0;    // the current source pixel
+    float spent = 0; // the fraction of it used by the previous target pixel
     for (int i = 0; i < int(target); ++i) {
         const qint64 border = (qint64(i) + 1) * source;
         const qint64 whole = border / target; // beyond x, since nothing is enlarged

@@ -6,16 +6,16 @@
 
 namespace qm {
 
-// Shrinks a picture by exact area averaging while its rows arrive: every pixel of the result is the mean of the part of the
-// source that it covers, transparent parts counting less. Holds one row of sums and the result, whatever the source's height.
+// Shrinks a picture by exact area averaging while its rows arrive: every pixel of the result is the mean of the source
+// area it covers, weighted by alpha. Holds one row of sums and the result, whatever the source's height.
 class AreaAverage
 {
 public:
-    // Nowhere larger than the source. Rows are RGB888 (3 channels) or RGBA8888 (4 channels).
+    // The target must nowhere be larger than the source. Rows are RGB888 (3 channels) or RGBA8888 (4 channels).
     AreaAverage(QSize source, QSize target, int channels);
 
-    void add(const uchar *row); // the next one, source's height at most
-    QImage result() const;      // RGB32, or ARGB32_Premultiplied when something was not opaque; rows to come are blank
+    void add(const uchar *row); // the next row; at most as many as the source is high
+    QImage result() const;      // RGB32, or ARGB32_Premultiplied if anything was not opaque; missing rows are blank
 
 private:
     void addSums(const uchar *row, float weight);
@@ -26,10 +26,10 @@ private:
     const QSize m_source;
     const QSize m_target;
     const int m_channels;
-    const qsizetype m_bytes;     // in a row
+    const qsizetype m_bytes;     // per row
     std::vector<quint16> m_sums; // of up to 256 whole rows
     int m_summed = 0;
-    std::vector<float> m_columns; // of the target row under way: m_sums before, and parts of rows
+    std::vector<float> m_columns; // of the current target row: everything before m_sums, plus fractions of rows
     std::vector<uchar> m_premultiplied;
     bool m_opaque = true;
     int m_sourceY = 0;

@@ -7,11 +7,12 @@
 
 namespace qm {
 
-// Fixed point throughout, in 16 bits so that the compiler can do eight channels at once: weights are fractions of 65536
-// and values have seven bits after the point. Each product is cut off below that, half of which is added back for each.
+// Fixed point throughout, in 16 bits so that the compiler can process eight channels at once: weights are fractions of
+// 65536 and values have seven fractional bits. Each product is truncated to that; half a unit per product is added
+// back.
 static constexpr int weightOne = 0xffff;
 static constexpr int fractionBits = 7;
-static constexpr int mostTaps = 24; // pixels that go into one, along an axis
+static constexpr int mostTaps = 24; // source pixels per target pixel, along an axis
 
 static inline quint16 weighed(quint16 value, quint16 weight)
 {
@@ -20,16 +21,16 @@ static inline quint16 weighed(quint16 value, quint16 weight)
 
 namespace {
 
-// Which source pixels each pixel of one axis covers, and by how much; the weights of each add up to weightOne, or to
-// nothing when it lies outside.
+// Which source pixels each target pixel of one axis covers, and with what weights; they add up to weightOne, or to
+// nothing if it lies outside.
 struct Taps {
     struct Run {
         int first = 0, count = 0;
-        size_t weights = 0; // where they begin
+        size_t weights = 0; // index of the first
     };
     std::vector<Run> runs;
     std::vector<quint16> weights;
-    int first = 0, end = 0; // source pixels used by any
+    int first = 0, end = 0; // range of source pixels used at all
 };
 
 } // namespace
@@ -49,7 +50,7 @@ static Taps tapsFor(double origin, double length, int size, int sourceSize)
             continue;
         run.first = std::min(int(from), sourceSize - 1);
         run.count = std::max(int(std::ceil(to)) - run.first, 1);
-        // The differences of a rounded running sum add up exactly.
+        // Differences of a rounded running sum add up exactly.
         int given = 0;
         for (int t = 0; t < run.count; ++t) {
             const double covered = std::min(double(run.first + t + 1), to) - from;
@@ -78,7 +79,7 @@ public:
     {
     }
 
-    const uchar *row(int y) // from pixel first on; valid until the next strip
+    const uchar *row(int y) // from pixel `first` on; valid until the next strip
     {
         if (m_direct)
             return m_source.constScanLine(y) + qsizetype(m_first) * 4;
@@ -109,15 +110,15 @@ static void accumulate(quint16 *__restrict sums, const uchar *__restrict row, in
 
 namespace {
 
-// The weights across, two source pixels of four channels at a time, as many for every pixel: a count that changes from
-// pixel to pixel costs more than weighing a few with nothing.
+// The horizontal weights, for two source pixels of four channels at a time, and equally many for every target pixel: a
+// varying count costs more than a few zero weights.
 struct PairedTaps {
     struct Run {
-        int first = 0;        // from the first pixel used by any
-        quint64 rounding = 0; // of four channels
+        int first = 0;        // relative to the first pixel used at all
+        quint64 rounding = 0; // for four channels
     };
     std::vector<Run> runs;
-    std::vector<quint16> weights; // eight for each pair
+    std::vector<quint16> weights; // eight per pair
     int pairs = 0;
 
     explicit PairedTaps(const Taps &taps)
@@ -135,7 +136,7 @@ struct PairedTaps {
 
 } // namespace
 
-// Four channels of each pixel, still with their fraction. Pairs is taps.pairs where that is small, else 0.
+// Four channels of each pixel, including the fractional bits. Pairs is taps.pairs if that is small, otherwise 0.
 template<int Pairs>
 static void weighAcross(quint64 *__restrict means, const quint16 *__restrict values, const PairedTaps &taps)
 {
@@ -148,7 +149,7 @@ static void weighAcross(quint64 *__restrict means, const quint16 *__restrict val
             for (int c = 0; c < 8; ++c)
                 sums[c] = quint16(sums[c] + weighed(in[c], weight[c]));
         }
-        quint64 halves[2]; // added as one number each: no channel's sum overflows into the next
+        quint64 halves[2]; // each added as one number: no channel overflows into the next
         std::memcpy(halves, sums, sizeof sums);
         *means++ = halves[0] + halves[1] + run.rounding;
     }
@@ -171,7 +172,7 @@ static QImage averaged(const QImage &source, const QRectF &window, QSize size, Q
     const int bytes = (columns.end - columns.first) * 4;
 
     SourceRows sourceRows(source, columns.first, columns.end);
-    std::vector<quint16> sums(size_t(bytes) + size_t(across.pairs) * 8); // what is weighed with nothing must exist
+    std::vector<quint16> sums(size_t(bytes) + size_t(across.pairs) * 8); // pixels with zero weight must exist
     const auto weigh = across.pairs == 1   ? weighAcross<1>
                        : across.pairs == 2 ? weighAcross<2>
                        : across.pairs == 3 ? weighAcross<3>
@@ -193,7 +194,7 @@ static QImage averaged(const QImage &source, const QRectF &window, QSize size, Q
     return result;
 }
 
-// Whole pixels as they are, beyond the source transparent.
+// Copies whole pixels; transparent beyond the source.
 static QImage copied(const QImage &source, const QRect &window, QImage::Format format)
 {
     if (window == source.rect())
@@ -221,7 +222,7 @@ QImage areaResampled(const QImage &source, const QRectF &window, QSize size, QIm
     if (near(window.x(), whole.x()) && near(window.y(), whole.y()) && near(window.width(), whole.width()) &&
         near(window.height(), whole.height()))
         return copied(source, whole.toRect(), format);
-    // Cutting off the products of very many pixels would show: then by way of a grid on which each pixel has a few parts.
+    // Truncating very many products would show: go through an intermediate grid with a few cells per pixel.
     const auto parts = [](double pixels, int count) {
         return pixels > mostTaps * double(count) ? int(pixels / count / mostTaps) + 1 : 1;
     };

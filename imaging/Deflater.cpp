@@ -14,15 +14,15 @@
 
 namespace qm {
 
-static constexpr quint32 farthest = 32768; // RFC 1951: how far back a match may go
+static constexpr quint32 farthest = 32768; // RFC 1951: maximum distance of a match
 static constexpr quint32 shortest = 3, shortestByHash = 4, longest = 258;
-static constexpr quint32 compared = 32;        // bytes seen of a candidate before one is chosen
-static constexpr quint32 longEnough = 8;       // found without the hash: do not look further
-static constexpr double farBits = 20;          // what a match costs, about, that is not the pixel to the left
-static constexpr quint32 missesUnnoticed = 64; // literals in a row, before some are not looked at
+static constexpr quint32 compared = 32;        // bytes compared of each candidate before choosing
+static constexpr quint32 longEnough = 8;       // a neighbour's match this long makes the hash unnecessary
+static constexpr double farBits = 20;          // approximate cost of a match other than with the pixel to the left
+static constexpr quint32 missesUnnoticed = 64; // consecutive literals before some positions are skipped
 static constexpr quint32 mostSkipped = 7;
-static constexpr int slack = 64;                           // bytes that are compared beyond the end, then not taken
-static constexpr quint32 noDistance = 31 << 10;            // of a literal
+static constexpr int slack = 64;                           // bytes read beyond the end, but never matched
+static constexpr quint32 noDistance = 31 << 10;            // for a literal
 static constexpr size_t tokenBytes = 6, headerBytes = 512; // at most
 static constexpr int endOfBlock = 256, lengthCodes = 257;
 static constexpr int longestCode = 15, longestLengthCode = 7;
@@ -30,7 +30,7 @@ static constexpr int longestCode = 15, longestLengthCode = 7;
 namespace {
 
 struct LengthTable {
-    std::array<quint8, longest + 1> symbol{}; // less 257
+    std::array<quint8, longest + 1> symbol{}; // minus 257
     std::array<quint8, 29> extraBits{};
     std::array<quint16, 29> first{};
 
@@ -43,7 +43,7 @@ struct LengthTable {
             for (int k = 0; k < 1 << extraBits[size_t(i)] && length <= longest; ++k)
                 symbol[length++] = quint8(i);
         }
-        symbol[longest] = 28; // its own, though the one before could say it
+        symbol[longest] = 28; // has its own symbol, although the previous one could express it
     }
 };
 
@@ -71,7 +71,7 @@ Word load(const uchar *at)
     return word;
 }
 
-// How many bytes are the same, up to 32.
+// Number of equal leading bytes, up to 32.
 quint32 same(const uchar *a, const uchar *b)
 {
     for (quint32 i = 0; i < compared; i += 8) {
@@ -103,7 +103,7 @@ Match atPlaces(const uchar *at, quint32 nearer, quint32 farther, quint32 worthFa
     return match;
 }
 
-// The length of a match of which so many bytes as are compared at once are known.
+// The full length of a match whose first `compared` bytes are known to match.
 quint32 extended(const uchar *at, quint32 distance, const uchar *stop)
 {
     const uchar *further = at + compared;
@@ -126,7 +126,7 @@ Deflater::Deflater(int pixel, qint64 row, size_t mostAtOnce, Sink sink)
     , m_at(m_out.data())
 {
     put(0x78, 8); // deflate, with the largest window
-    put(0x01, 8); // the fastest compressor, no dictionary; makes the header a multiple of 31
+    put(0x01, 8); // fastest compressor, no dictionary; makes the header a multiple of 31
 }
 
 void Deflater::put(quint64 bits, int count)
@@ -141,7 +141,7 @@ void Deflater::add(size_t count)
 {
     m_adler = libdeflate_adler32(m_adler, m_window.data() + m_filled, count);
     m_filled += count;
-    if (m_filled - m_next > slack) // the last few wait for what follows: a match may go on there
+    if (m_filled - m_next > slack) // hold back the last few: a match may continue in the next bytes
         search(m_window.data() + m_filled - slack);
     const size_t past = m_next - farthest;
     std::memmove(m_window.data(), m_window.data() + past, m_filled - past);
@@ -150,10 +150,10 @@ void Deflater::add(size_t count)
     m_next -= past;
 }
 
-// Where a neighbour already gives a long match, the hash is not asked. Positions inside of a match are not remembered.
+// If a neighbour already gives a long match, the hash is not consulted. Positions inside a match are not recorded.
 void Deflater::search(const uchar *end)
 {
-    // Copies, as a store to the counts could change a member for all a compiler knows.
+    // Local copies: to the compiler, a store to the counts could change a member.
     const uchar *const window = m_window.data(), *const filled = window + m_filled;
     const quint32 pixel = m_pixel, row = m_row;
     const qint64 origin = m_origin;
@@ -171,7 +171,7 @@ void Deflater::search(const uchar *end)
         Match match = atNeighbours(at, pixel, row, worthFar);
         if (match.length < longEnough)
             match = atPlaces(at, (low - last) % farthest, (low - (last >> 16)) % farthest, worthFar, match);
-        // A place is a guess: it may be this one, at a distance of 0, or lie before the beginning.
+        // A place is a guess: it may be the current position (distance 0) or lie before the beginning.
         if (match.length < shortest || qint64(quint32(match.distance - 1)) >= position) {
             ++valueCounts[*at];
             *token++ = *at++ | noDistance;
@@ -219,8 +219,8 @@ void Deflater::finish()
     m_sink(m_out.data(), size_t(m_at - m_out.data()));
 }
 
-// How long a match must be in the next block. The rarer literals are among the tokens, the longer are their codes; that is taken
-// out, or a block full of bad matches would make the next one prefer them as well.
+// Sets the minimum match length for the next block. Literals have longer codes the rarer they are among the tokens;
+// this effect is subtracted, or a block full of bad matches would make the next one prefer them too.
 void Deflater::adapt(const PrefixCode &values)
 {
     double literals = 0, bits = 0;
@@ -245,7 +245,7 @@ void Deflater::writeBlock(bool last)
     const PrefixCode distances = PrefixCode::of(std::span(m_distanceCounts).first(30), longestCode);
     adapt(values);
     put(last, 1);
-    put(2, 2); // the block brings its codes
+    put(2, 2); // dynamic Huffman codes follow
     writeCodeLengths(values, distances);
     writeTokens(values, distances);
     put(values.codes[endOfBlock], values.lengths[endOfBlock]);
@@ -256,7 +256,7 @@ void Deflater::writeBlock(bool last)
     m_distanceCounts.fill(0);
 }
 
-// RFC 1951, 3.2.7: the lengths of both codes, run by run, and these runs in a code of their own.
+// RFC 1951, 3.2.7: the lengths of both codes, run-length encoded, in a code of their own.
 void Deflater::writeCodeLengths(const PrefixCode &values, const PrefixCode &distances)
 {
     const auto used = [](const PrefixCode &code, int least, int most) {
@@ -318,8 +318,8 @@ void Deflater::writeCodeLengths(const PrefixCode &values, const PrefixCode &dist
     }
 }
 
-// Every token is a value and a distance, that of a literal being none, in no bits: a branch here would be guessed wrong more
-// often than it spares work. 48 bits at most, and less than 8 wait.
+// Every token is a value and a distance; a literal's distance takes zero bits. A branch here would be mispredicted more
+// often than it saves work. At most 48 bits, and fewer than 8 are pending.
 void Deflater::writeTokens(const PrefixCode &values, const PrefixCode &distances)
 {
     struct Coded {

@@ -10,26 +10,26 @@ namespace qm {
 
 struct PrefixCode;
 
-// Deflates the filtered rows of a PNG (RFC 1950 and 1951). A general deflater looks for repetitions by hashing alone; in a
-// picture most are found where one expects them, at the pixel to the left and in the row above, and looking there first
-// is both quicker and smaller. The same bytes always give the same result. One thread at a time.
+// Deflates the filtered rows of a PNG (RFC 1950 and 1951). A general deflater finds repetitions by hashing alone; in
+// pictures most lie in predictable places, the pixel to the left and the row above, and looking there first is both
+// faster and smaller. Deterministic: the same bytes always give the same result. One thread at a time.
 class Deflater
 {
 public:
     using Sink = std::function<void(const uchar *bytes, size_t count)>;
 
-    // Distances in bytes, to the pixel at the left and to the row above. The sink takes what is deflated.
+    // Distances in bytes to the pixel on the left and to the row above. The sink receives the compressed bytes.
     Deflater(int pixel, qint64 row, size_t mostAtOnce, Sink sink);
 
-    // Where the next bytes go, mostAtOnce of them and a few more that may be overwritten; changes with every add().
+    // Where to write the next bytes, up to mostAtOnce plus a few that may be overwritten; changes with every add().
     uchar *room() { return m_window.data() + m_filled; }
-    void add(size_t count); // so many have been put there
+    void add(size_t count); // count bytes have been written to room()
     void finish();
 
 private:
     static constexpr int hashBits = 11;
-    static constexpr size_t mostTokens = 16384; // in a block; the fewer, the closer is the code to what it says
-    static constexpr quint32 lengthsFrom = 254; // token value of a match, less its length
+    static constexpr size_t mostTokens = 16384; // in a block; the fewer, the better the code fits them
+    static constexpr quint32 lengthsFrom = 254; // token value of a match, minus its length
 
     void search(const uchar *end);
     void writeBlock(bool last);
@@ -40,16 +40,16 @@ private:
 
     const quint32 m_pixel, m_row;
     const Sink m_sink;
-    std::vector<uchar> m_window; // what matches may go back to, then what is to be deflated
-    size_t m_filled, m_next;     // ends of both
-    qint64 m_origin;             // the window's first byte, counted from the stream's beginning
+    std::vector<uchar> m_window; // history for matches, then the bytes still to be deflated
+    size_t m_filled, m_next;     // end of filled bytes, start of those to deflate
+    qint64 m_origin;             // stream position of the window's first byte
     quint32 m_adler = 1;
-    // The least length of a match that is not the pixel to the left: the shorter the codes of literals, the longer.
+    // Minimum length of a match other than with the pixel to the left: the shorter the literals' codes, the longer.
     quint32 m_worthFar = 3;
-    // By hash of four bytes, the two places where they stood last, the low 16 bits of each.
+    // Indexed by a hash of four bytes: the two latest positions where they occurred, low 16 bits of each.
     std::array<quint32, size_t(1) << hashBits> m_places{};
-    // A token's lowest 10 bits are a literal, or lengthsFrom + the length of a match; the next 5 the distance's symbol; the rest
-    // the distance's further bits.
+    // A token's lowest 10 bits are a literal, or lengthsFrom + the length of a match; the next 5 the distance symbol;
+    // the rest the distance's extra bits.
     std::vector<quint32> m_tokens = std::vector<quint32>(mostTokens);
     size_t m_tokenCount = 0;
     std::array<quint32, 513> m_valueCounts{};

@@ -8,14 +8,14 @@ class QIODevice;
 
 namespace qm {
 
-// The few tags of a TIFF structure (TIFF 6.0, section 2) that say how a picture is to be shown. EXIF data in JPEG, PNG, WebP
-// and HEIC is such a structure, a TIFF file itself another. Anything malformed reads as silence.
+// The few tags of a TIFF structure (TIFF 6.0, section 2) that determine how a picture is shown. EXIF data in JPEG, PNG,
+// WebP and HEIC is such a structure, as is a TIFF file. Malformed data counts as absent.
 struct ExifTags {
     int orientation = 1; // 1 to 8
     std::optional<double> dpi;
 
-    static ExifTags parse(const QByteArray &data); // with or without "Exif\0\0" before it
-    static ExifTags parse(QIODevice &file);        // a TIFF file; seeks, and comes back to its start
+    static ExifTags parse(const QByteArray &data); // with or without a leading "Exif\0\0"
+    static ExifTags parse(QIODevice &file);        // a TIFF file; seeks, and returns to its start
 };
 
 } // namespace qm

@@ -16,7 +16,7 @@ static constexpr int displayP3Primaries = 12; // ITU-T H.273, table 2
 
 using Handle = std::unique_ptr<heif_image_handle, void (*)(const heif_image_handle *)>;
 
-// EXIF's orientation is not heeded here: the format has its own, which libheif applies.
+// EXIF's orientation is ignored here: the format has its own, which libheif applies.
 static double dpiOf(const heif_image_handle *handle)
 {
     heif_item_id id = 0;
@@ -69,7 +69,7 @@ Decoded HeifReader::read(QIODevice &file, RowSink &sink)
     const bool alpha = heif_image_handle_has_alpha_channel(primary);
 
     PictureHeader header;
-    // Reported after the file's own rotation and mirroring.
+    // Size after the file's own rotation and mirroring.
     header.size = QSize(heif_image_handle_get_width(primary), heif_image_handle_get_height(primary));
     header.rows = header.size;
     header.format = alpha ? QImage::Format_RGBA8888 : QImage::Format_RGB888;

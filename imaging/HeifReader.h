@@ -6,12 +6,12 @@ class QIODevice;
 
 namespace qm {
 
-// Reads HEIC and HEIF files by libheif: the primary picture, 8 bits a channel. Any thread; decoded whole.
+// Reads HEIC and HEIF files with libheif: the primary picture, 8 bits per channel. Any thread; decoded as a whole.
 namespace HeifReader {
 
 bool isHeif(const QByteArray &head); // 12 bytes
 
-// The device stands at the file's start. Rows are RGB888 or RGBA8888, turned as the file asks.
+// The device must be at the file's start. Rows are RGB888 or RGBA8888, rotated as the file specifies.
 Decoded read(QIODevice &file, RowSink &sink);
 
 } // namespace HeifReader

@@ -14,16 +14,16 @@ struct Image {
     bool isNull() const { return pixels.isNull(); }
 };
 
-// Pixels per point of a file that says this resolution. 72 dpi is one pixel a point; a multiple of it within 1 % is a
-// picture of a scaled screen (PNG stores pixels per metre, so 144 dpi reads back as 143.99); anything else is taken as 1,
-// since 96 dpi is just what other systems call ordinary.
+// Pixels per point of a file with this resolution. 72 dpi is one pixel per point; a multiple of it, within 1 %, comes
+// from a scaled screen (PNG stores pixels per metre, so 144 dpi reads back as 143.99); anything else counts as 1, since
+// 96 dpi is simply the default elsewhere.
 int scaleForDpi(double dpi);
 
-// Whether so many pixels of four bytes, the last of them alpha, are all opaque. (ARGB32 has it there on the processors that
+// True if all of these four-byte pixels, with alpha last in memory, are opaque. (ARGB32 has it there on the processors
 // we run on.)
 bool allOpaque(const uchar *pixels, int count);
 
-// The picture at the scale that dpi stands for.
+// The picture at the scale implied by dpi.
 Image imageWithDpi(const QImage &pixels, double dpi);
 
 } // namespace qm

@@ -25,8 +25,8 @@ static bool within(QSize size)
     return qint64(size.width()) * size.height() <= ImageFile::maxPixels;
 }
 
-// An image in huge pages where the system has them: touching 60 MB for the first time, 4 KB at a time, costs as much as
-// decoding them.
+// An image in huge pages if the system supports them: touching 60 MB for the first time, 4 KB at a time, costs as much
+// as decoding them.
 static QImage roomyImage(QSize size, QImage::Format format)
 {
 #ifdef MADV_HUGEPAGE
@@ -48,7 +48,7 @@ static QImage roomyImage(QSize size, QImage::Format format)
 
 namespace {
 
-// Keeps the picture whole, colours in Qt's favourite formats.
+// Keeps the whole picture, colours in Qt's preferred formats.
 class WholePicture : public RowSink
 {
 public:
@@ -58,7 +58,7 @@ public:
         m_rows = 0;
         m_pixels = {};
         m_tooLarge = !within(header.size);
-        if (m_tooLarge || header.format == QImage::Format_Invalid) // the latter comes whole
+        if (m_tooLarge || header.format == QImage::Format_Invalid) // an invalid format is delivered whole
             return !m_tooLarge;
         m_channels = header.format == QImage::Format_RGB888 ? 3 : header.format == QImage::Format_RGBA8888 ? 4 : 0;
         QImage::Format format = header.format;
@@ -91,10 +91,10 @@ public:
 
     Image image()
     {
-        for (int y = m_rows; y < m_pixels.height(); ++y) // a damaged file's missing part
+        for (int y = m_rows; y < m_pixels.height(); ++y) // missing part of a damaged file
             std::memset(m_pixels.scanLine(y), 0, size_t(m_pixels.bytesPerLine()));
         QImage pixels =
-            PictureReader::oriented(std::exchange(m_pixels, {}), m_header.orientation); // unshared: not copied
+            PictureReader::oriented(std::exchange(m_pixels, {}), m_header.orientation); // unshared, to avoid a copy
         pixels.setColorSpace(m_header.colorSpace);
         pixels.setDotsPerMeterX(int(std::lround(m_header.dpi * inchesPerMetre)));
         pixels.setDotsPerMeterY(pixels.dotsPerMeterX());
@@ -104,7 +104,7 @@ public:
 private:
     PictureHeader m_header;
     QImage m_pixels;
-    int m_channels = 0; // of packed rows; 0 for rows that are kept as they are
+    int m_channels = 0; // of packed rows; 0 for rows kept as they are
     int m_rows = 0;
     bool m_tooLarge = false;
 };

@@ -10,8 +10,8 @@ class QIODevice;
 
 namespace qm {
 
-// Opens the picture files that are indexed: PNG, JPEG, GIF (its first frame), HEIC, TIFF, WebP. Any thread.
-// The header is checked before anything is decoded, orientation is applied, a colour profile is kept.
+// Opens the picture formats that are indexed: PNG, JPEG, GIF (first frame), HEIC, TIFF, WebP. Any thread. The header is
+// checked before anything is decoded; orientation is applied, a colour profile is kept.
 namespace ImageFile {
 
 enum class Failure { none, missing, undecodable, tooLarge };
@@ -23,7 +23,7 @@ struct Result {
 
 constexpr qint64 maxPixels = 300'000'000; // a scrolling capture of 5120 x 30000 is half of it
 
-std::optional<QSize> probe(QIODevice &file); // pixels as shown, from the header only; nothing for no picture
+std::optional<QSize> probe(QIODevice &file); // pixels as shown, from the header alone; std::nullopt if not a picture
 Result load(QIODevice &file);
 Result load(const QString &path);
 

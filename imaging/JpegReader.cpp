@@ -15,13 +15,12 @@
 namespace qm {
 
 static constexpr double centimetresPerInch = 2.54;
-static constexpr int mostScans =
-    200; // a progressive file can ask for a pass over the whole picture with every few bytes
+static constexpr int mostScans = 200; // a progressive file can demand a pass over the whole picture for every few bytes
 static constexpr int markerExif = JPEG_APP0 + 1, markerProfile = JPEG_APP0 + 2;
 
 namespace {
 
-// libjpeg leaves a function by longjmp when it fails: see PngReader.
+// libjpeg reports errors by longjmp: see PngReader.
 class Reader
 {
 public:
@@ -89,7 +88,7 @@ boolean Reader::fill(j_decompress_ptr jpeg)
 {
     Reader *reader = of(reinterpret_cast<j_common_ptr>(jpeg));
     qint64 got = reader->m_file.read(reinterpret_cast<char *>(reader->m_input.data()), qint64(reader->m_input.size()));
-    if (got <= 0) { // the file ends early: an end marker lets the decoder finish with what it has
+    if (got <= 0) { // truncated file: an end marker lets the decoder finish with what it has
         reader->m_damaged = true;
         reader->m_input[0] = 0xff;
         reader->m_input[1] = JPEG_EOI;

@@ -14,7 +14,7 @@ namespace qm {
 namespace {
 
 const QString pngType = QStringLiteral("image/png");
-const QString qtImageType = QStringLiteral("application/x-qt-image"); // stands for every other format Qt can write
+const QString qtImageType = QStringLiteral("application/x-qt-image"); // stands for every format Qt can write
 const QString kdeType = QStringLiteral("x-kde-force-image-copy");     // or KDE's clipboard manager ignores pictures
 
 class PictureData : public QMimeData

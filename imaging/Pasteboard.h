@@ -9,16 +9,17 @@ namespace qm {
 // The general pasteboard. Main thread.
 namespace Pasteboard {
 
-// What goes there. Without png nothing is encoded until another application asks for it, and then once.
+// Content for the pasteboard. Without png, nothing is encoded until another application asks for it, and then only
+// once.
 struct Content {
     Image image;
-    QByteArray png; // the same picture as a PNG file; empty: made of the image
+    QByteArray png; // the same picture as a PNG file; if empty, encoded from the image
 };
 
-// Of a file, whose own bytes are handed over where it is a PNG. Any thread. Without an image when it cannot be read.
+// The content of a file, with its own bytes if it is a PNG. Any thread. No image if it cannot be read.
 Content contentOf(const QString &path);
 
-// Both replace what is there.
+// Both replace the current content.
 void setContent(const Content &content);
 void setImage(const Image &image);
 

@@ -9,7 +9,7 @@
 
 namespace qm {
 
-// Qt's limit counts bytes and is far below a scrolling capture; the sinks' limits, in pixels, take its place. It is
+// Qt's limit counts bytes and is far below a scrolling capture; the sinks' limits, in pixels, replace it. It is
 // process-wide, and this runs before the first picture is read.
 static void liftAllocationLimit()
 {
@@ -25,7 +25,7 @@ static Decoded readByQt(QIODevice &file, RowSink &sink)
     PictureHeader header;
     header.size = header.rows = reader.size();
     if (header.size.isEmpty())
-        return Decoded::nothing; // a codec that can't tell the size beforehand could allocate anything
+        return Decoded::nothing; // a codec that can't tell the size in advance could allocate anything
     if (reader.format() == "tiff") {
         const qint64 position = file.pos();
         const ExifTags tags = ExifTags::parse(file);

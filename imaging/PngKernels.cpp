@@ -113,11 +113,11 @@ std::atomic<const PngKernels *> chosen{nullptr};
 
 int PngKernels::chooseFilter(const uchar *const *rows, int count, int bytes, int channels) const
 {
-    constexpr int few = 8; // one in so many: what other filters could save is not worth the look
+    constexpr int few = 8; // if fewer than one in so many bytes is left, other filters are not worth a look
     const auto cost = [](const Residuals &left) { return left.literals + left.changes; };
     int best = upFilter;
     Residuals least = measure(upFilter, rows, count, bytes, channels);
-    for (const int candidate : {noFilter, subFilter, paethFilter}) { // Average never makes repetitions
+    for (const int candidate : {noFilter, subFilter, paethFilter}) { // Average never produces repetitions
         if (candidate != noFilter && cost(least) * few < least.sampled)
             break;
         const Residuals left = measure(candidate, rows, count, bytes, channels);

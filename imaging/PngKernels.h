@@ -4,19 +4,20 @@
 
 namespace qm {
 
-// The inner loops of reading and writing 8-bit PNG rows, as plain C++ and once more for processors with AVX2. Both give
-// the same bytes. "Packed" is PNG's own order, R G B (A), without padding; "words" are QRgb, 0xAARRGGBB.
-// Filters are those of the PNG specification, clause 9, for 3 or 4 channels; `above` is the row before, zeros for the first.
+// The inner loops of reading and writing 8-bit PNG rows, in plain C++ and for processors with AVX2, with identical
+// results. "Packed" is PNG's own order, R G B (A), without padding; "words" are QRgb, 0xAARRGGBB. Filters are those of
+// the PNG specification, clause 9, for 3 or 4 channels; `above` is the previous row, zeros for the first.
 struct PngKernels {
-    // The filter is one of 0 to 4. Reads and writes up to 96 bytes past the ends. The row is not where it comes from: loads
-    // would wait for stores.
+    // The filter is 0 to 4. Reads and writes up to 96 bytes past the ends. row must not overlap filtered: loads would
+    // wait for stores.
     void (*unfilter)(int filter, uchar *row, const uchar *filtered, const uchar *above, int bytes, int channels);
 
-    // What a filter would leave of `count` rows; rows[0] is the row above them, rows[1] to rows[count] are they. Measured on a
-    // tenth of each row, in blocks. Rows have 4 zero bytes before them; up to 32 bytes past their end are read.
+    // What a filter would leave of `count` rows: rows[0] is the row above, rows[1] to rows[count] are the rows
+    // themselves. Measured on a tenth of each row, in blocks. Rows have 4 zero bytes before them; up to 32 bytes past
+    // their end are read.
     struct Residuals {
-        quint64 sampled = 0, literals = 0, changes = 0; // bytes; those that repeat nothing; where that begins or ends
-        quint64 amount = 0;                             // sum of |residual|, of whole 32 bytes
+        quint64 sampled = 0, literals = 0, changes = 0; // bytes; those repeating nothing; ends of their runs
+        quint64 amount = 0;                             // sum of |residual|, over whole 32-byte groups
     };
     Residuals (*measure)(int filter, const uchar *const *rows, int count, int bytes, int channels);
     // Writes the filtered row. Up to 32 bytes past the ends are read and written.
@@ -29,13 +30,13 @@ struct PngKernels {
 
     static constexpr int sampledBlock = 96, sampledStep = 1024; // bytes
 
-    // The filter, 0 to 4, for the next rows: the one that leaves the deflater most to repeat; where there is nothing
-    // (photographs), the one with the smallest residuals.
+    // Chooses the filter, 0 to 4, for the next rows: the one that leaves the deflater most to repeat or, if there is
+    // nothing (photographs), the one with the smallest residuals.
     int chooseFilter(const uchar *const *rows, int count, int bytes, int channels) const;
 
     static const PngKernels &portable();
-    static const PngKernels *avx2(); // null where this processor has none
-    static const PngKernels &best(); // chosen once, at the first call
+    static const PngKernels *avx2(); // null if this processor lacks AVX2
+    static const PngKernels &best(); // chosen on the first call
     static void use(
         const PngKernels *kernels); // for tests, before any other thread reads pictures; null: the best again
 };

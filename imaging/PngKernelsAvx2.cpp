@@ -6,7 +6,7 @@
 
 #include <cstring>
 
-// The whole file is built for any x86-64; only these functions use AVX2, and only a processor that has it calls them.
+// The file is built for any x86-64; only these functions use AVX2, and they are only called on processors that have it.
 #define QM_AVX2 __attribute__((target("avx2,popcnt")))
 
 namespace qm {
@@ -15,7 +15,7 @@ namespace {
 
 enum : int { noFilter, subFilter, upFilter, averageFilter, paethFilter };
 
-// Four bytes, whatever the pixel has: a copy of three would go through memory and wait for it.
+// Always four bytes: copying three would go through memory and wait for it.
 QM_AVX2 inline __m128i loadPixel(const uchar *at)
 {
     qint32 pixel;
@@ -39,7 +39,7 @@ QM_AVX2 inline void store32(uchar *at, __m256i value)
     _mm256_storeu_si256(reinterpret_cast<__m256i *>(at), value);
 }
 
-// Four pixels of four bytes each; with three channels the last four bytes are anything.
+// Four pixels of four bytes each; with three channels the last four bytes are undefined.
 template<int Channels>
 QM_AVX2 inline void storePixels(uchar *at, __m128i pixels)
 {
@@ -54,7 +54,7 @@ QM_AVX2 void unfilterUp(uchar *row, const uchar *filtered, const uchar *above, i
         store32(row + i, _mm256_add_epi8(load32(filtered + i), load32(above + i)));
 }
 
-// Four pixels a step: within a register the sum over all pixels to the left takes two shifted additions.
+// Four pixels per step: within a register, the sum over all pixels to the left takes two shifted additions.
 template<int Channels>
 QM_AVX2 void unfilterSub(uchar *row, const uchar *filtered, int bytes)
 {
@@ -87,7 +87,7 @@ QM_AVX2 void unfilterAverage(uchar *row, const uchar *filtered, const uchar *abo
     }
 }
 
-// Bytes of packed pixels as 16-bit lanes, four lanes a pixel, two pixels.
+// Two packed pixels as 16-bit lanes, four lanes each.
 template<int Channels>
 QM_AVX2 inline __m128i loadPixelPair(const uchar *at)
 {
@@ -96,13 +96,13 @@ QM_AVX2 inline __m128i loadPixelPair(const uchar *at)
     return _mm_shuffle_epi8(_mm_loadl_epi64(reinterpret_cast<const __m128i *>(at)), order);
 }
 
-// Two pixels of Paeth. Each pixel waits for the one to its left, so what depends on the row above alone is worked out
-// before, and of the predictor's three comparisons only what is left of them waits. With d = above - corner, d > 0:
-//   left is nearest when it is >= above or <= corner - 2 d; between those two,
-//   corner is nearest below corner - d / 2, above from there on; all of it mirrored when d < 0.
+// Two pixels of Paeth. Each pixel depends on the one to its left, so whatever depends only on the row above is computed
+// first, to shorten the dependent part of the predictor's three comparisons. With d = above - corner, d > 0:
+//   left is nearest if >= above or <= corner - 2 d; between those two,
+//   corner is nearest below corner - d / 2, above from there on; all of it mirrored if d < 0.
 struct PaethPair {
     __m128i residual, low, high; // left is not nearest strictly between low and high
-    __m128i middle, below, rest; // there, the result when left < middle, and otherwise
+    __m128i middle, below, rest; // there: the result if left < middle, and otherwise
 };
 
 template<int Channels>
@@ -112,9 +112,9 @@ QM_AVX2 inline PaethPair preparePaeth(const uchar *filtered, const uchar *above)
     const __m128i up = loadPixelPair<Channels>(above);
     const __m128i corner = loadPixelPair<Channels>(above - Channels);
     const __m128i d = _mm_sub_epi16(up, corner);
-    const __m128i falls = _mm_srai_epi16(d, 15); // -1 where d < 0
+    const __m128i falls = _mm_srai_epi16(d, 15); // -1 if d < 0
     const __m128i far = _mm_sub_epi16(corner, _mm_add_epi16(d, d));
-    const __m128i doubled = _mm_sub_epi16(_mm_add_epi16(corner, corner), d); // of the middle
+    const __m128i doubled = _mm_sub_epi16(_mm_add_epi16(corner, corner), d); // twice the middle
     const __m128i ofAbove = _mm_add_epi8(residual, up);                      // the high bytes stay zero
     const __m128i ofCorner = _mm_add_epi8(residual, corner);
     PaethPair pair;
@@ -141,7 +141,7 @@ QM_AVX2 inline PaethPair second(const PaethPair &pair)
             upper(pair.middle),   upper(pair.below), upper(pair.rest)};
 }
 
-// The bytes of whole pixels with zero residuals, of the next 32.
+// Number of bytes, in whole pixels, with zero residuals among the next 32.
 template<int Channels>
 QM_AVX2 inline int levelBytes(const uchar *filtered)
 {
@@ -150,8 +150,8 @@ QM_AVX2 inline int levelBytes(const uchar *filtered)
     return (others == 0 ? 32 : __builtin_ctz(others)) / Channels * Channels;
 }
 
-// Where left and corner are equal the predictor is the pixel above, and it stays so as long as the residuals are zero:
-// flat parts of a screenshot are copied. Short ones are not worth a branch that is guessed wrong as often as not.
+// If left and corner are equal, the predictor is the pixel above, and stays so as long as the residuals are zero: flat
+// parts of a screenshot are copied. Short ones are not worth a branch that is mispredicted half the time.
 template<int Channels>
 QM_AVX2 void unfilterPaeth(uchar *row, const uchar *filtered, const uchar *above, int bytes)
 {
@@ -170,8 +170,8 @@ QM_AVX2 void unfilterPaeth(uchar *row, const uchar *filtered, const uchar *above
             } while (level == step && i < bytes);
             store32(row + i, load32(above + i));
             i += level;
-            left = _mm_cvtepu8_epi16(
-                loadPixel(above + i - Channels)); // not of the row, whose bytes are still on their way
+            left =
+                _mm_cvtepu8_epi16(loadPixel(above + i - Channels)); // not from row, whose bytes are still being stored
         }
         const PaethPair first = preparePaeth<Channels>(filtered + i, above + i);
         const PaethPair next = preparePaeth<Channels>(filtered + i + 2 * Channels, above + i + 2 * Channels);
@@ -206,8 +206,8 @@ QM_AVX2 inline __m256i distance(__m256i a, __m256i b)
     return _mm256_sub_epi8(_mm256_max_epu8(a, b), _mm256_min_epu8(a, b));
 }
 
-// Paeth's predictor in 8-bit lanes. left + above - 2 corner is the sum of the two other differences when they point the
-// same way, else the difference of their amounts; a sum over 255 is the largest of the three whatever it is.
+// Paeth's predictor in 8-bit lanes. |left + above - 2 corner| is the sum of the two other differences if they have the
+// same sign, otherwise the difference of their absolute values; a sum over 255 is always the largest of the three.
 QM_AVX2 inline __m256i paeth(__m256i left, __m256i above, __m256i corner)
 {
     const __m256i toLeft = distance(above, corner);
@@ -267,7 +267,7 @@ QM_AVX2 PngKernels::Residuals measureOf(const uchar *const *rows, int count, int
             for (int i = 0; i < size; i += 32)
                 _mm256_store_si256(reinterpret_cast<__m256i *>(here + i),
                                    residual<Filter>(rows[k] + start + i, rows[k - 1] + start + i, channels));
-            quint32 last = 0; // whether the byte before repeated something
+            quint32 last = 0; // whether the previous byte repeated something
             for (int i = 0; i < size; i += 32) {
                 const __m256i values = load32(here + i);
                 __m256i same = _mm256_or_si256(_mm256_cmpeq_epi8(values, load32(here + i - 1)),
@@ -290,7 +290,7 @@ QM_AVX2 PngKernels::Residuals measureOf(const uchar *const *rows, int count, int
     return found;
 }
 
-// Calls what was made for the filter.
+// Calls the instance for the filter.
 #define QM_FOR_FILTER(function, filter, ...)                                                                           \
     switch (filter) {                                                                                                  \
     case noFilter: return function<noFilter>(__VA_ARGS__);                                                             \
@@ -315,7 +315,7 @@ QM_AVX2 void filterRow(uchar *out, const uchar *row, const uchar *above, int byt
 void filter(int filter, uchar *out, const uchar *row, const uchar *above, int bytes,
             int channels){QM_FOR_FILTER(filterRow, filter, out, row, above, bytes, channels)}
 
-// RGBA to BGRA and back is the same exchange.
+// RGBA to BGRA and back is the same swap.
 QM_AVX2 inline __m256i exchanged(__m256i pixels)
 {
     const __m256i order = _mm256_setr_epi8(2, 1, 0, 3, 6, 5, 4, 7, 10, 9, 8, 11, 14, 13, 12, 15, 2, 1, 0, 3, 6, 5, 4, 7,
@@ -350,9 +350,9 @@ QM_AVX2 void pack(uchar *packed, const quint32 *words, int pixels, int channels)
                                 exchanged(load32(reinterpret_cast<const uchar *>(words + i))));
     } else {
         const __m128i order = _mm_setr_epi8(2, 1, 0, 6, 5, 4, 10, 9, 8, 14, 13, 12, -1, -1, -1, -1);
-        // Words. A picture lies in memory, and processors do not fetch across pages by themselves.
+        // Counted in words. The picture comes from memory, and processors do not prefetch across pages by themselves.
         constexpr int ahead = 2048;
-        for (; i + 6 <= pixels; i += 4) { // each store writes four bytes that the next one writes again
+        for (; i + 6 <= pixels; i += 4) { // each store writes four bytes that the next one overwrites
             _mm_prefetch(reinterpret_cast<const char *>(words + i + ahead), _MM_HINT_T0);
             const __m128i four = _mm_loadu_si128(reinterpret_cast<const __m128i *>(words + i));
             _mm_storeu_si128(reinterpret_cast<__m128i *>(packed + 3 * i), _mm_shuffle_epi8(four, order));

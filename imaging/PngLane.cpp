@@ -17,13 +17,13 @@ namespace qm {
 namespace {
 
 constexpr size_t inputStep = 128 * 1024;
-constexpr size_t outputStep = 512 * 1024; // ISA-L copies its 32 KB window at every call: not too small a step
-constexpr int padding = 96;               // what the kernels touch beyond a row
+constexpr size_t outputStep = 512 * 1024; // ISA-L copies its 32 KB window on every call, so keep it large
+constexpr int padding = 96;               // bytes the kernels touch beyond a row
 constexpr uchar ordinaryZlib = 0x78;      // deflate with the full window; libpng treats smaller windows specially
-constexpr uchar dictionary = 1 << 5;      // RFC 1950: what no PNG has
+constexpr uchar dictionary = 1 << 5;      // RFC 1950; never used in PNG
 constexpr quint32 alwaysTakenLength = 8'000'000; // libpng refuses longer chunks that exceed the picture's own size
 
-// The content of consecutive IDAT chunks, their checksums verified at each end.
+// The content of consecutive IDAT chunks, verifying each checksum at the chunk's end.
 class ImageData
 {
 public:
@@ -34,7 +34,7 @@ public:
         begin(firstLength);
     }
 
-    // More compressed bytes, or false at the end of the last chunk and at any fault.
+    // Reads more compressed bytes; false at the end of the last chunk and on any error.
     bool refill()
     {
         while (m_left == 0) {
@@ -53,7 +53,7 @@ public:
     uint8_t *bytes() { return m_input.data(); }
     uint32_t size() const { return m_size; }
 
-    // After the stream's end: nothing more in this chunk, and its checksum is right.
+    // At the stream's end: true if nothing more is in this chunk and its checksum is right.
     bool ends() { return m_left == 0 && endChunk(); }
 
 private:
@@ -87,7 +87,7 @@ private:
     bool m_sound = true;
 };
 
-// A zlib stream (RFC 1950). ISA-L is only given the deflated part: its own checksum takes a tenth of all the time.
+// A zlib stream (RFC 1950). ISA-L only gets the deflated part: its own checksum would take a tenth of the total time.
 class Inflater
 {
 public:
@@ -100,7 +100,7 @@ public:
         m_sound = method == ordinaryZlib && flags >= 0 && (method << 8 | flags) % 31 == 0 && !(flags & dictionary);
     }
 
-    // Exactly so many bytes.
+    // Inflates exactly this many bytes.
     bool fill(uchar *out, size_t bytes)
     {
         if (inflate(out, bytes) != bytes)
@@ -109,13 +109,13 @@ public:
         return true;
     }
 
-    // Every byte was asked for, the checksum over them is right, and nothing follows.
+    // True if every byte was consumed, their checksum is right, and nothing follows.
     bool ends()
     {
         uchar beyond = 0;
         if (inflate(&beyond, 1) != 0 || !m_sound || m_state->block_state != ISAL_BLOCK_FINISH)
             return false;
-        m_state->read_in >>= m_state->read_in_length % 8; // what is left of the last byte
+        m_state->read_in >>= m_state->read_in_length % 8; // the rest of the last byte
         m_state->read_in_length -= m_state->read_in_length % 8;
         quint32 stored = 0;
         for (int i = 0; i < 4; ++i) {
@@ -137,8 +137,8 @@ private:
         return true;
     }
 
-    // Around the deflated part, -1 at the end of the data. ISA-L may have taken bytes behind it into its bit buffer, where
-    // they lie in their order from the lowest.
+    // Reads a byte outside the deflated part; -1 at the end of the data. ISA-L may have moved bytes behind it into its
+    // bit buffer, where they lie in order from the lowest.
     int nextByte()
     {
         if (m_state->read_in_length >= 8) {
@@ -185,10 +185,10 @@ Decoded PngLane::read(QIODevice &file, quint32 firstLength, const PictureHeader 
     const PngKernels &kernels = PngKernels::best();
     const int channels = header.format == QImage::Format_RGB888 ? 3 : 4;
     const int rowBytes = header.size.width() * channels;
-    const size_t stride = size_t(rowBytes) + 1; // the filter's number stands before each row
+    const size_t stride = size_t(rowBytes) + 1; // each row is preceded by its filter number
     const int band = int(qBound<size_t>(1, outputStep / stride, size_t(header.size.height())));
     std::vector<uchar> filtered(size_t(band) * stride + padding);
-    std::vector<uchar> rows[2]; // this one and the one above, zeros at first
+    std::vector<uchar> rows[2]; // this row and the one above, zeros at first
     for (std::vector<uchar> &row : rows)
         row.resize(size_t(rowBytes) + padding);
 

@@ -16,12 +16,12 @@ using PngReader::Depth;
 using PngReader::Lane;
 
 static constexpr double inchesPerMetre = 39.3701;
-static constexpr int mostTexts = 4; // texts are of no use here, and each may unpack to 8 MB
+static constexpr int mostTexts = 4; // texts are not used here, and each may unpack to 8 MB
 
 namespace {
 
-// libpng leaves a function by longjmp when it fails. So every call into it stands in a member below that holds nothing
-// with a destructor; what must be released belongs to the object.
+// libpng reports errors by longjmp. Therefore every call into it is in a member function below that has no locals with
+// a destructor; whatever must be released belongs to the object.
 class Reader
 {
 public:
@@ -60,7 +60,7 @@ private:
     const Depth m_depth;
     png_structp m_png;
     png_infop m_info;
-    qint64 m_imageData = 0; // where the content of the first IDAT chunk begins
+    qint64 m_imageData = 0; // start of the first IDAT chunk's content
     int m_passes = 1;
     PictureHeader m_header;
 };
@@ -77,7 +77,7 @@ bool Reader::readHeader()
     return true;
 }
 
-// What libpng is asked to turn the rows into; the header's format is what then comes.
+// Sets up libpng's conversions; the header's format describes the result.
 bool Reader::startRows()
 {
     if (setjmp(png_jmpbuf(m_png)))
@@ -114,7 +114,7 @@ bool Reader::readRow(uchar *into)
     return true;
 }
 
-// Resolution, orientation and colours. These accessors do not fail by longjmp.
+// Resolution, orientation and colours. These accessors never longjmp.
 void Reader::describe()
 {
     m_header.size = QSize(int(png_get_image_width(m_png, m_info)), int(png_get_image_height(m_png, m_info)));
@@ -134,7 +134,7 @@ void Reader::describe()
     } else if (png_get_sRGB(m_png, m_info, &intent)) {
         m_header.colorSpace = QColorSpace::SRgb;
     } else if (png_get_gAMA(m_png, m_info, &gamma) && gamma > 0) {
-        // The file's gamma is that of encoding, Qt's that of decoding.
+        // The file's gamma is for encoding, Qt's for decoding.
         if (png_get_cHRM(m_png, m_info, &white[0], &white[1], &red[0], &red[1], &green[0], &green[1], &blue[0],
                          &blue[1]))
             m_header.colorSpace =

@@ -17,14 +17,14 @@
 namespace qm {
 
 static constexpr char signature[] = "\x89PNG\r\n\x1a\n";
-static constexpr int chunkFrame = 8; // length and type before the content
+static constexpr int chunkFrame = 8; // length and type, preceding the content
 static constexpr qsizetype mostInChunk = (qsizetype(1) << 20) - chunkFrame - 4;
 static constexpr size_t filteredPerStep = 64 * 1024; // stays in the cache between filtering and deflating
-static constexpr int rowsInGroup = 4;                // share a filter: rows filtered alike repeat each other
-static constexpr int before = 4, after = 32;         // what the row kernels touch around a row
+static constexpr int rowsInGroup = 4;                // sharing a filter: rows filtered alike repeat each other
+static constexpr int before = 4, after = 32;         // bytes the row kernels touch around a row
 static constexpr double inchesPerMetre = 39.3701;
 
-// Puts length, type and checksum around the content that stands after the first chunkFrame bytes.
+// Adds length, type and checksum to the content that follows the first chunkFrame bytes.
 static void seal(QByteArray &chunk, const char *type)
 {
     qToBigEndian(quint32(chunk.size() - chunkFrame), chunk.data());
@@ -58,7 +58,7 @@ static QByteArray profileChunk(const QByteArray &profile)
 {
     const char method = 0;
     return sealed("iCCP",
-                  QByteArrayLiteral("ICC profile") + '\0' + method + qCompress(profile).mid(4)); // a length before it
+                  QByteArrayLiteral("ICC profile") + '\0' + method + qCompress(profile).mid(4)); // a length precedes it
 }
 
 struct PngWriter::State {
@@ -82,7 +82,7 @@ struct PngWriter::State {
     bool m_well = true;
     std::vector<uchar> rows[rowsInGroup + 1]; // the row above the group, then the group
     int inGroup = 0;
-    size_t filtered = 0; // bytes the deflater has not been told of
+    size_t filtered = 0; // bytes not yet passed to the deflater
     QByteArray chunk = QByteArray(chunkFrame, '\0');
     Deflater deflater;
 };
@@ -158,7 +158,7 @@ void PngWriter::State::filterGroup()
 bool PngWriter::State::append(const QImage &image)
 {
     m_well = m_well && image.width() == header.width && image.height() <= header.height.value_or(INT_MAX) - height;
-    // The fourth byte of RGB32 is anything.
+    // The fourth byte of RGB32 is undefined.
     const bool direct =
         image.format() == QImage::Format_ARGB32 || (image.format() == QImage::Format_RGB32 && channels == 3);
     constexpr int band = 16; // rows converted at a time, to stay in the cache
@@ -191,7 +191,7 @@ bool PngWriter::State::finish()
         put(headerChunk(header, height));
         m_well = m_well && out.seek(end);
     }
-    return std::exchange(m_well, false); // nothing can follow
+    return std::exchange(m_well, false); // nothing may follow
 }
 
 PngWriter::PngWriter(QIODevice &out, const Header &header)
@@ -217,7 +217,7 @@ static bool isOpaque(const QImage &pixels)
         return true;
     if (pixels.depth() != 32)
         return false;
-    // The alpha of every 32-bit format is its highest byte in memory order here, except for the rare A2 formats.
+    // In every 32-bit format alpha is the last byte in memory here, except in the rare A2 formats.
     if (pixels.format() == QImage::Format_A2RGB30_Premultiplied ||
         pixels.format() == QImage::Format_A2BGR30_Premultiplied)
         return false;
@@ -248,7 +248,7 @@ Outcome PngWriter::write(const QString &path, const Image &image)
     if (!file.open(QIODevice::WriteOnly))
         return Outcome::failure(file.errorString());
     const bool well = writeTo(file, image);
-    // commit() alone does not notice when the last buffered bytes find the disk full; flush() does.
+    // commit() alone misses that the last buffered bytes found the disk full; flush() does not.
     return well && file.flush() && file.commit() ? Outcome::success() : Outcome::failure(file.errorString());
 }
 

@@ -6,10 +6,10 @@
 namespace qm {
 
 static constexpr int symbolBits = 9;
-static constexpr int deepest = 64; // counts of 32 bits make no deeper tree
+static constexpr int deepest = 64; // 32-bit counts make no deeper tree
 
-// How many symbols lie how deep in the tree that joins the two rarest again and again. They come by rising counts, so the
-// joined nodes rise as well, and the rarest of both kinds are always at the front.
+// Number of symbols at each depth of the tree that repeatedly joins the two rarest. They come in ascending order, so
+// joined nodes are ascending too, and the rarest of both kinds are always at the front.
 static std::array<int, deepest> depthsOf(std::span<const quint64> symbols)
 {
     const int leaves = int(symbols.size()), nodes = 2 * leaves - 1;
@@ -38,8 +38,8 @@ static std::array<int, deepest> depthsOf(std::span<const quint64> symbols)
     return atDepth;
 }
 
-// Codes beyond the limit are cut to it. They then claim more than there is, in units of the longest code, until enough
-// shorter ones have been made longer: each gives its place to two, itself and one of the longest.
+// Truncates codes beyond the limit. They then claim more code space than there is, in units of the longest code, until
+// enough shorter ones have been lengthened: each makes room for two, itself and one of the longest.
 static void limit(std::array<int, deepest> &atLength, int longest)
 {
     for (int i = longest + 1; i < deepest; ++i)
@@ -57,7 +57,7 @@ static void limit(std::array<int, deepest> &atLength, int longest)
     }
 }
 
-static quint32 reversed(quint32 bits) // all 16
+static quint32 reversed(quint32 bits) // all 16 bits
 {
     bits = (bits & 0x5555) << 1 | (bits >> 1 & 0x5555);
     bits = (bits & 0x3333) << 2 | (bits >> 2 & 0x3333);
@@ -67,7 +67,7 @@ static quint32 reversed(quint32 bits) // all 16
 
 PrefixCode PrefixCode::of(std::span<const quint32> counts, int longest)
 {
-    std::array<quint64, mostSymbols> storage; // count and symbol in one, to be sorted at once
+    std::array<quint64, mostSymbols> storage; // count and symbol in one, for sorting
     size_t used = 0;
     for (size_t i = 0; i < counts.size(); ++i) {
         if (counts[i] > 0)

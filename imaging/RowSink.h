@@ -6,38 +6,38 @@
 
 namespace qm {
 
-// What a file's header says.
+// Contents of a file's header.
 struct PictureHeader {
     QSize size;                                     // pixels as stored, before the orientation is applied
-    QSize rows;                                     // what is handed out: smaller when the decoder itself reduces
+    QSize rows;                                     // as delivered: smaller if the decoder reduces
     QImage::Format format = QImage::Format_Invalid; // of the rows, in Qt's terms, without padding
-    double dpi = 72;                                // the file's own word; 72 when it is silent
-    int orientation = 1;                            // as EXIF numbers them, 1 to 8
-    QColorSpace colorSpace;                         // invalid when the file is silent
+    double dpi = 72;                                // as stated in the file; 72 if it states none
+    int orientation = 1;                            // EXIF orientation, 1 to 8
+    QColorSpace colorSpace;                         // invalid if the file states none
 };
 
-// Takes a picture as it is decoded, row by row from the top.
+// Receives a picture as it is decoded, row by row from the top.
 class RowSink
 {
 public:
     virtual ~RowSink() = default;
 
-    // Comes before anything large is allocated. False: not wanted, or too large. A reader that has to start over calls it
-    // again, and the rows begin anew.
+    // Called before anything large is allocated. Return false to refuse, for example if too large. A reader that has to
+    // start over calls it again, and the rows start again from the top.
     virtual bool begin(const PictureHeader &header) = 0;
 
-    virtual bool add(const uchar *row) = 0; // false: no longer wanted
+    virtual bool add(const uchar *row) = 0; // return false to stop
 
-    // In place of the rows, from codecs that only give a picture whole; its format and colours are its own.
+    // Instead of rows, from codecs that only deliver whole pictures; format and colours are the image's own.
     virtual bool addWhole(const QImage &image) = 0;
 };
 
 enum class Decoded {
     whole,
-    cut,     // damaged or ending early: the rows handed out are good
-    nothing, // not one row
+    cut,     // damaged or truncated; the rows delivered are good
+    nothing, // not a single row
     stopped, // by the sink
-    notTaken // this reader leaves the file to another; the sink saw nothing
+    notTaken // this reader leaves the file to another; the sink was not called
 };
 
 } // namespace qm

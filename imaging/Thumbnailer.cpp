@@ -12,7 +12,7 @@
 
 namespace qm {
 
-// A decoder's own scaling is coarser than area averaging. It does the rough part only: twice the wanted size is left.
+// A decoder's own scaling is coarser than area averaging, so it only goes down to twice the wanted size.
 static constexpr double leftToAverage = 2;
 
 static qint64 pixelsIn(QSize size)

@@ -6,13 +6,13 @@ class QIODevice;
 
 namespace qm {
 
-// Reads still WebP files by libwebp. Any thread; the compressed file is held whole.
+// Reads still WebP files with libwebp. Any thread; the compressed file is held in memory.
 namespace WebpReader {
 
 bool isWebp(const QByteArray &head); // 12 bytes
 
-// The device stands at the file's start. Rows are RGB888 or RGBA8888. With a smallest edge the decoder scales the picture
-// down to that longer edge. Animations are not taken. A file that ends early gives its rows down to there.
+// The device must be at the file's start. Rows are RGB888 or RGBA8888. Given a smallest edge, the decoder scales the
+// picture down to that longer edge. Animations are refused. A truncated file yields the rows it has.
 Decoded read(QIODevice &file, double smallestLongEdge, RowSink &sink);
 
 } // namespace WebpReader

@@ -79,7 +79,7 @@ QString Statement::text(int column) const
 
 void Database::Close::operator()(sqlite3 *connection) const
 {
-    sqlite3_close_v2(connection); // waits for the connection's last statement by itself
+    sqlite3_close_v2(connection); // waits for the connection's last statement
 }
 
 Database::Database(QString path, Access access)
@@ -88,7 +88,7 @@ Database::Database(QString path, Access access)
 {
 }
 
-// SQLite would create the file for everybody to read. Its journal gets the mode of the file.
+// SQLite would create the file readable by everybody. The journal inherits the file's mode.
 static void createPrivately(const QString &path)
 {
     ConfigStore::createFolder(QFileInfo(path).path());
@@ -106,7 +106,7 @@ bool Database::open()
         sqlite3 *connection = nullptr;
         const int flags = writes ? SQLITE_OPEN_READWRITE | SQLITE_OPEN_CREATE : SQLITE_OPEN_READONLY;
         const int result = sqlite3_open_v2(m_path.toUtf8().constData(), &connection, flags, nullptr);
-        std::unique_ptr<sqlite3, Close> opened(connection); // there is one to close even when opening failed
+        std::unique_ptr<sqlite3, Close> opened(connection); // must be closed even if opening failed
         if (result != SQLITE_OK) {
             m_error = QString::fromUtf8(sqlite3_errstr(result));
             return false;

@@ -11,24 +11,24 @@ struct sqlite3_stmt;
 
 namespace qm {
 
-// A prepared statement, finalised when it goes. One that did not prepare is inert: binding and running do nothing, there
-// are no rows. Of the thread that owns its Database.
+// A prepared statement, finalised on destruction. One that failed to prepare is inert: binding and running do nothing,
+// and there are no rows. Used on the thread that owns its Database.
 class Statement
 {
 public:
     Statement() = default;
 
-    // Parameters count from 1. Texts are copied and end at their first NUL.
+    // Parameters count from 1. Texts are copied, up to their first NUL.
     void bind(int parameter, const char *utf8);
     void bind(int parameter, const QString &text);
     void bind(int parameter, qint64 number);
     void bind(int parameter, int number);
 
-    // Runs a write, and readies the statement for the next one. False when the database refused it (busy, full, read-only):
-    // the transaction around it should end. An inert statement is skipped, not refused.
+    // Runs a write and resets the statement for the next one. False if the database refused it (busy, full, read-only):
+    // the enclosing transaction should end. An inert statement counts as skipped, not refused.
     [[nodiscard]] bool run();
 
-    bool nextRow();                // false at the end, and at an error
+    bool nextRow();                // false at the end and on an error
     bool isNull(int column) const; // columns count from 0
     qint64 int64(int column) const;
     std::string_view bytes(int column) const; // UTF-8, valid until the next row
@@ -43,7 +43,7 @@ private:
 };
 
 // One connection to the index file, confined to one queue by its owner. Failures are quiet: without a connection every
-// statement is inert; error() says why, for the one who asks.
+// statement is inert; error() tells the reason.
 class Database
 {
 public:
@@ -51,16 +51,16 @@ public:
 
     Database(QString path, Access access);
 
-    // Opens the connection unless it is open. The writer makes folder, file and schema, and tries the schema again where
-    // it failed before (another process held the file); the reader never makes a file. False when it cannot be used.
+    // Opens the connection unless it is open. A writer creates folder, file and schema, and retries the schema if it
+    // failed before (another process held the file); a reader never creates a file. False if it cannot be used.
     bool open();
-    bool isOpen() const { return m_connection != nullptr; } // a connection, with its schema or without
+    bool isOpen() const { return m_connection != nullptr; } // connected, with or without its schema
 
     QString path() const { return m_path; }
-    QString error() const; // the last failure in SQLite's words; empty when all is well
+    QString error() const; // the last failure in SQLite's words; empty if there was none
 
     Statement prepare(const char *sql);
-    qint64 number(const char *sql); // the first column of the first row; 0 without one
+    qint64 number(const char *sql); // first column of the first row; 0 if there is none
     bool execute(const char *sql);
 
 private:
@@ -76,8 +76,8 @@ private:
     QString m_error;
 };
 
-// BEGIN; rolled back at the end of its scope unless commit() succeeded. A COMMIT that fails (a reader held the file beyond
-// the busy time-out) leaves SQLite's transaction open: the rollback lets the next one begin.
+// BEGIN; rolled back at the end of its scope unless commit() succeeded. A failed COMMIT (a reader held the file beyond
+// the busy time-out) leaves SQLite's transaction open; the rollback lets the next one begin.
 class Transaction
 {
 public:

@@ -22,9 +22,9 @@ struct NewFile {
     qint64 modifiedMs;
 };
 
-// What one look at the folders tells.
+// Result of listing the folders.
 struct Findings {
-    PathSet paths; // known and new; marked when the file is proven to exist
+    PathSet paths; // known and new; marked if the file is proven to exist
     std::vector<NewFile> fresh;
 };
 
@@ -64,7 +64,7 @@ void lookInto(const QString &folder, Findings &findings)
         path.resize(prefix);
         path += name;
         if (const std::optional<PathSet::Ref> known = findings.paths.find(path)) {
-            // A link may lead nowhere, and an entry of unknown kind may be one.
+            // A link may be broken, and an entry of unknown kind may be a link.
             if (kind == Kind::regular || kind == Kind::other)
                 findings.paths.mark(*known);
             return;
@@ -104,8 +104,8 @@ int removeGone(Database &database, const Findings &findings)
 
 int insertNew(Database &database, Findings &findings, const QDateTime &now)
 {
-    // A search walks the rows by modification time: rows that were also inserted in that order lie in the file as it reads
-    // them, which makes it about twice as fast.
+    // A search walks the rows by modification time: inserting them in that order places them in the file as the search
+    // reads them, which makes it about twice as fast.
     std::sort(findings.fresh.begin(), findings.fresh.end(), [](const NewFile &a, const NewFile &b) {
         return std::tie(a.modifiedMs, a.path) < std::tie(b.modifiedMs, b.path);
     });

@@ -7,8 +7,8 @@ namespace qm {
 
 class Database;
 
-// Brings the index in line with the folders where screenshots land. On the queue of the database; a pass without a
-// connection changes nothing, and whatever fails is looked at again by the next pass.
+// Brings the index in line with the folders where screenshots are saved. Runs on the database's queue. Without a
+// connection a pass changes nothing, and the next pass retries whatever failed.
 namespace FolderScan {
 
 struct Changes {
@@ -16,12 +16,12 @@ struct Changes {
     int added = 0;
 };
 
-// The source folder, then the capture folder; one where both are the same.
+// The source folder, then the capture folder; a single entry if they are the same.
 QStringList orderedSourceDirs();
 
-// One pass: rows whose file is gone leave, every new picture gets a row, not yet read. Each folder is listed once and flat.
-// A row leaves only when the file system says of its own path that there is no such file: an unreadable folder or an
-// unreachable server keeps its rows.
+// One pass: removes rows whose file is gone and adds a row, not yet read, for every new picture. Each folder is listed
+// once, not recursively. A row is removed only if the file system reports that its path does not exist: rows in an
+// unreadable folder or on an unreachable server stay.
 Changes scan(Database &database, const QStringList &folders, const QDateTime &now);
 
 } // namespace FolderScan

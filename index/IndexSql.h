@@ -1,6 +1,6 @@
 #pragma once
 
-// Every statement that is run against the index, in one place. The numbered parameters are listed behind each.
+// Every statement run against the index, in one place, followed by a list of its parameters.
 namespace qm::IndexSql {
 
 inline constexpr char schema[] = "CREATE TABLE IF NOT EXISTS shots (\n"
@@ -30,13 +30,13 @@ inline constexpr char waiting[] =
 inline constexpr char storeText[] = "UPDATE shots SET ocr_text = ?, ocr_done = 1 WHERE id = ?"; // text, id
 inline constexpr char giveUp[] = "UPDATE shots SET ocr_done = 1 WHERE id = ?";                  // id
 
-// The readers. The columns are those of Shot.
+// The readers. Columns are those of Shot.
 inline constexpr char searchShots[] = "SELECT id,path,filename,taken_at,ocr_text FROM shots WHERE ocr_text LIKE ? "
                                       "ORDER BY mtime_ms DESC LIMIT ?"; // pattern, limit
 inline constexpr char recentShots[] = "SELECT id,path,filename,taken_at,ocr_text FROM shots "
                                       "ORDER BY mtime_ms DESC LIMIT ?"; // limit
 
-// For the one who looks at the index from outside.
+// For inspecting the index.
 inline constexpr char countShots[] = "SELECT COUNT(*) FROM shots";
 inline constexpr char countRead[] = "SELECT COUNT(*) FROM shots WHERE ocr_text IS NOT NULL";
 

@@ -77,8 +77,8 @@ void OcrIndexer::openAndStep()
 void OcrIndexer::pump(Scan scan)
 {
     Q_ASSERT(m_queue.isCurrent());
-    // A connection that could not be opened at the start stays away until the next one; qms status says why. A schema that
-    // another process kept us from setting up is tried again.
+    // If the connection could not be opened at start, it stays closed until the next start; qms status tells the
+    // reason. A schema whose setup another process blocked is retried.
     if (m_database.isOpen() && m_database.open())
         step(scan);
 }
@@ -135,7 +135,7 @@ void OcrIndexer::startSafetyTimer()
 
 void OcrIndexer::safetyPass()
 {
-    startSafetyTimer(); // first, so that the passes keep their interval however long one takes
+    startSafetyTimer(); // first, so that the interval holds however long a pass takes
     pump(Scan::yes);
 }
 

@@ -13,25 +13,26 @@ namespace qm {
 
 enum class Scan { no, yes };
 
-// Keeps the index current: scans and reads when it starts, a moment after the capture folder changed, every minute in case
-// a change was missed, and in batches until no picture waits. Everything runs on its queue but start(), which belongs to
-// the main thread. All failures are quiet; the next trigger does the work again.
+// Keeps the index current: scans and reads at start, shortly after the capture folder has changed, and every minute in
+// case a change was missed, in batches until no picture is waiting. Everything runs on its queue except start(), which
+// belongs to the main thread. All failures are quiet; the next trigger retries.
 class OcrIndexer : public std::enable_shared_from_this<OcrIndexer>
 {
 public:
     using FindHelper = std::function<std::optional<QString>()>;
 
     static OcrIndexer &shared();
-    // Ends the shared one's queue at quit; a helper it waits for is ended too. False when it is not done within the limit.
+    // At quit: ends the shared indexer's queue, and a helper it is waiting for. False if it has not finished within the
+    // limit.
     static bool stopShared(std::chrono::milliseconds limit);
 
-    // queue must outlive the indexer; it must be held by a shared_ptr: late tasks hold it weakly.
+    // queue must outlive the indexer, which must be held by a shared_ptr: late tasks hold it weakly.
     OcrIndexer(TaskQueue &queue, const QString &databasePath, FindHelper findHelper);
     ~OcrIndexer();
 
-    void start();         // once
-    void pump(Scan scan); // one step: a scan if wanted, then a batch where the settings allow it
-    void scheduleDrain(); // another step without a scan in a moment, unless one is scheduled
+    void start();         // call once
+    void pump(Scan scan); // one step: a scan if requested, then a batch if the settings allow it
+    void scheduleDrain(); // soon another step without a scan, unless one is already scheduled
 
 private:
     void startWatching();
@@ -50,9 +51,9 @@ private:
     FindHelper m_findHelper;
     std::unique_ptr<QFileSystemWatcher> m_watcher; // main thread
 
-    // Of the queue.
+    // Used on the queue only.
     Database m_database;
-    Timer m_changeTimer; // armed anew by every change: a burst ends in one pass
+    Timer m_changeTimer; // restarted by every change: a burst ends in one pass
     Timer m_drainTimer;
     Timer m_safetyTimer;
 };

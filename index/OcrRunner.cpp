@@ -36,14 +36,14 @@ std::vector<Pending> pendingRows(Database &database, int limit)
 }
 
 // The command line works on the same rows as the application: without this, both would read the same pictures at once.
-// Where no lock file can be made the batch goes on without.
+// If no lock file can be created, the batch runs without one.
 class BatchLock
 {
 public:
     explicit BatchLock(const Database &database)
         : m_file(QFileInfo(database.path()).path() + QStringLiteral("/ocr.lock"))
     {
-        m_file.setStaleLockTime(0); // a batch may be long; only the death of its process makes the lock stale
+        m_file.setStaleLockTime(0); // a batch may take long; only the death of its process makes the lock stale
         m_file.tryLock();
     }
     bool isTaken() const { return m_file.error() == QLockFile::LockFailedError; }
@@ -52,7 +52,7 @@ private:
     QLockFile m_file;
 };
 
-// The whole output, or nothing where it is no UTF-8: a helper that garbles one line cannot be trusted with the others.
+// The whole output, or nothing if it is not UTF-8: a helper that garbles one line cannot be trusted with the others.
 QByteArray runHelper(const QString &helper, const std::vector<Pending> &rows, const OcrRunner::Progress &progress)
 {
     QByteArray input;

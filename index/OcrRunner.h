@@ -11,26 +11,28 @@ namespace qm {
 
 class Database;
 
-// Text recognition in batches: the pictures that wait go to the helper, its texts into the index.
-// On the queue of the database, which it blocks while the helper runs.
+// Text recognition in batches: passes waiting pictures to the helper and stores the texts in the index. Runs on the
+// database's queue, blocking it while the helper runs.
 namespace OcrRunner {
 
-inline constexpr int batchSize = 40; // pictures: a few minutes' work, after which what was read is in the index
+inline constexpr int batchSize = 40; // pictures: a few minutes of work, after which the results are stored
 
-// Path (UTF-8) to its text, or to nothing where the helper reported an error.
+// Maps a path (UTF-8) to its text; std::nullopt if the helper reported an error.
 using Results = QHash<QByteArray, std::optional<QString>>;
 
-// done: pictures the helper has answered for, of total.
+// done: pictures the helper has answered so far, of total.
 using Progress = std::function<void(int done, int total)>;
 
-// One batch of at most limit pictures, newest first; the number that received a text. Rows whose file is gone are retired
-// without one. 0 as well when another process has a batch in hand, or the writing failed and was rolled back.
+// Processes one batch of at most limit pictures, newest first. Returns how many received a text. Rows whose file is
+// gone are marked as done without one. Also returns 0 if another process is running a batch, or if writing failed and
+// was rolled back.
 int run(Database &database, const std::optional<QString> &helper, int limit, const Progress &progress = {});
 
-// Whether another process has a batch in hand: run would give 0 at once.
+// True if another process is running a batch: run would return 0 at once.
 bool isBusy(const Database &database);
 
-// The helper's output: one JSON object a line with "path" and either "text" or "error"; other lines are skipped.
+// Parses the helper's output: one JSON object per line with "path" and either "text" or "error"; other lines are
+// skipped.
 Results parseNdjson(const QByteArray &output);
 
 } // namespace OcrRunner

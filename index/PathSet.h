@@ -7,20 +7,20 @@
 
 namespace qm {
 
-// A set of file paths, each with a mark. Made for a scan over a hundred thousand files, whose cost is memory that is not in
-// the cache: all bytes stand in one block, and a look-up touches one slot and one path. A value; no thread of its own.
+// A set of file paths, each with a mark. Made for scanning a hundred thousand files, where the cost is cache misses:
+// all bytes are in one block, and a look-up touches one slot and one path. A value; no thread of its own.
 class PathSet
 {
 public:
-    using Ref = std::uint32_t; // where a path stands; stays valid, and grows in order of insertion
+    using Ref = std::uint32_t; // position of a path; stays valid, increases in order of insertion
 
     struct Inserted {
         Ref ref;
         bool isNew;
     };
-    Inserted insert(std::string_view path); // without a NUL in it
+    Inserted insert(std::string_view path); // must not contain a NUL
     std::optional<Ref> find(std::string_view path) const;
-    std::string_view operator[](Ref ref) const; // a NUL follows; valid until the next insertion
+    std::string_view operator[](Ref ref) const; // NUL-terminated; valid until the next insertion
     size_t size() const { return m_size; }
 
     void mark(Ref ref) { m_bytes[ref - 1] = marked; }
@@ -40,10 +40,10 @@ private:
     };
     static constexpr char unmarked = 0, marked = 1;
 
-    size_t slotOf(std::string_view path, std::uint32_t hash) const; // where it is, or where it belongs
+    size_t slotOf(std::string_view path, std::uint32_t hash) const; // where it is, or where to insert it
     void grow();
 
-    std::vector<char> m_bytes; // of each path: its mark, its bytes, a NUL
+    std::vector<char> m_bytes; // per path: its mark, its bytes, a NUL
     std::vector<Slot> m_slots; // open addressing with linear probing; at most half full
     size_t m_size = 0;
 };

@@ -16,8 +16,8 @@ class ShotReader
 public:
     explicit ShotReader(const QString &databasePath);
 
-    // Runs one of the readers' statements of IndexSql: the pattern, when given, is parameter 1 and the limit comes behind.
-    // No index yet, or it cannot be read: an empty list.
+    // Runs one of the readers' statements of IndexSql: the pattern, if given, is parameter 1, followed by the limit.
+    // Returns an empty list if there is no index yet or it cannot be read.
     QList<Shot> query(const char *sql, const std::optional<QString> &like, int limit);
 
 private:

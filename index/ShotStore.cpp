@@ -14,7 +14,7 @@ QString ShotStore::databasePath()
 
 static QList<Shot> query(const char *sql, const std::optional<QString> &like, int limit)
 {
-    static ShotReader reader(ShotStore::databasePath()); // of the queue; declared first, so that it outlives it
+    static ShotReader reader(ShotStore::databasePath()); // used on the queue; declared first, to outlive it
     static QtQueue queue(QStringLiteral("org.quillmere.Quillmere.shotstore"));
     QList<Shot> shots;
     queue.run([&] { shots = reader.query(sql, like, limit); });

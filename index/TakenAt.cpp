@@ -9,7 +9,7 @@
 
 namespace qm {
 
-// Names are full of typographic blanks (macOS puts U+202F before PM), so the classes are Unicode's.
+// Names contain typographic blanks (macOS puts U+202F before PM), so use Unicode character classes.
 static QRegularExpression compiled(const QString &pattern)
 {
     QRegularExpression expression(pattern, QRegularExpression::CaseInsensitiveOption |
@@ -36,7 +36,7 @@ static std::optional<QString> matched(const QRegularExpression &expression, cons
 
 QString parseTakenAt(const QString &name, qint64 modifiedMs)
 {
-    // Compiled once: a scan asks for every new file.
+    // Compiled once: a scan calls this for every new file.
     static const QRegularExpression at =
         compiled(QStringLiteral(R"((\d{4})-(\d{2})-(\d{2})\s*at\s*(\d{2})[.:](\d{2})[.:](\d{2}))"));
     static const QRegularExpression general =

@@ -4,8 +4,9 @@
 
 namespace qm {
 
-// When a screenshot was taken, as its name tells, else from its modification time (ms since 1970 UTC). A time from the name
-// is the wall clock's, "2024-05-01T09:30:15", whatever the digits say; one from the file is UTC, "2024-05-01T00:30:15Z".
+// When a screenshot was taken, according to its name, or else its modification time (ms since 1970 UTC). A time from
+// the name is local, "2024-05-01T09:30:15", even if the digits are no valid date; one from the file is UTC,
+// "2024-05-01T00:30:15Z".
 QString parseTakenAt(const QString &name, qint64 modifiedMs);
 
 // Internet date-time in UTC without a fraction (RFC 3339).

@@ -4,7 +4,7 @@
 
 namespace qm {
 
-// As short as the wildcards allow: what is marked should be what was meant.
+// Wildcards match lazily: only what was meant should be highlighted.
 static QRegularExpression expressionFor(const QString &searched)
 {
     QString core = searched;
@@ -42,7 +42,7 @@ std::optional<TextMatch::Range> TextMatch::find(const QString &text, const QStri
 TextMatch::Excerpt TextMatch::excerpt(const QString &text, const QString &searched, int maxLength)
 {
     Range match = find(text, searched).value_or(Range());
-    // A match may run over line ends; the line it begins in is shown.
+    // A match may span lines; show the one it begins in.
     const qsizetype lineStart = match.start == 0 ? 0 : text.lastIndexOf(u'\n', match.start - 1) + 1;
     qsizetype lineEnd = text.indexOf(u'\n', match.start);
     if (lineEnd < 0)

@@ -6,8 +6,8 @@
 
 namespace qm {
 
-// Where a search text stands in a recognised text, for those who show why a shot was found. The same rules as the search:
-// "%" any text, "_" any character, ASCII letters in either case. Any thread.
+// Finds a search text in a recognised text, to show why a shot was found. Same rules as the search: "%" any text, "_"
+// any character, ASCII letters in either case. Any thread.
 namespace TextMatch {
 
 struct Range {
@@ -16,10 +16,10 @@ struct Range {
     bool operator==(const Range &) const = default;
 };
 
-// The first match at or behind from; nothing as well for a search text without a single literal character.
+// The first match at or after from; std::nullopt if there is none, or if the search text has no literal character.
 std::optional<Range> find(const QString &text, const QString &searched, qsizetype from = 0);
 
-// One line around the first match, cut to about maxLength characters with "…", and where the match stands in it.
+// The line of the first match, cut to about maxLength characters with "…", and the position of the match in it.
 struct Excerpt {
     QString line;
     Range match;

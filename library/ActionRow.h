@@ -11,7 +11,7 @@ class QPushButton;
 
 namespace qm {
 
-// The buttons of the four actions on a shot; where the row is too narrow for their texts, their symbols. Main thread.
+// Buttons for the four actions on a shot; symbols only if the row is too narrow for text. Main thread.
 class ActionRow : public QWidget
 {
     Q_OBJECT
@@ -20,7 +20,7 @@ public:
     explicit ActionRow(QWidget *parent = nullptr);
 
     QPushButton *button(ShotAction action) const { return m_buttons.at(action); }
-    void confirmCopy(); // for a moment a tick on the button
+    void confirmCopy(); // briefly shows a tick on the button
 
     std::function<void(ShotAction action)> onAction;
 

@@ -4,7 +4,7 @@
 
 namespace qm {
 
-// What a search field stands in: its ground, rounded.
+// Rounded background of a search field.
 class FieldGround : public QWidget
 {
 public:

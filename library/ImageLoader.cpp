@@ -22,7 +22,7 @@ void ImageLoader::load(const QString &path, double maxEdge)
         Q_EMIT changed();
     }));
     if (m_image.isNull())
-        Q_EMIT changed(); // loading
+        Q_EMIT changed(); // now loading
 }
 
 } // namespace qm

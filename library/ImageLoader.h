@@ -7,7 +7,7 @@
 
 namespace qm {
 
-// One image for one view that changes its mind: a result for a path that is no longer asked for is dropped. Main thread.
+// Loads one image for a view whose path may change: results for a path no longer requested are dropped. Main thread.
 class ImageLoader : public QObject
 {
     Q_OBJECT
@@ -15,7 +15,7 @@ class ImageLoader : public QObject
 public:
     explicit ImageLoader(ThumbnailCache &cache, QObject *parent = nullptr);
 
-    // The same path again does nothing, whatever the edge (pixels) and however the last load ended.
+    // Loading the same path again does nothing, whatever the edge (pixels) and however the last load ended.
     void load(const QString &path, double maxEdge);
 
     const QImage &image() const { return m_image; } // null while loading and after a failure
@@ -29,7 +29,7 @@ private:
     QImage m_image;
     bool m_failed = false;
     std::optional<QString> m_currentPath;
-    LatestJob m_load; // a path that comes back must not take the dropped result of its first time for its own
+    LatestJob m_load; // a path that comes back must not accept the dropped result of its first request
     ThumbnailRequest m_request;
 };
 

@@ -7,12 +7,12 @@ class QPalette;
 
 namespace qm {
 
-// Colours and fonts that the library's views share, all of them derived from the palette and font in use.
+// Colours and fonts shared by the library's views, all derived from the current palette and font.
 namespace LibraryLook {
 
 QColor hairline(const QColor &text);            // edges of pictures, lines between panes
-QColor quietSelection(const QPalette &palette); // the ground of a selected row in a list without the focus
-QColor marked(const QPalette &palette);         // the ground of words that were searched for
+QColor quietSelection(const QPalette &palette); // background of a selected row in a list without focus
+QColor marked(const QPalette &palette);         // background of matched words
 QFont caption(const QFont &font);
 
 } // namespace LibraryLook

@@ -24,7 +24,7 @@
 
 namespace qm {
 
-static constexpr int listMinimum = 320; // points, as all of these
+static constexpr int listMinimum = 320; // points, like all of these
 static constexpr int listIdeal = 380;
 static constexpr int previewMinimum = 280;
 static constexpr int searchPadding = 10;
@@ -138,7 +138,7 @@ QWidget *LibraryView::makeEmptyState()
     return page;
 }
 
-// The field draws no ground of its own: it shares one with its symbol.
+// The field has no background of its own: it shares one with its symbol.
 void LibraryView::tintSearch()
 {
     QPalette own;
@@ -240,7 +240,7 @@ void LibraryView::showMenu(const Shot &shot, const QPoint &globalPosition)
     menu->popup(globalPosition);
 }
 
-// What the field leaves alone comes here too, as it does from the list and the text.
+// Also receives keys ignored by the field, the list and the text.
 void LibraryView::keyPressEvent(QKeyEvent *event)
 {
     const bool plain = !(event->modifiers() & ~(Qt::ShiftModifier | Qt::KeypadModifier));

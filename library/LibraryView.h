@@ -16,7 +16,7 @@ namespace qm {
 class PreviewPane;
 class ShotListView;
 
-// The library's content: search field and list on the left, the preview on the right. Main thread; the index is only read,
+// The library's content: search field and list on the left, preview on the right. Main thread; the index is only read,
 // on a thread of the view's own.
 class LibraryView : public QWidget
 {
@@ -27,17 +27,17 @@ public:
     static constexpr std::chrono::milliseconds debounce{200};
 
     struct Environment {
-        TaskQueue &main;                                  // where the debounce waits
+        TaskQueue &main;                                  // runs the debounce timer
         std::function<QList<Shot>(const QString &)> find; // the shots for a trimmed text; any thread, may block
         std::function<void(const QString &path)> annotate;
         ThumbnailCache &thumbnails;
     };
-    static QList<Shot> findInIndex(const QString &text); // the application's: newest first, all of them for no text
+    static QList<Shot> findInIndex(const QString &text); // the application's; newest first, all for an empty text
 
     explicit LibraryView(Environment environment, QWidget *parent = nullptr);
     ~LibraryView() override;
 
-    void reload(); // asks for the search text's shots, at once
+    void reload(); // queries the shots for the search text, at once
 
     bool isLoading() const { return m_query.isUnderWay(); }
     const QList<Shot> &shots() const { return m_shots; }
@@ -66,7 +66,7 @@ private:
 
     Environment m_environment;
     QList<Shot> m_shots;
-    QString m_foundText; // what m_shots was found by, trimmed
+    QString m_foundText; // the search text of m_shots, trimmed
     std::optional<qint64> m_selection;
     bool m_didLoad = false;
     bool m_hasResult = false;
@@ -74,7 +74,7 @@ private:
 
     QLineEdit *m_search = nullptr;
     ShotListView *m_list = nullptr;
-    QStackedLayout *m_listArea = nullptr; // by Area
+    QStackedLayout *m_listArea = nullptr; // indexed by Area
     enum Area { listArea, emptyArea, noMatchesArea, blankArea };
     PreviewPane *m_preview = nullptr;
     LatestJob m_query; // last, so that it ends first

@@ -9,8 +9,8 @@ namespace qm {
 
 class LibraryView;
 
-// Owner of the one library window. Main thread. The window is made at the first show; closing hides it, and the next show
-// brings it back as it was left.
+// Owns the single library window. Main thread. The window is created on the first show; closing hides it, and the next
+// show brings it back as it was.
 class LibraryWindowController
 {
 public:
@@ -18,7 +18,7 @@ public:
     ~LibraryWindowController();
 
     void show();                                           // in front of the others
-    LibraryView *window() const { return m_window.get(); } // none before the first show
+    LibraryView *window() const { return m_window.get(); } // null before the first show
 
 private:
     std::function<void(const QString &path)> m_annotate;

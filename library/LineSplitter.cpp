@@ -26,7 +26,7 @@ protected:
 LineSplitter::LineSplitter(QWidget *parent)
     : QSplitter(Qt::Horizontal, parent)
 {
-    setHandleWidth(1); // Qt lets it be taken hold of a few points around
+    setHandleWidth(1); // Qt makes a few points around it draggable
     setChildrenCollapsible(false);
 }
 

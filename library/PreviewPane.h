@@ -14,7 +14,7 @@ class ActionRow;
 class PreviewPicture;
 class RecognisedText;
 
-// The right-hand side of the library: the selected shot large, the text in it, and what can be done with it. Main thread.
+// The right-hand side of the library: the selected shot at large size, its text, and actions on it. Main thread.
 class PreviewPane : public QWidget
 {
     Q_OBJECT
@@ -24,13 +24,13 @@ public:
 
     explicit PreviewPane(ThumbnailCache &cache, QWidget *parent = nullptr);
 
-    // The words of `searched` are marked in the shot's text.
+    // Matches of `searched` are marked in the shot's text.
     void setShot(const std::optional<Shot> &shot, const QString &searched);
     Showing showing() const;
 
     std::function<void(ShotAction action, const Shot &shot)> onAction;
 
-    void confirmCopy(); // for a moment, where somebody looks who has just copied
+    void confirmCopy(); // briefly, on the copy button, where the user is looking
 
 private:
     QWidget *makePlaceholder();
@@ -40,8 +40,8 @@ private:
 
     std::optional<Shot> m_shot;
     ImageLoader m_loader;
-    QStackedLayout *m_pages = nullptr; // the placeholder, or the content
-    QStackedLayout *m_area = nullptr;  // progress, the picture, or the failure
+    QStackedLayout *m_pages = nullptr; // placeholder or content
+    QStackedLayout *m_area = nullptr;  // progress, picture or failure
     QWidget *m_progress = nullptr;
     QWidget *m_failure = nullptr;
     PreviewPicture *m_picture = nullptr;

@@ -58,7 +58,7 @@ void PreviewPicture::paintEvent(QPaintEvent *)
     if (m_scaled.size() != pixels)
         scale(pixels);
     if (m_scaled.isNull())
-        return; // a moment later
+        return; // scaling is still running
     const qreal ratio = devicePixelRatioF();
     const QSizeF room = size(), fitted = QSizeF(pixels) / ratio;
     const QRectF target(QPointF(std::floor((room.width() - fitted.width()) / 2 * ratio) / ratio,

@@ -7,8 +7,8 @@
 
 namespace qm {
 
-// A picture scaled to fit, its aspect ratio kept. The exact scaling runs on a thread of its own: on this one a large
-// picture would be felt at every step of a resize, and the painter's own is too coarse for small text. Main thread.
+// A picture scaled to fit, keeping its aspect ratio. Exact scaling runs on a separate thread: on this one a large
+// picture would make resizing sluggish, and the painter's own scaling is too coarse for small text. Main thread.
 class PreviewPicture : public QWidget
 {
     Q_OBJECT
@@ -18,7 +18,7 @@ public:
 
     void setImage(const QImage &image);
     const QImage &image() const { return m_image; }
-    bool isSharp() const; // what is painted now is exactly as large as it should be
+    bool isSharp() const; // the picture is painted at exactly the size it should have
 
 protected:
     void paintEvent(QPaintEvent *event) override;
@@ -28,8 +28,8 @@ private:
     void scale(QSize pixels);
 
     QImage m_image;
-    QImage m_scaled;   // m_image for the screen; null before there was one
-    QSize m_scalingTo; // what the thread is at
+    QImage m_scaled;   // m_image at screen size; null until first scaled
+    QSize m_scalingTo; // size the thread is working on
     LatestJob m_scaling;
 };
 

@@ -14,7 +14,7 @@ namespace qm {
 
 static constexpr int maxLines = 5;
 static constexpr int maxMarks = 500;          // more than anybody looks at
-static constexpr qsizetype maxUnits = 60'000; // laying a text out takes this thread's time; this much is many pages
+static constexpr qsizetype maxUnits = 60'000; // text layout runs on this thread; this much is many pages
 
 RecognisedText::RecognisedText(QWidget *parent)
     : QPlainTextEdit(parent)
@@ -108,7 +108,7 @@ void RecognisedText::keyPressEvent(QKeyEvent *event)
     const bool typed = !event->text().isEmpty() && event->text().front().isPrint();
     const int key = event->key();
     if (nothingToCopy || typed || key == Qt::Key_Return || key == Qt::Key_Enter || key == Qt::Key_Escape)
-        event->ignore(); // the window's
+        event->ignore(); // leave it to the window
     else
         QPlainTextEdit::keyPressEvent(event);
 }

@@ -7,8 +7,8 @@
 
 namespace qm {
 
-// The text that was read in a screenshot, to be read and selected, with the words marked that were searched for. As high
-// as its lines, up to a few. Main thread; the words are looked for on another, as a text may be long.
+// The recognised text of a screenshot, for reading and selecting, with matches of the search marked. As high as its
+// lines, up to a few. Main thread; the search runs on another, as a text may be long.
 class RecognisedText : public QPlainTextEdit
 {
     Q_OBJECT

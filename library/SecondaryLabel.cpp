@@ -13,7 +13,7 @@ SecondaryLabel::SecondaryLabel(const QString &text, QWidget *parent)
     setWordWrap(true);
 }
 
-// Not by a role of the palette: the one for placeholders is black in some dark palettes.
+// Not a palette role: the one for placeholders is black in some dark palettes.
 void SecondaryLabel::paintEvent(QPaintEvent *)
 {
     QPainter painter(this);

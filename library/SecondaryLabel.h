@@ -4,7 +4,7 @@
 
 namespace qm {
 
-// A text in the secondary colour, centred, on as many lines as it needs.
+// Text in the secondary colour, centred and wrapped.
 class SecondaryLabel : public QLabel
 {
 public:

@@ -49,7 +49,7 @@ QString ShotActions::symbol(ShotAction action)
 
 void ShotActions::copyToClipboard(const Shot &shot, std::function<void(bool)> done)
 {
-    // One thread keeps the order. What is still being read when the application ends has nowhere to go.
+    // A single thread keeps the order. Anything still being read when the application quits is dropped.
     static QThreadPool &pool = *[] {
         static QThreadPool copies;
         copies.setMaxThreadCount(1);
@@ -81,7 +81,7 @@ namespace {
 
 const QString pngType = QStringLiteral("image/png");
 const QString uriType = QStringLiteral("text/uri-list");
-const QString qtImageType = QStringLiteral("application/x-qt-image"); // stands for every other format Qt can write
+const QString qtImageType = QStringLiteral("application/x-qt-image"); // stands for every format Qt can write
 
 class ShotData : public QMimeData
 {

@@ -12,20 +12,20 @@ namespace qm {
 
 enum class ShotAction { copy, annotate, showInFolder, open };
 
-// What can be done with a screenshot, shared by the views that offer it. Main thread; none of it waits for a file.
+// Actions on a screenshot, shared by the views that offer them. Main thread; none of them waits for a file.
 namespace ShotActions {
 
 QString title(ShotAction action);
 QString symbol(ShotAction action);
 
-// The picture to the general pasteboard; a file that can't be read leaves the pasteboard as it is. Copies take effect in
-// the order in which they were asked for. `done` runs when all is over, with whether the picture is there now.
+// Copies the picture to the general pasteboard; if the file can't be read, the pasteboard is unchanged. Copies take
+// effect in the order requested. `done` is called at the end, with true if the picture is on the pasteboard.
 void copyToClipboard(const Shot &shot, std::function<void(bool copied)> done = {});
 
 void showInFolder(const Shot &shot);
 void open(const Shot &shot);
 
-// For a drag: the file's address and its picture, which is read only when somebody asks for it. The caller owns it.
+// For a drag: the file's URL and its picture, which is read only on request. The caller owns it.
 QMimeData *mimeData(const Shot &shot);
 
 } // namespace ShotActions

@@ -60,7 +60,7 @@ void ShotListModel::request(int row)
 {
     m_visible[row] = {};
     auto completion = [self = QPointer(this), row](const QImage &image) {
-        // Nothing: unreadable, or asked by a row that has gone; only pictures reach the row that asked.
+        // Null if unreadable, or if requested by a row that is gone; only pictures reach the requesting row.
         if (image.isNull() || !self)
             return;
         self->m_visible[row].image = image;
@@ -115,7 +115,7 @@ QString ShotText::captureTime(const Shot &shot)
 QString ShotText::excerpt(const Shot &shot)
 {
     constexpr int characters = 100;
-    constexpr int units = 20 * characters; // nobody writes longer characters
+    constexpr int units = 20 * characters; // no real character is longer
     QString line;
     bool gap = false;
     const QString text = shot.ocrText.value_or(QString());

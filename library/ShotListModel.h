@@ -10,7 +10,7 @@
 
 namespace qm {
 
-// The listed shots, and the thumbnails of those that are on screen. Main thread.
+// The listed shots and the thumbnails of those on screen. Main thread.
 class ShotListModel : public QAbstractListModel
 {
     Q_OBJECT
@@ -18,17 +18,17 @@ class ShotListModel : public QAbstractListModel
 public:
     explicit ShotListModel(ThumbnailCache &cache, QObject *parent = nullptr);
 
-    // The new list. Where its ids are the old ones in the old order nothing is reset, so scroll position and selection
-    // stay; true when the list was reset.
+    // Replaces the list. If it has the same ids in the same order, the model is not reset, so scroll position and
+    // selection stay. Returns true if it was reset.
     bool setShots(const QList<Shot> &shots);
     const QList<Shot> &shots() const { return m_shots; }
-    const Shot *shotAt(int row) const;         // null when out of range
-    int rowOf(std::optional<qint64> id) const; // -1: none
+    const Shot *shotAt(int row) const;         // null if out of range
+    int rowOf(std::optional<qint64> id) const; // -1 if there is none
 
-    // The rows that are on screen, both included, and their thumbnails' longer edge in pixels. The others' requests are
-    // dropped; a row whose file could not be read is tried again once it has been away.
+    // The rows on screen, inclusive, and the longer edge of their thumbnails in pixels. Requests of other rows are
+    // dropped; a row whose file could not be read is retried once it has been off screen.
     void setVisibleRows(int first, int last, double maxEdge);
-    QImage thumbnail(int row) const; // null: not there, or not yet
+    QImage thumbnail(int row) const; // null if missing or not loaded yet
 
     int rowCount(const QModelIndex &parent = {}) const override;
     QVariant data(const QModelIndex &index, int role) const override;
@@ -47,13 +47,13 @@ private:
     QList<Shot> m_shots;
     std::map<int, Thumbnail> m_visible; // by row
     double m_maxEdge = 0;
-    bool m_asking = false; // whoever tells which rows are visible is about to paint them
+    bool m_asking = false; // whoever reports the visible rows is about to paint them
 };
 
-// What a row shows of a shot.
+// Texts of a row.
 namespace ShotText {
 
-QString captureTime(const Shot &shot); // at most 16 characters; empty when unknown
+QString captureTime(const Shot &shot); // at most 16 characters; empty if unknown
 QString excerpt(const Shot &shot);     // at most 100 characters on one line; empty without a text
 
 } // namespace ShotText

@@ -75,7 +75,7 @@ void ShotListView::selectionChanged(const QItemSelection &selected, const QItemS
         onSelect(id);
 }
 
-// A click below the last row selects nothing, as everywhere where nothing may be selected.
+// A click below the last row clears the selection, as usual in lists that allow an empty one.
 QItemSelectionModel::SelectionFlags ShotListView::selectionCommand(const QModelIndex &index, const QEvent *event) const
 {
     if (!index.isValid() && event && event->type() == QEvent::MouseButtonPress)
@@ -103,7 +103,7 @@ void ShotListView::keyPressEvent(QKeyEvent *event)
     case Qt::Key_PageDown:
     case Qt::Key_Home:
     case Qt::Key_End: return QListView::keyPressEvent(event);
-    default: event->ignore(); // the window's
+    default: event->ignore(); // leave it to the window
     }
 }
 

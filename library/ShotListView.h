@@ -12,7 +12,7 @@ namespace qm {
 class ShotListModel;
 class ThumbnailCache;
 
-// The list of shots, one selected at most. Main thread.
+// The list of shots, with at most one selected. Main thread.
 class ShotListView : public QListView
 {
     Q_OBJECT
@@ -20,17 +20,17 @@ class ShotListView : public QListView
 public:
     explicit ShotListView(ThumbnailCache &cache, QWidget *parent = nullptr);
 
-    // What to show. An unchanged list (the same ids in the same order) keeps its scroll position. Calls nobody back.
+    // Sets the content. An unchanged list (same ids in the same order) keeps its scroll position. Calls no callbacks.
     void setContent(const QList<Shot> &shots, std::optional<qint64> selection);
 
-    // Arrow keys into the list from outside: selects the first shot when none is.
+    // Moves the focus here by arrow key: selects the first shot if none is selected.
     void enter();
 
-    // What the user did. Unset ones are not called.
-    std::function<void(std::optional<qint64> id)> onSelect; // another shot, or none
+    // User actions. Unset ones are not called.
+    std::function<void(std::optional<qint64> id)> onSelect; // another shot, or std::nullopt
     std::function<void(const Shot &shot)> onActivate;       // double click
     std::function<void(const Shot &shot, const QPoint &globalPosition)> onContextMenu;
-    std::function<void()> onLeaveUpwards; // arrow up on the first row
+    std::function<void()> onLeaveUpwards; // up arrow on the first row
 
 protected:
     void paintEvent(QPaintEvent *event) override;
@@ -42,7 +42,7 @@ protected:
 
 private:
     ShotListModel *m_model;
-    std::optional<qint64> m_selection; // as it was told last, by either side
+    std::optional<qint64> m_selection; // as last reported by either side
     bool m_suppressSelectionCallback = false;
 };
 

@@ -17,7 +17,7 @@ static constexpr int margin = 8;
 static constexpr int gap = 12; // between the thumbnail and the texts
 static constexpr int titleGap = 3;
 static constexpr int captionGap = 1;
-static constexpr int excerptLines = 2; // on screen; one line of text
+static constexpr int excerptLines = 2; // on screen; the text is a single line
 static constexpr int placeholderSize = 28;
 
 QSize ShotRow::sizeHint(const QStyleOptionViewItem &, const QModelIndex &) const
@@ -63,8 +63,7 @@ void ShotRow::paintThumbnail(QPainter *painter, const QRect &frame, const QImage
     painter->drawRect(target.adjusted(half, half, -half, -half));
 }
 
-// One text on up to `lines` lines, the last one elided. Lines stand a fixed distance apart: fonts that step in for some of
-// the characters are often higher.
+// Paints a text on up to `lines` lines, the last one elided. Lines have a fixed pitch: fallback fonts are often taller.
 static void paintLines(QPainter *painter, const QString &text, const QFont &font, const QRectF &area, double pitch,
                        int lines)
 {

@@ -5,13 +5,13 @@
 
 namespace qm {
 
-// Paints a row of the list: the thumbnail, and up to three texts beside it. Rows are of a ShotListModel.
+// Paints a row of the list: the thumbnail, and up to three texts beside it. For rows of a ShotListModel.
 class ShotRow : public QStyledItemDelegate
 {
     Q_OBJECT
 
 public:
-    static constexpr int height = 88; // points, as all of these
+    static constexpr int height = 88; // points, like the next
     static constexpr QSize thumbnail = {96, 72};
 
     using QStyledItemDelegate::QStyledItemDelegate;
@@ -23,7 +23,7 @@ private:
     void paintThumbnail(QPainter *painter, const QRect &frame, const QImage &image, const QColor &ink) const;
     const QPixmap &placeholder(const QColor &ink, qreal devicePixelRatio) const;
 
-    mutable QPixmap m_placeholder; // the symbol as it was drawn last
+    mutable QPixmap m_placeholder; // the symbol as last drawn
     mutable QColor m_placeholderInk;
 };
 

@@ -20,7 +20,7 @@ void SymbolView::paintEvent(QPaintEvent *)
     QPainter painter(this);
     const QColor ink = palette().color(QPalette::Active, QPalette::WindowText);
     painter.setOpacity(SystemLook::secondary(ink).alphaF());
-    painter.drawPixmap(rect(), Symbol::icon(m_symbol, ink).pixmap(size(), devicePixelRatioF())); // lines may cross
+    painter.drawPixmap(rect(), Symbol::icon(m_symbol, ink).pixmap(size(), devicePixelRatioF())); // strokes may overlap
 }
 
 } // namespace qm

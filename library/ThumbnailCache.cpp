@@ -42,7 +42,7 @@ ThumbnailCache::~ThumbnailCache()
     m_pool.waitForDone();
 }
 
-// A painter takes every colour for the screen's.
+// QPainter takes every colour for the screen's.
 static QImage forScreen(QImage image)
 {
     const QColorSpace space = image.colorSpace();
@@ -56,7 +56,7 @@ ThumbnailRequest ThumbnailCache::image(const QString &path, double maxEdge, Comp
     Q_ASSERT(m_context.thread() == QThread::currentThread());
     const QString key = QString::number(qint64(maxEdge)) + u':' + path;
     if (const QImage *kept = m_images.object(key)) {
-        const QImage image = *kept; // the completion may ask for others, and those may push this one out
+        const QImage image = *kept; // the completion may request others, which may evict this one
         completion(image);
         return {};
     }

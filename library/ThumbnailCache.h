@@ -12,7 +12,8 @@
 
 namespace qm {
 
-// Somebody's wish for a thumbnail. When it goes, so does the wish: the work ends early, and the completion gets nothing.
+// A pending thumbnail request. Destroying it cancels the request: work ends early, and the completion receives a null
+// image.
 class ThumbnailRequest
 {
 public:
@@ -28,7 +29,7 @@ private:
     std::shared_ptr<std::atomic<bool>> m_wanted;
 };
 
-// Screenshots made small: read and shrunk on a thread pool, several at a time, and kept in memory. Main thread only.
+// Reads and shrinks screenshots on a thread pool, several at a time, and keeps the results in memory. Main thread only.
 class ThumbnailCache
 {
 public:
@@ -38,19 +39,20 @@ public:
 
     static ThumbnailCache &shared();
 
-    // Above the limit the images that were used least recently go first.
+    // Above the limit, least recently used images are evicted first.
     explicit ThumbnailCache(qsizetype byteLimit = defaultByteLimit);
     ~ThumbnailCache();
     Q_DISABLE_COPY_MOVE(ThumbnailCache)
 
-    // The picture with its longer edge at most maxEdge pixels; on a scaled screen the caller multiplies. What is in memory
-    // completes before this returns; anything else later, exactly once. Failures are not kept: the next request tries again.
+    // The picture with its longer edge at most maxEdge pixels; on a scaled screen the caller multiplies. A cached
+    // picture completes before this returns, any other later, exactly once. Failures are not cached: the next request
+    // tries again.
     [[nodiscard]] ThumbnailRequest image(const QString &path, double maxEdge, Completion completion);
 
 private:
     QCache<QString, QImage> m_images; // by "edge:path"; the cost is bytes
     QThreadPool m_pool;
-    QObject m_context; // receives what the pool has done
+    QObject m_context; // receives the pool's results
     std::shared_ptr<std::atomic<bool>> m_closing = std::make_shared<std::atomic<bool>>(false);
 };
 

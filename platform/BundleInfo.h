@@ -6,12 +6,12 @@
 
 namespace qm {
 
-// What the running program's bundle says about it; where programs have no bundle, the build does. Any thread.
-// Nothing for what is not said.
+// Version information from the running program's bundle or, on systems without bundles, from the build. Any thread.
+// std::nullopt if it is missing.
 namespace BundleInfo {
 
-std::optional<QString> shortVersion(); // "1.4", as people call it (CFBundleShortVersionString)
-std::optional<QString> version();      // "27", which build of it (CFBundleVersion)
+std::optional<QString> shortVersion(); // "1.4", the public version (CFBundleShortVersionString)
+std::optional<QString> version();      // "27", the build number (CFBundleVersion)
 
 } // namespace BundleInfo
 } // namespace qm

@@ -8,7 +8,7 @@
 
 namespace qm {
 
-static constexpr int wakeUp = 100;       // ms between two looks at whether the thread is to stop
+static constexpr int wakeUp = 100;       // ms between checks for an interruption request
 static constexpr int endPolitely = 1000; // ms before a child that ignores SIGTERM is killed
 
 std::optional<QByteArray> ChildProcess::run(const QString &program, const QStringList &arguments,
@@ -22,7 +22,7 @@ std::optional<QByteArray> ChildProcess::run(const QString &program, const QStrin
     process.start();
     if (!process.waitForStarted(-1))
         return std::nullopt;
-    process.write(input); // buffered: written as the child reads, while its output is taken in turn
+    process.write(input); // buffered: written as the child reads, while its output is read
     process.closeWriteChannel();
 
     QByteArray output;
@@ -56,7 +56,7 @@ void ChildProcess::start(const QString &program, const QStringList &arguments)
     process->setChildProcessModifier(&endWithParent);
     QObject::connect(process, &QProcess::finished, process, &QObject::deleteLater);
     QObject::connect(process, &QProcess::errorOccurred, process, [process](QProcess::ProcessError error) {
-        if (error == QProcess::FailedToStart) // the only end that finished() does not tell
+        if (error == QProcess::FailedToStart) // the only end that finished() does not report
             process->deleteLater();
     });
     process->start(program, arguments);

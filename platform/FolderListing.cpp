@@ -34,7 +34,7 @@ bool FolderListing::forEach(const QByteArray &folder, const std::function<void(s
 
 static qint64 milliseconds(const timespec &time)
 {
-    // Whole numbers: a double would turn 0.123 s into 122 ms now and then. Before 1970 the nanoseconds still count up.
+    // Integers: a double would sometimes turn 0.123 s into 122 ms. Before 1970 the nanoseconds still count up.
     const qint64 nanoseconds = qint64(time.tv_sec) * 1'000'000'000 + time.tv_nsec;
     return nanoseconds / 1'000'000;
 }

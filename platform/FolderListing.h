@@ -8,17 +8,17 @@
 
 namespace qm {
 
-// The file system as the index needs it: names as bytes, one call to the system per answer. A hundred thousand files are
-// listed on every pass, and QDir's or QFileInfo's own strings would cost several times the listing. Any thread.
+// File system access for the index: names are bytes, and each answer costs one system call. A hundred thousand files
+// are listed in every pass; QDir's or QFileInfo's strings would cost several times the listing itself. Any thread.
 namespace FolderListing {
 
-enum class Kind { regular, link, other, unknown }; // as the listing itself tells it, without a look at the file
+enum class Kind { regular, link, other, unknown }; // as reported by the listing, without a stat
 
-// Calls entry for every name in the folder, the folder and its parent left out. False when it cannot be listed.
+// Calls entry for every name in the folder except "." and "..". False if it cannot be listed.
 bool forEach(const QByteArray &folder, const std::function<void(std::string_view name, Kind kind)> &entry);
 
 struct Attributes {
-    bool regular = false; // a link is not, whatever it points to
+    bool regular = false; // false for a link, whatever it points to
     qint64 bytes = 0;
     qint64 modifiedMs = 0; // since 1970-01-01 UTC, truncated toward zero
 };

@@ -8,7 +8,7 @@ namespace qm {
 namespace LoginItem {
 
 bool isEnabled();
-Outcome setEnabled(bool on); // asks the system only for a change
+Outcome setEnabled(bool on); // only contacts the system if this is a change
 
 } // namespace LoginItem
 } // namespace qm

@@ -4,7 +4,7 @@
 
 namespace qm {
 
-// The system's own list of what is started at login, as far as this application is concerned. Main thread.
+// This application's entry in the system's list of login items. Main thread.
 namespace LoginItemService {
 
 bool isEnabled();

@@ -8,16 +8,16 @@
 
 namespace qm {
 
-// What the system itself draws, where it can be asked. Main thread.
+// Drawing that the system provides, if it does. Main thread.
 namespace NativeLook {
 
-std::optional<QColor> accent(); // the user's, as it looks just now; nothing: the palette knows it
+std::optional<QColor> accent(); // the user's current accent colour; std::nullopt if the palette has it
 
-// The system's drawing of a symbol by its name ("camera.viewfinder"): black, as large as it can be in so many pixels.
-// Null where the system has none.
+// The system's symbol of that name ("camera.viewfinder"): black, as large as fits into this many pixels. Null if the
+// system has none.
 QImage symbol(const QString &name, QSize pixels);
 
-bool trayTintsIcons(); // a mask is enough: the tray gives it the colour that is seen on it
+bool trayTintsIcons(); // a mask suffices: the tray applies a contrasting colour
 
 } // namespace NativeLook
 } // namespace qm

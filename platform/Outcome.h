@@ -4,8 +4,8 @@
 
 namespace qm {
 
-// What became of something the user asked for: done, or the reason why not. The reason is the system's own words, meant
-// for qms and for a tooltip; the sentence the user reads is the caller's.
+// Result of something the user asked for: success, or the reason for failing. The reason is in the system's own words,
+// for qms and tooltips; the caller writes the sentence shown to the user.
 class [[nodiscard]] Outcome
 {
 public:

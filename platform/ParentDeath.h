@@ -2,8 +2,8 @@
 
 namespace qm {
 
-// To be called in a child between fork and exec: asks the system to end the child when the thread that started it ends.
-// Where the system has no such wish, nothing happens and the child notices by its broken pipe.
+// Call in a child between fork and exec: asks the system to end the child when the thread that started it ends. Does
+// nothing if the system lacks this; the child then notices its broken pipe.
 void endWithParent();
 
 } // namespace qm

@@ -24,7 +24,7 @@ QtQueue::QtQueue(const QString &label)
 
 QtQueue::~QtQueue()
 {
-    // A task that will not end within the limit uses what is about to be destroyed; there is nothing better than to wait.
+    // A task that overruns the limit uses what is about to be destroyed; waiting is all we can do.
     if (m_thread.isRunning() && !stop(2s))
         m_thread.wait();
 }

@@ -8,8 +8,8 @@
 
 namespace qm {
 
-// A TaskQueue that is a thread with an event loop, started by the constructor.
-// post and postAfter: any thread. The destructor stops the queue and drops what has not begun.
+// A TaskQueue backed by a thread with an event loop, started by the constructor. post and postAfter: any thread. The
+// destructor stops the queue and drops tasks that have not begun.
 class QtQueue : public TaskQueue
 {
 public:
@@ -23,8 +23,8 @@ public:
     Timer postAfter(std::chrono::milliseconds delay, std::function<void()> task) override;
     bool isCurrent() const override;
 
-    // Ends the thread after the task in hand, which is asked to hurry: a ChildProcess it waits for is ended.
-    // False when the task was not done within the limit; the thread then still runs.
+    // Ends the thread after the current task, which is asked to hurry: a ChildProcess it waits for is ended. False if
+    // the task has not finished within the limit; the thread then still runs.
     bool stop(std::chrono::milliseconds limit);
 
 private:

@@ -4,15 +4,15 @@
 
 namespace qm {
 
-// What a system wants of an application that lives beside the clock: on Linux nothing. Main thread, after the application
-// object was made.
+// What the system requires of an application that lives in the menu bar; nothing on Linux. Main thread, once the
+// application object exists.
 namespace SystemStartup {
 
 void becomeAccessory();     // no Dock icon, no main menu
-void askForAccessibility(); // the system asks the user for what the key monitor needs; once, and the answer is not told
+void askForAccessibility(); // prompts once for the key monitor's permission; the answer is not reported
 
-// Calls opened whenever the user starts the application once more, where the system tells the running one of that instead
-// of starting another.
+// Calls opened whenever the user starts the application again, if the system notifies the running instance instead of
+// starting another.
 void whenOpenedAgain(const std::function<void()> &opened);
 
 } // namespace SystemStartup

@@ -6,7 +6,7 @@
 
 namespace qm {
 
-// macOS has a capture tool of its own; qmcapture takes the same arguments.
+// macOS has its own capture tool; qmcapture takes the same arguments.
 #ifdef Q_OS_MACOS
 static constexpr char16_t captureTool[] = u"/usr/sbin/screencapture";
 #else
@@ -16,7 +16,7 @@ static constexpr char16_t captureTool[] = u"qmcapture";
 static std::optional<QString> besideExecutable(const QString &name)
 {
     const QString folder = QCoreApplication::applicationDirPath();
-    const QString path = QDir(folder).filePath(name); // an absolute name stays as it is
+    const QString path = QDir(folder).filePath(name); // leaves absolute names unchanged
     return !folder.isEmpty() && QFileInfo::exists(path) ? std::optional(path) : std::nullopt;
 }
 

@@ -5,17 +5,17 @@
 
 namespace qm {
 
-// Waits for a place where a tray icon can be shown. Qt looks for a StatusNotifier host once, at the first tray call of the
-// process, and never again: so there must be no such call before a host is there. Main thread; stops waiting when it goes.
+// Waits until a tray icon can be shown. Qt looks for a StatusNotifier host once, at the first tray call of the process,
+// and never again: make no such call before a host exists. Main thread; destroy it to stop waiting.
 class TrayHost
 {
 public:
     virtual ~TrayHost() = default;
 };
 
-// Calls appeared once, from the event loop, as soon as there is a host: at the start, or whenever one comes.
+// Calls appeared once, from the event loop, as soon as there is a host: at start or whenever one appears.
 std::unique_ptr<TrayHost> whenTrayHostAppears(std::function<void()> appeared);
 
-bool trayOpensMenus(); // at a left click too, by itself
+bool trayOpensMenus(); // true if the tray itself opens the menu on a left click
 
 } // namespace qm

@@ -22,11 +22,11 @@ static constexpr int iconSize = 64;
 
 struct Library {
     const char16_t *name;
-    const char16_t *licence; // as SPDX abbreviates it
+    const char16_t *licence; // SPDX identifier
 };
-static constexpr const char16_t *publicDomain = u"public domain"; // the one that needs translating
+static constexpr const char16_t *publicDomain = u"public domain"; // needs translating, unlike the identifiers
 
-// What our programs are linked with.
+// Libraries our programs are linked with.
 static constexpr std::array libraries{
     Library{u"Qt", u"LGPL-3.0"},
     Library{u"SQLite", publicDomain},
@@ -122,7 +122,7 @@ QWidget *AboutView::makeLicences()
                                     u"Quillmere は MIT ライセンスのフリーソフトウェアです。"));
     licence->setWordWrap(true);
     grid->addWidget(licence, 0, 0, 1, 5);
-    auto *title = new QLabel(text(u"It uses these libraries:", u"次のライブラリーを使用しています："));
+    auto *title = new QLabel(text(u"It uses these libraries:", u"次のライブラリを使用しています："));
     grid->addWidget(title, 1, 0, 1, 5);
 
     // Two pairs of columns, read downwards.

@@ -30,7 +30,7 @@ private:
     QList<QLabel *> m_secondary;
 };
 
-// "1.4 (27)"; what is missing shows as "?".
+// "1.4 (27)"; missing parts are shown as "?".
 QString appVersion(const std::optional<QString> &shortVersion, const std::optional<QString> &version);
 
 } // namespace qm

@@ -4,7 +4,7 @@
 
 namespace qm {
 
-// Scrolls only where the screen is too small: asks for the whole size of its content. Main thread.
+// Scrolls only if the screen is too small: its size hint is the full size of its content. Main thread.
 class FittedScrollArea : public QScrollArea
 {
 public:

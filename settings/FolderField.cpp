@@ -49,7 +49,7 @@ void FolderField::setText(const QString &text)
 {
     m_edit->setToolTip(text); // long paths do not fit
     if (m_edit->text() == text)
-        return; // the cursor stays where the user has it
+        return; // keeps the user's cursor position
     m_edit->setText(text);
     m_edit->setCursorPosition(0);
 }
@@ -59,7 +59,7 @@ void FolderField::setPlaceholder(const QString &text)
     m_edit->setPlaceholderText(text);
 }
 
-// Pasted paths bring blanks along at their ends.
+// Pasted paths often have blanks at their ends.
 void FolderField::commit()
 {
     if (const QString trimmed = m_edit->text().trimmed(); trimmed != m_edit->text())
@@ -73,7 +73,7 @@ void FolderField::choose()
         QFileDialog::getExistingDirectory(this, m_name, m_chooserFolder ? m_chooserFolder() : QDir::homePath());
     if (chosen.isEmpty())
         return;
-    m_changed(withTilde(chosen)); // a home folder is called something else on the next machine
+    m_changed(withTilde(chosen)); // the home folder has another name on the next machine
     m_committed();
 }
 
@@ -84,7 +84,7 @@ void FolderField::changeEvent(QEvent *event)
     QWidget::changeEvent(event);
 }
 
-// What stands in an empty field is a fact to be read, not a hint: the system's grey for hints is too faint.
+// The placeholder states a fact, not a hint: the system's grey for hints is too faint.
 void FolderField::applyPalette()
 {
     QPalette changed;

@@ -8,16 +8,17 @@ class QLineEdit;
 
 namespace qm {
 
-// A folder as text, with a chooser beside it. Main thread.
+// A folder as editable text, with a chooser button. Main thread.
 class FolderField : public QWidget
 {
 public:
-    // name is what the row is called; changed is given every text the user enters, committed follows when the user is done.
+    // name is the label of the row; changed receives every text the user enters, committed is called once the user is
+    // done.
     FolderField(const QString &name, std::function<void(const QString &)> changed, std::function<void()> committed);
 
     void setText(const QString &text);
-    void setPlaceholder(const QString &text); // shown while there is no text
-    void setChooserFolder(std::function<QString()> folder) { m_chooserFolder = std::move(folder); } // where it begins
+    void setPlaceholder(const QString &text); // shown while the text is empty
+    void setChooserFolder(std::function<QString()> folder) { m_chooserFolder = std::move(folder); } // initial folder
 
 protected:
     void changeEvent(QEvent *event) override;
@@ -34,7 +35,7 @@ private:
     QLineEdit *m_edit;
 };
 
-// A path as people read it: below the home folder it begins with "~".
+// A path for display: the home folder is abbreviated to "~".
 QString withTilde(const QString &path);
 
 } // namespace qm

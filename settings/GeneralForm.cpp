@@ -26,7 +26,7 @@ namespace qm {
 
 using AppLocale::text;
 
-// The slider counts steps of 0.05 s. In hundredths, because twelve times 0.05 is not 0.6 in binary.
+// The slider has steps of 0.05 s, counted in hundredths because twelve times 0.05 is not 0.6 in binary.
 static constexpr int stepHundredths = 5;
 
 static int sliderPosition(double seconds)
@@ -47,7 +47,7 @@ static QLabel *heading(const QString &title, bool first)
     return label;
 }
 
-// Where the keyboard does not say: what is printed on most.
+// The label on most keyboards, if the keyboard itself does not tell.
 static QString usualName(HotkeyModifier modifier)
 {
     switch (modifier) {
@@ -77,7 +77,7 @@ GeneralForm::GeneralForm(TaskQueue &main, std::function<void()> changed, KeyList
 QWidget *GeneralForm::makeForm()
 {
     auto *content = new QWidget;
-    auto *top = new QVBoxLayout(content); // a higher window leaves room below, not between the rows
+    auto *top = new QVBoxLayout(content); // a taller window adds space below, not between the rows
     top->setContentsMargins(24, 18, 24, 12);
     auto *form = new QFormLayout;
     top->addLayout(form);
@@ -90,7 +90,7 @@ QWidget *GeneralForm::makeForm()
     addStorage(*form);
     addHotkey(*form);
 
-    form->addRow(heading(text(u"Index", u"インデックス"), false));
+    form->addRow(heading(text(u"Index", u"索引"), false));
     m_autoOcr = new QCheckBox(text(u"Auto-OCR after capture", u"撮影後に自動でOCRする"));
     connect(m_autoOcr, &QCheckBox::clicked, this, [this](bool on) {
         m_state.autoOcr = on;
@@ -206,7 +206,7 @@ QWidget *GeneralForm::makeFooter()
     m_revert->setAutoDefault(false);
     m_save = new QPushButton(text(u"Save", u"保存"));
     m_save->setDefault(true);
-    m_save->setAutoDefault(false); // or the dialog takes the default away with the focus
+    m_save->setAutoDefault(false); // otherwise focus changes would move the dialog's default button
     connect(m_revert, &QPushButton::clicked, this, [this] { revert(); });
     connect(m_save, &QPushButton::clicked, this, [this] { save(); });
     layout->addWidget(m_messageIcon);
@@ -246,7 +246,7 @@ void GeneralForm::revert()
     scheduleRefresh();
 }
 
-// A folder that holds another machine's settings: joining it takes them over, except for what was changed here by hand.
+// The folder may hold another machine's settings: joining adopts them, except for what was changed here by hand.
 void GeneralForm::cloudCommitted()
 {
     const std::optional<QString> folder = folderFromText(m_state.cloud);
@@ -302,8 +302,7 @@ void GeneralForm::refresh()
     }
     m_modifier->setCurrentIndex(int(m_state.hotkey.modifier));
     {
-        const QSignalBlocker blocker(
-            m_threshold); // a value between the steps stays as it is until somebody moves the slider
+        const QSignalBlocker blocker(m_threshold); // a value between the steps stays until the user moves the slider
         m_threshold->setValue(sliderPosition(m_state.hotkey.holdThreshold));
     }
     m_thresholdValue->setText(QString::asprintf("%.2f s", m_state.hotkey.holdThreshold));
@@ -341,7 +340,7 @@ void GeneralForm::refreshFooter()
 void GeneralForm::showEvent(QShowEvent *event)
 {
     QWidget::showEvent(event);
-    m_message = Message::none; // of another day
+    m_message = Message::none; // an old message no longer applies
     reload();
 }
 
@@ -359,7 +358,7 @@ void GeneralForm::changeEvent(QEvent *event)
     QWidget::changeEvent(event);
 }
 
-// Scrolling the form must not turn what happens to come under the pointer.
+// The wheel scrolls the form and must not change a control that happens to come under the pointer.
 bool GeneralForm::eventFilter(QObject *object, QEvent *event)
 {
     if (event->type() == QEvent::Wheel && !static_cast<QWidget *>(object)->hasFocus()) {

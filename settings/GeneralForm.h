@@ -19,8 +19,8 @@ namespace qm {
 class FolderField;
 class KeyTest;
 
-// The "Settings" tab. Edits a copy of the settings; save() writes it. What is not saved outlives hiding, and whatever the
-// user has not touched follows the files each time the form comes into view. Main thread.
+// The "Settings" tab. Edits a copy of the settings; save() writes it. Unsaved edits survive hiding, and values the user
+// has not touched are updated from the files whenever the form is shown. Main thread.
 class GeneralForm : public QWidget
 {
 public:
@@ -46,7 +46,7 @@ private:
     void revert();
     void cloudCommitted();
     void askForSource();
-    void edited(); // after every change by the user
+    void edited(); // call after every change by the user
     void scheduleRefresh();
     void refresh();
     void refreshFooter();
@@ -55,7 +55,7 @@ private:
     std::function<void()> m_changed;
     KeyListener m_listener;
     GeneralSettings m_state;
-    GeneralSettings m_saved; // as the files have it
+    GeneralSettings m_saved; // as in the files
     QString m_sourceWhenEmpty;
     Message m_message = Message::none;
     QString m_failure;

@@ -78,7 +78,7 @@ void GeneralSettings::follow(const GeneralSettings &before, const GeneralSetting
         hotkey.holdThreshold = now.hotkey.holdThreshold;
 }
 
-// What governs once the shared file has no such key: the local file then has its say.
+// The settings in force once the shared file lacks the key: those of the local file.
 static QJsonObject behindSharedFile(const QString &cloud)
 {
     QJsonObject rest;

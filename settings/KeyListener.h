@@ -8,12 +8,12 @@
 
 namespace qm {
 
-// What the settings window has to know of the application's key listener, handed in by the application. Main thread.
+// The settings window's access to the application's key listener, passed in by the application. Main thread.
 struct KeyListener {
-    std::function<std::optional<KeyMonitor::Started>()> started; // nothing: this system has none
-    std::function<QString(int keyCode)> keyName;                 // as this keyboard calls it; may be empty
-    // While a test lasts, gestures with the given key go to recognized and nothing is captured. A second begin replaces
-    // the first.
+    std::function<std::optional<KeyMonitor::Started>()> started; // std::nullopt if this system has none
+    std::function<QString(int keyCode)> keyName;                 // label on this keyboard; may be empty
+    // During a test, gestures with the given key go to recognized and nothing is captured. A second begin replaces the
+    // first.
     std::function<void(const Hotkey &hotkey, std::function<void(HotkeyGesture)> recognized)> beginTest;
     std::function<void()> endTest;
 };

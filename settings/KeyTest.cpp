@@ -29,7 +29,7 @@ KeyTest::KeyTest(TaskQueue &main, KeyListener listener)
     m_toggle->setCheckable(true);
     m_toggle->setAutoDefault(false);
     m_toggle->setMinimumWidth(m_toggle->sizeHint().width() + 20);
-    m_toggle->setToolTip(AppLocale::text(u"While this is down, the trigger key captures nothing",
+    m_toggle->setToolTip(AppLocale::text(u"While this is on, the trigger key captures nothing",
                                          u"オンの間、トリガーキーを押しても撮影されません"));
     m_state->setWordWrap(true);
     m_state->setAlignment(Qt::AlignLeft | Qt::AlignTop);
@@ -107,20 +107,19 @@ void KeyTest::refresh()
     const bool running = started == KeyMonitor::Started::yes;
     QString state;
     if (running)
-        state = AppLocale::text(u"Quillmere hears the trigger key.", u"トリガーキーを待ち受けています。");
+        state = AppLocale::text(u"Quillmere is listening for the trigger key.", u"トリガーキーを待ち受けています。");
     else if (started == KeyMonitor::Started::notYet)
-        state = AppLocale::text(u"The trigger key is not heard yet. Allow Quillmere to listen to the keyboard in the "
-                                "system's privacy settings; it then starts by itself.",
+        state = AppLocale::text(u"The trigger key does not work yet. Allow Quillmere to monitor the keyboard in the "
+                                "system's privacy settings; the key then works at once.",
                                 u"まだトリガーキーを受け取れません。システムのプライバシー設定で Quillmere "
                                 "にキー入力の監視を許可すると、自動的に始まります。");
     else
-        state =
-            AppLocale::text(u"The trigger key cannot be heard in this session. In your desktop's keyboard settings, "
-                            "make shortcuts for the commands “quillmere capture-region” and “quillmere "
-                            "capture-window”.",
-                            u"このセッションではトリガーキーを受け取れません。デスクトップのキーボード設定で"
-                            "「quillmere capture-region」と「quillmere capture-window」にショートカットを"
-                            "割り当ててください。");
+        state = AppLocale::text(u"The trigger key does not work in this session. In your desktop's keyboard settings, "
+                                "create shortcuts for the commands “quillmere capture-region” and “quillmere "
+                                "capture-window”.",
+                                u"このセッションではトリガーキーを受け取れません。デスクトップのキーボード設定で"
+                                "「quillmere capture-region」と「quillmere capture-window」にショートカットを"
+                                "割り当ててください。");
     if (m_state->text() != state)
         m_state->setText(state);
     m_toggle->setEnabled(running);
@@ -152,7 +151,7 @@ void KeyTest::changeEvent(QEvent *event)
     QWidget::changeEvent(event);
 }
 
-// A window in the dock is out of mind, but not hidden.
+// A minimised window is out of mind, but not hidden.
 bool KeyTest::eventFilter(QObject *object, QEvent *event)
 {
     if (event->type() == QEvent::WindowStateChange && window()->isMinimized())

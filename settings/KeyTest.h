@@ -12,16 +12,16 @@ namespace qm {
 
 class Lamp;
 
-// Says whether the trigger key is heard, and lets the user try it: while "Test the key" is down, gestures light a lamp and
-// nothing is captured. The test ends with the toggle, when the widget is hidden, and by itself 30 seconds after the last
-// gesture: a forgotten one would keep the key from its work. Main thread.
+// Shows whether the trigger key is heard, and lets the user try it: while "Test the key" is down, gestures light a lamp
+// and nothing is captured. The test ends with the toggle, when the widget is hidden, and by itself 30 seconds after the
+// last gesture: a forgotten test would disable the key. Main thread.
 class KeyTest : public QWidget
 {
 public:
     KeyTest(TaskQueue &main, KeyListener listener);
     ~KeyTest() override;
 
-    void setHotkey(const Hotkey &hotkey); // the one to test, saved or not
+    void setHotkey(const Hotkey &hotkey); // the key to test, saved or not
 
 protected:
     void showEvent(QShowEvent *event) override;

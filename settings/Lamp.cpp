@@ -27,7 +27,7 @@ void Lamp::setLit(bool lit)
     update();
 }
 
-// Black or white, by the luminance of WCAG 2.2 at which both are equally readable.
+// Black or white text: both are equally readable at this luminance (WCAG 2.2).
 static QColor readableOn(const QColor &color)
 {
     const auto linear = [](float c) { return c <= 0.04045F ? c / 12.92F : std::pow((c + 0.055F) / 1.055F, 2.4F); };

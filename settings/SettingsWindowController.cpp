@@ -72,7 +72,7 @@ void SettingsWindowController::show()
         m_window = std::make_unique<SettingsWindow>(m_main, m_changed, m_listener);
         const QSize room = WindowPlacement::activeScreenVisibleFrame().size() - QSize(40, 80);
         QSize size = m_window->sizeHint();
-        if (size.height() > room.height()) // the scroll bar must not take its width from the content
+        if (size.height() > room.height()) // the scroll bar must not take width from the content
             size.rwidth() += m_window->style()->pixelMetric(QStyle::PM_ScrollBarExtent, nullptr, m_window.get());
         m_window->resize(size.boundedTo(room));
         WindowPlacement::placeOnActiveScreen(*m_window, 48);

@@ -10,11 +10,11 @@ namespace qm {
 
 class SettingsWindow;
 
-// The settings window. Main thread; the window is made at the first show and kept.
+// The settings window. Main thread; the window is created on the first show and kept.
 class SettingsWindowController
 {
 public:
-    // main is where the window's times run; changed is called after settings were saved.
+    // main is where the window's times run; changed is called after settings have been saved.
     SettingsWindowController(TaskQueue &main, std::function<void()> changed, KeyListener listener);
     ~SettingsWindowController();
 

@@ -5,12 +5,12 @@
 
 namespace qm {
 
-// The language of every text a person sees. Any thread; chosen once per process.
+// The language of every text shown to the user. Any thread; determined once per process.
 namespace AppLocale {
 
 bool isJapanese();                                       // the first preferred language begins with "ja"
-bool isJapanese(const QStringList &preferredLanguages);  // the same rule for a given list; an empty one is English
-QString text(QStringView english, QStringView japanese); // the form to show
+bool isJapanese(const QStringList &preferredLanguages);  // the same for a given list; an empty list means English
+QString text(QStringView english, QStringView japanese); // picks the text to show
 
 } // namespace AppLocale
 } // namespace qm

@@ -12,9 +12,9 @@ IconButton::IconButton(const QString &symbol, const QString &help, QWidget *pare
     , m_symbol(symbol)
 {
     setToolTip(help);
-    setAccessibleName(help.section(QStringLiteral("  "), 0, 0)); // without the key
+    setAccessibleName(help.section(QStringLiteral("  "), 0, 0)); // without the shortcut
     setIconSize({18, 18});
-    setFocusPolicy(Qt::TabFocus); // a click leaves the keyboard with the canvas
+    setFocusPolicy(Qt::TabFocus); // a click leaves the keyboard focus with the canvas
     setSizePolicy(QSizePolicy::Preferred, QSizePolicy::Fixed);
     setMaximumWidth(sizeHint().width());
     tint();
@@ -25,7 +25,7 @@ void IconButton::setActive(bool active)
     if (m_active == active)
         return;
     m_active = active;
-    setCheckable(active); // for screen readers; a click asks, it does not toggle
+    setCheckable(active); // for screen readers; a click asks and does not toggle
     setChecked(active);
     tint();
 }
@@ -33,7 +33,7 @@ void IconButton::setActive(bool active)
 void IconButton::tint()
 {
     m_tinting = true;
-    setPalette({}); // what the window gives
+    setPalette({}); // the window's palette
     QPalette colors = palette();
     if (m_active) {
         const QColor accent = SystemLook::accent(colors);

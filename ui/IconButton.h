@@ -4,8 +4,8 @@
 
 namespace qm {
 
-// A button that shows a symbol in the palette's colours and says its name as help and to screen readers. Main thread.
-// It gives way a little where a window is narrow.
+// A button that shows a symbol in the palette's colours and gives its name to tool tips and screen readers. Main
+// thread. It shrinks slightly if the window is narrow.
 class IconButton : public QToolButton
 {
     Q_OBJECT
@@ -13,7 +13,7 @@ class IconButton : public QToolButton
 public:
     IconButton(const QString &symbol, const QString &help, QWidget *parent);
 
-    void setActive(bool active); // tinted with the accent colour; the one chosen of several
+    void setActive(bool active); // tinted with the accent colour, to mark the current choice
 
     QSize sizeHint() const override { return {30, 28}; }
     QSize minimumSizeHint() const override { return {24, 28}; }

@@ -8,13 +8,13 @@
 
 namespace qm {
 
-// Work on a thread of its own of which only the newest answer counts: a search while its user types, a picture for a view
-// that has moved on. Main thread, which also gets the answers.
+// Background work of which only the latest result counts: a search while the user types, a picture for a view that has
+// moved on. Main thread, which also receives the results.
 class LatestJob
 {
 public:
     LatestJob() { m_pool.setMaxThreadCount(1); }
-    // No answer comes any more; returns when the work in hand is done.
+    // No result arrives any more; returns when the current work is done.
     ~LatestJob()
     {
         drop();
@@ -22,17 +22,18 @@ public:
     }
     Q_DISABLE_COPY_MOVE(LatestJob)
 
-    // Runs work() on the thread, and then done(what it returned), unless something newer was started, or this is gone.
+    // Runs work() on the thread, then done(result) on the main thread unless something newer was started or this was
+    // destroyed.
     template<class Work, class Done>
     void start(Work work, Done done)
     {
-        m_pool.clear(); // what nobody waits for any more
+        m_pool.clear(); // drop work that is no longer wanted
         m_pool.start([work = std::move(work), answer = newest(std::move(done))] {
             QtQueue::main().post([answer, result = work()] { answer(result); });
         });
     }
 
-    // For work that somebody else does: calls done under the same conditions, on this thread.
+    // For asynchronous work done elsewhere: wraps done so that it runs under the same conditions, on this thread.
     template<class Done>
     auto newest(Done done)
     {
@@ -45,7 +46,7 @@ public:
         };
     }
 
-    void drop() // what is under way
+    void drop() // discards the current work
     {
         m_pool.clear();
         m_newest.reset();
@@ -53,7 +54,7 @@ public:
     bool isUnderWay() const { return bool(m_newest); }
 
 private:
-    std::shared_ptr<bool> m_newest; // lives as long as the newest answer is waited for
+    std::shared_ptr<bool> m_newest; // alive as long as the latest result is awaited
     QThreadPool m_pool;
 };
 

@@ -7,7 +7,7 @@
 #include <QPainter>
 #include <QSvgRenderer>
 
-// Outside any namespace, as the macro wants it: a static library's resources are linked only when asked for.
+// Outside any namespace, as the macro requires: a static library's resources are linked only on request.
 static void initSymbols()
 {
     Q_INIT_RESOURCE(symbols);
@@ -19,7 +19,7 @@ namespace {
 
 constexpr float disabledOpacity = 0.4F;
 
-// Draws its layers over each other, each an SVG of the whole symbol.
+// Draws its layers on top of each other, each an SVG of the whole symbol.
 class SymbolEngine : public QIconEngine
 {
 public:
@@ -50,7 +50,7 @@ public:
         return pixmap;
     }
 
-    // For whoever asks in advance, as the tray's protocol does.
+    // For callers that ask in advance, such as the tray protocol.
     QList<QSize> availableSizes(QIcon::Mode, QIcon::State) override
     {
         return {{16, 16}, {22, 22}, {24, 24}, {32, 32}, {44, 44}, {48, 48}, {64, 64}, {96, 96}};

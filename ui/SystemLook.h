@@ -6,16 +6,16 @@
 
 namespace qm {
 
-// The system's colours and fonts by their part in our windows. Main thread. What depends on the palette follows it into
-// the dark when asked again: a widget asks on QEvent::PaletteChange.
+// The system's colours and fonts by their role in our windows. Main thread. Whatever depends on the palette changes
+// with dark mode: widgets ask again on QEvent::PaletteChange.
 namespace SystemLook {
 
-inline constexpr QRgb red = 0xffff3b30; // of warnings
+inline constexpr QRgb red = 0xffff3b30; // for warnings
 
 bool isDark(const QPalette &palette);
 QColor accent(const QPalette &palette);
-QColor secondary(const QColor &text);          // for what stands back, on the same ground
-QColor secondaryText(const QPalette &palette); // of what stands back: captions, status lines
+QColor secondary(const QColor &text);          // for less prominent content on the same background
+QColor secondaryText(const QPalette &palette); // for less prominent content: captions, status lines
 QFont semiboldFont();                          // the general font
 
 } // namespace SystemLook

@@ -19,7 +19,7 @@ QRect WindowPlacement::activeScreenVisibleFrame()
 
 QPoint WindowPlacement::placed(const QRect &visibleFrame, QSize window, int topMargin)
 {
-    // A window larger than the frame keeps its upper left corner in reach.
+    // A window larger than the frame keeps its upper left corner reachable.
     const auto inside = [](int wanted, int from, int length, int room) {
         return std::max(from, std::min(wanted, from + room - length));
     };

@@ -7,15 +7,16 @@ class QWidget;
 
 namespace qm {
 
-// Where new windows appear: on the screen the user is working on. Main thread; Qt's screen coordinates, y down.
+// Places new windows on the screen the user is working on. Main thread; Qt's screen coordinates, y down.
 namespace WindowPlacement {
 
-// Of the screen with the pointer (the primary one when it is on none): what panels leave free.
+// The available area, without panels, of the screen with the pointer (the primary one if it is on none).
 QRect activeScreenVisibleFrame();
 
-// Centred in that frame, the window's top edge topMargin below the frame's top; moved so that it stays inside.
+// Centres the window horizontally in that frame, its top edge topMargin below the frame's; shifted if necessary to stay
+// inside.
 void placeOnActiveScreen(QWidget &window, int topMargin);
-QPoint placed(const QRect &visibleFrame, QSize window, int topMargin); // its top left corner
+QPoint placed(const QRect &visibleFrame, QSize window, int topMargin); // returns its top left corner
 
 } // namespace WindowPlacement
 } // namespace qm

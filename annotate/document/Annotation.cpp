@@ -6,7 +6,7 @@ namespace qm {
 
 bool Annotation::operator==(const Annotation &other) const
 {
-    // QRectF compares with a tolerance, which would let a cached picture miss a small step.
+    // QRectF compares with a tolerance, so a cached picture could miss a small step.
     return kind == other.kind && rect.x() == other.rect.x() && rect.y() == other.rect.y() &&
            rect.width() == other.rect.width() && rect.height() == other.rect.height() && color == other.color &&
            lineWidth == other.lineWidth && text == other.text && blurShape == other.blurShape &&

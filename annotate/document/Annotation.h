@@ -22,11 +22,12 @@ struct Annotation {
     Kind kind = Kind::line;
     // line, arrow: from the start point, its size signed (end minus start), never normalised.
     // rect, ellipse, blur: the box; its size may be negative while it is being drawn.
-    // text: the lower left of the line of text; the height is the font size, the width what the text measures.
+    // text: the box starts at the lower left of the line; its height is the font size, its width the measured text
+    // width.
     QRectF rect;
     QColor color;
     double lineWidth = 0;        // points
-    std::optional<QString> text; // of a text item
+    std::optional<QString> text; // text items only
     BlurShape blurShape = BlurShape::rect;
     double rotation = 0; // radians, counter-clockwise about the centre of rect; see rotates()
 
@@ -35,15 +36,15 @@ struct Annotation {
     QPointF start() const { return {rect.x(), rect.y()}; }
     QPointF end() const { return {rect.x() + rect.width(), rect.y() + rect.height()}; }
     bool isLinear() const { return kind == Kind::line || kind == Kind::arrow; }
-    bool rotates() const { return rotation != 0 && !isLinear(); } // the rotation of a line or arrow means nothing
-    double fontSize() const;                                      // points; of a text item
+    bool rotates() const { return rotation != 0 && !isLinear(); } // rotation is ignored for lines and arrows
+    double fontSize() const;                                      // points; text items only
 };
 
-// What is edited: a picture that is never changed, the part of it that is kept, and the items, the last one topmost.
-// A value; copies share the pixels and the list.
+// The document being edited: a picture that never changes, the part of it that is kept, and the items, topmost last. A
+// value; copies share the pixels and the list.
 struct AnnotationDoc {
     Image source;
-    std::optional<QRectF> crop; // points; the whole picture without it
+    std::optional<QRectF> crop; // points; without it, the whole picture
     QList<Annotation> items;
 };
 
@@ -54,8 +55,8 @@ inline constexpr std::array allAnnotationTools{
     AnnotationTool::arrow,  AnnotationTool::rect, AnnotationTool::ellipse, AnnotationTool::blur,
 };
 
-inline constexpr QRgb annotationRed = 0xffff3b30; // of new items: the same on every system, as pictures travel
+inline constexpr QRgb annotationRed = 0xffff3b30; // for new items; the same on every system, as pictures travel
 
-double defaultFontSize(double lineWidth); // points; of text that says no size of its own
+double defaultFontSize(double lineWidth); // points; for text that has no size of its own
 
 } // namespace qm

@@ -6,15 +6,15 @@
 
 namespace qm {
 
-// Magnification over the fitted size, and by how much the picture's centre is shifted, in view points.
+// Magnification relative to the fitted size, and the offset of the picture's centre in view points.
 struct CanvasZoom {
     double zoom = 1;
     QPointF pan;
 
     static constexpr double least = 0.2, most = 8;
-    // What is under the given view point stays there; near 1 the picture snaps to its fitted place.
+    // Keeps the image point under the given view point in place; near 1 the picture snaps to its fitted position.
     CanvasZoom zoomedAbout(QPointF point, double zoom, QSizeF view, const QRectF &region) const;
-    // At most so far that the picture's near edge reaches the far edge of where it fits.
+    // Stops when the picture's near edge reaches the far edge of its fitted rectangle.
     CanvasZoom panned(QPointF by, QSizeF view, const QRectF &region) const;
 };
 

@@ -7,8 +7,8 @@
 
 namespace qm {
 
-// What an editor window holds, and everything that can happen to it. A value without widgets. Main thread, by its use.
-// selectedIndex may name an item that an undo took away; every use checks it.
+// The state of an editor window and every operation on it. A plain value without widgets, used on the main thread.
+// selectedIndex may be out of range after an undo; every use checks it.
 struct EditorState {
     AnnotationDoc doc;
     AnnotationTool tool = AnnotationTool::arrow;
@@ -16,14 +16,14 @@ struct EditorState {
     double lineWidth = 7; // points
     Annotation::BlurShape blurShape = Annotation::BlurShape::rect;
     double zoom = 1;
-    QList<AnnotationDoc> undoStack, redoStack; // whole documents, newest last; they share what did not change
+    QList<AnnotationDoc> undoStack, redoStack; // whole documents, newest last; unchanged data is shared
     std::optional<int> selectedIndex;
     QString statusText;
 
-    const Annotation *selectedItem() const; // null without a selection that names an item
+    const Annotation *selectedItem() const; // null if the selection names no item
     ItemStyle style() const { return {color, lineWidth, blurShape}; }
 
-    // Called before each change of the document, except by those below that say otherwise.
+    // Call before each change of the document; the exceptions below say so.
     void pushUndo();
     bool canUndo() const { return !undoStack.isEmpty(); }
     bool canRedo() const { return !redoStack.isEmpty(); }
@@ -31,10 +31,10 @@ struct EditorState {
     void redo();
 
     void deleteSelected();
-    // Steps of the selected item with nothing else between share an undo entry while each follows within a second.
-    // now is on any clock.
+    // Consecutive nudges of the selected item share one undo entry as long as each follows within a second. now may
+    // come from any clock.
     void nudgeSelected(QPointF by, std::chrono::milliseconds now);
-    // For new items, and at once for the selected one: no undo entry, or a slider would fill the list.
+    // Apply to new items and to the selected one; no undo entry, or dragging a slider would flood the list.
     void setColor(const QColor &color);
     void setLineWidth(double width);
 
@@ -45,7 +45,7 @@ struct EditorState {
 
     struct Nudge {
         std::optional<int> index;
-        QList<Annotation> items; // after it
+        QList<Annotation> items; // as the nudge left them
         std::chrono::milliseconds when;
     };
     std::optional<Nudge> lastNudge;

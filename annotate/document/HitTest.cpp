@@ -65,7 +65,7 @@ std::optional<QPointF> HitTest::fixedCornerFor(const Annotation &item, QPointF p
         return std::nullopt;
     const QRectF box = item.rect.normalized();
     const std::pair<QPointF, QPointF> corners[] = {
-        // QRectF's names have y down: its top is the lower edge here.
+        // QRectF assumes y down: its top is the lower edge here.
         {box.topLeft(), box.bottomRight()},
         {box.topRight(), box.bottomLeft()},
         {box.bottomLeft(), box.topRight()},

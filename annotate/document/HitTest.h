@@ -4,8 +4,8 @@
 
 namespace qm {
 
-// What lies under the pointer. Points are the document's; scale is image points per view point, so that what can be hit
-// is as large on the screen at every zoom.
+// Finds what lies under the pointer. Points are in document coordinates; scale is image points per view point, which
+// keeps tolerances constant on screen at every zoom.
 namespace HitTest {
 
 // The topmost item at point.
@@ -15,11 +15,11 @@ bool hits(const Annotation &item, QPointF point, double scale);
 enum class EndPoint { none, start, end };
 EndPoint endPointAt(const Annotation &item, QPointF point, double scale); // of a line or arrow; the start wins
 
-// The point that stays put when the corner at point is dragged; nothing away from the corners, for a line or arrow, and
-// for a rotated item.
+// The corner that stays fixed while the corner at point is dragged; std::nullopt away from the corners, and for lines,
+// arrows and rotated items.
 std::optional<QPointF> fixedCornerFor(const Annotation &item, QPointF point, double scale);
 
-// Whether a view point is on the rotation handle; never for a line or arrow.
+// True if a view point is on the rotation handle; always false for a line or arrow.
 bool onRotationHandle(const Annotation &item, QPointF viewPoint, const CanvasMapping &mapping);
 
 } // namespace HitTest

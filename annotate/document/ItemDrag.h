@@ -6,19 +6,19 @@
 
 namespace qm {
 
-// An edit of an item by dragging, from the press on. A value; what it does to the item it only returns.
+// Editing an item by dragging, from the press on. A value: it never modifies the item but returns the edited copy.
 struct ItemDrag {
     int index = 0;
     DragMode mode = DragMode::none;
-    QPointF moveStartImg;                     // where it began, image
-    QRectF moveOriginalRect;                  // of the item then
-    std::optional<QPointF> resizeFixedCorner; // image
-    double rotateStartAngle = 0;              // of the pointer about the item's centre then, in the view
-    double rotateOrigRotation = 0;            // of the item then
+    QPointF moveStartImg;                     // image points
+    QRectF moveOriginalRect;                  // at the start of the drag
+    std::optional<QPointF> resizeFixedCorner; // image points
+    double rotateStartAngle = 0;              // of the pointer about the item's centre at the start, in the view
+    double rotateOrigRotation = 0;            // at the start of the drag
 
     static ItemDrag begun(const PressTarget &target, const Annotation &item, QPointF view,
-                          const CanvasMapping &mapping); // target names the item
-    // The item as it is with the pointer at a view point, and as it was.
+                          const CanvasMapping &mapping); // target must name the item
+    // The item with the pointer at a view point, and the item as it was before the drag.
     Annotation dragged(Annotation item, QPointF view, const CanvasMapping &mapping) const;
     Annotation restored(Annotation item) const;
 };

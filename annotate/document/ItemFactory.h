@@ -4,7 +4,7 @@
 
 namespace qm {
 
-// What new items look like: the editor's current choices.
+// Style of new items: the editor's current choices.
 struct ItemStyle {
     QColor color = QColor::fromRgb(annotationRed);
     double lineWidth = 3; // points
@@ -14,13 +14,14 @@ struct ItemStyle {
 // New items. Points are in the document's coordinates.
 namespace ItemFactory {
 
-// What a drag with the tool draws. The size is signed and not normalised. A tool that draws nothing gives a rectangle.
+// The item that a drag with the tool draws. Its size is signed, not normalised. Tools that draw nothing yield a
+// rectangle.
 Annotation dragged(AnnotationTool tool, QPointF start, QPointF current, const ItemStyle &style);
 
-// Text whose line begins at origin, at the size that goes with the line width.
+// Text starting at origin; the line width determines the font size.
 Annotation text(const QString &text, QPointF origin, const ItemStyle &style);
 
-// A text item that says something else, at the same place and size.
+// The text item with different text, at the same place and size.
 Annotation withText(Annotation item, const QString &text);
 
 } // namespace ItemFactory

@@ -6,11 +6,11 @@
 
 namespace qm {
 
-// What a press with the select tool takes hold of. Points are view points.
+// What a press with the select tool grabs. Points are view points.
 struct PressTarget {
-    std::optional<int> index; // of the item; none: the press hits nothing
+    std::optional<int> index; // std::nullopt if the press hits no item
     DragMode mode = DragMode::none;
-    std::optional<QPointF> fixedCorner; // image; while resizing
+    std::optional<QPointF> fixedCorner; // image points; only while resizing
 
     static PressTarget at(QPointF view, const QList<Annotation> &items, std::optional<int> selected,
                           const CanvasMapping &mapping);

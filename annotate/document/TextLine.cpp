@@ -25,18 +25,18 @@ TextLine::TextLine(const QString &text)
     m_descent = QFontMetricsF(font).descent();
 
     QString line = text;
-    for (QChar &c : line) { // one line, whatever was pasted
+    for (QChar &c : line) { // keep to one line, whatever was pasted
         if (c == u'\n' || c == u'\r' || c == QChar::LineSeparator || c == QChar::ParagraphSeparator)
             c = u' ';
     }
     QTextLayout layout(line, font);
-    QTextOption option; // not by design metrics: they know nothing of glyphs that are pictures
+    QTextOption option; // no design metrics: they ignore picture glyphs
     option.setWrapMode(QTextOption::NoWrap);
     layout.setTextOption(option);
     layout.beginLayout();
     QTextLine textLine = layout.createLine();
     if (textLine.isValid()) {
-        textLine.setLineWidth(1e7); // room enough that right-to-left text is not broken either
+        textLine.setLineWidth(1e7); // wide enough that right-to-left text does not wrap either
         textLine.setPosition({0, 0});
     }
     layout.endLayout();
@@ -44,7 +44,7 @@ TextLine::TextLine(const QString &text)
         return;
 
     m_width = textLine.horizontalAdvance();
-    // Right-to-left text is laid out against the right end of the room.
+    // Right-to-left text is aligned with the right end of the line's width.
     const QPointF origin(qMin(textLine.cursorToX(0), textLine.cursorToX(int(line.size()))), textLine.ascent());
     const QList<QGlyphRun> runs = textLine.glyphRuns();
     m_outline.setFillRule(Qt::WindingFill);
@@ -52,7 +52,7 @@ TextLine::TextLine(const QString &text)
         const QRawFont rawFont = run.rawFont();
         const QList<quint32> glyphs = run.glyphIndexes();
         const QList<QPointF> positions = run.positions();
-        // Fonts of bitmaps (OpenType 1.9, CBLC) must not even be asked for an outline: FreeType then forgets their size.
+        // Never ask bitmap fonts (OpenType 1.9, CBLC) for an outline: it makes FreeType forget their size.
         const bool pictured = !rawFont.fontTable("CBLC").isEmpty();
         QGlyphRun picture;
         QList<quint32> pictureGlyphs;

@@ -6,9 +6,9 @@
 
 namespace qm {
 
-// One line of text in the system's font at semibold, as the picture shows it. Main thread; needs a QGuiApplication.
-// It is laid out once, at 100 pixels and without hinting, and everything else is that layout scaled: fonts only come in
-// whole pixel sizes, and a text must not change its proportions with its size or with the scale it is drawn at.
+// A line of text in the system font at semibold, as it appears in the picture. Main thread; needs a QGuiApplication.
+// The text is laid out once, at 100 pixels without hinting, and scaled from there: fonts come only in whole pixel
+// sizes, and the proportions must not change with the text size or the drawing scale.
 class TextLine
 {
 public:
@@ -16,12 +16,12 @@ public:
 
     explicit TextLine(const QString &text);
 
-    // All in pixels of the layout, from the left end of the baseline, y down.
-    double width() const { return m_width; }     // what the text advances, blanks at its end included
-    double descent() const { return m_descent; } // of the font, whatever the text
+    // All in layout pixels, from the left end of the baseline, y down.
+    double width() const { return m_width; }     // advance width, including trailing blanks
+    double descent() const { return m_descent; } // of the font, independent of the text
     const QPainterPath &outline() const { return m_outline; }
-    const QList<QGlyphRun> &pictures() const { return m_pictures; } // glyphs that have no outline: coloured ones
-    QRectF bounds() const;                                          // of all that is painted
+    const QList<QGlyphRun> &pictures() const { return m_pictures; } // glyphs without an outline, such as colour emoji
+    QRectF bounds() const;                                          // of everything painted
 
 private:
     double m_width = 0;
@@ -30,7 +30,7 @@ private:
     QList<QGlyphRun> m_pictures;
 };
 
-// Points that the text takes, set at the font size (points, at least 1); at least 20.
+// Width of the text in points at the given font size (points, raised to at least 1); never less than 20.
 double measureTextWidth(const QString &text, double fontSize);
 
 } // namespace qm

@@ -13,27 +13,27 @@ namespace qm {
 
 class AnnotationCanvasView;
 
-// Joins a canvas view with the editor's state: a value made anew from the state at each change of it. Main thread.
+// Binds a canvas view to the editor's state; rebuilt from the state on every change. Main thread.
 struct AnnotationCanvas {
     Binding<AnnotationDoc> doc;
     AnnotationTool tool = AnnotationTool::select;
-    QColor color; // these three are for new items
+    QColor color; // this and the next two apply to new items
     double lineWidth = 0;
     Annotation::BlurShape blurShape = Annotation::BlurShape::rect;
     Binding<double> zoom;
     Binding<std::optional<int>> selection;
-    std::function<void()> onSnapshot; // before a change of the document
-    std::function<void()> onDelete;   // of the selected item
+    std::function<void()> onSnapshot; // called before the document changes
+    std::function<void()> onDelete;   // deletes the selected item
 
     struct Coordinator;
 
-    // Once: the view, whose callbacks go through the coordinator, which must outlive it.
+    // Called once. Creates the view; its callbacks go through the coordinator, which must outlive it.
     AnnotationCanvasView *make(Coordinator &coordinator, QWidget *parent) const;
-    // From then on, never from within one of the view's callbacks: state to view.
+    // Pushes the state to the view. Never call it from within one of the view's callbacks.
     void update(AnnotationCanvasView &view, Coordinator &coordinator) const;
 };
 
-// Keeps the latest of them, so that the view's callbacks reach the latest bindings.
+// Holds the latest AnnotationCanvas, so that the view's callbacks reach the current bindings.
 struct AnnotationCanvas::Coordinator {
     AnnotationCanvas parent;
 };

@@ -1,4 +1,4 @@
-// What a person does with the canvas.
+// User input on the canvas.
 #include "annotate/editor/AnnotationCanvasView.h"
 
 #include "annotate/editor/TextEntry.h"
@@ -12,9 +12,9 @@
 
 namespace qm {
 
-static constexpr double leastDrag = 3;          // image points; anything shorter was no drag
-static constexpr double pointsPerLine = 16;     // of a wheel's notch, which counts in lines
-static constexpr double preciseZoomStep = 0.01; // a point of a trackpad
+static constexpr double leastDrag = 3;          // image points; anything shorter is not a drag
+static constexpr double pointsPerLine = 16;     // wheel notches count lines
+static constexpr double preciseZoomStep = 0.01; // per point of trackpad movement
 static constexpr double notchZoomStep = 0.05;
 
 static bool drawsBox(AnnotationTool tool)
@@ -23,7 +23,7 @@ static bool drawsBox(AnnotationTool tool)
            tool == AnnotationTool::blur;
 }
 
-// Of the box's corners, those that lie against a fixed one to the lower left or upper right run along the diagonal "/".
+// Corners to the lower left or upper right of the fixed one resize along the "/" diagonal.
 static Qt::CursorShape resizeShape(const Annotation &item, QPointF fixedCorner)
 {
     if (item.kind == Annotation::Kind::text)
@@ -61,7 +61,7 @@ Qt::CursorShape AnnotationCanvasView::cursorShape() const
     return Qt::ArrowCursor;
 }
 
-// During an edit the pointer keeps the shape it was pressed with.
+// During a drag the pointer keeps the shape it had at the press.
 void AnnotationCanvasView::updateCursor()
 {
     const Qt::CursorShape shape = cursorShape();
@@ -85,7 +85,7 @@ void AnnotationCanvasView::mousePressEvent(QMouseEvent *event)
 
 void AnnotationCanvasView::beginDrag(QPointF view)
 {
-    commitText(); // a text left open takes its place before anything else happens
+    commitText(); // an open text takes its place before anything else happens
     const QPointF image = mapping().toImage(view);
     if (tool == AnnotationTool::text)
         return openText(image, std::nullopt);
@@ -200,7 +200,7 @@ void AnnotationCanvasView::mouseDoubleClickEvent(QMouseEvent *event)
 
 void AnnotationCanvasView::wheelEvent(QWheelEvent *event)
 {
-    // What X11 calls pixels are units of the driver's own.
+    // On X11 pixelDelta comes in driver-specific units.
     const bool precise = !event->pixelDelta().isNull() && QGuiApplication::platformName() != QLatin1String("xcb");
     const QPointF notches = QPointF(event->angleDelta()) / QWheelEvent::DefaultDeltasPerStep;
     if (event->modifiers() & Qt::ControlModifier) {
@@ -231,7 +231,7 @@ bool AnnotationCanvasView::event(QEvent *event)
             return true;
         }
     }
-    if (event->type() == QEvent::ScreenChangeInternal) // to one of another scale, it may be
+    if (event->type() == QEvent::ScreenChangeInternal) // possibly to a screen with another scale
         redisplay();
     return QWidget::event(event);
 }
@@ -240,7 +240,7 @@ void AnnotationCanvasView::keyPressEvent(QKeyEvent *event)
 {
     const bool deletes = event->key() == Qt::Key_Backspace || event->key() == Qt::Key_Delete;
     if (deletes && selectedIndex) {
-        endDrag(); // of an item that is about to go
+        endDrag(); // of an item that is about to be deleted
         if (onDelete)
             onDelete();
         return;

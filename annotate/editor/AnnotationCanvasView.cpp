@@ -18,7 +18,7 @@ AnnotationCanvasView::AnnotationCanvasView(QWidget *parent)
     : QWidget(parent)
 {
     setFocusPolicy(Qt::StrongFocus);
-    setMouseTracking(true); // the pointer's shape says what a press would do
+    setMouseTracking(true); // the cursor shape hints at what a press would do
     setAttribute(Qt::WA_OpaquePaintEvent);
     setSizePolicy(QSizePolicy::Expanding, QSizePolicy::Expanding);
     setMinimumSize(120, 90);
@@ -39,7 +39,7 @@ AnnotationDoc AnnotationCanvasView::shownDoc() const
 {
     AnnotationDoc shown = doc;
     if (m_text && names(m_text->index))
-        shown.items[*m_text->index].text = QString(); // its field stands for it
+        shown.items[*m_text->index].text = QString(); // the text field replaces it
     if (m_draft)
         shown.items.append(*m_draft);
     return shown;
@@ -53,7 +53,7 @@ void AnnotationCanvasView::redisplay()
 void AnnotationCanvasView::display(CanvasFrame::Resolution resolution)
 {
     if (!isVisible())
-        return; // comes when it is shown
+        return; // showEvent() will render
     update(m_frame.show(shownDoc(), mapping(), size(), devicePixelRatioF(), resolution));
     if (m_frame.isExact())
         m_sharpen.stop();
@@ -146,7 +146,7 @@ void AnnotationCanvasView::placeText()
 {
     if (!m_text)
         return;
-    const QPointF corner = toWidget().map(mapping().toView(m_text->origin)); // its lower left one
+    const QPointF corner = toWidget().map(mapping().toView(m_text->origin)); // lower left
     m_text->field->move(qRound(corner.x()), qRound(corner.y()) - m_text->field->height());
 }
 
@@ -156,7 +156,7 @@ AnnotationCanvasView::OpenText AnnotationCanvasView::closeText()
     if (closed.field->hasFocus())
         setFocus();
     closed.field->hide();
-    closed.field->deleteLater(); // it may be its own key that closes it
+    closed.field->deleteLater(); // deferred: one of its own key events may be closing it
     return closed;
 }
 

@@ -17,9 +17,9 @@ namespace qm {
 
 class TextEntry;
 
-// Shows a document and lets it be edited with the mouse and the keyboard. Main thread.
-// It holds a copy of the document and no history: every change is reported, and comes back with the next document.
-// View points have their origin at the lower left, y up; where a member takes Qt's, y down, it says so.
+// Shows a document and lets the user edit it with mouse and keyboard. Main thread. It holds a copy of the document and
+// no history: every change is reported and comes back with the next document. View points have their origin at the
+// lower left, y up; members that take Qt's coordinates (y down) say so.
 class AnnotationCanvasView : public QWidget
 {
     Q_OBJECT
@@ -28,40 +28,40 @@ public:
     explicit AnnotationCanvasView(QWidget *parent = nullptr);
     ~AnnotationCanvasView() override;
 
-    // Set from outside, followed by redisplay().
+    // Set from outside; call redisplay() afterwards.
     AnnotationDoc doc;
     AnnotationTool tool = AnnotationTool::select;
-    QColor strokeColor = QColor::fromRgb(annotationRed); // these three are for new items
+    QColor strokeColor = QColor::fromRgb(annotationRed); // this and the next two apply to new items
     double strokeWidth = 3;                              // points
     Annotation::BlurShape blurShape = Annotation::BlurShape::rect;
-    std::optional<int> selectedIndex; // may name no item; every use checks it
+    std::optional<int> selectedIndex; // may be out of range; every use checks it
 
-    // Each may be empty. None may change this view or delete it before it returns.
-    std::function<void(const Annotation &)> onCommit;              // a new finished item
+    // Any of these may be empty. They must not modify or delete this view before they return.
+    std::function<void(const Annotation &)> onCommit;              // a finished new item
     std::function<void(const QRectF &)> onCrop;                    // image points
-    std::function<void(const QList<Annotation> &)> onReplaceItems; // after each step of an edit
+    std::function<void(const QList<Annotation> &)> onReplaceItems; // after each step of a drag
     std::function<void()> onSnapshot;                              // before an existing item changes
-    std::function<void(double)> onZoomChanged;                     // by the wheel or a pinch
-    std::function<void(std::optional<int>)> onSelect;              // by a press with the select tool
-    std::function<void()> onDelete;                                // the delete key, with a selection
+    std::function<void(double)> onZoomChanged;                     // by wheel or pinch
+    std::function<void(std::optional<int>)> onSelect;              // on a press with the select tool
+    std::function<void()> onDelete;                                // on Delete or Backspace, if an item is selected
 
-    void redisplay(); // paints what changed
+    void redisplay(); // repaints what changed
 
     double zoom() const { return m_zoom.zoom; } // magnification over the fitted size
     QPointF panOffset() const { return m_zoom.pan; }
-    void zoomAbout(QPointF point, double zoom); // the image point at a view point stays there; clamped, snaps to 1
+    void zoomAbout(QPointF point, double zoom); // keeps the image point at the view point in place; clamped, snaps to 1
     CanvasMapping mapping() const;
 
-    // What is going on between a press and its release.
+    // State between a press and its release.
     const std::optional<Annotation> &draft() const { return m_draft; }
     DragMode dragMode() const { return m_itemDrag ? m_itemDrag->mode : DragMode::none; }
     bool isDragging() const { return m_dragStart || m_itemDrag || m_panFrom; }
-    bool cancelDrag(); // as it was before the press; false when there is none
-    void endDrag();    // as it is now
+    bool cancelDrag(); // restores the state before the press; false if no drag is under way
+    void endDrag();    // finishes the drag where it is
 
-    // The text being typed.
+    // The text field, if one is open.
     QLineEdit *textField() const;
-    void commitText(); // nothing without a field
+    void commitText(); // no effect without a field
     bool cancelText(); // false without a field
 
 protected:
@@ -82,22 +82,22 @@ protected:
 
 private:
     struct DrawingDrag {
-        QPointF start; // image
+        QPointF start; // image points
         AnnotationTool tool;
     };
     struct OpenText {
         QPointer<TextEntry> field;
-        QPointF origin;           // image
-        std::optional<int> index; // of the item edited; none for a new one
+        QPointF origin;           // image points
+        std::optional<int> index; // of the item being edited; empty for a new one
     };
 
-    QPointF toView(QPointF widget) const { return {widget.x(), height() - widget.y()}; } // from Qt's, y down
+    QPointF toView(QPointF widget) const { return {widget.x(), height() - widget.y()}; } // from Qt's y down
     QTransform toWidget() const { return {1, 0, 0, -1, 0, double(height())}; }
     AnnotationDoc shownDoc() const;
     void display(CanvasFrame::Resolution resolution);
     void updateMarks();
     void updateCursor();
-    Qt::CursorShape cursorShape() const; // says what a press would do
+    Qt::CursorShape cursorShape() const; // hints at what a press would do
     bool names(std::optional<int> index) const { return index && *index >= 0 && *index < doc.items.size(); }
 
     void beginDrag(QPointF view);
@@ -110,7 +110,7 @@ private:
     void openText(QPointF origin, const std::optional<int> &index);
     std::optional<int> textAt(QPointF view) const;
     void placeText();
-    OpenText closeText(); // with its field, about to go
+    OpenText closeText(); // returned with its field, which is about to be deleted
 
     ItemStyle style() const { return {strokeColor, strokeWidth, blurShape}; }
 
@@ -118,14 +118,14 @@ private:
     std::optional<DrawingDrag> m_dragStart;
     std::optional<Annotation> m_draft;
     std::optional<ItemDrag> m_itemDrag;
-    std::optional<QPointF> m_panFrom; // view
+    std::optional<QPointF> m_panFrom; // view points
     bool m_spaceHeld = false;
-    QPointF m_pointer; // view; where it was last seen
+    QPointF m_pointer; // view points; last known position
     std::optional<OpenText> m_text;
 
     CanvasFrame m_frame;
-    QTimer m_sharpen;  // renders at the new resolution once a zoom or a resize rests
-    QRect m_marksRect; // where the selection is shown, Qt's coordinates
+    QTimer m_sharpen;  // renders at the new resolution once zooming or resizing pauses
+    QRect m_marksRect; // area of the selection marks, in Qt's coordinates
 };
 
 } // namespace qm

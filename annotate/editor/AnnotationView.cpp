@@ -50,7 +50,8 @@ AnnotationView::AnnotationView(const AnnotationDoc &doc, const QString &sourcePa
     refresh();
 }
 
-// Shortcuts, not keys of the view: they work on keyboards without Latin letters, and a text field keeps what it can use.
+// QShortcuts rather than key events: they work on keyboards without Latin letters, and a text field keeps what it can
+// use.
 void AnnotationView::addShortcuts()
 {
     const auto add = [this](const QKeySequence &keys, auto action) {
@@ -64,7 +65,7 @@ void AnnotationView::addShortcuts()
         const auto choose = [this, tool] { change([&] { m_state.tool = tool; }); };
         add(EditorToolBar::key(tool), choose);
         if (EditorToolBar::key(tool) == Qt::Key_Backslash)
-            add(Qt::Key_yen, choose); // the same key of a Japanese keyboard
+            add(Qt::Key_yen, choose); // the same key on a Japanese keyboard
     }
     add(Qt::CTRL | Qt::Key_Z, [this] { undo(); })->setAutoRepeat(true);
     add(Qt::CTRL | Qt::SHIFT | Qt::Key_Z, [this] { redo(); })->setAutoRepeat(true);
@@ -168,7 +169,7 @@ void AnnotationView::redo()
     change([&] { m_state.redo(); });
 }
 
-// The document in all its pixels, with what is just being typed.
+// The document at full resolution, including text still being typed.
 Image AnnotationView::flattened()
 {
     refreshIfRequested();
@@ -180,7 +181,7 @@ void AnnotationView::save()
 {
     const Image image = flattened();
     const QString folder = ConfigStore::resolveCaptureDir();
-    ConfigStore::createFolder(folder); // when it fails, so does writing
+    ConfigStore::createFolder(folder); // if this fails, so does the save
     const std::optional<QString> path = Export::save(image, m_sourcePath, folder);
     change([&] {
         m_state.statusText = path ? AppLocale::text(u"Saved: ", u"保存: ") + QFileInfo(*path).fileName()

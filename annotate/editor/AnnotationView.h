@@ -12,25 +12,26 @@ class EditorStatusBar;
 class EditorToolBar;
 struct EditorActions;
 
-// The content of an editor window: tools, canvas and status line over one EditorState, which lives as long as the view and
-// is not stored. Main thread.
-// Everything that happens changes the state and asks for refresh(), which shows it: once a turn of the event loop, and in
-// any case before the canvas's next input, so that the canvas never acts on a document that is no longer.
+// Content of an editor window: tools, canvas and status line over one EditorState, which lives as long as the view and
+// is not saved. Main thread.
+// Every action changes the state and requests refresh(), which runs once per turn of the event loop, and always before
+// the canvas handles its next input, so that the canvas never acts on an outdated document.
 class AnnotationView : public QWidget
 {
     Q_OBJECT
 
 public:
-    // sourcePath: of the picture in doc, absolute; saved files are named after it. onClose asks for the window to be closed.
+    // sourcePath: absolute path of the picture in doc; saved files are named after it. onClose is asked to close the
+    // window.
     AnnotationView(const AnnotationDoc &doc, const QString &sourcePath, std::function<void()> onClose,
                    QWidget *parent = nullptr);
 
     const EditorState &state() const { return m_state; }
     AnnotationCanvasView *canvas() const { return m_canvas; }
 
-    // Both take every source pixel along, and say in the status line how it went.
-    void save();          // a new file in the folder of the screenshots
-    void copyAnnotated(); // onto the pasteboard
+    // Both use the full resolution of the source and report the outcome in the status line.
+    void save();          // to a new file in the screenshot folder
+    void copyAnnotated(); // to the pasteboard
 
 protected:
     void keyPressEvent(QKeyEvent *event) override;
@@ -55,7 +56,7 @@ private:
     const QString m_sourcePath;
     const std::function<void()> m_onClose;
     AnnotationCanvas::Coordinator m_coordinator;
-    EditorToolBar *m_toolBar = nullptr; // these are children
+    EditorToolBar *m_toolBar = nullptr; // this and the next two are child widgets
     AnnotationCanvasView *m_canvas = nullptr;
     EditorStatusBar *m_statusBar = nullptr;
     bool m_refreshRequested = false;

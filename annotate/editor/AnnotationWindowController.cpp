@@ -12,7 +12,7 @@
 
 namespace qm {
 
-static constexpr QSize largestAtFirst(940, 660), smallest(560, 420); // of the content, points
+static constexpr QSize largestAtFirst(940, 660), smallest(560, 420); // size of the content, points
 static constexpr int topMargin = 48;
 
 AnnotationWindowController::~AnnotationWindowController()
@@ -27,14 +27,14 @@ void AnnotationWindowController::open(const QString &path)
     if (loaded.failure != ImageFile::Failure::none)
         return QApplication::beep();
 
-    // It always closes the window opened last, whichever it stands in.
+    // Always closes the window opened last, even when called from another one.
     const auto onClose = [controller = QPointer(this)] {
         if (controller && controller->m_window)
             controller->m_window->close();
     };
     auto window = std::make_unique<AnnotationView>(AnnotationDoc{loaded.image, {}, {}}, path, onClose);
     QString name = QFileInfo(path).fileName();
-    name.replace(QStringLiteral("[*]"), QStringLiteral("[*][*]")); // Qt's mark for an unsaved document
+    name.replace(QStringLiteral("[*]"), QStringLiteral("[*][*]")); // escaped: Qt's placeholder for unsaved changes
     window->setWindowTitle(AppLocale::text(u"Annotate — ", u"注釈 — ") + name);
     window->setAttribute(Qt::WA_QuitOnClose, false);
 
@@ -51,7 +51,7 @@ void AnnotationWindowController::open(const QString &path)
     m_window->activateWindow();
 }
 
-// The window held so far stays open on its own, until it is closed.
+// Leaves the current window open on its own until it is closed.
 void AnnotationWindowController::letGo()
 {
     m_earlier.removeAll(nullptr);

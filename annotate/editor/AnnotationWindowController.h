@@ -8,7 +8,7 @@
 
 namespace qm {
 
-// Opens pictures in editor windows, each with a document and a history of its own. Main thread; lives as long as the
+// Opens pictures in editor windows, each with its own document and history. Main thread; lives as long as the
 // application.
 class AnnotationWindowController : public QObject
 {
@@ -17,16 +17,16 @@ class AnnotationWindowController : public QObject
 public:
     ~AnnotationWindowController() override;
 
-    // Opens a window in front of the others. A file that is no picture, or cannot be read: a beep, and nothing else.
+    // Opens a window in front of the others. Beeps if the file is not a picture or cannot be read.
     void open(const QString &path); // absolute
 
-    QWidget *window() const { return m_window.get(); } // the one opened last, also when it is closed; null before
+    QWidget *window() const { return m_window.get(); } // the one opened last, even if closed since; null before
 
 private:
     void letGo();
 
     std::unique_ptr<QWidget> m_window;
-    QList<QPointer<QWidget>> m_earlier; // still open; deleted when they close
+    QList<QPointer<QWidget>> m_earlier; // still open; deleted when closed
 };
 
 } // namespace qm

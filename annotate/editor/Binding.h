@@ -4,8 +4,8 @@
 
 namespace qm {
 
-// A value that lives elsewhere and can be read and changed from here. Used on the thread of whoever owns the value, and
-// no longer than that lives.
+// A value stored elsewhere that can be read and changed from here. Use it on the owner's thread and only while the
+// owner lives.
 template<class T>
 struct Binding {
     std::function<T()> get;

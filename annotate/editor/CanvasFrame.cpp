@@ -20,7 +20,7 @@ QRegion CanvasFrame::show(const AnnotationDoc &doc, const CanvasMapping &mapping
         m_limit = limit;
     m_mapping = mapping;
     m_pixelRatio = pixelRatio;
-    // The picture returned is let go at once: held, it would make the next frame a copy.
+    // Drop the returned picture at once: holding it would force a copy for the next frame.
     AnnotationRenderer::render(doc, m_limit, &m_cache);
 
     const QRect before = m_target;
@@ -36,7 +36,7 @@ QRect CanvasFrame::targetIn(QSize widget) const
                        shown.width() * m_pixelRatio, shown.height() * m_pixelRatio);
     const QPoint corner(int(std::lround(exact.x())), int(std::lround(exact.y())));
     const QSize frame = m_cache.frame.size();
-    // Rendered at the size of its place, it is shown as it is: a fraction of a pixel must not blur the whole.
+    // If rendered at the size of its place, show it as it is: a fraction of a pixel must not blur everything.
     if (std::abs(exact.width() - frame.width()) < 1 && std::abs(exact.height() - frame.height()) < 1)
         return {corner, frame};
     return {corner, QPoint(int(std::lround(exact.right())), int(std::lround(exact.bottom()))) - QPoint(1, 1)};
@@ -47,7 +47,7 @@ QRegion CanvasFrame::onWidget(const QRegion &framePixels) const
     QRegion result;
     const double x = double(m_target.width()) / std::max(m_cache.frame.width(), 1);
     const double y = double(m_target.height()) / std::max(m_cache.frame.height(), 1);
-    const double around = isUnscaled() ? 0 : 1; // a stretched pixel shows its neighbours
+    const double around = isUnscaled() ? 0 : 1; // a stretched pixel bleeds into its neighbours
     for (const QRect &rect : framePixels) {
         const QRectF grown = QRectF(rect).adjusted(-around, -around, around, around);
         const QRectF device(m_target.x() + grown.x() * x, m_target.y() + grown.y() * y, grown.width() * x,
@@ -70,7 +70,7 @@ void CanvasFrame::paint(QPainter &painter, const QRegion &region, const QColor &
             continue;
         painter.save();
         painter.setClipRect(rect);
-        painter.scale(1 / m_pixelRatio, 1 / m_pixelRatio); // to the widget's own pixels
+        painter.scale(1 / m_pixelRatio, 1 / m_pixelRatio); // to device pixels
         if (isUnscaled()) {
             painter.drawImage(part.topLeft(), m_cache.frame, part.translated(-m_target.topLeft()));
         } else {

@@ -9,19 +9,19 @@ class QPainter;
 
 namespace qm {
 
-// The rendered document as it lies in one widget: rendered at the screen's resolution, painted pixel by pixel. Main thread.
-// While the magnification changes the last frame is only stretched, since to shrink the source anew takes long.
+// The rendered document as shown in a widget: rendered at screen resolution, painted pixel for pixel. Main thread.
+// While the magnification changes, the last frame is merely stretched, because rescaling the source takes long.
 class CanvasFrame
 {
 public:
     enum class Resolution { exact, mayWait };
 
-    // Renders the document for a place in a widget. What must be painted anew, in the widget's coordinates.
+    // Renders the document for its place in a widget. Returns the region to repaint, in widget coordinates.
     QRegion show(const AnnotationDoc &doc, const CanvasMapping &mapping, QSize widget, double pixelRatio,
                  Resolution resolution);
-    bool isExact() const { return m_exact; } // otherwise show() should be asked for it once there is time
+    bool isExact() const { return m_exact; } // if not, call show() with exact once there is time
     bool isEmpty() const { return m_cache.frame.isNull(); }
-    void forget() { *this = {}; } // gives the memory back
+    void forget() { *this = {}; } // frees the memory
 
     void paint(QPainter &painter, const QRegion &region, const QColor &background) const;
 
@@ -32,9 +32,9 @@ private:
 
     RenderCache m_cache;
     CanvasMapping m_mapping;
-    double m_limit = 0; // what the frame was rendered with
+    double m_limit = 0; // limit the frame was rendered with
     double m_pixelRatio = 1;
-    QRect m_target; // of the frame, in the widget's own pixels
+    QRect m_target; // of the frame, in device pixels of the widget
     bool m_exact = true;
 };
 

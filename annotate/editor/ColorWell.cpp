@@ -33,7 +33,7 @@ void ColorWell::choose()
         m_dialog = new QColorDialog(m_color, this);
         m_dialog->setWindowTitle(toolTip());
         m_dialog->setAttribute(Qt::WA_DeleteOnClose);
-        m_dialog->setOption(QColorDialog::NoButtons); // every change holds at once
+        m_dialog->setOption(QColorDialog::NoButtons); // every change applies at once
         QObject::connect(m_dialog, &QColorDialog::currentColorChanged, this, [this](const QColor &color) {
             if (color.isValid() && onChange)
                 onChange(QColor::fromRgb(color.rgb()));
@@ -44,7 +44,7 @@ void ColorWell::choose()
     m_dialog->activateWindow();
 }
 
-// A window that closes takes its other windows along only when it is deleted.
+// A closing window closes its dialogs only when it is deleted.
 void ColorWell::hideEvent(QHideEvent *event)
 {
     if (m_dialog && !event->spontaneous())

@@ -8,7 +8,7 @@
 
 namespace qm {
 
-// A button that shows a colour and opens the system's way to choose another one. Main thread.
+// A button that shows a colour and opens the system's colour dialog. Main thread.
 class ColorWell : public QToolButton
 {
     Q_OBJECT
@@ -16,8 +16,8 @@ class ColorWell : public QToolButton
 public:
     explicit ColorWell(QWidget *parent);
 
-    void setColor(const QColor &color);           // shown; reports nothing
-    std::function<void(const QColor &)> onChange; // while it is being chosen; always opaque
+    void setColor(const QColor &color);           // does not call onChange
+    std::function<void(const QColor &)> onChange; // called while the user is choosing; always opaque
 
     QSize sizeHint() const override { return {34, 28}; }
     QSize minimumSizeHint() const override { return {26, 28}; }

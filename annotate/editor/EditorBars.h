@@ -17,7 +17,7 @@ namespace qm {
 class ColorWell;
 class IconButton;
 
-// What the editor's buttons ask for. All are set.
+// Actions behind the editor's buttons. All must be set.
 struct EditorActions {
     std::function<void(AnnotationTool)> setTool;
     std::function<void(Annotation::BlurShape)> setBlurShape;
@@ -26,14 +26,14 @@ struct EditorActions {
     std::function<void()> deleteSelected, zoomOut, resetZoom, zoomIn, undo, redo, save, copyAnnotated, close;
 };
 
-// The row of tools above the canvas. Main thread. It shows the state it was given last; a click only asks.
+// The tool bar above the canvas. Main thread. It shows the state passed to refresh(); clicks only call actions.
 class EditorToolBar : public QWidget
 {
 public:
     EditorToolBar(const EditorActions &actions, QWidget *parent);
 
     void refresh(const EditorState &state);
-    static Qt::Key key(AnnotationTool tool); // chooses the tool, without a modifier
+    static Qt::Key key(AnnotationTool tool); // shortcut of the tool, without modifiers
 
 private:
     IconButton *toolButton(AnnotationTool tool, const QString &label, const QString &symbol);
@@ -50,7 +50,7 @@ private:
     QToolButton *m_resetZoom = nullptr;
 };
 
-// One line that is cut in the middle where there is no room: the ends of a file's name tell most. Main thread.
+// A line of text elided in the middle when space is short: the ends of a file name tell the most. Main thread.
 class StatusLine : public QLabel
 {
 public:
@@ -62,7 +62,7 @@ protected:
     void paintEvent(QPaintEvent *event) override;
 };
 
-// The row below the canvas: what happened last, and how to finish. Main thread.
+// The status bar below the canvas: the last result, and the buttons that finish. Main thread.
 class EditorStatusBar : public QWidget
 {
 public:

@@ -12,7 +12,7 @@ namespace qm {
 StatusLine::StatusLine(QWidget *parent)
     : QLabel(parent)
 {
-    setTextFormat(Qt::PlainText); // a file may be called <b>
+    setTextFormat(Qt::PlainText); // a file name may contain <b>
     setSizePolicy(QSizePolicy::Ignored, QSizePolicy::Preferred);
 }
 
@@ -43,7 +43,7 @@ EditorStatusBar::EditorStatusBar(const EditorActions &actions, QWidget *parent)
     row->addWidget(m_status, 1);
     row->addWidget(button(AppLocale::text(u"Save", u"保存"), actions.save, this));
     auto *copy = button(AppLocale::text(u"Annotate & Copy", u"注釈してコピー"), actions.copyAnnotated, this);
-    copy->setDefault(true); // the look; the editor gives it Return
+    copy->setDefault(true); // only for the look; the editor handles Return
     row->addWidget(copy);
     row->addWidget(button(AppLocale::text(u"Close", u"閉じる"), actions.close, this));
 }

@@ -12,7 +12,7 @@
 
 namespace qm {
 
-static constexpr double sliderSteps = 100; // a point
+static constexpr double sliderSteps = 100; // per point
 
 namespace {
 
@@ -35,11 +35,11 @@ static constexpr ToolFace toolFaces[] = {
     {AnnotationTool::blur, u"Blur", u"ぼかし", u"drop.fill", Qt::Key_B},
 };
 
-// With a little room around it, as far as there is some.
+// Adds a little space around it, if there is any.
 static void addDivider(QHBoxLayout *row, QWidget *parent)
 {
     constexpr int room = 4;
-    auto *line = new QWidget(parent); // filled: a frame's thin line may fall between pixels at an uneven scale
+    auto *line = new QWidget(parent); // filled: a frame's thin line may fall between pixels at fractional scales
     line->setAutoFillBackground(true);
     line->setBackgroundRole(QPalette::Mid);
     line->setFixedSize(1, 20);
@@ -106,7 +106,7 @@ EditorToolBar::EditorToolBar(const EditorActions &actions, QWidget *parent)
     row->addWidget(m_redo);
 }
 
-// Side by side without a gap: one choice of two.
+// Side by side without a gap, to look like one choice of two.
 void EditorToolBar::addBlurShapes()
 {
     m_blurShapes = new QWidget(this);
@@ -155,7 +155,7 @@ void EditorToolBar::refresh(const EditorState &state)
     const QSignalBlocker quiet(m_lineWidth);
     m_lineWidth->setValue(int(std::lround(state.lineWidth * sliderSteps)));
     m_delete->setEnabled(state.selectedIndex.has_value());
-    if (const QString label = state.zoomLabel(); label != m_resetZoom->text()) { // a new text lays all out anew
+    if (const QString label = state.zoomLabel(); label != m_resetZoom->text()) { // a new text redoes the layout
         m_resetZoom->setText(label);
         m_resetZoom->setAccessibleName(m_resetZoom->toolTip() + QStringLiteral(", ") + label);
     }

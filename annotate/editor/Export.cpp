@@ -11,7 +11,7 @@
 
 namespace qm {
 
-// Only the last extension goes, and a name that begins with its only dot has none.
+// Strips only the last extension; a name whose only dot is its first character has none.
 static QString baseOf(const QString &sourcePath)
 {
     const QString name = QFileInfo(sourcePath).fileName();
@@ -27,7 +27,7 @@ static QString annotatedName(const QString &base, int counter)
 
 enum class Placed { yes, taken, failed };
 
-// The only way to name a file that never replaces another is a second link to it.
+// A hard link is the only way to name a file without ever replacing another.
 static Placed place(const QString &written, const QString &path)
 {
     const auto native = [](const QString &name) {
@@ -39,7 +39,7 @@ static Placed place(const QString &written, const QString &path)
         return Placed::yes;
     if (error == std::errc::file_exists)
         return Placed::taken;
-    // Some file systems have no links. There the name is taken first by an empty file.
+    // Some file systems have no hard links. There, reserve the name with an empty file first.
     QFile reserved(path);
     if (!reserved.open(QIODevice::WriteOnly | QIODevice::NewOnly))
         return QFileInfo::exists(path) ? Placed::taken : Placed::failed;

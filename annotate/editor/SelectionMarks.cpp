@@ -38,7 +38,7 @@ void SelectionMarks::paint(QPainter &painter, const QTransform &toWidget, const 
     painter.setBrush(Qt::NoBrush);
     if (!outline.isEmpty()) {
         QPen dashed(accent, outlineStroke);
-        dashed.setDashPattern({5 / outlineStroke, 3 / outlineStroke}); // in widths of the pen
+        dashed.setDashPattern({5 / outlineStroke, 3 / outlineStroke}); // in pen widths
         dashed.setCapStyle(Qt::FlatCap);
         painter.setPen(dashed);
         painter.drawPolyline(toWidget.map(outline));

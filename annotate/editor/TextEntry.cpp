@@ -13,7 +13,7 @@ TextEntry::TextEntry(const QString &text, QWidget *parent)
     QFont font = SystemLook::semiboldFont();
     font.setPixelSize(16);
     setFont(font);
-    // Black on white whatever the desktop's colours: it lies on the picture.
+    // Black on white regardless of the desktop's colours, since it lies on the picture.
     QPalette colors = palette();
     colors.setColor(QPalette::Base, Qt::white);
     colors.setColor(QPalette::Text, Qt::black);

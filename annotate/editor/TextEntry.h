@@ -6,8 +6,8 @@
 
 namespace qm {
 
-// The field in which the text of an item is typed, input methods included. Main thread.
-// While it has the focus all keys but Escape are its own: neither the canvas nor the editor hears of them.
+// Field for typing the text of an item, with input method support. Main thread. While it has focus, it keeps every key
+// but Escape; neither the canvas nor the editor sees them.
 class TextEntry : public QLineEdit
 {
     Q_OBJECT
@@ -17,7 +17,7 @@ public:
 
     TextEntry(const QString &text, QWidget *parent);
 
-    std::function<void()> onReturn; // may let go of the field
+    std::function<void()> onReturn; // may delete the field
 
 protected:
     void keyPressEvent(QKeyEvent *event) override;

@@ -18,7 +18,7 @@ static QRectF sourceWindow(const AnnotationDoc &doc, const PixelGrid &grid)
     return PixelGrid::ofSource(doc.source).toPixels().mapRect(grid.region);
 }
 
-// Opaque formats are the quick ones to paint on, to show and to write.
+// Opaque formats are the fastest to paint on, to show and to write.
 static QImage::Format outputFormat(const AnnotationDoc &doc, const PixelGrid &grid)
 {
     constexpr auto withAlpha = QImage::Format_ARGB32_Premultiplied;
@@ -27,7 +27,7 @@ static QImage::Format outputFormat(const AnnotationDoc &doc, const PixelGrid &gr
     if (pixels.isNull() || pixels.hasAlphaChannel() || grid.region.isEmpty() ||
         !inside.contains(sourceWindow(doc, grid)))
         return withAlpha;
-    // A turned patch brings what lies beyond the picture into it.
+    // A rotated patch can bring in what lies beyond the picture.
     const bool turnedIn = std::any_of(doc.items.begin(), doc.items.end(), [&](const Annotation &item) {
         return item.kind == Annotation::Kind::blur && item.rotates() &&
                !pixels.rect().contains(blurRegion(doc.source, item));
@@ -44,7 +44,7 @@ static QImage makeBase(const AnnotationDoc &doc, const PixelGrid &grid, QImage::
     return empty;
 }
 
-// The profile says what the pixels' numbers mean. One for grey or CMYK numbers is not for ours.
+// The profile defines the pixel values. One for grey or CMYK does not apply to RGB output.
 static QColorSpace outputColorSpace(const QImage &source)
 {
     constexpr qsizetype modelOffset = 16; // data colour space in the profile's header, ICC.1:2022, 7.2
@@ -60,7 +60,7 @@ static QColorTransform itemColors(const QImage &source)
                : QColorTransform();
 }
 
-// The items ready for this output, those of the last frame used again where they did not change.
+// The items prepared for this output, reusing unchanged ones from the last frame.
 static QList<PreparedItem> prepared(const AnnotationDoc &doc, const PixelGrid &grid, const QList<PreparedItem> &last)
 {
     QList<PreparedItem> items;
@@ -79,8 +79,8 @@ static QList<PreparedItem> prepared(const AnnotationDoc &doc, const PixelGrid &g
     return items;
 }
 
-// The pixels in which two lists may differ. Between what they share at both ends, items are compared one by one when
-// there are as many, otherwise all of them count.
+// The pixels in which two lists may differ. Common items at both ends are skipped; of the rest, items are compared one
+// by one if both lists have equally many, otherwise all of them count.
 static QRegion changed(const QList<PreparedItem> &before, const QList<PreparedItem> &after)
 {
     const auto same = [](const PreparedItem &a, const PreparedItem &b) { return a.item == b.item; };

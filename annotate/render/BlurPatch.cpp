@@ -17,7 +17,7 @@ static constexpr auto premultiplied = QImage::Format_ARGB32_Premultiplied;
 
 static QRect outward(const QRectF &rect)
 {
-    // Huge boxes are cut before they overflow an int; nothing of a picture lies out there.
+    // Clip huge boxes before they overflow an int; no picture reaches that far.
     constexpr double far = 1 << 28;
     const QRectF within = rect & QRectF(-far, -far, 2 * far, 2 * far);
     const int left = int(std::floor(within.left()));
@@ -25,7 +25,7 @@ static QRect outward(const QRectF &rect)
     return {left, top, int(std::ceil(within.right())) - left, int(std::ceil(within.bottom())) - top};
 }
 
-// As outward, but a corner within a millionth of a pixel edge, by which nothing can be seen, counts as on it.
+// Like outward, but a corner within a millionth of a pixel of an edge (invisible) counts as on it.
 static QRect covering(const QRectF &rect)
 {
     return outward(rect.adjusted(1e-6, 1e-6, -1e-6, -1e-6));
@@ -71,7 +71,7 @@ static QImage widened(const QImage &image, const QMargins &by)
     return result;
 }
 
-// The patch turned with its item.
+// The patch rotated with its item.
 static QImage turned(const QImage &source, const QRect &region, const QTransform &place, const QRect &device)
 {
     QImage result(device.size(), premultiplied);
@@ -85,7 +85,8 @@ static QImage turned(const QImage &source, const QRect &region, const QTransform
     patch = areaResampled(patch, patch.rect(), size, premultiplied);
     if (patch.isNull())
         return result;
-    // The shape alone makes the edge, so the patch must reach beyond it; where the picture ends, the patch ends too.
+    // Only the shape may define the edge, so the patch must extend beyond it; where the picture ends, the patch ends
+    // too.
     constexpr int margin = 2;
     const QMargins by(area.left() == region.left() ? margin : 0, area.top() == region.top() ? margin : 0,
                       area.right() == region.right() ? margin : 0, area.bottom() == region.bottom() ? margin : 0);
@@ -98,7 +99,7 @@ static QImage turned(const QImage &source, const QRect &region, const QTransform
     return result;
 }
 
-// The patch on the output's own pixels, each the mean of what it covers.
+// The patch on the output's pixels, each the mean of the source pixels it covers.
 static QImage upright(const QImage &source, const QRect &region, const QTransform &place, const QRect &device)
 {
     const QRectF window = place.inverted().mapRect(QRectF(device));
@@ -126,7 +127,7 @@ BlurPatch makeBlurPatch(const Image &source, const Annotation &item, const Pixel
     const QRectF box = toPixels.mapRect(item.rect);
     const QRect region = outward(box);
     const QTransform ontoOutput = rotation(item) * output.toPixels();
-    // The whole pixels of the region fill the box exactly, so they are squeezed by less than a pixel on each side.
+    // The region's whole pixels must fill the box exactly, so squeeze them by less than a pixel per side.
     const QTransform squeeze(box.width() / region.width(), 0, 0, box.height() / region.height(),
                              box.x() - region.x() * box.width() / region.width(),
                              box.y() - region.y() * box.height() / region.height());
@@ -169,7 +170,7 @@ void BlurPatch::drawOn(QImage &output, const QRect &clip) const
     const QRect drawn = device & clip;
     if (drawn.isEmpty())
         return;
-    // Where the output has no transparency the patch has none inside the shape.
+    // If the output has no transparency, the patch has none inside the shape.
     const quint32 opaque = output.format() == QImage::Format_RGB32 ? 0xff000000u : 0;
     for (int y = drawn.top(); y <= drawn.bottom(); ++y) {
         auto *to = reinterpret_cast<quint32 *>(output.scanLine(y)) + drawn.left();

@@ -7,18 +7,18 @@
 
 namespace qm {
 
-// A blurred region as it lies on the pixels of one output. Made of the source alone: what is drawn below does not show.
+// A blurred region on the pixels of one output. Made from the source alone, so items underneath do not show through.
 struct BlurPatch {
-    QRect device;    // pixels of the output, within it; empty when nothing is drawn
-    QImage pixels;   // premultiplied, as large as device
-    QImage coverage; // Alpha8: how much of each pixel lies inside the shape; null when all of all of them does
+    QRect device;    // output pixels, clipped to the output; empty when nothing is drawn
+    QImage pixels;   // premultiplied, same size as device
+    QImage coverage; // Alpha8: share of each pixel inside the shape; null if every pixel is fully inside
 
     void drawOn(QImage &output, const QRect &clip) const; // replaces, transparency included; clip within the output
 };
 
 BlurPatch makeBlurPatch(const Image &source, const Annotation &item, const PixelGrid &output);
 
-// The source pixels that the item's patch is made of, y down: its box rounded outward.
+// Source pixels the item's patch is made from, y down: its box rounded outward.
 QRect blurRegion(const Image &source, const Annotation &item);
 
 } // namespace qm

@@ -5,8 +5,7 @@
 
 namespace qm {
 
-static constexpr double mostPixels =
-    1 << 20; // an edge beyond it cannot be allocated anyway, and must not overflow an int
+static constexpr double mostPixels = 1 << 20; // larger edges cannot be allocated anyway, and must not overflow an int
 
 QTransform PixelGrid::toPixels() const
 {
@@ -48,7 +47,7 @@ struct Span {
 
 } // namespace
 
-// An extent on the nearest pixel edges; one that is not empty keeps at least a pixel.
+// Snaps an extent to the nearest pixel edges; a non-empty one keeps at least a pixel.
 static Span snapped(double origin, double length, double scale)
 {
     double from = std::round(origin * scale);

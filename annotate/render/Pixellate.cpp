@@ -15,7 +15,7 @@ Cells Pixellate::cellsFor(const QRect &region)
     return {QRectF(region).center(), std::clamp(side, 8.0, 20.0)};
 }
 
-// First pixels of the cells that cover from..to - 1, and the end of the last one, all kept within 0..limit.
+// First pixels of the cells that cover from..to - 1, plus the end of the last cell, all clamped to 0..limit.
 static std::vector<int> cellEdges(double anchor, double size, int from, int to, int limit)
 {
     const auto edge = [&](double index) { return int(std::ceil(anchor + index * size - 0.5)); };
@@ -36,7 +36,7 @@ static void addRow(quint16 *__restrict sums, const uchar *__restrict row, int by
         sums[i] = quint16(sums[i] + row[i]);
 }
 
-// Adds rows down each column. Four at a time, because the sums cost more to read and write than a row does.
+// Adds rows down each column, four at a time, because reading and writing the sums costs more than reading a row.
 static void addRows(quint16 *__restrict sums, const uchar *row, qsizetype stride, int count, int bytes)
 {
     for (; count >= 4; count -= 4, row += 4 * stride) {
@@ -79,10 +79,10 @@ void Pixellate::pixellate(const QImage &source, const Cells &cells, QPoint corne
     const int left = columns.front();
     const int bytes = (columns.back() - left) * 4;
 
-    QImage strip = source; // other formats come a row of cells at a time
+    QImage strip = source; // other formats are converted one row of cells at a time
     const bool opaque = source.format() == QImage::Format_RGB32;
     const bool direct = opaque || source.format() == QImage::Format_ARGB32_Premultiplied;
-    std::vector<quint16> sums(static_cast<size_t>(bytes)); // down each column; a cell has at most 21 rows
+    std::vector<quint16> sums(static_cast<size_t>(bytes)); // per column; a cell has at most 21 rows
     for (size_t cellRow = 0; cellRow + 1 < rows.size(); ++cellRow) {
         const int top = rows[cellRow];
         const int height = rows[cellRow + 1] - top;

@@ -17,7 +17,7 @@ static QPainterPath stroke(const QPainterPath &path, double width)
     stroker.setCapStyle(Qt::FlatCap);
     stroker.setJoinStyle(Qt::MiterJoin);
     stroker.setMiterLimit(10);
-    stroker.setCurveThreshold(0.05); // points: below a pixel's steps of coverage at any scale there is
+    stroker.setCurveThreshold(0.05); // points: less than one step of pixel coverage at any possible scale
     return stroker.createStroke(path);
 }
 
@@ -33,11 +33,11 @@ static QPointF polar(double length, double angle)
     return {length * std::cos(angle), length * std::sin(angle)};
 }
 
-// The shaft ends inside the head, so that its butt end does not show beside the tip; too short an arrow is all head.
+// The shaft ends inside the head, so that its butt end does not show beside the tip; a very short arrow is all head.
 static QList<QPainterPath> arrow(QPointF start, QPointF end, double lineWidth)
 {
     constexpr double halfAngle = std::numbers::pi / 6;
-    constexpr double shaftEnd = 0.85; // of the head's length, from the tip
+    constexpr double shaftEnd = 0.85; // from the tip, as a fraction of the head's length
     const double angle = std::atan2(end.y() - start.y(), end.x() - start.x());
     const double head = std::max(lineWidth * 4.5, 14.0);
 

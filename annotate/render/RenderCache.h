@@ -8,21 +8,21 @@
 
 namespace qm {
 
-// What one place that shows a document keeps from frame to frame: the picture scaled to the output, the items ready to
-// be painted, and the last frame, in which only what changed is painted anew. Whose it is only makes it and passes it to
-// AnnotationRenderer::render; with it and without it the pixels are the same. Main thread.
-// A caller that still holds the last frame when it asks for the next one makes that one a copy of it.
+// What a view of a document keeps between frames: the picture scaled to the output, the prepared items, and the last
+// frame, in which only changes are repainted. The owner just creates it and passes it to AnnotationRenderer::render;
+// the resulting pixels are the same with or without it. Main thread.
+// A caller that still holds the last frame when it asks for the next one forces a copy.
 struct RenderCache {
-    // What everything kept depends on.
+    // The key that all cached data depends on.
     qint64 source = 0; // QImage::cacheKey
     PixelGrid grid;
     QImage::Format format = QImage::Format_Invalid;
 
-    QImage base;            // the source on the output's pixels, without items
-    QColorTransform colors; // of the items, from sRGB to the source's own
+    QImage base;            // the source scaled to the output's pixels, without items
+    QColorTransform colors; // converts item colours from sRGB to the source's colour space
     QImage frame;
-    QList<PreparedItem> items; // as the frame shows them
-    QRegion changed;           // pixels of the frame that the last render painted anew; all of a new frame
+    QList<PreparedItem> items; // as shown in the frame
+    QRegion changed;           // frame pixels repainted by the last render; everything for a new frame
 };
 
 } // namespace qm

@@ -7,11 +7,11 @@
 
 namespace qm {
 
-// Qt is only here for its fonts and its painting: a platform without a display starts several times as fast as the one for
-// X. Scales are read by Monitors, before this, and every size is in pixels from then on.
+// Qt serves only for fonts and painting here: a platform plugin without a display starts several times as fast as the
+// one for X. Monitors reads the scales beforehand; from then on every size is in pixels.
 std::unique_ptr<QGuiApplication> startFonts();
 
-// The system's general font, for what lies over the screen of a monitor with this scale.
+// The system's general font for the overlay on a monitor with this scale.
 QFont overlayFont(double points, double scale, QFont::Weight weight);
 
 } // namespace qm

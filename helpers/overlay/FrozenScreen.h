@@ -7,7 +7,8 @@
 
 namespace qm {
 
-// The screen as it was when the capture began, and what lay on it. One thread. Rectangles are pixels of the whole desktop.
+// The screen and its windows as they were when the capture began. One thread. Rectangles are pixels of the whole
+// desktop.
 class FrozenScreen
 {
 public:
@@ -18,9 +19,9 @@ public:
     virtual QRect area() const = 0;
     virtual const QList<Monitor> &monitors() const = 0;     // at least one
     virtual const QList<ScreenWindow> &windows() const = 0; // bottom first
-    virtual bool isComposited() const = 0;                  // windows have pixels of their own, whatever lies over them
+    virtual bool isComposited() const = 0;                  // windows keep their own pixels, even where covered
 
-    // Of the whole desktop, RGB32; what no monitor shows is black. Null when the desktop refuses.
+    // The whole desktop, RGB32; areas that no monitor shows are black. Null if the desktop refuses.
     virtual const QImage &pixels() = 0;
 };
 

@@ -7,7 +7,7 @@ namespace qm {
 
 namespace {
 
-constexpr double ordinaryDpi = 96; // where desktops count from
+constexpr double ordinaryDpi = 96; // Xft.dpi at a scale of 1
 
 std::optional<double> number(const QByteArray &text, double highest)
 {
@@ -21,7 +21,7 @@ std::optional<double> factor(const QByteArray &text)
     return number(text, 16);
 }
 
-// The scale by "Xft.dpi" of the X resources.
+// The scale from "Xft.dpi" in the X resources.
 std::optional<double> resourceScale(const QByteArray &resources)
 {
     for (const QByteArray &line : resources.split('\n')) {

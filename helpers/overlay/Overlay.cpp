@@ -8,7 +8,7 @@ using namespace std::chrono_literals;
 
 static constexpr auto holdRetry = 25ms;
 static constexpr auto holdLimit = 1s;
-static constexpr auto hintDelay = 1500ms; // who knows what to do has begun by then
+static constexpr auto hintDelay = 1500ms; // users who know what to do have started by then
 
 Overlay::Overlay(OverlayDesktop &desktop, const Options &options)
     : m_desktop(desktop)
@@ -40,11 +40,11 @@ Overlay::Choice Overlay::run()
     return choice;
 }
 
-// Until something is chosen or cancelled. What it answers is why it could not go on.
+// Runs until something is chosen or cancelled. Returns the reason of a failure.
 QString Overlay::loop()
 {
     if (m_screen.pixels().isNull())
-        return QStringLiteral("the display server does not show its screen");
+        return QStringLiteral("the display server does not allow reading the screen");
     if (!m_desktop.isDimmed())
         m_desktop.paint(m_frame, m_screen.area());
     const QDeadlineTimer holdDeadline(holdLimit);
@@ -57,7 +57,7 @@ QString Overlay::loop()
         }
         m_inputHeld = m_inputHeld || m_desktop.holdInput();
         if (!m_inputHeld && holdDeadline.hasExpired())
-            return QStringLiteral("another program keeps the keyboard or the pointer");
+            return QStringLiteral("another program has grabbed the keyboard or the pointer");
         if (!m_textReady) {
             m_options.makeReadyForText();
             m_textReady = true;

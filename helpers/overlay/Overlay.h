@@ -8,24 +8,23 @@
 
 namespace qm {
 
-// Lets a person choose a region or a window of the frozen screen. One thread, which it keeps until the choice is made.
-// Drawing is raster painting alone: Qt's own platforms take longer to start than all that is done until the dimmed screen
-// is there.
+// Lets the user choose a region or a window of the frozen screen. One thread, blocked until the choice is made. Drawing
+// is plain raster painting: Qt's own platforms take longer to start than everything up to the dimmed screen.
 class Overlay
 {
 public:
     struct Options {
         Picker::Mode mode = Picker::Mode::region;
         Picker::Offer offer = Picker::Offer::both;
-        // Called once the screen is dimmed; after it there must be a QGuiApplication, of whatever platform,
-        // for the fonts. Starting one takes longer than all that came before it.
+        // Called once the screen is dimmed; must create a QGuiApplication, of any platform, for the fonts. Starting one
+        // takes longer than everything before it.
         std::function<void()> makeReadyForText;
     };
     struct Choice {
         Picker::Result result = Picker::Result::cancelled;
-        QRect area;      // of the region or the window, as it was shown; pixels
+        QRect area;      // the region or window, as shown; pixels
         int window = -1; // index into the screen's windows
-        QString failure; // why it ended by itself, for stderr; empty otherwise
+        QString failure; // reason of a failure, for stderr; otherwise empty
     };
 
     Overlay(OverlayDesktop &desktop, const Options &options);

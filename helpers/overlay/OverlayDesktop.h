@@ -9,8 +9,8 @@
 
 namespace qm {
 
-// What the overlay needs of a desktop, and all that differs between display servers: the frozen screen, dimmed, over
-// everything; what the user does; and the means to draw. One thread. Pixels of the whole desktop, y down.
+// What the overlay needs from a desktop, covering all differences between display servers: the frozen screen, dimmed,
+// on top of everything; user input; and drawing. One thread. Pixels of the whole desktop, y down.
 class OverlayDesktop
 {
 public:
@@ -19,16 +19,16 @@ public:
             move,
             press,
             release,
-            keyDown, // also for each repetition of a key held down
+            keyDown, // also for auto-repeat
             keyUp,
-            damaged, // the area has to be painted again
-            resized, // the desktop is not what it was when it was frozen
-            gone,    // the display server; nothing else comes any more
+            damaged, // area must be repainted
+            resized, // the desktop has changed since it was frozen
+            gone,    // display server lost; no more input follows
         } kind;
-        QPoint at = {}; // of move, press and release
+        QPoint at = {}; // for move, press and release
         Picker::Button button = Picker::Button::other;
         Picker::Key key = Picker::Key::other;
-        QRect area = {}; // of damaged
+        QRect area = {}; // for damaged
     };
     enum class Pointer { cross, camera };
     struct Start {
@@ -42,19 +42,20 @@ public:
 
     virtual FrozenScreen &screen() = 0;
     virtual Start start() = 0;
-    virtual bool isDimmed() const = 0; // false: all of the screen has to be painted to begin with
+    virtual bool isDimmed() const = 0; // if false, the whole screen must be painted first
 
-    // Keyboard and pointer are ours. Another program's grab (an open menu) makes it fail; it may be asked again.
+    // Grabs keyboard and pointer. Fails while another program (such as an open menu) has a grab; may be retried.
     virtual bool holdInput() = 0;
-    virtual std::optional<Input> next() = 0; // what has happened, in its order; nothing: no more
-    virtual void wait(std::optional<std::chrono::milliseconds> limit) = 0; // until something happens, or for so long
+    virtual std::optional<Input> next() = 0; // pending input in order; std::nullopt if there is none
+    virtual void wait(std::optional<std::chrono::milliseconds> limit) = 0; // for input, at most until the limit
 
     virtual void paint(const OverlayFrame &frame, const QRegion &region) = 0;
     virtual void setPointer(Pointer shape, double scale) = 0;
     virtual void movePointer(QPoint by) = 0;
-    virtual void flush() = 0; // all of that is on its way
+    virtual void flush() = 0; // sends everything to the server
 
-    // Off the screen; the others have keyboard and pointer again once nothing is held down, at the latest when this ends.
+    // Removes the overlay. Other programs get keyboard and pointer back once nothing is held down, at the latest when
+    // this object is destroyed.
     virtual void lift() = 0;
 };
 

@@ -8,12 +8,11 @@
 
 namespace qm {
 
-// How much light is taken from what is not chosen, of 255: dark enough to set a selection off, light enough to read what one
-// aims at.
+// Alpha of the dimming, of 255: dark enough to set a selection off, light enough to read what one aims at.
 inline constexpr quint8 dimAlpha = 96;
 
-// A pixel dimmed. Rounds as the Render extension's usual implementation does, so that what the server dims and
-// what is painted here can lie side by side.
+// Dims a pixel. Rounds like the usual implementation of the Render extension, so that areas dimmed by the server and
+// areas painted here match.
 inline quint32 dimmed(quint32 pixel)
 {
     constexpr quint32 kept = 255 - dimAlpha;
@@ -24,8 +23,8 @@ inline quint32 dimmed(quint32 pixel)
     return 0xff000000 | redBlue | green;
 }
 
-// One state of the overlay, as what lies on the frozen, dimmed screen. A value: two of them tell what has to be painted
-// again, so that a move costs what it changes and not a screen full of pixels. Coordinates are pixels of the screen.
+// One state of the overlay: what lies on the frozen, dimmed screen. A value; comparing two yields the area to repaint,
+// so that a move costs only what it changes. Coordinates are pixels of the screen.
 struct OverlayFrame {
     struct Fill {
         QRect area;
@@ -46,22 +45,23 @@ struct OverlayFrame {
     QList<Fill> fills;
     QList<Sprite> sprites;
 
-    // Lines of this thickness around the area, on its outside (or just within it, for one that fills a screen).
+    // Adds lines of this thickness around the area, outside it (or just inside, for an area that fills a screen).
     enum class Side { outside, inside };
     void addBorder(const QRect &area, int thickness, QRgb color, Side side = Side::outside);
 };
 
-// What differs between the two.
+// The area where the two differ.
 QRegion damage(const OverlayFrame &before, const OverlayFrame &after);
 
-// Paints the part of the frame that the target shows: its top left pixel is at origin. frozen is the screen, RGB32 as the
-// target. Safe without a QGuiApplication.
+// Paints the part of the frame that the target shows; origin is the position of its top left pixel. frozen is the
+// screen, RGB32 like the target. Safe without a QGuiApplication.
 void paint(const OverlayFrame &frame, const QImage &frozen, QImage &target, QPoint origin);
 
-// Where things go beside others. Pixels.
-// The size beside a selection: below, above, or within it, the first that is on the monitor and off what is to be avoided.
+// Placement of sprites. Pixels.
+// The size label of a selection: below, above or inside it, the first position that is on the monitor and clear of
+// avoid.
 QPoint placeLabel(const QSize &label, const QRect &selection, const QRect &monitor, const QRect &avoid, int gap);
-// The loupe beside the pointer, on the side away from the selection's anchor as far as the monitor allows.
+// The loupe next to the pointer, on the side away from the selection's anchor if the monitor has room.
 QPoint placeLoupe(const QSize &loupe, QPoint pointer, QPoint direction, const QRect &monitor, int gap);
 
 } // namespace qm

@@ -8,17 +8,18 @@
 
 namespace qm {
 
-// What is seen of a choice under way: the selection with its size, the loupe, the window pointed at with its name, the hint.
+// The visible state of a choice: the selection with its size, the loupe, the window under the pointer with its name,
+// the hint.
 class OverlayScene
 {
 public:
     OverlayScene(FrozenScreen &screen, Picker::Offer offer);
 
-    // Without text as long as there is no QGuiApplication.
+    // Use none as long as there is no QGuiApplication.
     enum class Words { none, labels, labelsAndHint };
     OverlayFrame compose(const Picker &picker, Words words);
 
-    // What a click on the window takes: all of it where it has pixels of its own, else what is seen of it.
+    // What clicking the window captures: all of it if it has pixels of its own, otherwise only what is visible.
     QRect windowArea(int index) const;
 
 private:
@@ -29,10 +30,10 @@ private:
 
     FrozenScreen &m_screen;
     const Picker::Offer m_offer;
-    OverlayFrame::Sprite m_loupe; // as long as the pointer rests
+    OverlayFrame::Sprite m_loupe; // reused while the pointer rests
     QPoint m_loupePoint;
     double m_loupeScale = 0;
-    QHash<QString, QImage> m_labels; // a few: a drag's sizes are dropped as they change
+    QHash<QString, QImage> m_labels; // only a few: cleared often, as a drag's sizes keep changing
 };
 
 } // namespace qm

@@ -47,7 +47,7 @@ QImage pill(const QString &text, const QFont &font, double scale, double padding
     return image;
 }
 
-// Stroked twice, so that it is seen on every ground.
+// Stroked twice, to be visible on any background.
 QImage outlined(const QPainterPath &path, int size, double scale)
 {
     QImage image = blank({size, size});
@@ -77,11 +77,11 @@ QImage OverlaySprites::hint(const QString &text, double scale)
 
 QImage OverlaySprites::loupe(const QImage &screen, QPoint at, double scale)
 {
-    constexpr int cells = 15; // odd: one is the middle
+    constexpr int cells = 15; // odd, so that one is the middle
     const int cell = pixels(8, scale);
     const int line = pixels(1, scale);
     const int margin = pixels(2, scale);
-    const int side = cells * cell + line; // grid lines on both ends
+    const int side = cells * cell + line; // grid lines at both ends
     const int caption = pixels(24, scale);
     QImage image = blank({side + 2 * margin, side + 2 * margin + caption});
     QPainter painter(&image);

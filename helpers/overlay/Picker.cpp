@@ -5,7 +5,7 @@
 namespace qm {
 
 namespace {
-constexpr double dragThreshold = 3; // points; a hand moves about that much in a click
+constexpr double dragThreshold = 3; // points; a hand moves about that much during a click
 }
 
 Picker::Picker(Mode mode, Offer offer, const QList<ScreenWindow> &windows, const QRect &bounds, double scale)
@@ -92,7 +92,7 @@ QPoint Picker::takeWarp()
     return std::exchange(m_warp, {});
 }
 
-// A selection is moved; without one it is the pointer, so that a corner can be put on its pixel.
+// Moves the selection; without one, the pointer, so that a corner can be placed on an exact pixel.
 void Picker::nudge(QPoint direction)
 {
     const QPoint by = direction * (m_shift ? 10 : 1);

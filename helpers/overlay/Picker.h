@@ -5,8 +5,8 @@
 
 namespace qm {
 
-// What a person does with keys and pointer until something is chosen: no display in it, no clock. The overlay feeds it and
-// paints what it says.
+// Turns keys and pointer movements into a choice; needs no display and no clock. The overlay feeds it and paints its
+// state.
 class Picker
 {
 public:
@@ -16,13 +16,13 @@ public:
     enum class Button { left, right, other };
     enum class Result { open, cancelled, region, window };
 
-    // bounds: the whole screen. Both it and the pointer's place in pixels; scale: pixels per point.
+    // bounds: the whole screen, in pixels like all points here; scale: pixels per point.
     Picker(Mode mode, Offer offer, const QList<ScreenWindow> &windows, const QRect &bounds, double scale);
 
     void move(QPoint to);
     void press(Button button);
     void release(Button button);
-    void keyDown(Key key); // also for each repetition of a key held down
+    void keyDown(Key key); // also for auto-repeat
     void keyUp(Key key);
 
     Result result() const { return m_result; }
@@ -30,8 +30,8 @@ public:
     QPoint pointer() const { return m_pointer; }
     bool isDragging() const { return !m_selection.rect().isEmpty(); }
     QRect selection() const { return m_result == Result::region ? m_chosen : m_selection.rect(); }
-    int window() const; // the one under the pointer in window mode, -1: none
-    QPoint takeWarp();  // by how much the pointer is to be moved, told once
+    int window() const; // the one under the pointer in window mode, -1 if none
+    QPoint takeWarp();  // how far to move the pointer; cleared by the call
 
 private:
     void nudge(QPoint direction);

@@ -6,21 +6,22 @@
 
 namespace qm {
 
-// A window a person can point at. Rectangles are pixels of the whole screen.
+// A window the user can point at. Rectangles are pixels of the whole screen.
 struct ScreenWindow {
-    quint32 top = 0;  // the desktop's own number for what lies on the screen, frame included
-    QRect topArea;    // its place, with any border and invisible margin
-    QRect frame;      // what a person calls the window: its frame without shadows and invisible margins
-    quint8 depth = 0; // bits a pixel of it; 32: it may be seen through
+    quint32 top = 0;  // desktop's id of the top-level window, frame included
+    QRect topArea;    // its area, including any border and invisible margin
+    QRect frame;      // what the user sees as the window: without shadows and invisible margins
+    quint8 depth = 0; // bits per pixel; 32 means it may be translucent
     QString title;
-    bool offered = true; // false: only known to cover others (a menu, a notification)
+    bool offered = true; // false: only known because it covers others (a menu, a notification)
 };
 
-// The topmost offered window at a point, unless something opaque that is not offered covers it there. An index, -1: none.
+// Index of the topmost offered window at a point; -1 if there is none, or something opaque that is not offered covers
+// it.
 int windowAt(const QList<ScreenWindow> &windows, QPoint point);
 
-// What of a window's frame can be seen: the rectangle around the part that is on the screen and that no other covers.
-// Empty when nothing is seen.
+// The visible part of a window's frame: the rectangle around what is on the screen and not covered. Empty if nothing is
+// visible.
 QRect visibleArea(const QList<ScreenWindow> &windows, int index, const QRect &screen);
 bool isWhollyVisible(const QList<ScreenWindow> &windows, int index, const QRect &screen);
 

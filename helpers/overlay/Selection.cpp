@@ -107,7 +107,7 @@ QPoint Selection::corner() const
     return m_anchor + QPoint(signX * side, signY * side);
 }
 
-// By how much a rectangle with these corners has to be moved to lie within the bounds.
+// How far a rectangle with these corners must move to lie within the bounds.
 QPoint Selection::keptInside(QPoint anchor, QPoint end) const
 {
     const auto shift = [](int low, int high, int first, int last) {

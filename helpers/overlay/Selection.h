@@ -5,26 +5,26 @@
 
 namespace qm {
 
-// A rectangle drawn with the pointer: geometry only. Pixels; the pixel under the pointer belongs to it at both ends, so
-// that the last row and column of a screen can be reached.
+// A rectangle drawn with the pointer; pure geometry. Pixels; both end pixels belong to it, so that the last row and
+// column of a screen can be reached.
 class Selection
 {
 public:
-    // bounds: nothing outside can be selected. threshold: how far the pointer moves before a press is a drag.
+    // bounds limit the selection. threshold: how far the pointer must move before a press becomes a drag.
     Selection(const QRect &bounds, int threshold);
 
     void press(QPoint at);
     void move(QPoint to);
     void release();
-    void setSquare(bool square); // while set, both sides are as long as the longer one, as far as the bounds allow
+    void setSquare(bool square); // while set, both sides are as long as the longer one, within the bounds
     void setMoving(bool moving); // while set, the pointer moves the whole rectangle
-    void nudge(QPoint by);       // moves it, and where the pointer holds it
+    void nudge(QPoint by);       // moves it, along with the point where the pointer holds it
 
     bool isPressed() const { return m_pressed; }
-    QRect rect() const; // empty until the press became a drag
+    QRect rect() const; // empty until a press becomes a drag
 
 private:
-    QPoint corner() const; // opposite to the anchor
+    QPoint corner() const; // opposite the anchor
     QPoint keptInside(QPoint anchor, QPoint corner) const;
 
     QRect m_bounds;
@@ -35,9 +35,9 @@ private:
     bool m_moving = false;
     QPoint m_anchor;
     QPoint m_pointer;
-    QPoint m_offset;                     // from the pointer to the corner it holds
-    QPoint m_movedFrom;                  // the pointer's place when moving began
-    QPoint m_movedAnchor, m_movedCorner; // and the rectangle's
+    QPoint m_offset;                     // from the pointer to the corner it drags
+    QPoint m_movedFrom;                  // pointer position when moving began
+    QPoint m_movedAnchor, m_movedCorner; // rectangle when moving began
     QPoint m_corner;
 };
 

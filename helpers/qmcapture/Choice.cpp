@@ -21,7 +21,7 @@ int fail(const QString &reason)
     return 1;
 }
 
-// The window's own pixels, with the parts that others cover. Null when it has none any more.
+// The window's own pixels, including covered parts. Null if it no longer has any.
 QImage windowPixels(XConnection &server, ScreenGrab &grab, const ScreenWindow &window)
 {
     const xcb_pixmap_t pixmap = xcb_generate_id(server.get());
@@ -61,10 +61,10 @@ extern "C" Q_DECL_EXPORT int quillmereChoose(Curtain &curtain, CaptureMode mode,
         return 0;
 
     const QImage pixels = chosenPixels(curtain.server(), desktop.screen(), choice);
-    // Asked to end from here on, the helper still puts the whole file into place: it is a moment, and the choice was made.
+    // From here on, signals no longer stop the helper: the choice is made, and writing the file takes only a moment.
     for (const int signal : {SIGTERM, SIGINT, SIGHUP})
         std::signal(signal, SIG_IGN);
-    std::signal(SIGXFSZ, SIG_IGN); // a limit on the size of files is then an error like a full disk
+    std::signal(SIGXFSZ, SIG_IGN); // exceeding a file size limit is then an ordinary write error
     const int scale = pictureScale(desktop.screen().monitors(), choice.area);
     if (const Outcome written = PngWriter::write(path, {pixels, QSizeF(pixels.size()) / scale}); !written)
         return fail(QStringLiteral("cannot write %1: %2").arg(path, written.reason()));

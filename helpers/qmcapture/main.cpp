@@ -1,9 +1,9 @@
 // qmcapture -i PATH    the user draws a region; its picture is written to PATH
 // qmcapture -iw PATH   the user points at a window
-// Exit status 0: written, or cancelled (then there is no file); 1: failed, with one line on stderr and no file.
+// Exit status 0: written, or cancelled (no file); 1: failed, with one line on stderr and no file.
 //
-// This program is only the beginning: it takes the input, freezes the screen and shows it dimmed, and then loads the rest.
-// Loading Qt takes longer than all of that, and a screen that answers late to a key feels broken.
+// This program is only the first stage: it grabs the input, freezes the screen, shows it dimmed, and then loads the
+// rest. Loading Qt takes longer than all of that, and a screen that responds late to a key feels broken.
 
 #include "helpers/qmcapture/Choice.h"
 #include "helpers/x11/CaptureClaim.h"
@@ -54,7 +54,7 @@ ChooseFunction loadRest()
 
 int main(int argc, char **argv)
 {
-    prctl(PR_SET_PDEATHSIG, SIGTERM); // an overlay that nobody waits for must not stay
+    prctl(PR_SET_PDEATHSIG, SIGTERM); // an overlay must not outlive the program that waits for it
 
     const char *mode = argc == 3 ? argv[1] : "";
     if (std::strcmp(mode, "-i") != 0 && std::strcmp(mode, "-iw") != 0)

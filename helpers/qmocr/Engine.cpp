@@ -17,7 +17,7 @@ using tesseract::TessBaseAPI;
 
 static bool load(TessBaseAPI &api, const QString &languages)
 {
-    const std::vector<std::string> names{"debug_file"}, values{"/dev/null"}; // the library's own chatter
+    const std::vector<std::string> names{"debug_file"}, values{"/dev/null"}; // silences the library's own output
     return api.Init(nullptr, languages.toUtf8().constData(), tesseract::OEM_LSTM_ONLY, nullptr, 0, &names, &values,
                     false) == 0;
 }
@@ -25,15 +25,15 @@ static bool load(TessBaseAPI &api, const QString &languages)
 static QStringList installed(TessBaseAPI &api)
 {
     std::vector<std::string> names;
-    api.GetAvailableLanguagesAsVector(&names); // known once an Init was tried, even if it failed
+    api.GetAvailableLanguagesAsVector(&names); // filled in by any Init attempt, even a failed one
     QStringList languages;
     for (const std::string &name : names)
         languages += QString::fromStdString(name);
-    languages.removeAll(QStringLiteral("osd")); // finds the orientation, reads nothing
+    languages.removeAll(QStringLiteral("osd")); // detects orientation, reads nothing
     return languages;
 }
 
-// The set without the parts that are not installed.
+// The set, without parts that are not installed.
 static QString available(const QString &set, const QStringList &installed)
 {
     QStringList parts = set.split(u'+', Qt::SkipEmptyParts);
@@ -61,7 +61,7 @@ Engine::Engine(const QStringList &languageSets, Layout layout, Invert invert)
 
 Engine::~Engine() = default;
 
-// Leptonica's own form of the picture, enlarged.
+// The picture as Leptonica's own type, enlarged.
 static Pix *enlarged(const QImage &gray, double scale)
 {
     Pix *pix = pixCreate(gray.width(), gray.height(), 8);
@@ -88,7 +88,7 @@ QList<Line> Engine::read(const QImage &gray, double scale)
     if (!pix)
         return lines;
     m_api->SetImage(pix);
-    pixDestroy(&pix); // the engine holds its own
+    pixDestroy(&pix); // the engine holds its own reference
     if (m_api->Recognize(nullptr) == 0) {
         const std::unique_ptr<tesseract::ResultIterator> it(m_api->GetIterator());
         static constexpr auto level = tesseract::RIL_TEXTLINE;

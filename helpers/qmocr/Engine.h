@@ -13,7 +13,7 @@ class TessBaseAPI;
 
 namespace qm::ocr {
 
-// A line of text and where it stands, in pixels of the picture.
+// A line of text and its position in the picture, in pixels.
 struct Line {
     QRect box;
     QString text; // as recognised, tidied (see Text.h)
@@ -24,19 +24,19 @@ class Engine
 {
 public:
     enum class Layout {
-        sparse, // text anywhere, in no order: finds labels, cells and buttons
-        block,  // one block of lines: finds long lines that the other tears apart
+        sparse, // text anywhere, in any order: finds labels, cells and buttons
+        block,  // one block of lines: finds long lines that sparse tears apart
     };
-    enum class Invert { no, yes }; // try light text on dark as well
+    enum class Invert { no, yes }; // whether to try light text on dark as well
 
-    // The best of these language sets whose data is installed; parts of a set ("eng+jpn") may be missing. Nothing usable:
-    // whatever else is installed. isReady() tells whether anything was.
+    // Uses the best of these language sets whose data is installed; parts of a set ("eng+jpn") may be missing. If none
+    // is usable, uses whatever else is installed. isReady() tells whether there was anything.
     Engine(const QStringList &languageSets, Layout layout, Invert invert);
     ~Engine();
 
     bool isReady() const { return m_ready; }
 
-    // The lines of a grey picture, which is enlarged by the scale first; boxes are in the picture's own pixels.
+    // The lines of a grey picture, which is first enlarged by the scale; boxes are in the original picture's pixels.
     QList<Line> read(const QImage &gray, double scale);
 
 private:

@@ -9,14 +9,14 @@
 
 namespace qm::ocr {
 
-// How much one picture may cost.
+// How many resources a picture may use.
 struct Limits {
-    // For a picture of up to 1920 x 1080; grows with the pixels beyond. Reading takes a tenth of it.
+    // For a picture of up to 1920 x 1080; grows with its pixels beyond that. Reading takes about a tenth of it.
     std::chrono::milliseconds time = std::chrono::seconds(30);
-    // Bytes of a worker's address space: the largest picture at eight bytes a pixel, decoded and once more on the way
-    // through a codec, and a gigabyte for the recogniser.
+    // Bytes of a worker's address space: the largest picture at eight bytes per pixel, decoded and once more inside a
+    // codec, plus a gigabyte for the recogniser.
 #ifdef __SANITIZE_ADDRESS__
-    quint64 memory = ~quint64(0); // the sanitizer takes terabytes of addresses for itself
+    quint64 memory = ~quint64(0); // the sanitizer reserves terabytes of address space
 #else
     quint64 memory = 2 * 8 * quint64(ImageFile::maxPixels) + (quint64(1) << 30);
 #endif
@@ -27,7 +27,7 @@ struct Limits {
         return std::chrono::milliseconds(qint64(double(time.count()) * std::max(1.0, double(pixels) / fullHd)));
     }
 
-    // QMOCR_TIME_LIMIT_MS and QMOCR_MEMORY_LIMIT_MB in the environment take the place of the values above.
+    // QMOCR_TIME_LIMIT_MS and QMOCR_MEMORY_LIMIT_MB in the environment override the values above.
     static Limits fromEnvironment();
 };
 

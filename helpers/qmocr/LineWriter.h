@@ -7,13 +7,13 @@
 
 namespace qm::ocr {
 
-// Writes to a file descriptor from a thread of its own, so that a reader who takes his time never holds up the caller.
-// Each write goes out at once. The process ends quietly when the other end is closed.
+// Writes to a file descriptor from its own thread, so that a slow reader never blocks the caller. Each write goes out
+// at once. The process exits quietly when the other end is closed.
 class LineWriter
 {
 public:
     explicit LineWriter(int descriptor);
-    ~LineWriter(); // waits until all is written
+    ~LineWriter(); // waits until everything is written
 
     void write(const QByteArray &bytes); // any thread; returns at once
 

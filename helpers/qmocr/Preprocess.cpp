@@ -13,11 +13,11 @@
 namespace qm::ocr {
 
 static constexpr int tileEdge = 8;     // pixels
-static constexpr int reach = 8;        // tiles to either side that tell a tile's background
+static constexpr int reach = 8;        // tiles on either side that determine a tile's background
 static constexpr int bins = 64;        // of four grey levels each
-static constexpr int minContrast = 48; // grey levels; less is noise and stays faint
+static constexpr int minContrast = 48; // grey levels; anything less is noise and stays faint
 static constexpr int fullContrast = 220;
-static constexpr int darkBelow = 150; // grey level under which a pixel belongs to a letter
+static constexpr int darkBelow = 150; // grey level below which a pixel belongs to a letter
 static constexpr int fewestLetters = 20;
 static constexpr double bestHeight = 20; // pixels
 
@@ -47,10 +47,10 @@ namespace {
 
 using Histogram = std::array<int, bins>;
 
-// What a tile's pixels are measured against.
+// The reference for a tile's pixels.
 struct Ground {
     int background = 255; // grey level
-    int contrast = 255;   // grey levels between it and the text
+    int contrast = 255;   // grey levels between background and text
 };
 
 } // namespace

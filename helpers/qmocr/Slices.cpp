@@ -7,13 +7,13 @@
 
 namespace qm::ocr {
 
-static constexpr qint64 largestWhole = 2880 * 1800; // pixels that are read in one piece
-static constexpr qint64 pieceArea = 4'000'000;      // pixels; doubled, what the recogniser takes at once
-static constexpr int widest = 8000;                 // pixels; beyond, pieces stand side by side as well
+static constexpr qint64 largestWhole = 2880 * 1800; // pixels; larger pictures are cut
+static constexpr qint64 pieceArea = 4'000'000;      // pixels; at double scale, the most that is read at once
+static constexpr int widest = 8000;                 // pixels; wider pictures are also cut side by side
 static constexpr int shortest = 2 * overlap;        // pixels
-static constexpr int edgeStep = 24;                 // grey levels between neighbours that make an edge
+static constexpr int edgeStep = 24;                 // difference in grey levels between neighbours that makes an edge
 
-// How much is written in each row of the strip: the number of edges in it.
+// The amount of text in each row of the strip, measured as its number of edges.
 static std::vector<int> ink(const QImage &gray, int top, int bottom, int left, int right)
 {
     std::vector<int> rows;
@@ -50,7 +50,7 @@ static QList<QRect> rowsOf(const QImage &gray, int left, int right)
     QList<QRect> pieces;
     for (int top = 0;;) {
         const int start = std::max(0, top - overlap / 2);
-        // A last piece of up to a third more is better than a cut.
+        // A last piece up to a third too large is better than another cut.
         if (height - top <= target + target / 3) {
             pieces += QRect(left, start, right - left, height - start);
             return pieces;
@@ -88,7 +88,7 @@ static bool mostlyIn(const QRect &box, const QRect &other)
     return 2 * area(box & other) > area(box);
 }
 
-// The part of a piece that no other piece is nearer to: without half of the overlap at the sides where it has one.
+// The part of a piece that is nearer to it than to any other: half of each overlap is left out.
 static QRect core(const QRect &piece, const QRect &whole)
 {
     static constexpr int half = overlap / 2;
@@ -96,7 +96,7 @@ static QRect core(const QRect &piece, const QRect &whole)
                           piece.right() < whole.right() ? -half : 0, piece.bottom() < whole.bottom() ? -half : 0);
 }
 
-// Whether the piece ends where the line does, though the picture goes on.
+// True if the line ends at the piece's edge although the picture continues.
 static bool isStump(const QRect &box, const QRect &piece, const QRect &whole)
 {
     static constexpr int near = 2;
@@ -110,7 +110,7 @@ QList<Line> joined(const QList<QRect> &pieces, const QList<QList<Line>> &read)
     for (const QRect &piece : pieces)
         whole |= piece;
     QList<Line> lines;
-    // Whether one of the first `count` lines is this one, perhaps read a little differently.
+    // True if one of the first `count` lines is this one, perhaps read slightly differently.
     const auto isKnown = [&](const Line &line, qsizetype count) {
         return std::any_of(lines.cbegin(), lines.cbegin() + count, [&](const Line &known) {
             return mostlyIn(line.box, known.box) || mostlyIn(known.box, line.box);
@@ -118,7 +118,7 @@ QList<Line> joined(const QList<QRect> &pieces, const QList<QList<Line>> &read)
     };
     struct Spare {
         Line line;
-        qsizetype at; // where in lines it belongs
+        qsizetype at; // its place in lines
     };
     QList<Spare> spare;
     for (qsizetype i = 0; i < pieces.size(); ++i) {

@@ -8,18 +8,18 @@
 
 namespace qm::ocr {
 
-// Large pictures (scrolling captures, several screens) are read in overlapping pieces, each scaled by its own text: as one
-// they would have to be shrunk below what can be read. Pure functions over the picture's pixels.
+// Large pictures (scrolling captures, several screens) are read in overlapping pieces, each scaled according to its own
+// text: whole, they would have to be shrunk until unreadable. Pure functions over the picture's pixels.
 
-// The pieces in reading order; one for a picture of ordinary size. They are cut where the least is written near the place
-// where a piece has to end, and overlap by `overlap` pixels around the cut.
+// The pieces in reading order; just one for a picture of ordinary size. Cuts are made where there is the least text
+// near the intended size, and the pieces overlap by `overlap` pixels around each cut.
 QList<QRect> slices(const QImage &gray);
 
-// The lines of all pieces, each line once: read.at(i) are those of piece i, in pixels of the whole picture. Of a line in
-// the overlap the piece that holds its middle decides; what only the other one found is kept, unless it is the stump of a
-// line that the piece's edge cut off.
+// The lines of all pieces, without duplicates: read.at(i) are the lines of piece i, in pixels of the whole picture. A
+// line in an overlap is taken from the piece whose core contains its middle. Lines found only by the other piece are
+// kept, unless they are stumps cut off by its edge.
 QList<Line> joined(const QList<QRect> &pieces, const QList<QList<Line>> &read);
 
-constexpr int overlap = 192; // pixels; more than the tallest line that is read
+constexpr int overlap = 192; // pixels; more than the tallest line that can be read
 
 } // namespace qm::ocr

@@ -9,7 +9,7 @@
 
 namespace qm::ocr {
 
-static constexpr qint64 settled = 3600; // seconds without a change after which a file is taken as what it is
+static constexpr qint64 settled = 3600; // seconds without a change after which a file counts as complete
 
 Supervisor::Supervisor(Options options)
     : m_options(std::move(options))
@@ -49,7 +49,7 @@ void Supervisor::handOut()
 void Supervisor::done(const Job &job, const Answer &answer)
 {
     if (answer.died && !answer.text && !job.again) {
-        // Perhaps it was not the picture: somebody ended the process, or memory was short. It gets one more try, at once.
+        // The picture may not be to blame: someone killed the process, or memory was short. Retry once, immediately.
         m_waiting.push_front({job.path, true});
         return handOut();
     }
@@ -66,7 +66,7 @@ void Supervisor::done(const Job &job, const Answer &answer)
 QByteArray resultLine(const QByteArray &path, const Answer &answer, const QDateTime &fileChanged, const QDateTime &now)
 {
     QJsonObject line{{QStringLiteral("path"), QString::fromUtf8(path)}};
-    // A time in the future is a clock set wrong, not a file still being written.
+    // A time in the future means a wrong clock, not a file still being written.
     const bool isSettled = fileChanged.isValid() && std::abs(fileChanged.secsTo(now)) >= settled;
     if (answer.text)
         line[QStringLiteral("text")] = *answer.text;

@@ -5,18 +5,18 @@
 
 namespace qm::ocr {
 
-// What the parent and a worker say to each other over the worker's standard input and output: messages that end with a
-// NUL, which neither a path nor a text can hold. A request is a path, byte for byte as it was asked for.
+// Protocol between the parent and a worker over the worker's standard input and output: messages terminated by NUL,
+// which occurs neither in paths nor in texts. A request is a path, byte for byte as it was passed in.
 
 struct Reply {
     enum class Kind : char {
-        begun = 'b',        // the request is taken up: the language data is loaded
-        pixels = 'p',       // the picture is open; its number of pixels in decimal
-        firstText = 'f',    // what the first pass read; stands if nothing follows
-        text = 't',         // all that was read: the request is done
-        passingError = 'e', // done, with a reason that may be gone the next time
-        lastingError = 'x', // done, with a reason that lies in the file
-        noData = 'n',       // done: no language data is installed
+        begun = 'b',        // work has started: the language data is loaded
+        pixels = 'p',       // the picture is open; payload: number of pixels in decimal
+        firstText = 'f',    // result of the first pass; stands if nothing follows
+        text = 't',         // the whole text; completes the request
+        passingError = 'e', // completes it; the reason may be gone next time
+        lastingError = 'x', // completes it; the reason lies in the file
+        noData = 'n',       // completes it; no language data is installed
     };
     Kind kind;
     QByteArray payload; // UTF-8
@@ -25,7 +25,7 @@ struct Reply {
 QByteArray encoded(const QByteArray &request);
 QByteArray encoded(const Reply &reply);
 
-// Takes the stream in pieces as they come and gives the messages that are complete.
+// Splits the incoming stream into complete messages.
 class MessageSplitter
 {
 public:
@@ -35,13 +35,13 @@ public:
     }
 
     QList<QByteArray> take(const QByteArray &piece);
-    QByteArray rest() const { return m_rest; } // what no end has followed yet
+    QByteArray rest() const { return m_rest; } // incomplete message at the end
 
 private:
     char m_end;
     QByteArray m_rest;
 };
 
-Reply decodedReply(const QByteArray &message); // an empty message gives a kind of none of the above
+Reply decodedReply(const QByteArray &message); // kind is none of the above for an empty message
 
 } // namespace qm::ocr

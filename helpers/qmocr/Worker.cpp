@@ -56,7 +56,7 @@ static void read(TextReader &reader, const QString &path, const ReplyPipe &repli
     if (!info.exists())
         return replies.send(Kind::passingError, "no such file");
     if (!info.isFile())
-        return replies.send(Kind::passingError, "not a file"); // opening a named pipe would wait for its other end
+        return replies.send(Kind::passingError, "not a file"); // opening a named pipe would block
     QFile file(path);
     if (!file.open(QIODevice::ReadOnly))
         return replies.send(Kind::passingError, file.errorString().toUtf8());

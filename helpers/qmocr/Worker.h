@@ -4,8 +4,8 @@
 
 namespace qm::ocr {
 
-// A worker process: reads requests from its standard input one by one, replies on its standard output (see WireFormat.h),
-// ends when its input does. A worker may die of a picture at any time; that is what it is for.
+// A worker process: reads requests from standard input one by one, replies on standard output (see WireFormat.h), and
+// exits when its input ends. A picture may kill a worker at any time; that is what workers are for.
 int runWorker(const QString &languages, quint64 memoryLimit);
 
 } // namespace qm::ocr

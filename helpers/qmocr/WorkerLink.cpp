@@ -9,9 +9,9 @@ namespace qm::ocr {
 using Kind = Reply::Kind;
 using namespace std::chrono_literals;
 
-static constexpr std::chrono::milliseconds toBegin = 30s; // loading takes a tenth of one; not the picture's doing
-static constexpr int mostLooks = 20;                      // at the clock of a worker that is late
-static constexpr int patience = 1000;                     // ms for a killed process to be gone
+static constexpr std::chrono::milliseconds toBegin = 30s; // loading takes a tenth of a second; not the picture's fault
+static constexpr int mostLooks = 20;                      // how often a late worker gets more time
+static constexpr int patience = 1000;                     // ms for a killed process to exit
 
 WorkerLink::WorkerLink(const WorkerProgram &program, const Limits &limits)
     : m_program(program)
@@ -27,18 +27,18 @@ WorkerLink::~WorkerLink()
     if (!m_process)
         return;
     m_process->disconnect(&m_timer);
-    m_process->kill(); // it holds nothing that would have to be put down
+    m_process->kill(); // safe: it has no state to save
     if (m_process->waitForFinished(patience))
         delete m_process;
 }
 
 void WorkerLink::start()
 {
-    m_process = new QProcess; // deleted when it has ended, which may be after this object
+    m_process = new QProcess; // deleted when it has exited, possibly after this object
     m_replies = MessageSplitter();
     QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
-    // One thread a worker: the recogniser's own threads make two pictures at once several times slower. Read by the OpenMP
-    // library when it is loaded, hence here and not in the worker.
+    // One thread per worker: the recogniser's own threads make two pictures at once several times slower. OpenMP reads
+    // this while loading, hence it is set here and not in the worker.
     environment.insert(QStringLiteral("OMP_THREAD_LIMIT"), QStringLiteral("1"));
     m_process->setProcessEnvironment(environment);
     m_process->setProgram(m_program.program);
@@ -48,7 +48,7 @@ void WorkerLink::start()
         const QProcess *process = m_process;
         const QList<QByteArray> messages = m_replies.take(m_process->readAllStandardOutput());
         for (const QByteArray &message : messages)
-            if (m_process == process) // else it was given up meanwhile, and another has the next request
+            if (m_process == process) // otherwise it was abandoned, and another process has the next request
                 take(decodedReply(message));
     });
     QObject::connect(m_process, &QProcess::finished, &m_timer, [this] { ended(); });
@@ -58,7 +58,7 @@ void WorkerLink::start()
             if (error == QProcess::FailedToStart)
                 ended();
         },
-        Qt::QueuedConnection); // or it could answer from within read()
+        Qt::QueuedConnection); // otherwise it could answer from within read()
     m_process->start();
 }
 
@@ -98,7 +98,7 @@ void WorkerLink::take(const Reply &reply)
     case Kind::lastingError: return finish({.error = text, .lasting = true});
     case Kind::noData: return finish({.error = QStringLiteral("no language data"), .noData = true});
     }
-    abandon(); // it speaks nonsense
+    abandon(); // protocol error
     finish({.text = m_firstText, .error = QStringLiteral("the reading process failed"), .died = true});
 }
 
@@ -117,7 +117,7 @@ void WorkerLink::ended()
 
 void WorkerLink::overdue()
 {
-    // On a busy machine a worker of low priority gets little done. One that does work has the limit in processor time.
+    // On a busy machine a low-priority worker gets little done; one that makes progress is limited by CPU time instead.
     const std::chrono::milliseconds used = m_begun ? processorTime(m_process->processId()) - m_usedBefore : 0ms;
     if (used - std::exchange(m_usedAtLook, used) > m_limit / 100 && used < m_limit * 9 / 10 && m_looks++ < mostLooks) {
         m_timer.start(std::max(m_limit - used, m_limit / 10));
@@ -129,7 +129,7 @@ void WorkerLink::overdue()
 
 void WorkerLink::abandon()
 {
-    // Not waited for: a process that hangs inside the system may take its time to go.
+    // Not waited for: a process stuck in a system call may take a while to exit.
     QProcess *process = std::exchange(m_process, nullptr);
     process->disconnect(&m_timer);
     if (process->state() == QProcess::NotRunning) {

@@ -19,18 +19,18 @@ struct WorkerProgram {
     QStringList arguments;
 };
 
-// What became of one request.
+// Outcome of one request.
 struct Answer {
     std::optional<QString> text = std::nullopt;
     QString error = {};   // why there is no text
-    bool lasting = false; // the reason lies in the file, and will be the same the next time
-    bool died = false;    // the worker ended by itself
+    bool lasting = false; // the reason lies in the file and will not go away
+    bool died = false;    // the worker exited by itself
     bool noData = false;  // no language data is installed
 };
 
-// The parent's end of one worker: starts the process when it is first needed and again after it died or had to be killed,
-// and watches its time, which counts on the clock for one that does nothing and in processor time for one that works.
-// One request at a time; the answer comes later, from the event loop, never from within read().
+// The parent's end of one worker: starts the process on first use and again after it died or was killed, and watches
+// its time, which is wall clock time for an idle process and CPU time for a busy one. One request at a time; the answer
+// comes later from the event loop, never from within read().
 class WorkerLink
 {
 public:
@@ -56,13 +56,13 @@ private:
     MessageSplitter m_replies;
     QTimer m_timer;
 
-    // The request in hand.
+    // The current request.
     Finished m_finished;
     bool m_begun = false;
     std::optional<QString> m_firstText;
     std::chrono::milliseconds m_limit{0};
-    std::chrono::milliseconds m_usedBefore{0}; // processor time of the process when the request was taken up
-    std::chrono::milliseconds m_usedAtLook{0}; // by the request, when it was last found late
+    std::chrono::milliseconds m_usedBefore{0}; // CPU time of the process at the start of the request
+    std::chrono::milliseconds m_usedAtLook{0}; // CPU time of the request when last found late
     int m_looks = 0;
 };
 

@@ -48,7 +48,7 @@ static int supervise(QCoreApplication &app, const QStringList &workerArguments, 
             return;
         QList<QByteArray> lines = paths.take(buffer.first(std::max<ssize_t>(n, 0)));
         if (n <= 0)
-            lines += paths.rest(); // the last line may lack its end
+            lines += paths.rest(); // the last line may lack its terminator
         for (const QByteArray &path : std::as_const(lines))
             if (!path.isEmpty())
                 supervisor.add(path);
@@ -69,10 +69,10 @@ int main(int argc, char **argv)
     QCommandLineParser parser;
     parser.setApplicationDescription(text(
         "Reads the text in pictures.\n\n"
-        "Takes the paths of pictures on standard input, one a line, and prints one JSON object for each as soon as it "
-        "is\n"
-        "read, in any order: {\"path\": ..., \"text\": ...}, or \"error\" with the reason in place of the text.\n\n"
-        "QMOCR_WORKERS           how many pictures are read at once (default: one a processor)\n"
+        "Takes the paths of pictures on standard input, one per line, and prints one JSON object for each as soon as\n"
+        "it has been read, in any order: {\"path\": ..., \"text\": ...}, or \"error\" with the reason instead of the "
+        "text.\n\n"
+        "QMOCR_WORKERS           how many pictures are read at once (default: one per processor)\n"
         "QMOCR_TIME_LIMIT_MS     time for a picture of 1920 x 1080 (default: 30000); larger ones get more\n"
         "QMOCR_MEMORY_LIMIT_MB   address space of the process that reads a picture"));
     parser.addHelpOption();
@@ -84,7 +84,7 @@ int main(int argc, char **argv)
     parser.addOptions({languages, worker});
     parser.process(app);
     if (!parser.positionalArguments().isEmpty()) {
-        std::fputs("qmocr: takes no arguments; paths come on standard input (see --help)\n", stderr);
+        std::fputs("qmocr: takes no arguments; pass paths on standard input (see --help)\n", stderr);
         return 2;
     }
 

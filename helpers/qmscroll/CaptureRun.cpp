@@ -17,10 +17,10 @@ using Order = ScrollSession::Order;
 using Notice = ScrollSession::Notice;
 using End = ScrollSession::End;
 
-constexpr auto hintTime = 1500ms; // how long a panel that must go is seen
-constexpr auto lingerTime = 4s;   // for a line to be read
+constexpr auto hintTime = 1500ms; // how long a panel that has to disappear is shown
+constexpr auto lingerTime = 4s;   // time to read a line
 constexpr double pointsPerInch = 72;
-constexpr int thumbnailWidth = 160; // pixels, as TallPicture's
+constexpr int thumbnailWidth = 160; // pixels, same as TallPicture's
 constexpr int rowsAtOnce = 48;      // written between two looks
 
 bool isPause(Notice notice)
@@ -95,7 +95,7 @@ void CaptureRun::handle(const ScrollDesktop::Input &input)
     using Kind = ScrollDesktop::Input::Kind;
     const auto bringIn = [this] {
         if (m_place.coversRegion)
-            hidePanel(); // one more frame is to come
+            hidePanel(); // one more frame will be taken
         m_nextLook = now();
     };
     switch (input.kind) {
@@ -137,7 +137,7 @@ void CaptureRun::look()
     const ScrollDesktop::Pointer pointer = m_desktop.pointer();
     ScrollSession::Sight sight;
     sight.held = pointer.held;
-    if (m_pointerMoved) // where it was left after the region was drawn says nothing
+    if (m_pointerMoved) // its place right after the region was drawn means nothing
         sight.pointer = place(pointer.at);
     if (coveredLook(sight))
         return;
@@ -157,7 +157,7 @@ void CaptureRun::look()
     act(m_session.look(now(), sight));
 }
 
-// A panel that lies over the region is there only while nothing goes on, and nothing is taken from the screen then.
+// A panel over the region is shown only while nothing happens, and no frame is taken meanwhile.
 bool CaptureRun::coveredLook(const ScrollSession::Sight &sight)
 {
     if (!m_place.coversRegion || !m_panelShown)
@@ -206,7 +206,7 @@ bool CaptureRun::keep(const QImage &rows)
     return m_writes;
 }
 
-// As many of the pending rows as there is time for.
+// Writes as many of the pending rows as time allows.
 void CaptureRun::writePending(Milliseconds until)
 {
     while (!m_pending.isEmpty() && m_writes && now() < until) {
@@ -220,7 +220,7 @@ void CaptureRun::writePending(Milliseconds until)
     }
 }
 
-// What is in the file, and the part of the last frame that the stitcher still holds back.
+// What is in the file, plus the part of the furthest frame that the stitcher still holds back.
 QImage CaptureRun::thumbnail() const
 {
     const QImage kept = m_picture.thumbnail();
@@ -242,7 +242,7 @@ Outcome CaptureRun::finish()
 {
     m_stitcher.finish();
     writePending(Milliseconds::max());
-    return m_picture.finish(); // tells of every earlier failure
+    return m_picture.finish(); // reports any earlier failure, too
 }
 
 void CaptureRun::updatePanel()
@@ -270,7 +270,7 @@ void CaptureRun::hidePanel()
     m_panelShown = false;
 }
 
-// Leaves a last word to be read. Another capture may begin meanwhile, and any key of ours or a click ends it.
+// Shows a last message. Another capture may begin meanwhile; a click on the panel or a signal ends it early.
 void CaptureRun::linger(const QString &status)
 {
     using Kind = ScrollDesktop::Input::Kind;

@@ -13,8 +13,8 @@
 
 namespace qm {
 
-// One scrolling capture, from the chosen region to the file: lets the session decide, and does what it says with desktop,
-// stitcher and picture. One thread, which it keeps until the end.
+// One scrolling capture, from the selected region to the file: the session decides, this class carries it out with
+// desktop, stitcher and picture. One thread, blocked until the end.
 class CaptureRun
 {
 public:
@@ -26,8 +26,8 @@ public:
     };
     struct Result {
         ScrollSession::End end = ScrollSession::End::cancelled;
-        int height = 0;  // of the picture
-        QString failure; // empty: there is a file, or it was cancelled
+        int height = 0;  // of the picture, pixels
+        QString failure; // empty if a file was written or the capture was cancelled
     };
 
     CaptureRun(ScrollDesktop &desktop, const ScrollDesktop::Region &region, const Options &options);
@@ -66,14 +66,14 @@ private:
     ScrollSession::Milliseconds m_nextLook{0};
     bool m_pointerMoved = false;
 
-    QImage m_frame;       // of the last look
-    QImage m_joined;      // the last that was to be joined
-    QImage m_furthest;    // that with which the picture last grew
-    bool m_fresh = false; // the former differs from the latter
+    QImage m_frame;       // of the latest look
+    QImage m_joined;      // last passed to the stitcher
+    QImage m_furthest;    // last that made the picture grow
+    bool m_fresh = false; // m_frame differs from m_joined
 
-    QList<QImage> m_pending; // rows that are not in the file yet: they are written while a view scrolls
-    int m_rows = 0;          // handed over, the pending ones included
-    bool m_writes = true;    // the file has taken all so far
+    QList<QImage> m_pending; // rows not yet in the file; written while the view scrolls
+    int m_rows = 0;          // delivered by the stitcher, including pending ones
+    bool m_writes = true;    // no write has failed so far
     bool m_thumbnailDue = false;
 };
 

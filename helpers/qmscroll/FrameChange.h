@@ -4,7 +4,7 @@
 
 namespace qm {
 
-// Whether two frames show something else. Both RGB32 of the same size; their fourth byte means nothing and may differ.
+// True if two frames show different content. Both RGB32 of the same size; the fourth byte is ignored.
 bool differs(const QImage &frame, const QImage &other);
 
 } // namespace qm

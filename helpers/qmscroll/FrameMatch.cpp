@@ -12,19 +12,19 @@ namespace {
 using Fit = ShiftSearch::Fit;
 using Leave = ShiftSearch::Leave;
 
-// Equal; with noise; with text that is smoothed otherwise, at a scroll position between two pixels.
+// Equal; with noise; with text rendered differently, at a scroll position between two pixels.
 struct Tolerance {
-    int levels;          // of grey, each channel
-    double largestError; // of a shift that is believed
-    double rivalError;   // a shift with more, times the best one's, is no rival
+    int levels;          // grey levels, per channel
+    double largestError; // of an acceptable shift
+    double rivalError;   // a shift with more than this times the best error is no rival
 };
 constexpr Tolerance tolerances[] = {{0, 0, 1}, {6, 1e9, 1.25}, {64, 0.35, 2}};
 
-constexpr int fewestChanges = 6; // rows that differ from the one below, for a shift or stillness to be believed
+constexpr int fewestChanges = 6; // rows that differ from the one below, required to trust a shift or stillness
 constexpr int fewestRows = 24;
 constexpr int lowRegion = 200; // rows
-// A shift that explains less than one in so many of the best one's changes, and less than one in so many of its rows, is
-// no rival.
+// A shift that explains less than one in rivalChanges of the best one's changes, and less than one in rivalRows of its
+// rows, is no rival.
 constexpr int rivalChanges = 4, rivalRows = 3;
 
 struct Verdict {
@@ -32,13 +32,13 @@ struct Verdict {
     Fit fit;
 };
 
-// A shift that leaves nothing open refutes one that does, if it explains the very rows that the other takes for a caret
-// or the like: had those changed by themselves, they would fit nowhere. Beyond its own rows it proves nothing.
+// A shift that leaves nothing unexplained refutes one that does, if it explains the very rows that the other takes for
+// a caret or the like: had those changed by themselves, they would fit nowhere. Beyond its own rows it proves nothing.
 bool refutes(const Fit &whole, const Fit &other, const QRect &part)
 {
     if (!whole.whole || whole.unmatched > 0 || whole.error > 0)
         return false;
-    // Whether most of these rows of `now` lie in what the shift explains; of `before`, with the shift turned.
+    // True if most of these rows of `now` lie in what the shift explains; for rows of `before`, with the shift negated.
     const auto covered = [&](int from, int rows, int shift) {
         const int first = std::max(from, part.top() + std::max(0, -shift));
         const int end = std::min(from + rows, part.bottom() + 1 - std::max(0, shift));
@@ -50,8 +50,8 @@ bool refutes(const Fit &whole, const Fit &other, const QRect &part)
     });
 }
 
-// Whether one of the shifts stands alone. Where frames are not equal to the pixel, several may lie within the tolerance:
-// the best then counts when it explains far more.
+// Decides whether one of the shifts stands alone. If frames are not exactly equal, several shifts may be within the
+// tolerance; the best then counts if it explains far more.
 Verdict judge(std::vector<Fit> fits, const Tolerance &tolerance, const QRect &part, int frameHeight)
 {
     const bool dull = std::any_of(fits.begin(), fits.end(), [frameHeight](const Fit &fit) {
@@ -72,8 +72,8 @@ Verdict judge(std::vector<Fit> fits, const Tolerance &tolerance, const QRect &pa
             !refutes(*best, *fit, part))
             return {Verdict::Kind::several, *best};
     }
-    // The less both frames show, the more of it must be like nothing else. Low regions show so few lines that some of them
-    // come again soon.
+    // The less the frames overlap, the more of the overlap must be unique. Low regions show so few lines that some of
+    // them soon recur.
     const bool low = frameHeight < lowRegion;
     const int sixths = 6 * best->matched / part.height();
     const int distinct = std::max(1, 5 - sixths) + (clear ? 0 : 2) + (low ? 2 : 0);
@@ -82,7 +82,7 @@ Verdict judge(std::vector<Fit> fits, const Tolerance &tolerance, const QRect &pa
     return {enough ? Verdict::Kind::one : Verdict::Kind::tooLittle, *best};
 }
 
-// The shift of the changed part: first one that explains everything is looked for, then one that leaves more open.
+// Finds the shift of the changed part: first one that explains everything, then ones that leave more unexplained.
 Verdict search(const ShiftSearch &shifts, const Tolerance &tolerance, const QRect &part, int frameHeight)
 {
     std::vector<Fit> all;
@@ -94,10 +94,10 @@ Verdict search(const ShiftSearch &shifts, const Tolerance &tolerance, const QRec
             if (known == all.end())
                 all.push_back(fit);
             else if (fit.whole && fit.unmatched < known->unmatched)
-                *known = fit; // a scroll bar was all that spoke against it
+                *known = fit; // only a scroll bar spoke against it
         }
         verdict = judge(all, tolerance, part, frameHeight);
-        // A shift that leaves rows open may only be the best so far.
+        // A shift that leaves rows unexplained may only be the best so far.
         const bool clear = verdict.kind == Verdict::Kind::one && verdict.fit.unmatched == 0;
         if (clear || verdict.kind == Verdict::Kind::several)
             break;
@@ -105,7 +105,7 @@ Verdict search(const ShiftSearch &shifts, const Tolerance &tolerance, const QRec
     return verdict;
 }
 
-// Whether the frames are equal but for what may change without scrolling: a caret, a small animation, a scroll bar.
+// True if the frames are equal except for what may change without scrolling: a caret, a small animation, a scroll bar.
 bool hardlyChanged(const QImage &before, const QImage &now, const QRect &part, const QRect &moving, int tolerance)
 {
     const int width = now.width(), side = std::min(48, width / 8);
@@ -133,7 +133,7 @@ bool hardlyChanged(const QImage &before, const QImage &now, const QRect &part, c
     int changes = 0;
     for (const QRect &group : groups) {
         changes += signatures.changes(std::max(0, group.top() - 1), group.bottom() + 1);
-        // One or two may light up over their whole width, as a list's rows do where the pointer comes to rest.
+        // One or two may be highlighted over their whole width, like list rows under the pointer.
         if (groups.size() > 2 &&
             PixelRows::changedPart(before.copy(group), now.copy(group), tolerance).width() > width / 3)
             return false;
@@ -151,8 +151,8 @@ FrameMatch moved(const Fit &fit, const QRect &part)
     return match;
 }
 
-// Whether the small differences go up and down at random, as those of noise do, and not all one way, as those of a shade
-// that moved.
+// True if the small differences go up and down at random, like noise, rather than all one way, like a gradient that
+// moved.
 bool isNoise(const QImage &before, const QImage &now)
 {
     PixelRows::Differences differences;
@@ -168,10 +168,10 @@ FrameMatch only(FrameMatch::Kind kind)
     return match;
 }
 
-// Nothing changed. It did not move if no other shift would show the same.
+// Nothing changed: it did not move if no other shift would look the same.
 FrameMatch::Kind stillness(const QImage &before, const QImage &now, const QRect &moving, int tolerance)
 {
-    // Faint content that moved hardly changes a pixel.
+    // Faint content that moved hardly changes any pixel.
     if (tolerance > 0 && !(tolerance == tolerances[1].levels && isNoise(before, now)))
         return FrameMatch::Kind::ambiguous;
     const ShiftSearch shifts(before, now, moving, tolerance);
@@ -204,7 +204,7 @@ FrameMatch FrameMatch::find(const QImage &before, const QImage &now, const QRect
         if (verdict.kind == Verdict::Kind::several)
             return only(Kind::ambiguous);
         if (small) {
-            // Either a little something moved on a page that stands, or the page moved and shows nothing else.
+            // Either something small changed on a still page, or the page moved and shows nothing else.
             if (verdict.kind == Verdict::Kind::none)
                 return only(stillness(before, now, moving, tolerance.levels));
             const RowSignatures rows(now, 0, now.width(), 0);

@@ -5,24 +5,24 @@
 
 namespace qm {
 
-// What two frames of one scrolling region have to do with each other. Rows and shifts in pixels. Any thread.
+// How two frames of one scrolling region relate. Rows and shifts in pixels. Any thread.
 struct FrameMatch {
     enum class Kind {
         still,     // nothing moved
-        moved,     // by shift, and by nothing else
-        ambiguous, // more than one shift fits, or there is too little to tell by
+        moved,     // by shift and nothing else
+        ambiguous, // more than one shift fits, or there is too little to tell
         lost       // no shift fits
     };
     Kind kind = Kind::lost;
     int shift = 0; // `now` shows at row y what `before` shows at y + shift
 
-    // Moved: up to this row of `before` nothing belongs to a band that stays at the bottom. When the content moved up, the
-    // next row stands in `now`, too, below any band at its top.
+    // If moved: the rows of `before` above this one contain no band fixed at the bottom. If the content moved up, row
+    // `splice` is visible in `now` as well, below any band fixed at the top.
     int splice = 0;
-    QRect part = {}; // moved: outside of it the frames are equal; what keeps its place lies there
+    QRect part = {}; // if moved: the frames are equal outside it; fixed parts lie there
 
-    // Both RGB32 and of one size. `moving` is the part known to move, everything if nothing is known: where nothing
-    // changed, only that can tell that nothing moved.
+    // Both frames RGB32 and of the same size. `moving` is the part known to move, or everything if nothing is known:
+    // when nothing changed, it is the only evidence that nothing moved.
     static FrameMatch find(const QImage &before, const QImage &now, const QRect &moving);
 };
 

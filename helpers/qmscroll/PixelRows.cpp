@@ -3,7 +3,7 @@
 namespace qm {
 
 static constexpr quint32 colour = 0x00ffffff;
-static constexpr int block = 64; // pixels looked at before stopping early
+static constexpr int block = 64; // pixels compared before stopping early
 
 static bool equalBlock(const quint32 *a, const quint32 *b, int count)
 {
@@ -66,7 +66,7 @@ QRect PixelRows::changedPart(const QImage &a, const QImage &b, int tolerance)
         return {};
     int left = width, right = 0;
     for (int y = top; y < bottom; ++y) {
-        // Only what could widen the part is looked at.
+        // Only look at what could widen the part.
         if (left > 0 && differs(y, 0, left)) {
             int x = 0;
             while (!differs(y, x, x + 1))

@@ -7,7 +7,7 @@
 
 namespace qm {
 
-// How pixels are compared: a channel may differ by up to the tolerance. The fourth byte of RGB32 is never looked at.
+// Pixel comparison: each channel may differ by up to the tolerance. The fourth byte of RGB32 is ignored.
 namespace PixelRows {
 
 inline const quint32 *at(const QImage &image, int y)
@@ -17,14 +17,14 @@ inline const quint32 *at(const QImage &image, int y)
 
 bool differ(const quint32 *a, const quint32 *b, int count, int tolerance);
 
-// The smallest part of two frames of one size outside of which they are equal; null when they are equal.
+// The smallest rectangle outside of which two frames of the same size are equal; null if they are equal.
 QRect changedPart(const QImage &a, const QImage &b, int tolerance);
 
-// Of rows laid upon each other, summed over the channels and over as many rows as are added.
+// Differences between rows, summed over the channels and over all rows added.
 struct Differences {
-    quint64 energy = 0; // squares
-    quint64 amount = 0; // without their sign
-    qint64 drift = 0;   // with it: differences that go up and down at random come to nothing
+    quint64 energy = 0; // sum of squares
+    quint64 amount = 0; // sum of absolute values
+    qint64 drift = 0;   // sum of signed values; random noise cancels out
 
     void add(const quint32 *a, const quint32 *b, int count);
     bool oneWay() const { return 3 * quint64(std::abs(drift)) > amount; }

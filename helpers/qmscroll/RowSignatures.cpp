@@ -29,12 +29,12 @@ RowSignatures::RowSignatures(const QImage &frame, int left, int right, int toler
         m_changesAbove[size_t(y) + 1] = m_changesAbove[size_t(y)] + (y + 1 < m_height && differ(y, *this, y + 1));
 }
 
-// Sums of pixels and sums of those sums, as in Fletcher's checksum (IEEE Transactions on Communications, 1982), side by
-// side in as many lanes as processors like to add at once.
+// Sums of pixels and sums of those sums, as in Fletcher's checksum (IEEE Transactions on Communications, 1982), in
+// several lanes that vectorise well.
 void RowSignatures::addHashes(const QImage &frame, int left, int right)
 {
     constexpr int lanes = 16;
-    constexpr quint32 factor = 0x9e3779b1; // odd, bits well mixed
+    constexpr quint32 factor = 0x9e3779b1; // odd, with well mixed bits
     const int width = right - left;
     m_hashes.reserve(size_t(m_height));
     for (int y = 0; y < m_height; ++y) {
@@ -58,7 +58,7 @@ void RowSignatures::addHashes(const QImage &frame, int left, int right)
     }
 }
 
-// Red, green and blue of all pixels together. Two channels are added in one word, so no more than 256 pixels at a time.
+// Sum of red, green and blue of all pixels. Two channels share a word, so at most 256 pixels at a time.
 static quint32 brightness(const quint32 *pixels, int count)
 {
     quint32 total = 0;
@@ -118,7 +118,7 @@ int RowSignatures::differing(int y, const RowSignatures &other, int otherY, int 
         }
         return count;
     }
-    // Rows far apart first: near ones tell the same.
+    // Rows far apart first: neighbours tell the same.
     constexpr int stride = 7;
     for (int start = 0; start < stride; ++start) {
         for (int row = start; row < rows && count <= most; row += stride)

@@ -7,26 +7,26 @@
 
 namespace qm {
 
-// What is left of a frame to compare its rows quickly. Equal rows have equal signatures; the reverse has to be looked up in
-// the pixels. Where rows must be equal to the pixel it is a hash; else their mean brightness in thirty-two columns of equal
-// width, for means are closer together than pixels are when the differences are noise. Rows and columns in pixels.
+// A digest of a frame for comparing its rows quickly. Equal rows have equal signatures; the reverse has to be checked
+// on the pixels. With tolerance 0 it is a hash; otherwise the mean brightness in thirty-two columns of equal width,
+// since noise affects means less than single pixels. Rows and columns in pixels.
 class RowSignatures
 {
 public:
-    // Of the columns from left to right (excluded) of an RGB32 frame. The tolerance is that of a pixel's channels.
+    // Covers the columns from left to right (exclusive) of an RGB32 frame. The tolerance is that of a pixel's channels.
     RowSignatures(const QImage &frame, int left, int right, int tolerance);
 
     bool differ(int y, const RowSignatures &other, int otherY) const;
 
-    // In how many rows this frame from y on and the other from otherY on differ, of `rows` rows. More than `most` may be
-    // told as any number above it.
+    // Number of rows, of `rows`, in which this frame from y on and the other from otherY on differ. Counting may stop
+    // at any number above `most`.
     int differing(int y, const RowSignatures &other, int otherY, int rows, int most) const;
 
-    // How many rows in [from, to) differ from the one below: what there is to recognise.
+    // How many rows in [from, to) differ from the one below: a measure of recognisable content.
     int changes(int from, int to) const;
 
-    // Whether rows like the `height` ones from y on stand nowhere else in the frame. With a tolerance, where they overlap
-    // themselves does not count: of a soft picture all neighbours are alike.
+    // True if the `height` rows from y on occur nowhere else in the frame. With a tolerance, overlapping positions do
+    // not count: in a soft picture all neighbours are alike.
     bool distinct(int y, int height) const;
 
 private:
@@ -38,9 +38,9 @@ private:
     void addBands(const QImage &frame, int left, int right);
 
     const int m_height;
-    const int m_tolerance;         // 0, or the largest sum of differences between the bands of two equal rows
-    std::vector<quint32> m_hashes; // of all rows, without a tolerance
-    std::vector<Bands> m_bands;    // of all rows, with one
+    const int m_tolerance;         // 0, or the largest sum of band differences between two equal rows
+    std::vector<quint32> m_hashes; // of all rows; only with tolerance 0
+    std::vector<Bands> m_bands;    // of all rows; only with a tolerance above 0
     std::vector<int> m_changesAbove;
 };
 

@@ -23,7 +23,7 @@ const QColor ink(255, 255, 255);
 const QColor faintInk(255, 255, 255, 178);
 const QColor accent(10, 132, 255);
 
-constexpr double radius = 10; // points, as all below
+constexpr double radius = 10; // points, like everything below
 constexpr double gap = 10;    // between region and panel, and to the monitor's edge
 constexpr double smallestGap = 2;
 
@@ -37,7 +37,7 @@ QSizeF sizeInPoints(ScrollPanel::Shape shape)
     return {};
 }
 
-// Up to as many lines as there is room for, the last one elided.
+// Draws as many lines as fit, the last one elided.
 void drawLines(QPainter &painter, const QRectF &area, const QString &text, Qt::Alignment alignment)
 {
     const QFontMetricsF metrics(painter.font());
@@ -60,7 +60,7 @@ void drawLines(QPainter &painter, const QRectF &area, const QString &text, Qt::A
     }
 }
 
-// The picture's end where it is too tall to be seen whole; what lies above fades away.
+// The end of a picture too tall to show whole; its top fades out.
 QImage tail(const QImage &picture, const QSize &room)
 {
     const double wholeWidth = room.height() * double(picture.width()) / picture.height();
@@ -218,7 +218,7 @@ QImage ScrollPanel::picture() const
         painter.restore();
     }
 
-    // The narrow one has room for one of the two.
+    // The narrow shape has room for only one of the two.
     const bool saysStatus = m_shape != Shape::bar || m_importance == Importance::toBeRead;
     if (m_shape != Shape::bar || !saysStatus) {
         painter.setFont(overlayFont(m_shape == Shape::wide ? 18 : 16, m_scale, QFont::DemiBold));
@@ -230,7 +230,7 @@ QImage ScrollPanel::picture() const
         painter.setFont(overlayFont(12, m_scale, QFont::Normal));
         painter.setPen(faintInk);
         QRectF room = places.status;
-        if (m_closing) // the buttons' place is free
+        if (m_closing) // use the buttons' space
             room.setRight(places.done.right());
         drawLines(painter, scaled(room), m_status, m_shape == Shape::bar ? Qt::AlignVCenter : Qt::AlignTop);
     }
@@ -260,7 +260,7 @@ QString statusText(ScrollSession::Mode mode, ScrollSession::Notice notice)
     using Notice = ScrollSession::Notice;
     switch (notice) {
     case Notice::pointerAway:
-        return AppLocale::text(u"Paused: the pointer is outside the frame", u"一時停止中：ポインタが枠の外です");
+        return AppLocale::text(u"Paused: the pointer is outside the frame", u"一時停止中：ポインターが枠の外です");
     case Notice::pointerOverPanel: return AppLocale::text(u"Paused", u"一時停止中");
     case Notice::keyHeld:
         return AppLocale::text(u"Paused: a key or a button is held down", u"一時停止中：キーかボタンを離してください");
@@ -276,9 +276,9 @@ QString endText(ScrollSession::End end)
 {
     using End = ScrollSession::End;
     switch (end) {
-    case End::height: return AppLocale::text(u"The height limit is reached", u"高さの上限に達しました");
+    case End::height: return AppLocale::text(u"Height limit reached", u"高さの上限に達しました");
     case End::ambiguous:
-        return AppLocale::text(u"Ended early: what follows is too much alike",
+        return AppLocale::text(u"Ended early: what follows is too similar",
                                u"途中で終了：似た内容が続き、つなげません");
     case End::lost:
         return AppLocale::text(u"Ended early: what follows does not match", u"途中で終了：続きがつながりません");
@@ -294,7 +294,7 @@ PanelPlace placePanel(const QRect &region, const PanelScreen &own, const QList<P
     };
     const QRect seen = region & own.area;
     const QSize wide = ScrollPanel::size(Shape::wide, own.scale);
-    // Close to the region and the monitor's edge when there is no other way.
+    // Close to the region and the monitor's edge if necessary.
     for (const int space : {pixels(gap, own.scale), pixels(smallestGap, own.scale)}) {
         const QRect room = own.area.adjusted(space, space, -space, -space);
         const auto beside = [&](Shape shape, char side) {

@@ -9,33 +9,33 @@
 
 namespace qm {
 
-// The small panel beside the region: how tall the picture is, what it looks like so far, how to end. This is what it shows
-// and where its buttons are; the window that shows it is the system's. Dark with a light edge as the overlay's labels, so
-// that it is read over light and dark alike. Drawing needs a QGuiApplication, for the fonts.
+// The small panel beside the region: height and preview of the picture so far, and how to end. This class holds its
+// content and buttons; the system-specific part provides the window. Dark with a light edge like the overlay's labels,
+// to be legible on light and dark alike. Drawing needs a QGuiApplication, for the fonts.
 class ScrollPanel
 {
 public:
-    enum class Shape { wide, tall, bar }; // for the room below or above a region, beside it, and where there is little
+    enum class Shape { wide, tall, bar }; // below or above a region, beside it, and for tight space
     enum class Button { none, done, cancel };
-    enum class Importance { ordinary, toBeRead }; // where there is room for little, it goes before the height
+    enum class Importance { ordinary, toBeRead }; // if space is tight, toBeRead replaces the height
 
-    // scale: pixels per point of the monitor that it is shown on.
+    // scale: pixels per point of the monitor it is shown on.
     ScrollPanel(Shape shape, double scale);
 
     static QSize size(Shape shape, double scale); // pixels
-    static int cornerRadius(double scale);        // pixels; beyond the corners the picture is not to be shown
+    static int cornerRadius(double scale);        // pixels; do not show the picture beyond the corners
 
     void setHeight(int pixels);
-    void setThumbnail(const QImage &picture); // all of it, of whatever width
+    void setThumbnail(const QImage &picture); // the whole picture, at any width
     void setStatus(const QString &text, Importance importance);
-    void setClosing(); // nothing can be chosen any more: only the status is left to read
+    void setClosing(); // only the status remains; the buttons are gone
 
-    // The pointer, in pixels from the panel's corner; outside of it when it is elsewhere.
+    // The pointer, in pixels relative to the panel's corner; outside the panel if it is elsewhere.
     void movePointer(QPoint to);
     void press();
-    Button release(); // what was clicked
+    Button release(); // the button that was clicked
 
-    bool takeChanged(); // whether it looks otherwise than when that was last asked
+    bool takeChanged(); // true if its look has changed since the last call
     QImage picture() const;
 
 private:
@@ -59,22 +59,22 @@ private:
     bool m_changed = true;
 };
 
-// What the panel says in its status line.
+// Text of the status line.
 QString statusText(ScrollSession::Mode mode, ScrollSession::Notice notice);
-QString endText(ScrollSession::End end); // empty for an end that needs no words
+QString endText(ScrollSession::End end); // empty if the end needs no words
 
-// Where the panel goes. Pixels of the whole desktop.
+// Position of the panel. Pixels of the whole desktop.
 struct PanelPlace {
     ScrollPanel::Shape shape = ScrollPanel::Shape::wide;
     QPoint at;
     double scale = 1;
-    bool coversRegion = false; // there was no other place: it must not be there while a frame is taken
+    bool coversRegion = false; // no other place was free: hide it while grabbing frames
 };
 struct PanelScreen {
     QRect area;
     double scale = 1;
 };
-// region: with its frame. own: the monitor that shows most of the region; others: the rest of them.
+// region: including its frame. own: the monitor that shows most of the region; others: the remaining ones.
 PanelPlace placePanel(const QRect &region, const PanelScreen &own, const QList<PanelScreen> &others);
 
 } // namespace qm

@@ -9,18 +9,18 @@ namespace {
 using namespace std::chrono_literals;
 using Milliseconds = std::chrono::milliseconds;
 
-constexpr auto firstLook = 5ms; // a plain view has painted by then
+constexpr auto firstLook = 5ms; // a simple view has painted by then
 constexpr auto lookInterval = 10ms;
-constexpr auto fineInterval = 4ms;    // less than half of a picture's time on usual monitors
-constexpr auto restInterval = 30ms;   // while nothing goes on
-constexpr auto shortest = 40ms;       // a step takes at least that long
-constexpr auto longest = 600ms;       // and at most that, though the screen does not come to rest
-constexpr auto longestStart = 1500ms; // until what lay over the region has faded away
-constexpr auto quietTime = 35ms;      // longer than a slow browser's pause between two pictures of one movement
-constexpr auto uncoverTime = 250ms;   // until others have painted what lay under ours
+constexpr auto fineInterval = 4ms;    // less than half a frame on common monitors
+constexpr auto restInterval = 30ms;   // while nothing happens
+constexpr auto shortest = 40ms;       // minimum duration of a step
+constexpr auto longest = 600ms;       // and maximum, even if the screen does not come to rest
+constexpr auto longestStart = 1500ms; // until whatever covered the region has faded away
+constexpr auto quietTime = 35ms;      // longer than a slow browser's pause between two frames of one movement
+constexpr auto uncoverTime = 250ms;   // until other programs have repainted what our windows covered
 constexpr auto shortestAnswer = 150ms;
 
-constexpr double stepShare = 0.4; // of the region's height that a step is to move
+constexpr double stepShare = 0.4; // fraction of the region's height that a step should move
 constexpr int stepsToTrust = 6;
 constexpr int idleLimit = 2;
 constexpr int barrenLimit = 8;
@@ -95,14 +95,14 @@ ScrollSession::Order ScrollSession::look(Milliseconds now, const Sight &sight)
     return proceed(now);
 }
 
-// The user scrolls. A frame is joined when two looks saw the same: a view that moves on and on shows each of its pictures
-// for longer than that, one that is half painted does not.
+// The user scrolls. A frame is joined when two looks see the same: a continuously moving view shows each of its frames
+// for longer than that, a half-painted one does not.
 ScrollSession::Order ScrollSession::watch(Milliseconds now, const Sight &sight)
 {
     if (sight.changed)
         m_step.lastChange = now;
     else
-        m_step.since = now; // of the movement
+        m_step.since = now; // start of the movement
     const bool still = !sight.changed || now - *m_step.since >= longest;
     if (still && sight.fresh)
         return {Order::Kind::join, 0, {}};
@@ -136,7 +136,7 @@ ScrollSession::Order ScrollSession::joined(Milliseconds now, Stitcher::Step step
     m_progress.astray = End::open;
     m_notice = Notice::none;
     if (step == Joined::still && m_state == State::forth) {
-        // Something else moved, a caret say: the view may yet answer.
+        // Something else moved, such as a caret: the view may still respond.
         m_step.answer = longest;
         return now - *m_step.since < answerLimit() ? rest(now) : idle(now);
     }
@@ -185,14 +185,14 @@ ScrollSession::Order ScrollSession::proceed(Milliseconds now)
     return {Order::Kind::look, 0, lookInterval};
 }
 
-// A step that moved nothing.
+// Handles a step that moved nothing.
 ScrollSession::Order ScrollSession::idle(Milliseconds now)
 {
     return ++m_progress.idleSteps >= idleLimit ? endWith(End::content) : proceed(now);
 }
 
-// The frame could not be joined. Steps of our own are taken back and made smaller; where the user has scrolled, only the
-// user can go back.
+// The frame could not be joined. Our own steps are undone and made smaller; if the user has scrolled, only the user can
+// go back.
 ScrollSession::Order ScrollSession::recover(Milliseconds now, End reason)
 {
     m_progress.trouble = reason;
@@ -203,10 +203,10 @@ ScrollSession::Order ScrollSession::recover(Milliseconds now, End reason)
     }
     if (++m_progress.recoveries >= recoveryLimit)
         return endWith(reason);
-    if (m_state == State::back) // not far enough
+    if (m_state == State::back) // has not gone back far enough
         return step(now, State::back, 1);
     if (m_step.clicks == 1)
-        m_pace.fine = true; // no step can be smaller, but a view that moves smoothly shows what lies between
+        m_pace.fine = true; // steps cannot get smaller, but a smoothly moving view shows intermediate positions
     m_pace.nextClicks = m_pace.mostClicks = std::max(1, m_step.clicks / 2);
     m_pace.smoothSteps = 0;
     return step(now, State::back, m_step.clicks);
@@ -252,13 +252,13 @@ bool ScrollSession::isSettled(Milliseconds now, const Sight &sight) const
     return calm(now) >= quietTime && passed >= shortest;
 }
 
-// For how long nothing has changed.
+// How long nothing has changed.
 ScrollSession::Milliseconds ScrollSession::calm(Milliseconds now) const
 {
     return now - m_step.lastChange.value_or(*m_step.since);
 }
 
-// How long a view may take to answer the wheel before the step counts as one that moved nothing.
+// How long a view may take to respond to the wheel before the step counts as one that moved nothing.
 Milliseconds ScrollSession::answerLimit() const
 {
     if (m_pace.slowestAnswer == 0ms || m_progress.idleSteps > 0)
@@ -268,10 +268,10 @@ Milliseconds ScrollSession::answerLimit() const
 
 void ScrollSession::learn(int shift)
 {
-    // The last step of a page is a short one: slow to believe in less, as a page may grow while it is read.
+    // The last step of a page is a short one: lower the estimate slowly, as a page may grow while being read.
     m_pace.pixelsPerClick = std::max(double(shift) / m_step.clicks, m_pace.pixelsPerClick * 0.75);
     const int wanted = int(stepShare * m_options.regionHeight / m_pace.pixelsPerClick);
-    // What was too much a moment ago is tried again when it has gone well for a while.
+    // After a while without trouble, try again what was too much before.
     if (++m_pace.smoothSteps % stepsToTrust == 0)
         m_pace.mostClicks = std::min(2 * m_pace.mostClicks, mostClicks);
     m_pace.nextClicks = std::clamp(wanted, 1, std::min(2 * m_step.clicks + 1, m_pace.mostClicks));

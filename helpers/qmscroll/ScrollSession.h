@@ -7,8 +7,8 @@
 
 namespace qm {
 
-// Decides, step by step, what a scrolling capture does next: when a frame is worth joining, by how many wheel clicks to go
-// on, when to go back, to pause, to end. No display in it and no clock: time and what was seen are arguments.
+// Decides, step by step, what a scrolling capture does next: when a frame is worth joining, by how many wheel clicks to
+// scroll, when to go back, to pause, to end. It has no display and no clock: time and observations are arguments.
 //
 //     Order order = session.look(now, sight);
 //     if (order.kind == Order::Kind::join)
@@ -24,57 +24,57 @@ public:
     enum class Pointer { inside, overPanel, away };
     enum class End {
         open,
-        content,   // there is no more to scroll
-        height,    // the picture is as tall as it may be
-        wish,      // it was said to be done
-        cancelled, // no picture is wanted
-        ambiguous, // from here on more than one way of joining fits
+        content,   // there is nothing more to scroll
+        height,    // the picture has reached the height limit
+        wish,      // the user asked to finish
+        cancelled, // the user wants no picture
+        ambiguous, // from here on more than one alignment fits
         lost,      // from here on none does
-        failed     // the rows could not be kept
+        failed     // rows could not be stored
     };
-    enum class Notice { none, pointerAway, pointerOverPanel, keyHeld, placeLost }; // why it does not get on
+    enum class Notice { none, pointerAway, pointerOverPanel, keyHeld, placeLost }; // why it is not making progress
 
     struct Options {
         Mode mode = Mode::automatic;
         int regionHeight = 0; // pixels
         int heightLimit = 0;
     };
-    // What is to be seen now.
+    // What a look at the screen found.
     struct Sight {
-        bool changed = false; // the frame differs from that of the look before
-        bool fresh = false;   // and from the one that was last to be joined
-        bool trusted = false; // it is what was seen before anything of ours lay over it
+        bool changed = false; // the frame differs from the previous look's
+        bool fresh = false;   // and from the last frame passed to the stitcher
+        bool trusted = false; // it equals what was visible before our windows covered anything
         Pointer pointer = Pointer::inside;
-        bool held = false; // a button, or a key that gives the wheel another meaning, is down
+        bool held = false; // a button is down, or a key that changes what the wheel does
     };
     struct Order {
         enum class Kind { look, join, scroll, end } kind = Kind::look;
-        int clicks = 0;       // of the wheel; negative: up
+        int clicks = 0;       // wheel clicks; negative: up
         Milliseconds wait{0}; // until the next look
     };
 
     explicit ScrollSession(const Options &options);
 
     Order look(Milliseconds now, const Sight &sight);
-    // The answer to Order::Kind::join. shift: of this step, pixels; height: of the picture so far.
+    // Reports the result of Order::Kind::join. shift: of this step, pixels; height: of the picture so far.
     Order joined(Milliseconds now, Stitcher::Step step, int shift, int height);
 
-    // These take effect with the next look.
-    void finish();         // what is on the screen still comes in
-    void finishOrCancel(); // the same, and without a picture when nothing has scrolled
+    // These take effect at the next look.
+    void finish();         // still joins what is on the screen
+    void finishOrCancel(); // the same, but without a picture if nothing has scrolled
     void cancel();
-    void abandon(); // no more can be seen: ends with what there is
+    void abandon(); // nothing more can be seen: ends with what there is
 
     End end() const { return m_end; }
     Notice notice() const { return m_notice; }
 
 private:
     enum class State {
-        opening,  // what lay over the region fades away, then the first frame is joined
-        forth,    // a step of ours is under way
-        back,     // a step of ours is taken back
-        resuming, // an obstacle was there: whatever has moved is the user's doing
-        watching  // the user scrolls: in manual mode, or as the place was lost
+        opening,  // whatever covered the region fades away, then the first frame is joined
+        forth,    // one of our steps is under way
+        back,     // one of our steps is being undone
+        resuming, // after an obstacle: any movement was the user's doing
+        watching  // the user scrolls: in manual mode, or because we lost our place
     };
     enum class Wish { none, finish, finishIfScrolled };
 
@@ -92,7 +92,7 @@ private:
     Milliseconds answerLimit() const;
     void learn(int shift);
 
-    static constexpr int mostClicks = 200; // of a step, for a view that hardly moves
+    static constexpr int mostClicks = 200; // per step, for a view that hardly moves
 
     const Options m_options;
     State m_state = State::opening;
@@ -100,31 +100,31 @@ private:
     Notice m_notice = Notice::none;
     Wish m_wish = Wish::none;
 
-    struct Step { // the one under way; what is seen without one is timed in the same way
+    struct Step { // the current step; observations outside a step are timed in the same way
         int clicks = 0;
-        std::optional<Milliseconds> since;      // nothing: it begins with the next look
-        std::optional<Milliseconds> lastChange; // seen in it
-        Milliseconds answer{0};                 // until the first change
-        bool moved = false;                     // frames were joined while it was under way
+        std::optional<Milliseconds> since;      // empty until the next look starts the step
+        std::optional<Milliseconds> lastChange; // during the step
+        Milliseconds answer{0};                 // time until the first change
+        bool moved = false;                     // frames were joined during the step
     } m_step;
 
     struct Pace {                      // what is known of the view, and what it allows
-        Milliseconds slowestAnswer{0}; // from a click to the first change, of those that moved something; 0: unknown
+        Milliseconds slowestAnswer{0}; // from a click to the first change, over steps that moved something; 0: unknown
         double pixelsPerClick = 0;     // 0: unknown
         int nextClicks = 1;
-        int mostClicks = ScrollSession::mostClicks; // of a step, by what went wrong lately
+        int mostClicks = ScrollSession::mostClicks; // per step, reduced after trouble
         int smoothSteps = 0;                        // since then
-        bool fine = false;                          // even one click is too much: what is seen of a movement is joined
+        bool fine = false;                          // even one click is too much: join frames in mid-movement
     } m_pace;
 
     struct Progress {
         int height = 0;          // of the picture, pixels
-        bool scrolled = false;   // a frame was joined after the first
-        int idleSteps = 0;       // in a row without a shift
-        int barrenSteps = 0;     // in a row that did not make the picture taller
-        int recoveries = 0;      // since it last grew
-        End astray = End::open;  // why the last frame was not joined; open: it was
-        End trouble = End::open; // what went wrong last
+        bool scrolled = false;   // a frame was joined after the first one
+        int idleSteps = 0;       // consecutive steps without a shift
+        int barrenSteps = 0;     // consecutive steps that did not make the picture taller
+        int recoveries = 0;      // since the picture last grew
+        End astray = End::open;  // why the last frame was not joined; open if it was
+        End trouble = End::open; // the last problem
     } m_progress;
 };
 

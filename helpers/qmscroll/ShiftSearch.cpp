@@ -8,14 +8,13 @@ namespace qm {
 
 namespace {
 
-constexpr int widestSide = 48;   // a scroll bar with its trough on a screen with two pixels a point
-constexpr int groupGap = 8;      // matched rows between two groups of unmatched ones that keep them apart
-constexpr size_t mostGroups = 3; // a caret, a row lit under the pointer before, and the one lit now
-constexpr int groupShare = 5;    // of the overlap's rows, one in so many at most
+constexpr int widestSide = 48;   // a scroll bar with its track on a screen with two pixels per point
+constexpr int groupGap = 8;      // matched rows that separate two groups of unmatched ones
+constexpr size_t mostGroups = 3; // a caret, the row highlighted before, and the one highlighted now
+constexpr int groupShare = 5;    // groups may take at most one in so many of the overlap's rows
 constexpr int againstGroups = 4, againstEnds = 2;
-constexpr int mostCandidates =
-    64; // worth looking at in the pixels: when so many fit the signatures, several fit the pixels
-constexpr int leastForEnds = 120; // rows of a part in which a header could be told from the rest
+constexpr int mostCandidates = 64; // if more fit the signatures, several fit the pixels
+constexpr int leastForEnds = 120;  // minimum rows of a part in which to look for a header
 
 bool leavesSides(ShiftSearch::Leave leave)
 {
@@ -45,7 +44,7 @@ int ShiftSearch::changes() const
     return m_rowsNow.changes(m_part.top(), m_part.bottom());
 }
 
-// What is not even compared over so many rows is no rival of a shift that is.
+// A shift compared over fewer rows is no rival.
 int ShiftSearch::leastOverlap() const
 {
     return std::max(4, m_part.height() / 10);
@@ -109,7 +108,7 @@ std::optional<ShiftSearch::Run> ShiftSearch::run(const Pair &pair, int left, int
     if (m_part.height() < leastForEnds)
         return {};
 
-    // The longest stretch between two groups that holds few enough of them.
+    // The longest stretch between two groups that contains few enough unmatched rows.
     const int height = m_now.height();
     Run best{0, 0, {}};
     for (size_t i = 0; i <= groups.size(); ++i) {
@@ -130,7 +129,7 @@ std::optional<ShiftSearch::Run> ShiftSearch::run(const Pair &pair, int left, int
     return best;
 }
 
-// Of blocks a few lines of text high, each half over the next.
+// Counts in blocks a few text lines high, each overlapping the next by half.
 int ShiftSearch::distinctBlocks(const Pair &pair, int from, int to) const
 {
     const int height = std::clamp(m_part.height() / 8, 6, 64);
@@ -141,8 +140,8 @@ int ShiftSearch::distinctBlocks(const Pair &pair, int from, int to) const
     return found;
 }
 
-// How far the rows that match within the tolerance are from equal. None when the differences are neither noise nor another
-// smoothing of the same text: those of a shade that moved go one way.
+// How far the rows that match within the tolerance are from equal. std::nullopt if the differences are neither noise
+// nor a different rendering of the same text: those of a gradient that moved all go one way.
 std::optional<double> ShiftSearch::error(const Pair &pair, const Fit &fit, const Run &run) const
 {
     PixelRows::Differences moved, neighbours;
@@ -175,7 +174,7 @@ std::optional<ShiftSearch::Fit> ShiftSearch::verify(int shift, Leave leave) cons
         return {};
     int from = matching->from, to = matching->to;
 
-    // Beyond the part nothing changed; what moved there may look the same everywhere.
+    // Nothing changed beyond the part, but what moved may have looked the same there.
     while (from > 0 && from <= m_part.top() && !rowsDiffer(pair, from - 1, fit.left, fit.right))
         --from;
     while (to >= m_part.bottom() + 1 - pair.shift && to + pair.shift < m_now.height() &&
@@ -184,7 +183,7 @@ std::optional<ShiftSearch::Fit> ShiftSearch::verify(int shift, Leave leave) cons
 
     fit.matched = to - from;
     fit.changes = pair.lowerRows.changes(from, to - 1);
-    // What there is to see in rows left open, in either frame, speaks against the shift.
+    // Content in rows left unexplained, in either frame, speaks against the shift.
     const auto changesIn = [&pair](int start, int end) {
         return std::max(pair.lowerRows.changes(start, end),
                         pair.upperRows.changes(start + pair.shift, end + pair.shift));

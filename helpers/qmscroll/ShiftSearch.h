@@ -10,17 +10,17 @@
 
 namespace qm {
 
-// Looks for the shifts by which the changed part of one frame comes to lie on another, at one tolerance. Exhaustive: every
-// shift is tried on the rows' signatures, those that survive on the pixels. Rows and shifts in pixels.
+// Finds the shifts that align the changed part of one frame with another, at one tolerance. Exhaustive: every shift is
+// tried on the row signatures, the survivors on the pixels. Rows and shifts in pixels.
 class ShiftSearch
 {
 public:
-    // Which differences a shift may leave unexplained, besides up to three low groups of rows (a caret, an animation, a
-    // row lit under the pointer).
+    // Differences a shift may leave unexplained, besides up to three short groups of rows (a caret, an animation, a row
+    // highlighted under the pointer).
     enum class Leave {
         nothing,
         sides,        // the outermost columns: scroll bars
-        ends,         // rows at the top and bottom: a header that begins to stick, a footer that changes
+        ends,         // rows at the top and bottom: a header that becomes sticky, a footer that changes
         sidesAndEnds, // both
     };
 
@@ -30,32 +30,31 @@ public:
         int from, rows;
     };
 
-    // A shift that fits. Rows are those of the frame whose content stands higher: `now` for a positive shift.
+    // A shift that fits. Rows are those of the frame that shows the content higher up: `now` for a positive shift.
     struct Fit {
         int shift = 0;
-        int matched = 0; // rows
-        int changes = 0; // among them, rows that differ from the one below: what speaks for the shift
-        int distinct =
-            0; // blocks of matched rows that stand nowhere else in either frame, counted up to mostDistinct in each stretch
+        int matched = 0;         // rows
+        int changes = 0;         // matched rows that differ from the one below: evidence for the shift
+        int distinct = 0;        // blocks of matched rows unique in both frames, at most mostDistinct per stretch
         int unmatched = 0;       // rows in the groups left unexplained
-        std::vector<Group> open; // those groups, in rows of `now`
+        std::vector<Group> open; // those groups, as rows of `now`
         bool whole = true;       // no rows were left out at the ends
         int left = 0, right = 0;
         int from = 0, to = 0; // the longest stretch of matched rows
-        double error = 0; // energy of the differences, as a share of that of the differences between neighbouring rows
+        double error = 0;     // energy of the differences, relative to that between neighbouring rows
     };
 
     ShiftSearch(const QImage &before, const QImage &now, const QRect &part, int tolerance);
 
     std::vector<Fit> fits(Leave leave) const;
-    int changes() const; // of all rows of the part, in `now`
+    int changes() const; // of all rows of the part in `now`
 
 private:
     struct Span {
         int from, to;
     };
     struct Pair {
-        const QImage &upper, &lower; // lower row y shows what upper shows at y + shift
+        const QImage &upper, &lower; // lower row y shows the same as upper row y + shift
         const RowSignatures &upperRows, &lowerRows;
         int shift;
     };
@@ -76,7 +75,7 @@ private:
     const QImage &m_before, &m_now;
     const QRect m_part;
     const int m_tolerance;
-    const int m_side; // width of what Leave::sides leaves out, at each side
+    const int m_side; // width ignored at each side by Leave::sides
     const RowSignatures m_rowsBefore, m_rowsNow;
 };
 

@@ -6,11 +6,11 @@
 
 namespace qm {
 
-// Positions count from the first frame's first row, which is also the picture's: the joined frame's row y is the content's
-// row position + y, and rows above `handed` are out of our hands.
+// Positions count from the first frame's first row, which is also the picture's: row y of the joined frame is row
+// position + y of the content, and rows above `handed` have been handed over.
 //
-// Rows are handed over from a frame only when the next one has shown that they move: a bar that slid in over its bottom is
-// noticed by then, and the rows below it come from the next frame.
+// Rows of a frame are handed over only when the next frame has shown that they move: a bar that slid in over the bottom
+// is noticed by then, and the rows below it come from the next frame.
 struct Stitcher::State {
     State(const QSize &frame, Rows sink)
         : size(frame)
@@ -27,15 +27,15 @@ struct Stitcher::State {
     const Rows rows;
     QImage joined;
     int position = 0;
-    QImage furthest; // of all joined frames the one that stands lowest; the last of them
+    QImage furthest; // the lowest of all joined frames; on a tie, the latest
     int furthestPosition = 0;
     int handed = 0;
-    QRect moving; // the part of the frame that does, as far as is known
+    QRect moving; // the part of the frame known to move
     int lastShift = 0;
     bool failed = false;
 };
 
-// The rows not yet handed over that the frame shows above its row `end`.
+// Hands over the rows not yet handed over that the frame shows above its row `end`.
 bool Stitcher::State::handOver(const QImage &frame, int framePosition, int end)
 {
     const int start = handed - framePosition;
@@ -113,7 +113,7 @@ bool Stitcher::finish()
     State &state = *m_state;
     const bool well = !state.failed && !state.furthest.isNull() &&
                       state.handOver(state.furthest, state.furthestPosition, state.size.height());
-    state.failed = true; // nothing can follow
+    state.failed = true; // nothing may follow
     return well;
 }
 

@@ -14,7 +14,7 @@
 namespace qm {
 
 static constexpr int thumbnailWidth = 160;
-static constexpr int beyondRow = 32; // what packing a row may write past its end
+static constexpr int beyondRow = 32; // bytes that packing a row may write past its end
 
 static QImage stacked(const QImage &above, const QImage &below, int rowsBelow)
 {
@@ -28,8 +28,8 @@ static QImage stacked(const QImage &above, const QImage &below, int rowsBelow)
     return both;
 }
 
-// The averaging wants to know the height beforehand, so squares of the picture are shrunk one after the other: a square
-// becomes a square, and no pixel of the thumbnail lies across two of them.
+// Averaging needs the height in advance, so the picture is shrunk in squares: each square becomes a square, and no
+// pixel of the thumbnail crosses the border between two.
 struct TallPicture::State {
     State(const QString &path, int width, double dpi);
 
@@ -38,15 +38,15 @@ struct TallPicture::State {
     QImage thumbnail() const;
     Outcome finish();
 
-    QSaveFile file;                  // has no name until it is committed, where the system knows such files
-    std::optional<PngWriter> writer; // none after the first failure
+    QSaveFile file;                  // unnamed until committed, on systems that support it
+    std::optional<PngWriter> writer; // empty after the first failure
     int height = 0;
 
     const int width, shrunkWidth;
     std::vector<uchar> packed;
-    std::optional<AreaAverage> average; // of the square under way
+    std::optional<AreaAverage> average; // of the current square
     int squareHeight = 0;               // its rows so far
-    QImage wholeSquares;                // shrunk
+    QImage wholeSquares;                // the completed squares, shrunk
 };
 
 TallPicture::State::State(const QString &path, int w, double dpi)
@@ -98,7 +98,7 @@ Outcome TallPicture::State::finish()
 {
     const bool whole = writer && writer->finish();
     writer.reset();
-    // commit() alone does not notice when the last buffered bytes find the disk full; flush() does.
+    // commit() alone misses that the last buffered bytes found the disk full; flush() does not.
     return whole && file.flush() && file.commit() ? Outcome::success() : Outcome::failure(file.errorString());
 }
 

@@ -9,28 +9,30 @@
 
 namespace qm {
 
-// A picture that grows downwards into a PNG file while its rows arrive. Until finish() no file stands at the path: the
-// bytes go to one without a name in the same folder or, where the system has no such thing, to one whose name is no
-// picture's. An unfinished picture leaves nothing behind, however the process ends where files without a name exist.
-// One thread at a time. Memory is a few rows and the thumbnail, whatever the height.
+// A picture that grows downwards into a PNG file as its rows arrive. No file appears at the path before finish(): until
+// then the bytes go to an unnamed file in the same folder or, on systems without those, to one whose name is not a
+// picture's. An unfinished picture leaves nothing behind, even if the process is killed, where unnamed files exist. One
+// thread at a time. Memory is a few rows and the thumbnail, whatever the height.
 class TallPicture
 {
 public:
-    // The folder must exist. Width in pixels; dpi is written into the file. A failure shows at the first append().
+    // The folder must exist. Width in pixels; dpi is written into the file. A failure is reported by the first
+    // append().
     TallPicture(const QString &path, int width, double dpi = 72);
     ~TallPicture();
 
-    // The next rows, RGB32, as wide as the picture. False after the first failure (a full disk): see finish() for why.
+    // Appends rows, RGB32, as wide as the picture. False after the first failure (a full disk); finish() returns the
+    // reason.
     [[nodiscard]] bool append(const QImage &rows);
 
     int height() const; // of the rows so far, in pixels
 
-    // The rows so far, shrunk by area average to at most 160 pixels in width, as far as they fill its rows: RGB32, null
-    // before the first. Its height grows with the picture.
+    // The rows so far, area-averaged to at most 160 pixels in width, up to the last complete thumbnail row: RGB32, null
+    // before the first row. Its height grows with the picture.
     QImage thumbnail() const;
 
-    // The file's end, then the file appears at the path, whole, in place of one that stands there. A failure, also an
-    // earlier one, leaves what stood there untouched. Nothing can follow.
+    // Completes the file and moves it to the path, replacing any existing file. After any failure, including an earlier
+    // one, the existing file is untouched. Call nothing afterwards.
     Outcome finish();
 
 private:

@@ -1,8 +1,8 @@
 // qmscroll --region PATH [--manual] [--max-height PIXELS]
-// The user draws a region; what is in it is scrolled to its end, and one tall picture of all of it is written to PATH. With
-// --manual the user scrolls. The picture ends at 30,000 pixels unless told otherwise.
-// Exit status 0: written, or cancelled (then there is no file); a line on stderr when the picture ends early because what
-// follows could not be joined. 1: failed, with one line on stderr and no file.
+// The user draws a region; its content is scrolled to the end and written to PATH as one tall picture. With --manual
+// the user scrolls. The picture ends at 30,000 pixels unless told otherwise.
+// Exit status 0: written, or cancelled (no file), with a line on stderr if the picture ends early because what follows
+// could not be joined. 1: failed, with one line on stderr and no file.
 
 #include "helpers/qmscroll/CaptureRun.h"
 #include "platform/ParentDeath.h"
@@ -56,21 +56,21 @@ int fail(const QString &reason)
     return 1;
 }
 
-// The capture ends by itself then, so that no file stays behind where only a named one can be written.
+// Lets the capture end by itself, so that no file is left behind where only named ones can be written.
 void catchSignals()
 {
     struct sigaction action = {};
     action.sa_handler = [](int signal) { endingSignal = signal; };
     for (const int signal : {SIGTERM, SIGINT, SIGHUP})
         sigaction(signal, &action, nullptr);
-    std::signal(SIGXFSZ, SIG_IGN); // a limit on the size of files is then an error like a full disk
+    std::signal(SIGXFSZ, SIG_IGN); // exceeding a file size limit is then an ordinary write error
 }
 
 } // namespace
 
 int main(int argc, char **argv)
 {
-    endWithParent(); // a capture that nobody waits for must not stay
+    endWithParent(); // a capture must not outlive the program that waits for it
     qInstallMessageHandler([](QtMsgType, const QMessageLogContext &, const QString &) {});
 
     std::optional<Arguments> arguments = parse(argc, argv);
@@ -105,7 +105,7 @@ int main(int argc, char **argv)
     if (!result.failure.isEmpty())
         return fail(result.failure);
     if (result.end == ScrollSession::End::cancelled && endingSignal) {
-        std::signal(endingSignal, SIG_DFL); // so that whoever waits sees how it ended
+        std::signal(endingSignal, SIG_DFL); // so that the parent process sees the signal
         std::raise(endingSignal);
     }
     if (result.end == ScrollSession::End::lost || result.end == ScrollSession::End::ambiguous) {

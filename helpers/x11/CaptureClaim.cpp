@@ -8,7 +8,7 @@ bool CaptureClaim::take(XConnection &server)
     const xcb_window_t owner = xcb_generate_id(connection);
     xcb_create_window(connection, 0, owner, server.root(), -1, -1, 1, 1, 0, XCB_WINDOW_CLASS_INPUT_ONLY,
                       XCB_COPY_FROM_PARENT, 0, nullptr);
-    xcb_grab_server(connection); // nobody comes between the question and the claim
+    xcb_grab_server(connection); // makes check and claim atomic
     const bool free = server.selectionOwner(Atom::captureSelection) == XCB_WINDOW_NONE;
     if (free)
         xcb_set_selection_owner(connection, owner, server.atom(Atom::captureSelection), XCB_CURRENT_TIME);

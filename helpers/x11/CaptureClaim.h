@@ -4,12 +4,12 @@
 
 namespace qm {
 
-// Only one helper chooses at a time: it owns the selection _QUILLMERE_CAPTURE while it does.
+// Only one helper lets the user choose at a time: meanwhile it owns the selection _QUILLMERE_CAPTURE.
 class CaptureClaim
 {
 public:
-    // False when another has it.
-    [[nodiscard]] static bool take(XConnection &server); // for as long as the connection lives, or until released
+    // False if another helper has it.
+    [[nodiscard]] static bool take(XConnection &server); // until released or the connection closes
     static void release(XConnection &server);
 };
 

@@ -10,7 +10,7 @@ Curtain::Curtain(XConnection &server)
     , m_frozen(xcb_generate_id(server.get()))
     , m_window(xcb_generate_id(server.get()))
 {
-    xcb_grab_server(server.get()); // windows, pixels and input are of one moment
+    xcb_grab_server(server.get()); // windows, pixels and input belong to one moment
     m_input.take(XCB_CURSOR_NONE);
     freeze();
     m_windows = surveyWindows(server);
@@ -43,7 +43,7 @@ void Curtain::freeze()
     xcb_copy_area(connection, screen.root, m_frozen, context, 0, 0, 0, 0, screen.width_in_pixels,
                   screen.height_in_pixels);
     xcb_free_gc(connection, context);
-    xcb_flush(connection); // the server copies while the rest is asked
+    xcb_flush(connection); // the server copies while we query the rest
 }
 
 void Curtain::show()
@@ -55,7 +55,7 @@ void Curtain::show()
     xcb_create_window(connection, screen.root_depth, m_window, screen.root, 0, 0, screen.width_in_pixels,
                       screen.height_in_pixels, 0, XCB_WINDOW_CLASS_INPUT_OUTPUT, XCB_COPY_FROM_PARENT,
                       XCB_CW_BACK_PIXMAP | XCB_CW_OVERRIDE_REDIRECT, values);
-    constexpr char windowClass[] = "qmcapture\0qmcapture"; // two words, both closed by a zero
+    constexpr char windowClass[] = "qmcapture\0qmcapture"; // two strings, each terminated by a zero
     xcb_change_property(connection, XCB_PROP_MODE_REPLACE, m_window, XCB_ATOM_WM_CLASS, XCB_ATOM_STRING, 8,
                         sizeof windowClass, windowClass);
     constexpr uint32_t rootEvents = XCB_EVENT_MASK_STRUCTURE_NOTIFY; // it is resized when monitors come and go
@@ -63,12 +63,12 @@ void Curtain::show()
     xcb_map_window(connection, m_window);
 
     const xcb_gcontext_t context = xcb_generate_id(connection);
-    constexpr uint32_t noEvents = 0; // exposures would be told of the copy
+    constexpr uint32_t noEvents = 0; // the copy would generate exposure events
     xcb_create_gc(connection, context, m_window, XCB_GC_GRAPHICS_EXPOSURES, &noEvents);
     xcb_copy_area(connection, m_frozen, m_window, context, 0, 0, 0, 0, screen.width_in_pixels, screen.height_in_pixels);
     xcb_free_gc(connection, context);
     m_dimmed = RenderDrawing(m_server).dim(m_window, dimAlpha);
-    constexpr uint32_t ownEvents = XCB_EVENT_MASK_EXPOSURE; // after the map, whose exposure is dealt with
+    constexpr uint32_t ownEvents = XCB_EVENT_MASK_EXPOSURE; // set after mapping, whose exposure is already handled
     xcb_change_window_attributes(connection, m_window, XCB_CW_EVENT_MASK, &ownEvents);
     xcb_flush(connection);
 }

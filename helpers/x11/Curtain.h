@@ -5,28 +5,28 @@
 
 namespace qm {
 
-// Takes keyboard and pointer, freezes the screen and lays the frozen screen, dimmed, over everything: no menu closes and no
-// highlight goes in between, and whoever pressed the key sees at once that it was heard. One thread.
-// The frozen screen is a copy that the server keeps, which takes a third of the time that handing it over does.
+// Grabs keyboard and pointer, freezes the screen and covers everything with the frozen, dimmed screen: no menu closes
+// and no highlight vanishes in between, and the user sees at once that the key worked. One thread. The frozen screen is
+// a copy kept by the server, which takes a third of the time of transferring it.
 class Curtain
 {
 public:
-    // How much light is taken away, of 255: dark enough to set a selection off, light enough to read what one aims at.
+    // Alpha of the dimming, of 255: dark enough to set a selection off, light enough to read what one aims at.
     static constexpr quint8 dimAlpha = 96;
 
-    explicit Curtain(XConnection &server); // returns once all of it is on its way to the server
-    ~Curtain();                            // the curtain is off the screen; keyboard and pointer go with the input
+    explicit Curtain(XConnection &server); // returns once everything has been sent to the server
+    ~Curtain();                            // takes the curtain off the screen; releases keyboard and pointer
     Q_DISABLE_COPY_MOVE(Curtain)
 
     XConnection &server() const { return m_server; }
-    // Not held when another program has a grab: take() may be tried again.
+    // Not held if another program has a grab: take() may be retried.
     InputGrab &input() { return m_input; }
-    const WindowSurvey &windows() const { return m_windows; } // of the same moment as the pixels
-    xcb_pixmap_t frozen() const { return m_frozen; }          // of the root's depth
+    const WindowSurvey &windows() const { return m_windows; } // taken at the same moment as the pixels
+    xcb_pixmap_t frozen() const { return m_frozen; }          // has the root's depth
     xcb_window_t window() const { return m_window; }
-    bool isDimmed() const { return m_dimmed; } // false: the server cannot, and shows the frozen screen as it was
+    bool isDimmed() const { return m_dimmed; } // false: the server cannot dim, and shows the frozen screen as it was
 
-    void lift(); // off the screen
+    void lift(); // takes it off the screen
 
 private:
     void freeze();

@@ -7,9 +7,9 @@
 
 namespace qm {
 
-// Keyboard and pointer, taken from all other programs while something is chosen. They are grabbed on the root, so that
-// they stay ours until the keys and buttons that ended the choice are up again: the window below must not get half a
-// click. The server lets go by itself when the process ends.
+// Grabs keyboard and pointer from all other programs while the user chooses. They are grabbed on the root and kept
+// until the keys and buttons that ended the choice are up again: the window below must not get half a click. The server
+// releases the grabs by itself when the process ends.
 class InputGrab
 {
 public:
@@ -17,24 +17,25 @@ public:
     ~InputGrab();
     Q_DISABLE_COPY_MOVE(InputGrab)
 
-    // One try; true when both are held. Another program's grab (an open menu) makes it fail, and it may be tried again.
+    // One attempt; true if both are held. Fails while another program (such as an open menu) has a grab; may be
+    // retried.
     bool take(xcb_cursor_t cursor);
     bool isHeld() const { return m_pointer && m_keyboard; }
     void setCursor(xcb_cursor_t cursor);
 
-    // To be told of what was pressed while the grab was held; releases need not be told.
+    // Call for each key pressed while the grab is held; releases need not be reported.
     void notePress(xcb_keycode_t key);
-    // Lets go once those keys and all buttons are up, at the latest after the limit. At once when nothing is held.
+    // Releases once those keys and all buttons are up, at the latest after the limit; at once if nothing is held down.
     void releaseWhenUp(std::chrono::milliseconds limit);
     bool isAnythingDown() const;
-    bool isKeyDown(xcb_keycode_t key) const; // as the server knows it now
+    bool isKeyDown(xcb_keycode_t key) const; // according to the server
     void release();
 
 private:
     XConnection &m_server;
     bool m_pointer = false;
     bool m_keyboard = false;
-    std::array<bool, 256> m_pressed = {}; // by key code
+    std::array<bool, 256> m_pressed = {}; // by keycode
 };
 
 } // namespace qm

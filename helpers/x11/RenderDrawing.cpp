@@ -4,7 +4,7 @@
 
 namespace qm {
 
-static constexpr uint16_t crossGlyph = 34; // XC_crosshair of cursorfont.h
+static constexpr uint16_t crossGlyph = 34; // XC_crosshair in cursorfont.h
 
 RenderDrawing::RenderDrawing(XConnection &server)
     : m_server(server)

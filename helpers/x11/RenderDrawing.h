@@ -4,17 +4,17 @@
 
 namespace qm {
 
-// What the server's Render extension draws for us. Without the extension there is a plain pointer and no dimming.
+// Drawing with the server's Render extension. Without the extension there is a plain pointer and no dimming.
 class RenderDrawing
 {
 public:
     explicit RenderDrawing(XConnection &server);
 
-    // Takes light away from all of a window of the root's depth and the screen's size: alpha of 255. False: cannot.
+    // Dims a whole window of the root's depth and the screen's size, with alpha of 255. False if the server cannot.
     bool dim(xcb_window_t window, quint8 alpha) const;
 
-    // A pointer with this picture, premultiplied ARGB32 without gaps between the rows, hot in the middle. The caller frees
-    // it.
+    // A pointer with this picture: premultiplied ARGB32 without padding between rows, hot spot in the middle. The
+    // caller frees it.
     xcb_cursor_t makeCursor(const uchar *pixels, quint16 width, quint16 height) const;
 
 private:

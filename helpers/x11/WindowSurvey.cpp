@@ -8,9 +8,9 @@ namespace qm {
 
 namespace {
 
-// Of one window, all asked before any is answered: one round trip for any number of windows.
+// Properties of a window, all requested before any reply is read: one round trip for any number of windows.
 struct Geometry {
-    bool isShown = false; // mapped, with all its parents, and able to show anything
+    bool isShown = false; // mapped, including all its parents, and able to show anything
     QRect area;           // with its border, relative to the parent
     int border = 0;
     quint8 depth = 0;
@@ -38,7 +38,7 @@ std::vector<Geometry> askGeometry(XConnection &server, const std::vector<xcb_win
             xcb_get_geometry_reply(server.get(), question.geometry, nullptr));
         const Reply<xcb_query_tree_reply_t> tree(xcb_query_tree_reply(server.get(), question.tree, nullptr));
         Geometry answer;
-        if (attributes && geometry && tree) { // else it was closed meanwhile
+        if (attributes && geometry && tree) { // otherwise it was closed meanwhile
             answer.isShown =
                 attributes->map_state == XCB_MAP_STATE_VIEWABLE && attributes->_class == XCB_WINDOW_CLASS_INPUT_OUTPUT;
             answer.border = geometry->border_width;
@@ -111,7 +111,7 @@ struct NameQuestion {
     PropertyCookie name, oldName;
 };
 
-// The list outlives a window manager that ended; the manager's own window, which names itself, does not.
+// The list outlives a window manager that exited; the manager's own window, which refers to itself, does not.
 bool isManaged(XConnection &server)
 {
     const xcb_atom_t check = server.atom(Atom::supportingWmCheck);
@@ -130,7 +130,7 @@ xcb_window_t compositorsWindow(XConnection &server)
     return answer ? answer->overlay_win : xcb_window_t(XCB_WINDOW_NONE);
 }
 
-// Without a manager a simple one may still be there, whose frames have no name; their child has.
+// A simple manager may be running although none is registered; its frames have no name, but their child does.
 void nameTops(XConnection &server, std::vector<WindowSurvey::Top> &tops, const std::vector<Geometry> &geometry)
 {
     std::vector<std::pair<NameQuestion, NameQuestion>> questions;
@@ -145,7 +145,7 @@ void nameTops(XConnection &server, std::vector<WindowSurvey::Top> &tops, const s
     }
 }
 
-// Climbs from each window to the child of the root that holds it.
+// Climbs from each window to the child of the root that contains it.
 std::vector<xcb_window_t> topsOf(XConnection &server, std::vector<xcb_window_t> windows, std::vector<Geometry> level)
 {
     for (bool climbing = true; climbing;) {

@@ -24,11 +24,11 @@ enum class Atom {
 };
 
 // The connection to the X server. One thread. Requests are sent with XCB's own calls on get(); this adds what they all
-// need to know about the screen. Everything asked at the start is asked in one round trip.
+// need to know about the screen. Everything known at the start is queried in one round trip.
 class XConnection
 {
 public:
-    // Null when there is no server to talk to.
+    // Null if there is no server to talk to.
     static std::unique_ptr<XConnection> open();
     Q_DISABLE_COPY_MOVE(XConnection)
 
@@ -42,8 +42,8 @@ public:
     xcb_atom_t atom(Atom name) const { return m_atoms[size_t(name)]; }
 
     bool hasExtension(xcb_extension_t &extension) const;
-    xcb_window_t selectionOwner(Atom selection) const; // 0: none
-    // Up to 256 kB of it; null when the server refused, empty when the window has none.
+    xcb_window_t selectionOwner(Atom selection) const; // XCB_WINDOW_NONE if there is none
+    // Up to 256 kB of it; null if the server refused, empty if the window has none.
     Reply<xcb_get_property_reply_t> property(xcb_window_t window, xcb_atom_t name) const;
 
 private:

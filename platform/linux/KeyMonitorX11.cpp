@@ -9,7 +9,7 @@
 #include <set>
 #include <vector>
 
-// The header names a field "explicit".
+// The header has a field named "explicit".
 #define explicit explicit_
 #include <xcb/xkb.h>
 #undef explicit
@@ -28,8 +28,8 @@ Reply<T> owned(T *reply)
 
 constexpr quint32 shift = 0x20000, control = 0x40000, option = 0x80000, command = 0x100000;
 
-// The modifier keys by their XKB names (which say where the key is, not what the layout makes of it), with the virtual key
-// codes and the flag they set.
+// The modifier keys by XKB name (which identifies the position, independent of the layout), with the virtual key codes
+// and the flags they set.
 struct ModifierKey {
     const char *xkbName;
     int keyCode;
@@ -40,20 +40,20 @@ constexpr std::array modifierKeys{
     ModifierKey{"RCTL", 62, control}, ModifierKey{"LALT", 58, option},  ModifierKey{"RALT", 61, option},
     ModifierKey{"LWIN", 55, command}, ModifierKey{"RWIN", 54, command},
 };
-constexpr int noModifier = -1; // the code of every other key
+constexpr int noModifier = -1; // code for every other key
 
-// Raw key events of XInput 2 on a connection of our own. Raw events come whoever has grabbed the keyboard (XI 2.1 on), and
-// selecting them takes nothing away from anybody.
+// Raw key events of XInput 2 on a connection of our own. Raw events arrive even while the keyboard is grabbed (XI 2.1
+// on), and selecting them takes nothing away from other clients.
 //
-// The flags are kept from the events themselves: asking the server would tell of a moment that is past, and its modifier
-// state calls the right Alt key something else on every layout.
+// The flags are tracked from the events: the server's answer would describe a later moment, and its modifier state for
+// the right Alt key depends on the layout.
 class KeyMonitorX11 : public KeyMonitor
 {
 public:
     ~KeyMonitorX11() override;
 
     Started start(std::function<void(const KeyEvent &)> handle) override;
-    void enable() override {} // X11 never switches a listener off
+    void enable() override {} // X11 never disables a listener
     QString keyName(int keyCode) const override;
 
 private:
@@ -72,13 +72,13 @@ private:
 
     std::function<void(const KeyEvent &)> m_handle;
     X11Server m_server;
-    xcb_connection_t *m_connection = nullptr; // the server's
+    xcb_connection_t *m_connection = nullptr; // owned by m_server
     uint8_t m_inputOpcode = 0;
     uint8_t m_keyboardEvent = 0;
     xkb_context *m_context = nullptr;
     xkb_keymap *m_keymap = nullptr;
-    std::array<xkb_keycode_t, modifierKeys.size()> m_xKeyCodes{}; // of modifierKeys; 0: the keyboard has no such key
-    std::set<uint32_t> m_pressed;                                 // X key codes of the modifier keys that are down
+    std::array<xkb_keycode_t, modifierKeys.size()> m_xKeyCodes{}; // for modifierKeys; 0: the keyboard has no such key
+    std::set<uint32_t> m_pressed;                                 // X keycodes of the modifier keys that are down
     std::unique_ptr<QSocketNotifier> m_notifier;
 };
 
@@ -101,7 +101,7 @@ KeyMonitor::Started KeyMonitorX11::start(std::function<void(const KeyEvent &)> h
     readPressedKeys();
     m_notifier = std::make_unique<QSocketNotifier>(xcb_get_file_descriptor(m_connection), QSocketNotifier::Read);
     QObject::connect(m_notifier.get(), &QSocketNotifier::activated, m_notifier.get(), [this] { readEvents(); });
-    readEvents(); // replies may have brought events along; the socket will not tell of those
+    readEvents(); // replies may have queued events that the socket will not signal
     return Started::yes;
 }
 
@@ -152,7 +152,7 @@ void KeyMonitorX11::readKeymap()
     const int32_t device = xkb_x11_get_core_keyboard_device_id(m_connection);
     xkb_keymap *keymap = xkb_x11_keymap_new_from_device(m_context, m_connection, device, XKB_KEYMAP_COMPILE_NO_FLAGS);
     if (!keymap)
-        return; // a map in the making; the notice of its end comes
+        return; // the map is still being built; a notification will follow
     xkb_keymap_unref(m_keymap);
     m_keymap = keymap;
     for (size_t i = 0; i < modifierKeys.size(); ++i) {
@@ -161,7 +161,7 @@ void KeyMonitorX11::readKeymap()
     }
 }
 
-// At the start, and after a change of devices or of the terminal, when releases may have gone elsewhere.
+// At start, and after a change of devices or of the terminal, when releases may have been missed.
 void KeyMonitorX11::readPressedKeys()
 {
     const auto state = owned(xcb_query_keymap_reply(m_connection, xcb_query_keymap(m_connection), nullptr));
@@ -176,14 +176,14 @@ void KeyMonitorX11::readPressedKeys()
 
 void KeyMonitorX11::readEvents()
 {
-    // Waiting for a reply may bring events along, a release among them, and the socket then does not tell of those.
+    // Waiting for a reply may queue events, even a release, which the socket then does not signal.
     while (readQueuedEvents()) {
     }
     if (xcb_connection_has_error(m_connection))
-        m_notifier->setEnabled(false); // the server is gone, and the application will be told by its own connection
+        m_notifier->setEnabled(false); // the server is gone; the application learns it from its own connection
 }
 
-// True when the server was asked something meanwhile.
+// True if it queried the server meanwhile.
 bool KeyMonitorX11::readQueuedEvents()
 {
     bool devicesChanged = false, keymapChanged = false;
@@ -199,7 +199,7 @@ bool KeyMonitorX11::readQueuedEvents()
             keymapChanged = true;
         }
     }
-    // After the loop: a new keyboard tells of itself many times over, and reading a map waits for the server.
+    // After the loop: a new keyboard sends many notifications, and reading a map waits for the server.
     if (keymapChanged)
         readKeymap();
     if (keymapChanged || devicesChanged)
@@ -216,7 +216,7 @@ void KeyMonitorX11::handleInputEvent(const xcb_ge_generic_event_t &event)
                    event.event_type == XCB_INPUT_RAW_KEY_PRESS);
         break;
     case XCB_INPUT_RAW_BUTTON_PRESS:
-        // Shift and a click is a use of Shift as a modifier, and so is Shift and the wheel.
+        // Shift+click uses Shift as a modifier, as does Shift with the wheel.
         m_handle({KeyEvent::Type::keyDown, noModifier, flags()});
         break;
     }

@@ -16,8 +16,8 @@ static QString entryPath()
            QStringLiteral("/autostart/quillmere.desktop");
 }
 
-// The value of Exec for one absolute path: quoted as an argument, then escaped as a string of the file
-// (Desktop Entry Specification, "The Exec key").
+// The value of Exec for an absolute path: quoted as an argument, then escaped as a string (Desktop Entry Specification,
+// "The Exec key").
 static QByteArray execValue(const QString &program)
 {
     QByteArray quoted = "\"";

@@ -7,7 +7,7 @@ namespace qm {
 
 void endWithParent()
 {
-    prctl(PR_SET_PDEATHSIG, SIGTERM); // prctl(2): sent when the parent thread ends, not only its process
+    prctl(PR_SET_PDEATHSIG, SIGTERM); // prctl(2): sent already when the parent thread ends, not only its process
 }
 
 } // namespace qm

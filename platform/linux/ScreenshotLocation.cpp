@@ -5,8 +5,8 @@
 
 namespace qm {
 
-// No desktop publishes this setting. GNOME and KDE save to a folder in the user's pictures folder that carries the
-// translated word for "Screenshots"; it exists once the first screenshot was taken.
+// No desktop publishes this setting. GNOME and KDE save to a subfolder of the pictures folder named with their
+// translation of "Screenshots"; it exists once the first screenshot was taken.
 std::optional<QByteArray> systemScreenshotLocation()
 {
     const QString pictures = QStandardPaths::writableLocation(QStandardPaths::PicturesLocation);

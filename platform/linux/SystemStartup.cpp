@@ -6,7 +6,7 @@ void SystemStartup::becomeAccessory() {}
 
 void SystemStartup::askForAccessibility() {}
 
-// Another process is started, and hands its command over.
+// Here another process starts and hands its command over.
 void SystemStartup::whenOpenedAgain(const std::function<void()> &) {}
 
 } // namespace qm

@@ -17,8 +17,8 @@ namespace {
 const QString watcherService = QStringLiteral("org.kde.StatusNotifierWatcher");
 const QString watcherPath = QStringLiteral("/StatusNotifierWatcher");
 
-// The two kinds of trays there are: a StatusNotifier host on the session bus
-// (freedesktop.org's StatusNotifierItem), and the owner of _NET_SYSTEM_TRAY_S0 (freedesktop.org's System Tray Protocol).
+// Watches both kinds of trays: a StatusNotifier host on the session bus (freedesktop.org's StatusNotifierItem), and the
+// owner of _NET_SYSTEM_TRAY_S0 (freedesktop.org's System Tray Protocol).
 class LinuxTrayHost : public QObject, public TrayHost
 {
     Q_OBJECT
@@ -32,7 +32,7 @@ public:
         QTimer::singleShot(0, this, &LinuxTrayHost::look);
     }
 
-    ~LinuxTrayHost() override { m_notifier.reset(); } // before the connection
+    ~LinuxTrayHost() override { m_notifier.reset(); } // must go before the connection
 
 private Q_SLOTS:
     void look()
@@ -52,7 +52,7 @@ private:
             return;
         auto *watcher = new QDBusServiceWatcher(watcherService, bus, QDBusServiceWatcher::WatchForRegistration, this);
         connect(watcher, &QDBusServiceWatcher::serviceRegistered, this, &LinuxTrayHost::look);
-        // The watcher may come long before a host does.
+        // The watcher may appear long before a host does.
         bus.connect(watcherService, watcherPath, watcherService, QStringLiteral("StatusNotifierHostRegistered"), this,
                     SLOT(look()));
     }
@@ -95,7 +95,7 @@ private:
             }
             if (xcb_connection_has_error(m_connection))
                 m_notifier->setEnabled(false);
-            QMetaObject::invokeMethod(this, &LinuxTrayHost::look, Qt::QueuedConnection); // it drops the notifier
+            QMetaObject::invokeMethod(this, &LinuxTrayHost::look, Qt::QueuedConnection); // it deletes the notifier
         });
     }
 
@@ -108,9 +108,9 @@ private:
         return answer && answer->owner != XCB_NONE;
     }
 
-    std::function<void()> m_appeared; // empty once it was called
+    std::function<void()> m_appeared; // empty once called
     X11Server m_server;
-    xcb_connection_t *m_connection = nullptr; // the server's; null without one
+    xcb_connection_t *m_connection = nullptr; // owned by m_server; null without one
     xcb_atom_t m_selection = XCB_NONE;
     std::unique_ptr<QSocketNotifier> m_notifier;
 };

@@ -9,7 +9,7 @@
 
 namespace qm {
 
-// A file manager that has to be started first takes a while; somebody who waits longer wants to see something.
+// A file manager that has to be started first takes a while; after this long, the user should see something.
 static constexpr int answerLimit = 5000; // ms
 
 // freedesktop.org's File Manager D-Bus Interface.
@@ -20,7 +20,7 @@ void Workspace::reveal(const QString &path)
         QStringLiteral("org.freedesktop.FileManager1"), QStringLiteral("/org/freedesktop/FileManager1"),
         QStringLiteral("org.freedesktop.FileManager1"), QStringLiteral("ShowItems"));
     const QString uri = QString::fromLatin1(QUrl::fromLocalFile(path).toEncoded());
-    call << QStringList(uri) << QString(); // no start-up notification
+    call << QStringList(uri) << QString(); // no startup notification
     auto *watcher = new QDBusPendingCallWatcher(QDBusConnection::sessionBus().asyncCall(call, answerLimit));
     QObject::connect(watcher, &QDBusPendingCallWatcher::finished, watcher, [watcher, folder] {
         if (QDBusPendingReply<>(*watcher).isError())

@@ -6,7 +6,7 @@ namespace qm {
 
 namespace {
 
-// A listen-only event tap of Quartz event services. Its run-loop source stands on the main run loop, which is Qt's too.
+// A listen-only event tap of Quartz event services. Its run-loop source is on the main run loop, which is Qt's too.
 class KeyMonitorEventTap : public KeyMonitor
 {
 public:
@@ -41,7 +41,7 @@ KeyMonitor::Started KeyMonitorEventTap::start(std::function<void(const KeyEvent 
     m_tap = CGEventTapCreate(kCGSessionEventTap, kCGHeadInsertEventTap, kCGEventTapOptionListenOnly, keys,
                              &KeyMonitorEventTap::received, this);
     if (!m_tap)
-        return Started::notYet; // the user has not allowed it yet
+        return Started::notYet; // the user has not granted permission yet
     m_handle = std::move(handle);
     m_source = CFMachPortCreateRunLoopSource(kCFAllocatorDefault, m_tap, 0);
     CFRunLoopAddSource(CFRunLoopGetMain(), m_source, kCFRunLoopCommonModes);
@@ -70,7 +70,7 @@ void KeyMonitorEventTap::handle(CGEventType type, CGEventRef event) const
     }
 }
 
-// Every Mac's keyboard calls them so.
+// The same on every Mac keyboard.
 QString KeyMonitorEventTap::keyName(int keyCode) const
 {
     switch (keyCode) {

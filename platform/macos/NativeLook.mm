@@ -17,7 +17,7 @@ QImage NativeLook::symbol(const QString &name, QSize pixels)
     NSImage *symbol = [NSImage imageWithSystemSymbolName:name.toNSString() accessibilityDescription:nil];
     if (!symbol || pixels.isEmpty())
         return {};
-    // Symbols are drawn for their point size, not enlarged; its height in points is somewhat more than that size.
+    // Symbols are drawn for their point size rather than scaled; their height exceeds that size slightly.
     symbol = [symbol
         imageWithSymbolConfiguration:[NSImageSymbolConfiguration configurationWithPointSize:pixels.height() * 0.8
                                                                                      weight:NSFontWeightRegular]];

@@ -2,7 +2,8 @@
 
 namespace qm {
 
-// A process cannot ask for that here. The text helper notices its closed pipe; what waits for the user ends with the user.
+// Not supported here. The text helper notices its closed pipe; helpers that wait for the user end with the user's
+// choice.
 void endWithParent() {}
 
 } // namespace qm

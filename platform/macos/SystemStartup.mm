@@ -28,8 +28,8 @@ static OSErr openedAgain(const AppleEvent *, AppleEvent *, SRefCon opened)
     return noErr;
 }
 
-// Apple Events' "reopen application", in place of AppKit's own handler, which would only bring windows to the front and is
-// installed when the event loop begins.
+// Handles the Apple Event "reopen application" in place of AppKit's own handler, which only brings windows to the front
+// and is installed when the event loop begins.
 void SystemStartup::whenOpenedAgain(const std::function<void()> &opened)
 {
     static std::function<void()> handler;

@@ -15,7 +15,7 @@ public:
     }
 
 private:
-    QObject m_context; // the call is dropped with it
+    QObject m_context; // destroying it cancels the call
 };
 
 } // namespace

@@ -10,15 +10,15 @@ struct FreeDeleter {
     void operator()(void *memory) const { std::free(memory); }
 };
 template<class T>
-using Reply = std::unique_ptr<T, FreeDeleter>; // what xcb_..._reply answers; null when the server refused
+using Reply = std::unique_ptr<T, FreeDeleter>; // result of xcb_..._reply; null if the server refused
 
 struct DisconnectDeleter {
     void operator()(xcb_connection_t *connection) const { xcb_disconnect(connection); }
 };
 
-// A connection to the X server that DISPLAY names, and the screen named there.
+// A connection to the X server and screen named by DISPLAY.
 struct X11Server {
-    std::unique_ptr<xcb_connection_t, DisconnectDeleter> connection; // null: there is no server to talk to
+    std::unique_ptr<xcb_connection_t, DisconnectDeleter> connection; // null if there is no server to talk to
     const xcb_screen_t *screen = nullptr;                            // belongs to the connection
     int screenNumber = 0;
 

@@ -63,7 +63,7 @@ private Q_SLOTS:
         QCOMPARE(qms(u"scan"_s), 0);
         QCOMPARE(m_output, u"45 new, 0 gone, 45 in the index\n"_s);
         qms(u"ocr"_s);
-        QCOMPARE(m_output, u"40 read, 5 still wait\n"_s);
+        QCOMPARE(m_output, u"40 read, 5 still waiting\n"_s);
         qms(u"ocr --all --json"_s);
         QCOMPARE(m_output, u"{\"read\":5,\"waiting\":0}\n"_s);
         QCOMPARE(qms(u"search TOTAL%請求 --limit 2"_s), 0);
@@ -124,7 +124,7 @@ private Q_SLOTS:
         addShots(3);
         QCOMPARE(qms(u"scan"_s), 0);
         QCOMPARE(qms(u"ocr --all"_s), 1);
-        QCOMPARE(m_output, u"0 read, 3 still wait\n"_s);
+        QCOMPARE(m_output, u"0 read, 3 still waiting\n"_s);
     }
 
     void aSearchRecoversWhatAKilledWriterLeft()

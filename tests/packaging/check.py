@@ -25,7 +25,7 @@ def check(condition, message):
 
 
 def accepts(words):
-    """Whether the program takes these words: wrong use ends with 2 before anything is done, and there is no display."""
+    """Whether the program takes these words: a usage error ends with 2 before anything is done, and there is no display."""
     with tempfile.TemporaryDirectory() as home:
         environment = {"HOME": home, "XDG_RUNTIME_DIR": home, "QT_QPA_PLATFORM": "none", "LANG": "C.UTF-8"}
         done = subprocess.run([programs / words[0], *words[1:]], env=environment, capture_output=True, timeout=60)

@@ -1,15 +1,17 @@
 #!/usr/bin/env python3
-"""Which tests notice a deliberate break? run.py [--tree FOLDER] [--list FILE] [WORD...]
+"""Checks which tests notice a deliberate break: run.py [--tree FOLDER] [--list FILE] [WORD...]
 
-The list holds blocks parted by empty lines; a break is a text in a file, what it becomes, and the tests that could see it:
+The list consists of blocks separated by empty lines. A break names a file, the tests that may notice it, a text in the
+file and its replacement:
 
     index/TakenAt.cpp : tst_TakenAt tst_FolderScan
     - hour += 12
     + hour += 11
 
-WORDs choose the breaks whose first line holds one of them. The project is copied into FOLDER (build/breaks) and built there with
-programs and tests. All named tests have to pass there as it is; then each break is built in, alone, and the tests run again. A line
-a break says how many tests failed, and which of their functions. The exit code is 1 when a break went unseen or could not be tried.
+WORDs select the breaks whose first line contains one of them. The project is copied into FOLDER (build/breaks) and built
+there with programs and tests. All named tests have to pass on the unchanged code; then each break is built alone and the
+tests run again. One line per break says how many tests failed, and which of their functions. The exit code is 1 if a
+break went unnoticed or could not be tried.
 """
 import argparse
 import pathlib
@@ -25,7 +27,7 @@ FAILED_FUNCTION = re.compile(r"^FAIL!  : \w+::(\w+)\(", re.M)
 
 
 def parse(text):
-    """(file, tests, before, after) of every block; the lines of a block that neither begin with - nor + are comments."""
+    """(file, tests, before, after) of every block; lines of a block that begin with neither - nor + are comments."""
     breaks = []
     for block in re.split(r"\n\s*\n", text.strip()):
         lines = [line for line in block.splitlines() if not line.startswith("#")]
@@ -38,7 +40,7 @@ def parse(text):
 
 
 class Tree:
-    """A copy of the project that may be broken, with a build of its own."""
+    """A copy of the project that may be broken, with its own build."""
 
     def __init__(self, folder):
         self.sources, self.build = folder / "sources", folder / "build"
@@ -54,14 +56,14 @@ class Tree:
             (self.sources / name).chmod((ROOT / name).stat().st_mode)
 
     def put(self, name, content):
-        """Leaves a file that is right as it is, so that nothing is built twice."""
+        """Writes a file only if it differs, so that nothing is rebuilt needlessly."""
         file = self.sources / name
         if not file.exists() or file.read_bytes() != content:
             file.parent.mkdir(parents=True, exist_ok=True)
             file.write_bytes(content)
 
     def configure(self):
-        # No sanitizers: they double the time, and a break has to be seen by what a test says.
+        # No sanitizers: they double the time, and a break must be noticed by the tests themselves.
         subprocess.run(["cmake", "-S", self.sources, "-B", self.build, "-G", "Ninja", "-DCMAKE_BUILD_TYPE=Debug",
                         "-DCMAKE_CXX_FLAGS_DEBUG=-O1", "-DQM_TESTS=ON"], check=True, stdout=subprocess.DEVNULL)
 
@@ -72,13 +74,13 @@ class Tree:
             line for line in done.stdout.splitlines() if "error" in line)[:300] or done.stdout[-300:]
 
     def failures(self, tests, limit):
-        """Test -> its functions that failed, or how it ended."""
+        """Maps each failed test to its failed functions, or to how it ended."""
         done = subprocess.run(["ctest", "--test-dir", self.build, "-j2", "--timeout", str(limit), "--output-on-failure",
                                "--no-tests=error", "-R", "(^|/)(" + "|".join(tests) + ")(_[a-z]+)?$"],
                               capture_output=True, text=True, errors="replace")
         if not re.search(r"tests passed, \d+ tests? failed out of", done.stdout):
             return {"ctest": "no such test: " + " ".join(tests)}
-        # What a test printed stands above its own line of the listing, or below it when several run at once.
+        # A test's output precedes its own line of the listing, or follows it if several run at once.
         functions = {test: [] for test, _ in FAILED_TEST.findall(done.stdout)}
         current = None
         for line in done.stdout.splitlines():
@@ -92,7 +94,7 @@ class Tree:
 
 
 def try_break(tree, file, tests, before, after):
-    """(failures, what kept it from being tried)"""
+    """(failures, reason why the break could not be tried)"""
     original = (ROOT / file).read_text() if (ROOT / file).exists() else ""
     if not before or original.count(before) != 1:
         return {}, f"its text is there {original.count(before) if before else 0} times"

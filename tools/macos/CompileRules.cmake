@@ -1,7 +1,7 @@
-# Read by project() in the check for macOS: sources are only looked at, with the headers that belong to that system.
+# Included by project() in the check for macOS: sources are only checked, against headers that match that system.
 #
-# First ours, which declare the calls to macOS that are made here; then libc++, which is the library on a Mac too; musl's C
-# library without what only Linux has; Clang's own; last, the libraries that are used on both systems.
+# The include order: ours, which declare the macOS calls used here; libc++, the C++ library on a Mac too; musl's C
+# library without Linux extensions; Clang's own; last, the libraries used on both systems.
 file(GLOB libcxx LIST_DIRECTORIES true /usr/lib/llvm-*/include/c++/v1)
 list(SORT libcxx COMPARE NATURAL)
 list(GET libcxx -1 libcxx)
@@ -42,8 +42,8 @@ set(CMAKE_CXX_ARCHIVE_CREATE "${CMAKE_COMMAND} -E touch <TARGET>")
 set(CMAKE_CXX_ARCHIVE_FINISH "")
 set(CMAKE_CXX_LINK_EXECUTABLE "${CMAKE_COMMAND} -E touch <TARGET>")
 
-# What a package says to look into beside its own folder: Linux's C library is there.
+# Packages also list the folders of Linux's C library; implicit folders are left out of the command line.
 list(APPEND CMAKE_CXX_IMPLICIT_INCLUDE_DIRECTORIES /usr/include /usr/include/${CMAKE_LIBRARY_ARCHITECTURE})
 set(CMAKE_OBJCXX_IMPLICIT_INCLUDE_DIRECTORIES ${CMAKE_CXX_IMPLICIT_INCLUDE_DIRECTORIES})
 
-add_library(WrapOpenGL::WrapOpenGL INTERFACE IMPORTED) # Qt's package looks for the framework, of which nothing is used here
+add_library(WrapOpenGL::WrapOpenGL INTERFACE IMPORTED) # Qt's package looks for the framework, which is not used here

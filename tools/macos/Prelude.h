@@ -1,7 +1,7 @@
-// Read before every source of the check.
+// Included before every source of the check.
 //
-// The C library's declarations come from musl, which keeps to POSIX. What it has beyond POSIX and macOS has not is made an
-// error here, and the types in which macOS differs are macOS's.
+// The C library's declarations come from musl, which follows POSIX. Whatever it has beyond POSIX that macOS lacks is
+// made an error here, and types that differ on macOS are replaced.
 #define _BSD_SOURCE
 #define _XOPEN_SOURCE 700
 

@@ -1,5 +1,5 @@
-# Configures this tree as on a Mac, on Linux: CMake takes its branches for macOS, and Clang takes every source for a Mac's
-# processor. MAC_ARCHITECTURE in the environment is arm64 or x86_64.
+# Configures this tree on Linux as on a Mac: CMake takes its macOS branches, and Clang targets a Mac's processor.
+# MAC_ARCHITECTURE in the environment is arm64 or x86_64.
 set(architecture arm64)
 if(DEFINED ENV{MAC_ARCHITECTURE})
     set(architecture $ENV{MAC_ARCHITECTURE})

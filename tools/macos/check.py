@@ -1,13 +1,13 @@
 #!/usr/bin/env python3
-"""Looks at the whole macOS build with Clang, on Linux: check.py SOURCES BUILD-FOLDER ARCHITECTURE [JOBS]
+"""Checks the whole macOS build with Clang, on Linux: check.py SOURCES BUILD-FOLDER ARCHITECTURE [JOBS]
 
-CMake configures the tree as on a Mac, and Clang reads every source of that build for a Mac's processor (arm64 or x86_64)
-with all our warnings as errors: syntax, types, argument counts. What stands in for the system is beside this file:
-declarations of just the calls that are made here, written after their documentation.
+CMake configures the tree as on a Mac, and Clang checks every source of that build for a Mac's processor (arm64 or
+x86_64) with all our warnings as errors: syntax, types, argument counts. The system's headers are replaced by those next
+to this file: declarations of just the calls made here, written from their documentation.
 
-It proves that the build's branches for macOS hold together, that the portable sources compile with that system's C++
-library, pointer and integer types and without what only Linux has, and that the native sources agree with the declarations.
-It does not prove the declarations themselves, nor that anything links or runs: for that, docs/macos-checklist.md.
+It proves that the build's branches for macOS are consistent, that the portable sources compile with that system's C++
+library, pointer and integer types and without Linux extensions, and that the native sources agree with the
+declarations. It proves neither the declarations themselves nor that anything links or runs: see docs/macos-checklist.md.
 """
 import json
 import os
@@ -33,14 +33,14 @@ def configure(sources, build, architecture):
 
 
 def forgotten(sources, build):
-    """Native sources that the build does not name."""
+    """Native sources missing from the build."""
     built = {pathlib.Path(entry["file"]) for entry in json.loads((build / "compile_commands.json").read_text())}
     native = {path for path in sources.glob("**/macos/*") if path.suffix in (".cpp", ".mm")}
     return sorted(str(path.relative_to(sources)) for path in native - built), len(built), len(native)
 
 
 def bundle(build):
-    """What is wrong with the bundle's property list."""
+    """Faults in the bundle's property list."""
     found = build / "bin/Quillmere.app/Contents/Info.plist"
     properties = plistlib.loads(found.read_bytes())
     wrong = [f"{found}: {key} is {value!r}" for key, value in properties.items() if value == "" or "${" in str(value)]
@@ -60,7 +60,7 @@ def main():
     if well:
         well, output = run(["ninja", "-C", build, "-k", "0", *(["-j", sys.argv[4]] if len(sys.argv) > 4 else [])])
     if not well:
-        # Without the commands, which are long, and what went well.
+        # Without the commands, which are long, and without what succeeded.
         print("\n".join(line for line in output.splitlines() if not line.startswith(("[", "FAILED:", "/usr/bin/clang"))))
         return 1
     left_out, built, native = forgotten(sources, build)

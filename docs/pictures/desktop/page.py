@@ -1,4 +1,4 @@
-"""A window with a text to scroll: page.py TITLE FILE X,Y,WIDTH,HEIGHT"""
+"""Shows a window with text to scroll: page.py TITLE FILE X,Y,WIDTH,HEIGHT"""
 import pathlib
 import re
 import sys
@@ -14,7 +14,7 @@ view = Gtk.TextView(editable=False, cursor_visible=False, wrap_mode=Gtk.WrapMode
                     left_margin=18, right_margin=18, top_margin=14, pixels_below_lines=4)
 text = view.get_buffer()
 heading = text.create_tag("heading", weight=Pango.Weight.BOLD, scale=1.4)
-for block in pathlib.Path(path).read_text().split("\n\n"):  # headings and prose; the rest is no sight without its form
+for block in pathlib.Path(path).read_text().split("\n\n"):  # headings and prose; the rest would look bad unformatted
     if block.startswith("#"):
         text.insert_with_tags(text.get_end_iter(), block.lstrip("# ") + "\n", heading)
     elif not block.startswith(("![", "|", " ", "-")):

@@ -14,7 +14,7 @@ namespace qm::ocr {
 void endWhenHungUp(int descriptor)
 {
     std::thread([descriptor] {
-        pollfd watched{descriptor, 0, 0}; // poll(2): hang-up and error are told without being asked for
+        pollfd watched{descriptor, 0, 0}; // poll(2): hang-up and error are always reported
         for (;;) {
             if (poll(&watched, 1, -1) < 0 && errno != EINTR)
                 return;
@@ -33,7 +33,7 @@ void confineWorker(quint64 memoryLimit)
     setrlimit(RLIMIT_AS, &memory);
     const rlimit none{0, 0};
     setrlimit(RLIMIT_CORE, &none);
-    const int file = open("/proc/self/oom_score_adj", O_WRONLY | O_CLOEXEC); // proc(5): raising it takes no privilege
+    const int file = open("/proc/self/oom_score_adj", O_WRONLY | O_CLOEXEC); // proc(5): raising it needs no privilege
     if (file >= 0) {
         [[maybe_unused]] const ssize_t written = write(file, "1000", 4);
         close(file);

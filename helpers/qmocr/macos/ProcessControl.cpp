@@ -12,7 +12,7 @@
 
 namespace qm::ocr {
 
-// By kqueue(2): poll(2) here tells of a hang-up only along with readiness, of which there is always some.
+// Uses kqueue(2): poll(2) here reports a hang-up only along with readiness, which there always is.
 void endWhenHungUp(int descriptor)
 {
     std::thread([descriptor] {
@@ -23,7 +23,7 @@ void endWhenHungUp(int descriptor)
         if (queue < 0)
             return;
         if (kevent(queue, &watched, 1, nullptr, 0, nullptr) < 0) {
-            if (errno == EPIPE) // hung up already
+            if (errno == EPIPE) // already hung up
                 std::_Exit(0);
             return;
         }
@@ -42,7 +42,7 @@ void confineWorker(quint64 memoryLimit)
 {
     setpriority(PRIO_PROCESS, 0, 10);
     const rlimit memory{rlim_t(memoryLimit), rlim_t(memoryLimit)};
-    setrlimit(RLIMIT_AS, &memory); // taken, but not every version of the system holds a process to it
+    setrlimit(RLIMIT_AS, &memory); // accepted, but not every version of the system enforces it
     const rlimit none{0, 0};
     setrlimit(RLIMIT_CORE, &none);
 }
@@ -54,7 +54,7 @@ std::chrono::milliseconds processorTime(qint64 process)
     if (proc_pid_rusage(int(process), RUSAGE_INFO_V0, reinterpret_cast<rusage_info_t *>(&used)) != 0 ||
         mach_timebase_info(&unit) != KERN_SUCCESS)
         return {};
-    // In ticks of the system's clock, which are nanoseconds on Intel's processors only.
+    // In ticks of the system clock, which are nanoseconds only on Intel processors.
     const double nanoseconds = double(used.ri_user_time + used.ri_system_time) * unit.numer / unit.denom;
     return std::chrono::milliseconds(qint64(nanoseconds / 1'000'000));
 }

@@ -6,7 +6,7 @@ namespace qm {
 
 namespace {
 
-// keysymdef.h of the X protocol.
+// Values from the X protocol's keysymdef.h.
 KeyGrab::Key meaning(xcb_keysym_t symbol)
 {
     switch (symbol) {
@@ -38,7 +38,7 @@ KeyGrab::KeyGrab(XConnection &server)
         const int count = xcb_get_keyboard_mapping_keysyms_length(keys.get()) / keys->keysyms_per_keycode;
         for (int i = 0; i < count; ++i) {
             const auto code = xcb_keycode_t(setup->min_keycode + i);
-            const xcb_keysym_t symbol = symbols[i * keys->keysyms_per_keycode]; // the first column: no modifiers
+            const xcb_keysym_t symbol = symbols[i * keys->keysyms_per_keycode]; // first column: without modifiers
             if (const Key key = meaning(symbol); key != Key::other)
                 m_codes.append({code, key});
             if (symbol != numLock || !modifiers)

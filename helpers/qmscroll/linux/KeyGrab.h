@@ -6,8 +6,8 @@
 
 namespace qm {
 
-// Return and Escape, taken from whatever program has the keyboard, and nothing else: the user may go on typing. Only
-// without Shift, Control and the like; Caps Lock and Num Lock don't matter. The server lets go when the process ends.
+// Grabs just Return and Escape from whichever program has the keyboard; the user may go on typing. Only without Shift,
+// Control and the like; Caps Lock and Num Lock don't matter. The server releases them when the process ends.
 class KeyGrab
 {
 public:
@@ -17,7 +17,7 @@ public:
     ~KeyGrab();
     Q_DISABLE_COPY_MOVE(KeyGrab)
 
-    // Where another program has taken one of the keys for itself, it stays that program's.
+    // Keys already grabbed by another program stay with it.
     void take();
     Key key(xcb_keycode_t code) const;
     void release();
@@ -29,7 +29,7 @@ private:
     };
     XConnection &m_server;
     QList<Code> m_codes;
-    QList<uint16_t> m_modifiers; // that the keys are taken with
+    QList<uint16_t> m_modifiers; // combinations to grab the keys with
     bool m_taken = false;
 };
 

@@ -30,7 +30,7 @@ constexpr double frameBorder = 1;
 constexpr quint32 accent = 0x0a84ff;
 constexpr quint32 white = 0xffffff;
 
-// A rectangle without what lies beyond its rounded corners.
+// A rectangle with rounded corners.
 QRegion roundedShape(const QSize &size, int radius)
 {
     QRegion shape(QRect(QPoint(), size));
@@ -57,7 +57,7 @@ struct ScrollDesktop::State {
     std::optional<SideWindow> frame;
     std::optional<SideWindow> panel;
     std::optional<KeyGrab> keys;
-    std::optional<InputGrab> pressed; // never takes anything: it knows how to wait for the keys' release
+    std::optional<InputGrab> pressed; // never grabs anything; used to wait for the keys' release
     QDeadlineTimer nextRaise;
 
     std::optional<Input> translate(const xcb_generic_event_t &event);
@@ -99,7 +99,7 @@ std::optional<ScrollDesktop::Region> ScrollDesktop::chooseRegion(QString *failur
         const QRect common = monitor.area & area;
         return qint64(common.width()) * common.height();
     };
-    // That with most of the region comes first.
+    // The monitor with most of the region comes first.
     std::stable_sort(m_state->monitors.begin(), m_state->monitors.end(),
                      [&](const Monitor &a, const Monitor &b) { return shown(a) > shown(b); });
     return Region{area, m_state->monitors.first().scale, qm::pictureScale(m_state->monitors, area),
@@ -138,7 +138,7 @@ void ScrollDesktop::turnWheel(int clicks)
 {
     const XConnection &server = *m_state->server;
     const uint8_t button = clicks < 0 ? 4 : 5;
-    // Sent together: no end of this process leaves a button down.
+    // Sent together, so that no crash leaves a button down.
     for (int i = 0; i < std::abs(clicks); ++i) {
         for (const uint8_t type : {XCB_BUTTON_PRESS, XCB_BUTTON_RELEASE})
             xcb_test_fake_input(server.get(), type, button, XCB_CURRENT_TIME, XCB_WINDOW_NONE, 0, 0, 0);
@@ -249,7 +249,7 @@ std::optional<ScrollDesktop::Input> ScrollDesktop::State::translate(const xcb_ge
         return {};
     }
     case XCB_VISIBILITY_NOTIFY: {
-        // Something new lies above. Not at once again: another program may want to be on top as well.
+        // Something new lies above. Do not raise again at once: another program may want to be on top as well.
         const auto &visibility = reinterpret_cast<const xcb_visibility_notify_event_t &>(event);
         if (visibility.state == XCB_VISIBILITY_UNOBSCURED || !nextRaise.hasExpired())
             return {};

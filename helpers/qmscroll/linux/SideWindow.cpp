@@ -15,7 +15,7 @@ xcb_atom_t atom(XConnection &server, const char *name)
     return answer ? answer->atom : xcb_atom_t(XCB_ATOM_NONE);
 }
 
-// 0xrrggbb as a pixel of the root's visual.
+// Converts 0xrrggbb to a pixel of the root's visual.
 uint32_t serverColor(XConnection &server, quint32 color)
 {
     QImage pixel(1, 1, QImage::Format_RGB32);
@@ -50,7 +50,7 @@ SideWindow::SideWindow(XConnection &server, const Look &look)
         XCB_EVENT_MASK_EXPOSURE | XCB_EVENT_MASK_VISIBILITY_CHANGE | (look.takesPointer ? pointerEvents : 0);
     const xcb_cursor_t arrow = xcb_generate_id(connection);
     const xcb_font_t font = xcb_generate_id(connection);
-    constexpr uint16_t arrowGlyph = 68; // XC_left_ptr of cursorfont.h
+    constexpr uint16_t arrowGlyph = 68; // XC_left_ptr in cursorfont.h
     xcb_open_font(connection, font, 6, "cursor");
     xcb_create_glyph_cursor(connection, arrow, font, font, arrowGlyph, arrowGlyph + 1, 0, 0, 0, 0xffff, 0xffff, 0xffff);
     xcb_close_font(connection, font);
@@ -64,11 +64,11 @@ SideWindow::SideWindow(XConnection &server, const Look &look)
         XCB_CW_BACK_PIXEL | XCB_CW_BORDER_PIXEL | XCB_CW_OVERRIDE_REDIRECT | XCB_CW_EVENT_MASK | XCB_CW_CURSOR, values);
     xcb_free_cursor(connection, arrow);
 
-    constexpr char windowClass[] = "qmscroll\0qmscroll"; // two words, both closed by a zero
+    constexpr char windowClass[] = "qmscroll\0qmscroll"; // two strings, each terminated by a zero
     xcb_change_property(connection, XCB_PROP_MODE_REPLACE, m_id, XCB_ATOM_WM_CLASS, XCB_ATOM_STRING, 8,
                         sizeof windowClass, windowClass);
-    // A shadow would fall into the region. Compositors give none to what is dragged (EWMH 1.5, _NET_WM_WINDOW_TYPE), and
-    // some ask this property.
+    // A shadow would fall into the region. Compositors draw none for dragged items (EWMH 1.5, _NET_WM_WINDOW_TYPE), and
+    // some check this property.
     const xcb_atom_t type = atom(server, "_NET_WM_WINDOW_TYPE_DND");
     xcb_change_property(connection, XCB_PROP_MODE_REPLACE, m_id, atom(server, "_NET_WM_WINDOW_TYPE"), XCB_ATOM_ATOM, 32,
                         1, &type);

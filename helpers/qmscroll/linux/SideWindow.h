@@ -8,16 +8,16 @@
 
 namespace qm {
 
-// A window that lies on the screen and is no program's: the frame around the region, the panel beside it. Window managers,
-// compositors' shadows and the keyboard's focus pass it by.
+// An override-redirect window on the screen: the frame around the region, or the panel beside it. Window managers,
+// compositors' shadows and the keyboard focus ignore it.
 class SideWindow
 {
 public:
     struct Look {
-        QRect area;        // pixels of the desktop, the border not counted
-        QRegion shape;     // what of it is there at all, from the area's corner
-        bool takesPointer; // else clicks and the wheel go to what lies below
-        quint32 color = 0; // 0xrrggbb; seen until a picture is shown
+        QRect area;        // pixels of the desktop, without the border
+        QRegion shape;     // the visible part, relative to the area's corner
+        bool takesPointer; // otherwise clicks and the wheel go to what lies below
+        quint32 color = 0; // 0xrrggbb; visible until a picture is shown
         int border = 0;    // pixels
         quint32 borderColor = 0;
     };
@@ -30,7 +30,7 @@ public:
     bool isShown() const { return m_shown; }
 
     void show();
-    void show(const QImage &picture); // RGB32, of the area's size
+    void show(const QImage &picture); // RGB32, same size as the area
     void hide();
     void repaint();
     void raise();

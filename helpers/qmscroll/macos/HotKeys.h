@@ -7,9 +7,9 @@
 
 namespace qm {
 
-// Keys without a modifier, taken from whatever program has the keyboard, as Carbon's hot keys: no permission is needed for
-// them. Main thread, told from its event loop. What another program has taken stays that program's. The keys are
-// everybody's again with the object's end.
+// Keys without modifiers, grabbed from whichever program has the keyboard as Carbon hot keys, which need no permission.
+// Main thread; the callback comes from its event loop. Keys already taken by another program stay with it. Destroying
+// the object releases the keys.
 class HotKeys
 {
 public:
@@ -20,7 +20,7 @@ public:
     HotKeys(const HotKeys &) = delete;
     HotKeys &operator=(const HotKeys &) = delete;
 
-    static bool areUp(); // none of them is held down
+    static bool areUp(); // true if none of them is held down
 
 private:
     static OSStatus received(EventHandlerCallRef next, EventRef event, void *keys);

@@ -13,17 +13,17 @@ namespace {
 
 constexpr int frameLine = 2;
 constexpr int frameBorder = 1;
-constexpr int smallestEdge = 16; // of a region; less is a click
+constexpr int smallestEdge = 16; // of a region; anything smaller is a click
 constexpr QColor accent(0x0a, 0x84, 0xff);
 constexpr QColor dimmed(0, 0, 0, 90);
-constexpr QColor clickable(0, 0, 0, 1); // where nothing at all is painted a click goes to the window below
+constexpr QColor clickable(0, 0, 0, 1); // where nothing is painted, clicks go to the window below
 
 void makeOverlay(QWindow &window, const QRect &area, Qt::WindowFlags more = {})
 {
     QSurfaceFormat format = window.format();
     format.setAlphaBufferSize(8);
     window.setFormat(format);
-    // A plain window: panels of the system's own kind are hidden while another application is in front.
+    // A plain window: the system hides panels while another application is in front.
     window.setFlags(Qt::Window | Qt::FramelessWindowHint | Qt::WindowStaysOnTopHint | Qt::NoDropShadowWindowHint |
                     Qt::WindowDoesNotAcceptFocus | more);
     window.setGeometry(area);
@@ -66,7 +66,7 @@ void RegionWindow::paintEvent(QPaintEvent *)
     clear(painter, region);
     painter.fillRect(region, clickable);
     painter.setPen(accent);
-    painter.drawRect(region.adjusted(-1, -1, 0, 0)); // a line covers the pixels beyond right and bottom edge
+    painter.drawRect(region.adjusted(-1, -1, 0, 0)); // the line also covers the pixels right of and below the rectangle
 }
 
 void RegionWindow::mousePressEvent(QMouseEvent *event)

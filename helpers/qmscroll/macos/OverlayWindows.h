@@ -8,10 +8,10 @@
 
 namespace qm {
 
-// The windows of a scrolling capture. They lie above the others and pass the keyboard's focus by. Main thread, which needs
-// a QGuiApplication; points.
+// The windows of a scrolling capture. They stay above all others and never take the keyboard focus. Main thread, which
+// needs a QGuiApplication; points.
 
-// Dims one screen and lets a rectangle be drawn on it.
+// Dims one screen and lets the user draw a rectangle on it.
 class RegionWindow : public QRasterWindow
 {
 public:
@@ -24,7 +24,7 @@ protected:
     void mouseReleaseEvent(QMouseEvent *event) override;
 
 private:
-    QRect selection() const; // from the window's corner
+    QRect selection() const; // relative to the window's corner
 
     std::function<void(QRect)> m_drawn;
     std::optional<QPoint> m_from;
@@ -43,7 +43,7 @@ protected:
     void paintEvent(QPaintEvent *event) override;
 };
 
-// Shows the panel's picture, and tells what the pointer does over it.
+// Shows the panel's picture and reports what the pointer does over it.
 class PanelWindow : public QRasterWindow
 {
 public:
@@ -52,7 +52,7 @@ public:
     void setPicture(const QImage &picture);
 
 protected:
-    bool event(QEvent *event) override; // the pointer's going is only told here
+    bool event(QEvent *event) override; // only way to learn that the pointer has left
     void paintEvent(QPaintEvent *event) override;
     void mousePressEvent(QMouseEvent *event) override;
     void mouseMoveEvent(QMouseEvent *event) override;

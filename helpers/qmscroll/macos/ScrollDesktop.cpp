@@ -29,20 +29,20 @@ namespace {
 using namespace std::chrono_literals;
 using Input = ScrollDesktop::Input;
 
-constexpr auto longestWait = 200ms;       // a signal does not end the event loop's sleep
+constexpr auto longestWait = 200ms;       // a signal does not wake the event loop
 constexpr auto releaseLimit = 3s;         // a key reported down for longer is stuck
 constexpr unsigned long keyInterval = 20; // ms
-constexpr int linesPerClick = 3;          // of the wheel
+constexpr int linesPerClick = 3;          // per click of the wheel
 
 } // namespace
 
-// The desktop's pixels are its points times the scale of the screen that the region was drawn on, wherever they are: so
-// every place has one, and those in the region are the picture's.
+// Desktop pixels are points times the scale of the screen on which the region was drawn, even on other screens: this
+// gives every place a coordinate, and those in the region match the picture's pixels.
 struct ScrollDesktop::State {
     std::unique_ptr<QGuiApplication> application;
     std::unique_ptr<QLockFile> claim;
     QTemporaryDir frames;
-    QScreen *screen = nullptr; // with the region
+    QScreen *screen = nullptr; // the one with the region
     QRect region;              // points
     std::optional<FrameWindow> frame;
     std::optional<PanelWindow> panel;
@@ -101,7 +101,7 @@ ScrollDesktop::Opened ScrollDesktop::open()
     if (CGMainDisplayID() == kCGNullDirectDisplay)
         return Opened::no;
     m_state->claim = std::make_unique<QLockFile>(QDir::tempPath() + QStringLiteral("/quillmere-scroll.lock"));
-    m_state->claim->setStaleLockTime(0); // it is stale when its process is gone, however old it is
+    m_state->claim->setStaleLockTime(0); // stale as soon as its process is gone, whatever its age
     return m_state->claim->tryLock(0) ? Opened::yes : Opened::busy;
 }
 
@@ -126,7 +126,7 @@ std::optional<ScrollDesktop::Region> ScrollDesktop::chooseRegion(QString *failur
             m_state->tell({Input::Kind::release, {}});
         }));
         windows.back()
-            ->show(); // not raise(), by which Qt would take the front away from the application to be scrolled
+            ->show(); // not raise(): Qt would make this the front application instead of the one to be scrolled
     }
     m_state->takeKeys();
     Input::Kind end = Input::Kind::none;
@@ -138,11 +138,11 @@ std::optional<ScrollDesktop::Region> ScrollDesktop::chooseRegion(QString *failur
     return Region{.area = m_state->pixels(m_state->region),
                   .scale = m_state->scale(),
                   .pictureScale = std::max(1, qRound(m_state->scale())),
-                  .before = {}}; // a first frame is joined when it no longer changes
+                  .before = {}}; // the first frame is joined once it no longer changes
 }
 
-// By the system's capture tool. A frame takes it a few tenths of a second, but it needs no permission beyond the one that
-// captures need anyway; ScreenCaptureKit would be faster, and is for Objective-C and its queues only.
+// Uses the system's capture tool. A frame takes it a few tenths of a second, but it needs no permission beyond the one
+// captures need anyway; ScreenCaptureKit would be faster, but is only for Objective-C and its queues.
 QImage ScrollDesktop::grab()
 {
     const std::optional<QString> tool = toolPaths().capture;
@@ -153,7 +153,7 @@ QImage ScrollDesktop::grab()
     const QString area =
         QStringLiteral("-R%1,%2,%3,%4").arg(region.x()).arg(region.y()).arg(region.width()).arg(region.height());
     QFile::remove(path);
-    ChildProcess::run(*tool, {QStringLiteral("-x"), area, path}); // silently; there is nothing else to do meanwhile
+    ChildProcess::run(*tool, {QStringLiteral("-x"), area, path}); // -x: no sound; waiting is fine here
     const QImage frame = ImageFile::load(path).image.pixels;
     return frame.size() == m_state->pixels(region).size() ? frame.convertToFormat(QImage::Format_RGB32) : QImage();
 }
@@ -170,12 +170,12 @@ ScrollDesktop::Pointer ScrollDesktop::pointer() const
 void ScrollDesktop::movePointer(QPoint to)
 {
     CGWarpMouseCursorPosition({to.x() / m_state->scale(), to.y() / m_state->scale()});
-    CGAssociateMouseAndMouseCursorPosition(true); // or the mouse would be deaf for a quarter of a second
+    CGAssociateMouseAndMouseCursorPosition(true); // otherwise the mouse would be ignored for a quarter of a second
 }
 
 bool ScrollDesktop::canTurnWheel() const
 {
-    return CGPreflightPostEventAccess(); // goes with the accessibility permission
+    return CGPreflightPostEventAccess(); // included in the accessibility permission
 }
 
 void ScrollDesktop::turnWheel(int clicks)

@@ -6,7 +6,7 @@
 
 namespace qm {
 
-// The screen as the curtain froze it. The pixels stay with the server until they are first asked for.
+// The screen as the curtain froze it. The pixels stay on the server until first requested.
 class FrozenX11Screen : public FrozenScreen
 {
 public:
@@ -17,14 +17,14 @@ public:
     const QList<ScreenWindow> &windows() const override { return m_windows; }
     bool isComposited() const override { return m_curtain.windows().isComposited; }
     const QImage &pixels() override;
-    const QImage &fetchedPixels() const { return m_pixels; } // null before pixels() was called
+    const QImage &fetchedPixels() const { return m_pixels; } // null before the first call of pixels()
 
 private:
     Curtain &m_curtain;
     const QList<Monitor> m_monitors;
     const QList<ScreenWindow> m_windows;
     ScreenGrab m_grab;
-    QImage m_pixels; // the grab's memory
+    QImage m_pixels; // uses the grab's memory
 };
 
 } // namespace qm

@@ -8,7 +8,7 @@ namespace {
 
 constexpr size_t slotBytes = 512 << 10; // about what stays in a core's cache between painting and copying
 constexpr size_t slotCount = 6;
-constexpr size_t requestBytes = 200'000; // without shared memory: within the 256 kB of a request everywhere
+constexpr size_t requestBytes = 200'000; // without shared memory: fits the minimum request limit of 256 kB
 
 const xcb_visualtype_t *rootVisual(const xcb_screen_t *screen)
 {
@@ -135,8 +135,7 @@ void ScreenPaint::put(const QRect &area, Paint paint, const void *context)
         }
         QImage target(piece.size(), QImage::Format_RGB32);
         paint(target, piece.topLeft(), context);
-        target.convertTo(
-            pixelFormat(m_server, m_server.depth())); // lines of 16-bit pixels are padded to 32 bits by both
+        target.convertTo(pixelFormat(m_server, m_server.depth())); // both sides pad lines of 16-bit pixels to 32 bits
         xcb_put_image(m_server.get(), XCB_IMAGE_FORMAT_Z_PIXMAP, m_window, m_context, uint16_t(piece.width()),
                       uint16_t(piece.height()), int16_t(piece.x()), int16_t(piece.y()), 0, m_server.depth(),
                       uint32_t(target.sizeInBytes()), target.constBits());
@@ -144,7 +143,7 @@ void ScreenPaint::put(const QRect &area, Paint paint, const void *context)
     }
 }
 
-// Room in the current slot, or the next one, waiting for the server if it still reads there.
+// Reserves room in the current slot or the next one, waiting if the server still reads there.
 uchar *ScreenPaint::reserve(size_t bytes)
 {
     if (m_used + bytes > slotBytes) {

@@ -10,19 +10,18 @@
 
 namespace qm {
 
-// How the server keeps pixels of this depth; Format_Invalid for one that no screen has had for decades.
+// Format of the server's pixels at this depth; Format_Invalid for depths no screen has had for decades.
 QImage::Format pixelFormat(const XConnection &server, quint8 depth);
 
-// Takes pixels from the screen, again and again into the same memory.
+// Grabs pixels from the screen, reusing the same memory.
 class ScreenGrab
 {
 public:
     ScreenGrab(XConnection &server, const QSize &largest); // pixels
 
-    // The part of a window or pixmap of this depth, in one piece as it is at one moment; of the root: the screen, with
-    // all that lies on it. RGB32, or premultiplied ARGB32 for depth 32. The pixels are this object's memory and are
-    // overwritten by the next take: copy what is to stay. Null when the server refuses (the window is gone, the part is
-    // not within it).
+    // Grabs part of a window or pixmap of this depth, atomically; of the root: the screen with everything on it. RGB32,
+    // or premultiplied ARGB32 for depth 32. The pixels are this object's memory and are overwritten by the next take:
+    // copy what you keep. Null if the server refuses (the window is gone, or the part does not lie inside it).
     QImage take(xcb_drawable_t from, quint8 depth, const QRect &part);
     QImage takeScreen(const QRect &part) { return take(m_server.root(), m_server.depth(), part); }
 
@@ -31,8 +30,8 @@ private:
     std::unique_ptr<SharedMemory> m_memory;
 };
 
-// Puts pixels on a window. Painting and the server's copying run side by side: the memory is a ring of slots, and a slot
-// is used again once the server is done with it.
+// Puts pixels on a window. Painting overlaps with the server's copying: the memory is a ring of slots, and a slot is
+// reused once the server is done with it.
 class ScreenPaint
 {
 public:
@@ -40,7 +39,8 @@ public:
     ~ScreenPaint();
     Q_DISABLE_COPY_MOVE(ScreenPaint)
 
-    // Calls paint for pieces that together are the area; each image is RGB32 of the piece's size, its content undefined.
+    // Calls paint for pieces that together cover the area; each image is RGB32 of the piece's size, with undefined
+    // content.
     using Paint = void (*)(QImage &target, QPoint origin, const void *context);
     void put(const QRect &area, Paint paint, const void *context);
 
@@ -54,7 +54,7 @@ private:
     std::unique_ptr<SharedMemory> m_memory;
     struct Slot {
         bool busy = false;
-        xcb_get_input_focus_cookie_t done = {}; // answered once the server has gone past the slot's last use
+        xcb_get_input_focus_cookie_t done = {}; // answered once the server has finished the slot's last use
     };
     std::vector<Slot> m_slots;
     size_t m_slot = 0;

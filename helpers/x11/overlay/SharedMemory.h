@@ -6,12 +6,12 @@
 
 namespace qm {
 
-// Memory that the X server and this process both see (MIT-SHM 1.2, by file descriptor: it has no name, so nothing is
-// left behind however the process ends, and it works where the two have different System V name spaces).
+// Memory shared between the X server and this process (MIT-SHM 1.2, by file descriptor: it has no name, so nothing is
+// left behind however the process ends, and it works even with separate System V namespaces).
 class SharedMemory
 {
 public:
-    // Null when the server cannot: it is another machine, or old.
+    // Null if the server cannot: it is remote, or old.
     static std::unique_ptr<SharedMemory> create(XConnection &server, size_t bytes);
     ~SharedMemory();
     Q_DISABLE_COPY_MOVE(SharedMemory)

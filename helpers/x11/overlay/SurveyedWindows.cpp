@@ -16,7 +16,7 @@ QMargins margins(const std::array<quint32, 4> &extents) // left, right, top, bot
     return QMargins(int(extents[0]), int(extents[2]), int(extents[1]), int(extents[3]));
 }
 
-// Names are UTF-8 today. The old property is Latin-1 by the letter of the ICCCM, and UTF-8 in many programs.
+// Names are UTF-8 today. By the ICCCM the old property is Latin-1, but many programs write UTF-8.
 QString text(const std::string &name)
 {
     const QByteArrayView bytes(name.data(), qsizetype(name.size()));
@@ -41,7 +41,7 @@ QList<ScreenWindow> screenWindows(const WindowSurvey &survey, const QRect &scree
             client.desktop && survey.desktop && *client.desktop != *survey.desktop && *client.desktop != everyDesktop;
         if (window == windows.end() || elsewhere || client.isHidden)
             continue;
-        // A rolled-up window's frame is smaller than its content with the frame's edges around it.
+        // A shaded window's frame is smaller than its content plus the frame's edges.
         window->frame = ((client.content + margins(client.frame)) - margins(client.shadow)) & window->topArea;
         window->title = text(client.name);
         window->offered = !window->frame.isEmpty();

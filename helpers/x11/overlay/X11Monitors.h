@@ -6,8 +6,8 @@ namespace qm {
 
 class XConnection;
 
-// The monitors as RandR 1.5 tells them, with their scales, those that show the same left out; one over everything where it
-// tells none.
+// The monitors reported by RandR 1.5, with their scales, without mirrored ones; a single one covering everything if it
+// reports none.
 QList<Monitor> x11Monitors(XConnection &server);
 
 } // namespace qm

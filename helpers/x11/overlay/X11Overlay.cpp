@@ -58,7 +58,7 @@ std::optional<OverlayDesktop::Input> X11Overlay::next()
 
 void X11Overlay::wait(std::optional<std::chrono::milliseconds> limit)
 {
-    // Answers waited for may have brought events along, which the descriptor does not show any more.
+    // Waiting for replies may have queued events that the descriptor no longer signals.
     m_queued.reset(xcb_poll_for_queued_event(m_server.get()));
     if (m_queued)
         return;
@@ -109,7 +109,7 @@ Picker::Key X11Overlay::key(xcb_keycode_t code) const
     const xcb_keycode_t first = xcb_get_setup(m_server.get())->min_keycode;
     if (!m_keyboard || code < first)
         return Picker::Key::other;
-    // The first column, without modifiers. Values: keysymdef.h of the X protocol.
+    // The first column, without modifiers. Values from the X protocol's keysymdef.h.
     const int index = (code - first) * m_keyboard->keysyms_per_keycode;
     if (index >= xcb_get_keyboard_mapping_keysyms_length(m_keyboard.get()))
         return Picker::Key::other;
@@ -174,7 +174,7 @@ void X11Overlay::flush()
 void X11Overlay::lift()
 {
     m_curtain.lift();
-    // With nothing held down the others get the keyboard back at once, before the picture is written.
+    // If nothing is held down, other programs get the keyboard back at once, before the picture is written.
     if (!m_input.isAnythingDown())
         m_input.release();
 }

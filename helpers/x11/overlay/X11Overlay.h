@@ -10,12 +10,12 @@
 
 namespace qm {
 
-// The overlay on an X server, on the curtain that shows the frozen screen already.
+// The overlay on an X server, using the curtain that already shows the frozen screen.
 class X11Overlay : public OverlayDesktop
 {
 public:
     explicit X11Overlay(Curtain &curtain);
-    // Lets keyboard and pointer go, once what was pressed is up again.
+    // Releases keyboard and pointer once all pressed keys and buttons are up again.
     ~X11Overlay() override;
 
     FrozenX11Screen &screen() override { return m_screen; }
@@ -41,7 +41,7 @@ private:
     FrozenX11Screen m_screen;
     ScreenPaint m_paint;
     Reply<xcb_get_keyboard_mapping_reply_t> m_keyboard;
-    Reply<xcb_generic_event_t> m_queued; // came along with an answer
+    Reply<xcb_generic_event_t> m_queued; // arrived along with a reply
     QHash<QString, xcb_cursor_t> m_cursors;
     xcb_cursor_t m_cursor = XCB_CURSOR_NONE;
 };

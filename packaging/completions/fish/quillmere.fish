@@ -1,12 +1,12 @@
 # Completion of quillmere for fish.
 complete -c quillmere -f
-complete -c quillmere -n __fish_is_first_arg -a capture-region -d "Draw a region"
-complete -c quillmere -n __fish_is_first_arg -a capture-window -d "Click a window"
-complete -c quillmere -n __fish_is_first_arg -a capture-scroll -d "A region and all that it scrolls to"
+complete -c quillmere -n __fish_is_first_arg -a capture-region -d "Capture a region"
+complete -c quillmere -n __fish_is_first_arg -a capture-window -d "Capture a window"
+complete -c quillmere -n __fish_is_first_arg -a capture-scroll -d "Capture a region while it scrolls"
 complete -c quillmere -n __fish_is_first_arg -a library -d "Open the library"
 complete -c quillmere -n __fish_is_first_arg -a settings -d "Open the settings"
 complete -c quillmere -n __fish_is_first_arg -a annotate -d "Open a picture in the editor"
-complete -c quillmere -n __fish_is_first_arg -a quit -d "End the instance that runs"
+complete -c quillmere -n __fish_is_first_arg -a quit -d "Quit the running instance"
 complete -c quillmere -n "__fish_seen_subcommand_from annotate" -F
 complete -c quillmere -n __fish_is_first_arg -s h -l help -d "Print a summary"
 complete -c quillmere -n __fish_is_first_arg -l version -d "Print the version"

@@ -1,6 +1,6 @@
 #pragma once
 
-// What the C++ library's own headers call of the C library, in the forms that take a locale.
+// Functions of the C library, in the variants taking a locale, that the C++ library's headers call.
 
 #include <locale.h>
 #include <stdio.h>

@@ -1,6 +1,6 @@
 #pragma once
 
-// The messages to AppKit's classes that are sent here.
+// The AppKit messages used here.
 
 #include <Foundation/Foundation.h>
 
@@ -29,7 +29,7 @@ enum NSApplicationActivationPolicy : NSInteger {
 @property(readonly) CGFloat redComponent;
 @property(readonly) CGFloat greenComponent;
 @property(readonly) CGFloat blueComponent;
-- (NSColor *)colorUsingColorSpace:(NSColorSpace *)space; // nil when there is no such conversion
+- (NSColor *)colorUsingColorSpace:(NSColorSpace *)space; // nil if there is no such conversion
 @end
 
 @interface NSGraphicsContext : NSObject

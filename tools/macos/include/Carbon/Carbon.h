@@ -1,6 +1,6 @@
 #pragma once
 
-// Carbon's hot keys and the events that tell of them.
+// Carbon's hot keys and their events.
 
 #include <ApplicationServices/ApplicationServices.h>
 

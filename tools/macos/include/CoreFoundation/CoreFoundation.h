@@ -1,6 +1,6 @@
 #pragma once
 
-// The calls of Core Foundation that are made here, as its reference documents them.
+// The Core Foundation calls used here, according to its reference.
 
 #include <cstddef>
 #include <cstdint>

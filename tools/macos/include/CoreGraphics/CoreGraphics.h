@@ -1,6 +1,6 @@
 #pragma once
 
-// The calls of Quartz event services and of Core Graphics that are made here, as their reference documents them.
+// The calls to Quartz event services and Core Graphics used here, according to their reference.
 
 #include <CoreFoundation/CoreFoundation.h>
 

@@ -1,10 +1,10 @@
 #pragma once
 
-// The root of Objective-C, and the messages to Foundation's classes that are sent here.
+// The root of Objective-C, and the Foundation messages used here.
 
 #include <CoreGraphics/CoreGraphics.h>
 
-// On Intel's processors a char, on Apple's a bool.
+// A char on Intel processors, a bool on Apple's.
 #if defined(__x86_64__)
 typedef signed char BOOL;
 #else

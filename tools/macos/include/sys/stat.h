@@ -1,6 +1,6 @@
 #pragma once
 
-// A file's times are called otherwise than on Linux.
+// The names of a file's times differ from Linux.
 
 #include <sys/types.h>
 #include <time.h>
