@@ -146,7 +146,7 @@ void AppDelegate::openSettings()
 {
     if (!m_settingsController) {
         m_settingsController = std::make_unique<SettingsWindowController>(
-            [this] { m_trigger.setHotkey(ConfigStore::resolveHotkey()); }, keyListener());
+            QtQueue::main(), [this] { m_trigger.setHotkey(ConfigStore::resolveHotkey()); }, keyListener());
     }
     m_settingsController->show();
 }

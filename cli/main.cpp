@@ -7,56 +7,57 @@
 #include <cstdio>
 
 using namespace qm;
+using AppLocale::text;
 
 static QString usage()
 {
-    return AppLocale::text(u"usage: qms COMMAND [OPTION...]\n"
-                           "\n"
-                           "  scan                 bring the index in line with the folders\n"
-                           "  ocr [--all]          read one batch of waiting pictures, or all of them\n"
-                           "  search TEXT          list pictures that contain TEXT, newest first;\n"
-                           "                       % is any text, _ any character\n"
-                           "  list                 list the newest pictures\n"
-                           "  status               show the paths, counts and settings in force\n"
-                           "\n"
-                           "  --limit N            show at most N results of search and list (200)\n"
-                           "  --json               print one JSON object per line\n"
-                           "  --help, --version\n"
-                           "\n"
-                           "exit codes: 0 done, 1 nothing found, 2 usage error or failure",
-                           u"使い方: qms コマンド [オプション...]\n"
-                           "\n"
-                           "  scan                 フォルダーの内容を索引に反映する\n"
-                           "  ocr [--all]          待っている画像をひとまとまり（--all ならすべて）読み取る\n"
-                           "  search 文字列        文字列を含む画像を新しい順に表示する\n"
-                           "                       % は任意の文字列、_ は任意の一文字\n"
-                           "  list                 新しい画像の一覧\n"
-                           "  status               使用中のパス、件数、設定\n"
-                           "\n"
-                           "  --limit N            search と list の件数の上限（200）\n"
-                           "  --json               1行に1つのJSONオブジェクト\n"
-                           "  --help, --version\n"
-                           "\n"
-                           "終了コード: 0 完了、1 見つからない、2 使い方の誤りまたは失敗");
+    return text(u"usage: qms COMMAND [OPTION...]\n"
+                "\n"
+                "  scan                 bring the index in line with the folders\n"
+                "  ocr [--all]          read one batch of waiting pictures, or all of them\n"
+                "  search TEXT          list pictures that contain TEXT, newest first;\n"
+                "                       % is any text, _ any character\n"
+                "  list                 list the newest pictures\n"
+                "  status               show the paths, counts and settings in force\n"
+                "\n"
+                "  --limit N            show at most N results of search and list (200)\n"
+                "  --json               print one JSON object per line\n"
+                "  --help, --version\n"
+                "\n"
+                "exit codes: 0 done, 1 nothing found, 2 usage error or failure",
+                u"使い方: qms コマンド [オプション...]\n"
+                "\n"
+                "  scan                 フォルダーの内容を索引に反映する\n"
+                "  ocr [--all]          待っている画像をひとまとまり（--all ならすべて）読み取る\n"
+                "  search 文字列        文字列を含む画像を新しい順に表示する\n"
+                "                       % は任意の文字列、_ は任意の一文字\n"
+                "  list                 新しい画像の一覧\n"
+                "  status               使用中のパス、件数、設定\n"
+                "\n"
+                "  --limit N            search と list の件数の上限（200）\n"
+                "  --json               1行に1つのJSONオブジェクト\n"
+                "  --help, --version\n"
+                "\n"
+                "終了コード: 0 完了、1 見つからない、2 使い方の誤りまたは失敗");
 }
 
 static Exit run(const QCommandLineParser &parser, Console &console)
 {
     const QStringList words = parser.positionalArguments();
     const QString command = words.value(0);
-    const auto wrong = [&](QStringView english, QStringView japanese) {
-        return console.fail(AppLocale::text(english, japanese).arg(command) + u'\n' + usage());
-    };
+    const auto wrong = [&](const QString &what) { return console.fail(what + u'\n' + usage()); };
     bool isNumber = true;
     const int limit =
         parser.isSet(QStringLiteral("limit")) ? parser.value(QStringLiteral("limit")).toInt(&isNumber) : 200;
     if (!isNumber || limit < 1)
-        return wrong(u"--limit must be a whole number, 1 or greater", u"--limit には1以上の整数を指定してください");
+        return wrong(
+            text(u"--limit must be a whole number, 1 or greater", u"--limit には1以上の整数を指定してください"));
     if (words.size() != (command == u"search" ? 2 : 1))
-        return words.isEmpty() ? wrong(u"no command given", u"コマンドを指定してください")
-                               : wrong(u"wrong number of arguments to %1", u"%1 の引数の数が違います");
+        return wrong(words.isEmpty()
+                         ? text(u"no command given", u"コマンドを指定してください")
+                         : text(u"wrong number of arguments to %1", u"%1 の引数の数が違います").arg(command));
     if (parser.isSet(QStringLiteral("all")) && command != u"ocr")
-        return wrong(u"--all can only be used with ocr", u"--all は ocr でだけ使えます");
+        return wrong(text(u"--all can only be used with ocr", u"--all は ocr でだけ使えます"));
 
     if (command == u"scan")
         return Commands::scan(console);
@@ -69,7 +70,7 @@ static Exit run(const QCommandLineParser &parser, Console &console)
         return Commands::list(console, limit);
     if (command == u"status")
         return Commands::status(console);
-    return wrong(u"no such command: %1", u"そのようなコマンドはありません: %1");
+    return wrong(text(u"no such command: %1", u"そのようなコマンドはありません: %1").arg(command));
 }
 
 int main(int argc, char **argv)
@@ -95,6 +96,6 @@ int main(int argc, char **argv)
     }
     Exit exit = run(parser, console);
     if (std::fflush(stdout) != 0)
-        exit = console.fail(AppLocale::text(u"the output could not be written", u"出力を書き込めませんでした"));
+        exit = console.fail(text(u"the output could not be written", u"出力を書き込めませんでした"));
     return int(exit);
 }

@@ -14,19 +14,19 @@ static QRegularExpression expressionFor(const QString &searched)
         core.chop(1);
     QString pattern;
     bool literal = false;
-    for (const QChar c : core) {
-        if (c == u'%') {
+    for (const char32_t c : core.toStdU32String()) { // by characters: a backslash between two surrogates is no expression
+        if (c == U'%') {
             pattern += QStringLiteral(".*?");
-        } else if (c == u'_') {
+        } else if (c == U'_') {
             pattern += u'.';
         } else {
-            const bool letter = (c >= u'a' && c <= u'z') || (c >= u'A' && c <= u'Z');
-            pattern += letter ? QStringLiteral("[%1%2]").arg(c.toLower(), c.toUpper())
-                              : QRegularExpression::escape(QString(c));
+            const QString character = QString::fromUcs4(&c, 1);
+            const bool letter = (c >= U'a' && c <= U'z') || (c >= U'A' && c <= U'Z');
+            pattern += letter ? QStringLiteral("[%1%2]").arg(character.toLower(), character.toUpper())
+                              : QRegularExpression::escape(character);
             literal = true;
         }
     }
-    // Escaping by UTF-16 units is safe: nothing is inserted between the halves of a surrogate pair.
     return literal ? QRegularExpression(pattern, QRegularExpression::DotMatchesEverythingOption) : QRegularExpression();
 }
 
@@ -52,11 +52,17 @@ TextMatch::Excerpt TextMatch::excerpt(const QString &text, const QString &search
     match.length = std::min(match.length, line.size() - match.start);
 
     if (line.size() > maxLength) {
-        const qsizetype lead = std::clamp<qsizetype>(match.start - maxLength / 3, 0, line.size() - maxLength);
-        const bool cutBehind = lead + maxLength < line.size();
-        line = line.sliced(lead, maxLength);
-        match.start -= lead;
-        if (lead > 0)
+        qsizetype first = std::clamp<qsizetype>(match.start - maxLength / 3, 0, line.size() - maxLength);
+        qsizetype last = first + maxLength - 1;
+        const bool cutBefore = first > 0, cutBehind = last + 1 < line.size();
+        // "…" takes the place of one unit at either end, never of half a surrogate pair.
+        if (cutBefore && line[first + 1].isLowSurrogate())
+            ++first;
+        if (cutBehind && line[last].isLowSurrogate())
+            --last;
+        line = line.sliced(first, last + 1 - first);
+        match.start -= first;
+        if (cutBefore)
             line[0] = u'…';
         if (cutBehind)
             line[line.size() - 1] = u'…';

@@ -59,8 +59,9 @@ static QString usualName(HotkeyModifier modifier)
     return {};
 }
 
-GeneralForm::GeneralForm(std::function<void()> changed, KeyListener listener)
-    : m_changed(std::move(changed))
+GeneralForm::GeneralForm(TaskQueue &main, std::function<void()> changed, KeyListener listener)
+    : m_main(main)
+    , m_changed(std::move(changed))
     , m_listener(std::move(listener))
     , m_state(GeneralSettings::read())
     , m_saved(m_state)
@@ -189,7 +190,7 @@ void GeneralForm::addHotkey(QFormLayout &form)
     m_captions.append(caption);
     form.addRow(QString(), caption);
 
-    m_keyTest = new KeyTest(m_listener);
+    m_keyTest = new KeyTest(m_main, m_listener);
     form.addRow(QString(), m_keyTest);
 }
 

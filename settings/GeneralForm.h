@@ -1,5 +1,6 @@
 #pragma once
 
+#include "platform/TaskQueue.h"
 #include "settings/GeneralSettings.h"
 #include "settings/KeyListener.h"
 #include "ui/LatestJob.h"
@@ -23,7 +24,7 @@ class KeyTest;
 class GeneralForm : public QWidget
 {
 public:
-    GeneralForm(std::function<void()> changed, KeyListener listener);
+    GeneralForm(TaskQueue &main, std::function<void()> changed, KeyListener listener);
 
 protected:
     void showEvent(QShowEvent *event) override;
@@ -50,6 +51,7 @@ private:
     void refresh();
     void refreshFooter();
 
+    TaskQueue &m_main;
     std::function<void()> m_changed;
     KeyListener m_listener;
     GeneralSettings m_state;

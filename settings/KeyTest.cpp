@@ -15,9 +15,11 @@ namespace qm {
 using namespace std::chrono_literals;
 
 static constexpr int iconSize = 16;
+static constexpr auto forgottenAfter = 30s;
 
-KeyTest::KeyTest(KeyListener listener)
-    : m_listener(std::move(listener))
+KeyTest::KeyTest(TaskQueue &main, KeyListener listener)
+    : m_main(main)
+    , m_listener(std::move(listener))
     , m_stateIcon(new QLabel)
     , m_state(new QLabel)
     , m_toggle(new QPushButton(AppLocale::text(u"Test the key", u"キーを試す")))
@@ -47,18 +49,7 @@ KeyTest::KeyTest(KeyListener listener)
     layout->addLayout(test);
     layout->addLayout(state);
 
-    m_poll.setInterval(1s);
-    m_lit.setInterval(1200ms);
-    m_lit.setSingleShot(true);
-    m_forgotten.setInterval(30s);
-    m_forgotten.setSingleShot(true);
     connect(m_toggle, &QPushButton::toggled, this, [this](bool down) { down ? begin() : end(); });
-    connect(&m_poll, &QTimer::timeout, this, [this] { refresh(); });
-    connect(&m_forgotten, &QTimer::timeout, this, [this] { end(); });
-    connect(&m_lit, &QTimer::timeout, this, [this] {
-        m_tap->setLit(false);
-        m_hold->setLit(false);
-    });
     refresh();
 }
 
@@ -79,7 +70,7 @@ void KeyTest::setHotkey(const Hotkey &hotkey)
 void KeyTest::begin()
 {
     m_testing = true;
-    m_forgotten.start();
+    m_forgotten = m_main.postAfter(forgottenAfter, [this] { end(); });
     m_listener.beginTest(m_hotkey, [this](HotkeyGesture gesture) { recognized(gesture); });
 }
 
@@ -88,7 +79,7 @@ void KeyTest::end()
     if (!m_testing)
         return;
     m_testing = false;
-    m_forgotten.stop();
+    m_forgotten.cancel();
     m_listener.endTest();
     m_toggle->setChecked(false);
 }
@@ -97,8 +88,17 @@ void KeyTest::recognized(HotkeyGesture gesture)
 {
     m_tap->setLit(gesture == HotkeyGesture::tap);
     m_hold->setLit(gesture == HotkeyGesture::hold);
-    m_lit.start();
-    m_forgotten.start();
+    m_lit = m_main.postAfter(1200ms, [this] {
+        m_tap->setLit(false);
+        m_hold->setLit(false);
+    });
+    m_forgotten = m_main.postAfter(forgottenAfter, [this] { end(); });
+}
+
+void KeyTest::poll()
+{
+    m_poll = m_main.postAfter(1s, [this] { poll(); });
+    refresh();
 }
 
 void KeyTest::refresh()
@@ -134,14 +134,13 @@ void KeyTest::showEvent(QShowEvent *event)
 {
     QWidget::showEvent(event);
     window()->installEventFilter(this);
-    refresh();
-    m_poll.start();
+    poll();
 }
 
 void KeyTest::hideEvent(QHideEvent *event)
 {
     QWidget::hideEvent(event);
-    m_poll.stop();
+    m_poll.cancel();
     end();
 }
 

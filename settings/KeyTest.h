@@ -1,8 +1,8 @@
 #pragma once
 
+#include "platform/TaskQueue.h"
 #include "settings/KeyListener.h"
 
-#include <QTimer>
 #include <QWidget>
 
 class QLabel;
@@ -18,7 +18,7 @@ class Lamp;
 class KeyTest : public QWidget
 {
 public:
-    explicit KeyTest(KeyListener listener);
+    KeyTest(TaskQueue &main, KeyListener listener);
     ~KeyTest() override;
 
     void setHotkey(const Hotkey &hotkey); // the key to test, saved or not
@@ -34,7 +34,9 @@ private:
     void end();
     void recognized(HotkeyGesture gesture);
     void refresh();
+    void poll();
 
+    TaskQueue &m_main;
     KeyListener m_listener;
     Hotkey m_hotkey;
     bool m_testing = false;
@@ -43,9 +45,9 @@ private:
     QPushButton *m_toggle;
     Lamp *m_tap;
     Lamp *m_hold;
-    QTimer m_poll; // the listener may start late
-    QTimer m_lit;
-    QTimer m_forgotten;
+    Timer m_poll; // the listener may start late
+    Timer m_lit;
+    Timer m_forgotten;
 };
 
 } // namespace qm

@@ -21,12 +21,12 @@ using AppLocale::text;
 class SettingsWindow : public QDialog
 {
 public:
-    SettingsWindow(const std::function<void()> &changed, const KeyListener &listener)
+    SettingsWindow(TaskQueue &main, const std::function<void()> &changed, const KeyListener &listener)
         : m_tabs(new QTabWidget)
     {
         setWindowFlags(Qt::Window);
         setWindowTitle(text(u"Quillmere Settings", u"Quillmere 設定"));
-        m_tabs->addTab(new GeneralForm(changed, listener), text(u"Settings", u"設定"));
+        m_tabs->addTab(new GeneralForm(main, changed, listener), text(u"Settings", u"設定"));
         m_tabs->addTab(new AboutView, text(u"About", u"このアプリについて"));
         m_tabs->setDocumentMode(true);
         auto *layout = new QVBoxLayout(this);
@@ -56,8 +56,10 @@ private:
     QTabWidget *m_tabs;
 };
 
-SettingsWindowController::SettingsWindowController(std::function<void()> changed, KeyListener listener)
-    : m_changed(std::move(changed))
+SettingsWindowController::SettingsWindowController(TaskQueue &main, std::function<void()> changed,
+                                                   KeyListener listener)
+    : m_main(main)
+    , m_changed(std::move(changed))
     , m_listener(std::move(listener))
 {
 }
@@ -67,7 +69,7 @@ SettingsWindowController::~SettingsWindowController() = default;
 void SettingsWindowController::show()
 {
     if (!m_window) {
-        m_window = std::make_unique<SettingsWindow>(m_changed, m_listener);
+        m_window = std::make_unique<SettingsWindow>(m_main, m_changed, m_listener);
         const QSize room = WindowPlacement::activeScreenVisibleFrame().size() - QSize(40, 80);
         QSize size = m_window->sizeHint();
         if (size.height() > room.height()) // the scroll bar must not take width from the content

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "platform/TaskQueue.h"
 #include "settings/KeyListener.h"
 
 #include <functional>
@@ -13,13 +14,14 @@ class SettingsWindow;
 class SettingsWindowController
 {
 public:
-    // changed is called after settings have been saved.
-    SettingsWindowController(std::function<void()> changed, KeyListener listener);
+    // main is where the window's times run; changed is called after settings have been saved.
+    SettingsWindowController(TaskQueue &main, std::function<void()> changed, KeyListener listener);
     ~SettingsWindowController();
 
     void show(); // in front of the others
 
 private:
+    TaskQueue &m_main;
     std::function<void()> m_changed;
     KeyListener m_listener;
     std::unique_ptr<SettingsWindow> m_window;

@@ -4,6 +4,7 @@
 The graph is what the build files say: every `qm_library(folder USES ...)`, `qm_program(name USES ...)`,
 `qm_module(name USES ...)` and `qm_link(name USES ...)` names what the sources beside it may include. One `#include "folder/File.h"` of another folder ends the check with its place.
 """
+import graphlib
 import pathlib
 import re
 import sys
@@ -30,34 +31,18 @@ def graph(root):
 
 def folder_of(path, folders):
     """The longest known folder that holds the file: platform/linux/X.cpp belongs to platform."""
-    parts = pathlib.PurePosixPath(path).parent.parts
-    for length in range(len(parts), 0, -1):
-        candidate = "/".join(parts[:length])
-        if candidate in folders:
-            return candidate
-    return None
-
-
-def cycle(allowed):
-    state = {}
-
-    def visit(folder):
-        state[folder] = "open"
-        for used in allowed.get(folder, ()):
-            if state.get(used) == "open" or (used not in state and visit(used)):
-                return True
-        state[folder] = "done"
-        return False
-
-    return any(visit(folder) for folder in allowed if folder not in state)
+    parents = (parent.as_posix() for parent in pathlib.PurePosixPath(path).parents)
+    return next((parent for parent in parents if parent in folders), None)
 
 
 def main():
     root = pathlib.Path(sys.argv[1]).resolve()
     allowed = graph(root)
     wrong, seen = [], 0
-    if cycle(allowed):
-        wrong.append("the layer graph has a cycle")
+    try:
+        graphlib.TopologicalSorter(allowed).prepare()
+    except graphlib.CycleError as fault:
+        wrong.append("a cycle: " + " -> ".join(fault.args[1]))
     for folder in allowed:
         if folder.split("/")[0] in UNCHECKED:
             continue

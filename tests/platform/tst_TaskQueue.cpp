@@ -1,40 +1,41 @@
+#include "platform/ChildProcess.h"
 #include "platform/QtQueue.h"
-#include "tests/support/ManualQueue.h"
+#include "tests/support/TempHome.h"
 
 #include <QSemaphore>
 #include <QTest>
 
+#include <csignal>
+
 using namespace qm;
+using namespace Qt::StringLiterals;
 using namespace std::chrono_literals;
 
+// Queues, and the child processes that are waited for on them.
 class tst_TaskQueue : public QObject
 {
     Q_OBJECT
 
+private:
+    TempHome m_home;
+
 private Q_SLOTS:
     void tasksRunInOrderOnTheQueue()
     {
-        QtQueue queue(QStringLiteral("test"));
-        QList<int> seen;
-        for (int i = 0; i < 100; ++i)
+        QtQueue queue(u"test"_s);
+        QList<int> seen, expected;
+        for (int i = 0; i < 100; ++i) {
             queue.post([&, i] { seen.append(queue.isCurrent() ? i : -1); });
-        queue.run([&] { seen.append(100); });
+            expected.append(i);
+        }
+        queue.run([&] { queue.run([&] { seen.append(100); }); }); // from the queue itself without waiting
+        QCOMPARE(seen, expected << 100);
         QVERIFY(!queue.isCurrent());
-        QCOMPARE(seen.size(), 101);
-        QVERIFY(std::is_sorted(seen.begin(), seen.end()) && seen.first() == 0);
-    }
-
-    void runFromTheQueueItselfDoesNotWait()
-    {
-        QtQueue queue(QStringLiteral("test"));
-        bool inner = false;
-        queue.run([&] { queue.run([&] { inner = true; }); });
-        QVERIFY(inner);
     }
 
     void aTimerRunsOnceAndOnlyWhileItLives()
     {
-        QtQueue queue(QStringLiteral("test"));
+        QtQueue queue(u"test"_s);
         QSemaphore fired;
         int cancelled = 0;
         Timer kept, dropped, replaced;
@@ -53,7 +54,7 @@ private Q_SLOTS:
 
     void stopIsBounded()
     {
-        QtQueue queue(QStringLiteral("test"));
+        QtQueue queue(u"test"_s);
         QSemaphore begun, release;
         queue.post([&] {
             begun.release();
@@ -65,21 +66,42 @@ private Q_SLOTS:
         QVERIFY(queue.stop(10s));
     }
 
-    void virtualTime()
+    void stopEndsTheChildThatIsWaitedFor()
     {
-        ManualQueue queue;
-        QStringList log;
-        Timer second = queue.postAfter(20ms, [&] { log << QStringLiteral("b%1").arg(queue.now().count()); });
-        Timer chained;
-        Timer first = queue.postAfter(10ms, [&] {
-            log << QStringLiteral("a%1").arg(queue.now().count());
-            chained = queue.postAfter(5ms, [&] { log << QStringLiteral("c%1").arg(queue.now().count()); });
+        const QString script = m_home.script(u"child"_s, "trap '' TERM; echo $$; while :; do sleep 1; done");
+        QtQueue queue(u"test"_s);
+        std::atomic<pid_t> child{0};
+        QByteArray output;
+        queue.post([&] {
+            const auto received = [&](const QByteArray &piece) { child = piece.trimmed().toInt(); };
+            output = ChildProcess::run(script, {}, {}, received).value_or("not started");
         });
-        queue.advance(9ms);
-        QCOMPARE(log, QStringList());
-        queue.advance(100ms);
-        QCOMPARE(log, QStringList({QStringLiteral("a10"), QStringLiteral("c15"), QStringLiteral("b20")}));
-        QCOMPARE(queue.now(), 109ms);
+        QTRY_VERIFY(child != 0);
+        QVERIFY(queue.stop(10s));
+        QCOMPARE(output.trimmed().toInt(), int(child)); // what it printed so far is kept
+        QVERIFY(kill(child, 0) != 0);
+    }
+
+    void whatAChildSays()
+    {
+        const QByteArray large(3'000'000, 'x');
+        const QByteArrayList rows[] = {
+            {"cat", large, large}, // beyond what a pipe holds
+            {"echo early; exit 3", large, "early\n"},
+            {"printf half; kill -9 $$", large, "half"},
+            {"echo a; exec >&-; sleep 0.1; echo no >&2", "", "a\n"}, // goes on after closing its output
+            {"printf '%s|' \"$@\"", "", "a b|$HOME;'\"*||"},         // what no shell has read
+        };
+        for (const QByteArrayList &row : rows) {
+            QByteArray pieces;
+            const auto result = ChildProcess::run(m_home.script(u"child"_s, row[0]), {u"a b"_s, u"$HOME;'\"*"_s, u""_s},
+                                                  row[1], [&](const QByteArray &piece) { pieces += piece; });
+            QCOMPARE(result, row[2]);
+            QCOMPARE(pieces, row[2]);
+        }
+        m_home.write(u"plain"_s, "not executable");
+        for (const QString &program : {m_home.file(u"none"_s), m_home.file(u"plain"_s), m_home.path()})
+            QVERIFY(!ChildProcess::run(program, {}, "input"));
     }
 };
 

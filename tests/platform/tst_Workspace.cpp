@@ -9,6 +9,7 @@
 #include <QUrl>
 
 using namespace qm;
+using namespace Qt::StringLiterals;
 
 // A file manager of the test's own.
 class FileManager : public QObject, protected QDBusContext
@@ -23,10 +24,7 @@ public:
 public Q_SLOTS:
     void ShowItems(const QStringList &uris, const QString &)
     {
-        if (refuses)
-            sendErrorReply(QDBusError::Failed);
-        else
-            shown << uris;
+        refuses ? sendErrorReply(QDBusError::Failed) : shown.append(uris);
     }
 };
 
@@ -39,49 +37,34 @@ public Q_SLOTS:
     void openUrl(const QUrl &url) { m_opened << url.toLocalFile(); }
 
 private Q_SLOTS:
-    void initTestCase()
+    void whatIsRevealed()
     {
-        m_bus.start(QStringLiteral("dbus-daemon"),
-                    {QStringLiteral("--session"), QStringLiteral("--nofork"), QStringLiteral("--print-address")});
-        QVERIFY(m_bus.waitForReadyRead());
-        qputenv("DBUS_SESSION_BUS_ADDRESS", m_bus.readLine().trimmed());
-        QDesktopServices::setUrlHandler(QStringLiteral("file"), this, "openUrl");
-    }
+        QProcess bus;
+        bus.start(u"dbus-daemon"_s, {u"--session"_s, u"--nofork"_s, u"--print-address"_s});
+        QVERIFY(bus.waitForReadyRead());
+        qputenv("DBUS_SESSION_BUS_ADDRESS", bus.readLine().trimmed());
+        QDesktopServices::setUrlHandler(u"file"_s, this, "openUrl");
 
-    void withoutAFileManagerTheFolderOpens()
-    {
-        Workspace::reveal(QStringLiteral("/some folder/shot.png"));
-        QTRY_COMPARE(m_opened, QStringList(QStringLiteral("/some folder")));
-    }
+        Workspace::reveal(u"/nobody/to show/it.png"_s);
+        QTRY_COMPARE(m_opened, QStringList(u"/nobody/to show"_s));
 
-    void aFileManagerSelectsTheFile()
-    {
-        m_opened.clear();
         FileManager manager;
-        auto bus = QDBusConnection::connectToBus(QString::fromLocal8Bit(qgetenv("DBUS_SESSION_BUS_ADDRESS")),
-                                                 QStringLiteral("m"));
-        QVERIFY(bus.registerObject(QStringLiteral("/org/freedesktop/FileManager1"), &manager,
-                                   QDBusConnection::ExportAllSlots));
-        QVERIFY(bus.registerService(QStringLiteral("org.freedesktop.FileManager1")));
-        Workspace::reveal(QStringLiteral("/some folder/写真 #1.png"));
-        QTRY_COMPARE(manager.shown, QStringList(QStringLiteral("file:///some%20folder/%E5%86%99%E7%9C%9F%20%231.png")));
-        QCOMPARE(m_opened, QStringList());
+        auto there = QDBusConnection::connectToBus(qEnvironmentVariable("DBUS_SESSION_BUS_ADDRESS"), u"m"_s);
+        QVERIFY(there.registerObject(u"/org/freedesktop/FileManager1"_s, &manager, QDBusConnection::ExportAllSlots));
+        QVERIFY(there.registerService(u"org.freedesktop.FileManager1"_s));
+        Workspace::reveal(u"/some folder/写真 #1.png"_s);
+        QTRY_COMPARE(manager.shown, QStringList(u"file:///some%20folder/%E5%86%99%E7%9C%9F%20%231.png"_s));
+        QCOMPARE(m_opened.size(), 1);
 
         manager.refuses = true;
-        Workspace::reveal(QStringLiteral("/other/shot.png"));
-        QTRY_COMPARE(m_opened, QStringList(QStringLiteral("/other")));
-        QDBusConnection::disconnectFromBus(QStringLiteral("m"));
-    }
-
-    void cleanupTestCase()
-    {
-        QDesktopServices::unsetUrlHandler(QStringLiteral("file"));
-        m_bus.kill();
-        QVERIFY(m_bus.waitForFinished());
+        Workspace::reveal(u"/other/shot.png"_s);
+        QTRY_COMPARE(m_opened.value(1), u"/other"_s);
+        QDBusConnection::disconnectFromBus(u"m"_s);
+        bus.kill();
+        QVERIFY(bus.waitForFinished());
     }
 
 private:
-    QProcess m_bus;
     QStringList m_opened;
 };
 
