@@ -5,6 +5,7 @@
 #include "index/IndexSql.h"
 #include "index/OcrRunner.h"
 #include "index/ShotStore.h"
+#include "index/TakenAt.h"
 #include "index/TextMatch.h"
 #include "platform/ToolPaths.h"
 #include "ui/AppLocale.h"
@@ -90,13 +91,8 @@ static QJsonObject jsonOf(const Shot &shot)
 // "2026-03-05 14:07:09"; times taken from the file are UTC and shown in local time.
 static QString shownTime(const std::optional<QString> &takenAt)
 {
-    const QString unknown(19, u'-');
-    if (!takenAt)
-        return unknown;
-    if (!takenAt->endsWith(u'Z'))
-        return QString(*takenAt).replace(u'T', u' ');
-    const QDateTime time = QDateTime::fromString(*takenAt, Qt::ISODate);
-    return time.isValid() ? time.toLocalTime().toString(QStringLiteral("yyyy-MM-dd HH:mm:ss")) : unknown;
+    const QString local = localTime(takenAt.value_or(QString()));
+    return local.isEmpty() ? QString(19, u'-') : QString(local).replace(u'T', u' ');
 }
 
 static Exit show(Console &console, const QList<Shot> &shots, const QString &searched)
@@ -107,7 +103,7 @@ static Exit show(Console &console, const QList<Shot> &shots, const QString &sear
             console.row(jsonOf(shot));
             continue;
         }
-        console.line(console.faint(shownTime(shot.takenAt)) + QStringLiteral("  ") + shot.path);
+        console.line(console.faint(shownTime(shot.takenAt)) + QStringLiteral("  ") + console.printable(shot.path));
         if (searched.isEmpty())
             continue;
         const TextMatch::Excerpt excerpt =
