@@ -56,10 +56,10 @@ private:
             60s);
     }
     QImage clipboard() { return rgb(QImage::fromData(m_desktop.clipboard(u"image/png"_s))); }
-    void tap(std::initializer_list<int> keys)
+    void tap(std::initializer_list<Key> keys)
     {
-        for (const int key : keys)
-            m_desktop.tap(Key(key));
+        for (const Key key : keys)
+            m_desktop.tap(key);
     }
 
 private Q_SLOTS:
@@ -93,11 +93,9 @@ private Q_SLOTS:
         QVERIFY(waitForWindow(title));
         (void)m_desktop.stillPicture();
         m_desktop.click(m_desktop.windowTitled(title)->content.bottomLeft() + QPoint(4, -4)); // to have the keyboard
-        for (int i = 0; i < 7; ++i) // the tabs, three folders with their choosers, the trigger key
-            m_desktop.tap(Key::tab);
-        for (int i = 0; i < 3; ++i)
-            m_desktop.tap(Key::up);
-        m_desktop.tap(Key::enter);
+        // The tabs, three folders with their choosers, the trigger key.
+        const Key tab = Key::tab;
+        tap({tab, tab, tab, tab, tab, tab, tab, Key::up, Key::up, Key::up, Key::enter});
         QVERIFY(Desktop::wait([&] { return m_home.read(u"cloud/config.json"_s).contains("rightShift"); }));
         m_desktop.tap(Key::tab);
         m_desktop.tap(Key::tab);                              // the threshold, the button for the test
@@ -145,12 +143,11 @@ private Q_SLOTS:
         QVERIFY(Desktop::wait(
             [&] { // typed too early, it is typed again
                 m_desktop.keyDown(Key::leftControl);
-                tap({41}); // F
+                tap({Key(41)}); // F
                 m_desktop.keyUp(Key::leftControl);
-                tap({32, 38, 28}); // o a t
+                tap({Key(32), Key(38), Key(28)}); // o a t
                 (void)m_desktop.stillPicture();
-                m_desktop.tap(Key::down);
-                m_desktop.tap(Key::enter);
+                tap({Key::down, Key::enter});
                 return Desktop::wait([&] { return clipboard().size() == QSize(480, 360); }, 3s);
             },
             60s));
@@ -159,9 +156,7 @@ private Q_SLOTS:
 
     void theEditorMarksIt()
     {
-        for (int i = 0; i < 3; ++i) // the text, "Copy", "Annotate…"
-            m_desktop.tap(Key::tab);
-        m_desktop.tap(Key::space);
+        tap({Key::tab, Key::tab, Key::tab, Key::space}); // the text, "Copy", "Annotate…"
         const QString title = u"Annotate — oat.png"_s;
         QVERIFY(waitForWindow(title));
         const QPoint middle = m_desktop.windowTitled(title)->content.center();
@@ -170,8 +165,7 @@ private Q_SLOTS:
             m_desktop.drag(middle - QPoint(60, 40), middle + QPoint(60, 40));
             return Desktop::wait([&] { return m_desktop.pixel(middle).rgb() == 0xffff3b30; }, 3s);
         }));
-        m_desktop.tap(Key::tab); // from the picture to "Save"
-        m_desktop.tap(Key::space);
+        tap({Key::tab, Key::space}); // from the picture to "Save"
         QVERIFY(isFound(u"marked"_s, u"oat-annotated.png"_s));
         const QImage saved = rgb(QImage(folder() + u"/oat-annotated.png"_s));
         QCOMPARE(saved.size(), QSize(480, 360));

@@ -29,17 +29,9 @@ private:
     // One row, newest first in order of the calls.
     void addRow(const QString &name, bool present = true)
     {
-        const QString path = m_home->file(name);
         if (present)
             m_home->write(name, "x");
-        Statement insert = m_database->prepare(IndexSql::insertShot);
-        insert.bind(1, path);
-        insert.bind(2, name);
-        insert.bind(3, qint64(1));
-        insert.bind(4, qint64(1000 - m_database->number(IndexSql::countShots)));
-        insert.bind(5, u"then"_s);
-        insert.bind(6, u"now"_s);
-        QVERIFY(insert.run());
+        QVERIFY(qm::addRow(*m_database, m_home->file(name), 1000 - m_database->number(IndexSql::countShots)));
     }
     int run(const QByteArray &helper, int limit = 40)
     {

@@ -6,6 +6,7 @@
 #include <QFile>
 #include <QStringList>
 
+#include <optional>
 #include <utime.h>
 
 namespace qm {
@@ -24,6 +25,20 @@ inline QStringList rows(Database &database, const char *sql, int columns)
         lines << line.join(u'|');
     }
     return lines;
+}
+
+// One row, as the scan makes it; read already where there is a text.
+inline bool addRow(Database &database, const QString &path, qint64 modifiedMs, const std::optional<QString> &text = {})
+{
+    Statement insert = database.prepare("INSERT INTO shots(path, filename, mtime_ms, ocr_text, ocr_done, indexed_at)"
+                                        " VALUES(?, ?, ?, ?, ?, 'now')");
+    insert.bind(1, path);
+    insert.bind(2, path.section(u'/', -1));
+    insert.bind(3, modifiedMs);
+    if (text)
+        insert.bind(4, *text);
+    insert.bind(5, int(text.has_value()));
+    return insert.run();
 }
 
 inline void setModified(const QString &path, qint64 secondsSince1970)
