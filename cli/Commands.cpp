@@ -22,6 +22,12 @@ static Exit cannotOpen(Console &console, const Database &database)
         text(u"the index %1 cannot be used: %2", u"索引 %1 を使えません: %2").arg(database.path(), database.error()));
 }
 
+static Exit cannotWrite(Console &console, const Database &database, const QString &error)
+{
+    return console.fail(text(u"the index %1 could not be written: %2", u"索引 %1 に書き込めませんでした: %2")
+                            .arg(database.path(), error));
+}
+
 Exit Commands::scan(Console &console)
 {
     Database database(ShotStore::databasePath(), Database::Access::write);
@@ -29,6 +35,8 @@ Exit Commands::scan(Console &console)
         return cannotOpen(console, database);
     const FolderScan::Changes changes =
         FolderScan::scan(database, FolderScan::orderedSourceDirs(), QDateTime::currentDateTimeUtc());
+    if (!changes.error.isEmpty())
+        return cannotWrite(console, database, changes.error);
     if (!database.error().isEmpty())
         return cannotOpen(console, database);
     const int total = int(database.number(IndexSql::countShots));
@@ -71,6 +79,8 @@ Exit Commands::ocr(Console &console, Batches batches)
             break;
     }
     console.endProgress();
+    if (!database.error().isEmpty())
+        return cannotWrite(console, database, database.error());
     const int waiting = int(database.number(IndexSql::countWaiting));
     if (console.json())
         console.row({{QStringLiteral("read"), read}, {QStringLiteral("waiting"), waiting}});

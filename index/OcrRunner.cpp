@@ -91,6 +91,15 @@ QByteArray runHelper(const QString &helper, const std::vector<Pending> &rows, co
     return QUtf8StringView(output).isValidUtf8() ? output : QByteArray();
 }
 
+// Reading takes minutes, and would be in vain on a full disk.
+bool canWrite(Database &database, qint64 waitingId)
+{
+    Transaction transaction(database);
+    Statement leave = database.prepare(IndexSql::leaveWaiting);
+    leave.bind(1, waitingId);
+    return leave.run() && transaction.commit();
+}
+
 } // namespace
 
 OcrRunner::Results OcrRunner::parseNdjson(const QByteArray &output)
@@ -125,6 +134,8 @@ int OcrRunner::run(Database &database, const std::optional<QString> &helper, int
 
     const std::vector<Pending> rows = pendingRows(database, limit);
     if (rows.empty())
+        return 0;
+    if (!canWrite(database, rows.front().id))
         return 0;
     const Results results = parseNdjson(runHelper(*helper, rows, progress));
 

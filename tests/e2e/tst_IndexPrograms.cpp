@@ -1,6 +1,7 @@
 #include "index/Database.h"
 #include "index/IndexSql.h"
 #include "index/ShotStore.h"
+#include "tests/support/FullDisk.h"
 #include "tests/support/IndexFixture.h"
 #include "tests/support/TempHome.h"
 
@@ -12,6 +13,7 @@
 
 #include <csignal>
 #include <memory>
+#include <optional>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -116,6 +118,26 @@ private Q_SLOTS:
             QVERIFY2(m_error.contains(u"not a database"_s), qPrintable(m_error));
         }
         QCOMPARE(m_home->read(u".quillmere/db.sqlite"_s), QByteArray(5000, 'x'));
+    }
+
+    void aFullDiskIsSaid()
+    {
+        const auto isSaid = [this](int code) { return code == 2 && m_error.contains(u"could not be written"_s); };
+        addShots(1);
+        QCOMPARE(qms(u"scan"_s), 0);
+        std::optional<FullDisk> full(std::in_place, rlim_t(QFileInfo(ShotStore::databasePath()).size()));
+        QCOMPARE(qms(u"ocr"_s), 0); // there is room for one text
+        full.reset();
+        for (int i = 0; i < 99; ++i)
+            m_home->write(u".quillmere/captures/%1 %2.png"_s.arg(i).arg(QString(200, u'x')), "x");
+        full.emplace(rlim_t(QFileInfo(ShotStore::databasePath()).size()));
+        QVERIFY2(isSaid(qms(u"scan"_s)), qPrintable(m_error));
+        full.reset();
+        QCOMPARE(qms(u"scan"_s), 0);
+        m_home->script(u"bin/qmocr"_s, "touch ${0%/*}/../started");
+        full.emplace(512); // not even a journal
+        QVERIFY2(isSaid(qms(u"ocr"_s)), qPrintable(m_error));
+        QVERIFY(!QFile::exists(m_home->file(u"started"_s))); // nothing was read in vain
     }
 
     void picturesThatCannotBeReadAreNotReadForEver()
