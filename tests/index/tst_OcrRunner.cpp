@@ -58,7 +58,7 @@ private Q_SLOTS:
             // An error beats a text, a later line an earlier one.
             {R"(read -r a; read -r b; text "$a" 't","error":null,"x":"'; text "$b" first; text "$b" last)", u"-|0"_s,
              u"last|1"_s},
-            {R"(read -r a; text "$a" t; printf '{"path": "'; kill -9 $$)", u"t|1"_s, u"-|0"_s},
+            {R"(read -r a; text "$a" t; printf '{"path"'; kill -9 $$)", u"t|1"_s, u"-|0"_s},
             {R"(echo '[1]'; echo '{"path": 7, "text": "t"}'; echo '{"text": "t"}'; echo no)", u"-|0"_s, u"-|0"_s},
             {R"(read -r p; echo "{\"path\": \"$p\", \"text\": 5}")", u"-|0"_s, u"-|0"_s},
             {R"(read -r a; text "$a" t; printf '\377\n')", u"-|0"_s, u"-|0"_s}, // not UTF-8 anywhere
@@ -72,7 +72,7 @@ private Q_SLOTS:
             addRow(u"two.png"_s);
             const QStringList expected{u"one.png|"_s + one, u"gone.png|-|1"_s, u"two.png|"_s + two};
             QCOMPARE(run(script), 3 - expected.filter(u"|-|"_s).size());
-            QCOMPARE(::rows(*m_database, all, 3), expected);
+            QCOMPARE(qm::rows(*m_database, all, 3), expected);
         }
     }
 
