@@ -52,16 +52,17 @@ private Q_SLOTS:
     {
         const std::tuple<QByteArray, QString, QString> rows[] = {
             // what becomes of one.png and two.png
-            {R"(while read -r p; do text "$p" "日本 ${p##*/}"; done)", u"日本 one.png|1"_s, u"日本 two.png|1"_s},
-            {R"(read -r a; read -r b; echo; printf '  '; text "$b" ''; text "$a" t)", u"t|1"_s,
+            {"while read -r p; do text \"$p\" \"日本 ${p##*/}\"; done", u"日本 one.png|1"_s, u"日本 two.png|1"_s},
+            {"read -r a; read -r b; echo; printf '  '; text \"$b\" ''; text \"$a\" t", u"t|1"_s,
              u"|1"_s}, // in any order
             // An error beats a text, a later line an earlier one.
-            {R"(read -r a; read -r b; text "$a" 't","error":null,"x":"'; text "$b" first; text "$b" last)", u"-|0"_s,
-             u"last|1"_s},
-            {R"(read -r a; text "$a" t; printf '{"path"'; kill -9 $$)", u"t|1"_s, u"-|0"_s},
-            {R"(echo '[1]'; echo '{"path": 7, "text": "t"}'; echo '{"text": "t"}'; echo no)", u"-|0"_s, u"-|0"_s},
-            {R"(read -r p; echo "{\"path\": \"$p\", \"text\": 5}")", u"-|0"_s, u"-|0"_s},
-            {R"(read -r a; text "$a" t; printf '\377\n')", u"-|0"_s, u"-|0"_s}, // not UTF-8 anywhere
+            {"read -r a; read -r b; text \"$a\" 't\",\"error\":null,\"x\":\"'; text \"$b\" first; text \"$b\" last",
+             u"-|0"_s, u"last|1"_s},
+            {"read -r a; text \"$a\" t; printf '{\"path\"'; kill -9 $$", u"t|1"_s, u"-|0"_s},
+            {"echo '[1]'; echo '{\"path\": 7, \"text\": \"t\"}'; echo '{\"text\": \"t\"}'; echo no", u"-|0"_s,
+             u"-|0"_s},
+            {"read -r p; echo \"{\\\"path\\\": \\\"$p\\\", \\\"text\\\": 5}\"", u"-|0"_s, u"-|0"_s},
+            {"read -r a; text \"$a\" t; printf '\\377\\n'", u"-|0"_s, u"-|0"_s}, // not UTF-8 anywhere
             {"text /etc/other.png t", u"-|0"_s, u"-|0"_s},
             {"exit 1", u"-|0"_s, u"-|0"_s},
         };
