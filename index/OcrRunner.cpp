@@ -91,13 +91,17 @@ QByteArray runHelper(const QString &helper, const std::vector<Pending> &rows, co
     return QUtf8StringView(output).isValidUtf8() ? output : QByteArray();
 }
 
-// Reading takes minutes, and would be in vain on a full disk.
+// Reading takes minutes, and would be in vain on a full disk. There and back: SQLite does not write what changes nothing.
 bool canWrite(Database &database, qint64 waitingId)
 {
     Transaction transaction(database);
-    Statement leave = database.prepare(IndexSql::leaveWaiting);
-    leave.bind(1, waitingId);
-    return leave.run() && transaction.commit();
+    for (const char *sql : {IndexSql::giveUp, IndexSql::leaveWaiting}) {
+        Statement change = database.prepare(sql);
+        change.bind(1, waitingId);
+        if (!change.run())
+            return false;
+    }
+    return transaction.commit();
 }
 
 } // namespace
