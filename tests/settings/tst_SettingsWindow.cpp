@@ -335,7 +335,7 @@ private Q_SLOTS:
     {
         using enum KeyMonitor::Started;
         const std::pair<std::optional<KeyMonitor::Started>, QString> rows[] = {
-            {yes, text(u"hears", u"待ち受けて")},
+            {yes, text(u"listening", u"待ち受けて")},
             {notYet, text(u"privacy", u"プライバシー")},
             {never, u"quillmere capture-region"_s},
             {std::nullopt, u"quillmere capture-region"_s},
