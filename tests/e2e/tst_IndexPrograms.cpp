@@ -68,7 +68,7 @@ private Q_SLOTS:
         QCOMPARE(m_output, u"40 read, 5 still waiting\n"_s);
         qms(u"ocr --all --json"_s);
         QCOMPARE(m_output, u"{\"read\":5,\"waiting\":0}\n"_s);
-        QCOMPARE(qms(u"search TOTAL%請求 --limit 2"_s), 0);
+        QCOMPARE(qms(u"search TOTAL 請求 --limit 2"_s), 0);
         QCOMPARE(m_output.count(u'\n'), 4);
         QVERIFY2(m_output.contains(u"2026-03-05 14:07:"_s) && m_output.contains(u"    total 請求書"_s),
                  qPrintable(m_output));

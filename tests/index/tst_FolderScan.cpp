@@ -164,6 +164,10 @@ private Q_SLOTS:
         };
         for (const auto &[name, expected] : rows)
             QCOMPARE(std::pair(name, parseTakenAt(name, 1'000'000'000'999)), std::pair(name, expected));
+        qputenv("TZ", "Asia/Tokyo");
+        QCOMPARE(localTime(fromFile), u"2001-09-09T10:46:40"_s); // what is seen of it
+        QCOMPARE(localTime(u"2024-99-99T99:99:99"_s), u"2024-99-99T99:99:99"_s);
+        qunsetenv("TZ");
     }
 
     void stamps()

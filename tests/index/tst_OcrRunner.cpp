@@ -114,6 +114,10 @@ private Q_SLOTS:
             [[maybe_unused]] const ssize_t told = write(locked[1], &holds, 1);
             pause();
         }
+        const auto end = qScopeGuard([other] {
+            kill(other, SIGKILL);
+            waitpid(other, nullptr, 0);
+        });
         char holds = 0;
         QVERIFY(read(locked[0], &holds, 1) == 1 && holds);
         QCOMPARE(run(readsOne), 0);
