@@ -7,6 +7,7 @@
 #include "index/ShotStore.h"
 #include "index/TakenAt.h"
 #include "index/TextMatch.h"
+#include "platform/TerminationSignals.h"
 #include "platform/ToolPaths.h"
 #include "ui/AppLocale.h"
 
@@ -62,8 +63,9 @@ Exit Commands::ocr(Console &console, Batches batches)
     if (!database.open())
         return cannotOpen(console, database);
 
+    TerminationSignals::defer(); // what has been read by then is kept
     int read = 0;
-    for (;;) {
+    while (!TerminationSignals::received()) {
         const int waiting = int(database.number(IndexSql::countWaiting));
         if (waiting == 0)
             break;

@@ -120,6 +120,25 @@ private Q_SLOTS:
         QCOMPARE(m_home->read(u".quillmere/db.sqlite"_s), QByteArray(5000, 'x'));
     }
 
+    void askedToEndWhatHasBeenReadIsKept()
+    {
+        const std::pair<QString, QStringList> programs[] = {{u"qms"_s, {u"ocr"_s}}, {u"quillmere"_s, {}}};
+        for (const auto &[name, words] : programs) {
+            init();
+            m_home->script(u"bin/qmocr"_s, "read -r p; printf '{\"path\": \"%s\", \"text\": \"t\"}\\n' \"$p\"\n"
+                                           "touch ${0%/*}/read; exec sleep 60");
+            addShots(3);
+            QCOMPARE(qms(u"scan"_s), 0);
+            QProcess process;
+            process.start(program(name), words);
+            QTRY_VERIFY_WITH_TIMEOUT(QFile::exists(m_home->file(u"bin/read"_s)), 30000);
+            process.terminate();
+            QVERIFY(process.waitForFinished(20000));
+            QVERIFY2(process.exitStatus() == QProcess::NormalExit && process.exitCode() == 0, qPrintable(name));
+            QCOMPARE(qms(u"search t"_s), 0);
+        }
+    }
+
     void aFullDiskIsSaid()
     {
         const auto isSaid = [this](int code) { return code == 2 && m_error.contains(u"could not be written"_s); };
