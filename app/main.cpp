@@ -1,5 +1,6 @@
 #include "app/AppDelegate.h"
 #include "app/SingleInstance.h"
+#include "platform/TerminationSignals.h"
 #include "ui/AppLocale.h"
 #include "ui/Symbol.h"
 
@@ -74,6 +75,9 @@ int main(int argc, char **argv)
     if (AppLocale::isJapanese() &&
         translator.load(QStringLiteral("qtbase_ja"), QLibraryInfo::path(QLibraryInfo::TranslationsPath)))
         QApplication::installTranslator(&translator);
+
+    TerminationSignals::defer(); // log-out: what has been read is kept
+    TerminationSignals::whenReceived([] { QApplication::quit(); });
 
     AppDelegate delegate;
     SingleInstance instance;

@@ -5,7 +5,9 @@
 #include "index/IndexSql.h"
 #include "index/OcrRunner.h"
 #include "index/ShotStore.h"
+#include "index/TakenAt.h"
 #include "index/TextMatch.h"
+#include "platform/TerminationSignals.h"
 #include "platform/ToolPaths.h"
 #include "ui/AppLocale.h"
 
@@ -21,6 +23,12 @@ static Exit cannotOpen(Console &console, const Database &database)
         text(u"the index %1 cannot be used: %2", u"索引 %1 を使えません: %2").arg(database.path(), database.error()));
 }
 
+static Exit cannotWrite(Console &console, const Database &database, const QString &error)
+{
+    return console.fail(text(u"the index %1 could not be written: %2", u"索引 %1 に書き込めませんでした: %2")
+                            .arg(database.path(), error));
+}
+
 Exit Commands::scan(Console &console)
 {
     Database database(ShotStore::databasePath(), Database::Access::write);
@@ -28,6 +36,8 @@ Exit Commands::scan(Console &console)
         return cannotOpen(console, database);
     const FolderScan::Changes changes =
         FolderScan::scan(database, FolderScan::orderedSourceDirs(), QDateTime::currentDateTimeUtc());
+    if (!changes.error.isEmpty())
+        return cannotWrite(console, database, changes.error);
     if (!database.error().isEmpty())
         return cannotOpen(console, database);
     const int total = int(database.number(IndexSql::countShots));
@@ -53,8 +63,9 @@ Exit Commands::ocr(Console &console, Batches batches)
     if (!database.open())
         return cannotOpen(console, database);
 
+    TerminationSignals::defer(); // what has been read by then is kept
     int read = 0;
-    for (;;) {
+    while (!TerminationSignals::received()) {
         const int waiting = int(database.number(IndexSql::countWaiting));
         if (waiting == 0)
             break;
@@ -70,6 +81,8 @@ Exit Commands::ocr(Console &console, Batches batches)
             break;
     }
     console.endProgress();
+    if (!database.error().isEmpty())
+        return cannotWrite(console, database, database.error());
     const int waiting = int(database.number(IndexSql::countWaiting));
     if (console.json())
         console.row({{QStringLiteral("read"), read}, {QStringLiteral("waiting"), waiting}});
@@ -90,13 +103,8 @@ static QJsonObject jsonOf(const Shot &shot)
 // "2026-03-05 14:07:09"; times taken from the file are UTC and shown in local time.
 static QString shownTime(const std::optional<QString> &takenAt)
 {
-    const QString unknown(19, u'-');
-    if (!takenAt)
-        return unknown;
-    if (!takenAt->endsWith(u'Z'))
-        return QString(*takenAt).replace(u'T', u' ');
-    const QDateTime time = QDateTime::fromString(*takenAt, Qt::ISODate);
-    return time.isValid() ? time.toLocalTime().toString(QStringLiteral("yyyy-MM-dd HH:mm:ss")) : unknown;
+    const QString local = localTime(takenAt.value_or(QString()));
+    return local.isEmpty() ? QString(19, u'-') : QString(local).replace(u'T', u' ');
 }
 
 static Exit show(Console &console, const QList<Shot> &shots, const QString &searched)
@@ -107,7 +115,7 @@ static Exit show(Console &console, const QList<Shot> &shots, const QString &sear
             console.row(jsonOf(shot));
             continue;
         }
-        console.line(console.faint(shownTime(shot.takenAt)) + QStringLiteral("  ") + shot.path);
+        console.line(console.faint(shownTime(shot.takenAt)) + QStringLiteral("  ") + console.printable(shot.path));
         if (searched.isEmpty())
             continue;
         const TextMatch::Excerpt excerpt =

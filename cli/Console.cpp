@@ -35,6 +35,20 @@ void Console::row(const QJsonObject &object)
     line(QString::fromUtf8(QJsonDocument(object).toJson(QJsonDocument::Compact)));
 }
 
+QString Console::printable(const QString &name) const
+{
+    if (!isatty(STDOUT_FILENO))
+        return name;
+    QString shown;
+    for (const QChar c : name) {
+        if (c.category() == QChar::Other_Control)
+            shown += c == u'\n' ? QStringLiteral("\\n") : QStringLiteral("\\x%1").arg(c.unicode(), 2, 16, QChar(u'0'));
+        else
+            shown += c;
+    }
+    return shown;
+}
+
 QString Console::strong(const QString &text) const
 {
     return m_colors ? QStringLiteral("\x1b[1;33m%1\x1b[0m").arg(text) : text;

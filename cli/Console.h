@@ -16,8 +16,10 @@ public:
     bool json() const { return m_json; }
     int width() const; // characters; 100 if output is not a terminal
 
-    void line(const QString &text);            // to standard output
-    void row(const QJsonObject &object);       // to standard output
+    void line(const QString &text);      // to standard output
+    void row(const QJsonObject &object); // to standard output
+    // A name as it is, or with its control characters spelled out if a terminal would act on them.
+    QString printable(const QString &name) const;
     QString strong(const QString &text) const; // highlighted if the terminal can
     QString faint(const QString &text) const;
 

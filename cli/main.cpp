@@ -15,7 +15,7 @@ static QString usage()
                 "\n"
                 "  scan                 bring the index in line with the folders\n"
                 "  ocr [--all]          read one batch of waiting pictures, or all of them\n"
-                "  search TEXT          list pictures that contain TEXT, newest first;\n"
+                "  search TEXT...       list pictures that contain TEXT, newest first;\n"
                 "                       % is any text, _ any character\n"
                 "  list                 list the newest pictures\n"
                 "  status               show the paths, counts and settings in force\n"
@@ -29,7 +29,7 @@ static QString usage()
                 "\n"
                 "  scan                 フォルダーの内容を索引に反映する\n"
                 "  ocr [--all]          待っている画像をひとまとまり（--all ならすべて）読み取る\n"
-                "  search 文字列        文字列を含む画像を新しい順に表示する\n"
+                "  search 文字列...     文字列を含む画像を新しい順に表示する\n"
                 "                       % は任意の文字列、_ は任意の一文字\n"
                 "  list                 新しい画像の一覧\n"
                 "  status               使用中のパス、件数、設定\n"
@@ -52,20 +52,24 @@ static Exit run(const QCommandLineParser &parser, Console &console)
     if (!isNumber || limit < 1)
         return wrong(
             text(u"--limit must be a whole number, 1 or greater", u"--limit には1以上の整数を指定してください"));
-    if (words.size() != (command == u"search" ? 2 : 1))
+    const bool searches = command == u"search";
+    if (searches ? words.size() < 2 : words.size() != 1)
         return wrong(words.isEmpty()
                          ? text(u"no command given", u"コマンドを指定してください")
                          : text(u"wrong number of arguments to %1", u"%1 の引数の数が違います").arg(command));
     if (parser.isSet(QStringLiteral("all")) && command != u"ocr")
         return wrong(text(u"--all can only be used with ocr", u"--all は ocr でだけ使えます"));
+    if (parser.isSet(QStringLiteral("limit")) && !searches && command != u"list")
+        return wrong(
+            text(u"--limit can only be used with search and list", u"--limit は search と list でだけ使えます"));
 
     if (command == u"scan")
         return Commands::scan(console);
     if (command == u"ocr")
         return Commands::ocr(console,
                              parser.isSet(QStringLiteral("all")) ? Commands::Batches::all : Commands::Batches::one);
-    if (command == u"search")
-        return Commands::search(console, words[1], limit);
+    if (searches) // the words as they would stand in a picture
+        return Commands::search(console, words.sliced(1).join(u' '), limit);
     if (command == u"list")
         return Commands::list(console, limit);
     if (command == u"status")

@@ -46,8 +46,11 @@ bool Statement::run()
     if (!m_statement)
         return true;
     const int result = sqlite3_step(m_statement.get());
+    const bool done = result == SQLITE_DONE || result == SQLITE_ROW;
+    if (!done)
+        *m_error = QString::fromUtf8(sqlite3_errmsg(sqlite3_db_handle(m_statement.get())));
     sqlite3_reset(m_statement.get());
-    return result == SQLITE_DONE || result == SQLITE_ROW;
+    return done;
 }
 
 bool Statement::nextRow()
@@ -131,10 +134,12 @@ Statement Database::prepare(const char *sql)
     if (!m_connection)
         return statement;
     sqlite3_stmt *prepared = nullptr;
-    if (sqlite3_prepare_v2(m_connection.get(), sql, -1, &prepared, nullptr) == SQLITE_OK)
+    if (sqlite3_prepare_v2(m_connection.get(), sql, -1, &prepared, nullptr) == SQLITE_OK) {
         statement.m_statement.reset(prepared);
-    else
+        statement.m_error = &m_error;
+    } else {
         m_error = QString::fromUtf8(sqlite3_errmsg(m_connection.get()));
+    }
     return statement;
 }
 

@@ -24,8 +24,8 @@ public:
     void bind(int parameter, qint64 number);
     void bind(int parameter, int number);
 
-    // Runs a write and resets the statement for the next one. False if the database refused it (busy, full, read-only):
-    // the enclosing transaction should end. An inert statement counts as skipped, not refused.
+    // Runs a write and resets the statement for the next one. False if the database refused it (busy, full, read-only),
+    // which its error() then tells: the enclosing transaction should end. An inert statement counts as skipped, not refused.
     [[nodiscard]] bool run();
 
     bool nextRow();                // false at the end and on an error
@@ -40,6 +40,7 @@ private:
         void operator()(sqlite3_stmt *statement) const;
     };
     std::unique_ptr<sqlite3_stmt, Finalize> m_statement;
+    QString *m_error = nullptr; // the database's
 };
 
 // One connection to the index file, confined to one queue by its owner. Failures are quiet: without a connection every
@@ -57,7 +58,8 @@ public:
     bool isOpen() const { return m_connection != nullptr; } // connected, with or without its schema
 
     QString path() const { return m_path; }
-    QString error() const; // the last failure in SQLite's words; empty if there was none
+    // The last failure in SQLite's words. Empty if there was none, or a transaction has succeeded since.
+    QString error() const;
 
     Statement prepare(const char *sql);
     qint64 number(const char *sql); // first column of the first row; 0 if there is none

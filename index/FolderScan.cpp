@@ -80,7 +80,7 @@ void lookInto(const QString &folder, Findings &findings)
     });
 }
 
-int removeGone(Database &database, const Findings &findings)
+int removeGone(Database &database, const Findings &findings, QString *error)
 {
     std::vector<PathSet::Ref> gone;
     findings.paths.forEach([&](PathSet::Ref ref) {
@@ -96,13 +96,18 @@ int removeGone(Database &database, const Findings &findings)
     Statement remove = database.prepare(IndexSql::deleteShot);
     for (const PathSet::Ref ref : gone) {
         remove.bind(1, findings.paths[ref].data());
-        if (!remove.run())
+        if (!remove.run()) {
+            *error = database.error();
             return 0;
+        }
     }
-    return transaction.commit() ? int(gone.size()) : 0;
+    if (transaction.commit())
+        return int(gone.size());
+    *error = database.error();
+    return 0;
 }
 
-int insertNew(Database &database, Findings &findings, const QDateTime &now)
+int insertNew(Database &database, Findings &findings, const QDateTime &now, QString *error)
 {
     // A search walks the rows by modification time: inserting them in that order places them in the file as the search
     // reads them, which makes it about twice as fast.
@@ -121,10 +126,15 @@ int insertNew(Database &database, Findings &findings, const QDateTime &now)
         insert.bind(4, file.modifiedMs);
         insert.bind(5, parseTakenAt(QString::fromUtf8(name), file.modifiedMs));
         insert.bind(6, indexedAt.constData());
-        if (!insert.run())
+        if (!insert.run()) {
+            *error = database.error();
             return 0;
+        }
     }
-    return transaction.commit() ? int(findings.fresh.size()) : 0;
+    if (transaction.commit())
+        return int(findings.fresh.size());
+    *error = database.error();
+    return 0;
 }
 
 } // namespace
@@ -144,8 +154,8 @@ FolderScan::Changes FolderScan::scan(Database &database, const QStringList &fold
     for (const QString &folder : folders)
         lookInto(folder, findings);
     Changes changes;
-    changes.removed = removeGone(database, findings);
-    changes.added = insertNew(database, findings, now);
+    changes.removed = removeGone(database, findings, &changes.error);
+    changes.added = insertNew(database, findings, now, &changes.error);
     return changes;
 }
 

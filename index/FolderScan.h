@@ -14,6 +14,7 @@ namespace FolderScan {
 struct Changes {
     int removed = 0;
     int added = 0;
+    QString error; // why something could not be written, in SQLite's words; the next pass tries again
 };
 
 // The source folder, then the capture folder; a single entry if they are the same.

@@ -27,6 +27,7 @@ inline constexpr char insertShot[] =
 inline constexpr char countWaiting[] = "SELECT COUNT(*) FROM shots WHERE ocr_done = 0";
 inline constexpr char waiting[] =
     "SELECT id, path FROM shots WHERE ocr_done = 0 ORDER BY mtime_ms DESC LIMIT ?";             // limit
+inline constexpr char leaveWaiting[] = "UPDATE shots SET ocr_done = 0 WHERE id = ?";            // id
 inline constexpr char storeText[] = "UPDATE shots SET ocr_text = ?, ocr_done = 1 WHERE id = ?"; // text, id
 inline constexpr char giveUp[] = "UPDATE shots SET ocr_done = 1 WHERE id = ?";                  // id
 

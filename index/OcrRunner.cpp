@@ -5,11 +5,15 @@
 #include "platform/ChildProcess.h"
 #include "platform/FolderListing.h"
 
+#include <QFile>
 #include <QFileInfo>
 #include <QJsonDocument>
 #include <QJsonObject>
-#include <QLockFile>
 
+#include <cerrno>
+#include <fcntl.h>
+#include <sys/file.h>
+#include <unistd.h>
 #include <vector>
 
 namespace qm {
@@ -20,6 +24,7 @@ struct Pending {
     qint64 id;
     QByteArray path;
     bool present;
+    bool askable; // a line feed in a name would read as two paths
 };
 
 std::vector<Pending> pendingRows(Database &database, int limit)
@@ -30,26 +35,37 @@ std::vector<Pending> pendingRows(Database &database, int limit)
     while (waiting.nextRow()) {
         const std::string_view path = waiting.bytes(1);
         const QByteArray bytes(path.data(), qsizetype(path.size()));
-        rows.push_back({waiting.int64(0), bytes, FolderListing::existence(bytes) == FolderListing::Existence::exists});
+        rows.push_back({waiting.int64(0), bytes, FolderListing::existence(bytes) == FolderListing::Existence::exists,
+                        !bytes.contains('\n')});
     }
     return rows;
 }
 
 // The command line works on the same rows as the application: without this, both would read the same pictures at once.
-// If no lock file can be created, the batch runs without one.
+// The process holds the lock, not the file's existence or content, so no leftover of a killed process counts. Where the
+// file cannot be created or its file system has no locks, the batch runs without one.
 class BatchLock
 {
 public:
     explicit BatchLock(const Database &database)
-        : m_file(QFileInfo(database.path()).path() + QStringLiteral("/ocr.lock"))
+        : m_file(
+              open(QFile::encodeName(QFileInfo(database.path()).path() + QStringLiteral("/reading.lock")).constData(),
+                   O_RDWR | O_CREAT | O_CLOEXEC, 0600)) // closed in the helper, which may outlive us for a moment
+        , m_taken(m_file >= 0 && flock(m_file, LOCK_EX | LOCK_NB) != 0 && errno == EWOULDBLOCK)
     {
-        m_file.setStaleLockTime(0); // a batch may take long; only the death of its process makes the lock stale
-        m_file.tryLock();
     }
-    bool isTaken() const { return m_file.error() == QLockFile::LockFailedError; }
+    ~BatchLock()
+    {
+        if (m_file >= 0)
+            close(m_file);
+    }
+    Q_DISABLE_COPY_MOVE(BatchLock)
+
+    bool isTaken() const { return m_taken; } // by another process
 
 private:
-    QLockFile m_file;
+    const int m_file;
+    const bool m_taken;
 };
 
 // The whole output, or nothing if it is not UTF-8: a helper that garbles one line cannot be trusted with the others.
@@ -58,8 +74,7 @@ QByteArray runHelper(const QString &helper, const std::vector<Pending> &rows, co
     QByteArray input;
     int asked = 0;
     for (const Pending &row : rows) {
-        // A line feed in a name would read as two paths.
-        if (row.present && !row.path.contains('\n')) {
+        if (row.present && row.askable) {
             input += row.path + '\n';
             ++asked;
         }
@@ -74,6 +89,19 @@ QByteArray runHelper(const QString &helper, const std::vector<Pending> &rows, co
     };
     const QByteArray output = ChildProcess::run(helper, {}, input, received).value_or(QByteArray());
     return QUtf8StringView(output).isValidUtf8() ? output : QByteArray();
+}
+
+// Reading takes minutes, and would be in vain on a full disk. There and back: SQLite does not write what changes nothing.
+bool canWrite(Database &database, qint64 waitingId)
+{
+    Transaction transaction(database);
+    for (const char *sql : {IndexSql::giveUp, IndexSql::leaveWaiting}) {
+        Statement change = database.prepare(sql);
+        change.bind(1, waitingId);
+        if (!change.run())
+            return false;
+    }
+    return transaction.commit();
 }
 
 } // namespace
@@ -111,6 +139,8 @@ int OcrRunner::run(Database &database, const std::optional<QString> &helper, int
     const std::vector<Pending> rows = pendingRows(database, limit);
     if (rows.empty())
         return 0;
+    if (!canWrite(database, rows.front().id))
+        return 0;
     const Results results = parseNdjson(runHelper(*helper, rows, progress));
 
     Transaction transaction(database);
@@ -118,7 +148,7 @@ int OcrRunner::run(Database &database, const std::optional<QString> &helper, int
     Statement store = database.prepare(IndexSql::storeText);
     int stored = 0;
     for (const Pending &row : rows) {
-        if (!row.present) {
+        if (!row.present || !row.askable) {
             giveUp.bind(1, row.id);
             if (!giveUp.run())
                 return 0;

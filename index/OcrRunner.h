@@ -24,7 +24,7 @@ using Results = QHash<QByteArray, std::optional<QString>>;
 using Progress = std::function<void(int done, int total)>;
 
 // Processes one batch of at most limit pictures, newest first. Returns how many received a text. Rows whose file is
-// gone are marked as done without one. Also returns 0 if another process is running a batch, or if writing failed and
+// gone, or whose name the helper's input cannot carry, are marked as done without one. Also returns 0 if another process is running a batch, or if writing failed and
 // was rolled back.
 int run(Database &database, const std::optional<QString> &helper, int limit, const Progress &progress = {});
 

@@ -2,6 +2,7 @@
 
 #include "config/CaptureNames.h"
 
+#include <QDateTime>
 #include <QRegularExpression>
 
 #include <chrono>
@@ -34,6 +35,24 @@ static std::optional<QString> matched(const QRegularExpression &expression, cons
     return text;
 }
 
+// The names that desktops and common screenshot programs give, with a counter behind when a name was taken: GNOME's in
+// English and Japanese, KDE's, Xfce's, and the one without seconds that Flameshot writes.
+static std::optional<QString> desktopsOwn(const QString &name)
+{
+    static const QRegularExpression own = compiled(QStringLiteral(
+        R"(^(?:(?:Screenshot from |スクリーンショット |Screenshot_)?(\d{4})-(\d{2})-(\d{2})[ _](\d{2})-(\d{2})(?:-(\d{2}))?)"
+        R"((?: ?のスクリーンショット)?|Screenshot_(\d{4})(\d{2})(\d{2})_(\d{2})(\d{2})(\d{2})))"
+        R"((?:[-_]\d+| \(\d+\))?\.\w+$)"));
+    const QRegularExpressionMatch match = own.match(name);
+    if (!match.hasMatch())
+        return std::nullopt;
+    const int first = match.hasCaptured(1) ? 1 : 7;
+    const QString second = match.hasCaptured(first + 5) ? match.captured(first + 5) : QStringLiteral("00");
+    return QStringLiteral("%1-%2-%3T%4:%5:%6")
+        .arg(match.captured(first), match.captured(first + 1), match.captured(first + 2), match.captured(first + 3),
+             match.captured(first + 4), second);
+}
+
 QString parseTakenAt(const QString &name, qint64 modifiedMs)
 {
     // Compiled once: a scan calls this for every new file.
@@ -46,7 +65,17 @@ QString parseTakenAt(const QString &name, qint64 modifiedMs)
         return *time;
     if (const std::optional<QString> time = matched(general, name))
         return *time;
-    return CaptureNames::takenAt(name).value_or(isoUtc(modifiedMs));
+    if (const std::optional<QString> time = CaptureNames::takenAt(name))
+        return *time;
+    return desktopsOwn(name).value_or(isoUtc(modifiedMs));
+}
+
+QString localTime(const QString &takenAt)
+{
+    if (!takenAt.endsWith(u'Z'))
+        return takenAt;
+    const QDateTime time = QDateTime::fromString(takenAt, Qt::ISODate);
+    return time.isValid() ? time.toLocalTime().toString(QStringLiteral("yyyy-MM-ddTHH:mm:ss")) : QString();
 }
 
 QString isoUtc(qint64 msSince1970)

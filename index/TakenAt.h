@@ -9,6 +9,9 @@ namespace qm {
 // "2024-05-01T00:30:15Z".
 QString parseTakenAt(const QString &name, qint64 modifiedMs);
 
+// The same in local time, without a zone: what a person is to see. Empty if it is no time.
+QString localTime(const QString &takenAt);
+
 // Internet date-time in UTC without a fraction (RFC 3339).
 QString isoUtc(qint64 msSince1970);
 

@@ -14,7 +14,8 @@ static QRegularExpression expressionFor(const QString &searched)
         core.chop(1);
     QString pattern;
     bool literal = false;
-    for (const char32_t c : core.toStdU32String()) { // by characters: a backslash between two surrogates is no expression
+    for (const char32_t c :
+         core.toStdU32String()) { // by characters: a backslash between two surrogates is no expression
         if (c == U'%') {
             pattern += QStringLiteral(".*?");
         } else if (c == U'_') {

@@ -1,5 +1,6 @@
 #include "library/ShotListModel.h"
 
+#include "index/TakenAt.h"
 #include "library/ShotActions.h"
 
 #include <QMimeData>
@@ -109,7 +110,7 @@ QMimeData *ShotListModel::mimeData(const QModelIndexList &indexes) const
 
 QString ShotText::captureTime(const Shot &shot)
 {
-    return shot.takenAt.value_or(QString()).left(16).replace(u'T', u' ');
+    return localTime(shot.takenAt.value_or(QString())).left(16).replace(u'T', u' ');
 }
 
 QString ShotText::excerpt(const Shot &shot)

@@ -1,6 +1,7 @@
 #include "platform/ChildProcess.h"
 
 #include "platform/ParentDeath.h"
+#include "platform/TerminationSignals.h"
 
 #include <QCoreApplication>
 #include <QProcess>
@@ -35,7 +36,7 @@ std::optional<QByteArray> ChildProcess::run(const QString &program, const QStrin
     while (process.state() != QProcess::NotRunning) {
         process.waitForReadyRead(wakeUp);
         take();
-        if (QThread::currentThread()->isInterruptionRequested()) {
+        if (QThread::currentThread()->isInterruptionRequested() || TerminationSignals::received()) {
             process.terminate();
             if (!process.waitForFinished(endPolitely)) {
                 process.kill();

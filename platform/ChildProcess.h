@@ -17,7 +17,7 @@ using Received = std::function<void(const QByteArray &)>;
 
 // Runs the program, writes input to its standard input and returns all its output once it has exited; the exit status
 // is ignored. Any thread except the main one; blocks without a time limit. If an interruption of the thread is
-// requested, the child is ended and its output so far is returned. received, if given, is called on this thread with
+// requested, or the process was asked to end by a signal that it defers, the child is ended and its output so far is returned. received, if given, is called on this thread with
 // each piece of output as it arrives. Returns std::nullopt if the program could not be started.
 std::optional<QByteArray> run(const QString &program, const QStringList &arguments, const QByteArray &input = {},
                               const Received &received = {});

@@ -1,6 +1,7 @@
 #include "index/Database.h"
 #include "index/IndexSql.h"
 #include "index/ShotStore.h"
+#include "tests/support/FullDisk.h"
 #include "tests/support/IndexFixture.h"
 #include "tests/support/TempHome.h"
 
@@ -12,6 +13,7 @@
 
 #include <csignal>
 #include <memory>
+#include <optional>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -66,7 +68,7 @@ private Q_SLOTS:
         QCOMPARE(m_output, u"40 read, 5 still waiting\n"_s);
         qms(u"ocr --all --json"_s);
         QCOMPARE(m_output, u"{\"read\":5,\"waiting\":0}\n"_s);
-        QCOMPARE(qms(u"search TOTAL%請求 --limit 2"_s), 0);
+        QCOMPARE(qms(u"search TOTAL 請求 --limit 2"_s), 0);
         QCOMPARE(m_output.count(u'\n'), 4);
         QVERIFY2(m_output.contains(u"2026-03-05 14:07:"_s) && m_output.contains(u"    total 請求書"_s),
                  qPrintable(m_output));
@@ -92,7 +94,8 @@ private Q_SLOTS:
             {u""_s, u"no command"_s},
             {u"nonsense"_s, u"no such command: nonsense"_s},
             {u"search"_s, u"wrong number of arguments to search"_s},
-            {u"search two words"_s, u"wrong number of arguments to search"_s},
+            {u"list words"_s, u"wrong number of arguments to list"_s},
+            {u"scan --limit 3"_s, u"--limit can only be used"_s},
             {u"list --limit no"_s, u"--limit"_s},
             {u"list --limit 0"_s, u"--limit"_s},
             {u"scan --all"_s, u"--all"_s},
@@ -115,6 +118,45 @@ private Q_SLOTS:
             QVERIFY2(m_error.contains(u"not a database"_s), qPrintable(m_error));
         }
         QCOMPARE(m_home->read(u".quillmere/db.sqlite"_s), QByteArray(5000, 'x'));
+    }
+
+    void askedToEndWhatHasBeenReadIsKept()
+    {
+        const std::pair<QString, QStringList> programs[] = {{u"qms"_s, {u"ocr"_s}}, {u"quillmere"_s, {}}};
+        for (const auto &[name, words] : programs) {
+            init();
+            m_home->script(u"bin/qmocr"_s, "read -r p; printf '{\"path\": \"%s\", \"text\": \"t\"}\\n' \"$p\"\n"
+                                           "touch ${0%/*}/read; exec sleep 60");
+            addShots(3);
+            QCOMPARE(qms(u"scan"_s), 0);
+            QProcess process;
+            process.start(program(name), words);
+            QTRY_VERIFY_WITH_TIMEOUT(QFile::exists(m_home->file(u"bin/read"_s)), 30000);
+            process.terminate();
+            QVERIFY(process.waitForFinished(20000));
+            QVERIFY2(process.exitStatus() == QProcess::NormalExit && process.exitCode() == 0, qPrintable(name));
+            QCOMPARE(qms(u"search t"_s), 0);
+        }
+    }
+
+    void aFullDiskIsSaid()
+    {
+        const auto isSaid = [this](int code) { return code == 2 && m_error.contains(u"could not be written"_s); };
+        addShots(1);
+        QCOMPARE(qms(u"scan"_s), 0);
+        std::optional<FullDisk> full(std::in_place, rlim_t(QFileInfo(ShotStore::databasePath()).size()));
+        QCOMPARE(qms(u"ocr"_s), 0); // there is room for one text
+        full.reset();
+        for (int i = 0; i < 99; ++i)
+            m_home->write(u".quillmere/captures/%1 %2.png"_s.arg(i).arg(QString(200, u'x')), "x");
+        full.emplace(rlim_t(QFileInfo(ShotStore::databasePath()).size()));
+        QVERIFY2(isSaid(qms(u"scan"_s)), qPrintable(m_error));
+        full.reset();
+        QCOMPARE(qms(u"scan"_s), 0);
+        m_home->script(u"bin/qmocr"_s, "touch ${0%/*}/../started");
+        full.emplace(512); // not even a journal
+        QVERIFY2(isSaid(qms(u"ocr"_s)), qPrintable(m_error));
+        QVERIFY(!QFile::exists(m_home->file(u"started"_s))); // nothing was read in vain
     }
 
     void picturesThatCannotBeReadAreNotReadForEver()

@@ -148,6 +148,14 @@ private Q_SLOTS:
             {u"2024-05-01 x 08.00.00 2024-06-02\u202fat\u202f09.30.15.png"_s, u"2024-06-02T09:30:15"_s}, // "at" first
             {u"Shot 2024-05-01 at 9.30.15 PM.png"_s, fromFile},
             {u"shot-2024-05-01-09h30m15.png"_s, fromFile},
+            {u"Screenshot from 2024-05-01 09-30-15.png"_s, u"2024-05-01T09:30:15"_s}, // GNOME
+            {u"Screenshot from 2024-05-01 09-30-15-1.png"_s, u"2024-05-01T09:30:15"_s},
+            {u"スクリーンショット 2024-05-01 09-30-15.png"_s, u"2024-05-01T09:30:15"_s},
+            {u"2024-05-01 09-30-15 のスクリーンショット.png"_s, u"2024-05-01T09:30:15"_s},
+            {u"Screenshot_20240501_093015.png"_s, u"2024-05-01T09:30:15"_s},     // KDE
+            {u"Screenshot_2024-05-01_09-30-15.png"_s, u"2024-05-01T09:30:15"_s}, // Xfce
+            {u"2024-05-01_09-30.png"_s, u"2024-05-01T09:30:00"_s},               // Flameshot
+            {u"report 2024-05-01_09-30.png"_s, fromFile},
             {u"Quillmere 2026-03-05-14-07-09 scroll-annotated.png"_s, u"2026-03-05T14:07:09"_s},
             {u"Copy of Quillmere 2026-03-05-14-07-09.png"_s, fromFile},
             {u"Quillmere 2026-03-05-14-07-0"_s, fromFile},
@@ -156,6 +164,10 @@ private Q_SLOTS:
         };
         for (const auto &[name, expected] : rows)
             QCOMPARE(std::pair(name, parseTakenAt(name, 1'000'000'000'999)), std::pair(name, expected));
+        qputenv("TZ", "Asia/Tokyo");
+        QCOMPARE(localTime(fromFile), u"2001-09-09T10:46:40"_s); // what is seen of it
+        QCOMPARE(localTime(u"2024-99-99T99:99:99"_s), u"2024-99-99T99:99:99"_s);
+        qunsetenv("TZ");
     }
 
     void stamps()

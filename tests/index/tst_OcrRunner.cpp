@@ -3,10 +3,12 @@
 #include "tests/support/IndexFixture.h"
 #include "tests/support/TempHome.h"
 
-#include <QLockFile>
 #include <QTest>
 
+#include <csignal>
+#include <fcntl.h>
 #include <memory>
+#include <sys/file.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -82,6 +84,7 @@ private Q_SLOTS:
         addRow(u"line\nfeed.png"_s); // would read as two
         addRow(u"beyond the limit.png"_s);
         run("cat >input; echo $# >arguments", 3);
+        QCOMPARE(rows(*m_database, "SELECT filename FROM shots WHERE ocr_done", 1), QStringList(u"line\nfeed.png"_s));
         QCOMPARE(m_home->read(u"input"_s), (m_home->file(u"a b '\".png\n"_s) + m_home->file(u"日本.png\n"_s)).toUtf8());
         QCOMPARE(m_home->read(u"arguments"_s), QByteArray("0\n"));
     }
@@ -102,18 +105,23 @@ private Q_SLOTS:
     void anotherProcessHasABatchInHand()
     {
         addRow(u"one.png"_s);
-        const QString lock = m_home->file(u".quillmere/ocr.lock"_s);
-        {
-            QLockFile other(lock);
-            QVERIFY(other.tryLock());
-            QCOMPARE(run(readsOne), 0);
+        const QByteArray lock = m_home->file(u".quillmere/reading.lock"_s).toUtf8();
+        int locked[2];
+        QVERIFY(pipe(locked) == 0);
+        const pid_t other = fork();
+        if (other == 0) {
+            const bool holds = flock(open(lock.constData(), O_RDWR | O_CREAT, 0600), LOCK_EX) == 0;
+            [[maybe_unused]] const ssize_t told = write(locked[1], &holds, 1);
+            pause();
         }
-        if (fork() == 0) {
-            QLockFile killed(lock);
-            _exit(killed.tryLock() ? 0 : 1); // leaves it behind
-        }
-        int status = -1;
-        QVERIFY(wait(&status) > 0 && status == 0 && QFile::exists(lock));
+        const auto end = qScopeGuard([other] {
+            kill(other, SIGKILL);
+            waitpid(other, nullptr, 0);
+        });
+        char holds = 0;
+        QVERIFY(read(locked[0], &holds, 1) == 1 && holds);
+        QCOMPARE(run(readsOne), 0);
+        QVERIFY(kill(other, SIGKILL) == 0 && waitpid(other, nullptr, 0) == other); // its file stays behind
         QCOMPARE(run(readsOne), 1);
     }
 
