@@ -1,7 +1,7 @@
 #include "app/SingleInstance.h"
 #include "app/StatusMenu.h"
 #include "platform/LoginItem.h"
-#include "tests/support/Contrast.h"
+#include "tests/support/Pixels.h"
 #include "tests/support/OrdinaryUser.h"
 #include "tests/support/TempHome.h"
 #include "ui/AppLocale.h"
@@ -172,7 +172,7 @@ private Q_SLOTS:
             int ink = 0, ground = 0; // white lines, on what stands out from a white panel and from a black one
             for (int i = 0; i < size * size; ++i) {
                 const QColor pixel = drawn.pixelColor(i % size, i / size);
-                const double onBlack = contrast(pixel, Qt::black), onWhite = contrast(pixel, Qt::white);
+                const double onBlack = Pixels::contrast(pixel, Qt::black), onWhite = Pixels::contrast(pixel, Qt::white);
                 ink += pixel.alpha() == 255 && onBlack > 15;
                 ground += pixel.alpha() == 255 && onBlack > 3 && onWhite > 3; // what WCAG asks of icons
             }
