@@ -1,3 +1,4 @@
+#include "helpers/qmocr/ProcessControl.h"
 #include "helpers/qmocr/Supervisor.h"
 #include "tests/support/TempHome.h"
 
@@ -5,6 +6,10 @@
 #include <QJsonDocument>
 #include <QJsonObject>
 #include <QTest>
+
+#include <sys/resource.h>
+#include <sys/wait.h>
+#include <unistd.h>
 
 using namespace qm::ocr;
 using namespace Qt::StringLiterals;
@@ -65,6 +70,19 @@ private:
     }
 
 private Q_SLOTS:
+    void aWorkersMemoryIsLimited()
+    {
+        constexpr quint64 limit = 1 << 30;
+        const pid_t child = fork();
+        if (child == 0) {
+            confineWorker(limit);
+            rlimit now{};
+            _exit(getrlimit(RLIMIT_AS, &now) == 0 && now.rlim_cur == limit ? 0 : 1);
+        }
+        int status = -1;
+        QVERIFY(waitpid(child, &status, 0) == child && status == 0);
+    }
+
     void init()
     {
         m_home = std::make_unique<qm::TempHome>();
