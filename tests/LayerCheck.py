@@ -12,7 +12,7 @@ import sys
 CALL = re.compile(r"\b(?:qm_library|qm_module|qm_program|qm_link)\(\s*([\w/]+)(.*?)\)", re.S)
 USES = re.compile(r"\bUSES\s+((?:[\w/]+\s+)*?)(?=LINKS|SOURCES|LABELS|$)", re.S)
 INCLUDE = re.compile(r'^\s*#\s*include\s+"([^"]+)"', re.M)
-UNCHECKED = ("tests", "bench", "tools")  # they look into every folder
+UNCHECKED = ("tests", "bench", "fuzz", "tools")  # they look into every folder
 
 
 def graph(root):

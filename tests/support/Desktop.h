@@ -21,6 +21,7 @@ enum class Key {
     escape = 9,
     tab = 23,
     enter = 36,
+    leftControl = 37,
     leftShift = 50,
     rightShift = 62,
     space = 65,

@@ -19,8 +19,10 @@ QImage RenderedScreen::photo(QSize pixels)
         painter.drawImage(image.rect(), lattice);
     }
     painter.end();
-    for (uchar *byte = image.bits(); byte != image.bits() + image.sizeInBytes(); ++byte)
-        *byte = uchar(qBound(0, *byte + random.bounded(-4, 5), 255));
+    for (qsizetype i = 0; i < image.sizeInBytes(); ++i) {
+        uchar &byte = image.bits()[i];
+        byte = i % 4 == 3 ? 255 : uchar(qBound(0, byte + random.bounded(-4, 5), 255)); // the fourth is no colour
+    }
     return image;
 }
 
