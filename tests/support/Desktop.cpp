@@ -57,6 +57,7 @@ Desktop::Desktop(const Options &options)
     const uint32_t wallpaper = 0x3d6a94; // neither black nor white: what is dimmed or painted on it is seen
     xcb_change_window_attributes(m_connection, m_root, XCB_CW_BACK_PIXEL, &wallpaper);
     xcb_clear_area(m_connection, 0, m_root, 0, 0, 0, 0);
+    ask(xcb_get_input_focus_reply, xcb_get_input_focus(m_connection)); // done before a program can paint over it
 
     QProcess &bus = start(u"dbus-daemon"_s, {u"--session"_s, u"--nofork"_s, u"--nopidfile"_s, u"--print-address=1"_s,
                                              u"--address=unix:path="_s + m_home.file(u".run/bus"_s)});

@@ -106,31 +106,27 @@ private Q_SLOTS:
         ScrollPanel panel(Shape::wide, 1);
         QImage before, thumbnail(100, 300, QImage::Format_RGB32);
         thumbnail.fill(Qt::red);
-        const auto step = [&](bool changed) {
-            QCOMPARE(panel.takeChanged(), changed);
-            const QImage now = panel.picture();
-            QCOMPARE(now != before, changed);
-            before = now;
+        const std::function<void()> acts[] = {
+            [] {},
+            [&] { panel.setHeight(4321); },
+            [&] { panel.setStatus(QStringLiteral("resting"), ScrollPanel::Importance::ordinary); },
+            [&] { panel.setThumbnail(thumbnail); },
+            [&] {
+                panel.movePointer({300, 90});
+            },
+            [&] { panel.press(); },
+            [&] { panel.release(); },
+            [&] { panel.setClosing(); },
         };
-        step(true);
-        for (const bool changed : {true, false}) {
-            panel.setHeight(4321);
-            step(changed);
-            panel.setStatus(QStringLiteral("resting"), ScrollPanel::Importance::ordinary);
-            step(changed);
-            panel.setThumbnail(thumbnail);
-            step(changed);
+        for (const auto &act : acts) {
+            for (const bool changed : {true, false}) {
+                act();
+                QCOMPARE(panel.takeChanged(), changed);
+                const QImage now = panel.picture();
+                QCOMPARE(now != before, changed);
+                before = now;
+            }
         }
-        panel.movePointer({1, 1});
-        step(false);
-        panel.movePointer({300, 90});
-        step(true);
-        panel.press();
-        step(true);
-        panel.release();
-        step(true);
-        panel.setClosing();
-        step(true);
     }
 
     void thumbnail_data()
