@@ -284,11 +284,19 @@ private Q_SLOTS:
         add(u"large.png"_s, u"large"_s, {1600, 1200});
         Window window;
         QTRY_COMPARE(window.model->thumbnail(0).size(), QSize(192, 144));
-        window.select(0);
-        auto *picture = window.view.findChild<PreviewPicture *>();
-        QTRY_VERIFY(picture->isSharp());
-        const QImage seen = picture->grab().toImage();
-        QCOMPARE(seen.pixel(seen.rect().center()), 0xff336699);
+
+        QImage stripes(200, 160, QImage::Format_RGB32); // a pixel wide each, and as large as the view in its own pixels
+        for (int i = 0; i < 200 * 160; ++i)
+            stripes.setPixel(i % 200, i / 200, i % 2 ? 0xffffffff : 0xff000000);
+        PreviewPicture picture;
+        picture.resize(100, 80);
+        picture.setImage(stripes);
+        picture.show();
+        QTRY_VERIFY(picture.isSharp());
+        const QRect inside(20, 20, 160, 120);
+        QImage seen = picture.grab().toImage().convertToFormat(QImage::Format_RGB32);
+        seen.setDevicePixelRatio(1);
+        QCOMPARE(seen.copy(inside), stripes.copy(inside));
     }
 
     void aRowIsDraggedAsFileAndPicture()

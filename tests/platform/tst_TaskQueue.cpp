@@ -58,7 +58,7 @@ private Q_SLOTS:
         QSemaphore begun, release;
         queue.post([&] {
             begun.release();
-            release.acquire();
+            release.tryAcquire(1, 5000);
         });
         begun.acquire();
         QVERIFY(!queue.stop(20ms));
