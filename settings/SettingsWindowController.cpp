@@ -56,8 +56,7 @@ private:
     QTabWidget *m_tabs;
 };
 
-SettingsWindowController::SettingsWindowController(TaskQueue &main, std::function<void()> changed,
-                                                   KeyListener listener)
+SettingsWindowController::SettingsWindowController(TaskQueue &main, std::function<void()> changed, KeyListener listener)
     : m_main(main)
     , m_changed(std::move(changed))
     , m_listener(std::move(listener))

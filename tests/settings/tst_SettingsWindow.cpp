@@ -4,8 +4,8 @@
 #include "settings/GeneralSettings.h"
 #include "settings/Lamp.h"
 #include "settings/SettingsWindowController.h"
-#include "tests/support/Pixels.h"
 #include "tests/support/ManualQueue.h"
+#include "tests/support/Pixels.h"
 #include "tests/support/TempHome.h"
 
 #include <QApplication>
@@ -364,11 +364,13 @@ private Q_SLOTS:
             turn();
             // By widget, because each may have a palette of its own.
             for (QLabel *label : m_window->findChildren<QLabel *>())
-                QVERIFY2(Pixels::contrast(label->palette().color(label->foregroundRole()), palette.window().color()) >= 4.5,
+                QVERIFY2(Pixels::contrast(label->palette().color(label->foregroundRole()), palette.window().color()) >=
+                             4.5,
                          qPrintable(label->text()));
             for (QLineEdit *edit : {captures(), source(), cloud()})
                 for (const QPalette::ColorRole role : {QPalette::Text, QPalette::PlaceholderText})
-                    QVERIFY(Pixels::contrast(edit->palette().color(role), edit->palette().color(QPalette::Base)) >= 4.5);
+                    QVERIFY(Pixels::contrast(edit->palette().color(role), edit->palette().color(QPalette::Base)) >=
+                            4.5);
         }
     }
 };
