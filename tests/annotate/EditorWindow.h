@@ -10,11 +10,11 @@
 #include "tests/annotate/SampleDocument.h"
 #include "tests/support/Pixels.h"
 
+#include <QAbstractButton>
 #include <QLineEdit>
 #include <QPainter>
 #include <QScreen>
 #include <QTest>
-#include <QToolButton>
 
 namespace qm {
 
@@ -45,20 +45,17 @@ public:
         QTest::keyClick(focus, keys.key(), keys.keyboardModifiers());
     }
 
-    // A button by its help or its words.
-    template<class Button = QToolButton>
-    Button *button(const QString &help) const
+    QAbstractButton *button(const QString &help) const // or its words
     {
-        for (Button *found : view.findChildren<Button *>()) {
+        for (auto *found : view.findChildren<QAbstractButton *>()) {
             if (found->toolTip() == help || found->accessibleName() == help)
                 return found;
         }
         qFatal("no button %s", qPrintable(help));
     }
-    template<class Button = QToolButton>
     void click(const QString &help) const
     {
-        QTest::mouseClick(button<Button>(help), Qt::LeftButton);
+        QTest::mouseClick(button(help), Qt::LeftButton);
         QCoreApplication::processEvents();
     }
 

@@ -235,7 +235,7 @@ private Q_SLOTS:
         QVERIFY(!editor.state().selectedIndex);
     }
 
-    void wheelAndPinch()
+    void zoomingAndPanning()
     {
         EditorWindow &editor = open({});
         AnnotationCanvasView &canvas = editor.canvas;
@@ -265,21 +265,19 @@ private Q_SLOTS:
         QCOMPARE(canvas.panOffset(), QPointF(7, -20 + 16 * QApplication::wheelScrollLines()));
         editor.events.wheel(at, {-5000, 5000}, {});
         QCOMPARE(canvas.panOffset(), QPointF(-640, -400));
-    }
 
-    void panning()
-    {
-        EditorWindow &editor = open({}, Tool::rect);
+        editor.choose(Tool::rect);
         editor.events.button = Qt::MiddleButton;
         editor.events.drag({100, 100}, {130, 150});
         editor.events.button = Qt::LeftButton;
-        QTest::keyPress(&editor.canvas, Qt::Key_Space);
-        QCOMPARE(editor.canvas.cursor().shape(), Qt::OpenHandCursor);
+        QTest::keyPress(&canvas, Qt::Key_Space);
+        QCOMPARE(canvas.cursor().shape(), Qt::OpenHandCursor);
         editor.events.drag({100, 100}, {90, 100});
-        QTest::keyRelease(&editor.canvas, Qt::Key_Space);
-        QCOMPARE(editor.canvas.panOffset(), QPointF(20, 50));
+        QTest::keyRelease(&canvas, Qt::Key_Space);
+        QCOMPARE(canvas.cursor().shape(), Qt::CrossCursor);
+        QCOMPARE(canvas.panOffset(), QPointF(-620, -350));
+        editor.sharpen();
         QVERIFY(editor.items().isEmpty() && editor.showsTheExport());
-        QCOMPARE(editor.canvas.cursor().shape(), Qt::CrossCursor);
     }
 
     // What is seen, pixel by pixel, is what an export has, while each item is dragged and when it is let go.

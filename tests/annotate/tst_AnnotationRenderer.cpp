@@ -145,7 +145,9 @@ private Q_SLOTS:
                                           {"........", "..5555..", "..5555..", "........", "........", "........"}});
         row("no line", {item(Kind::line, {2, 4, 0, 0}, 2), QByteArrayList(6, "........")});
         const QByteArrayList box{"........", ".######.", ".#....#.", ".#....#.", ".######.", "........"};
-        row("rectangle, mitred", {item(Kind::rect, {1.5, 1.5, 5, 3}, 1), box});
+        const QByteArrayList full{"........", ".######.", ".######.", ".######.", ".######.", "........"};
+        row("rectangle", {item(Kind::rect, {1.5, 1.5, 5, 3}, 1), box});
+        row("mitred", {item(Kind::rect, {2, 2, 4, 2}, 2), full});
         row("a quarter turn of a signed one", {item(Kind::rect, {5.5, 5.5, -3, -5}, 1, pi / 2), box});
         row("ellipse, a stroke that fills it",
             {item(Kind::ellipse, {3, 2, 2, 2}, 2),
@@ -217,37 +219,33 @@ private Q_SLOTS:
     // Whatever part of it lies in the picture.
     void blurredCellsAreMeans()
     {
-        for (const auto &[region, size] : {std::pair(QRect(11, 7, 33, 29), 8.0),
-                                           {QRect(-13, 150, 40, 137), 8.0},
-                                           {QRect(-100, -100, 601, 300), 18.75},
-                                           {QRect(400, 7, 20, 20), 8.0},
-                                           {QRect(20, 10, 300, 170), 10.625},
-                                           {QRect(20, 10, 350, 370), 20.0}}) {
+        constexpr auto opaque = QImage::Format_RGB32, straight = QImage::Format_ARGB32;
+        for (const auto &[region, size, format] : {std::tuple(QRect(11, 7, 33, 29), 8.0, opaque),
+                                                   {QRect(-13, 150, 40, 137), 8.0, opaque},
+                                                   {QRect(-13, 150, 40, 137), 8.0, straight},
+                                                   {QRect(-100, -100, 601, 300), 18.75, straight},
+                                                   {QRect(400, 7, 20, 20), 8.0, opaque},
+                                                   {QRect(20, 10, 300, 170), 10.625, opaque},
+                                                   {QRect(20, 10, 350, 370), 20.0, opaque}}) {
+            const QImage source = noise({300, 200}, format);
+            const QImage reference = source.convertToFormat(QImage::Format_ARGB32_Premultiplied);
             const Pixellate::Cells cells = Pixellate::cellsFor(region);
             QCOMPARE(cells.size, size);
-            // Whole pixels whose centres lie in the cell of one.
-            const auto span = [&, cell = size](int at, double center) {
+            QImage result(region.size(), QImage::Format_ARGB32_Premultiplied);
+            result.fill(Qt::red); // what was there does not matter
+            Pixellate::pixellate(source, cells, region.topLeft(), result);
+            // The first pixel of the cell that one is in, and of the next: those whose centres lie in it.
+            const auto span = [cell = size](int at, double center) {
                 const double first = center + std::floor((at + 0.5 - center) / cell) * cell;
                 return std::pair(int(std::ceil(first - 0.5)), int(std::ceil(first + cell - 0.5)));
             };
-            for (const auto format : {QImage::Format_RGB32, QImage::Format_ARGB32}) {
-                const QImage source = noise({300, 200}, format);
-                const QImage reference = source.convertToFormat(QImage::Format_ARGB32_Premultiplied);
-                QImage result(region.size(), QImage::Format_ARGB32_Premultiplied);
-                result.fill(Qt::red); // what was there does not matter
-                Pixellate::pixellate(source, cells, region.topLeft(), result);
-                for (int y = 0; y < result.height(); ++y) {
-                    const int row = region.top() + y;
-                    const auto [top, bottom] = span(row, QRectF(region).center().y());
-                    for (int x = y % 5; x < result.width(); x += 5) {
-                        const int column = region.left() + x;
-                        const auto [left, right] = span(column, QRectF(region).center().x());
-                        Pixels::Channels mean{};
-                        if (source.rect().contains(column, row))
-                            mean = Pixels::meanOf(reference, QRect(left, top, right - left, bottom - top));
-                        QVERIFY(Pixels::apart(Pixels::at(result, x, y), mean) < 0.501);
-                    }
-                }
+            for (int i = 0; i < region.width() * region.height(); i += 7) {
+                const QPoint at = region.topLeft() + QPoint(i % region.width(), i / region.width());
+                const auto [left, right] = span(at.x(), QRectF(region).center().x());
+                const auto [top, bottom] = span(at.y(), QRectF(region).center().y());
+                const QRect cell(left, top, right - left, bottom - top);
+                const auto mean = source.rect().contains(at) ? Pixels::meanOf(reference, cell) : Pixels::Channels{};
+                QVERIFY(Pixels::apart(Pixels::at(result, i % region.width(), i / region.width()), mean) < 0.501);
             }
         }
     }
@@ -258,24 +256,22 @@ private Q_SLOTS:
         AnnotationDoc doc{plain(24, 16), {}, {}};
         QPainter(&doc.source.pixels).fillRect(0, 0, 8, 16, Qt::black);
         const Annotation blur = item(Kind::blur, {4, 4, 16, 8}, 3), box = item(Kind::rect, {6, 6, 8, 4}, 4);
-        QStringList expected(16, u"########"_s + QString(16, u'.'));
-        std::fill(expected.begin() + 4, expected.begin() + 12, u"####55555555............"_s);
-        for (const QList<Annotation> &items : {QList{blur}, QList{blur, blur, blur}, QList{box, blur}}) {
+        const auto row = [&](const QList<Annotation> &items, int y) {
             doc.items = items;
-            QCOMPARE(drawing(rendered(doc).copy(0, 4, 24, 8)), expected.mid(4, 8));
+            return drawing(rendered(doc))[y];
+        };
+        for (const QList<Annotation> &items : {QList{blur}, QList{blur, blur, blur}, QList{box, blur}}) {
+            for (int y = 4; y < 12; ++y)
+                QCOMPARE(row(items, y), u"####55555555............"_s);
         }
-        doc.items = {blur, item(Kind::line, {4, 8, 16, 0}, 2)};
-        QCOMPARE(drawing(rendered(doc))[8], u"####################...."_s);
-        doc.items = {blur};
-        QCOMPARE(drawing(rendered(doc)), expected);
+        for (const int outside : {3, 12})
+            QCOMPARE(row({blur}, outside), u"########................"_s);
+        QCOMPARE(row({blur, item(Kind::line, {4, 8, 16, 0}, 2)}, 8), u"####################...."_s);
         doc.items[0].blurShape = Annotation::BlurShape::ellipse;
-        const QImage round = rendered(doc);
-        QCOMPARE(round.pixelColor(4, 4), QColor(Qt::black));
-        QCOMPARE(round.pixelColor(9, 6).green(), 128);
-        for (const QRectF &tooSmall : {QRectF(4, 4, 1.5, 8), QRectF(20, 4, -16, 8)}) { // measured as it is
-            doc.items[0].rect = tooSmall;
-            QCOMPARE(rendered(doc), doc.source.pixels);
-        }
+        QCOMPARE(row({doc.items[0]}, 4).left(6), u"######"_s); // its corner; the middle of its edge is blurred
+        QCOMPARE(row({doc.items[0]}, 6)[9], u'5');
+        for (const QRectF &tooSmall : {QRectF(4, 4, 1.5, 8), QRectF(20, 4, -16, 8)}) // measured as it is
+            QCOMPARE(row({item(Kind::blur, tooSmall, 3)}, 8), u"########................"_s);
     }
 
     void blurBeyondThePicture()

@@ -10,7 +10,6 @@
 #include <QClipboard>
 #include <QColorDialog>
 #include <QDir>
-#include <QPushButton>
 #include <QSlider>
 
 using namespace qm;
@@ -36,7 +35,6 @@ class tst_AnnotationView : public QObject
     AnnotationCanvasView &canvas() const { return m_editor->canvas; }
     CanvasEvents &events() const { return m_editor->events; }
     void click(const QString &help) const { m_editor->click(help); }
-    void clickBelow(const QString &text) const { m_editor->click<QPushButton>(text); }
     bool isEnabled(const QString &help) const { return m_editor->button(help)->isEnabled(); }
     void selectTheLine() const
     {
@@ -68,7 +66,7 @@ private Q_SLOTS:
             QCoreApplication::processEvents();
             QCOMPARE(canvas().tool, tool);
             const QString key = u"  (%1)"_s.arg(QKeySequence(EditorToolBar::key(tool)).toString());
-            for (const QToolButton *button : m_editor->view.findChildren<QToolButton *>()) {
+            for (const QAbstractButton *button : m_editor->view.findChildren<QAbstractButton *>()) {
                 if (button->toolTip().contains(u"  ("_s))
                     QCOMPARE(button->isChecked(), button->toolTip().endsWith(key));
             }
@@ -125,9 +123,8 @@ private Q_SLOTS:
 
     void zoomButtons()
     {
-        for (const char *help : {"Zoom in", "Zoom in", "Zoom in", "Zoom out"})
-            click(QString::fromLatin1(help));
-        QCOMPARE(m_editor->button(u"Reset zoom"_s)->text(), u"156%"_s);
+        for (const auto &help : {u"Zoom in"_s, u"Zoom in"_s, u"Zoom in"_s, u"Zoom out"_s})
+            click(help);
         QCOMPARE(canvas().zoom(), 1.5625);
         events().modifiers = Qt::ControlModifier;
         events().wheel({10, 10}, {0, -70}, {});
@@ -162,7 +159,7 @@ private Q_SLOTS:
     {
         m_home->write(u"shots/a.b-annotated-2.png"_s, "mine");
         for (const auto &name : {u"a.b-annotated.png"_s, u"a.b-annotated-3.png"_s}) {
-            clickBelow(u"Save"_s);
+            click(u"Save"_s);
             QCOMPARE(state().statusText, u"Saved: "_s + name);
             const Image written = ImageFile::load(m_home->file(u"shots/"_s + name)).image;
             QCOMPARE(rgb(written.pixels), rgb(AnnotationRenderer::render(state().doc).pixels));
@@ -170,7 +167,7 @@ private Q_SLOTS:
         QCOMPARE(m_home->read(u"shots/a.b-annotated-2.png"_s), "mine");
         {
             const FullDisk full;
-            clickBelow(u"Save"_s);
+            click(u"Save"_s);
         }
         QCOMPARE(state().statusText, u"Failed to save"_s);
         QCOMPARE(saved().size(), 3); // nothing is left behind
@@ -181,7 +178,7 @@ private Q_SLOTS:
         m_editor->choose(Tool::text);
         events().click({30, 30});
         QTest::keyClicks(canvas().textField(), u"typed"_s);
-        clickBelow(u"Annotate & Copy"_s); // takes along what is still being typed
+        click(u"Annotate & Copy"_s); // takes along what is still being typed
         QCOMPARE(state().statusText, u"Copied"_s);
         QCOMPARE(state().doc.items.size(), 2);
         const QImage expected = rgb(AnnotationRenderer::render(state().doc).pixels);
@@ -190,7 +187,7 @@ private Q_SLOTS:
         m_editor->key(Qt::Key_Return);
         QCOMPARE(rgb(QGuiApplication::clipboard()->image()), expected);
         QCOMPARE(m_editor->closed, 0);
-        clickBelow(u"Close"_s);
+        click(u"Close"_s);
         QCOMPARE(m_editor->closed, 1);
     }
 
@@ -218,7 +215,7 @@ private Q_SLOTS:
         CanvasEvents(*first->canvas()).drag({100, 100}, {200, 200});
         QCOMPARE(first->state().undoStack.size(), 1);
         QCOMPARE(second->state().undoStack.size(), 0);
-        for (QPushButton *found : first->findChildren<QPushButton *>()) {
+        for (auto *found : first->findChildren<QAbstractButton *>()) {
             if (found->text() == u"Close"_s)
                 found->click(); // closes the one opened last
         }

@@ -13,44 +13,35 @@ namespace qm {
 class PngRows : public RowSink
 {
 public:
-    bool begin(const PictureHeader &h) override
+    bool begin(const PictureHeader &header) override
     {
         ++begun;
-        header = h;
         rows = 0;
-        pixels = QImage(h.rows, h.format);
+        pixels = QImage(header.rows, header.format);
         pixels.fill(0);
         return !pixels.isNull();
     }
     bool add(const uchar *row) override
     {
         std::memcpy(pixels.scanLine(rows++), row, size_t(pixels.width()) * size_t(pixels.depth()) / 8);
-        return rows != stopAfter;
+        return true;
     }
     bool addWhole(const QImage &) override { return false; }
 
-    Decoded read(const QByteArray &file, PngReader::Lane lane = PngReader::Lane::whereItFits,
-                 PngReader::Depth depth = PngReader::Depth::file)
-    {
-        QBuffer buffer;
-        buffer.setData(file);
-        buffer.open(QIODevice::ReadOnly);
-        return PngReader::read(buffer, depth, *this, lane);
-    }
-
-    PictureHeader header;
     QImage pixels;
     int begun = 0;
     int rows = 0;
-    int stopAfter = -1;
 };
 
 // What our reading makes of a file that libpng's does not, pixels and refusal both; empty when they agree.
 inline QByteArray differenceFromLibpng(const QByteArray &file, PngReader::Lane lane, bool *byLane = nullptr)
 {
     const PngReference wanted = PngReference::read(file);
+    QBuffer buffer;
+    buffer.setData(file);
+    buffer.open(QIODevice::ReadOnly);
     PngRows got;
-    const Decoded decoded = got.read(file, lane);
+    const Decoded decoded = PngReader::read(buffer, PngReader::Depth::file, got, lane);
     if (byLane)
         *byLane = decoded == Decoded::whole && got.begun == 1;
     if ((decoded == Decoded::nothing) != wanted.refused)

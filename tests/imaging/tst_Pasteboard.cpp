@@ -52,13 +52,6 @@ private Q_SLOTS:
         const Pasteboard::Content content = Pasteboard::contentOf(photo);
         QVERIFY(!content.image.isNull() && content.png.isEmpty());
     }
-
-    void anEmptyPictureOffersNothingBroken()
-    {
-        Pasteboard::setImage({});
-        const QMimeData *data = QGuiApplication::clipboard()->mimeData();
-        QVERIFY(data && data->data(QStringLiteral("image/png")).isEmpty());
-    }
 };
 
 QTEST_MAIN(tst_Pasteboard)

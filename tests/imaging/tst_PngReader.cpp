@@ -47,16 +47,6 @@ private Q_SLOTS:
             QVERIFY2(different.isEmpty(), (name + different + " without the lane").constData());
         }
     }
-
-    void stopsBetweenRows()
-    {
-        for (const Lane lane : {Lane::whereItFits, Lane::never}) {
-            PngRows got;
-            got.stopAfter = 3;
-            QCOMPARE(got.read(PngForge::file({.width = 30, .height = 30}), lane), Decoded::stopped);
-            QCOMPARE(got.rows, 3);
-        }
-    }
 };
 
 QTEST_GUILESS_MAIN(tst_PngReader)

@@ -12,7 +12,7 @@ using namespace qm;
 
 namespace {
 
-enum Kind { noise, gradient, flat, windows }; // the last: flat boxes with sparse marks
+enum Kind { noise, gradient, tones, windows }; // two tones at random; flat boxes with sparse marks
 
 // Alpha included where the format has it.
 QImage painted(Kind kind, QSize size, QImage::Format format)
@@ -22,7 +22,8 @@ QImage painted(Kind kind, QSize size, QImage::Format format)
     for (int y = 0; y < size.height(); ++y) {
         for (int x = 0; x < size.width(); ++x) {
             const QRgb window = (x / 40 + y / 25) % 2 ? 0xfff0f0f0 : random.bounded(20) ? 0xff202428 : 0xffe0c020;
-            const QRgb kinds[] = {random.generate(), qRgba(x * 3, y * 5, x + y, 254 - x % 200), 0xff336699, window};
+            const QRgb kinds[] = {random.generate(), qRgba(x * 3, y * 5, x + y, 254 - x % 200),
+                                  0xff336699 + random.bounded(2), window};
             image.setPixel(x, y, kinds[kind]);
         }
     }
@@ -52,7 +53,7 @@ private Q_SLOTS:
         for (const auto format : {QImage::Format_RGB32, QImage::Format_ARGB32, QImage::Format_ARGB32_Premultiplied,
                                   QImage::Format_RGB888}) {
             for (const QSize size : sizes) {
-                for (const Kind kind : {noise, gradient, flat, windows}) {
+                for (const Kind kind : {noise, gradient, tones, windows}) {
                     const QImage image = painted(kind, size, format);
                     const char type = image.hasAlphaChannel() && (kind == noise || kind == gradient) ? 6 : 2;
                     QByteArray written[2];
@@ -82,25 +83,17 @@ private Q_SLOTS:
         QCOMPARE(PngReference::read(buffer.data().mid(6)).pixels, rgba(image));
     }
 
-    void rowsThatDoNotFitAreRefused_data()
-    {
-        QTest::addColumn<int>("height");
-        QTest::addColumn<QSize>("rows");
-        QTest::addRow("narrower") << 10 << QSize(9, 10);
-        QTest::addRow("too many") << 10 << QSize(10, 11);
-        QTest::addRow("too few") << 10 << QSize(10, 9);
-        QTest::addRow("no height") << 0 << QSize(10, 1);
-    }
     void rowsThatDoNotFitAreRefused()
     {
-        QFETCH(int, height);
-        QFETCH(QSize, rows);
-        QBuffer buffer;
-        QVERIFY(buffer.open(QIODevice::WriteOnly));
-        PngWriter writer(buffer, {10, height, 72, true, {}});
-        const bool appended = writer.append(painted(flat, rows, QImage::Format_RGB32));
-        QVERIFY(!(writer.finish() && appended));
-        QVERIFY(!writer.finish());
+        // Narrower, too many, too few, and no height.
+        for (const auto &[height, rows] : {std::pair(10, QSize(9, 10)), {10, {10, 11}}, {10, {10, 9}}, {0, {10, 1}}}) {
+            QBuffer buffer;
+            QVERIFY(buffer.open(QIODevice::WriteOnly));
+            PngWriter writer(buffer, {10, height, 72, true, {}});
+            const bool appended = writer.append(painted(tones, rows, QImage::Format_RGB32));
+            QVERIFY(!(writer.finish() && appended));
+            QVERIFY(!writer.finish());
+        }
     }
 
     void aFullDiskLeavesTheOldFileAndNoOther()

@@ -152,7 +152,7 @@ QByteArray PngForge::damagedFile(const Picture &picture, QRandomGenerator &rando
     };
     const auto withRows = [&](const QByteArray &other) { return file(picture, {}, deflated(other, picture.level)); };
     switch (random.bounded(14)) {
-    case 0: return with(good, somewhere(good), random.bounded(256));
+    case 0: return with(good, random.bounded(2) ? somewhere(good) : end - 1, random.bounded(256)); // a checksum's end
     case 1: return good.left(somewhere(good));
     case 2: return good + "more";
     case 3: return good.left(start) + good.mid(end);

@@ -1,43 +1,37 @@
 #include "tests/support/PngReference.h"
 
+#include <QBuffer>
+
 #include <png.h>
 
 #include <cstring>
 
 namespace qm {
 
-namespace {
-
-struct Source {
-    const QByteArray &bytes;
-    qsizetype at = 0;
-};
-
-void readBytes(png_structp png, png_bytep out, size_t count)
+static void readBytes(png_structp png, png_bytep out, size_t count)
 {
-    auto *source = static_cast<Source *>(png_get_io_ptr(png));
-    if (size_t(source->bytes.size() - source->at) < count)
+    auto *file = static_cast<QBuffer *>(png_get_io_ptr(png));
+    if (file->read(reinterpret_cast<char *>(out), qint64(count)) != qint64(count))
         png_error(png, "end of file");
-    std::memcpy(out, source->bytes.constData() + source->at, count);
-    source->at += qsizetype(count);
 }
 
-void fail(png_structp png, png_const_charp)
+static void fail(png_structp png, png_const_charp)
 {
     png_longjmp(png, 1);
 }
-void ignore(png_structp, png_const_charp) {}
 
-} // namespace
+static void ignore(png_structp, png_const_charp) {}
 
 PngReference PngReference::read(const QByteArray &file)
 {
     PngReference result;
-    Source source{file};
+    QBuffer buffer;
+    buffer.setData(file);
+    buffer.open(QIODevice::ReadOnly);
     volatile bool interlaced = false; // survives the longjmp
     png_structp png = png_create_read_struct(PNG_LIBPNG_VER_STRING, nullptr, &fail, &ignore);
     png_infop info = png_create_info_struct(png);
-    png_set_read_fn(png, &source, &readBytes);
+    png_set_read_fn(png, &buffer, &readBytes);
     if (setjmp(png_jmpbuf(png)) == 0) {
         png_read_info(png, info);
         const int depth = png_get_bit_depth(png, info);
