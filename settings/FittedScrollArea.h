@@ -3,6 +3,7 @@
 #include <QEvent>
 #include <QScreen>
 #include <QScrollArea>
+#include <QScrollBar>
 
 #include <algorithm>
 #include <utility>
@@ -37,12 +38,15 @@ private:
     // By no more than the content has grown: the user may have made the window smaller.
     void growWindow()
     {
-        const int needed = widget()->sizeHint().height();
-        const int grown = needed - std::exchange(m_needed, needed);
-        const int lacking = std::min(grown, needed - viewport()->height());
+        const QSize needed = widget()->sizeHint();
+        const int grown = needed.height() - std::exchange(m_needed, needed.height());
+        const int lacking = std::min(grown, needed.height() - viewport()->height());
+        if (lacking <= 0 || !isVisible() || window()->isMaximized())
+            return;
         const int room = screen()->availableGeometry().bottom() - window()->frameGeometry().bottom();
-        if (isVisible() && !window()->isMaximized() && std::min(lacking, room) > 0)
-            window()->resize(window()->size() + QSize(0, std::min(lacking, room)));
+        const int bar = lacking > room ? verticalScrollBar()->sizeHint().width() : 0; // takes no width from the content
+        const QSize more(needed.width() + bar - width(), std::min(lacking, room));
+        window()->resize(window()->size() + more.expandedTo({0, 0}));
     }
 
     int m_needed = 0;

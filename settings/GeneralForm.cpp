@@ -67,8 +67,8 @@ static QString words(FolderProblem problem)
     switch (problem) {
     case FolderProblem::none: break;
     case FolderProblem::file:
-        return text(u"There is a file in this place, or on the way to it.",
-                    u"この場所か、その途中にファイルがあります。");
+        return text(u"A file is in the way; this cannot be a folder.",
+                    u"この場所または途中にファイルがあるため、フォルダーとして使えません。");
     case FolderProblem::notWritable:
         return text(u"Nothing can be saved in this folder.", u"このフォルダーには保存できません。");
     case FolderProblem::cannotBeCreated:
@@ -138,7 +138,7 @@ FolderField *GeneralForm::makeFolderField(const QString &name, QString GeneralSe
 {
     const auto changed = [this, path](const QString &entered) {
         m_state.*path = entered;
-        edited();
+        folderEdited();
     };
     return new FolderField(name, changed, std::move(committed));
 }
@@ -300,6 +300,9 @@ void GeneralForm::revert()
 void GeneralForm::check()
 {
     m_checkTimer.cancel();
+    if (m_check.isUnderWay() && m_checking == std::pair(m_state, m_saved))
+        return; // another thread would only wait for the same folder
+    m_checking = {m_state, m_saved};
     m_check.start([state = m_state, saved = m_saved] { return FolderCheck(state, saved); },
                   [this](const FolderCheck &found) { checked(found); });
 }
@@ -332,10 +335,15 @@ void GeneralForm::askForSource()
 void GeneralForm::edited()
 {
     m_message = Message::none;
-    m_saveRequested = false; // what would be saved has not been looked at
+    m_saveRequested = false; // what would be saved has not been checked
+    scheduleRefresh();
+}
+
+void GeneralForm::folderEdited()
+{
     m_check.drop();
     m_checkTimer = m_main.postAfter(typingPause, [this] { check(); });
-    scheduleRefresh();
+    edited();
 }
 
 void GeneralForm::scheduleRefresh()

@@ -9,6 +9,7 @@
 #include <QWidget>
 
 #include <optional>
+#include <utility>
 
 class QCheckBox;
 class QComboBox;
@@ -57,6 +58,7 @@ private:
     void checked(const FolderCheck &found);
     void askForSource();
     void edited(); // call after every change by the user
+    void folderEdited();
     void scheduleRefresh();
     void refresh();
     void refreshFooter();
@@ -73,7 +75,8 @@ private:
     bool m_saveRequested = false; // waits for the check of the folders
     std::optional<FolderCheck> m_found;
     Timer m_checkTimer;
-    LatestJob m_check{4};
+    std::pair<GeneralSettings, GeneralSettings> m_checking; // entered and saved ones that the check is about
+    LatestJob m_check{16};
     LatestJob m_sourceQuestion;
 
     FolderField *m_captures = nullptr;
