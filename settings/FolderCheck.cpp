@@ -40,12 +40,12 @@ FolderProblem folderProblem(const QString &path)
 
 static FolderProblem problemOfShared(const QString &path, bool inForce)
 {
-    const bool exists = QFileInfo::exists(path);
-    if (inForce && (!exists || !(QFileInfo::exists(path + QStringLiteral("/config.json")) ||
-                                 QFileInfo::exists(path + QStringLiteral("/captures")))))
-        return FolderProblem::away;
     const FolderProblem problem = folderProblem(path);
-    return problem == FolderProblem::none && !exists ? FolderProblem::missing : problem;
+    const bool showsOurs = QFileInfo::exists(path + QStringLiteral("/config.json")) ||
+                           QFileInfo::exists(path + QStringLiteral("/captures"));
+    if (inForce && problem != FolderProblem::file && !showsOurs)
+        return FolderProblem::away;
+    return problem == FolderProblem::none && !QFileInfo::exists(path) ? FolderProblem::missing : problem;
 }
 
 FolderCheck::FolderCheck(const GeneralSettings &entered, const GeneralSettings &before)
