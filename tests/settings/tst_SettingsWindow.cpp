@@ -411,14 +411,20 @@ private Q_SLOTS:
     void aFailureIsShownAndKeepsTheEntries()
     {
         m_home->write(u"cloud"_s, "a file where a folder is needed");
+        m_home->write(u".config/autostart"_s, "another");
         show();
-        enter(cloud(), u"~/cloud"_s);
         enter(captures(), u"/mine"_s);
-        save()->click();
-        QTRY_COMPARE(message(), text(u"Failed to save settings", u"設定の保存に失敗しました"));
-        QVERIFY(!find<QLabel>(u"message"_s)->toolTip().isEmpty());
-        QCOMPARE(captures()->text(), u"/mine"_s);
-        QVERIFY(!QFile::exists(m_home->file(localFile)) && m_application->saved == 0);
+        for (const bool launch : {true, false}) { // found out by trying, and before
+            launchAtLogin()->click();
+            if (!launch)
+                enter(cloud(), u"~/cloud"_s);
+            save()->click();
+            turn();
+            QTRY_COMPARE(message(), text(u"Failed to save settings", u"設定の保存に失敗しました"));
+            QVERIFY(!find<QLabel>(u"message"_s)->toolTip().isEmpty());
+            QCOMPARE(captures()->text(), u"/mine"_s);
+            QVERIFY(!QFile::exists(m_home->file(localFile)) && m_application->saved == 0);
+        }
         enter(cloud(), QString());
         save()->click();
         enter(cloud(), u"~/missing"_s); // nobody has asked to save this
