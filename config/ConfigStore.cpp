@@ -1,10 +1,12 @@
 #include "config/ConfigStore.h"
 
+#include "config/FolderPresence.h"
 #include "config/SettingsFile.h"
 #include "platform/ScreenshotLocation.h"
 
 #include <QDir>
 #include <QFile>
+#include <QFileInfo>
 
 #include <algorithm>
 
@@ -63,9 +65,20 @@ QString ConfigStore::homeFolder()
     return QDir::homePath() + QStringLiteral("/.quillmere");
 }
 
+QString ConfigStore::runtimeFolder()
+{
+    const QString folder = qEnvironmentVariable("XDG_RUNTIME_DIR");
+    return QFileInfo(folder).isDir() ? folder : homeFolder();
+}
+
 QString ConfigStore::localFile()
 {
     return homeFolder() + QStringLiteral("/config.json");
+}
+
+QString ConfigStore::sharedFolder()
+{
+    return folderIn(local().read(), cloud).value_or(QString());
 }
 
 QString ConfigStore::sharedFile()
@@ -117,7 +130,11 @@ Hotkey ConfigStore::resolveHotkey(const QJsonObject &settings)
 
 QString ConfigStore::resolveCaptureDir()
 {
-    return resolveCaptureDir(effective());
+    const QString folder = resolveCaptureDir(effective());
+    const QString shared = sharedFolder();
+    if (!shared.isEmpty() && folder.startsWith(shared + u'/') && FolderPresence::isSharedFolderAway())
+        return homeFolder() + QStringLiteral("/captures"); // nothing is created where a drive is to be mounted
+    return folder;
 }
 
 QString ConfigStore::resolveCaptureDir(const QJsonObject &settings)
