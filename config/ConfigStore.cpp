@@ -210,7 +210,7 @@ ConfigStore::Origin ConfigStore::originOf(const QString &key)
         if (shared.contains(key))
             return usable(key, shared.value(key)) ? Origin::shared : Origin::standard;
         if (key == captures && !usable(key, own.value(key)))
-            return Origin::shared;
+            return FolderPresence::isSharedFolderAway() ? Origin::standard : Origin::shared;
     }
     if (usable(key, own.value(key)))
         return Origin::local;

@@ -32,20 +32,6 @@ struct Findings {
     std::vector<NewFile> fresh;
 };
 
-bool isImage(std::string_view name)
-{
-    constexpr std::string_view imageExts[] = {"png", "jpg", "jpeg", "gif", "heic", "tiff", "webp"};
-    const size_t dot = name.rfind('.');
-    if (dot == std::string_view::npos || dot == 0 || name.size() - dot > 5)
-        return false;
-    char lower[8];
-    const std::string_view extension = name.substr(dot + 1);
-    std::transform(extension.begin(), extension.end(), lower,
-                   [](char c) { return c >= 'A' && c <= 'Z' ? char(c - 'A' + 'a') : c; });
-    return std::find(std::begin(imageExts), std::end(imageExts), std::string_view(lower, extension.size())) !=
-           std::end(imageExts);
-}
-
 Findings knownPaths(Database &database)
 {
     Findings findings;
@@ -63,7 +49,7 @@ void lookInto(const QString &folder, Findings &findings)
         path += '/';
     const size_t prefix = path.size();
     FolderListing::forEach(folderBytes, [&](std::string_view name, Kind kind) {
-        if (!isImage(name))
+        if (!FolderScan::isImage(name))
             return;
         path.resize(prefix);
         path += name;
@@ -222,6 +208,21 @@ int updateChanged(Database &database, const FolderScan::Pass &pass, FolderScan::
 }
 
 } // namespace
+
+bool FolderScan::isImage(std::string_view name)
+{
+    constexpr std::string_view imageExts[] = {"png", "jpg", "jpeg", "gif", "heic", "tiff", "webp"};
+    name.remove_prefix(name.rfind('/') + 1); // all of it without one
+    const size_t dot = name.rfind('.');
+    if (dot == std::string_view::npos || dot == 0 || name.size() - dot > 5)
+        return false;
+    char lower[8];
+    const std::string_view extension = name.substr(dot + 1);
+    std::transform(extension.begin(), extension.end(), lower,
+                   [](char c) { return c >= 'A' && c <= 'Z' ? char(c - 'A' + 'a') : c; });
+    return std::find(std::begin(imageExts), std::end(imageExts), std::string_view(lower, extension.size())) !=
+           std::end(imageExts);
+}
 
 QStringList FolderScan::orderedSourceDirs()
 {

@@ -5,6 +5,8 @@
 #include <QList>
 #include <QStringList>
 
+#include <string_view>
+
 namespace qm {
 
 class Database;
@@ -32,6 +34,8 @@ struct Changes {
     qint64 after = 0;
     QString error; // why something could not be written, in SQLite's words; the next pass tries again
 };
+
+bool isImage(std::string_view name); // by its extension; name may be a path
 
 // The source folder, then the capture folder; a single entry if they are the same.
 QStringList orderedSourceDirs();

@@ -14,6 +14,7 @@ namespace qm {
 using namespace std::chrono_literals;
 
 static constexpr auto debounce = 1500ms;
+static constexpr auto longestBurst = 10s; // a file that never stops growing does not keep the others waiting
 static constexpr auto drainDelay = 1500ms;
 static constexpr auto safetyInterval = 60s;
 static constexpr int passesPerRound = 60; // every known file is looked at about once an hour
@@ -155,13 +156,19 @@ void OcrIndexer::drain()
 
 void OcrIndexer::folderChanged(const QByteArray &path)
 {
+    if (!path.isEmpty() && !FolderScan::isImage(path.toStdString()))
+        return; // a log on the desktop must not put off what is read
     if (!path.isEmpty() && m_changed.size() < mostNamed)
         m_changed.insert(path);
     m_changeTimer = postAfter(debounce, &OcrIndexer::scanAndPump);
+    if (!m_changeLimit.isActive())
+        m_changeLimit = postAfter(longestBurst, &OcrIndexer::scanAndPump);
 }
 
 void OcrIndexer::scanAndPump()
 {
+    m_changeTimer.cancel();
+    m_changeLimit.cancel();
     pump(Scan::yes);
 }
 

@@ -60,6 +60,7 @@ private:
     QSet<QByteArray> m_changed; // files the watch has told of since the last scan
     qint64 m_lookedAt = 0;      // how far the round over all known files has come, an id
     Timer m_changeTimer;        // restarted by every change: a burst ends in one pass
+    Timer m_changeLimit;        // by then at the latest
     Timer m_drainTimer;
     Timer m_safetyTimer;
 };

@@ -92,6 +92,8 @@ QWidget *PreviewPane::makeContent()
 
 void PreviewPane::setShot(const std::optional<Shot> &shot, const QString &searched)
 {
+    if (m_shot && shot && m_shot->path == shot->path && m_shot != shot)
+        m_loader.forget();
     m_shot = shot;
     if (shot) {
         const QSize pixels = screen()->size() * screen()->devicePixelRatio();

@@ -138,6 +138,15 @@ private Q_SLOTS:
         QCOMPARE(state(), u"0 0 0"_s);
         m_queue->advance(1ms);
         QCOMPARE(state(), u"10 10 1"_s);
+        // A log on the desktop that grows, and a picture that does: neither puts off the others for long.
+        const auto start = m_queue->now();
+        while (state() != u"12 12 2"_s && m_queue->now() - start < 30s) {
+            m_home->write(u".quillmere/captures/log.txt"_s, "x");
+            addShot(m_queue->now() - start < 1s ? u"new.png"_s : u"grows.png"_s);
+            QTRY_VERIFY(m_queue->hasTasks());
+            m_queue->advance(500ms);
+        }
+        QCOMPARE(m_queue->now() - start, 10s);
     }
 
     // What Qt's watcher would not tell: a file written in place, and one that is replaced in a folder that came later.
