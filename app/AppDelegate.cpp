@@ -2,6 +2,7 @@
 
 #include "capture/ScrollCapture.h"
 #include "config/ConfigStore.h"
+#include "config/FolderPresence.h"
 #include "config/UserDefaults.h"
 #include "imaging/Pasteboard.h"
 #include "index/OcrIndexer.h"
@@ -9,6 +10,7 @@
 #include "platform/QtQueue.h"
 #include "platform/SystemStartup.h"
 #include "platform/Workspace.h"
+#include "ui/AppLocale.h"
 #include "ui/Symbol.h"
 
 #include <QApplication>
@@ -19,7 +21,11 @@ namespace qm {
 using namespace std::chrono_literals;
 
 AppDelegate::AppDelegate()
-    : m_captureRunner(QtQueue::main(), &Pasteboard::setContent)
+    : m_captureRunner(QtQueue::main(),
+                      [this](const Pasteboard::Content &picture) {
+                          Pasteboard::setContent(picture);
+                          sayWhereCapturesGo();
+                      })
     , m_trigger(QtQueue::main(), ConfigStore::resolveHotkey(),
                 [this](HotkeyGesture gesture) {
                     if (m_keyTest)
@@ -133,6 +139,17 @@ void AppDelegate::captureWindowAction()
 void AppDelegate::scrollCaptureAction()
 {
     ScrollCapture::start();
+    sayWhereCapturesGo();
+}
+
+void AppDelegate::sayWhereCapturesGo()
+{
+    if (!m_statusItem || !FolderPresence::isSharedFolderAway())
+        return;
+    m_statusItem->showMessage(AppLocale::text(u"The shared folder is not there", u"共有フォルダーが見つかりません"),
+                              AppLocale::text(u"Until %1 is back, captures are saved in %2.",
+                                              u"%1 が使えるようになるまで、撮影した画像は %2 に保存されます。")
+                                  .arg(ConfigStore::sharedFolder(), ConfigStore::resolveCaptureDir()));
 }
 
 void AppDelegate::openStore()
@@ -149,7 +166,12 @@ void AppDelegate::openSettings()
 {
     if (!m_settingsController) {
         m_settingsController = std::make_unique<SettingsWindowController>(
-            QtQueue::main(), [this] { m_trigger.setHotkey(ConfigStore::resolveHotkey()); }, keyListener());
+            QtQueue::main(),
+            [this] {
+                m_trigger.setHotkey(ConfigStore::resolveHotkey());
+                OcrIndexer::shared().settingsChanged();
+            },
+            keyListener());
     }
     m_settingsController->show();
 }

@@ -39,6 +39,7 @@ private:
     void captureRangeAction();
     void captureWindowAction();
     void scrollCaptureAction();
+    void sayWhereCapturesGo(); // if it is not where the settings say
     void openStore();
     void openLibrary();
     void openSettings();

@@ -2,7 +2,6 @@
 
 #include "config/ConfigStore.h"
 
-#include <QFileInfo>
 #include <QLocalSocket>
 #include <QLockFile>
 #include <QTimer>
@@ -18,11 +17,11 @@ static constexpr qint64 longestMessage = 16 * 1024; // a path has at most 4096 b
 
 static QString socketPath()
 {
-    const QString runtime = qEnvironmentVariable("XDG_RUNTIME_DIR");
-    if (QFileInfo(runtime).isDir())
-        return runtime + QStringLiteral("/quillmere.sock");
-    ConfigStore::createFolder(ConfigStore::homeFolder());
-    return ConfigStore::homeFolder() + QStringLiteral("/socket");
+    const QString folder = ConfigStore::runtimeFolder();
+    if (folder != ConfigStore::homeFolder())
+        return folder + QStringLiteral("/quillmere.sock");
+    ConfigStore::createFolder(folder);
+    return folder + QStringLiteral("/socket");
 }
 
 bool SingleInstance::handOver(const Command &command)

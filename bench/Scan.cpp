@@ -98,7 +98,7 @@ int main()
         database.emplace(path, Database::Access::write);
         database->open();
     };
-    const auto scan = [&] { FolderScan::scan(*database, {folder}, QDateTime::currentDateTimeUtc()); };
+    const auto scan = [&] { FolderScan::scan(*database, {.folders = {folder}, .share = 60}); };
 
     const double raw = bench::bestOf(
         5, [&] { insertRaw(folder, path); }, empty);

@@ -1,5 +1,6 @@
 #include "cli/Commands.h"
 
+#include "config/FolderPresence.h"
 #include "index/Database.h"
 #include "index/FolderScan.h"
 #include "index/IndexSql.h"
@@ -35,7 +36,9 @@ Exit Commands::scan(Console &console)
     if (!database.open())
         return cannotOpen(console, database);
     const FolderScan::Changes changes =
-        FolderScan::scan(database, FolderScan::orderedSourceDirs(), QDateTime::currentDateTimeUtc());
+        FolderScan::scan(database, {.folders = FolderScan::orderedSourceDirs(),
+                                    .away = FolderPresence::rememberedAwayFolders(QDateTime::currentDateTimeUtc()),
+                                    .share = 1});
     if (!changes.error.isEmpty())
         return cannotWrite(console, database, changes.error);
     if (!database.error().isEmpty())
@@ -44,12 +47,15 @@ Exit Commands::scan(Console &console)
     if (console.json())
         console.row({{QStringLiteral("added"), changes.added},
                      {QStringLiteral("removed"), changes.removed},
+                     {QStringLiteral("changed"), changes.changed},
                      {QStringLiteral("shots"), total}});
     else
-        console.line(text(u"%1 new, %2 gone, %3 in the index", u"追加 %1 件、削除 %2 件、索引には %3 件")
-                         .arg(changes.added)
-                         .arg(changes.removed)
-                         .arg(total));
+        console.line(
+            text(u"%1 new, %2 changed, %3 gone, %4 in the index", u"追加 %1 件、変更 %2 件、削除 %3 件、索引には %4 件")
+                .arg(changes.added)
+                .arg(changes.changed)
+                .arg(changes.removed)
+                .arg(total));
     return Exit::success;
 }
 
@@ -65,6 +71,7 @@ Exit Commands::ocr(Console &console, Batches batches)
 
     TerminationSignals::defer(); // what has been read by then is kept
     int read = 0;
+    OcrRunner::Batch batch;
     while (!TerminationSignals::received()) {
         const int waiting = int(database.number(IndexSql::countWaiting));
         if (waiting == 0)
@@ -75,19 +82,30 @@ Exit Commands::ocr(Console &console, Batches batches)
         const int total = batches == Batches::all ? read + waiting : std::min(waiting, OcrRunner::batchSize);
         console.progress(read, total);
         const int before = read;
-        read += OcrRunner::run(database, helper, OcrRunner::batchSize,
+        batch = OcrRunner::run(database, helper, OcrRunner::batchSize,
                                [&](int done, int) { console.progress(before + done, total); });
+        read += batch.read;
         if (read == before || batches == Batches::one)
             break;
     }
     console.endProgress();
-    if (!database.error().isEmpty())
-        return cannotWrite(console, database, database.error());
+    if (batch.trouble == OcrRunner::Batch::Trouble::write)
+        return cannotWrite(console, database, batch.reason);
     const int waiting = int(database.number(IndexSql::countWaiting));
+    const int failed = int(database.number(IndexSql::countFailed));
     if (console.json())
-        console.row({{QStringLiteral("read"), read}, {QStringLiteral("waiting"), waiting}});
+        console.row(
+            {{QStringLiteral("read"), read}, {QStringLiteral("waiting"), waiting}, {QStringLiteral("failed"), failed}});
     else
-        console.line(text(u"%1 read, %2 still waiting", u"%1 件を読み取りました。残り %2 件").arg(read).arg(waiting));
+        console.line(text(u"%1 read, %2 still waiting", u"%1 件を読み取りました。残り %2 件").arg(read).arg(waiting) +
+                     (failed == 0 ? QString()
+                                  : text(u", %1 of them cannot be read (see qms status --failed)",
+                                         u"（うち %1 件は読み取れません。理由は qms status --failed）")
+                                        .arg(failed)));
+    if (batch.trouble == OcrRunner::Batch::Trouble::helper)
+        return console.fail(
+            text(u"the text recognition helper failed: %1", u"文字認識の補助プログラムが失敗しました: %1")
+                .arg(batch.reason));
     return read > 0 || waiting == 0 ? Exit::success : Exit::nothingFound;
 }
 

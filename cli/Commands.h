@@ -16,6 +16,7 @@ Exit ocr(Console &console, Batches batches);
 Exit search(Console &console, const QString &text, int limit);
 Exit list(Console &console, int limit);
 Exit status(Console &console);
+Exit failures(Console &console); // pictures that cannot be read
 
 } // namespace Commands
 } // namespace qm

@@ -1,8 +1,10 @@
 #include "cli/Commands.h"
 
 #include "config/ConfigStore.h"
+#include "config/FolderPresence.h"
 #include "index/Database.h"
 #include "index/IndexSql.h"
+#include "index/IndexTrouble.h"
 #include "index/OcrRunner.h"
 #include "index/ShotStore.h"
 #include "platform/ToolPaths.h"
@@ -10,6 +12,8 @@
 
 #include <QFileInfo>
 
+#include <array>
+#include <iterator>
 #include <vector>
 
 namespace qm {
@@ -70,7 +74,9 @@ static std::vector<Fact> settingsFacts()
         {u"sharedSettings",
          text(u"Shared settings", u"共有設定ファイル"),
          shared.isEmpty() ? QJsonValue() : QJsonValue(shared),
-         {shared.isEmpty() ? none : presence(shared)}},
+         {shared.isEmpty()                       ? none
+          : FolderPresence::isSharedFolderAway() ? text(u"the folder is not there", u"フォルダーが見つかりません")
+                                                 : presence(shared)}},
         {u"captures",
          text(u"Capture folder", u"保存先フォルダー"),
          captures,
@@ -110,7 +116,58 @@ static std::vector<Fact> indexFacts(Database &database)
                      text(u"Waiting to be read", u"読み取り待ち"),
                      count(IndexSql::countWaiting),
                      {OcrRunner::isBusy(database) ? text(u"being read now", u"読み取り中") : QString()}});
+    const qint64 failed = database.number(IndexSql::countFailed);
+    facts.push_back(
+        {u"failed",
+         text(u"Cannot be read", u"読み取れない画像"),
+         failed,
+         {failed > 0 ? text(u"qms status --failed lists them", u"一覧は qms status --failed") : QString()}});
     return facts;
+}
+
+// What the running application has met, which no file of the index can tell.
+static std::vector<Fact> troubleFacts()
+{
+    const std::optional<IndexTrouble> trouble = IndexTrouble::read();
+    if (!trouble)
+        return {};
+    const QString what = trouble->kind == IndexTrouble::Kind::helper
+                             ? text(u"text recognition failed: %1", u"文字認識に失敗しました: %1")
+                         : trouble->kind == IndexTrouble::Kind::write
+                             ? text(u"the index could not be written: %1", u"索引に書き込めませんでした: %1")
+                             : text(u"the index could not be opened: %1", u"索引を開けませんでした: %1");
+    return {{u"trouble",
+             text(u"Last error", u"直近のエラー"),
+             what.arg(trouble->reason),
+             {trouble->since.toLocalTime().toString(QStringLiteral("yyyy-MM-dd HH:mm:ss"))}}};
+}
+
+static Exit unusable(Console &console, const Database &database)
+{
+    return console.fail(
+        text(u"the index cannot be used: %1. It is left unchanged; until this is resolved, nothing is indexed.",
+             u"索引を使えません: %1。ファイルは変更していません。解決するまで、索引は更新されません。")
+            .arg(database.error()));
+}
+
+Exit Commands::failures(Console &console)
+{
+    Database database(ShotStore::databasePath(), Database::Access::write);
+    if (QFileInfo::exists(database.path()) && !database.open())
+        return unusable(console, database);
+    int shown = 0;
+    Statement failed = database.prepare(IndexSql::failures);
+    for (; failed.nextRow(); ++shown) {
+        const QDateTime since = QDateTime::fromMSecsSinceEpoch(failed.int64(2));
+        if (console.json())
+            console.row({{QStringLiteral("path"), failed.text(0)},
+                         {QStringLiteral("reason"), failed.text(1)},
+                         {QStringLiteral("since"), since.toUTC().toString(Qt::ISODate)}});
+        else
+            console.line(console.faint(since.toString(QStringLiteral("yyyy-MM-dd HH:mm:ss"))) + QStringLiteral("  ") +
+                         console.printable(failed.text(0)) + QStringLiteral(": ") + failed.text(1));
+    }
+    return shown > 0 ? Exit::success : Exit::nothingFound;
 }
 
 static QString shown(const QJsonValue &value)
@@ -128,8 +185,8 @@ Exit Commands::status(Console &console)
     Database database(ShotStore::databasePath(), Database::Access::write);
     const bool failed = QFileInfo::exists(database.path()) && !database.open();
     std::vector<Fact> facts = settingsFacts();
-    for (Fact &fact : indexFacts(database))
-        facts.push_back(std::move(fact));
+    for (std::vector<Fact> &more : std::array{indexFacts(database), troubleFacts()})
+        std::move(more.begin(), more.end(), std::back_inserter(facts));
 
     QJsonObject object;
     for (Fact &fact : facts) {
@@ -143,12 +200,7 @@ Exit Commands::status(Console &console)
     }
     if (console.json())
         console.row(object);
-    if (failed)
-        return console.fail(
-            text(u"the index cannot be used: %1. It is left unchanged; until this is resolved, nothing is indexed.",
-                 u"索引を使えません: %1。ファイルは変更していません。解決するまで、索引は更新されません。")
-                .arg(database.error()));
-    return Exit::success;
+    return failed ? unusable(console, database) : Exit::success;
 }
 
 } // namespace qm

@@ -18,7 +18,8 @@ static QString usage()
                 "  search TEXT...       list pictures that contain TEXT, newest first;\n"
                 "                       % is any text, _ any character\n"
                 "  list                 list the newest pictures\n"
-                "  status               show the paths, counts and settings in force\n"
+                "  status [--failed]    show the paths, counts and settings in force,\n"
+                "                       or the pictures that cannot be read, and why\n"
                 "\n"
                 "  --limit N            show at most N results of search and list (200)\n"
                 "  --json               print one JSON object per line\n"
@@ -32,7 +33,7 @@ static QString usage()
                 "  search 文字列...     文字列を含む画像を新しい順に表示する\n"
                 "                       % は任意の文字列、_ は任意の一文字\n"
                 "  list                 新しい画像の一覧\n"
-                "  status               使用中のパス、件数、設定\n"
+                "  status [--failed]    使用中のパス、件数、設定（--failed なら読み取れない画像とその理由）\n"
                 "\n"
                 "  --limit N            search と list の件数の上限（200）\n"
                 "  --json               1行に1つのJSONオブジェクト\n"
@@ -59,6 +60,9 @@ static Exit run(const QCommandLineParser &parser, Console &console)
                          : text(u"wrong number of arguments to %1", u"%1 の引数の数が違います").arg(command));
     if (parser.isSet(QStringLiteral("all")) && command != u"ocr")
         return wrong(text(u"--all can only be used with ocr", u"--all は ocr でだけ使えます"));
+    const bool failures = parser.isSet(QStringLiteral("failed"));
+    if (failures && command != u"status")
+        return wrong(text(u"--failed can only be used with status", u"--failed は status でだけ使えます"));
     if (parser.isSet(QStringLiteral("limit")) && !searches && command != u"list")
         return wrong(
             text(u"--limit can only be used with search and list", u"--limit は search と list でだけ使えます"));
@@ -73,7 +77,7 @@ static Exit run(const QCommandLineParser &parser, Console &console)
     if (command == u"list")
         return Commands::list(console, limit);
     if (command == u"status")
-        return Commands::status(console);
+        return failures ? Commands::failures(console) : Commands::status(console);
     return wrong(text(u"no such command: %1", u"そのようなコマンドはありません: %1").arg(command));
 }
 
@@ -82,6 +86,7 @@ int main(int argc, char **argv)
     QCoreApplication application(argc, argv);
     QCommandLineParser parser;
     parser.addOptions({{QStringLiteral("all"), QString()},
+                       {QStringLiteral("failed"), QString()},
                        {QStringLiteral("json"), QString()},
                        {QStringLiteral("limit"), QString(), QStringLiteral("N")},
                        {{QStringLiteral("h"), QStringLiteral("help")}, QString()},

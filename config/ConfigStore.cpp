@@ -1,5 +1,6 @@
 #include "config/ConfigStore.h"
 
+#include "config/FolderPresence.h"
 #include "config/SettingsFile.h"
 #include "platform/ScreenshotLocation.h"
 
@@ -65,9 +66,20 @@ QString ConfigStore::homeFolder()
     return QDir::homePath() + QStringLiteral("/.quillmere");
 }
 
+QString ConfigStore::runtimeFolder()
+{
+    const QString folder = qEnvironmentVariable("XDG_RUNTIME_DIR");
+    return QFileInfo(folder).isDir() ? folder : homeFolder();
+}
+
 QString ConfigStore::localFile()
 {
     return homeFolder() + QStringLiteral("/config.json");
+}
+
+QString ConfigStore::sharedFolder()
+{
+    return folderIn(local().read(), cloud).value_or(QString());
 }
 
 QString ConfigStore::sharedFile()
@@ -125,7 +137,11 @@ Hotkey ConfigStore::resolveHotkey(const QJsonObject &settings)
 
 QString ConfigStore::resolveCaptureDir()
 {
-    return resolveCaptureDir(effective());
+    const QString folder = resolveCaptureDir(effective());
+    const QString shared = sharedFolder();
+    if (!shared.isEmpty() && folder.startsWith(shared + u'/') && FolderPresence::isSharedFolderAway())
+        return homeFolder() + QStringLiteral("/captures"); // nothing is created where a drive is to be mounted
+    return folder;
 }
 
 QString ConfigStore::resolveCaptureDir(const QJsonObject &settings)
@@ -242,7 +258,7 @@ ConfigStore::Origin ConfigStore::originOf(const QString &key)
         if (shared.contains(key))
             return usable(key, shared.value(key)) ? Origin::shared : Origin::standard;
         if (key == captures && !usable(key, own.value(key)))
-            return Origin::shared;
+            return FolderPresence::isSharedFolderAway() ? Origin::standard : Origin::shared;
     }
     if (usable(key, own.value(key)))
         return Origin::local;

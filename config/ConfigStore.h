@@ -17,15 +17,18 @@ namespace qm {
 // Reading never fails: missing, broken or mistyped values count as absent.
 namespace ConfigStore {
 
-QString homeFolder(); // .quillmere in the user's home; holds settings and index
-QString localFile();  // config.json in it
-QString sharedFile(); // the one "cloud" points to; empty if there is none
+QString homeFolder();    // .quillmere in the user's home; holds settings and index
+QString localFile();     // config.json in it
+QString runtimeFolder(); // for what need not outlive the session: XDG_RUNTIME_DIR, without one the home folder
+QString sharedFolder();  // the one "cloud" names, absolute; empty if there is none
+QString sharedFile();    // config.json in it; empty if there is none
 
 QJsonObject effective(); // local and shared merged: shared values win, except that "cloud" is always the local one
 Hotkey resolveHotkey();
-QString resolveCaptureDir(); // where new captures are saved; absolute, not created
-QString resolveSource();     // where the system's own tool saves; may wait for another program
-bool autoOcr();              // on, unless the settings say false
+QString
+resolveCaptureDir();     // where new captures are saved: absolute, not created, at home while the shared one is away
+QString resolveSource(); // where the system's own tool saves; may wait for another program
+bool autoOcr();          // on, unless the settings say false
 
 // The same for settings that are not in force: what they would be with another shared folder (empty: none), and the
 // values that follow from them.

@@ -140,7 +140,7 @@ Result ImageFile::load(QIODevice &file)
         return {{}, Failure::tooLarge};
     if (decoded == Decoded::stopped || decoded == Decoded::nothing || picture.isEmpty())
         return {{}, Failure::undecodable};
-    return {picture.image()};
+    return {picture.image(), Failure::none, decoded == Decoded::cut};
 }
 
 Result ImageFile::load(const QString &path)

@@ -19,6 +19,7 @@ enum class Failure { none, missing, undecodable, tooLarge };
 struct Result {
     Image image;
     Failure failure = Failure::none;
+    bool isCut = false; // the file ends early or is damaged: what could not be decoded is transparent or black
 };
 
 constexpr qint64 maxPixels = 300'000'000; // a scrolling capture of 5120 x 30000 is half of it

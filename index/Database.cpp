@@ -85,9 +85,10 @@ void Database::Close::operator()(sqlite3 *connection) const
     sqlite3_close_v2(connection); // waits for the connection's last statement
 }
 
-Database::Database(QString path, Access access)
+Database::Database(QString path, Access access, int form)
     : m_path(std::move(path))
     , m_access(access)
+    , m_form(form)
 {
 }
 
@@ -117,10 +118,41 @@ bool Database::open()
         sqlite3_busy_timeout(connection, writes ? writerPatience : readerPatience);
         m_connection = std::move(opened);
         m_error.clear();
+        if (isOfNewerForm())
+            return false;
     }
     if (m_access == Access::write && !m_schemaReady)
-        m_schemaReady = execute(IndexSql::schema);
+        m_schemaReady = bringToForm() && execute(IndexSql::schema) && execute(IndexSql::failuresSchema);
     return m_access == Access::read || m_schemaReady;
+}
+
+bool Database::isOfNewerForm()
+{
+    const qint64 form = number("PRAGMA user_version"); // 0 also if it cannot be read, which the next statement tells
+    if (form <= m_form)
+        return false;
+    m_connection.reset();
+    m_error = QStringLiteral("a newer version of Quillmere has written it (form %1; this version knows up to %2)")
+                  .arg(form)
+                  .arg(m_form);
+    return true;
+}
+
+bool Database::bringToForm()
+{
+    const qint64 form = number("PRAGMA user_version");
+    if (form == m_form)
+        return true;
+    if (number("SELECT COUNT(*) FROM sqlite_schema") > 0) {
+        const QString copy = QStringLiteral("%1.form%2").arg(m_path).arg(form);
+        QFile::remove(copy); // of an attempt that failed
+        createPrivately(copy);
+        Statement keep = prepare("VACUUM INTO ?"); // accepts an empty file
+        keep.bind(1, copy);
+        if (!keep.run())
+            return false;
+    }
+    return execute(QByteArray("PRAGMA user_version = " + QByteArray::number(m_form)).constData());
 }
 
 QString Database::error() const

@@ -50,10 +50,16 @@ class Database
 public:
     enum class Access { write, read };
 
-    Database(QString path, Access access);
+    // The form of the index that this program writes, in SQLite's user_version. Raised only if an older program, which
+    // may use the same file, would do harm to the new form: a further table is no reason.
+    static constexpr int currentForm = 0;
+
+    Database(QString path, Access access, int form = currentForm);
 
     // Opens the connection unless it is open. A writer creates folder, file and schema, and retries the schema if it
-    // failed before (another process held the file); a reader never creates a file. False if it cannot be used.
+    // failed before (another process held the file); a reader never creates a file. An index of a newer form is refused
+    // and left as it is; before an older one is given the current form, a copy is kept as "NAME.form0" (its number).
+    // False if it cannot be used.
     bool open();
     bool isOpen() const { return m_connection != nullptr; } // connected, with or without its schema
 
@@ -71,8 +77,12 @@ private:
         void operator()(sqlite3 *connection) const;
     };
 
+    bool isOfNewerForm();
+    bool bringToForm();
+
     QString m_path;
     Access m_access;
+    int m_form;
     std::unique_ptr<sqlite3, Close> m_connection;
     bool m_schemaReady = false;
     QString m_error;

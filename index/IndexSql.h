@@ -16,6 +16,14 @@ inline constexpr char schema[] = "CREATE TABLE IF NOT EXISTS shots (\n"
                                  ");\n"
                                  "CREATE INDEX IF NOT EXISTS idx_shots_mtime ON shots(mtime_ms DESC);";
 
+// Why a picture that is still waiting could not be read the last time. A table of its own: older programs, which share
+// the file, know nothing of it and are not disturbed.
+inline constexpr char failuresSchema[] = "CREATE TABLE IF NOT EXISTS shot_failures (\n"
+                                         "  shot_id INTEGER PRIMARY KEY,\n"
+                                         "  reason TEXT NOT NULL,\n"
+                                         "  since_ms INTEGER NOT NULL\n"
+                                         ");";
+
 // The scan.
 inline constexpr char knownPaths[] = "SELECT path FROM shots";
 inline constexpr char deleteShot[] = "DELETE FROM shots WHERE path = ?"; // path
@@ -23,13 +31,34 @@ inline constexpr char insertShot[] =
     "INSERT OR IGNORE INTO shots(path, filename, bytes, mtime_ms, taken_at, indexed_at)\n"
     "VALUES(?, ?, ?, ?, ?, ?)";
 
+// Whether known files have changed. Columns: id, path, bytes, mtime_ms.
+inline constexpr char newestFiles[] =
+    "SELECT id, path, bytes, mtime_ms FROM shots ORDER BY mtime_ms DESC LIMIT ?"; // limit
+inline constexpr char failedFiles[] =
+    "SELECT id, path, bytes, mtime_ms FROM shots WHERE id IN (SELECT shot_id FROM shot_failures)";
+inline constexpr char namedFile[] = "SELECT id, path, bytes, mtime_ms FROM shots WHERE path = ?"; // path
+inline constexpr char filesAfter[] =
+    "SELECT id, path, bytes, mtime_ms FROM shots WHERE id > ? ORDER BY id LIMIT ?"; // id, limit
+inline constexpr char largestId[] = "SELECT MAX(id) FROM shots";
+// The text stays until the file is read again if only the time differs, as on a FAT drive when the clocks change. A file
+// of another size shows something else, which may be less on purpose: its old words must not find it any more.
+inline constexpr char fileChanged[] =
+    "UPDATE shots SET ocr_text = CASE WHEN bytes = ?1 THEN ocr_text END, ocr_done = 0, "
+    "bytes = ?1, mtime_ms = ?2, taken_at = ?3 WHERE id = ?4"; // bytes, mtime_ms, taken_at, id
+
 // Text recognition.
 inline constexpr char countWaiting[] = "SELECT COUNT(*) FROM shots WHERE ocr_done = 0";
-inline constexpr char waiting[] =
-    "SELECT id, path FROM shots WHERE ocr_done = 0 ORDER BY mtime_ms DESC LIMIT ?";             // limit
-inline constexpr char leaveWaiting[] = "UPDATE shots SET ocr_done = 0 WHERE id = ?";            // id
+// Those that failed come last: forty of them would otherwise keep all others waiting for ever.
+inline constexpr char waiting[] = "SELECT id, path FROM shots WHERE ocr_done = 0 "
+                                  "ORDER BY id IN (SELECT shot_id FROM shot_failures), mtime_ms DESC LIMIT ?"; // limit
+inline constexpr char leaveWaiting[] = "UPDATE shots SET ocr_done = 0 WHERE id = ?";                           // id
 inline constexpr char storeText[] = "UPDATE shots SET ocr_text = ?, ocr_done = 1 WHERE id = ?"; // text, id
 inline constexpr char giveUp[] = "UPDATE shots SET ocr_done = 1 WHERE id = ?";                  // id
+inline constexpr char recordFailure[] =
+    "INSERT INTO shot_failures(shot_id, reason, since_ms) VALUES(?1, ?2, ?3) "
+    "ON CONFLICT(shot_id) DO UPDATE SET reason = ?2 WHERE reason <> ?2"; // id, reason, milliseconds since 1970
+inline constexpr char forgetFailure[] = "DELETE FROM shot_failures WHERE shot_id = ?"; // id
+inline constexpr char forgetFailuresOfGone[] = "DELETE FROM shot_failures WHERE shot_id NOT IN (SELECT id FROM shots)";
 
 // The readers. Columns are those of Shot.
 inline constexpr char searchShots[] = "SELECT id,path,filename,taken_at,ocr_text FROM shots WHERE ocr_text LIKE ? "
@@ -40,5 +69,10 @@ inline constexpr char recentShots[] = "SELECT id,path,filename,taken_at,ocr_text
 // For inspecting the index.
 inline constexpr char countShots[] = "SELECT COUNT(*) FROM shots";
 inline constexpr char countRead[] = "SELECT COUNT(*) FROM shots WHERE ocr_text IS NOT NULL";
+inline constexpr char countFailed[] =
+    "SELECT COUNT(*) FROM shot_failures JOIN shots ON id = shot_id WHERE ocr_done = 0";
+// Columns: path, reason, since_ms.
+inline constexpr char failures[] = "SELECT path, reason, since_ms FROM shot_failures JOIN shots ON id = shot_id "
+                                   "WHERE ocr_done = 0 ORDER BY mtime_ms DESC";
 
 } // namespace qm::IndexSql

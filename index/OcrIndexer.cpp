@@ -1,22 +1,24 @@
 #include "index/OcrIndexer.h"
 
 #include "config/ConfigStore.h"
-#include "index/FolderScan.h"
+#include "config/FolderPresence.h"
 #include "index/IndexSql.h"
+#include "index/IndexTrouble.h"
 #include "index/OcrRunner.h"
 #include "index/ShotStore.h"
 #include "platform/QtQueue.h"
 #include "platform/ToolPaths.h"
-
-#include <QFileSystemWatcher>
 
 namespace qm {
 
 using namespace std::chrono_literals;
 
 static constexpr auto debounce = 1500ms;
+static constexpr auto longestBurst = 10s; // a file that never stops growing does not keep the others waiting
 static constexpr auto drainDelay = 1500ms;
 static constexpr auto safetyInterval = 60s;
+static constexpr int passesPerRound = 60; // every known file is looked at about once an hour
+static constexpr int mostNamed = 20'000;  // files; a program that writes more in a second and a half is not one of ours
 
 static QtQueue &sharedQueue()
 {
@@ -63,15 +65,35 @@ Timer OcrIndexer::postAfter(std::chrono::milliseconds delay, void (OcrIndexer::*
 
 void OcrIndexer::start()
 {
+    m_watch = std::make_unique<FolderWatch>([this](const QByteArray &path) {
+        m_queue.post([weak = weak_from_this(), path] {
+            if (const std::shared_ptr<OcrIndexer> indexer = weak.lock())
+                indexer->folderChanged(path);
+        });
+    });
     post(&OcrIndexer::startSafetyTimer); // before the first step, which may read pictures for longer than the interval
     post(&OcrIndexer::openAndStep);
-    startWatching();
+}
+
+void OcrIndexer::settingsChanged()
+{
+    post(&OcrIndexer::createCaptureFolder);
+    post(&OcrIndexer::scanAndPump);
+}
+
+// Only when it comes into force: a user who deletes it later means it.
+void OcrIndexer::createCaptureFolder()
+{
+    ConfigStore::createFolder(ConfigStore::resolveCaptureDir());
 }
 
 void OcrIndexer::openAndStep()
 {
+    createCaptureFolder();
     if (m_database.open())
         step(Scan::yes);
+    else
+        IndexTrouble::record({{IndexTrouble::Kind::open, m_database.error()}});
 }
 
 void OcrIndexer::pump(Scan scan)
@@ -83,15 +105,40 @@ void OcrIndexer::pump(Scan scan)
         step(scan);
 }
 
+FolderScan::Changes OcrIndexer::scanFolders()
+{
+    const QDateTime now = QDateTime::currentDateTimeUtc();
+    const QStringList folders = FolderScan::orderedSourceDirs();
+    m_watch->follow(folders); // first: what changes from here on is told
+    const auto changed = std::exchange(m_changed, {});
+    const FolderScan::Changes changes =
+        FolderScan::scan(m_database, {.folders = folders,
+                                      .away = FolderPresence::rememberedAwayFolders(now),
+                                      .named = QByteArrayList(changed.begin(), changed.end()),
+                                      .share = passesPerRound,
+                                      .after = m_lookedAt,
+                                      .now = now});
+    m_lookedAt = changes.after;
+    return changes;
+}
+
 void OcrIndexer::step(Scan scan)
 {
-    if (scan == Scan::yes)
-        FolderScan::scan(m_database, FolderScan::orderedSourceDirs(), QDateTime::currentDateTimeUtc());
-    if (!ConfigStore::autoOcr())
-        return;
+    std::optional<IndexTrouble> trouble;
+    if (scan == Scan::yes) {
+        if (const FolderScan::Changes changes = scanFolders(); !changes.error.isEmpty())
+            trouble = {IndexTrouble::Kind::write, changes.error};
+    }
+    OcrRunner::Batch batch;
+    if (ConfigStore::autoOcr())
+        batch = OcrRunner::run(m_database, m_findHelper(), OcrRunner::batchSize);
+    if (batch.trouble != OcrRunner::Batch::Trouble::none)
+        trouble = {batch.trouble == OcrRunner::Batch::Trouble::write ? IndexTrouble::Kind::write
+                                                                     : IndexTrouble::Kind::helper,
+                   batch.reason};
+    IndexTrouble::record(trouble);
     // A batch without a single text ends the drain: its pictures would only fail again.
-    if (OcrRunner::run(m_database, m_findHelper(), OcrRunner::batchSize) > 0 &&
-        m_database.number(IndexSql::countWaiting) > 0)
+    if (batch.read > 0 && m_database.number(IndexSql::countWaiting) > 0)
         scheduleDrain();
 }
 
@@ -107,24 +154,21 @@ void OcrIndexer::drain()
     pump(Scan::no);
 }
 
-void OcrIndexer::startWatching()
+void OcrIndexer::folderChanged(const QByteArray &path)
 {
-    const QString folder = ConfigStore::resolveCaptureDir();
-    ConfigStore::createFolder(folder);
-    m_watcher = std::make_unique<QFileSystemWatcher>();
-    if (!m_watcher->addPath(folder))
-        return; // the safety pass alone keeps the index current
-    QObject::connect(m_watcher.get(), &QFileSystemWatcher::directoryChanged, m_watcher.get(),
-                     [this] { post(&OcrIndexer::folderChanged); });
-}
-
-void OcrIndexer::folderChanged()
-{
+    if (!path.isEmpty() && !FolderScan::isImage(path.toStdString()))
+        return; // a log on the desktop must not put off what is read
+    if (!path.isEmpty() && m_changed.size() < mostNamed)
+        m_changed.insert(path);
     m_changeTimer = postAfter(debounce, &OcrIndexer::scanAndPump);
+    if (!m_changeLimit.isActive())
+        m_changeLimit = postAfter(longestBurst, &OcrIndexer::scanAndPump);
 }
 
 void OcrIndexer::scanAndPump()
 {
+    m_changeTimer.cancel();
+    m_changeLimit.cancel();
     pump(Scan::yes);
 }
 

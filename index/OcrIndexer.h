@@ -1,21 +1,23 @@
 #pragma once
 
 #include "index/Database.h"
+#include "index/FolderScan.h"
+#include "platform/FolderWatch.h"
 #include "platform/TaskQueue.h"
+
+#include <QSet>
 
 #include <functional>
 #include <memory>
 #include <optional>
 
-class QFileSystemWatcher;
-
 namespace qm {
 
 enum class Scan { no, yes };
 
-// Keeps the index current: scans and reads at start, shortly after the capture folder has changed, and every minute in
-// case a change was missed, in batches until no picture is waiting. Everything runs on its queue except start(), which
-// belongs to the main thread. All failures are quiet; the next trigger retries.
+// Keeps the index current: scans and reads at start, shortly after one of the folders has changed, and every minute in
+// case a change was missed, in batches until no picture is waiting. Everything runs on its queue except start() and
+// settingsChanged(), which belong to the main thread. Failures are recorded as IndexTrouble; the next trigger retries.
 class OcrIndexer : public std::enable_shared_from_this<OcrIndexer>
 {
 public:
@@ -30,30 +32,35 @@ public:
     OcrIndexer(TaskQueue &queue, const QString &databasePath, FindHelper findHelper);
     ~OcrIndexer();
 
-    void start();         // call once
-    void pump(Scan scan); // one step: a scan if requested, then a batch if the settings allow it
-    void scheduleDrain(); // soon another step without a scan, unless one is already scheduled
+    void start();           // call once
+    void settingsChanged(); // other folders may be in force
+    void pump(Scan scan);   // one step: a scan if requested, then a batch if the settings allow it
+    void scheduleDrain();   // soon another step without a scan, unless one is already scheduled
 
 private:
-    void startWatching();
     void startSafetyTimer();
-    void folderChanged();
+    void folderChanged(const QByteArray &path);
     void post(void (OcrIndexer::*task)());
     Timer postAfter(std::chrono::milliseconds delay, void (OcrIndexer::*task)());
 
+    void createCaptureFolder();
     void openAndStep();
     void step(Scan scan); // pump's work, on an open connection
+    FolderScan::Changes scanFolders();
     void scanAndPump();
     void drain();
     void safetyPass();
 
     TaskQueue &m_queue;
     FindHelper m_findHelper;
-    std::unique_ptr<QFileSystemWatcher> m_watcher; // main thread
+    std::unique_ptr<FolderWatch> m_watch; // main thread, but for follow()
 
     // Used on the queue only.
     Database m_database;
-    Timer m_changeTimer; // restarted by every change: a burst ends in one pass
+    QSet<QByteArray> m_changed; // files the watch has told of since the last scan
+    qint64 m_lookedAt = 0;      // how far the round over all known files has come, an id
+    Timer m_changeTimer;        // restarted by every change: a burst ends in one pass
+    Timer m_changeLimit;        // by then at the latest
     Timer m_drainTimer;
     Timer m_safetyTimer;
 };

@@ -4,11 +4,14 @@
 #include "index/IndexSql.h"
 #include "platform/ChildProcess.h"
 #include "platform/FolderListing.h"
+#include "platform/TerminationSignals.h"
 
+#include <QDateTime>
 #include <QFile>
 #include <QFileInfo>
 #include <QJsonDocument>
 #include <QJsonObject>
+#include <QThread>
 
 #include <cerrno>
 #include <fcntl.h>
@@ -68,8 +71,18 @@ private:
     const bool m_taken;
 };
 
-// The whole output, or nothing if it is not UTF-8: a helper that garbles one line cannot be trusted with the others.
-QByteArray runHelper(const QString &helper, const std::vector<Pending> &rows, const OcrRunner::Progress &progress)
+// Whether it is this process that ended the helper.
+bool isInterrupted()
+{
+    return QThread::currentThread()->isInterruptionRequested() || TerminationSignals::received();
+}
+
+struct Reading {
+    OcrRunner::Results results;
+    QString complaint; // why the helper could not read, if that is not the pictures' fault
+};
+
+Reading runHelper(const QString &helper, const std::vector<Pending> &rows, const OcrRunner::Progress &progress)
 {
     QByteArray input;
     int asked = 0;
@@ -87,8 +100,22 @@ QByteArray runHelper(const QString &helper, const std::vector<Pending> &rows, co
         if (progress)
             progress(std::min(answered, asked), asked);
     };
-    const QByteArray output = ChildProcess::run(helper, {}, input, received).value_or(QByteArray());
-    return QUtf8StringView(output).isValidUtf8() ? output : QByteArray();
+    const std::optional<ChildProcess::Result> result = ChildProcess::run(helper, {}, input, received);
+    if (!result)
+        return {{}, QStringLiteral("%1 cannot be started").arg(helper)};
+    // A helper that garbles one line cannot be trusted with the others.
+    if (!QUtf8StringView(result->output).isValidUtf8())
+        return {{}, QStringLiteral("its answer is not UTF-8")};
+    Reading reading{OcrRunner::parseNdjson(result->output), {}};
+    // The libraries that it reads with print warnings as well; its own begin with its name.
+    const QByteArray name = QFileInfo(helper).fileName().toUtf8() + ": ";
+    for (const QByteArray &line : result->errors.split('\n')) {
+        if (line.startsWith(name))
+            reading.complaint = QString::fromUtf8(line.mid(name.size()));
+    }
+    if (reading.complaint.isEmpty() && reading.results.size() < asked && !isInterrupted())
+        reading.complaint = QStringLiteral("it ended before it had answered");
+    return reading;
 }
 
 // Reading takes minutes, and would be in vain on a full disk. There and back: SQLite does not write what changes nothing.
@@ -116,9 +143,9 @@ OcrRunner::Results OcrRunner::parseNdjson(const QByteArray &output)
             continue;
         const QJsonValue text = object.value(u"text");
         if (object.contains(u"error"))
-            results.insert(path.toString().toUtf8(), std::nullopt);
+            results.insert(path.toString().toUtf8(), {std::nullopt, object.value(u"error").toString()});
         else if (text.isString())
-            results.insert(path.toString().toUtf8(), text.toString());
+            results.insert(path.toString().toUtf8(), {text.toString(), {}});
     }
     return results;
 }
@@ -128,39 +155,67 @@ bool OcrRunner::isBusy(const Database &database)
     return BatchLock(database).isTaken();
 }
 
-int OcrRunner::run(Database &database, const std::optional<QString> &helper, int limit, const Progress &progress)
+static bool store(Database &database, const std::vector<Pending> &rows, const Reading &reading, OcrRunner::Batch *batch)
+{
+    Transaction transaction(database);
+    Statement giveUp = database.prepare(IndexSql::giveUp);
+    Statement storeText = database.prepare(IndexSql::storeText);
+    Statement recordFailure = database.prepare(IndexSql::recordFailure);
+    Statement forgetFailure = database.prepare(IndexSql::forgetFailure);
+    for (const Pending &row : rows) {
+        Statement *change = nullptr;
+        const auto answer = reading.results.constFind(row.path);
+        if (!row.present || !row.askable) {
+            giveUp.bind(1, row.id);
+            change = &giveUp;
+        } else if (answer == reading.results.constEnd()) {
+            continue;
+        } else if (answer->text) {
+            storeText.bind(1, *answer->text);
+            storeText.bind(2, row.id);
+            change = &storeText;
+            ++batch->read;
+        } else {
+            ++batch->failed;
+            if (!reading.complaint.isEmpty())
+                continue;
+            recordFailure.bind(1, row.id);
+            recordFailure.bind(2, answer->error.isEmpty() ? QStringLiteral("unknown") : answer->error);
+            recordFailure.bind(3, QDateTime::currentMSecsSinceEpoch());
+            if (!recordFailure.run())
+                return false;
+            continue;
+        }
+        forgetFailure.bind(1, row.id);
+        if (!change->run() || !forgetFailure.run())
+            return false;
+    }
+    return transaction.commit();
+}
+
+OcrRunner::Batch OcrRunner::run(Database &database, const std::optional<QString> &helper, int limit,
+                                const Progress &progress)
 {
     if (!helper)
-        return 0;
+        return {};
     BatchLock lock(database);
     if (lock.isTaken())
-        return 0;
+        return {};
 
     const std::vector<Pending> rows = pendingRows(database, limit);
     if (rows.empty())
-        return 0;
+        return {};
     if (!canWrite(database, rows.front().id))
-        return 0;
-    const Results results = parseNdjson(runHelper(*helper, rows, progress));
-
-    Transaction transaction(database);
-    Statement giveUp = database.prepare(IndexSql::giveUp);
-    Statement store = database.prepare(IndexSql::storeText);
-    int stored = 0;
-    for (const Pending &row : rows) {
-        if (!row.present || !row.askable) {
-            giveUp.bind(1, row.id);
-            if (!giveUp.run())
-                return 0;
-        } else if (const std::optional<QString> text = results.value(row.path)) {
-            store.bind(1, *text);
-            store.bind(2, row.id);
-            if (!store.run())
-                return 0;
-            ++stored;
-        }
+        return {.trouble = Batch::Trouble::write, .reason = database.error()};
+    const Reading reading = runHelper(*helper, rows, progress);
+    Batch batch;
+    if (!store(database, rows, reading, &batch))
+        return {.trouble = Batch::Trouble::write, .reason = database.error()};
+    if (!reading.complaint.isEmpty()) {
+        batch.trouble = Batch::Trouble::helper;
+        batch.reason = reading.complaint;
     }
-    return transaction.commit() ? stored : 0;
+    return batch;
 }
 
 } // namespace qm

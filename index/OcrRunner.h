@@ -17,18 +17,30 @@ namespace OcrRunner {
 
 inline constexpr int batchSize = 40; // pictures: a few minutes of work, after which the results are stored
 
-// Maps a path (UTF-8) to its text; std::nullopt if the helper reported an error.
-using Results = QHash<QByteArray, std::optional<QString>>;
+struct Answer {
+    std::optional<QString> text;
+    QString error; // the helper's reason if there is no text
+};
+using Results = QHash<QByteArray, Answer>; // by path, UTF-8
 
 // done: pictures the helper has answered so far, of total.
 using Progress = std::function<void(int done, int total)>;
 
-// Processes one batch of at most limit pictures, newest first. Returns how many received a text. Rows whose file is
-// gone, or whose name the helper's input cannot carry, are marked as done without one. Also returns 0 if another process is running a batch, or if writing failed and
-// was rolled back.
-int run(Database &database, const std::optional<QString> &helper, int limit, const Progress &progress = {});
+struct Batch {
+    enum class Trouble { none, helper, write };
 
-// True if another process is running a batch: run would return 0 at once.
+    int read = 0;   // pictures that received a text
+    int failed = 0; // that cannot be read; the reasons are in the index
+    Trouble trouble = Trouble::none;
+    QString reason; // of the trouble, in the helper's or SQLite's words
+};
+
+// Processes one batch of at most limit pictures, newest first, those that failed before last. Rows whose file is gone, or
+// whose name the helper's input cannot carry, are marked as done without a text. An empty batch, without trouble, if
+// there is no helper or another process is running a batch. If writing fails, all of the batch is rolled back.
+Batch run(Database &database, const std::optional<QString> &helper, int limit, const Progress &progress = {});
+
+// True if another process is running a batch: run would return at once.
 bool isBusy(const Database &database);
 
 // Parses the helper's output: one JSON object per line with "path" and either "text" or "error"; other lines are

@@ -16,11 +16,14 @@ void ImageLoader::load(const QString &path, double maxEdge)
     m_image = {};
     m_failed = false;
     m_request.drop();
-    m_request = m_cache.image(path, maxEdge, m_load.newest([this](const QImage &image) {
+    m_load = std::make_shared<bool>();
+    m_request = m_cache.image(path, maxEdge, [this, mine = std::weak_ptr(m_load)](const QImage &image) {
+        if (mine.expired())
+            return;
         m_image = image;
         m_failed = image.isNull();
         Q_EMIT changed();
-    }));
+    });
     if (m_image.isNull())
         Q_EMIT changed(); // now loading
 }

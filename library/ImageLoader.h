@@ -1,7 +1,6 @@
 #pragma once
 
 #include "library/ThumbnailCache.h"
-#include "ui/LatestJob.h"
 
 #include <optional>
 
@@ -17,6 +16,7 @@ public:
 
     // Loading the same path again does nothing, whatever the edge (pixels) and however the last load ended.
     void load(const QString &path, double maxEdge);
+    void forget() { m_currentPath.reset(); } // its file may have changed: the next load is one
 
     const QImage &image() const { return m_image; } // null while loading and after a failure
     bool failed() const { return m_failed; }
@@ -29,7 +29,7 @@ private:
     QImage m_image;
     bool m_failed = false;
     std::optional<QString> m_currentPath;
-    LatestJob m_load; // a path that comes back must not accept the dropped result of its first request
+    std::shared_ptr<bool> m_load; // a path that comes back must not accept the dropped result of its first request
     ThumbnailRequest m_request;
 };
 

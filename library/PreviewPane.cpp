@@ -8,6 +8,7 @@
 #include "library/SymbolView.h"
 #include "ui/AppLocale.h"
 
+#include <QFileInfo>
 #include <QProgressBar>
 #include <QScreen>
 #include <QStackedLayout>
@@ -48,7 +49,8 @@ QWidget *PreviewPane::makeFailure()
     layout->addStretch();
     layout->addWidget(new SymbolView(QStringLiteral("exclamationmark.triangle"), failureSymbolSize), 0,
                       Qt::AlignHCenter);
-    layout->addWidget(new SecondaryLabel(AppLocale::text(u"Can't load this image", u"この画像を読み込めません")));
+    m_failureText = new SecondaryLabel(QString());
+    layout->addWidget(m_failureText);
     layout->addStretch();
     return page;
 }
@@ -90,6 +92,8 @@ QWidget *PreviewPane::makeContent()
 
 void PreviewPane::setShot(const std::optional<Shot> &shot, const QString &searched)
 {
+    if (m_shot && shot && m_shot->path == shot->path && m_shot != shot)
+        m_loader.forget();
     m_shot = shot;
     if (shot) {
         const QSize pixels = screen()->size() * screen()->devicePixelRatio();
@@ -108,6 +112,15 @@ PreviewPane::Showing PreviewPane::showing() const
     return m_loader.image().isNull() ? Showing::progress : Showing::picture;
 }
 
+QString PreviewPane::failureText() const
+{
+    const QFileInfo folder(
+        QFileInfo(m_shot->path).path()); // asked on a thread a moment ago, so this does not wait long
+    if (!folder.isDir())
+        return AppLocale::text(u"The folder %1 is not there", u"フォルダー %1 が見つかりません").arg(folder.filePath());
+    return AppLocale::text(u"Can't load this image", u"この画像を読み込めません");
+}
+
 void PreviewPane::refresh()
 {
     m_pages->setCurrentIndex(m_shot ? 1 : 0);
@@ -115,6 +128,8 @@ void PreviewPane::refresh()
         return;
     m_picture->setImage(m_loader.image());
     m_picture->setAccessibleName(m_shot->filename);
+    if (m_loader.failed())
+        m_failureText->setText(failureText());
     m_area->setCurrentWidget(showing() == Showing::failure   ? m_failure
                              : showing() == Showing::picture ? static_cast<QWidget *>(m_picture)
                                                              : m_progress);

@@ -6,6 +6,7 @@
 
 #include <QWidget>
 
+class QLabel;
 class QStackedLayout;
 
 namespace qm {
@@ -36,6 +37,7 @@ private:
     QWidget *makePlaceholder();
     QWidget *makeContent();
     QWidget *makeFailure();
+    QString failureText() const;
     void refresh();
 
     std::optional<Shot> m_shot;
@@ -44,6 +46,7 @@ private:
     QStackedLayout *m_area = nullptr;  // progress, picture or failure
     QWidget *m_progress = nullptr;
     QWidget *m_failure = nullptr;
+    QLabel *m_failureText = nullptr;
     PreviewPicture *m_picture = nullptr;
     RecognisedText *m_text = nullptr;
     ActionRow *m_actions = nullptr;

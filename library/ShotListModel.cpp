@@ -22,6 +22,7 @@ bool ShotListModel::setShots(const QList<Shot> &shots)
     const auto sameRow = [](const Shot &one, const Shot &other) { return one.id == other.id; };
     if (std::equal(m_shots.cbegin(), m_shots.cend(), shots.cbegin(), shots.cend(), sameRow)) {
         if (m_shots != shots) {
+            std::erase_if(m_visible, [&](const auto &entry) { return m_shots[entry.first] != shots[entry.first]; });
             m_shots = shots;
             Q_EMIT dataChanged(index(0), index(int(shots.size()) - 1));
         }

@@ -19,7 +19,7 @@ public:
     explicit ShotListModel(ThumbnailCache &cache, QObject *parent = nullptr);
 
     // Replaces the list. If it has the same ids in the same order, the model is not reset, so scroll position and
-    // selection stay. Returns true if it was reset.
+    // selection stay; rows with another text or time get their thumbnails again. Returns true if it was reset.
     bool setShots(const QList<Shot> &shots);
     const QList<Shot> &shots() const { return m_shots; }
     const Shot *shotAt(int row) const;         // null if out of range

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <QCache>
+#include <QDateTime>
 #include <QImage>
 #include <QObject>
 #include <QString>
@@ -9,6 +10,7 @@
 #include <atomic>
 #include <functional>
 #include <memory>
+#include <optional>
 
 namespace qm {
 
@@ -45,12 +47,28 @@ public:
     Q_DISABLE_COPY_MOVE(ThumbnailCache)
 
     // The picture with its longer edge at most maxEdge pixels; on a scaled screen the caller multiplies. A cached
-    // picture completes before this returns, any other later, exactly once. Failures are not cached: the next request
-    // tries again.
+    // picture completes before this returns, any other later, once. If the file of a cached one turns out to have changed
+    // (by size or modification time), the request, while it lives, completes a second time with what it shows now, which
+    // is null if that cannot be read. Failures are not cached: the next request tries again.
     [[nodiscard]] ThumbnailRequest image(const QString &path, double maxEdge, Completion completion);
 
 private:
-    QCache<QString, QImage> m_images; // by "edge:path"; the cost is bytes
+    struct Stamp {
+        qint64 bytes = -1;
+        QDateTime modified;
+
+        bool operator==(const Stamp &) const = default;
+    };
+    struct Kept {
+        QImage image;
+        Stamp stamp; // of the file it was made from
+    };
+
+    static Stamp stampOf(const QString &path);
+    void load(const QString &path, double maxEdge, Completion completion, const ThumbnailRequest &request,
+              const std::optional<Stamp> &known);
+
+    QCache<QString, Kept> m_images; // by "edge:path"; the cost is bytes
     QThreadPool m_pool;
     QObject m_context; // receives the pool's results
     std::shared_ptr<std::atomic<bool>> m_closing = std::make_shared<std::atomic<bool>>(false);

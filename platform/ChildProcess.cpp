@@ -11,14 +11,14 @@ namespace qm {
 
 static constexpr int wakeUp = 100;       // ms between checks for an interruption request
 static constexpr int endPolitely = 1000; // ms before a child that ignores SIGTERM is killed
+static constexpr int errorsKept = 4096;  // bytes
 
-std::optional<QByteArray> ChildProcess::run(const QString &program, const QStringList &arguments,
-                                            const QByteArray &input, const Received &received)
+std::optional<ChildProcess::Result> ChildProcess::run(const QString &program, const QStringList &arguments,
+                                                      const QByteArray &input, const Received &received)
 {
     QProcess process;
     process.setProgram(program);
     process.setArguments(arguments);
-    process.setStandardErrorFile(QProcess::nullDevice());
     process.setChildProcessModifier(&endWithParent);
     process.start();
     if (!process.waitForStarted(-1))
@@ -26,10 +26,11 @@ std::optional<QByteArray> ChildProcess::run(const QString &program, const QStrin
     process.write(input); // buffered: written as the child reads, while its output is read
     process.closeWriteChannel();
 
-    QByteArray output;
+    Result result;
     const auto take = [&] {
+        result.errors = (result.errors + process.readAllStandardError()).right(errorsKept);
         const QByteArray piece = process.readAllStandardOutput();
-        output += piece;
+        result.output += piece;
         if (received && !piece.isEmpty())
             received(piece);
     };
@@ -45,7 +46,7 @@ std::optional<QByteArray> ChildProcess::run(const QString &program, const QStrin
         }
     }
     take();
-    return output;
+    return result;
 }
 
 void ChildProcess::start(const QString &program, const QStringList &arguments)

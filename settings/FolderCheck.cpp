@@ -1,6 +1,7 @@
 #include "settings/FolderCheck.h"
 
 #include "config/ConfigStore.h"
+#include "config/FolderPresence.h"
 
 #include <QFile>
 #include <QFileInfo>
@@ -41,9 +42,7 @@ FolderProblem folderProblem(const QString &path)
 static FolderProblem problemOfShared(const QString &path, bool inForce)
 {
     const FolderProblem problem = folderProblem(path);
-    const bool showsOurs = QFileInfo::exists(path + QStringLiteral("/config.json")) ||
-                           QFileInfo::exists(path + QStringLiteral("/captures"));
-    if (inForce && problem != FolderProblem::file && !showsOurs)
+    if (inForce && problem != FolderProblem::file && FolderPresence::isSharedFolderAway())
         return FolderProblem::away;
     return problem == FolderProblem::none && !QFileInfo::exists(path) ? FolderProblem::missing : problem;
 }

@@ -11,7 +11,7 @@ enum class FolderProblem {
     notWritable, // it is there, but nothing can be saved in it
     cannotBeCreated,
     missing, // a shared folder has to be there when it is chosen
-    away,    // the shared folder in force shows nothing of ours: a drive that is not connected
+    away,    // the shared folder in force is on a drive that is not connected, say
 };
 
 // Can pictures be saved in this folder, or could it be created? Any thread; may wait for a slow folder.

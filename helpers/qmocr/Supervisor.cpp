@@ -63,14 +63,17 @@ void Supervisor::done(const Job &job, const Answer &answer)
         m_options.emptied();
 }
 
+bool isSettled(const QDateTime &fileChanged, const QDateTime &now)
+{
+    return fileChanged.isValid() && std::abs(fileChanged.secsTo(now)) >= settled;
+}
+
 QByteArray resultLine(const QByteArray &path, const Answer &answer, const QDateTime &fileChanged, const QDateTime &now)
 {
     QJsonObject line{{QStringLiteral("path"), QString::fromUtf8(path)}};
-    // A time in the future means a wrong clock, not a file still being written.
-    const bool isSettled = fileChanged.isValid() && std::abs(fileChanged.secsTo(now)) >= settled;
     if (answer.text)
         line[QStringLiteral("text")] = *answer.text;
-    else if (answer.lasting && isSettled)
+    else if (answer.lasting && isSettled(fileChanged, now))
         line[QStringLiteral("text")] = QString();
     else
         line[QStringLiteral("error")] = answer.error;

@@ -48,8 +48,12 @@ private:
     bool m_saidNoData = false;
 };
 
-// The line for one path. A file that will never be readable and has not changed for an hour counts as read, with no
-// text: an error would be retried forever. A recently changed file may still be incomplete.
+// Whether a file has not changed for an hour: it is complete then, as complete as it will ever be. A time in the future
+// means a wrong clock, not a file still being written.
+bool isSettled(const QDateTime &fileChanged, const QDateTime &now);
+
+// The line for one path. A settled file that will never be readable counts as read, with no text: an error would be
+// retried forever.
 QByteArray resultLine(const QByteArray &path, const Answer &answer, const QDateTime &fileChanged, const QDateTime &now);
 
 } // namespace qm::ocr

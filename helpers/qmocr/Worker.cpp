@@ -2,6 +2,7 @@
 
 #include "helpers/qmocr/Preprocess.h"
 #include "helpers/qmocr/ProcessControl.h"
+#include "helpers/qmocr/Supervisor.h"
 #include "helpers/qmocr/TextReader.h"
 #include "helpers/qmocr/WireFormat.h"
 #include "imaging/ImageFile.h"
@@ -68,6 +69,9 @@ static void read(TextReader &reader, const QString &path, const ReplyPipe &repli
         return replies.send(Kind::passingError, file.errorString().toUtf8());
     if (opened.failure != ImageFile::Failure::none || opened.image.isNull())
         return replies.send(Kind::lastingError, "not a readable picture");
+    // Half of it would be kept as all there is, for nobody asks again once a text is there.
+    if (opened.isCut && !isSettled(info.lastModified(), QDateTime::currentDateTimeUtc()))
+        return replies.send(Kind::passingError, "incomplete, perhaps still being written");
 
     const QImage gray = toGray(std::exchange(opened.image.pixels, {}));
     if (gray.isNull())

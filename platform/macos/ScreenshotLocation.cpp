@@ -6,9 +6,10 @@ namespace qm {
 
 std::optional<QByteArray> systemScreenshotLocation()
 {
-    return ChildProcess::run(
+    const auto answer = ChildProcess::run(
         QStringLiteral("/usr/bin/defaults"),
         {QStringLiteral("read"), QStringLiteral("com.apple.screencapture"), QStringLiteral("location")});
+    return answer ? std::optional(answer->output) : std::nullopt;
 }
 
 } // namespace qm

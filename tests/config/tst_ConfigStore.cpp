@@ -1,4 +1,5 @@
 #include "config/ConfigStore.h"
+#include "config/FolderPresence.h"
 #include "tests/support/FullDisk.h"
 #include "tests/support/OrdinaryUser.h"
 #include "tests/support/TempHome.h"
@@ -75,6 +76,7 @@ private Q_SLOTS:
         };
         for (const auto &[json, expected] : rows) {
             m_home->write(localFile, json);
+            m_home->write(sharedFile, "{}");
             const Hotkey hotkey = ConfigStore::resolveHotkey();
             const QStringList seen{ConfigStore::resolveCaptureDir(), ConfigStore::resolveSource(),
                                    rawValue(hotkey.modifier), QString::number(hotkey.holdThreshold),
@@ -124,6 +126,32 @@ private Q_SLOTS:
         QCOMPARE(parsed(m_home->read(sharedFile)), QJsonObject());
         QVERIFY(ConfigStore::setCloud(QString()));
         QCOMPARE(parsed(m_home->read(localFile)), parsed(R"({"autoOcr": false})"));
+    }
+
+    void foldersThatAreAway()
+    {
+        const QDateTime now = QDateTime::currentDateTimeUtc();
+        const QString cloud = m_home->file(u"cloud"_s), desktop = m_home->file(u"Desktop"_s);
+        const auto capturesAt = [this](const QString &folder) {
+            return ConfigStore::resolveCaptureDir() == m_home->file(folder + u"/captures"_s);
+        };
+        m_home->write(localFile, R"({"cloud": "~/cloud"})");
+        QVERIFY(QDir().mkpath(desktop) && QDir().mkpath(cloud));
+        QCOMPARE(FolderPresence::rememberedAwayFolders(now), QStringList()); // a new one may be empty
+        QVERIFY(QDir().mkpath(cloud + u"/captures"_s));
+        QCOMPARE(FolderPresence::rememberedAwayFolders(now), QStringList());
+        QVERIFY(capturesAt(u"cloud"_s));
+        QVERIFY(QDir().rmdir(cloud + u"/captures"_s)); // as a mount point is when its drive is not there
+        QVERIFY(capturesAt(u".quillmere"_s));
+        QVERIFY(QDir().rmdir(desktop));
+        QCOMPARE(FolderPresence::rememberedAwayFolders(now.addDays(29)), QStringList({desktop, cloud}));
+        QCOMPARE(FolderPresence::rememberedAwayFolders(now.addDays(32)), QStringList());
+        QCOMPARE(FolderPresence::awayFolders(), QStringList({desktop, cloud}));
+        m_home->write(sharedFile, "{}");
+        QCOMPARE(FolderPresence::awayFolders(), QStringList(desktop));
+        m_home->write(localFile, R"({"cloud": "~/cloud", "captures": "~/mine/captures"})");
+        QVERIFY(QDir(cloud).removeRecursively());
+        QVERIFY(capturesAt(u"mine"_s)); // not below it
     }
 
     void linkAndModeSurviveAWrite()

@@ -63,11 +63,11 @@ private Q_SLOTS:
     {
         addShots(45);
         QCOMPARE(qms(u"scan"_s), 0);
-        QCOMPARE(m_output, u"45 new, 0 gone, 45 in the index\n"_s);
+        QCOMPARE(m_output, u"45 new, 0 changed, 0 gone, 45 in the index\n"_s);
         qms(u"ocr"_s);
         QCOMPARE(m_output, u"40 read, 5 still waiting\n"_s);
         qms(u"ocr --all --json"_s);
-        QCOMPARE(m_output, u"{\"read\":5,\"waiting\":0}\n"_s);
+        QCOMPARE(m_output, u"{\"failed\":0,\"read\":5,\"waiting\":0}\n"_s);
         QCOMPARE(qms(u"search TOTAL 請求 --limit 2"_s), 0);
         QCOMPARE(m_output.count(u'\n'), 4);
         QVERIFY2(m_output.contains(u"2026-03-05 14:07:"_s) && m_output.contains(u"    total 請求書"_s),
@@ -83,7 +83,7 @@ private Q_SLOTS:
         QCOMPARE(qms(u"list"_s, u"/dev/full"_s), 2);
         QVERIFY(QDir(m_home->file(u".quillmere/captures"_s)).removeRecursively());
         qms(u"scan"_s);
-        QCOMPARE(m_output, u"0 new, 45 gone, 0 in the index\n"_s);
+        QCOMPARE(m_output, u"0 new, 0 changed, 45 gone, 0 in the index\n"_s);
     }
 
     void wrongUse()
@@ -99,6 +99,7 @@ private Q_SLOTS:
             {u"list --limit no"_s, u"--limit"_s},
             {u"list --limit 0"_s, u"--limit"_s},
             {u"scan --all"_s, u"--all"_s},
+            {u"list --failed"_s, u"--failed"_s},
             {u"scan --nonsense"_s, u"Unknown option 'nonsense'"_s},
         };
         for (const auto &[words, error] : rows) {
@@ -166,7 +167,10 @@ private Q_SLOTS:
         addShots(3);
         QCOMPARE(qms(u"scan"_s), 0);
         QCOMPARE(qms(u"ocr --all"_s), 1);
-        QCOMPARE(m_output, u"0 read, 3 still waiting\n"_s);
+        QCOMPARE(qms(u"status --failed"_s), 0);
+        QVERIFY2(m_output.count(u'\n') == 3 && m_output.contains(u"-14-07-02.png: no\n"_s), qPrintable(m_output));
+        qms(u"ocr"_s);
+        QCOMPARE(m_output, u"0 read, 3 still waiting, 3 of them cannot be read (see qms status --failed)\n"_s);
     }
 
     void aSearchRecoversWhatAKilledWriterLeft()

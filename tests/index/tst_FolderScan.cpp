@@ -32,9 +32,12 @@ private:
     void touch(const QString &relative, qint64 modified = 1'000'000'000, const QByteArray &content = "x") const
     {
         m_home->write(relative, content);
-        setModified(at(relative), modified);
+        m_home->setModified(relative, modified);
     }
-    FolderScan::Changes scan(const QStringList &folders) { return FolderScan::scan(*m_database, folders, now); }
+    FolderScan::Changes scan(const QStringList &folders)
+    {
+        return FolderScan::scan(*m_database, {.folders = folders, .now = now});
+    }
     FolderScan::Changes scan() { return scan({at(u"a"_s), at(u"b"_s)}); }
     QStringList names() { return rows(*m_database, "SELECT filename FROM shots ORDER BY filename", 1); }
 
@@ -77,12 +80,47 @@ private Q_SLOTS:
                          at(u"a/Shot 2024-05-01 at 09.30.15.png"_s) +
                              u"|Shot 2024-05-01 at 09.30.15.png|5|1714500000000|2024-05-01T09:30:15"
                              "|-|0|2026-03-05T14:07:09Z"_s})); // in order of time, not of folders
-        QVERIFY(m_database->execute("UPDATE shots SET ocr_text = 'read', indexed_at = 'then'"));
-        touch(u"a/Shot 2024-05-01 at 09.30.15.png"_s, 1'700'000'000, "replaced in place"); // its row stays as it was
+        QVERIFY(m_database->execute("UPDATE shots SET ocr_text = 'read', ocr_done = 1, indexed_at = 'then'"));
+        QVERIFY(m_database->execute("INSERT INTO shot_failures VALUES(1, 'half', 5), (2, 'half', 5)"));
+        touch(u"a/Shot 2024-05-01 at 09.30.15.png"_s, 1'700'000'001, "redacted");
+        touch(u"b/x.png"_s, 1'700'000'002); // no less than it was: found by its words until they are read again
         const FolderScan::Changes changes = scan();
-        QCOMPARE(changes.added + changes.removed, 0);
-        QCOMPARE(rows(*m_database, "SELECT bytes, ocr_text, indexed_at FROM shots", 3),
-                 QStringList({u"1|read|then"_s, u"5|read|then"_s}));
+        QCOMPARE(std::tuple(changes.added, changes.removed, changes.changed), std::tuple(0, 0, 2));
+        QCOMPARE(rows(*m_database, "SELECT bytes, mtime_ms, taken_at, ocr_text, ocr_done, indexed_at FROM shots", 6),
+                 QStringList({u"1|1700000002000|2023-11-14T22:13:22Z|read|0|then"_s,
+                              u"8|1700000001000|2024-05-01T09:30:15|-|0|then"_s}));
+        QCOMPARE(m_database->number("SELECT COUNT(*) FROM shot_failures"), 0);
+        QCOMPARE(scan().changed, 0);
+    }
+
+    // A look at every file would cost more than all else. Here the oldest has been replaced by one of its age.
+    void whichFilesAreLookedAt()
+    {
+        for (int i = 0; i < 400; ++i)
+            touch(u"a/%1.png"_s.arg(i), 1'000'000'000 + i);
+        auto replace = [this, size = 1](const QString &name) mutable {
+            touch(name, 1'000'000'000, QByteArray(++size, 'x'));
+        };
+        const QString oldest = u"a/0.png"_s;
+        const QStringList folders{at(u"a"_s)};
+        QCOMPARE(scan(folders).added, 400);
+        replace(oldest);
+        QCOMPARE(scan(folders).changed, 0);
+        QCOMPARE(FolderScan::scan(*m_database, {.folders = folders, .named = {at(oldest).toUtf8()}}).changed, 1);
+        replace(oldest);
+        QVERIFY(
+            m_database->execute("INSERT INTO shot_failures SELECT id, 'half', 5 FROM shots ORDER BY mtime_ms LIMIT 1"));
+        QCOMPARE(scan(folders).changed, 1);
+        replace(oldest);
+        FolderScan::Changes round;
+        int changed = 0;
+        for (int pass = 0; pass < 11; ++pass) { // all of them in turn, and begins anew
+            round = FolderScan::scan(*m_database, {.folders = folders, .share = 10, .after = round.after});
+            changed += round.changed;
+        }
+        QCOMPARE(changed, 1);
+        replace(oldest);
+        QCOMPARE(FolderScan::scan(*m_database, {.folders = folders, .share = 1}).changed, 1);
     }
 
     void rowsOfGoneFilesLeave()
@@ -99,6 +137,7 @@ private Q_SLOTS:
         QCOMPARE(scan({at(u"a"_s)}).removed, 3); // folder c is no longer looked into; its files are asked for
         QCOMPARE(names(), QStringList({u"elsewhere.png"_s, u"stays.png"_s, u"turns folder.png"_s}));
         QVERIFY(QDir(at(u"a"_s)).removeRecursively());
+        QCOMPARE(FolderScan::scan(*m_database, {.away = {at(u"a"_s), at(u"c/else"_s)}}).removed, 0);
         QCOMPARE(scan({at(u"a"_s)}).removed, 2);
     }
 
@@ -126,7 +165,7 @@ private Q_SLOTS:
         for (int i = 0; i < 2000; ++i)
             m_home->write(u"a/%1.png"_s.arg(i), "x");
         Database closed(at(u"none/db.sqlite"_s), Database::Access::read);
-        QCOMPARE(FolderScan::scan(closed, {at(u"a"_s)}, now).added, 0);
+        QCOMPARE(FolderScan::scan(closed, {.folders = {at(u"a"_s)}}).added, 0);
         QVERIFY(m_database->execute("PRAGMA max_page_count = 20")); // SQLite's own "disk full"
         QCOMPARE(scan().added, 0);
         QCOMPARE(names(), QStringList());

@@ -1,4 +1,5 @@
 #include "index/IndexSql.h"
+#include "index/IndexTrouble.h"
 #include "index/OcrIndexer.h"
 #include "tests/support/IndexFixture.h"
 #include "tests/support/ManualQueue.h"
@@ -137,6 +138,60 @@ private Q_SLOTS:
         QCOMPARE(state(), u"0 0 0"_s);
         m_queue->advance(1ms);
         QCOMPARE(state(), u"10 10 1"_s);
+        // A log on the desktop that grows, and a picture that does: neither puts off the others for long.
+        const auto start = m_queue->now();
+        while (state() != u"12 12 2"_s && m_queue->now() - start < 30s) {
+            m_home->write(u".quillmere/captures/log.txt"_s, "x");
+            addShot(m_queue->now() - start < 1s ? u"new.png"_s : u"grows.png"_s);
+            QTRY_VERIFY(m_queue->hasTasks());
+            m_queue->advance(500ms);
+        }
+        QCOMPARE(m_queue->now() - start, 10s);
+    }
+
+    // What Qt's watcher would not tell: a file written in place, and one that is replaced in a folder that came later.
+    void whatIsWrittenInPlaceIsReadAgain()
+    {
+        installHelper();
+        m_home->write(u".quillmere/config.json"_s, "{\"source\": \"~/later\"}");
+        addShot(u"1.png"_s);
+        m_home->setModified(u".quillmere/captures/1.png"_s, 1'000'000'000);
+        start();
+        QCOMPARE(state(), u"1 1 1"_s);
+        const auto afterAPause = [this] {
+            if (!QTest::qWaitFor([this] { return m_queue->hasTasks(); }))
+                qFatal("nothing was told");
+            m_queue->advance(1500ms);
+            return state();
+        };
+        addShot(u"1.png"_s);
+        QCOMPARE(afterAPause(), u"1 1 2"_s);
+        m_home->write(u"later/2.png"_s, "x");
+        m_indexer->settingsChanged(); // as if it had just been chosen
+        m_queue->drain();
+        QCOMPARE(state(), u"2 2 3"_s);
+        m_home->write(u"later/2.png"_s, "longer");
+        QCOMPARE(afterAPause(), u"2 2 4"_s);
+        QVERIFY(QDir(m_home->file(u"later"_s)).removeRecursively());
+        QCOMPARE(afterAPause(), u"2 2 4"_s); // it may be a drive that is away
+        m_home->write(u"later/3.png"_s, "x");
+        m_queue->advance(60s);
+        QCOMPARE(state(), u"2 2 5"_s);
+        m_home->write(u"later/3.png"_s, "longer");
+        QCOMPARE(afterAPause(), u"2 2 6"_s);
+    }
+
+    void troubleIsRecorded()
+    {
+        addShot(u"1.png"_s);
+        m_helper = m_home->script(u"helper"_s, "echo 'helper: no data' >&2");
+        start();
+        const std::optional<IndexTrouble> first = IndexTrouble::read();
+        QVERIFY(first && first->kind == IndexTrouble::Kind::helper);
+        QCOMPARE(first->reason, u"no data"_s);
+        installHelper();
+        m_queue->advance(60s);
+        QVERIFY(!IndexTrouble::read());
     }
 
     void aDatabaseThatCannotBeOpenedKeepsTheIndexIdle()
@@ -147,6 +202,7 @@ private Q_SLOTS:
         QVERIFY(QDir(databasePath()).removeRecursively());
         m_queue->advance(120s);
         QVERIFY(!QFile::exists(databasePath())); // only a new start opens it
+        QVERIFY(IndexTrouble::read()->kind == IndexTrouble::Kind::open);
     }
 
     void theSchemaIsTriedAgain()

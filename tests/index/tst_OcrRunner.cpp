@@ -26,6 +26,8 @@ private:
     std::unique_ptr<TempHome> m_home;
     std::unique_ptr<Database> m_database;
 
+    OcrRunner::Batch m_batch; // the last one
+
     // One row, newest first in order of the calls.
     void addRow(const QString &name, bool present = true)
     {
@@ -36,7 +38,8 @@ private:
     int run(const QByteArray &helper, int limit = 40)
     {
         const QByteArray text = "text() { printf '{\"path\": \"%s\", \"text\": \"%s\"}\\n' \"$1\" \"$2\"; }\n";
-        return OcrRunner::run(*m_database, m_home->script(u"helper"_s, "cd ${0%/*}\n" + text + helper), limit);
+        const QString script = m_home->script(u"helper"_s, "cd ${0%/*}\n" + text + helper);
+        return (m_batch = OcrRunner::run(*m_database, script, limit)).read;
     }
 
 private Q_SLOTS:
@@ -77,6 +80,35 @@ private Q_SLOTS:
         }
     }
 
+    void reasonsAreKept()
+    {
+        addRow(u"bad.png"_s);
+        addRow(u"one.png"_s);
+        const auto failures = [this] {
+            return rows(*m_database,
+                        "SELECT filename, reason, since_ms > 1e12 FROM shot_failures JOIN shots ON id = shot_id", 3);
+        };
+        const QByteArray fails =
+            "while read -r p; do case $p in *bad*) echo '{\"path\": \"'$p'\", \"error\": \"'$why'\"}';; "
+            "*) text $p t;; esac; done";
+        run("why=no; " + fails);
+        QCOMPARE(failures(), QStringList(u"bad.png|no|1"_s));
+        QVERIFY(m_batch.failed == 1 && m_batch.trouble == OcrRunner::Batch::Trouble::none);
+        addRow(u"older.png"_s);
+        QCOMPARE(run("why=no; " + fails, 1), 1); // others first, or bad ones would keep them waiting
+        run("why=other; " + fails);
+        QCOMPARE(failures(), QStringList(u"bad.png|other|1"_s));
+        // Not the picture's fault.
+        run("why=language; echo 'helper: no data' >&2; " + fails);
+        QCOMPARE(failures(), QStringList(u"bad.png|other|1"_s));
+        QCOMPARE(m_batch.reason, u"no data"_s);
+        QCOMPARE(run("read -r p; text $p t"), 1);
+        QCOMPARE(failures(), QStringList());
+        addRow(u"last.png"_s);
+        run("exit 1");
+        QCOMPARE(m_batch.reason, u"it ended before it had answered"_s);
+    }
+
     void theInputIsThePathsNewestFirst()
     {
         addRow(u"a b '\".png"_s);
@@ -92,13 +124,14 @@ private Q_SLOTS:
     void withoutAHelperNothingIsTouched()
     {
         addRow(u"gone.png"_s, false);
-        QCOMPARE(OcrRunner::run(*m_database, std::nullopt, 40), 0);
+        QCOMPARE(OcrRunner::run(*m_database, std::nullopt, 40).read, 0);
         QCOMPARE(rows(*m_database, all, 3), QStringList(u"gone.png|-|0"_s));
         QCOMPARE(run("touch started"), 0); // nor is one started for nothing
         QVERIFY(!QFile::exists(m_home->file(u"started"_s)));
         QCOMPARE(rows(*m_database, all, 3), QStringList(u"gone.png|-|1"_s));
         addRow(u"one.png"_s);
-        QCOMPARE(OcrRunner::run(*m_database, m_home->file(u"missing"_s), 40), 0); // one that cannot be started
+        QVERIFY(OcrRunner::run(*m_database, m_home->file(u"missing"_s), 40)
+                    .reason.contains(u"missing"_s)); // one that cannot be started
         QVERIFY(rows(*m_database, all, 3).contains(u"one.png|-|0"_s));
     }
 

@@ -1,5 +1,6 @@
 #include "index/Database.h"
 #include "index/ShotStore.h"
+#include "tests/support/IndexFixture.h"
 #include "tests/support/TempHome.h"
 
 #include <QFile>
@@ -58,6 +59,42 @@ private Q_SLOTS:
                 found << shot.filename;
             QCOMPARE(found.join(u' '), expected);
         }
+    }
+
+    void indexesOfOtherAges()
+    {
+        const QString path = m_home.file(u"old/db.sqlite"_s), copy = path + u".form0"_s;
+        m_home.write(u"old/none"_s, "");
+        QVERIFY(QFile::copy(QStringLiteral(QM_TEST_DATA "/home-0.1/db.sqlite"), path));
+        const auto texts = [](Database &database) {
+            return rows(database, "SELECT id, filename, taken_at, ocr_text, ocr_done FROM shots ORDER BY id", 5)
+                .join(u'\n');
+        };
+        const QString written = u"1|plain.png|2026-11-20T10:00:00Z|Quarterly report|1\n"
+                                "2|Screenshot from 2026-11-22 09-48-06.png|2026-11-22T09:48:06|Invoice total 4417|1"_s;
+        {
+            Database today(path, Database::Access::write);
+            QVERIFY(today.open());
+            QCOMPARE(texts(today), written);
+            QCOMPARE(today.number("SELECT COUNT(*) FROM shot_failures"), 0);
+            QVERIFY(!QFile::exists(copy));
+        }
+        {
+            Database next(path, Database::Access::write, 3);
+            QVERIFY(next.open());
+            QCOMPARE(texts(next), written);
+            Database kept(copy, Database::Access::read);
+            QVERIFY(kept.open());
+            QCOMPARE(texts(kept), written);
+            QVERIFY(!(QFile::permissions(copy) & (QFile::ReadGroup | QFile::ReadOther)));
+        }
+        const QByteArray before = m_home.read(u"old/db.sqlite"_s);
+        for (const Database::Access access : {Database::Access::write, Database::Access::read}) {
+            Database older(path, access);
+            QVERIFY(!older.open() && !older.isOpen());
+            QVERIFY(older.error().contains(u"newer version"_s));
+        }
+        QCOMPARE(m_home.read(u"old/db.sqlite"_s), before);
     }
 
     void statementsStopAtTheFirstRefusal()

@@ -72,6 +72,36 @@ private Q_SLOTS:
         QVERIFY(kept(cache, paths[1]).isNull());
     }
 
+    void aFileThatIsReplaced()
+    {
+        ThumbnailCache cache;
+        const QString path = picture(u"replaced.png"_s, {960, 720});
+        waitFor(cache, path);
+        QList<QSize> seen;
+        const auto see = [&](const QImage &image) { seen << image.size(); };
+        {
+            const ThumbnailRequest same = cache.image(path, 96, see);
+            waitFor(cache, picture(u"other.png"_s, {8, 8})); // by then the first has been looked at
+            QTest::qWait(1);
+        }
+        QCOMPARE(seen, QList<QSize>({QSize(96, 72)}));
+        picture(u"replaced.png"_s, {720, 960});
+        const ThumbnailRequest live = cache.image(path, 96, see);
+        cache.image(path, 96, see).drop();
+        QTRY_COMPARE(seen.size(), 4);
+        QCOMPARE(seen, QList<QSize>({QSize(96, 72), QSize(96, 72), QSize(96, 72), QSize(72, 96)}));
+        QCOMPARE(kept(cache, path).size(), QSize(72, 96));
+
+        ImageLoader loader(cache);
+        loader.load(path, 96);
+        m_home.write(u"replaced.png"_s, "no picture");
+        loader.load(path, 96);
+        QCOMPARE(loader.image().size(), QSize(72, 96));
+        loader.forget();
+        loader.load(path, 96);
+        QTRY_VERIFY(loader.failed());
+    }
+
     // The last word is the loader's, whatever comes in last; and a path that comes back gets its image.
     void staleResults()
     {

@@ -74,7 +74,7 @@ private Q_SLOTS:
         QByteArray output;
         queue.post([&] {
             const auto received = [&](const QByteArray &piece) { child = piece.trimmed().toInt(); };
-            output = ChildProcess::run(script, {}, {}, received).value_or("not started");
+            output = ChildProcess::run(script, {}, {}, received).value().output;
         });
         QTRY_VERIFY(child != 0);
         QVERIFY(queue.stop(10s));
@@ -89,14 +89,15 @@ private Q_SLOTS:
             {"cat", large, large}, // beyond what a pipe holds
             {"echo early; exit 3", large, "early\n"},
             {"printf half; kill -9 $$", large, "half"},
-            {"echo a; exec >&-; sleep 0.1; echo no >&2", "", "a\n"}, // goes on after closing its output
-            {"printf '%s|' \"$@\"", "", "a b|$HOME;'\"*||"},         // what no shell has read
+            {"echo a; exec >&-; sleep 0.1; echo why >&2", "", "a\n", "why\n"}, // goes on after closing its output
+            {"printf '%s|' \"$@\"", "", "a b|$HOME;'\"*||"},                   // what no shell has read
         };
         for (const QByteArrayList &row : rows) {
             QByteArray pieces;
             const auto result = ChildProcess::run(m_home.script(u"child"_s, row[0]), {u"a b"_s, u"$HOME;'\"*"_s, u""_s},
                                                   row[1], [&](const QByteArray &piece) { pieces += piece; });
-            QCOMPARE(result, row[2]);
+            QCOMPARE(result->output, row[2]);
+            QCOMPARE(result->errors, row.value(3));
             QCOMPARE(pieces, row[2]);
         }
         m_home.write(u"plain"_s, "not executable");

@@ -208,7 +208,7 @@ private Q_SLOTS:
         };
         for (const auto &row : rows) {
             init();
-            for (const char16_t *folder : {u"cloud", u"sealed", u"inForce"})
+            for (const char16_t *folder : {u"cloud", u"sealed"})
                 QVERIFY(QDir(m_home->path()).mkdir(QString::fromUtf16(folder)));
             m_home->write(u"file"_s, {});
             m_home->write(u"theirs/config.json"_s, R"({"captures": "~/file/a"})");

@@ -2,12 +2,9 @@
 
 #include "index/Database.h"
 
-#include <QDateTime>
-#include <QFile>
 #include <QStringList>
 
 #include <optional>
-#include <utime.h>
 
 namespace qm {
 
@@ -39,13 +36,6 @@ inline bool addRow(Database &database, const QString &path, qint64 modifiedMs, c
         insert.bind(4, *text);
     insert.bind(5, int(text.has_value()));
     return insert.run();
-}
-
-inline void setModified(const QString &path, qint64 secondsSince1970)
-{
-    const utimbuf times{secondsSince1970, secondsSince1970};
-    if (utime(QFile::encodeName(path).constData(), &times) != 0)
-        qFatal("cannot set the time of %s", qPrintable(path));
 }
 
 } // namespace qm

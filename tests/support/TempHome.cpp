@@ -4,6 +4,8 @@
 #include <QFile>
 #include <QFileInfo>
 
+#include <utime.h>
+
 namespace qm {
 
 TempHome::TempHome()
@@ -36,6 +38,13 @@ QByteArray TempHome::read(const QString &relative) const
 {
     QFile in(file(relative));
     return in.open(QIODevice::ReadOnly) ? in.readAll() : QByteArray();
+}
+
+void TempHome::setModified(const QString &relative, qint64 secondsSince1970) const
+{
+    const utimbuf times{secondsSince1970, secondsSince1970};
+    if (utime(QFile::encodeName(file(relative)).constData(), &times) != 0)
+        qFatal("cannot set the time of %s", qPrintable(relative));
 }
 
 QString TempHome::script(const QString &relative, const QByteArray &body) const

@@ -18,6 +18,7 @@ public:
     // Writes a file below the home, folders included.
     void write(const QString &relative, const QByteArray &content) const;
     QByteArray read(const QString &relative) const;
+    void setModified(const QString &relative, qint64 secondsSince1970) const;
     // Writes a program for /bin/sh, to stand in for a child program; returns its path.
     QString script(const QString &relative, const QByteArray &body) const;
 

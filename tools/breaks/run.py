@@ -14,8 +14,10 @@ tests run again. One line per break says how many tests failed, and which of the
 break went unnoticed or could not be tried.
 """
 import argparse
+import os
 import pathlib
 import re
+import signal
 import subprocess
 import sys
 import time
@@ -75,22 +77,28 @@ class Tree:
 
     def failures(self, tests, limit):
         """Maps each failed test to its failed functions, or to how it ended."""
-        done = subprocess.run(["ctest", "--test-dir", self.build, "-j2", "--timeout", str(limit), "--output-on-failure",
-                               "--no-tests=error", "-R", "(^|/)(" + "|".join(tests) + ")(_[a-z]+)?$"],
-                              capture_output=True, text=True, errors="replace")
-        if not re.search(r"tests passed, \d+ tests? failed out of", done.stdout):
+        # The tests' own time limits are for slow machines; a break that makes one hang need not take that long.
+        with subprocess.Popen(["ctest", "--test-dir", self.build, "-j2", "--output-on-failure", "--no-tests=error",
+                               "-R", "(^|/)(" + "|".join(tests) + ")(_[a-z]+)?$"], stdout=subprocess.PIPE,
+                              stderr=subprocess.STDOUT, text=True, errors="replace", start_new_session=True) as process:
+            try:
+                output, _ = process.communicate(timeout=limit)
+            except subprocess.TimeoutExpired:
+                os.killpg(process.pid, signal.SIGKILL)
+                return {" ".join(tests): f"not done after {limit} s"}
+        if not re.search(r"tests passed, \d+ tests? failed out of", output):
             return {"ctest": "no such test: " + " ".join(tests)}
         # A test's output precedes its own line of the listing, or follows it if several run at once.
-        functions = {test: [] for test, _ in FAILED_TEST.findall(done.stdout)}
+        functions = {test: [] for test, _ in FAILED_TEST.findall(output)}
         current = None
-        for line in done.stdout.splitlines():
+        for line in output.splitlines():
             start = re.search(r"Test\s+#\d+: (\S+)", line)
             if start:
                 current = start.group(1)
             found = FAILED_FUNCTION.match(line)
             if found and current in functions and found.group(1) not in functions[current]:
                 functions[current].append(found.group(1))
-        return {test: ", ".join(functions[test]) or end for test, end in FAILED_TEST.findall(done.stdout)}
+        return {test: ", ".join(functions[test]) or end for test, end in FAILED_TEST.findall(output)}
 
 
 def try_break(tree, file, tests, before, after):

@@ -7,6 +7,7 @@ complete -c qms -n "not __fish_seen_subcommand_from $commands" -a search -d "Lis
 complete -c qms -n "not __fish_seen_subcommand_from $commands" -a list -d "List the newest pictures"
 complete -c qms -n "not __fish_seen_subcommand_from $commands" -a status -d "Show the paths, counts and settings in force"
 complete -c qms -n "__fish_seen_subcommand_from ocr" -l all -d "All waiting pictures, not just one batch"
+complete -c qms -n "__fish_seen_subcommand_from status" -l failed -d "Pictures that cannot be read, and why"
 complete -c qms -n "__fish_seen_subcommand_from search list" -l limit -x -d "At most this many results"
 complete -c qms -n "__fish_seen_subcommand_from $commands" -l json -d "One JSON object per line"
 complete -c qms -n "not __fish_seen_subcommand_from $commands" -s h -l help -d "Print a summary"

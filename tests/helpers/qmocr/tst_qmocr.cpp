@@ -72,9 +72,13 @@ private Q_SLOTS:
         names += save(u"dot.png"_s, QImage(1, 1, QImage::Format_RGB32));
         names += save(u"thread.png"_s, QImage(40000, 1, QImage::Format_Mono));
         m_home.write(u"truncated.png"_s, m_home.read(u"page.png"_s).first(3000));
+        for (const QString &half : {u"growing.png"_s, u"half.png"_s})
+            m_home.write(half, m_home.read(u"page.png"_s).chopped(200));
+        m_home.setModified(u"half.png"_s, 1'000'000'000); // nobody is writing it any more
         m_home.write(u"folder.png/file"_s, "");
         QCOMPARE(mkfifo(qPrintable(file(u"pipe.png"_s)), 0600), 0);
-        names += {u"truncated.png"_s, u"folder.png"_s, u"pipe.png"_s, u"missing.png"_s};
+        names +=
+            {u"growing.png"_s, u"half.png"_s, u"truncated.png"_s, u"folder.png"_s, u"pipe.png"_s, u"missing.png"_s};
         m_answers = run(names);
         QCOMPARE(m_answers.size(), names.size());
         QStringList many;
@@ -85,6 +89,7 @@ private Q_SLOTS:
 
     void reads()
     {
+        QVERIFY(m_answers[u"half.png"_s][u"text"].toString().contains(sentence[0]));
         for (const QString &name : {u"page.png"_s, u"dark.png"_s, u"a 'b\" \\ $(c) 画面 .png"_s}) {
             const QStringList lines = m_answers[name][u"text"].toString().split(u'\n');
             for (const QString &line : sentence)
@@ -92,7 +97,8 @@ private Q_SLOTS:
         }
         // In several pieces, whose lines meet again.
         QVERIFY(m_answers[u"wide.png"_s][u"text"].toString().count(u"heron"_s) > 350);
-        for (const QString &name : {u"truncated.png"_s, u"folder.png"_s, u"pipe.png"_s, u"missing.png"_s}) {
+        for (const QString &name :
+             {u"growing.png"_s, u"truncated.png"_s, u"folder.png"_s, u"pipe.png"_s, u"missing.png"_s}) {
             QVERIFY2(!m_answers[name][u"error"].toString().isEmpty(), qPrintable(name));
             QVERIFY2(!m_answers[name].contains(u"text"_s), qPrintable(name));
         }
