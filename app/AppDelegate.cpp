@@ -67,12 +67,15 @@ void AppDelegate::createStatusItem()
     m_statusItem->show();
 }
 
-// On by default, but never forced on a user who has switched it off.
+// On by default, but never forced on a user who has switched it off. An entry that starts a program which has been moved
+// or removed since is switched on all the same.
 void AppDelegate::registerLoginItemOnce()
 {
     const QString attempted = QStringLiteral("loginItemConfigured");
-    if (UserDefaults::boolean(attempted))
+    if (UserDefaults::boolean(attempted)) {
+        (void)LoginItem::repair();
         return;
+    }
     (void)LoginItem::setEnabled(true);
     UserDefaults::setBoolean(attempted, true);
 }
@@ -185,7 +188,9 @@ bool AppDelegate::stop(std::chrono::milliseconds limit)
     timer.start();
     const bool indexStopped = OcrIndexer::stopShared(limit);
     const auto left = std::max(0ms, limit - std::chrono::milliseconds(timer.elapsed()));
-    return m_captureRunner.stop(indexStopped ? std::min(left, 200ms) : 0ms) && indexStopped;
+    const bool capturesStopped = m_captureRunner.stop(indexStopped ? std::min(left, 200ms) : 0ms);
+    const bool settingsStopped = !m_settingsController || m_settingsController->stop(std::min(left, 200ms));
+    return indexStopped && capturesStopped && settingsStopped;
 }
 
 } // namespace qm

@@ -9,6 +9,7 @@
 #include <QFileInfo>
 
 #include <algorithm>
+#include <vector>
 
 namespace qm {
 
@@ -113,6 +114,12 @@ QJsonObject ConfigStore::effectiveWithCloud(const QString &path)
     return merged(own);
 }
 
+bool ConfigStore::hasSettings(const QString &path)
+{
+    const std::optional<SettingsFile> file = cloudFile(QJsonObject{{cloud.toString(), path}});
+    return file && QFileInfo::exists(file->path());
+}
+
 Hotkey ConfigStore::resolveHotkey()
 {
     return resolveHotkey(effective());
@@ -181,14 +188,55 @@ bool ConfigStore::createFolder(const QString &path)
 Outcome ConfigStore::setShared(const QString &key, const std::optional<QJsonValue> &value)
 {
     createFolder(homeFolder());
-    return governing().set(key, value.value_or(QJsonValue(QJsonValue::Undefined)));
+    return governing().set({{key, value.value_or(QJsonValue(QJsonValue::Undefined))}});
+}
+
+static QJsonValue cloudValue(const std::optional<QString> &path)
+{
+    return path && !path->isEmpty() ? QJsonValue(*path) : QJsonValue(QJsonValue::Undefined);
 }
 
 Outcome ConfigStore::setCloud(const std::optional<QString> &path)
 {
     createFolder(homeFolder());
-    const bool set = path && !path->isEmpty();
-    return local().set(cloud.toString(), set ? QJsonValue(*path) : QJsonValue(QJsonValue::Undefined));
+    return local().set({{cloud.toString(), cloudValue(path)}});
+}
+
+Outcome ConfigStore::save(const Changes &changes, const std::function<Outcome()> &last)
+{
+    createFolder(homeFolder());
+    QJsonObject own = local().read();
+    SettingsFile::Values localValues;
+    if (changes.cloud) {
+        localValues.emplace(cloud.toString(), cloudValue(changes.cloud));
+        own.insert(cloud, *changes.cloud);
+    }
+    // The shared file first: its folder comes into force with all its settings.
+    std::vector<std::pair<SettingsFile, SettingsFile::Values>> writes;
+    if (const std::optional<SettingsFile> shared = cloudFile(own))
+        writes.emplace_back(*shared, changes.shared);
+    else
+        localValues.insert(changes.shared.begin(), changes.shared.end());
+    writes.emplace_back(local(), localValues);
+
+    std::vector<SettingsBackup> backups;
+    Outcome outcome = Outcome::success();
+    for (const auto &[file, values] : writes) {
+        if (values.empty() || !outcome)
+            continue;
+        backups.emplace_back(file);
+        outcome = file.set(values);
+    }
+    if (outcome)
+        outcome = last();
+    if (outcome)
+        return outcome;
+    QString reason = outcome.reason();
+    for (auto backup = backups.rbegin(); backup != backups.rend(); ++backup) { // two paths may lead to one file
+        if (const Outcome restored = backup->restore(); !restored)
+            reason += u'\n' + restored.reason();
+    }
+    return Outcome::failure(reason);
 }
 
 static bool usable(const QString &key, const QJsonValue &value)

@@ -6,6 +6,8 @@
 #include <QJsonObject>
 #include <QString>
 
+#include <functional>
+#include <map>
 #include <optional>
 
 namespace qm {
@@ -36,13 +38,26 @@ QString resolveCaptureDir(const QJsonObject &settings);
 bool autoOcr(const QJsonObject &settings);
 QString systemSource(); // resolveSource() if the settings do not name the folder; may wait as well
 
+// Has another shared folder settings of its own, which saving must not cover with ours?
+bool hasSettings(const QString &cloud);
+
 // Creates a folder and its parents; .quillmere itself is created for its owner only. False on failure.
 bool createFolder(const QString &path);
 
-// Sets a key in the governing file (the shared one if there is a cloud folder), or removes it if there is no value.
+// Sets a key in the governing file (the shared one if there is a cloud folder), or removes it if there is no value. Does
+// not create the shared folder.
 Outcome setShared(const QString &key, const std::optional<QJsonValue> &value);
 // Sets the shared folder, in the local file only; no path or an empty one ends sharing. Copies no settings.
 Outcome setCloud(const std::optional<QString> &path);
+
+// What one save changes. All other keys keep the values that the files have by then.
+struct Changes {
+    std::optional<QString> cloud;         // as for setCloud; stays if there is none
+    std::map<QString, QJsonValue> shared; // to the file that governs then; an undefined value removes its key
+};
+// Writes the changes and then calls last. They come into force together: if anything fails, last included, what was
+// written before is put back. Does not create the shared folder.
+Outcome save(const Changes &changes, const std::function<Outcome()> &last);
 
 // Where a resolved value came from, for display.
 enum class Origin { shared, local, system, standard };

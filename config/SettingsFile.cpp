@@ -1,6 +1,5 @@
 #include "config/SettingsFile.h"
 
-#include <QDir>
 #include <QFile>
 #include <QFileInfo>
 #include <QJsonDocument>
@@ -10,17 +9,23 @@ namespace qm {
 
 static constexpr qint64 maxBytes = 16 << 20; // far beyond any settings; keeps a wrong path from filling the memory
 
-static QByteArray bytesOf(const QString &path)
+// std::nullopt if there is no file or it cannot be read.
+static std::optional<QByteArray> bytesOf(const QString &path)
 {
     QFile file(path);
     if (!QFileInfo(path).isFile() || !file.open(QIODevice::ReadOnly)) // opening a pipe would wait for a writer forever
-        return {};
+        return std::nullopt;
     return file.read(maxBytes);
 }
 
 QJsonObject SettingsFile::read() const
 {
-    return QJsonDocument::fromJson(bytesOf(m_path)).object();
+    return QJsonDocument::fromJson(bytesOf(m_path).value_or(QByteArray())).object();
+}
+
+static QString brokenCopyOf(const QString &path)
+{
+    return path + QStringLiteral(".broken");
 }
 
 static Outcome writeWhole(QSaveFile &file, const QByteArray &bytes)
@@ -31,33 +36,62 @@ static Outcome writeWhole(QSaveFile &file, const QByteArray &bytes)
     return Outcome::success();
 }
 
+// Follows links and keeps the mode of the file that it replaces.
+static Outcome replace(const QString &path, const QByteArray &bytes)
+{
+    QSaveFile file(path);
+    file.setDirectWriteFallback(true); // for a writable file in a folder where nothing can be created
+    return writeWhole(file, bytes);
+}
+
 // A file that does not parse may still be the user's own work with one comma too many.
 static Outcome keepBroken(const QString &path)
 {
-    const QByteArray bytes = bytesOf(path);
-    if (bytes.trimmed().isEmpty() || QJsonDocument::fromJson(bytes).isObject())
+    const std::optional<QByteArray> bytes = bytesOf(path);
+    if (!bytes && QFileInfo(path).isFile())
+        return Outcome::failure(QStringLiteral("cannot read %1").arg(path));
+    if (!bytes || bytes->trimmed().isEmpty() || QJsonDocument::fromJson(*bytes).isObject())
         return Outcome::success();
-    QSaveFile copy(path + QStringLiteral(".broken"));
-    return writeWhole(copy, bytes);
+    QSaveFile copy(brokenCopyOf(path));
+    return writeWhole(copy, *bytes);
 }
 
-Outcome SettingsFile::set(const QString &key, const QJsonValue &value) const
+Outcome SettingsFile::set(const Values &values) const
 {
-    if (const QString folder = QFileInfo(m_path).path(); !QDir().mkpath(folder))
-        return Outcome::failure(QStringLiteral("cannot create %1").arg(folder));
     if (const Outcome kept = keepBroken(m_path); !kept)
         return kept;
 
     QJsonObject settings = read();
-    if (value.isUndefined())
-        settings.remove(key);
-    else
-        settings.insert(key, value);
+    for (const auto &[key, value] : values) {
+        if (value.isUndefined())
+            settings.remove(key);
+        else
+            settings.insert(key, value);
+    }
+    return replace(m_path, QJsonDocument(settings).toJson(QJsonDocument::Indented)); // keys are sorted
+}
 
-    QSaveFile file(m_path);            // follows links and keeps the mode of the file it replaces
-    file.setDirectWriteFallback(true); // for a writable file in a folder where nothing can be created
-    const QByteArray json = QJsonDocument(settings).toJson(QJsonDocument::Indented); // keys are sorted
-    return writeWhole(file, json);
+SettingsBackup::SettingsBackup(const SettingsFile &file)
+    : m_copies{{{file.path(), bytesOf(file.path())}, {brokenCopyOf(file.path()), bytesOf(brokenCopyOf(file.path()))}}}
+{
+}
+
+Outcome SettingsBackup::restore() const
+{
+    Outcome result = Outcome::success();
+    for (const auto &[path, before] : m_copies) {
+        const std::optional<QByteArray> now = bytesOf(path);
+        if (now == before)
+            continue;
+        Outcome outcome = Outcome::success();
+        if (before)
+            outcome = replace(path, *before);
+        else if (!QFile::remove(QFileInfo(path).canonicalFilePath())) // a link that led nowhere stays
+            outcome = Outcome::failure(QStringLiteral("cannot remove %1").arg(path));
+        if (!outcome)
+            result = outcome;
+    }
+    return result;
 }
 
 } // namespace qm

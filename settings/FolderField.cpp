@@ -7,8 +7,10 @@
 #include <QEvent>
 #include <QFileDialog>
 #include <QHBoxLayout>
+#include <QLabel>
 #include <QLineEdit>
 #include <QPushButton>
+#include <QVBoxLayout>
 
 namespace qm {
 
@@ -26,6 +28,7 @@ FolderField::FolderField(const QString &name, std::function<void(const QString &
     , m_changed(std::move(changed))
     , m_committed(std::move(committed))
     , m_edit(new QLineEdit)
+    , m_warning(new QLabel)
 {
     auto *choose = new QPushButton(AppLocale::text(u"Choose…", u"選択…"));
     choose->setAutoDefault(false);
@@ -33,10 +36,15 @@ FolderField::FolderField(const QString &name, std::function<void(const QString &
     m_edit->setAccessibleName(name);
     m_edit->setMinimumWidth(320);
 
-    auto *layout = new QHBoxLayout(this);
+    auto *row = new QHBoxLayout;
+    row->addWidget(m_edit, 1);
+    row->addWidget(choose);
+    auto *layout = new QVBoxLayout(this);
     layout->setContentsMargins(0, 0, 0, 0);
-    layout->addWidget(m_edit, 1);
-    layout->addWidget(choose);
+    layout->setSpacing(2);
+    layout->addLayout(row);
+    layout->addWidget(m_warning);
+    m_warning->hide();
     setFocusProxy(m_edit);
     applyPalette();
 
@@ -57,6 +65,13 @@ void FolderField::setText(const QString &text)
 void FolderField::setPlaceholder(const QString &text)
 {
     m_edit->setPlaceholderText(text);
+}
+
+void FolderField::setWarning(const QString &text)
+{
+    m_warning->setText(text);
+    m_warning->setVisible(!text.isEmpty());
+    m_edit->setAccessibleDescription(text);
 }
 
 // Pasted paths often have blanks at their ends.
@@ -90,6 +105,9 @@ void FolderField::applyPalette()
     QPalette changed;
     changed.setColor(QPalette::PlaceholderText, SystemLook::secondaryText(palette()));
     m_edit->setPalette(changed);
+    QPalette warning;
+    warning.setColor(QPalette::WindowText, SystemLook::warningText(palette()));
+    m_warning->setPalette(warning);
 }
 
 } // namespace qm

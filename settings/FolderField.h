@@ -4,11 +4,12 @@
 
 #include <functional>
 
+class QLabel;
 class QLineEdit;
 
 namespace qm {
 
-// A folder as editable text, with a chooser button. Main thread.
+// A folder as editable text, with a chooser button, and below them what is wrong with it. Main thread.
 class FolderField : public QWidget
 {
 public:
@@ -18,6 +19,7 @@ public:
 
     void setText(const QString &text);
     void setPlaceholder(const QString &text); // shown while the text is empty
+    void setWarning(const QString &text);     // takes no room while it is empty
     void setChooserFolder(std::function<QString()> folder) { m_chooserFolder = std::move(folder); } // initial folder
 
 protected:
@@ -33,6 +35,7 @@ private:
     std::function<void()> m_committed;
     std::function<QString()> m_chooserFolder;
     QLineEdit *m_edit;
+    QLabel *m_warning;
 };
 
 // A path for display: the home folder is abbreviated to "~".

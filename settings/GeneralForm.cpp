@@ -1,6 +1,7 @@
 #include "settings/GeneralForm.h"
 
 #include "config/ConfigStore.h"
+#include "platform/LoginItem.h"
 #include "settings/FittedScrollArea.h"
 #include "settings/FolderField.h"
 #include "settings/KeyTest.h"
@@ -12,7 +13,6 @@
 #include <QComboBox>
 #include <QDir>
 #include <QEvent>
-#include <QFileInfo>
 #include <QFormLayout>
 #include <QLabel>
 #include <QPushButton>
@@ -25,6 +25,9 @@
 namespace qm {
 
 using AppLocale::text;
+using namespace std::chrono_literals;
+
+static constexpr auto typingPause = 400ms;
 
 // The slider has steps of 0.05 s, counted in hundredths because twelve times 0.05 is not 0.6 in binary.
 static constexpr int stepHundredths = 5;
@@ -55,6 +58,28 @@ static QString usualName(HotkeyModifier modifier)
     case HotkeyModifier::rightCommand: return QStringLiteral("Super");
     case HotkeyModifier::rightOption: return QStringLiteral("Alt");
     case HotkeyModifier::rightControl: return QStringLiteral("Ctrl");
+    }
+    return {};
+}
+
+static QString words(FolderProblem problem)
+{
+    switch (problem) {
+    case FolderProblem::none: break;
+    case FolderProblem::file:
+        return text(u"A file is in the way; this cannot be a folder.",
+                    u"この場所または途中にファイルがあるため、フォルダーとして使えません。");
+    case FolderProblem::notWritable:
+        return text(u"Nothing can be saved in this folder.", u"このフォルダーには保存できません。");
+    case FolderProblem::cannotBeCreated:
+        return text(u"This folder does not exist and cannot be created.",
+                    u"このフォルダーは存在せず、作成もできません。");
+    case FolderProblem::missing:
+        return text(u"This folder does not exist. Please create it first.",
+                    u"このフォルダーは存在しません。先に作成してください。");
+    case FolderProblem::away:
+        return text(u"This folder is not there now. Is its drive connected?",
+                    u"このフォルダーが見つかりません。ドライブは接続されていますか？");
     }
     return {};
 }
@@ -113,7 +138,7 @@ FolderField *GeneralForm::makeFolderField(const QString &name, QString GeneralSe
 {
     const auto changed = [this, path](const QString &entered) {
         m_state.*path = entered;
-        edited();
+        folderEdited();
     };
     return new FolderField(name, changed, std::move(committed));
 }
@@ -123,18 +148,21 @@ void GeneralForm::addStorage(QFormLayout &form)
     form.addRow(heading(text(u"Storage", u"保存先"), true));
 
     const QString captures = text(u"Captures", u"撮影した画像");
-    m_captures = makeFolderField(captures, &GeneralSettings::captures, [] {});
+    m_captures = makeFolderField(captures, &GeneralSettings::captures, [this] { check(); });
     m_captures->setChooserFolder(
         [this] { return folderFromText(m_state.captures).value_or(m_state.captureDirWhenEmpty()); });
     form.addRow(captures, m_captures);
 
     const QString source = text(u"System screenshots", u"システムのスクリーンショット");
-    m_source = makeFolderField(source, &GeneralSettings::source, [] {});
+    m_source = makeFolderField(source, &GeneralSettings::source, [this] { check(); });
     m_source->setChooserFolder([this] { return folderFromText(m_state.source).value_or(m_sourceWhenEmpty); });
     form.addRow(source, m_source);
 
     const QString cloud = text(u"Shared folder", u"共有フォルダー");
-    m_cloud = makeFolderField(cloud, &GeneralSettings::cloud, [this] { cloudCommitted(); });
+    m_cloud = makeFolderField(cloud, &GeneralSettings::cloud, [this] {
+        askForSource();
+        check();
+    });
     m_cloud->setChooserFolder([this] { return folderFromText(m_state.cloud).value_or(QDir::homePath()); });
     m_cloud->setPlaceholder(text(u"None", u"なし"));
     form.addRow(cloud, m_cloud);
@@ -218,44 +246,81 @@ QWidget *GeneralForm::makeFooter()
 
 void GeneralForm::reload()
 {
-    const GeneralSettings now = GeneralSettings::read();
-    m_state.follow(m_saved, now);
-    m_saved = now;
+    if (m_state.cloud == m_saved.cloud)
+        follow(GeneralSettings::read()); // otherwise with the answer about the folder that was entered
     askForSource();
+    check();
     scheduleRefresh();
+}
+
+void GeneralForm::follow(const GeneralSettings &files)
+{
+    m_state.follow(m_saved, files);
+    m_saved = files;
 }
 
 void GeneralForm::save()
 {
-    const Outcome outcome = m_state.save();
-    m_message = outcome ? Message::saved : Message::failed;
-    m_failure = outcome.reason();
-    m_saved = GeneralSettings::read();
-    if (outcome)
-        m_state = m_saved;
-    m_changed(); // after a failure too: the key may have been saved before it
-    askForSource();
+    m_saveRequested = true;
+    m_message = Message::none;
+    check();
     scheduleRefresh();
+}
+
+void GeneralForm::saveChecked()
+{
+    m_saveRequested = false;
+    m_message = Message::failed;
+    if (m_found->refusesCloud || m_found->refusesCaptures) {
+        m_failure = words(m_found->refusesCloud ? m_found->cloud : m_found->captures);
+        (m_found->refusesCloud ? m_cloud : m_captures)->setFocus();
+        return;
+    }
+    const Outcome outcome = m_state.save(m_saved);
+    m_failure = outcome.reason();
+    if (!outcome)
+        return;
+    m_message = Message::saved;
+    m_state = m_saved = GeneralSettings::read();
+    m_changed();
+    askForSource();
+    check();
 }
 
 void GeneralForm::revert()
 {
     m_state = m_saved = GeneralSettings::read();
     m_message = Message::none;
+    m_saveRequested = false;
     askForSource();
+    check();
     scheduleRefresh();
 }
 
-// The folder may hold another machine's settings: joining adopts them, except for what was changed here by hand.
-void GeneralForm::cloudCommitted()
+void GeneralForm::check()
 {
-    const std::optional<QString> folder = folderFromText(m_state.cloud);
-    if (folder && m_state.cloud != m_saved.cloud && QFileInfo::exists(*folder + QStringLiteral("/config.json"))) {
-        GeneralSettings theirs = GeneralSettings::readWithCloud(m_state.cloud);
-        m_state.follow(m_saved, theirs);
-    }
-    askForSource();
+    m_checkTimer.cancel();
+    if (m_check.isUnderWay() && m_checking == std::pair(m_state, m_saved))
+        return; // another thread would only wait for the same folder
+    m_checking = {m_state, m_saved};
+    m_check.start([state = m_state, saved = m_saved] { return FolderCheck(state, saved); },
+                  [this](const FolderCheck &found) { checked(found); });
+}
+
+// The shared folder may hold another machine's settings: joining adopts them, except for what was changed here by hand.
+void GeneralForm::checked(const FolderCheck &found)
+{
+    m_found = found;
+    m_found->files.launchAtLogin = LoginItem::isEnabled();
+    follow(m_found->files);
+    if (m_saveRequested)
+        saveChecked();
     scheduleRefresh();
+}
+
+bool GeneralForm::stop(std::chrono::milliseconds limit)
+{
+    return m_check.stop(limit);
 }
 
 void GeneralForm::askForSource()
@@ -270,7 +335,15 @@ void GeneralForm::askForSource()
 void GeneralForm::edited()
 {
     m_message = Message::none;
+    m_saveRequested = false; // what would be saved has not been checked
     scheduleRefresh();
+}
+
+void GeneralForm::folderEdited()
+{
+    m_check.drop();
+    m_checkTimer = m_main.postAfter(typingPause, [this] { check(); });
+    edited();
 }
 
 void GeneralForm::scheduleRefresh()
@@ -294,6 +367,11 @@ void GeneralForm::refresh()
     m_source->setText(m_state.source);
     m_source->setPlaceholder(withTilde(m_sourceWhenEmpty));
     m_cloud->setText(m_state.cloud);
+    if (m_found) {
+        m_captures->setWarning(words(m_found->captures));
+        m_source->setWarning(words(m_found->source));
+        m_cloud->setWarning(words(m_found->cloud));
+    }
 
     for (size_t i = 0; i < allHotkeyModifiers.size(); ++i) {
         const HotkeyModifier modifier = allHotkeyModifiers[i];
@@ -325,6 +403,8 @@ void GeneralForm::refreshFooter()
     QString message;
     if (failed)
         message = text(u"Failed to save settings", u"設定の保存に失敗しました");
+    else if (m_saveRequested)
+        message = text(u"Checking the folders…", u"フォルダーを確認しています…");
     else if (unsaved)
         message = text(u"Unsaved changes", u"未保存の変更があります");
     else if (m_message == Message::saved)

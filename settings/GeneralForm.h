@@ -1,11 +1,15 @@
 #pragma once
 
 #include "platform/TaskQueue.h"
+#include "settings/FolderCheck.h"
 #include "settings/GeneralSettings.h"
 #include "settings/KeyListener.h"
 #include "ui/LatestJob.h"
 
 #include <QWidget>
+
+#include <optional>
+#include <utility>
 
 class QCheckBox;
 class QComboBox;
@@ -19,12 +23,16 @@ namespace qm {
 class FolderField;
 class KeyTest;
 
-// The "Settings" tab. Edits a copy of the settings; save() writes it. Unsaved edits survive hiding, and values the user
-// has not touched are updated from the files whenever the form is shown. Main thread.
+// The "Settings" tab. Edits a copy of the settings; save() writes what the user has touched. Unsaved edits survive hiding,
+// and values the user has not touched are updated from the files whenever the form is shown. The folders that are entered
+// are looked at on a thread of their own, since one may be on a network that does not answer: after a pause in typing,
+// and before saving. Main thread.
 class GeneralForm : public QWidget
 {
 public:
     GeneralForm(TaskQueue &main, std::function<void()> changed, KeyListener listener);
+
+    bool stop(std::chrono::milliseconds limit); // at quit; false if a folder still does not answer after the limit
 
 protected:
     void showEvent(QShowEvent *event) override;
@@ -42,11 +50,15 @@ private:
     FolderField *makeFolderField(const QString &name, QString GeneralSettings::*path, std::function<void()> committed);
 
     void reload();
-    void save();
+    void follow(const GeneralSettings &files);
+    void save(); // once the folders have been checked
+    void saveChecked();
     void revert();
-    void cloudCommitted();
+    void check();
+    void checked(const FolderCheck &found);
     void askForSource();
     void edited(); // call after every change by the user
+    void folderEdited();
     void scheduleRefresh();
     void refresh();
     void refreshFooter();
@@ -55,11 +67,16 @@ private:
     std::function<void()> m_changed;
     KeyListener m_listener;
     GeneralSettings m_state;
-    GeneralSettings m_saved; // as in the files
+    GeneralSettings m_saved; // as in the files; those of the entered shared folder if it has settings
     QString m_sourceWhenEmpty;
     Message m_message = Message::none;
     QString m_failure;
     bool m_refreshScheduled = false;
+    bool m_saveRequested = false; // waits for the check of the folders
+    std::optional<FolderCheck> m_found;
+    Timer m_checkTimer;
+    std::pair<GeneralSettings, GeneralSettings> m_checking; // entered and saved ones that the check is about
+    LatestJob m_check{16};
     LatestJob m_sourceQuestion;
 
     FolderField *m_captures = nullptr;

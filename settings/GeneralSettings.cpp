@@ -23,42 +23,65 @@ static GeneralSettings from(const QJsonObject &settings)
     result.cloud = settings.value(cloudKey).toString();
     result.hotkey = ConfigStore::resolveHotkey(settings);
     result.autoOcr = ConfigStore::autoOcr(settings);
-    result.launchAtLogin = LoginItem::isEnabled();
     return result;
 }
 
 GeneralSettings GeneralSettings::read()
 {
-    return from(ConfigStore::effective());
+    GeneralSettings result = from(ConfigStore::effective());
+    result.launchAtLogin = LoginItem::isEnabled();
+    return result;
 }
 
 GeneralSettings GeneralSettings::readWithCloud(const QString &cloud)
 {
-    return from(ConfigStore::effectiveWithCloud(cloud));
+    const QJsonObject inForce = ConfigStore::effective();
+    GeneralSettings result = from(ConfigStore::hasSettings(cloud) ? ConfigStore::effectiveWithCloud(cloud) : inForce);
+    result.cloud = inForce.value(cloudKey).toString();
+    return result;
 }
 
-static std::optional<QJsonValue> pathValue(const QString &path)
+static QJsonValue pathValue(const QString &path)
 {
-    return path.isEmpty() ? std::nullopt : std::optional<QJsonValue>(path);
+    return path.isEmpty() ? QJsonValue(QJsonValue::Undefined) : QJsonValue(path);
 }
 
-Outcome GeneralSettings::save() const
+// The whole object, since one in the shared file hides that of the local file; with the keys of other versions.
+static QJsonObject hotkeyObject(const QString &cloud)
 {
-    if (Outcome outcome = ConfigStore::setCloud(cloud); !outcome)
-        return outcome;
-    const QJsonObject hotkeyObject{{QStringLiteral("modifier"), rawValue(hotkey.modifier)},
-                                   {QStringLiteral("holdThreshold"), hotkey.holdThreshold}};
-    const std::pair<QString, std::optional<QJsonValue>> shared[] = {
-        {capturesKey, pathValue(captures)},
-        {sourceKey, pathValue(source)},
-        {hotkeyKey, hotkeyObject},
-        {autoOcrKey, QJsonValue(autoOcr)},
-    };
-    for (const auto &[key, value] : shared) {
-        if (Outcome outcome = ConfigStore::setShared(key, value); !outcome)
-            return outcome;
+    QJsonObject object = ConfigStore::effective().value(hotkeyKey).toObject();
+    const QJsonObject there = ConfigStore::effectiveWithCloud(cloud).value(hotkeyKey).toObject();
+    for (auto entry = there.begin(); entry != there.end(); ++entry)
+        object.insert(entry.key(), entry.value());
+    return object;
+}
+
+Outcome GeneralSettings::save(const GeneralSettings &before) const
+{
+    ConfigStore::Changes changes;
+    const bool moves = cloud != before.cloud;
+    if (moves)
+        changes.cloud = cloud;
+    const bool everything = moves && !ConfigStore::hasSettings(cloud);
+    const auto touched = [&](auto field) { return everything || this->*field != before.*field; };
+
+    if (touched(&GeneralSettings::captures))
+        changes.shared.emplace(capturesKey, pathValue(captures));
+    if (touched(&GeneralSettings::source))
+        changes.shared.emplace(sourceKey, pathValue(source));
+    if (touched(&GeneralSettings::hotkey)) {
+        QJsonObject object = hotkeyObject(cloud);
+        if (everything || hotkey.modifier != before.hotkey.modifier)
+            object.insert(QStringLiteral("modifier"), rawValue(hotkey.modifier));
+        if (everything || hotkey.holdThreshold != before.hotkey.holdThreshold)
+            object.insert(QStringLiteral("holdThreshold"), hotkey.holdThreshold);
+        changes.shared.emplace(hotkeyKey, object);
     }
-    return LoginItem::setEnabled(launchAtLogin);
+    if (touched(&GeneralSettings::autoOcr))
+        changes.shared.emplace(autoOcrKey, autoOcr);
+    return ConfigStore::save(changes, [&] {
+        return launchAtLogin == before.launchAtLogin ? Outcome::success() : LoginItem::setEnabled(launchAtLogin);
+    });
 }
 
 void GeneralSettings::follow(const GeneralSettings &before, const GeneralSettings &now)

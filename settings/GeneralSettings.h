@@ -19,20 +19,22 @@ struct GeneralSettings {
     bool launchAtLogin = false;
 
     static GeneralSettings read();
-    // What would be read with another shared folder, whose file may already hold settings.
+    // What would be read with another shared folder if that has settings of its own, otherwise what is in force; cloud
+    // is the one in force either way, launchAtLogin is not read. Any thread; may wait for a slow folder.
     static GeneralSettings readWithCloud(const QString &cloud);
 
-    // Saves the shared folder first, so that the rest lands in its file; launch at login last. Stops at the first
-    // failure.
-    Outcome save() const;
+    // Saves what differs from before, which is what the user started from, and nothing else: the files may have changed
+    // meanwhile. Only a new shared folder without settings, or the end of sharing, takes along all that is shown. After
+    // a failure everything is as it was.
+    Outcome save(const GeneralSettings &before) const;
 
     // Updates every value equal to that in before to the one in now: whatever the user has not touched follows the
     // files.
     void follow(const GeneralSettings &before, const GeneralSettings &now);
 
     // The folders that empty entries stand for, once these settings are saved.
-    QString captureDirWhenEmpty() const;
-    QString sourceWhenEmpty() const; // any thread; may wait for another program
+    QString captureDirWhenEmpty() const; // any thread
+    QString sourceWhenEmpty() const;     // any thread; may wait for another program
 
     bool operator==(const GeneralSettings &) const = default;
 };

@@ -23,10 +23,11 @@ class SettingsWindow : public QDialog
 public:
     SettingsWindow(TaskQueue &main, const std::function<void()> &changed, const KeyListener &listener)
         : m_tabs(new QTabWidget)
+        , m_form(new GeneralForm(main, changed, listener))
     {
         setWindowFlags(Qt::Window);
         setWindowTitle(text(u"Quillmere Settings", u"Quillmere 設定"));
-        m_tabs->addTab(new GeneralForm(main, changed, listener), text(u"Settings", u"設定"));
+        m_tabs->addTab(m_form, text(u"Settings", u"設定"));
         m_tabs->addTab(new AboutView, text(u"About", u"このアプリについて"));
         m_tabs->setDocumentMode(true);
         auto *layout = new QVBoxLayout(this);
@@ -36,6 +37,8 @@ public:
         connect(closing, &QShortcut::activated, this, &QDialog::close);
         tintSymbols();
     }
+
+    bool stop(std::chrono::milliseconds limit) { return m_form->stop(limit); }
 
 protected:
     void changeEvent(QEvent *event) override
@@ -54,6 +57,7 @@ private:
     }
 
     QTabWidget *m_tabs;
+    GeneralForm *m_form;
 };
 
 SettingsWindowController::SettingsWindowController(TaskQueue &main, std::function<void()> changed, KeyListener listener)
@@ -82,6 +86,11 @@ void SettingsWindowController::show()
         m_window->show();
     m_window->raise();
     m_window->activateWindow();
+}
+
+bool SettingsWindowController::stop(std::chrono::milliseconds limit)
+{
+    return !m_window || m_window->stop(limit);
 }
 
 } // namespace qm

@@ -19,6 +19,8 @@ public:
     ~SettingsWindowController();
 
     void show(); // in front of the others
+    // At quit; false if a folder that was entered still does not answer after the limit.
+    bool stop(std::chrono::milliseconds limit);
 
 private:
     TaskQueue &m_main;

@@ -4,6 +4,7 @@
 
 #include <QThreadPool>
 
+#include <chrono>
 #include <memory>
 
 namespace qm {
@@ -13,7 +14,8 @@ namespace qm {
 class LatestJob
 {
 public:
-    LatestJob() { m_pool.setMaxThreadCount(1); }
+    // More than one thread: newer work need not wait for older that is stuck, in a network folder say.
+    explicit LatestJob(int threads = 1) { m_pool.setMaxThreadCount(threads); }
     // No result arrives any more; returns when the current work is done.
     ~LatestJob()
     {
@@ -52,6 +54,13 @@ public:
         m_newest.reset();
     }
     bool isUnderWay() const { return bool(m_newest); }
+
+    // Drops the work and waits for it; false if it is still busy after the limit.
+    bool stop(std::chrono::milliseconds limit)
+    {
+        drop();
+        return m_pool.waitForDone(int(limit.count()));
+    }
 
 private:
     std::shared_ptr<bool> m_newest; // alive as long as the latest result is awaited

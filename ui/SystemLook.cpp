@@ -28,6 +28,11 @@ QColor SystemLook::secondaryText(const QPalette &palette)
     return secondary(palette.color(QPalette::WindowText));
 }
 
+QColor SystemLook::warningText(const QPalette &palette)
+{
+    return isDark(palette) ? QColor(0xff, 0x80, 0x78) : QColor(0xc5, 0x00, 0x0f);
+}
+
 QFont SystemLook::semiboldFont()
 {
     QFont font = QFontDatabase::systemFont(QFontDatabase::GeneralFont);

@@ -16,6 +16,7 @@ bool isDark(const QPalette &palette);
 QColor accent(const QPalette &palette);
 QColor secondary(const QColor &text);          // for less prominent content on the same background
 QColor secondaryText(const QPalette &palette); // for less prominent content: captions, status lines
+QColor warningText(const QPalette &palette);   // red that can be read as text, which the system's own cannot
 QFont semiboldFont();                          // the general font
 
 } // namespace SystemLook

@@ -7,6 +7,8 @@
 #include <QSaveFile>
 #include <QStandardPaths>
 
+#include <optional>
+
 namespace qm {
 
 // freedesktop.org's Desktop Application Autostart Specification.
@@ -33,20 +35,54 @@ static QByteArray execValue(const QString &program)
     return quoted + '"';
 }
 
-bool LoginItemService::isEnabled()
+// The program that a value of Exec starts, as execValue() or a user wrote it.
+static QString programOf(const QByteArray &exec)
+{
+    QByteArray arguments; // without the string's escapes
+    for (qsizetype i = 0; i < exec.size(); ++i) {
+        const bool escaped = exec[i] == '\\' && i + 1 < exec.size();
+        arguments += escaped && exec[i + 1] == 's' ? ' ' : exec[escaped ? i + 1 : i];
+        i += escaped;
+    }
+    QByteArray program;
+    bool quoted = false;
+    for (qsizetype i = 0; i < arguments.size(); ++i) {
+        const char c = arguments[i];
+        const bool pair = i + 1 < arguments.size() && ((quoted && c == '\\') || (c == '%' && arguments[i + 1] == '%'));
+        if (c == ' ' && !quoted)
+            break;
+        if (pair)
+            program += arguments[++i];
+        else if (c == '"')
+            quoted = !quoted;
+        else
+            program += c;
+    }
+    return QString::fromUtf8(program);
+}
+
+static bool exists(const QString &program)
+{
+    return !QStandardPaths::findExecutable(program).isEmpty();
+}
+
+LoginItemService::State LoginItemService::state()
 {
     QFile file(entryPath());
     if (!file.open(QIODevice::ReadOnly))
-        return false;
+        return State::off;
+    std::optional<QString> program; // of the first Exec: those of the entry's actions follow
     for (const QByteArray &line : file.readAll().split('\n')) {
         const qsizetype equals = line.indexOf('=');
         if (equals < 0)
             continue;
         const QByteArray key = line.first(equals).trimmed(), value = line.sliced(equals + 1).trimmed();
         if ((key == "Hidden" && value == "true") || (key == "X-GNOME-Autostart-enabled" && value == "false"))
-            return false;
+            return State::off;
+        if (key == "Exec" && !program)
+            program = programOf(value);
     }
-    return true;
+    return program && exists(*program) ? State::on : State::broken;
 }
 
 Outcome LoginItemService::enable()

@@ -4,9 +4,9 @@
 
 namespace qm {
 
-bool LoginItemService::isEnabled()
+LoginItemService::State LoginItemService::state()
 {
-    return SMAppService.mainAppService.status == SMAppServiceStatusEnabled;
+    return SMAppService.mainAppService.status == SMAppServiceStatusEnabled ? State::on : State::off;
 }
 
 static Outcome outcomeOf(BOOL done, NSError *error)

@@ -101,22 +101,36 @@ private Q_SLOTS:
     void loginItem()
     {
         const QString autostart = u".config/autostart/quillmere.desktop"_s;
-        const std::pair<QByteArray, bool> rows[] = {
-            {"", false},
-            {"[Desktop Entry]\nExec=quillmere\n", true},
-            {"[Desktop Entry]\nHidden = true\n", false},
-            {"X-GNOME-Autostart-enabled=false\n", false},
+        const struct {
+            QByteArray entry;
+            bool enabled, broken;
+        } rows[] = {
+            {"", false, false},
+            {"[Desktop Entry]\nExec=sh -c quillmere\nX-GNOME-Autostart-Delay=5\n", true, false},
+            {"[Desktop Entry]\nExec=sh\n[Desktop Action library]\nExec=/gone/quillmere library\n", true, false},
+            {"[Desktop Entry]\nExec=\"HOME/a 100%%\\\\\\\\\" %u\n", true, false},
+            {"[Desktop Entry]\nExec=\"HOME/gone\" library\n", false, true},
+            {"[Desktop Entry]\nExec=HOME/a\\s100%%\n", false, true}, // the blank ends its name
+            {"[Desktop Entry]\nHidden = true\nExec=/gone/quillmere\n", false, false},
+            {"X-GNOME-Autostart-enabled=false\n", false, false},
         };
         m_home.reset();
         const OrdinaryUser user;
         init();
-        for (const auto &[entry, enabled] : rows) {
+        m_home->script(u"a 100%\\"_s, {});
+        const QByteArray own = "\nExec=\"" + QCoreApplication::applicationFilePath().toUtf8() + "\"\n";
+        for (auto [entry, enabled, broken] : rows) {
+            entry.replace("HOME", m_home->path().toUtf8());
             if (!entry.isEmpty())
                 m_home->write(autostart, entry);
             QCOMPARE(LoginItem::isEnabled(), enabled);
+            QVERIFY(LoginItem::repair());
+            QCOMPARE(m_home->read(autostart).contains(own), broken);
+            QCOMPARE(LoginItem::isEnabled(), enabled || broken);
             QVERIFY(LoginItem::setEnabled(true) && LoginItem::isEnabled());
-            const QByteArray own = "\nExec=\"" + QCoreApplication::applicationFilePath().toUtf8() + "\"\n";
             QVERIFY(m_home->read(autostart).contains(enabled ? entry : own)); // an entry in force is left alone
+            if (broken)
+                m_home->write(autostart, entry); // gone again, and no longer wanted
             QVERIFY(LoginItem::setEnabled(false) && LoginItem::setEnabled(false));
             QVERIFY(!QFile::exists(m_home->file(autostart)));
         }

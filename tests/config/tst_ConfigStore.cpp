@@ -117,6 +117,8 @@ private Q_SLOTS:
         QVERIFY(ConfigStore::setShared(u"autoOcr"_s, false));
         QCOMPARE(parsed(m_home->read(localFile)), parsed(R"({"autoOcr": false})"));
         QVERIFY(ConfigStore::setCloud(u"~/cloud"_s));
+        QVERIFY(!ConfigStore::setShared(u"captures"_s, u"/c"_s)); // the folder is away, and not created in its absence
+        QVERIFY(QDir(m_home->path()).mkdir(u"cloud"_s));
         QVERIFY(ConfigStore::setShared(u"captures"_s, u"/c"_s));
         QCOMPARE(parsed(m_home->read(localFile)), parsed(R"({"autoOcr": false, "cloud": "~/cloud"})"));
         QCOMPARE(parsed(m_home->read(sharedFile)), parsed(R"({"captures": "/c"})"));
@@ -167,6 +169,26 @@ private Q_SLOTS:
                  QFile::ReadGroup);
     }
 
+    void aSaveThatFailsChangesNothing()
+    {
+        const auto failing = [] { return Outcome::failure(u"the last step"_s); };
+        for (const QByteArray &before : {QByteArray(), QByteArray(" {\"a\":1}"), QByteArray("{\"a\": 1,}")}) {
+            init();
+            if (!before.isEmpty()) {
+                m_home->write(localFile, before);
+                m_home->write(sharedFile, before);
+            }
+            m_home->write(u"cloud/else"_s, {});
+            QVERIFY(!ConfigStore::save({.cloud = u"~/cloud"_s, .shared = {{u"b"_s, 2}}}, failing));
+            QCOMPARE(m_home->read(localFile), before);
+            QCOMPARE(m_home->read(sharedFile), before);
+            QCOMPARE(QDir(m_home->file(u"cloud"_s)).count(), before.isEmpty() ? 3 : 4);
+            QVERIFY(
+                !ConfigStore::save({.cloud = u"~/.quillmere"_s, .shared = {{u"b"_s, 2}}}, failing)); // one file, twice
+            QCOMPARE(m_home->read(localFile), before);
+        }
+    }
+
     void whatCannotBeReadIsKept()
     {
         m_home->write(localFile, "{\"captures\": \"/mine\",}");
@@ -190,6 +212,9 @@ private Q_SLOTS:
         QVERIFY(QFile::setPermissions(m_home->file(localFile), QFile::ReadOwner));
         const Outcome refused = ConfigStore::setShared(u"c"_s, 3);
         QVERIFY(QFile::setPermissions(folder, QFile::ReadOwner | QFile::WriteOwner | QFile::ExeOwner));
+        QVERIFY(QFile::setPermissions(m_home->file(localFile), QFile::WriteOwner));
+        QVERIFY(!ConfigStore::setShared(u"c"_s, 3)); // whatever it holds
+        QVERIFY(QFile::setPermissions(m_home->file(localFile), QFile::ReadOwner));
         QVERIFY(!refused && !refused.reason().isEmpty());
         QCOMPARE(ConfigStore::effective(), parsed(R"({"a": 1, "b": 2})"));
         m_home.reset();

@@ -1,20 +1,24 @@
 #include "config/ConfigStore.h"
 #include "platform/LoginItem.h"
 #include "settings/AboutView.h"
-#include "settings/GeneralSettings.h"
+#include "settings/FolderCheck.h"
 #include "settings/Lamp.h"
 #include "settings/SettingsWindowController.h"
 #include "tests/support/ManualQueue.h"
+#include "tests/support/OrdinaryUser.h"
 #include "tests/support/Pixels.h"
 #include "tests/support/TempHome.h"
 
 #include <QApplication>
 #include <QCheckBox>
 #include <QComboBox>
+#include <QDir>
+#include <QJsonDocument>
 #include <QLabel>
 #include <QLineEdit>
 #include <QPushButton>
 #include <QRegularExpression>
+#include <QScrollBar>
 #include <QSlider>
 #include <QTabWidget>
 #include <QTest>
@@ -113,26 +117,118 @@ private Q_SLOTS:
         QApplication::setPalette(QPalette());
     }
 
-    void theFirstFailureStops()
+    void aFailureLeavesEverythingAsItWas()
     {
-        const std::pair<QString, QStringList> rows[] = {
-            // a file where a folder is needed, and what is written all the same
-            {u".quillmere"_s, {}},
-            {u"cloud"_s, {localFile}},
-            {u".config/autostart"_s, {localFile, sharedFile}},
-        };
-        for (const auto &[obstacle, written] : rows) {
+        for (const QString &obstacle : {u".quillmere"_s, u"cloud"_s, u".config/autostart"_s}) {
             init();
             m_home->write(obstacle, "stops root as well");
-            GeneralSettings settings;
+            const QByteArray before = obstacle == u".quillmere" ? QByteArray() : R"( {"autoOcr":false})";
+            if (!before.isEmpty())
+                m_home->write(localFile, before);
+            QDir(m_home->path()).mkdir(u"cloud"_s);
+            const GeneralSettings read = GeneralSettings::read();
+            GeneralSettings settings = read;
             settings.cloud = u"~/cloud"_s;
             settings.launchAtLogin = true;
-            const Outcome outcome = settings.save();
+            const Outcome outcome = settings.save(read);
             QVERIFY(!outcome && !outcome.reason().isEmpty());
-            for (const QString &file : {localFile, sharedFile})
-                QCOMPARE(!m_home->read(file).isEmpty(), written.contains(file));
-            QVERIFY(!GeneralSettings::read().launchAtLogin);
+            QCOMPARE(m_home->read(localFile), before);
+            QVERIFY(!QFile::exists(m_home->file(sharedFile)));
+            QVERIFY(GeneralSettings::read() == read);
         }
+    }
+
+    void onlyWhatWasTouchedIsSaved()
+    {
+        const struct {
+            QByteArray local, shared, cloud; // the files as read, and the folder entered beside a key and a source
+            QByteArray meanwhile, localAfter, sharedAfter;
+        } rows[] = {
+            // another program writes to the same file
+            {R"({"captures": "/a", "hotkey": {"new": [1]}})", "", "",
+             R"({"captures": "/b", "hotkey": {"new": [2], "holdThreshold": 0.9}, "autoOcr": 0, "other": 1})",
+             R"({"captures": "/b", "hotkey": {"new": [2], "holdThreshold": 0.9, "modifier": "rightControl"},
+                 "autoOcr": 0, "other": 1, "source": "/s"})",
+             ""},
+            // joining a folder that has settings; the local file's key would be hidden by half of one
+            {R"({"captures": "/a", "hotkey": {"holdThreshold": 0.3}})", R"({"other": 1})", "~/cloud",
+             R"({"captures": "/a", "hotkey": {"holdThreshold": 0.3}, "x": 1})",
+             R"({"captures": "/a", "hotkey": {"holdThreshold": 0.3}, "x": 1, "cloud": "~/cloud"})",
+             R"({"other": 1, "source": "/s", "hotkey": {"holdThreshold": 0.3, "modifier": "rightControl"}})"},
+            // a new one begins with all that is shown, and so does the local file where sharing ends
+            {R"({"captures": "/a", "hotkey": {"new": 1}})", "", "~/cloud", R"({"hotkey": {"new": 1}, "x": 1})",
+             R"({"hotkey": {"new": 1}, "x": 1, "cloud": "~/cloud"})",
+             R"({"captures": "/a", "source": "/s", "autoOcr": true,
+                 "hotkey": {"new": 1, "modifier": "rightControl", "holdThreshold": 0.4}})"},
+            {R"({"cloud": "~/cloud"})", R"({"captures": "/a", "hotkey": {"new": 1}})", "", R"({"cloud": "~/cloud"})",
+             R"({"captures": "/a", "source": "/s", "autoOcr": true,
+                 "hotkey": {"new": 1, "modifier": "rightControl", "holdThreshold": 0.4}})",
+             R"({"captures": "/a", "hotkey": {"new": 1}})"},
+        };
+        const auto parsed = [](const QByteArray &json) { return QJsonDocument::fromJson(json).object(); };
+        for (const auto &row : rows) {
+            init();
+            QVERIFY(QDir(m_home->path()).mkdir(u"cloud"_s));
+            m_home->write(localFile, row.local);
+            if (!row.shared.isEmpty())
+                m_home->write(sharedFile, row.shared);
+            GeneralSettings settings = GeneralSettings::read();
+            const GeneralSettings before = settings;
+            settings.cloud = QString::fromUtf8(row.cloud);
+            settings.source = u"/s"_s;
+            settings.hotkey.modifier = HotkeyModifier::rightControl;
+            m_home->write(localFile, row.meanwhile);
+            QVERIFY(settings.save(before));
+            QCOMPARE(parsed(m_home->read(localFile)), parsed(row.localAfter));
+            QCOMPARE(parsed(m_home->read(sharedFile)), parsed(row.sharedAfter));
+        }
+    }
+
+    void foldersThatCannotBe()
+    {
+        using enum FolderProblem;
+        m_home.reset();
+        const OrdinaryUser user;
+        const struct {
+            QString captures, source, cloud;
+            FolderProblem problems[3];
+            bool refused;
+        } rows[] = {
+            {u"~/new/folder"_s, u"~/new/other"_s, u"~/cloud"_s, {none, none, none}, false},
+            {u"~/file"_s, u"~/file/a/b"_s, u""_s, {file, file, none}, true},
+            {u"~/sealed"_s, u"~/sealed/a/b"_s, u""_s, {notWritable, cannotBeCreated, none}, true},
+            {u"~/link"_s, u"/"_s, u""_s, {cannotBeCreated, notWritable, none}, true},
+            {u""_s, u"~/file"_s, u""_s, {none, file, none}, false},
+            {u""_s, u""_s, u"~/gone"_s, {none, none, missing}, true}, // said below one of the two
+            {u""_s, u""_s, u"~/file"_s, {none, none, file}, true},
+            {u""_s, u""_s, u"~/inForce"_s, {none, none, away}, false},
+            {u"~/a"_s, u""_s, u"~/inForce"_s, {none, none, away}, true}, // would be written to where its drive belongs
+            {u""_s, u""_s, u"~/theirs"_s, {file, none, none}, true},
+            {u"~/a"_s, u""_s, u"~/theirs"_s, {none, none, none}, false},
+        };
+        for (const auto &row : rows) {
+            init();
+            for (const char16_t *folder : {u"cloud", u"sealed", u"inForce"})
+                QVERIFY(QDir(m_home->path()).mkdir(QString::fromUtf16(folder)));
+            m_home->write(u"file"_s, {});
+            m_home->write(u"theirs/config.json"_s, R"({"captures": "~/file/a"})");
+            QVERIFY(QFile::link(m_home->file(u"nowhere"_s), m_home->file(u"link"_s)));
+            QVERIFY(QFile::setPermissions(m_home->file(u"sealed"_s), QFile::ReadOwner | QFile::ExeOwner));
+            if (row.cloud == u"~/inForce")
+                m_home->write(localFile, R"({"cloud": "~/inForce"})");
+            const GeneralSettings before = GeneralSettings::read();
+            GeneralSettings entered = before;
+            entered.captures = row.captures;
+            entered.source = row.source;
+            entered.cloud = row.cloud;
+            const FolderCheck found(entered, before);
+            const QString words = row.captures + u' ' + row.source + u' ' + row.cloud;
+            QVERIFY2(std::equal(std::begin(row.problems), std::end(row.problems),
+                                std::array{found.captures, found.source, found.cloud}.begin()),
+                     qPrintable(words));
+            QVERIFY2((found.refusesCaptures || found.refusesCloud) == row.refused, qPrintable(words));
+        }
+        m_home.reset();
     }
 
     // What an empty field promises is what is in force after saving it.
@@ -151,11 +247,12 @@ private Q_SLOTS:
         for (const auto &row : rows) {
             init();
             m_home->write(localFile, row.local);
+            QVERIFY(QDir(m_home->path()).mkdir(u"cloud"_s));
             GeneralSettings settings;
             settings.cloud = row.cloud;
             QCOMPARE(settings.captureDirWhenEmpty(), m_home->file(row.captures));
             QCOMPARE(settings.sourceWhenEmpty(), m_home->file(row.source));
-            QVERIFY(settings.save());
+            QVERIFY(settings.save(GeneralSettings::read()));
             QCOMPARE(ConfigStore::resolveCaptureDir(), m_home->file(row.captures));
             QCOMPARE(ConfigStore::resolveSource(), m_home->file(row.source));
         }
@@ -163,7 +260,23 @@ private Q_SLOTS:
 
     void everyTextIsInTheUsersLanguageAndWhole()
     {
+        m_home.reset();
+        const OrdinaryUser user;
+        init();
+        m_home->write(localFile, R"({"captures": "~/sealed", "source": "~/link", "cloud": "~/away"})");
+        m_home->write(u"file"_s, {});
+        QVERIFY(QFile::link(m_home->file(u"nowhere"_s), m_home->file(u"link"_s)));
+        QVERIFY(QDir(m_home->path()).mkdir(u"sealed"_s));
+        QVERIFY(QFile::setPermissions(m_home->file(u"sealed"_s), {}));
         show();
+        const auto warnings = [this] {
+            QSet<QString> all;
+            for (const QLineEdit *edit : {captures(), source(), cloud()})
+                all << edit->accessibleDescription();
+            return all;
+        };
+        QTRY_VERIFY(!warnings().contains(QString()));
+        QSet<QString> said = warnings();
         auto *tabs = m_window->findChild<QTabWidget *>();
         QCOMPARE(appVersion(u"1.4"_s, {}), u"1.4 (?)"_s);
         // Names of libraries and licences, paths, versions and numbers are the same everywhere.
@@ -173,10 +286,12 @@ private Q_SLOTS:
         const auto isTheUsers = [](const QString &words) {
             return words.contains(sameEverywhere) || words.contains(kana) == (qgetenv("LANGUAGE") == "ja");
         };
-        for (int tab = 0; tab < 2; ++tab) {
+        for (const int tab : {0, 0, 1}) {
             tabs->setCurrentIndex(tab);
             turn();
             QVERIFY(isTheUsers(tabs->tabText(tab)));
+            for (const QScrollBar *bar : m_window->findChildren<QScrollBar *>())
+                QCOMPARE(bar->maximum(), 0); // the window makes room for warnings
             int seen = 0;
             for (QWidget *widget : m_window->findChildren<QWidget *>()) {
                 const QString words = widget->property("text").toString();
@@ -188,7 +303,15 @@ private Q_SLOTS:
                 QVERIFY2(widget->width() >= needed, qPrintable(words));
             }
             QVERIFY(seen > 10);
+            if (tab == 1)
+                break;
+            enter(captures(), u"~/file"_s);
+            enter(cloud(), u"~/missing"_s);
+            m_application->queue.advance(400ms); // a pause in typing
+            QTRY_COMPARE(said.unite(warnings()).size(), 5);
         }
+        m_window->close();
+        m_home.reset();
     }
 
     void startsFromTheFiles()
@@ -203,6 +326,7 @@ private Q_SLOTS:
         QVERIFY(find<QLabel>(u"0.33 s"_s)->isVisible());
         QVERIFY(!autoOcr()->isChecked() && launchAtLogin()->isChecked());
         save()->click();
+        QTRY_COMPARE(message(), text(u"Saved", u"保存しました"));
         QCOMPARE(ConfigStore::resolveHotkey().holdThreshold,
                  0.33); // between the slider's steps, and nobody's to change
     }
@@ -210,6 +334,7 @@ private Q_SLOTS:
     // From the first field to the saved files without a mouse.
     void keyboardOnly()
     {
+        QVERIFY(QDir(m_home->path()).mkdir(u"cloud"_s));
         show();
         const auto key = [&](Qt::Key code, Qt::KeyboardModifiers with = {}) {
             QTest::keyClick(QApplication::focusWidget(), code, with);
@@ -234,7 +359,7 @@ private Q_SLOTS:
         QCOMPARE(captures()->text(), u"~/shots"_s);
         QCOMPARE(message(), text(u"Unsaved changes", u"未保存の変更があります"));
         key(Qt::Key_Return); // means Save wherever the focus is, and wherever it has been
-        QCOMPARE(message(), text(u"Saved", u"保存しました"));
+        QTRY_COMPARE(message(), text(u"Saved", u"保存しました"));
         GeneralSettings expected;
         expected.captures = u"~/shots"_s;
         expected.source = u"/src"_s;
@@ -274,26 +399,42 @@ private Q_SLOTS:
         enter(captures(), u"/mine"_s);
         enter(cloud(), u"~/cloud"_s);
         source()->setFocus(); // leaves the field
-        turn();
+        QTRY_COMPARE(source()->text(), u"/theirs"_s);
         QCOMPARE(captures()->text(), u"/mine"_s);
-        QCOMPARE(source()->text(), u"/theirs"_s);
+        m_home->write(u"second/config.json"_s, R"({"captures": "/others"})");
+        enter(cloud(), u"~/second"_s); // what the first one said was not the user's own
+        source()->setFocus();
+        QTRY_COMPARE(source()->text(), QString());
+        QCOMPARE(captures()->text(), u"/mine"_s);
     }
 
     void aFailureIsShownAndKeepsTheEntries()
     {
         m_home->write(u"cloud"_s, "a file where a folder is needed");
+        m_home->write(u".config/autostart"_s, "another");
         show();
-        enter(cloud(), u"~/cloud"_s);
         enter(captures(), u"/mine"_s);
-        save()->click();
-        turn();
-        QCOMPARE(message(), text(u"Failed to save settings", u"設定の保存に失敗しました"));
-        QVERIFY(!find<QLabel>(u"message"_s)->toolTip().isEmpty());
-        QCOMPARE(captures()->text(), u"/mine"_s);
+        for (const bool launch : {true, false}) { // found out by trying, and before
+            launchAtLogin()->click();
+            if (!launch)
+                enter(cloud(), u"~/cloud"_s);
+            save()->click();
+            turn();
+            QTRY_COMPARE(message(), text(u"Failed to save settings", u"設定の保存に失敗しました"));
+            QVERIFY(!find<QLabel>(u"message"_s)->toolTip().isEmpty());
+            QCOMPARE(captures()->text(), u"/mine"_s);
+            QVERIFY(!QFile::exists(m_home->file(localFile)) && m_application->saved == 0);
+        }
         enter(cloud(), QString());
         save()->click();
-        turn();
-        QCOMPARE(message(), text(u"Saved", u"保存しました"));
+        enter(cloud(), u"~/missing"_s); // nobody has asked to save this
+        const QString said = cloud()->accessibleDescription();
+        m_application->queue.advance(400ms);
+        QTRY_VERIFY(!cloud()->accessibleDescription().isEmpty() && cloud()->accessibleDescription() != said);
+        QCOMPARE(message(), text(u"Unsaved changes", u"未保存の変更があります"));
+        enter(cloud(), QString());
+        save()->click();
+        QTRY_COMPARE(message(), text(u"Saved", u"保存しました"));
     }
 
     void testingTheKey()
