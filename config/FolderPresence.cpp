@@ -62,7 +62,7 @@ QStringList FolderPresence::rememberedAwayFolders(const QDateTime &now)
         if (const QDateTime before = lastSeen(folder); before.isValid() && std::abs(before.secsTo(now)) < noteEvery)
             return;
         ConfigStore::createFolder(ConfigStore::homeFolder());
-        (void)record().set(folder, now.toUTC().toString(Qt::ISODate));
+        (void)record().set({{folder, now.toUTC().toString(Qt::ISODate)}});
     };
     QStringList away = awayFolders();
     const QString shared = ConfigStore::sharedFolder(), source = ConfigStore::resolveSource();
