@@ -103,7 +103,8 @@ class Tree:
 
 def try_break(tree, file, tests, before, after):
     """(failures, reason why the break could not be tried)"""
-    original = (ROOT / file).read_text() if (ROOT / file).exists() else ""
+    copy = tree.sources / file  # the project may have moved on meanwhile
+    original = copy.read_text() if copy.exists() else ""
     if not before or original.count(before) != 1:
         return {}, f"its text is there {original.count(before) if before else 0} times"
     tree.put(file, original.replace(before, after).encode())
