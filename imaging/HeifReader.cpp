@@ -1,6 +1,7 @@
 #include "imaging/HeifReader.h"
 
 #include "imaging/ExifTags.h"
+#include "imaging/HeifStructure.h"
 
 #include <QIODevice>
 #include <QtEndian>
@@ -76,7 +77,10 @@ Decoded HeifReader::read(QIODevice &file, RowSink &sink)
     header.dpi = dpiOf(primary);
     header.colorSpace = colorSpaceOf(primary);
     header.byRows = false;
-    const qint64 pixels = qint64(header.size.width()) * header.size.height();
+    const std::optional<qint64> coded = HeifStructure::largestPicture(data);
+    if (!coded)
+        return Decoded::nothing;
+    const qint64 pixels = qMax(*coded, qint64(header.size.width()) * header.size.height());
     const int depth = heif_image_handle_get_luma_bits_per_pixel(primary) == 8 ? 1 : 2; // bytes of a sample
     header.decoding =
         pixels * (decodingBytes + (alpha ? alphaBytes : 0)) * depth + header.size.width() * bytesPerColumn;
