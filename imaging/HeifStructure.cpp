@@ -20,8 +20,8 @@ public:
     quint64 number(int bytes)
     {
         quint64 number = 0;
-        for (; bytes > 0; --bytes, ++m_at)
-            number = number << 8 | (m_at < m_bytes.size() ? uchar(m_bytes[m_at]) : 0);
+        for (; bytes > 0; --bytes)
+            number = number << 8 | (left() > 0 ? uchar(m_bytes[m_at++]) : 0);
         return number;
     }
     QByteArrayView part(quint64 bytes)
@@ -30,7 +30,7 @@ public:
         m_at += count;
         return m_bytes.sliced(m_at - count, count);
     }
-    qsizetype left() const { return qMax<qsizetype>(0, m_bytes.size() - m_at); }
+    qsizetype left() const { return m_bytes.size() - m_at; }
 
 private:
     const QByteArrayView m_bytes;

@@ -229,7 +229,9 @@ private Q_SLOTS:
         };
         for (const auto &[name, file, failure] : rows)
             QVERIFY2(load(file).failure == failure, name);
-        QCOMPARE(HeifStructure::largestPicture(kept("quarters.heic")), 64 * 64);       // one tile
+        QCOMPARE(HeifStructure::largestPicture(kept("quarters.heic")), 64 * 64);                     // one tile
+        const char *ends = "000000226d65746100000000 0000001669696e66000000000001 00000008696e6665"; // within an item
+        QCOMPARE(HeifStructure::largestPicture(QByteArray::fromHex(ends)), 0);
         QVERIFY(!HeifStructure::largestPicture(heic("000001372801", "000001370201"))); // refers to other pictures
     }
 
