@@ -1,17 +1,29 @@
 #include "imaging/ExifTags.h"
 
 #include <QBuffer>
+#include <QHash>
 #include <QtEndian>
 
 namespace qm {
 
 namespace {
 
-enum Tag { orientationTag = 0x0112, resolutionTag = 0x011a, unitTag = 0x0128 };
-enum Type { shortType = 3, rationalType = 5 };
+enum Tag {
+    widthTag = 0x0100,
+    heightTag = 0x0101,
+    bitsTag = 0x0102, // of a sample
+    orientationTag = 0x0112,
+    samplesTag = 0x0115,
+    rowsTag = 0x0116, // of a strip
+    resolutionTag = 0x011a,
+    unitTag = 0x0128,
+    tileWidthTag = 0x0142,
+    tileHeightTag = 0x0143
+};
+enum Type { shortType = 3, longType = 4, rationalType = 5 };
 constexpr int centimetre = 3;
 constexpr double centimetresPerInch = 2.54;
-constexpr int mostEntries = 512; // real directories have a few dozen
+constexpr int mostEntries = 4096; // as in libtiff; real directories have a few dozen
 
 class Directory
 {
@@ -32,6 +44,8 @@ public:
         ExifTags tags;
         double resolution = 0;
         int unit = 2;
+        QHash<int, quint32> sizes{{rowsTag, 0}, {bitsTag, 1}, {samplesTag, 1}};
+        bool plain = true;
         for (int i = 0; i < entries; ++i) {
             const qint64 entry = qint64(start) + 2 + 12 * i;
             const int tag = number<quint16>(entry), type = number<quint16>(entry + 2);
@@ -41,15 +55,33 @@ public:
                 unit = number<quint16>(entry + 8);
             else if (tag == resolutionTag && type == rationalType)
                 resolution = rational(number<quint32>(entry + 8));
+            else if (tag == widthTag || tag == heightTag || tag == bitsTag || tag == samplesTag || tag == rowsTag ||
+                     tag == tileWidthTag || tag == tileHeightTag) {
+                plain = plain && (type == shortType || type == longType);
+                sizes[tag] = qMax(sizes[tag], firstOf(entry)); // of a tag that is there twice
+            }
         }
         if (tags.orientation < 1 || tags.orientation > 8)
             tags.orientation = 1;
         if (resolution > 0 && (unit == 2 || unit == centimetre))
             tags.dpi = unit == centimetre ? resolution * centimetresPerInch : resolution;
+        const double height = sizes[heightTag], rows = sizes[rowsTag] ? qMin<double>(sizes[rowsTag], height) : height;
+        const double tile = double(sizes[tileWidthTag]) * sizes[tileHeightTag];
+        if (plain)
+            tags.pieceBytes = qMax(tile, sizes[widthTag] * rows) * sizes[bitsTag] * sizes[samplesTag] / 8;
         return tags;
     }
 
 private:
+    // A number, or the first of several, which stand elsewhere if there are too many.
+    quint32 firstOf(qint64 entry)
+    {
+        const bool isShort = number<quint16>(entry + 2) == shortType;
+        const qint64 at =
+            number<quint32>(entry + 4) * (isShort ? 2.0 : 4.0) > 4 ? number<quint32>(entry + 8) : entry + 8;
+        return isShort ? number<quint16>(at) : number<quint32>(at);
+    }
+
     QByteArray bytes(qint64 at, int count)
     {
         return at + count <= m_file.size() && m_file.seek(at) ? m_file.read(count) : QByteArray();

@@ -1,6 +1,7 @@
 #include "imaging/HeifReader.h"
 
 #include "imaging/ExifTags.h"
+#include "imaging/HeifStructure.h"
 
 #include <QIODevice>
 #include <QtEndian>
@@ -11,7 +12,9 @@
 
 namespace qm {
 
-static constexpr qint64 largestFile = 512 << 20;
+// Per pixel: libde265's picture is copied to libheif's, which goes to RGB and to packed RGB; alpha is a picture of its own.
+static constexpr qint64 decodingBytes = 7, alphaBytes = 4;
+static constexpr qint64 bytesPerColumn = 512; // of the rows in libde265 and in a sink
 static constexpr int displayP3Primaries = 12; // ITU-T H.273, table 2
 
 using Handle = std::unique_ptr<heif_image_handle, void (*)(const heif_image_handle *)>;
@@ -55,8 +58,6 @@ bool HeifReader::isHeif(const QByteArray &head)
 
 Decoded HeifReader::read(QIODevice &file, RowSink &sink)
 {
-    if (file.size() > largestFile)
-        return Decoded::nothing;
     const QByteArray data = file.readAll(); // must outlive the context
     const std::unique_ptr<heif_context, void (*)(heif_context *)> context(heif_context_alloc(), &heif_context_free);
     if (heif_context_read_from_memory_without_copy(context.get(), data.constData(), size_t(data.size()), nullptr)
@@ -75,6 +76,15 @@ Decoded HeifReader::read(QIODevice &file, RowSink &sink)
     header.format = alpha ? QImage::Format_RGBA8888 : QImage::Format_RGB888;
     header.dpi = dpiOf(primary);
     header.colorSpace = colorSpaceOf(primary);
+    header.byRows = false;
+    const std::optional<qint64> coded = HeifStructure::largestPicture(data);
+    if (!coded)
+        return Decoded::nothing;
+    const qint64 pixels = qMax(*coded, qint64(header.size.width()) * header.size.height());
+    const int depth = heif_image_handle_get_luma_bits_per_pixel(primary) == 8 ? 1 : 2; // bytes of a sample
+    header.decoding =
+        pixels * (decodingBytes + (alpha ? alphaBytes : 0)) * depth + header.size.width() * bytesPerColumn;
+    header.delivering = PictureHeader::bytes(header.size, header.format) + header.size.width() * bytesPerColumn;
     if (!sink.begin(header))
         return Decoded::stopped;
 

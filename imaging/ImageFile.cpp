@@ -58,18 +58,21 @@ public:
         m_rows = 0;
         m_pixels = {};
         m_tooLarge = !within(header.size);
-        if (m_tooLarge || header.format == QImage::Format_Invalid) // an invalid format is delivered whole
-            return !m_tooLarge;
         m_channels = header.format == QImage::Format_RGB888 ? 3 : header.format == QImage::Format_RGBA8888 ? 4 : 0;
-        QImage::Format format = header.format;
-        if (m_channels)
-            format = m_channels == 3 ? QImage::Format_RGB32 : QImage::Format_ARGB32;
-        m_pixels = roomyImage(header.rows, format);
-        return !m_pixels.isNull();
+        return !m_tooLarge;
+    }
+
+    qint64 keeps(const PictureHeader &header) const override
+    {
+        return PictureHeader::bytes(header.rows, keptFormat(header)); // nothing of one that is delivered whole
     }
 
     bool add(const uchar *row) override
     {
+        if (m_pixels.isNull()) // not before: some readers have let go of their own form of the picture by then
+            m_pixels = roomyImage(m_header.rows, keptFormat(m_header));
+        if (m_pixels.isNull())
+            return false;
         uchar *line = m_pixels.scanLine(m_rows++);
         if (m_channels)
             PngKernels::best().unpack(reinterpret_cast<quint32 *>(line), row, m_pixels.width(), m_channels);
@@ -102,6 +105,15 @@ public:
     }
 
 private:
+    static QImage::Format keptFormat(const PictureHeader &header)
+    {
+        switch (header.format) {
+        case QImage::Format_RGB888: return QImage::Format_RGB32;
+        case QImage::Format_RGBA8888: return QImage::Format_ARGB32;
+        default: return header.format;
+        }
+    }
+
     PictureHeader m_header;
     QImage m_pixels;
     int m_channels = 0; // of packed rows; 0 for rows kept as they are
@@ -136,8 +148,10 @@ Result ImageFile::load(QIODevice &file)
 {
     WholePicture picture;
     const Decoded decoded = PictureReader::read(file, {}, picture);
-    if (picture.tooLarge())
+    if (picture.tooLarge() || decoded == Decoded::tooLarge)
         return {{}, Failure::tooLarge};
+    if (decoded == Decoded::busy)
+        return {{}, Failure::busy};
     if (decoded == Decoded::stopped || decoded == Decoded::nothing || picture.isEmpty())
         return {{}, Failure::undecodable};
     return {picture.image(), Failure::none, decoded == Decoded::cut};

@@ -16,6 +16,9 @@ namespace qm {
 
 static constexpr double centimetresPerInch = 2.54;
 static constexpr int mostScans = 200; // a progressive file can demand a pass over the whole picture for every few bytes
+static constexpr qint64 largestHeader = 16 << 20; // EXIF and profile come in pieces of 64 KB, as many as one likes
+static constexpr qint64 largestProfile = 4 << 20;
+static constexpr qint64 bytesPerColumn = 256; // of the rows in libjpeg and in a sink
 static constexpr int markerExif = JPEG_APP0 + 1, markerProfile = JPEG_APP0 + 2;
 
 namespace {
@@ -63,6 +66,7 @@ private:
     jpeg_progress_mgr m_progress{};
     std::vector<JOCTET> m_input = std::vector<JOCTET>(64 * 1024);
     bool m_damaged = false;
+    bool m_inHeader = true;
     PictureHeader m_header;
 };
 
@@ -87,6 +91,8 @@ Reader::Reader(QIODevice &file, RowSink &sink)
 boolean Reader::fill(j_decompress_ptr jpeg)
 {
     Reader *reader = of(reinterpret_cast<j_common_ptr>(jpeg));
+    if (reader->m_inHeader && reader->m_file.pos() > largestHeader)
+        fail(reinterpret_cast<j_common_ptr>(jpeg));
     qint64 got = reader->m_file.read(reinterpret_cast<char *>(reader->m_input.data()), qint64(reader->m_input.size()));
     if (got <= 0) { // truncated file: an end marker lets the decoder finish with what it has
         reader->m_damaged = true;
@@ -129,11 +135,21 @@ bool Reader::reduce(double smallestLongEdge)
 {
     if (setjmp(m_failed))
         return false;
+    m_inHeader = false;
     m_jpeg.out_color_space = m_jpeg.num_components == 1 ? JCS_GRAYSCALE : JCS_RGB;
     const double longEdge = std::max(m_jpeg.image_width, m_jpeg.image_height);
     while (smallestLongEdge > 0 && m_jpeg.scale_denom < 8 && longEdge / (2 * m_jpeg.scale_denom) >= smallestLongEdge)
         m_jpeg.scale_denom *= 2;
     jpeg_calc_output_dimensions(&m_jpeg);
+    m_header.byRows = !jpeg_has_multiple_scans(&m_jpeg);
+    m_header.decoding = m_jpeg.image_width * bytesPerColumn;
+    for (int i = 0; i < m_jpeg.num_components && !m_header.byRows; ++i) { // all coefficients, up to the last scan
+        const jpeg_component_info &part = m_jpeg.comp_info[i];
+        const auto rounded = [](qint64 blocks, int to) { return (blocks + to - 1) / to * to; };
+        m_header.decoding += rounded(part.width_in_blocks, part.h_samp_factor) *
+                             rounded(part.height_in_blocks, part.v_samp_factor) * qint64(sizeof(JBLOCK));
+    }
+    m_header.delivering = m_header.decoding;
     return true;
 }
 
@@ -143,8 +159,10 @@ void Reader::describe()
     m_header.rows = QSize(int(m_jpeg.output_width), int(m_jpeg.output_height));
     m_header.format = m_jpeg.output_components == 1 ? QImage::Format_Grayscale8 : QImage::Format_RGB888;
     std::optional<double> exifDpi;
+    qint64 profileBytes = 0;
     for (jpeg_saved_marker_ptr marker = m_jpeg.marker_list; marker; marker = marker->next) {
         const QByteArray data(reinterpret_cast<const char *>(marker->data), qsizetype(marker->data_length));
+        profileBytes += marker->marker == markerProfile ? data.size() : 0;
         if (marker->marker != markerExif || !data.startsWith("Exif"))
             continue;
         const ExifTags tags = ExifTags::parse(data);
@@ -159,7 +177,7 @@ void Reader::describe()
         m_header.dpi = *exifDpi;
     JOCTET *profile = nullptr;
     unsigned length = 0;
-    if (jpeg_read_icc_profile(&m_jpeg, &profile, &length)) {
+    if (profileBytes <= largestProfile && jpeg_read_icc_profile(&m_jpeg, &profile, &length)) {
         m_header.colorSpace =
             QColorSpace::fromIccProfile(QByteArray(reinterpret_cast<const char *>(profile), qsizetype(length)));
         std::free(profile);

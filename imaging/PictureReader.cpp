@@ -1,5 +1,6 @@
 #include "imaging/PictureReader.h"
 
+#include "imaging/DecodeBudget.h"
 #include "imaging/ExifTags.h"
 #include "imaging/HeifReader.h"
 #include "imaging/JpegReader.h"
@@ -9,30 +10,82 @@
 
 namespace qm {
 
-// Qt's limit counts bytes and is far below a scrolling capture; the sinks' limits, in pixels, replace it. It is
-// process-wide, and this runs before the first picture is read.
-static void liftAllocationLimit()
+// What every decoder gets, in bytes: room for a header with its colour profile and EXIF data, and for rows of any usual width.
+static constexpr qint64 headerBytes = 48'000'000, usualRows = 4'000'000;
+
+namespace {
+
+// Lets a reader begin only if it gets along with the room it has, in bytes.
+class Bounded : public RowSink
 {
-    static const bool lifted = (QImageReader::setAllocationLimit(0), true);
-    Q_UNUSED(lifted)
+public:
+    Bounded(RowSink &sink, qint64 room)
+        : m_sink(sink)
+        , m_room(room)
+    {
+    }
+
+    bool begin(const PictureHeader &header) override
+    {
+        const qint64 pixels = qint64(header.size.width()) * header.size.height();
+        if (header.byRows) // what becomes of the rows is the sink's affair
+            m_needed = qMax(header.decoding, header.delivering);
+        else if (pixels <= PictureReader::maxPixelsAtOnce)
+            m_needed = qMax(header.decoding, header.delivering + m_sink.keeps(header));
+        else
+            m_needed = DecodeBudget::shared().all();
+        return m_needed <= m_room && m_sink.begin(header);
+    }
+    bool add(const uchar *row) override { return m_sink.add(row); }
+    bool addWhole(const QImage &image) override { return m_sink.addWhole(image); }
+
+    qint64 needed() const { return m_needed; }
+
+private:
+    RowSink &m_sink;
+    const qint64 m_room;
+    qint64 m_needed = 0;
+};
+
+} // namespace
+
+// What Qt's codec holds of a picture apart from the file, in bytes; more than there is if that can't be told: who knows which
+// codecs are installed, and what they would do.
+static qint64 heldByQt(const QImageReader &reader, QSize size, const ExifTags &tags)
+{
+    const qint64 pixels = qint64(size.width()) * size.height();
+    const QByteArray format = reader.format();
+    if (format == "gif")
+        return pixels * 8; // the picture, and what was below it
+    if (format == "jpeg" || format == "webp")
+        return pixels * 12; // coefficients of four colours; a frame, the one before and its unpacked form
+    const qint64 bytes = PictureHeader::bytes(size, reader.imageFormat());
+    const double room = double(DecodeBudget::shared().all());
+    return format == "tiff" && bytes > 0 ? bytes + qint64(qMin(room, tags.pieceBytes.value_or(room)))
+                                         : DecodeBudget::shared().all();
 }
 
 static Decoded readByQt(QIODevice &file, RowSink &sink)
 {
-    liftAllocationLimit();
+    // Qt's own limit, in megabytes and for the whole process, would count no more than the finished picture.
+    static const bool limited = (QImageReader::setAllocationLimit(int(DecodeBudget::shared().all() >> 20)), true);
+    Q_UNUSED(limited)
     QImageReader reader(&file);
     reader.setDecideFormatFromContent(true);
     PictureHeader header;
-    header.size = header.rows = reader.size();
-    if (header.size.isEmpty())
-        return Decoded::nothing; // a codec that can't tell the size in advance could allocate anything
+    ExifTags tags;
     if (reader.format() == "tiff") {
         const qint64 position = file.pos();
-        const ExifTags tags = ExifTags::parse(file);
+        tags = ExifTags::parse(file);
         header.orientation = tags.orientation;
         header.dpi = tags.dpi.value_or(header.dpi);
         file.seek(position);
     }
+    header.size = header.rows = reader.size();
+    if (header.size.isEmpty())
+        return Decoded::nothing; // a codec that can't tell the size in advance could allocate anything
+    header.byRows = false;
+    header.decoding = header.delivering = heldByQt(reader, header.size, tags);
     if (!sink.begin(header))
         return Decoded::stopped;
     QImage image;
@@ -42,7 +95,7 @@ static Decoded readByQt(QIODevice &file, RowSink &sink)
     return sink.addWhole(image) ? Decoded::whole : Decoded::stopped;
 }
 
-Decoded PictureReader::read(QIODevice &file, const Wish &wish, RowSink &sink)
+static Decoded readByFormat(QIODevice &file, const PictureReader::Wish &wish, RowSink &sink)
 {
     const QByteArray head = file.peek(16);
     if (PngReader::isPng(head))
@@ -57,6 +110,35 @@ Decoded PictureReader::read(QIODevice &file, const Wish &wish, RowSink &sink)
     if (decoded != Decoded::notTaken)
         return decoded;
     return file.seek(0) ? readByQt(file, sink) : Decoded::nothing;
+}
+
+// What a reader holds of the file itself, in bytes.
+static qint64 heldOfFile(QIODevice &file)
+{
+    constexpr int copies = 3; // here, in libheif and in libde265
+    const QByteArray head = file.peek(16);
+    return HeifReader::isHeif(head) ? copies * file.size() : WebpReader::isWebp(head) ? file.size() : 0;
+}
+
+// Nobody may ask for more while holding something: all might then wait for each other. So a reader that finds out from the
+// header that it needs more ends, and another starts over with more. (A file that changes meanwhile can only raise that.)
+Decoded PictureReader::read(QIODevice &file, const Wish &wish, RowSink &sink)
+{
+    DecodeBudget &budget = DecodeBudget::shared();
+    const qint64 always = headerBytes + heldOfFile(file);
+    for (qint64 room = usualRows; always + room <= budget.all();) {
+        const DecodeBudget::Share share = budget.take(always + room);
+        if (!share)
+            return Decoded::busy;
+        Bounded bounded(sink, room);
+        const Decoded decoded = readByFormat(file, wish, bounded);
+        if (bounded.needed() <= room)
+            return decoded;
+        room = bounded.needed();
+        if (!file.seek(0))
+            return Decoded::nothing;
+    }
+    return Decoded::tooLarge;
 }
 
 QImage PictureReader::oriented(QImage image, int orientation)

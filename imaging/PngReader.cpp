@@ -16,7 +16,8 @@ using PngReader::Depth;
 using PngReader::Lane;
 
 static constexpr double inchesPerMetre = 39.3701;
-static constexpr int mostTexts = 4; // texts are not used here, and each may unpack to 8 MB
+static constexpr int mostTexts = 3; // to libpng that is one: texts are not used here, and each may unpack to 8 MB
+static constexpr qint64 bytesPerColumn = 64; // of rows in libpng, in the lane and in a sink
 
 namespace {
 
@@ -103,6 +104,11 @@ bool Reader::startRows()
         m_header.format = alpha ? QImage::Format_RGBA64 : QImage::Format_RGBX64;
     else
         m_header.format = alpha ? QImage::Format_RGBA8888 : QImage::Format_RGB888;
+    m_header.byRows = m_passes == 1;
+    m_header.decoding = m_header.size.width() * bytesPerColumn;
+    if (!m_header.byRows)
+        m_header.decoding += PictureHeader::bytes(m_header.size, m_header.format);
+    m_header.delivering = m_header.decoding;
     return true;
 }
 
@@ -126,7 +132,8 @@ void Reader::describe()
     if (png_get_pHYs(m_png, m_info, &across, &down, &unit) && unit == PNG_RESOLUTION_METER)
         m_header.dpi = across / inchesPerMetre;
     if (png_get_eXIf_1(m_png, m_info, &length, &bytes))
-        m_header.orientation = ExifTags::parse(QByteArray(reinterpret_cast<const char *>(bytes), length)).orientation;
+        m_header.orientation =
+            ExifTags::parse(QByteArray::fromRawData(reinterpret_cast<const char *>(bytes), length)).orientation;
     double gamma = 0;
     double white[2] = {}, red[2] = {}, green[2] = {}, blue[2] = {};
     if (png_get_iCCP(m_png, m_info, &name, &method, &bytes, &length)) {
@@ -163,10 +170,9 @@ Decoded Reader::readByLane(RowSink &sink)
 
 Decoded Reader::readInterlaced(RowSink &sink)
 {
-    const QImage blank(m_header.size, m_header.format);
-    if (blank.isNull())
+    QImage pixels(m_header.size, m_header.format);
+    if (pixels.isNull())
         return Decoded::nothing;
-    QImage pixels = blank;
     pixels.fill(0);
     bool any = false, whole = true;
     for (int pass = 0; pass < m_passes && whole; ++pass) {

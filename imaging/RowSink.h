@@ -14,6 +14,14 @@ struct PictureHeader {
     double dpi = 72;                                // as stated in the file; 72 if it states none
     int orientation = 1;                            // EXIF orientation, 1 to 8
     QColorSpace colorSpace;                         // invalid if the file states none
+    bool byRows = true;    // the reader holds a few rows; otherwise the picture, in whatever form
+    qint64 decoding = 0;   // bytes it holds until the first row, with what a sink needs for one row
+    qint64 delivering = 0; // bytes it holds while rows are delivered
+
+    static qint64 bytes(QSize size, QImage::Format format)
+    {
+        return qint64(size.width()) * size.height() * QImage::toPixelFormat(format).bitsPerPixel() / 8;
+    }
 };
 
 // Receives a picture as it is decoded, row by row from the top.
@@ -26,6 +34,9 @@ public:
     // start over calls it again, and the rows start again from the top.
     virtual bool begin(const PictureHeader &header) = 0;
 
+    // Bytes that the sink will hold of this picture, if it is a large part of it.
+    virtual qint64 keeps(const PictureHeader &) const { return 0; }
+
     virtual bool add(const uchar *row) = 0; // return false to stop
 
     // Instead of rows, from codecs that only deliver whole pictures; format and colours are the image's own.
@@ -34,10 +45,12 @@ public:
 
 enum class Decoded {
     whole,
-    cut,     // damaged or truncated; the rows delivered are good
-    nothing, // not a single row
-    stopped, // by the sink
-    notTaken // this reader leaves the file to another; the sink was not called
+    cut,      // damaged or truncated; the rows delivered are good
+    nothing,  // not a single row
+    stopped,  // by the sink
+    notTaken, // this reader leaves the file to another; the sink was not called
+    tooLarge, // for memory; the sink was not called
+    busy      // others have the memory, and this thread must not wait
 };
 
 } // namespace qm

@@ -1,7 +1,6 @@
 #include "imaging/Thumbnailer.h"
 
 #include "imaging/AreaAverage.h"
-#include "imaging/ImageFile.h"
 #include "imaging/PictureReader.h"
 
 #include <QFile>
@@ -40,10 +39,9 @@ public:
     bool begin(const PictureHeader &header) override
     {
         m_header = header;
-        const bool byRows = header.format != QImage::Format_Invalid;
-        if (pixelsIn(header.size) > (byRows ? Thumbnailer::maxPixels : ImageFile::maxPixels))
+        if (pixelsIn(header.size) > Thumbnailer::maxPixels || (m_unwanted && m_unwanted()))
             return false;
-        if (byRows)
+        if (header.format != QImage::Format_Invalid) // that is delivered whole
             start(header.rows, header.format);
         return true;
     }

@@ -13,8 +13,8 @@ namespace Thumbnailer {
 constexpr qint64 maxPixels = 2'000'000'000; // read row by row; larger ones would occupy a thread for many seconds
 
 // The picture with its longer edge at most maxEdge (pixels), upright, never enlarged, each pixel the mean of the area
-// it covers. PNG and JPEG rows are shrunk as they are decoded, so a large picture takes little memory; formats decoded
-// as a whole have ImageFile's limit. `unwanted` is called between rows, on this thread; work stops once it returns
+// it covers. PNG and JPEG rows are shrunk as they are decoded, so a large picture takes little memory; for pictures decoded
+// as a whole see PictureReader::maxPixelsAtOnce. `unwanted` is called between rows, on this thread; work stops once it returns
 // true. Null if the file can't be read or is no longer wanted. RGB32, or ARGB32_Premultiplied if it has transparency.
 QImage make(const QString &path, double maxEdge, const std::function<bool()> &unwanted = {});
 

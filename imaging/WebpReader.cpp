@@ -15,14 +15,17 @@
 
 namespace qm {
 
-static constexpr qint64 largestFile = 512 << 20; // the format's largest picture, stored raw, is twice that
+static constexpr qsizetype largestExtra = 4 << 20; // of EXIF data and profiles
+static constexpr qint64 bytesPerColumn = 512;      // of the rows in libwebp and in a sink
+static constexpr int lossless = 2;                 // libwebp's number
 
 static QByteArray chunkOf(const WebPDemuxer *demuxer, const char *type)
 {
     WebPChunkIterator chunk;
     QByteArray content;
     if (demuxer && WebPDemuxGetChunk(demuxer, type, 1, &chunk)) {
-        content = QByteArray(reinterpret_cast<const char *>(chunk.chunk.bytes), qsizetype(chunk.chunk.size));
+        if (chunk.chunk.size <= size_t(largestExtra))
+            content = QByteArray(reinterpret_cast<const char *>(chunk.chunk.bytes), qsizetype(chunk.chunk.size));
         WebPDemuxReleaseChunkIterator(&chunk);
     }
     return content;
@@ -46,6 +49,13 @@ static PictureHeader headerOf(const QByteArray &data, const WebPBitstreamFeature
     const QByteArray profile = chunkOf(demuxer.get(), "ICCP");
     if (!profile.isEmpty())
         header.colorSpace = QColorSpace::fromIccProfile(profile);
+    header.byRows = false;
+    const qint64 pixels = qint64(features.width) * features.height;
+    header.delivering = PictureHeader::bytes(header.rows, header.format) + features.width * bytesPerColumn;
+    header.decoding =
+        header.delivering; // and then the picture in libwebp's own form, or its alpha, which is packed like one
+    if (features.format == lossless || features.has_alpha)
+        header.decoding += pixels * (features.format == lossless ? 4 : 5);
     return header;
 }
 
@@ -56,8 +66,6 @@ bool WebpReader::isWebp(const QByteArray &head)
 
 Decoded WebpReader::read(QIODevice &file, double smallestLongEdge, RowSink &sink)
 {
-    if (file.size() > largestFile)
-        return Decoded::nothing;
     const QByteArray data = file.readAll();
     const auto *bytes = reinterpret_cast<const uint8_t *>(data.constData());
     WebPDecoderConfig config;
@@ -80,15 +88,15 @@ Decoded WebpReader::read(QIODevice &file, double smallestLongEdge, RowSink &sink
     config.output.colorspace = config.input.has_alpha ? MODE_RGBA : MODE_RGB;
     config.output.is_external_memory = 1;
     config.output.u.RGBA = {pixels.get(), stride, size};
-    const std::unique_ptr<WebPIDecoder, void (*)(WebPIDecoder *)> decoder(WebPIDecode(nullptr, 0, &config),
-                                                                          &WebPIDelete);
+    std::unique_ptr<WebPIDecoder, void (*)(WebPIDecoder *)> decoder(WebPIDecode(nullptr, 0, &config), &WebPIDelete);
     if (!decoder)
         return Decoded::nothing;
-    const VP8StatusCode status = WebPIAppend(decoder.get(), bytes, size_t(data.size()));
+    const VP8StatusCode status = WebPIUpdate(decoder.get(), bytes, size_t(data.size()));
     int rows = 0;
     WebPIDecGetRGB(decoder.get(), &rows, nullptr, nullptr, nullptr);
     if (status == VP8_STATUS_OK)
         rows = header.rows.height();
+    decoder.reset();
     for (int y = 0; y < rows; ++y) {
         if (!sink.add(pixels.get() + size_t(y) * size_t(stride)))
             return Decoded::stopped;

@@ -13,8 +13,6 @@
 #include <QThreadPool>
 #include <QUrl>
 
-#include <optional>
-
 namespace qm {
 
 static QString showInFolderTitle()
@@ -116,13 +114,13 @@ private:
 
     const Image &image() const
     {
-        if (!m_image)
+        if (m_image.isNull())
             m_image = ImageFile::load(m_path).image;
-        return *m_image;
+        return m_image;
     }
 
     const QString m_path;
-    mutable std::optional<Image> m_image;
+    mutable Image m_image;
 };
 
 } // namespace

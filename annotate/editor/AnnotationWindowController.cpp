@@ -1,7 +1,7 @@
 #include "annotate/editor/AnnotationWindowController.h"
 
 #include "annotate/editor/AnnotationView.h"
-#include "imaging/ImageFile.h"
+#include "platform/QtQueue.h"
 #include "ui/AppLocale.h"
 #include "ui/WindowPlacement.h"
 
@@ -15,8 +15,15 @@ namespace qm {
 static constexpr QSize largestAtFirst(940, 660), smallest(560, 420); // size of the content, points
 static constexpr int topMargin = 48;
 
+AnnotationWindowController::AnnotationWindowController()
+{
+    m_loading.setMaxThreadCount(1); // keeps the order
+}
+
 AnnotationWindowController::~AnnotationWindowController()
 {
+    m_loading.clear();
+    m_loading.waitForDone();
     for (const QPointer<QWidget> &window : m_earlier)
         delete window;
 }
@@ -24,6 +31,18 @@ AnnotationWindowController::~AnnotationWindowController()
 void AnnotationWindowController::open(const QString &path)
 {
     const ImageFile::Result loaded = ImageFile::load(path);
+    if (loaded.failure != ImageFile::Failure::busy)
+        return show(path, loaded);
+    m_loading.start([path, controller = QPointer(this)] {
+        QtQueue::main().post([path, controller, later = ImageFile::load(path)] {
+            if (controller)
+                controller->show(path, later);
+        });
+    });
+}
+
+void AnnotationWindowController::show(const QString &path, const ImageFile::Result &loaded)
+{
     if (loaded.failure != ImageFile::Failure::none)
         return QApplication::beep();
 

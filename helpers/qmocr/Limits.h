@@ -13,8 +13,8 @@ namespace qm::ocr {
 struct Limits {
     // For a picture of up to 1920 x 1080; grows with its pixels beyond that. Reading takes about a tenth of it.
     std::chrono::milliseconds time = std::chrono::seconds(30);
-    // Bytes of a worker's address space: the largest picture at eight bytes per pixel, decoded and once more inside a
-    // codec, plus a gigabyte for the recogniser.
+    // Bytes of a worker's address space: the largest picture at eight bytes per pixel, decoded and once more while it is
+    // turned, plus a gigabyte for codecs and the recogniser.
 #ifdef __SANITIZE_ADDRESS__
     quint64 memory = ~quint64(0); // the sanitizer reserves terabytes of address space
 #else

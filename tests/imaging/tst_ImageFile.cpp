@@ -1,3 +1,5 @@
+#include "imaging/DecodeBudget.h"
+#include "imaging/HeifStructure.h"
 #include "imaging/ImageFile.h"
 #include "imaging/PngWriter.h"
 #include "tests/support/Pixels.h"
@@ -8,8 +10,12 @@
 #include <QImageReader>
 #include <QImageWriter>
 #include <QRandomGenerator>
+#include <QSemaphore>
+#include <QThreadPool>
 #include <QtEndian>
 #include <QtTest>
+
+#include <atomic>
 
 using namespace qm;
 using ImageFile::Failure;
@@ -192,6 +198,82 @@ private Q_SLOTS:
         const qsizetype scan = buffer.data().lastIndexOf("\xff\xda");
         const QByteArray passes = buffer.data().mid(scan).chopped(2).repeated(1000);
         QCOMPARE(load(buffer.data().left(scan) + passes + "\xff\xd9").failure, Failure::undecodable);
+    }
+
+    // What can only be decoded as a whole, in few bytes.
+    void weaponsAreRefused()
+    {
+        const auto png = [](int width, int colourType) {
+            const PngForge::Picture picture{
+                .width = width, .height = 8000, .colourType = colourType, .interlaced = true};
+            return PngForge::file(picture, {}, PngForge::deflated(QByteArray(9000, 0), 9));
+        };
+        const auto jpeg = [](const char *size) {
+            QBuffer buffer;
+            QImageWriter writer(&buffer, "jpg");
+            writer.setProgressiveScanWrite(true);
+            QByteArray file = writer.write(quarters()) ? buffer.data() : QByteArray();
+            return file.replace(file.indexOf("\xff\xc2") + 5, 4, QByteArray::fromHex(size));
+        };
+        const auto heic = [](const char *before, const char *after) {
+            return kept("quarters.heic").replace(QByteArray::fromHex(before), QByteArray::fromHex(after));
+        };
+        const std::tuple<const char *, QByteArray, Failure> rows[] = {
+            {"png, as large as can be", png(8000, 0), Failure::none},
+            {"png, a column more", png(8001, 0), Failure::tooLarge},
+            {"png, few pixels, but in more colours than there is memory", png(8000, 6), Failure::tooLarge},
+            {"jpeg, as large as can be", jpeg("1f401f40"), Failure::none},
+            {"jpeg, the one of 1.2 GB", jpeg("373e373e"), Failure::tooLarge},
+            {"heic, put together from tiles", heic("00000000003c0028", "0000000075307530"), Failure::tooLarge},
+            {"heic, another size inside", heic("90041020b2dd5c94", "9000040010002001"), Failure::tooLarge},
+        };
+        for (const auto &[name, file, failure] : rows)
+            QVERIFY2(load(file).failure == failure, name);
+        QCOMPARE(HeifStructure::largestPicture(kept("quarters.heic")), 64 * 64);                     // one tile
+        const char *ends = "000000226d65746100000000 0000001669696e66000000000001 00000008696e6665"; // within an item
+        QCOMPARE(HeifStructure::largestPicture(QByteArray::fromHex(ends)), 0);
+        QVERIFY(!HeifStructure::largestPicture(heic("000001372801", "000001370201"))); // refers to other pictures
+    }
+
+    void memoryIsShared()
+    {
+        const QByteArray file = encoded(quarters(), "png");
+        QThreadPool pool;
+        Failure later = Failure::missing;
+        {
+            const auto everything = DecodeBudget::shared().take(DecodeBudget::shared().all());
+            QCOMPARE(load(file).failure, Failure::busy);
+            QSemaphore begun;
+            pool.start([&] {
+                begun.release();
+                later = load(file).failure; // waits
+            });
+            begun.acquire();
+        }
+        pool.waitForDone();
+        QCOMPARE(later, Failure::none);
+
+        DecodeBudget budget(1 << 20);
+        std::atomic<qint64> taken = 0, most = 0;
+        std::atomic<int> nested = 0;
+        pool.setMaxThreadCount(4);
+        for (int i = 0; i < 4; ++i) {
+            pool.start([&, i] {
+                QRandomGenerator random(quint32(i) + 1);
+                for (int round = 0; round < 300; ++round) {
+                    const qint64 bytes = round % 10 ? random.bounded(1, 300'000) : budget.all();
+                    const auto share = budget.take(bytes);
+                    const qint64 now = taken += bytes;
+                    most = qMax<qint64>(most, now);
+                    nested += bool(budget.take(budget.all()));
+                    taken -= bytes;
+                }
+            });
+        }
+        pool.waitForDone();
+        QVERIFY(most <= budget.all());
+        QCOMPARE(nested, 0);
+        QVERIFY(!budget.take(budget.all() + 1) && budget.take(budget.all()));
     }
 
     void largePicturesOpen()

@@ -94,6 +94,11 @@ private Q_SLOTS:
 
     void whatCannotBeReadIsNull()
     {
+        const QByteArray few = PngForge::deflated(QByteArray(90'000, 0), 9);
+        const PngForge::Picture rows{.width = 9000, .height = 9000},
+            passes{.width = 9000, .height = 9000, .interlaced = true};
+        QVERIFY(!Thumbnailer::make(written(PngForge::file(rows, {}, few.chopped(4))), 30).isNull());
+        QVERIFY(Thumbnailer::make(written(PngForge::file(passes, {}, few)), 30).isNull()); // asks for too much memory
         QVERIFY(Thumbnailer::make(QStringLiteral("/nowhere.png"), 100).isNull());
         QVERIFY(Thumbnailer::make(written(plain({9, 9}, 0)), std::nan("")).isNull());
     }
