@@ -22,17 +22,10 @@ using namespace std::chrono_literals;
 
 constexpr auto startLimit = 60s; // a loaded machine starts slowly, and only a broken one waits this long
 
-constexpr char panelConfiguration[] = "panel_items = TS\n"
-                                      "panel_position = bottom center horizontal\n"
-                                      "panel_size = 100% 30\n"
-                                      "panel_monitor = primary\n"
-                                      "wm_menu = 0\n"
-                                      "rounded = 0\n"
-                                      "border_width = 0\n"
-                                      "background_color = #303030 100\n"
-                                      "panel_background_id = 1\n"
-                                      "systray_padding = 4 2 4\n"
-                                      "systray_icon_size = 22\n";
+constexpr char panelConfiguration[] =
+    "panel_items = TS\npanel_position = bottom center horizontal\npanel_size = 100% 30\npanel_monitor = primary\n"
+    "wm_menu = 0\nrounded = 0\nborder_width = 0\nbackground_color = #303030 100\npanel_background_id = 1\n"
+    "systray_padding = 4 2 4\nsystray_icon_size = 22\n";
 
 } // namespace
 
@@ -65,17 +58,13 @@ Desktop::Desktop(const Options &options)
 
     for (int i = 0; i < options.monitors.size(); ++i) {
         const QRect &area = options.monitors[i];
-        const QString place = u"%1/%2x%3/%4+%5+%6"_s.arg(area.width())
-                                  .arg(area.width() / 4) // millimetres
-                                  .arg(area.height())
-                                  .arg(area.height() / 4)
-                                  .arg(area.x())
-                                  .arg(area.y());
+        const int width = area.width(), height = area.height(); // and four pixels a millimetre
+        const QString place =
+            QString::asprintf("%d/%dx%d/%d+%d+%d", width, width / 4, height, height / 4, area.x(), area.y());
         run(u"xrandr"_s, {u"--setmonitor"_s, u"M%1"_s.arg(i), place, i == 0 ? u"screen"_s : u"none"_s});
     }
-    if (options.windowManager) {
+    if (options.windowManager)
         startWindowManager();
-    }
     if (options.panel) {
         m_home.write(u".config/tint2/tint2rc"_s, panelConfiguration);
         start(u"tint2"_s, {});
@@ -181,9 +170,8 @@ void Desktop::stopWindowManager()
 // It takes the selection before it takes the windows' pixels.
 void Desktop::startCompositor()
 {
-    const QString settings = m_home.file(u".config/picom.conf"_s);
     m_home.write(u".config/picom.conf"_s, "backend = \"xrender\";\nfading = false;\nshadow = false;\n");
-    start(u"picom"_s, {u"--config"_s, settings});
+    start(u"picom"_s, {});
     const xcb_window_t probe = makeProbe(true);
     awaitReady("picom", [this, probe] {
         const xcb_pixmap_t pixels = xcb_generate_id(m_connection);
@@ -199,18 +187,6 @@ void Desktop::setResource(const QByteArray &resources)
     xcb_change_property(m_connection, XCB_PROP_MODE_REPLACE, m_root, XCB_ATOM_RESOURCE_MANAGER, XCB_ATOM_STRING, 8,
                         uint32_t(resources.size()), resources.constData());
     ask(xcb_get_input_focus_reply, xcb_get_input_focus(m_connection));
-}
-
-void Desktop::press(int type, int detail)
-{
-    m_down.append({type, detail});
-    fakeInput(type, detail);
-}
-
-void Desktop::release(int type, int detail)
-{
-    m_down.removeAll({type, detail});
-    fakeInput(type + 1, detail);
 }
 
 void Desktop::click(QPoint at, Button button)
@@ -251,7 +227,7 @@ void Desktop::releaseInput()
 {
     grab(false);
     while (!m_down.isEmpty())
-        release(m_down.last().first, m_down.last().second);
+        fakeInput(m_down.last().first + 1, m_down.last().second);
 }
 
 bool Desktop::inputIsFree() const
@@ -290,13 +266,11 @@ QImage Desktop::picture(const QRect &area) const
 
 QImage Desktop::stillPicture() const
 {
-    QImage still = picture();
+    QImage still;
     QElapsedTimer sinceChange;
-    sinceChange.start();
     const bool rests = wait([&] {
-        QImage now = picture();
-        if (now != still) {
-            still = std::move(now);
+        if (const QImage now = picture(); now != still) {
+            still = now;
             sinceChange.start();
         }
         return sinceChange.hasExpired(100);
@@ -341,16 +315,13 @@ QList<Desktop::Window> Desktop::windows() const
             ask(xcb_translate_coordinates_reply, xcb_translate_coordinates(m_connection, ids[i], m_root, 0, 0));
         if (!size || !place)
             continue; // closed meanwhile
-        Window window;
-        window.id = ids[i];
-        window.title = QString::fromUtf8(property(ids[i], "_NET_WM_NAME"));
-        window.content = QRect(place->dst_x, place->dst_y, size->width, size->height);
+        Window window{ids[i], QString::fromUtf8(property(ids[i], "_NET_WM_NAME")),
+                      QRect(place->dst_x, place->dst_y, size->width, size->height)};
         window.frame = window.content;
         const QByteArray extents = property(ids[i], "_NET_FRAME_EXTENTS");
-        if (extents.size() == 16) {
-            const auto *edges = reinterpret_cast<const quint32 *>(extents.constData()); // left, right, top, bottom
-            window.frame.adjust(-int(edges[0]), -int(edges[2]), int(edges[1]), int(edges[3]));
-        }
+        const auto *edges = reinterpret_cast<const qint32 *>(extents.constData()); // left, right, top, bottom
+        if (extents.size() == 16)
+            window.frame += QMargins(edges[0], edges[2], edges[1], edges[3]);
         found.append(window);
     }
     return found;
@@ -402,8 +373,13 @@ QByteArray Desktop::firstLine(QProcess &process, const char *what) const
     return process.readLine().trimmed();
 }
 
+// detail: the key or button; a release is the type after its press.
 void Desktop::fakeInput(int type, int detail, QPoint at)
 {
+    if (type == XCB_KEY_PRESS || type == XCB_BUTTON_PRESS)
+        m_down.append({type, detail});
+    else
+        m_down.removeAll({type - 1, detail});
     xcb_test_fake_input(m_connection, uint8_t(type), uint8_t(detail), XCB_CURRENT_TIME, m_root, int16_t(at.x()),
                         int16_t(at.y()), 0);
     ask(xcb_get_input_focus_reply, xcb_get_input_focus(m_connection));

@@ -81,18 +81,16 @@ public:
     void setResource(const QByteArray &resources); // the X resources, "Xft.dpi:\t192\n"
 
     // Keyboard and pointer.
-    void keyDown(Key key) { press(XCB_KEY_PRESS, int(key)); }
-    void keyUp(Key key) { release(XCB_KEY_PRESS, int(key)); }
+    void keyDown(Key key) { fakeInput(XCB_KEY_PRESS, int(key)); }
+    void keyUp(Key key) { fakeInput(XCB_KEY_RELEASE, int(key)); }
     void tap(Key key) { keyDown(key), keyUp(key); }
     void movePointer(QPoint to) { fakeInput(XCB_MOTION_NOTIFY, 0, to); }
-    void buttonDown(Button button = Button::left) { press(XCB_BUTTON_PRESS, int(button)); }
-    void buttonUp(Button button = Button::left) { release(XCB_BUTTON_PRESS, int(button)); }
+    void buttonDown(Button button = Button::left) { fakeInput(XCB_BUTTON_PRESS, int(button)); }
+    void buttonUp(Button button = Button::left) { fakeInput(XCB_BUTTON_RELEASE, int(button)); }
     void click(QPoint at, Button button = Button::left);
     void drag(QPoint from, QPoint to); // with the left button, over a few points between
-    bool grabInput()
-    {
-        return grab(true) == 2;
-    }                         // both, as an open menu does; false when another program has one of them
+    // Both, as an open menu does; false when another program has one of them.
+    bool grabInput() { return grab(true) == 2; }
     void releaseInput();      // whatever is still held down or grabbed
     bool inputIsFree() const; // no program has grabbed anything, and no button is down
     QPoint pointer() const;
@@ -112,8 +110,8 @@ public:
     struct Window {
         quint32 id = 0;
         QString title;
-        QRect content; // without the frame
-        QRect frame;
+        QRect content = {}; // without the frame
+        QRect frame = {};
     };
     QList<Window> windows() const; // those the window manager knows, bottom first
     std::optional<Window> windowTitled(const QString &title) const;
@@ -146,8 +144,6 @@ private:
     void startCompositor();
     void awaitReady(const char *what, const std::function<bool()> &ready) const;
     QByteArray firstLine(QProcess &process, const char *what) const;
-    void press(int type, int detail);
-    void release(int type, int detail);
     void fakeInput(int type, int detail, QPoint at = {});
     QByteArray run(const QString &program, const QStringList &arguments);
     int grab(bool keep) const;
