@@ -49,8 +49,7 @@ private:
 
 } // namespace
 
-// What Qt's codec holds of a picture apart from the file, in bytes; more than there is if that can't be told: who knows which
-// codecs are installed, and what they would do.
+// What Qt's codec holds of a picture apart from the file, in bytes; more than there is if that can't be told.
 static qint64 heldByQt(const QImageReader &reader, QSize size, const ExifTags &tags)
 {
     const qint64 pixels = qint64(size.width()) * size.height();
@@ -60,9 +59,8 @@ static qint64 heldByQt(const QImageReader &reader, QSize size, const ExifTags &t
     if (format == "jpeg" || format == "webp")
         return pixels * 12; // coefficients of four colours; a frame, the one before and its unpacked form
     const qint64 bytes = PictureHeader::bytes(size, reader.imageFormat());
-    const double room = double(DecodeBudget::shared().all());
-    return format == "tiff" && bytes > 0 ? bytes + qint64(qMin(room, tags.pieceBytes.value_or(room)))
-                                         : DecodeBudget::shared().all();
+    const qint64 all = DecodeBudget::shared().all();
+    return bytes > 0 ? bytes + qint64(qMin(double(all), tags.pieceBytes.value_or(double(all)))) : all;
 }
 
 static Decoded readByQt(QIODevice &file, RowSink &sink)
@@ -72,6 +70,8 @@ static Decoded readByQt(QIODevice &file, RowSink &sink)
     Q_UNUSED(limited)
     QImageReader reader(&file);
     reader.setDecideFormatFromContent(true);
+    if (!QList<QByteArray>{"gif", "jpeg", "tiff", "webp"}.contains(reader.format()))
+        return Decoded::nothing; // who knows which other codecs are installed, and what they would do
     PictureHeader header;
     ExifTags tags;
     if (reader.format() == "tiff") {
