@@ -8,8 +8,8 @@ class QIODevice;
 
 namespace qm {
 
-// The few tags of a TIFF structure (TIFF 6.0, section 2) that determine how a picture is shown and what decoding it takes. EXIF data in JPEG, PNG,
-// WebP and HEIC is such a structure, as is a TIFF file. Malformed data counts as absent.
+// The few tags of a TIFF structure (TIFF 6.0, section 2) that determine how a picture is shown and what decoding it takes.
+// EXIF data in JPEG, PNG, WebP and HEIC is such a structure, as is a TIFF file. Malformed data counts as absent.
 struct ExifTags {
     int orientation = 1; // 1 to 8
     std::optional<double> dpi;

@@ -21,7 +21,8 @@ public:
     AnnotationWindowController();
     ~AnnotationWindowController() override;
 
-    // Opens a window in front of the others, at once or as soon as there is memory for decoding. Beeps if the file is not a picture or cannot be read.
+    // Opens a window in front of the others, at once or as soon as there is memory for decoding. Beeps if the file is not
+    // a picture or cannot be read.
     void open(const QString &path); // absolute
 
     QWidget *window() const { return m_window.get(); } // the one opened last, even if closed since; null before
