@@ -26,13 +26,15 @@ AppDelegate::AppDelegate()
                           Pasteboard::setContent(picture);
                           sayWhereCapturesGo();
                       })
-    , m_trigger(QtQueue::main(), ConfigStore::resolveHotkey(),
-                [this](HotkeyGesture gesture) {
-                    if (m_keyTest)
-                        m_keyTest(gesture);
-                    else
-                        gesture == HotkeyGesture::tap ? captureRangeAction() : captureWindowAction();
-                })
+    , m_trigger(
+          QtQueue::main(), ConfigStore::resolveHotkey(),
+          [this](HotkeyGesture gesture) {
+              if (m_keyTest)
+                  m_keyTest(gesture);
+              else
+                  gesture == HotkeyGesture::tap ? captureRangeAction() : captureWindowAction();
+          },
+          [this] { return m_captureRunner.isCapturing(); })
     , m_libraryController([this](const QString &path) {
         perform({Command::Verb::annotate, path});
     })
@@ -154,7 +156,9 @@ void AppDelegate::sayWhereCapturesGo()
 
 void AppDelegate::openStore()
 {
-    Workspace::openFolder(ConfigStore::resolveCaptureDir());
+    const QString folder = ConfigStore::resolveCaptureDir();
+    ConfigStore::createFolder(folder);
+    Workspace::openFolder(folder);
 }
 
 void AppDelegate::openLibrary()

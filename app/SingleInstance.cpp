@@ -2,6 +2,7 @@
 
 #include "config/ConfigStore.h"
 
+#include <QFileInfo>
 #include <QLocalSocket>
 #include <QLockFile>
 #include <QTimer>
@@ -15,21 +16,26 @@ static constexpr int writeLimit = 5000;   // ms
 static constexpr auto readLimit = 5s;
 static constexpr qint64 longestMessage = 16 * 1024; // a path has at most 4096 bytes, each of which JSON may escape
 
+static QString homeSocketPath()
+{
+    return ConfigStore::homeFolder() + QStringLiteral("/socket");
+}
+
 static QString socketPath()
 {
     const QString folder = ConfigStore::runtimeFolder();
-    if (folder != ConfigStore::homeFolder())
-        return folder + QStringLiteral("/quillmere.sock");
-    ConfigStore::createFolder(folder);
-    return folder + QStringLiteral("/socket");
+    return folder == ConfigStore::homeFolder() ? homeSocketPath() : folder + QStringLiteral("/quillmere.sock");
 }
 
 bool SingleInstance::handOver(const Command &command)
 {
     QLocalSocket socket;
     socket.connectToServer(socketPath());
-    if (!socket.waitForConnected(connectLimit))
-        return false;
+    if (!socket.waitForConnected(connectLimit)) {
+        socket.connectToServer(homeSocketPath()); // of one that was started where there was no runtime folder
+        if (!socket.waitForConnected(connectLimit))
+            return false;
+    }
     socket.write(command.toMessage());
     while (socket.bytesToWrite() > 0 && socket.waitForBytesWritten(writeLimit)) {
     }
@@ -40,6 +46,7 @@ bool SingleInstance::handOver(const Command &command)
 bool SingleInstance::listen(Received received)
 {
     const QString path = socketPath();
+    ConfigStore::createFolder(QFileInfo(path).path());
     // Only the holder of this lock may remove a socket that nobody answers on.
     QLockFile lock(path + QStringLiteral(".lock"));
     lock.setStaleLockTime(0);

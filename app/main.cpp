@@ -1,5 +1,6 @@
 #include "app/AppDelegate.h"
 #include "app/SingleInstance.h"
+#include "platform/SystemStartup.h"
 #include "platform/TerminationSignals.h"
 #include "ui/AppLocale.h"
 #include "ui/Symbol.h"
@@ -55,6 +56,12 @@ static std::optional<int> doneWithoutADisplay(int argc, char **argv, std::option
     }
     if (SingleInstance::handOver(*command) || command->verb == Command::Verb::quit)
         return 0;
+    if (!SystemStartup::hasDisplay()) {
+        std::fputs(qUtf8Printable(AppLocale::text(u"quillmere: there is no display to show anything on\n",
+                                                  u"quillmere: 表示先のディスプレイがありません\n")),
+                   stderr);
+        return 1;
+    }
     return std::nullopt;
 }
 

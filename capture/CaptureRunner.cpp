@@ -6,6 +6,7 @@
 #include "platform/ToolPaths.h"
 
 #include <QDateTime>
+#include <QFileInfo>
 
 namespace qm {
 
@@ -28,18 +29,31 @@ void CaptureRunner::runCapture(const QStringList &arguments)
         return;
     const QString folder = ConfigStore::resolveCaptureDir();
     ConfigStore::createFolder(folder);
-    const QString path = folder + u'/' + CaptureNames::capture(QDateTime::currentDateTime());
+    QString path;
+    for (QDateTime time = QDateTime::currentDateTime(); path.isEmpty(); time = time.addSecs(1)) {
+        const QString candidate = folder + u'/' + CaptureNames::capture(time);
+        if (!m_promised.contains(candidate) && !QFileInfo::exists(candidate))
+            path = candidate;
+    }
+    m_promised.insert(path);
     m_pool.start([this, tool, arguments, path, weak = std::weak_ptr(m_takePicture)] {
         ChildProcess::run(*tool, arguments + QStringList(path));
         // Only the file counts, whatever the exit status: without a file the user has cancelled.
         const Pasteboard::Content picture = Pasteboard::contentOf(path);
-        if (picture.image.isNull())
-            return;
-        m_main.post([weak, picture] {
-            if (const auto takePicture = weak.lock())
+        m_main.post([this, weak, path, picture] {
+            const auto takePicture = weak.lock();
+            if (!takePicture)
+                return; // and neither is there a runner
+            m_promised.remove(path);
+            if (!picture.image.isNull())
                 (*takePicture)(picture);
         });
     });
+}
+
+bool CaptureRunner::isCapturing() const
+{
+    return !m_promised.isEmpty();
 }
 
 bool CaptureRunner::stop(std::chrono::milliseconds limit)

@@ -3,6 +3,7 @@
 #include "imaging/Pasteboard.h"
 #include "platform/TaskQueue.h"
 
+#include <QSet>
 #include <QStringList>
 #include <QThreadPool>
 
@@ -22,8 +23,11 @@ public:
     CaptureRunner(TaskQueue &main, TakePicture takePicture);
     ~CaptureRunner();
 
-    // {"-i"} captures a region, {"-iw"} a window. Returns at once.
+    // {"-i"} captures a region, {"-iw"} a window. Returns at once. The file is named by the time; if that name is taken,
+    // or promised to another capture, by the next second that is free.
     void runCapture(const QStringList &arguments);
+
+    bool isCapturing() const; // from runCapture() until the last picture has been read or its user has cancelled
 
     // At quit. Returns false if a capture is still waiting for its user after the limit.
     bool stop(std::chrono::milliseconds limit);
@@ -31,6 +35,7 @@ public:
 private:
     TaskQueue &m_main;
     std::shared_ptr<TakePicture> m_takePicture; // weak references keep late pictures from being delivered
+    QSet<QString> m_promised;                   // paths of pictures that are on their way
     QThreadPool m_pool;
 };
 

@@ -4,10 +4,12 @@
 
 namespace qm {
 
-HotkeyTrigger::HotkeyTrigger(TaskQueue &queue, const Hotkey &hotkey, Recognized recognized)
+HotkeyTrigger::HotkeyTrigger(TaskQueue &queue, const Hotkey &hotkey, Recognized recognized,
+                             std::function<bool()> isOurs)
     : m_queue(queue)
     , m_hotkey(hotkey)
     , m_recognized(std::move(recognized))
+    , m_isOurs(std::move(isOurs))
 {
 }
 
@@ -23,7 +25,7 @@ void HotkeyTrigger::handle(const KeyEvent &event)
     if (event.type == KeyEvent::Type::flagsChanged && isTrigger) {
         // The mask covers both keys: while the left one is held, releasing the right one looks like another press.
         if (event.flags & flagMask(m_hotkey.modifier))
-            triggerPressed();
+            triggerPressed(event.othersDown || (m_isOurs && m_isOurs()));
         else
             triggerReleased();
     } else if (event.type != KeyEvent::Type::disabled) {
@@ -31,11 +33,16 @@ void HotkeyTrigger::handle(const KeyEvent &event)
     }
 }
 
-void HotkeyTrigger::triggerPressed()
+// A chord from its first moment: Ctrl and right Shift switch the keyboard layout on many desktops, and Shift is held
+// while the mouse draws.
+void HotkeyTrigger::triggerPressed(bool isChord)
 {
     m_triggerDown = true;
-    m_usedAsModifier = false;
+    m_usedAsModifier = isChord;
     m_holdFired = false;
+    m_holdTimer.cancel();
+    if (isChord)
+        return;
     const auto threshold = std::chrono::milliseconds(std::lround(m_hotkey.holdThreshold * 1000));
     m_holdTimer = m_queue.postAfter(threshold, [this] { thresholdElapsed(); });
 }

@@ -16,13 +16,14 @@ class HotkeyTrigger
 public:
     using Recognized = std::function<void(HotkeyGesture)>;
 
-    HotkeyTrigger(TaskQueue &queue, const Hotkey &hotkey, Recognized recognized);
+    // A press while isOurs() says so belongs to whoever that is, and so does its release, however much later it comes.
+    HotkeyTrigger(TaskQueue &queue, const Hotkey &hotkey, Recognized recognized, std::function<bool()> isOurs = {});
 
     void setHotkey(const Hotkey &hotkey); // the key applies from the next event on, the threshold from the next press
     void handle(const KeyEvent &event);   // do not pass events of type disabled
 
 private:
-    void triggerPressed();
+    void triggerPressed(bool isChord);
     void triggerReleased();
     void anotherKey();
     void thresholdElapsed();
@@ -30,6 +31,7 @@ private:
     TaskQueue &m_queue;
     Hotkey m_hotkey;
     Recognized m_recognized;
+    std::function<bool()> m_isOurs;
 
     bool m_triggerDown = false;
     bool m_usedAsModifier = false; // survives the release; the next press clears it

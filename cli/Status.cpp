@@ -46,6 +46,12 @@ static QString folderState(const QString &path)
     return info.isReadable() ? QString() : text(u"not readable", u"読み取れません");
 }
 
+static QString captureFolderState(const QString &path)
+{
+    const QFileInfo info(path);
+    return info.isDir() && !info.isWritable() ? text(u"not writable", u"書き込めません") : folderState(path);
+}
+
 namespace {
 
 // One fact: the same order and values for people and for programs.
@@ -80,7 +86,7 @@ static std::vector<Fact> settingsFacts()
         {u"captures",
          text(u"Capture folder", u"保存先フォルダー"),
          captures,
-         {origin(u"captures"), folderState(captures)}},
+         {origin(u"captures"), captureFolderState(captures)}},
         {u"source",
          text(u"Screenshot folder", u"スクリーンショットのフォルダー"),
          source,

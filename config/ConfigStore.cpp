@@ -9,6 +9,7 @@
 #include <QFileInfo>
 
 #include <algorithm>
+#include <unistd.h>
 #include <vector>
 
 namespace qm {
@@ -68,8 +69,10 @@ QString ConfigStore::homeFolder()
 
 QString ConfigStore::runtimeFolder()
 {
-    const QString folder = qEnvironmentVariable("XDG_RUNTIME_DIR");
-    return QFileInfo(folder).isDir() ? folder : homeFolder();
+    // A cron job or a shell of another user's has no such variable, and is to find the instance of the desktop.
+    const QString usual = QStringLiteral("/run/user/%1").arg(geteuid());
+    const QFileInfo folder(qEnvironmentVariable("XDG_RUNTIME_DIR", usual));
+    return folder.isDir() && folder.ownerId() == geteuid() ? folder.filePath() : homeFolder();
 }
 
 QString ConfigStore::localFile()

@@ -17,11 +17,13 @@ namespace qm {
 // Reading never fails: missing, broken or mistyped values count as absent.
 namespace ConfigStore {
 
-QString homeFolder();    // .quillmere in the user's home; holds settings and index
-QString localFile();     // config.json in it
-QString runtimeFolder(); // for what need not outlive the session: XDG_RUNTIME_DIR, without one the home folder
-QString sharedFolder();  // the one "cloud" names, absolute; empty if there is none
-QString sharedFile();    // config.json in it; empty if there is none
+QString homeFolder(); // .quillmere in the user's home; holds settings and index
+QString localFile();  // config.json in it
+// For what need not outlive the session: XDG_RUNTIME_DIR or, if that is not set, the folder that it is on most systems;
+// the home folder if there is none.
+QString runtimeFolder();
+QString sharedFolder(); // the one "cloud" names, absolute; empty if there is none
+QString sharedFile();   // config.json in it; empty if there is none
 
 QJsonObject effective(); // local and shared merged: shared values win, except that "cloud" is always the local one
 Hotkey resolveHotkey();

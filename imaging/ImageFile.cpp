@@ -4,6 +4,7 @@
 #include "imaging/PngKernels.h"
 
 #include <QFile>
+#include <QFileInfo>
 
 #include <climits>
 #include <cmath>
@@ -160,7 +161,7 @@ Result ImageFile::load(QIODevice &file)
 Result ImageFile::load(const QString &path)
 {
     QFile file(path);
-    if (!file.open(QIODevice::ReadOnly))
+    if (!QFileInfo(path).isFile() || !file.open(QIODevice::ReadOnly)) // opening a pipe would wait for a writer for ever
         return {{}, Failure::missing};
     return load(file);
 }

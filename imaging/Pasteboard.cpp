@@ -6,6 +6,7 @@
 
 #include <QClipboard>
 #include <QFile>
+#include <QFileInfo>
 #include <QGuiApplication>
 #include <QMimeData>
 
@@ -54,7 +55,7 @@ Pasteboard::Content Pasteboard::contentOf(const QString &path)
 {
     Content content;
     QFile file(path);
-    if (!file.open(QIODevice::ReadOnly))
+    if (!QFileInfo(path).isFile() || !file.open(QIODevice::ReadOnly))
         return content;
     content.image = ImageFile::load(file).image;
     if (!content.image.isNull() && file.seek(0) && PngReader::isPng(file.peek(8)))

@@ -4,6 +4,7 @@
 #include "imaging/PictureReader.h"
 
 #include <QFile>
+#include <QFileInfo>
 
 #include <cmath>
 #include <optional>
@@ -107,7 +108,7 @@ private:
 QImage Thumbnailer::make(const QString &path, double maxEdge, const std::function<bool()> &unwanted)
 {
     QFile file(path);
-    if (!(maxEdge > 0) || !file.open(QIODevice::ReadOnly))
+    if (!(maxEdge > 0) || !QFileInfo(path).isFile() || !file.open(QIODevice::ReadOnly))
         return {};
     ShrunkPicture picture(maxEdge, unwanted);
     const Decoded decoded = PictureReader::read(file, {PngReader::Depth::eight, maxEdge * leftToAverage}, picture);

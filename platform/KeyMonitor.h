@@ -18,6 +18,7 @@ struct KeyEvent {
     Type type = Type::keyDown;
     int keyCode = 0;
     quint32 flags = 0;
+    bool othersDown = false; // flagsChanged: another modifier key or a pointer button was down already; not on macOS
 };
 
 // Listens to every key of the session, whichever application has the focus. Never swallows or alters one. Main thread.

@@ -8,6 +8,9 @@ namespace qm {
 // application object exists.
 namespace SystemStartup {
 
+// Whether there is anything to show windows on. Needs no application object, which could not be created without.
+bool hasDisplay();
+
 void becomeAccessory();     // no Dock icon, no main menu
 void askForAccessibility(); // prompts once for the key monitor's permission; the answer is not reported
 

@@ -45,6 +45,9 @@ bool InputGrab::take(xcb_cursor_t cursor)
         const Reply<xcb_grab_keyboard_reply_t> answer(xcb_grab_keyboard_reply(connection, keyboard, nullptr));
         m_keyboard = answer && answer->status == XCB_GRAB_STATUS_SUCCESS;
     }
+    // Half of it would keep the keyboard from the very program in which the user is drawing.
+    if (!isHeld())
+        release();
     return isHeld();
 }
 

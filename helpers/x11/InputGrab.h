@@ -17,8 +17,8 @@ public:
     ~InputGrab();
     Q_DISABLE_COPY_MOVE(InputGrab)
 
-    // One attempt; true if both are held. Fails while another program (such as an open menu) has a grab; may be
-    // retried.
+    // One attempt; true if both are held, otherwise neither is. Fails while another program (such as an open menu) has a
+    // grab; may be retried.
     bool take(xcb_cursor_t cursor);
     bool isHeld() const { return m_pointer && m_keyboard; }
     void setCursor(xcb_cursor_t cursor);

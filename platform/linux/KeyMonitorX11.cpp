@@ -68,6 +68,7 @@ private:
     void handleInputEvent(const xcb_ge_generic_event_t &event);
     void keyChanged(uint32_t xKeyCode, bool pressed);
     quint32 flags() const;
+    bool areOthersDown(uint32_t xKeyCode) const;
     std::optional<ModifierKey> modifierFor(uint32_t xKeyCode) const;
 
     std::function<void(const KeyEvent &)> m_handle;
@@ -79,6 +80,7 @@ private:
     xkb_keymap *m_keymap = nullptr;
     std::array<xkb_keycode_t, modifierKeys.size()> m_xKeyCodes{}; // for modifierKeys; 0: the keyboard has no such key
     std::set<uint32_t> m_pressed;                                 // X keycodes of the modifier keys that are down
+    std::set<uint32_t> m_buttons;                                 // of the pointer, that are down
     std::unique_ptr<QSocketNotifier> m_notifier;
 };
 
@@ -133,7 +135,7 @@ void KeyMonitorX11::selectEvents()
         uint32_t events;
     };
     constexpr uint32_t raw = XCB_INPUT_XI_EVENT_MASK_RAW_KEY_PRESS | XCB_INPUT_XI_EVENT_MASK_RAW_KEY_RELEASE |
-                             XCB_INPUT_XI_EVENT_MASK_RAW_BUTTON_PRESS;
+                             XCB_INPUT_XI_EVENT_MASK_RAW_BUTTON_PRESS | XCB_INPUT_XI_EVENT_MASK_RAW_BUTTON_RELEASE;
     const Mask masks[] = {{{XCB_INPUT_DEVICE_ALL_MASTER, 1}, raw},
                           {{XCB_INPUT_DEVICE_ALL, 1}, XCB_INPUT_XI_EVENT_MASK_HIERARCHY}};
     for (const Mask &mask : masks)
@@ -164,9 +166,18 @@ void KeyMonitorX11::readKeymap()
 // At start, and after a change of devices or of the terminal, when releases may have been missed.
 void KeyMonitorX11::readPressedKeys()
 {
+    const auto askPointer = xcb_query_pointer(m_connection, m_server.screen->root);
     const auto state = owned(xcb_query_keymap_reply(m_connection, xcb_query_keymap(m_connection), nullptr));
-    if (!state)
+    if (!state) {
+        xcb_discard_reply(m_connection, askPointer.sequence);
         return;
+    }
+    m_buttons.clear();
+    const auto pointer = owned(xcb_query_pointer_reply(m_connection, askPointer, nullptr));
+    for (uint32_t button = 1; pointer && button <= 3; ++button) {
+        if (pointer->mask & (XCB_BUTTON_MASK_1 << (button - 1)))
+            m_buttons.insert(button);
+    }
     m_pressed.clear();
     for (const xkb_keycode_t code : m_xKeyCodes) {
         if (code != 0 && code < 256 && state->keys[code / 8] & (1 << code % 8))
@@ -215,7 +226,11 @@ void KeyMonitorX11::handleInputEvent(const xcb_ge_generic_event_t &event)
         keyChanged(reinterpret_cast<const xcb_input_raw_key_press_event_t &>(event).detail,
                    event.event_type == XCB_INPUT_RAW_KEY_PRESS);
         break;
+    case XCB_INPUT_RAW_BUTTON_RELEASE:
+        m_buttons.erase(reinterpret_cast<const xcb_input_raw_button_press_event_t &>(event).detail);
+        break;
     case XCB_INPUT_RAW_BUTTON_PRESS:
+        m_buttons.insert(reinterpret_cast<const xcb_input_raw_button_press_event_t &>(event).detail);
         // Shift+click uses Shift as a modifier, as does Shift with the wheel.
         m_handle({KeyEvent::Type::keyDown, noModifier, flags()});
         break;
@@ -234,7 +249,12 @@ void KeyMonitorX11::keyChanged(uint32_t xKeyCode, bool pressed)
         m_pressed.insert(xKeyCode);
     else
         m_pressed.erase(xKeyCode);
-    m_handle({KeyEvent::Type::flagsChanged, modifier->keyCode, flags()});
+    m_handle({KeyEvent::Type::flagsChanged, modifier->keyCode, flags(), areOthersDown(xKeyCode)});
+}
+
+bool KeyMonitorX11::areOthersDown(uint32_t xKeyCode) const
+{
+    return !m_buttons.empty() || m_pressed.size() > m_pressed.count(xKeyCode);
 }
 
 std::optional<ModifierKey> KeyMonitorX11::modifierFor(uint32_t xKeyCode) const

@@ -7,6 +7,11 @@
 
 namespace qm {
 
+bool SystemStartup::hasDisplay()
+{
+    return true;
+}
+
 void SystemStartup::becomeAccessory()
 {
     [NSApplication.sharedApplication setActivationPolicy:NSApplicationActivationPolicyAccessory];

@@ -11,7 +11,8 @@ class tst_HotkeyTrigger : public QObject
     Q_OBJECT
 
 private Q_SLOTS:
-    // "press" and "release" are the trigger's, the right Shift key; "left:shift" is another modifier going down or up and
+    // "press" and "release" are the trigger's, the right Shift key, "held:shift" its press while another modifier or a
+    // button is down; "busy" and "free" are what our own captures are; "left:shift" is another modifier going down or up and
     // the flags after it, "key" any other key, "399" milliseconds that pass, "rightControl=0.2" new settings.
     void gestures_data()
     {
@@ -29,6 +30,10 @@ private Q_SLOTS:
         row("letter before the press", u"key press release"_s, u"tap at 0"_s);
         row("chord with left Shift", u"press left:shift left:shift release"_s, {});
         row("Control's release counts too", u"control:control right:both control:shift release"_s, {});
+        row("Ctrl held already, as layouts are switched", u"held:shift 1000 release press release"_s, u"tap at 1000"_s);
+        row("belongs to a capture, and so does a late release", u"busy press free 1000 release"_s, {});
+        row("a capture that begins later", u"press busy release"_s, u"tap at 0"_s);
+        row("a hold cut short by another press in a chord", u"press 300 held:shift 1000"_s, {});
         row("a tap after a chord", u"press key release press release"_s, u"tap at 0"_s);
 
         row("the other Shift is still held at the release: reads as a press", u"left:shift press right:shift 1000"_s,
@@ -48,20 +53,24 @@ private Q_SLOTS:
 
     void gestures()
     {
-        static const QHash<QString, int> keys{{u"right"_s, 60}, {u"left"_s, 56}, {u"control"_s, 62}};
+        static const QHash<QString, int> keys{{u"right"_s, 60}, {u"held"_s, 60}, {u"left"_s, 56}, {u"control"_s, 62}};
         static const QHash<QString, quint32> flags{
             {u"none"_s, 0}, {u"shift"_s, 0x20000}, {u"control"_s, 0x40000}, {u"both"_s, 0x60000}};
         QFETCH(QString, steps);
         ManualQueue queue;
         QStringList told;
-        HotkeyTrigger trigger(queue, Hotkey(), [&](HotkeyGesture gesture) {
+        bool busy = false;
+        const auto note = [&](HotkeyGesture gesture) {
             told << u"%1 at %2"_s.arg(gesture == HotkeyGesture::tap ? u"tap" : u"hold").arg(queue.now().count());
-        });
+        };
+        HotkeyTrigger trigger(queue, Hotkey(), note, [&] { return busy; });
         steps.replace(u"press"_s, u"right:shift"_s).replace(u"release"_s, u"right:none"_s);
         for (const QString &step : steps.split(u' ')) {
             const QStringList key = step.split(u':'), setting = step.split(u'=');
             if (key.size() == 2)
-                trigger.handle({KeyEvent::Type::flagsChanged, keys[key[0]], flags[key[1]]});
+                trigger.handle({KeyEvent::Type::flagsChanged, keys[key[0]], flags[key[1]], key[0] == u"held"});
+            else if (step == u"busy" || step == u"free")
+                busy = step == u"busy";
             else if (setting.size() == 2)
                 trigger.setHotkey({*hotkeyModifierFrom(setting[0]), setting[1].toDouble()});
             else if (step[0].isDigit())

@@ -76,7 +76,7 @@ private Q_SLOTS:
     void initTestCase()
     {
         for (const QString &tool : {u"bin/qmcapture"_s, u"bin/qmscroll"_s})
-            m_desktop.home().script(tool, "echo \"$@\" >>\"$HOME/asked\"");
+            m_desktop.home().script(tool, "echo \"$@\" >>\"$HOME/asked\"; : >\"$2\"");
         QVERIFY(QFile::copy(QStringLiteral(QM_PROGRAMS "/quillmere"), at(u"bin/quillmere"_s)));
     }
     void cleanup()
@@ -132,6 +132,8 @@ private Q_SLOTS:
     {
         QProcess &one = quillmere(u"capture-region"_s), &other = quillmere(u"capture-region"_s);
         QCOMPARE(asked(2), QByteArray("-i -i"));
+        const QByteArrayList lines = m_desktop.home().read(u"asked"_s).trimmed().split('\n');
+        QVERIFY(lines[0] != lines[1]); // neither overwrites the other within the same second
         const auto hasEnded = [](const QProcess &process) { return process.state() == QProcess::NotRunning; };
         QVERIFY(Desktop::wait([&] { return hasEnded(one) || hasEnded(other); }));
         m_application = hasEnded(one) ? &other : &one;

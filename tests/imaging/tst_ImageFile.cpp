@@ -15,6 +15,8 @@
 #include <QtEndian>
 #include <QtTest>
 
+#include <sys/stat.h>
+
 #include <atomic>
 
 using namespace qm;
@@ -318,6 +320,10 @@ private Q_SLOTS:
         QCOMPARE(load("no picture").failure, Failure::undecodable);
         QCOMPARE(load({}).failure, Failure::undecodable);
         QCOMPARE(ImageFile::load(QStringLiteral("/nowhere/at/all.png")).failure, Failure::missing);
+        QTemporaryDir folder; // a pipe would be waited for
+        const QString pipe = folder.filePath(QStringLiteral("pipe.png"));
+        QCOMPARE(mkfifo(qPrintable(pipe), 0600), 0);
+        QCOMPARE(ImageFile::load(pipe).failure, Failure::missing);
     }
 };
 

@@ -21,11 +21,22 @@ private Q_SLOTS:
     void tells_data()
     {
         QTest::addColumn<Steps>("steps");
-        QTest::addColumn<QString>("told"); // key codes and flags in hexadecimal; -1: every key but the modifiers
+        QTest::addColumn<QString>(
+            "told"); // key codes and flags in hexadecimal; -1: every key but the modifiers; !: others
         const auto row = [](const char *name, const QString &told, const Steps &steps) {
             QTest::newRow(name) << steps << told;
         };
-        row("twins", u"3c+20000 38+20000 38+20000 3c+0"_s, [](Desktop &d) {
+        row("Ctrl is held", u"3b+40000 3c+60000! 3c+40000! 3b+0"_s, [](Desktop &d) {
+            d.keyDown(Key::leftControl);
+            d.tap(Key::rightShift);
+            d.keyUp(Key::leftControl);
+        });
+        row("a button is held", u"-1+0 3c+20000! 3c+0!"_s, [](Desktop &d) {
+            d.buttonDown();
+            d.tap(Key::rightShift);
+            d.buttonUp();
+        });
+        row("twins", u"3c+20000 38+20000! 38+20000! 3c+0"_s, [](Desktop &d) {
             d.keyDown(Key::rightShift);
             d.tap(Key::leftShift);
             d.keyUp(Key::rightShift);
@@ -51,7 +62,8 @@ private Q_SLOTS:
         const std::unique_ptr<KeyMonitor> monitor = makeKeyMonitor();
         QStringList found;
         const auto note = [&found](const KeyEvent &event) {
-            found += QString::number(event.keyCode, 16) + u'+' + QString::number(event.flags, 16);
+            found += QString::number(event.keyCode, 16) + u'+' + QString::number(event.flags, 16) +
+                     (event.othersDown ? u"!"_s : QString());
         };
         QVERIFY(monitor->start(note) == KeyMonitor::Started::yes);
         steps(m_desktop);

@@ -161,7 +161,7 @@ QByteArray PngForge::damagedFile(const Picture &picture, QRandomGenerator &rando
     case 6: return with(good, start, random.bounded(2) ? 0x7f : 0xff); // a huge length, or a negative one
     case 7: {                                                          // a filter number, where rows are all as long
         const qsizetype row = raw.size() / picture.height * random.bounded(picture.height);
-        return withRows(with(raw, row, random.bounded(5, 256)));
+        return withRows(with(raw, row, random.bounded(2) ? 5 : random.bounded(5, 256)));
     }
     case 8: return withRows(raw.chopped(random.bounded(int(qMin<qsizetype>(raw.size(), 300))) + 1));
     case 9: return withRows(raw + raw.left(random.bounded(300) + 1));

@@ -24,7 +24,8 @@ X11Overlay::X11Overlay(Curtain &curtain)
 
 X11Overlay::~X11Overlay()
 {
-    m_input.releaseWhenUp(releaseLimit);
+    if (m_input.isHeld()) // what is pressed in other programs is none of our business
+        m_input.releaseWhenUp(releaseLimit);
     for (const xcb_cursor_t made : std::as_const(m_cursors))
         xcb_free_cursor(m_server.get(), made);
     xcb_flush(m_server.get());

@@ -195,18 +195,29 @@ private Q_SLOTS:
     void grabbedByAnother_data()
     {
         QTest::addColumn<bool>("letGo");
-        QTest::newRow("a menu that closes") << true;
-        QTest::newRow("a menu that stays") << false;
+        QTest::addColumn<bool>("hasKeyboard");
+        QTest::newRow("a menu that closes") << true << true;
+        QTest::newRow("a menu that stays") << false << true;
+        QTest::newRow("a program that draws") << false << false;
     }
 
     void grabbedByAnother()
     {
         QFETCH(bool, letGo);
+        QFETCH(bool, hasKeyboard);
         QVERIFY(m_desktop.grabInput());
+        if (!hasKeyboard)
+            xcb_ungrab_keyboard(m_desktop.connection(), XCB_CURRENT_TIME);
         m_helper = &m_desktop.start(program, {u"-i"_s, m_path});
+        // The loupe beside the pointer is there: it has tried more than once by then.
+        QVERIFY(m_desktop.shows(m_before.pixel(10, 10), {90, 90}));
+        if (!hasKeyboard) // and must not have taken it from a program that has the pointer
+            QCOMPARE(m_desktop
+                         .ask(xcb_grab_keyboard_reply,
+                              xcb_grab_keyboard(m_desktop.connection(), 0, m_desktop.root(), XCB_CURRENT_TIME, 1, 1))
+                         ->status,
+                     0);
         if (letGo) {
-            // The loupe beside the pointer is there: it has tried more than once by then.
-            QVERIFY(m_desktop.shows(m_before.pixel(10, 10), {90, 90}));
             m_desktop.releaseInput();
             QVERIFY(m_desktop.overlayIsUp());
             m_desktop.drag({100, 100}, {149, 149});
