@@ -2,7 +2,6 @@
 
 #include <QFile>
 #include <QMultiHash>
-#include <QMutex>
 #include <QSocketNotifier>
 
 #include <sys/inotify.h>
@@ -36,8 +35,7 @@ struct FolderWatch::Private {
     const Changed changed;
     const int inotify = inotify_init1(IN_NONBLOCK | IN_CLOEXEC);
     QSocketNotifier notifier;
-    QMutex mutex;
-    QMultiHash<int, QByteArray> folders; // by the number of their watch; two names may lead to one folder
+    QMultiHash<int, QByteArray> folders; // by the number of their watch; two names may lead to one folder. Main thread
 };
 
 void FolderWatch::Private::readEvents()
@@ -52,9 +50,9 @@ void FolderWatch::Private::readEvents()
                 changed({});
                 continue;
             }
-            mutex.lock();
             const QByteArrayList found = folders.values(event->wd);
-            mutex.unlock();
+            if (found.isEmpty() && !(event->mask & IN_IGNORED))
+                changed({}); // in a folder of which this thread has not been told yet
             for (const QByteArray &folder : found)
                 changed(event->len > 0 ? folder + '/' + event->name : QByteArray());
         }
@@ -77,13 +75,14 @@ void FolderWatch::follow(const QStringList &folders)
         if (watch >= 0)
             now.insert(watch, folder.toUtf8());
     }
-    const QMutexLocker lock(&m_private->mutex);
-    const QList<int> before = m_private->folders.uniqueKeys();
-    for (const int watch : before) {
-        if (!now.contains(watch))
-            inotify_rm_watch(m_private->inotify, watch);
-    }
-    m_private->folders = now;
+    QMetaObject::invokeMethod(&m_private->notifier, [all = m_private.get(), now] {
+        const QList<int> before = all->folders.uniqueKeys();
+        for (const int watch : before) {
+            if (!now.contains(watch))
+                inotify_rm_watch(all->inotify, watch);
+        }
+        all->folders = now;
+    });
 }
 
 } // namespace qm

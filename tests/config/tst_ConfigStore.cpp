@@ -128,6 +128,20 @@ private Q_SLOTS:
         QCOMPARE(parsed(m_home->read(localFile)), parsed(R"({"autoOcr": false})"));
     }
 
+    // Written by version 0.1; a key that a later one has added outlives a change by this one.
+    void settingsOfOtherAges()
+    {
+        QFile written(QStringLiteral(QM_TEST_DATA "/home-0.1/config.json"));
+        QVERIFY(written.open(QIODevice::ReadOnly));
+        m_home->write(localFile, written.readAll().replace("{\n    \"auto", "{\n    \"later\": {\"a\": 1}, \"auto"));
+        QVERIFY(ConfigStore::autoOcr());
+        QCOMPARE(ConfigStore::resolveCaptureDir(), u"/srv/desk"_s);
+        QVERIFY(ConfigStore::resolveHotkey() == Hotkey());
+        QVERIFY(ConfigStore::setShared(u"autoOcr"_s, false));
+        QCOMPARE(parsed(m_home->read(localFile)).value(u"later"), parsed(R"({"a": 1})"));
+        QCOMPARE(ConfigStore::resolveCaptureDir(), u"/srv/desk"_s);
+    }
+
     void foldersThatAreAway()
     {
         const QDateTime now = QDateTime::currentDateTimeUtc();
