@@ -9,7 +9,11 @@
 #include "platform/KeyMonitor.h"
 #include "platform/TrayHost.h"
 #include "settings/SettingsWindowController.h"
+#include "ui/CaptureCards.h"
+#include "ui/Countdown.h"
 
+#include <QMimeData>
+#include <QPointer>
 #include <QSystemTrayIcon>
 
 #include <memory>
@@ -38,8 +42,14 @@ private:
 
     void captureRangeAction();
     void captureWindowAction();
-    void scrollCaptureAction();
+    void capture(const Command &command);
+    void begin(CaptureTool::Request request);
+    void captured(const CaptureResult &result);
+    void sayWhatWentWrong(const CaptureResult &result);
     void sayWhereCapturesGo(); // if it is not where the settings say
+    void say(const QString &title, const QString &text);
+    void copyFile(const QString &file);
+    void moveToTrash(const QString &file); // and off the clipboard, if it is there
     void openStore();
     void openLibrary();
     void openSettings();
@@ -48,7 +58,11 @@ private:
     std::unique_ptr<StatusMenu> m_menu;
     std::unique_ptr<TrayHost> m_trayHost;
     std::unique_ptr<QSystemTrayIcon> m_statusItem; // null until there is a tray
+    CaptureCards m_cards;
+    std::unique_ptr<Countdown> m_countdown; // to a capture that was asked for with a delay
     CaptureRunner m_captureRunner;
+    QString m_fileOnClipboard;                    // what was put there last
+    QPointer<const QMimeData> m_onClipboard;      // and the clipboard's own object for it
     std::function<void(HotkeyGesture)> m_keyTest; // while set, receives the gestures
     HotkeyTrigger m_trigger;
     std::unique_ptr<KeyMonitor> m_eventTap;

@@ -4,32 +4,63 @@
 #include <QJsonArray>
 #include <QJsonDocument>
 
+#include <algorithm>
+
 namespace qm {
 
+using namespace std::chrono_literals;
 using Verb = Command::Verb;
+
+static constexpr QLatin1String delayOption("--delay");
+static constexpr QLatin1String allOption("--all");
+static constexpr QLatin1String menuOption("--from-menu"); // in the desktop entry's actions
+static constexpr auto longestDelay = 3600s;
 
 static constexpr std::pair<Verb, const char16_t *> names[] = {
     {Verb::captureRegion, u"capture-region"},
     {Verb::captureWindow, u"capture-window"},
     {Verb::captureScroll, u"capture-scroll"},
+    {Verb::captureScreen, u"capture-screen"},
+    {Verb::captureLast, u"capture-last"},
     {Verb::library, u"library"},
     {Verb::settings, u"settings"},
     {Verb::annotate, u"annotate"},
     {Verb::quit, u"quit"},
 };
 
+static bool isCapture(Verb verb)
+{
+    return verb == Verb::captureRegion || verb == Verb::captureWindow || verb == Verb::captureScroll ||
+           verb == Verb::captureScreen || verb == Verb::captureLast;
+}
+
 std::optional<Command> Command::fromWords(const QStringList &words)
 {
     if (words.isEmpty())
         return Command();
-    for (const auto &[verb, name] : names) {
-        if (words.first() != QStringView(name))
-            continue;
-        if (words.size() != (verb == Verb::annotate ? 2 : 1))
+    const auto name = std::find_if(std::begin(names), std::end(names),
+                                   [&](const auto &entry) { return words.first() == QStringView(entry.second); });
+    if (name == std::end(names))
+        return std::nullopt;
+    Command command{.verb = name->first};
+    for (qsizetype i = 1; i < words.size(); ++i) {
+        const QString &word = words[i];
+        bool makesSense = false;
+        if (command.verb == Verb::annotate && words.size() == 2) {
+            command.file = QDir::current().absoluteFilePath(word);
+            makesSense = true;
+        } else if (isCapture(command.verb) && word == delayOption && i + 1 < words.size()) {
+            command.delay = std::chrono::seconds(words[++i].toInt(&makesSense));
+            makesSense = makesSense && command.delay >= 0s && command.delay <= longestDelay;
+        } else if (isCapture(command.verb) && word == menuOption) {
+            makesSense = command.isFromMenu = true;
+        } else if (command.verb == Verb::captureScreen && word == allOption) {
+            makesSense = command.isWholeDesktop = true;
+        }
+        if (!makesSense)
             return std::nullopt;
-        return Command{verb, verb == Verb::annotate ? QDir::current().absoluteFilePath(words[1]) : QString()};
     }
-    return std::nullopt;
+    return command.verb == Verb::annotate && command.file.isEmpty() ? std::nullopt : std::optional(command);
 }
 
 QByteArray Command::toMessage() const
@@ -41,6 +72,14 @@ QByteArray Command::toMessage() const
     }
     if (verb == Verb::annotate)
         words.append(file);
+    if (delay > 0s) {
+        words.append(QString(delayOption));
+        words.append(QString::number(delay.count()));
+    }
+    if (isWholeDesktop)
+        words.append(QString(allOption));
+    if (isFromMenu)
+        words.append(QString(menuOption));
     return QJsonDocument(words).toJson(QJsonDocument::Compact) + '\n';
 }
 

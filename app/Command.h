@@ -3,6 +3,7 @@
 #include <QString>
 #include <QStringList>
 
+#include <chrono>
 #include <optional>
 
 namespace qm {
@@ -14,6 +15,8 @@ struct Command {
         captureRegion,
         captureWindow,
         captureScroll,
+        captureScreen,
+        captureLast,
         openStore, // the capture folder; from the menu only
         library,
         settings,
@@ -23,6 +26,11 @@ struct Command {
 
     Verb verb = Verb::open; // a plain start; shows the library if an instance is already running
     QString file;           // annotate only; absolute
+
+    // For captures only.
+    std::chrono::seconds delay{0};
+    bool isWholeDesktop = false; // captureScreen: all monitors
+    bool isFromMenu = false;     // the user chose it from a menu that is only just disappearing
 
     // Parses the command line after the program name; std::nullopt if it is not a command.
     static std::optional<Command> fromWords(const QStringList &words);

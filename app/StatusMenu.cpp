@@ -1,8 +1,10 @@
 #include "app/StatusMenu.h"
 
 #include "ui/AppLocale.h"
+#include "ui/WindowPlacement.h"
 
 #include <QKeyEvent>
+#include <QScreen>
 
 namespace qm {
 
@@ -10,7 +12,8 @@ StatusMenu::StatusMenu(std::function<void(const Command &)> chosen)
 {
     using Verb = Command::Verb;
     const auto add = [&](Verb verb, QStringView english, QStringView japanese, const QKeySequence &key = {}) {
-        QAction *action = addAction(AppLocale::text(english, japanese), this, [chosen, verb] { chosen({verb, {}}); });
+        QAction *action = addAction(AppLocale::text(english, japanese), this,
+                                    [chosen, verb] { chosen({.verb = verb, .isFromMenu = true}); });
         action->setShortcut(key);
         action->setShortcutVisibleInContextMenu(true);
         action->setMenuRole(QAction::NoRole); // macOS would move "Settings…" and "Quit" into an application menu
@@ -23,7 +26,23 @@ StatusMenu::StatusMenu(std::function<void(const Command &)> chosen)
     add(Verb::library, u"Library…", u"ライブラリ…", Qt::CTRL | Qt::Key_F);
     add(Verb::settings, u"Settings…", u"設定…", Qt::CTRL | Qt::Key_Comma);
     addSeparator();
+    connect(this, &QMenu::aboutToShow, this, [this] { m_place = {}; }); // also when a tray is about to show it
     add(Verb::quit, u"Quit Quillmere", u"Quillmere を終了", Qt::CTRL | Qt::Key_Q);
+}
+
+QRect StatusMenu::takePlace()
+{
+    if (!m_place.isNull())
+        return std::exchange(m_place, {});
+    const QScreen *screen = WindowPlacement::activeScreen();
+    return screen ? WindowPlacement::toNative(screen->geometry(), *screen) : QRect();
+}
+
+void StatusMenu::showEvent(QShowEvent *event)
+{
+    QMenu::showEvent(event);
+    constexpr int shadow = 40; // points; compositors draw smaller ones
+    m_place = WindowPlacement::toNative(geometry().adjusted(-shadow, -shadow, shadow, shadow), *screen());
 }
 
 // A menu without a window has no shortcut map, so look the key up here.

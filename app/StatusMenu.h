@@ -16,8 +16,16 @@ class StatusMenu : public QMenu
 public:
     explicit StatusMenu(std::function<void(const Command &)> chosen);
 
+    // Where the menu was when a command was chosen from it, shadow included, in native pixels of the desktop. A tray that
+    // draws our menu itself does not say where: then it is the whole monitor with the pointer.
+    QRect takePlace();
+
 protected:
+    void showEvent(QShowEvent *event) override;
     void keyPressEvent(QKeyEvent *event) override;
+
+private:
+    QRect m_place; // native pixels; null unless it was shown by us
 };
 
 } // namespace qm

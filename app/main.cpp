@@ -22,6 +22,9 @@ static QString usage()
                            "Without a command, Quillmere starts; if it is already running, its library opens.\n"
                            "\n"
                            "  capture-region, capture-window, capture-scroll\n"
+                           "  capture-screen [--all]   the monitor under the pointer, or all\n"
+                           "  capture-last             the last region again\n"
+                           "    each with --delay SECONDS: open menus are captured, too\n"
                            "  library, settings\n"
                            "  annotate FILE\n"
                            "  quit\n",
@@ -30,6 +33,9 @@ static QString usage()
                            "コマンドがなければ Quillmere を起動します。すでに起動していればライブラリを開きます。\n"
                            "\n"
                            "  capture-region, capture-window, capture-scroll\n"
+                           "  capture-screen [--all]   ポインターのある画面、またはすべての画面\n"
+                           "  capture-last             前回の範囲をもう一度\n"
+                           "    いずれも --delay 秒数 を付けると、開いたメニューも撮れます\n"
                            "  library, settings\n"
                            "  annotate ファイル\n"
                            "  quit\n");

@@ -2,53 +2,136 @@
 
 #include "config/CaptureNames.h"
 #include "config/ConfigStore.h"
+#include "imaging/Thumbnailer.h"
 #include "platform/ChildProcess.h"
 #include "platform/ToolPaths.h"
 
 #include <QDateTime>
+#include <QFile>
 #include <QFileInfo>
+#include <QJsonArray>
+#include <QJsonDocument>
+#include <QJsonObject>
+
+#include <cerrno>
 
 namespace qm {
 
-static constexpr int mostAtOnce = 16; // captures waiting for a user; far more than anyone starts
+namespace {
 
-CaptureRunner::CaptureRunner(TaskQueue &main, TakePicture takePicture)
+using Way = CaptureTool::Request::Way;
+
+constexpr int mostAtOnce = 16;         // captures waiting for a user; far more than anyone starts
+constexpr double tallThumbnail = 4000; // pixels; the upper end of it is shown
+
+QRect rectangle(const QJsonArray &numbers)
+{
+    return numbers.size() == 4 ? QRect(numbers[0].toInt(), numbers[1].toInt(), numbers[2].toInt(), numbers[3].toInt())
+                               : QRect();
+}
+
+// What a helper complains about: its last line, without its name.
+QString complaint(const QByteArray &errors)
+{
+    const QByteArray line = errors.trimmed().split('\n').last();
+    return QString::fromLocal8Bit(line.mid(line.indexOf(": ") + 1).trimmed());
+}
+
+// The tool's one line of JSON, if it writes one: macOS's own leaves only a file, or none. Reads the picture. std::nullopt
+// if the user cancelled.
+std::optional<CaptureResult> captured(const CaptureTool::Request &request, const QString &path, const QString &tool)
+{
+    const auto said = ChildProcess::run(tool, CaptureTool::arguments(request, path));
+    CaptureResult result;
+    result.request = request;
+    const QJsonObject what = QJsonDocument::fromJson(said ? said->output : QByteArray()).object();
+    result.path = what[QStringLiteral("file")].toString(path);
+    result.area = rectangle(what[QStringLiteral("area")].toArray());
+    result.isRegion = what[QStringLiteral("what")] == QStringLiteral("region");
+    result.color = what[QStringLiteral("color")].toString();
+    result.error = what[QStringLiteral("error")].toString();
+    if (!result.color.isEmpty())
+        return result;
+    const QString unsaved = what[QStringLiteral("unsaved")].toString();
+    result.picture = Pasteboard::contentOf(result.error.isEmpty() ? result.path : unsaved);
+    if (result.picture.image.isNull() && result.error.isEmpty())
+        result.error = complaint(said ? said->errors : "the capture tool cannot be started");
+    return result.picture.image.isNull() && result.error.isEmpty() ? std::nullopt : std::optional(result);
+}
+
+// A scrolling capture has one path, so that whether it can be written is looked at before. The picture may be huge: it is
+// read only if there will be no file of it.
+std::optional<CaptureResult> scrolled(const CaptureTool::Request &request, const QString &path, const QString &tool)
+{
+    const QFileInfo folder(QFileInfo(path).path());
+    const bool canSave = folder.isDir() && folder.isWritable();
+    const QString target = canSave ? path : request.unsaved;
+    if (!canSave)
+        QFile::remove(target);
+    const auto said = ChildProcess::run(tool, CaptureTool::scrollArguments(request, target));
+    CaptureResult result;
+    result.request = request;
+    result.path = path;
+    if (!QFileInfo::exists(target)) {
+        result.error = complaint(said ? said->errors : "the capture tool cannot be started");
+        return result.error.isEmpty() ? std::nullopt : std::optional(result);
+    }
+    if (!canSave) {
+        result.error = qt_error_string(folder.isDir() ? EACCES : ENOENT);
+        result.picture = Pasteboard::contentOf(target);
+    }
+    return result;
+}
+
+} // namespace
+
+CaptureRunner::CaptureRunner(TaskQueue &main, Done done, Thumbnail thumbnail)
     : m_main(main)
-    , m_takePicture(std::make_shared<TakePicture>(std::move(takePicture)))
+    , m_done(std::make_shared<Done>(std::move(done)))
+    , m_thumbnail(std::move(thumbnail))
 {
     m_pool.setMaxThreadCount(mostAtOnce);
 }
 
 CaptureRunner::~CaptureRunner() = default;
 
-void CaptureRunner::runCapture(const QStringList &arguments)
+void CaptureRunner::runCapture(CaptureTool::Request request)
 {
     Q_ASSERT(m_main.isCurrent());
-    const std::optional<QString> tool = toolPaths().capture;
+    const std::optional<QString> tool = request.way == Way::scroll ? toolPaths().scroll : toolPaths().capture;
     if (!tool)
         return;
     const QString folder = ConfigStore::resolveCaptureDir();
-    ConfigStore::createFolder(folder);
-    QString path;
-    for (QDateTime time = QDateTime::currentDateTime(); path.isEmpty(); time = time.addSecs(1)) {
-        const QString candidate = folder + u'/' + CaptureNames::capture(time);
-        if (!m_promised.contains(candidate) && !QFileInfo::exists(candidate))
-            path = candidate;
-    }
+    ConfigStore::createFolder(folder); // where that fails, the picture is saved elsewhere
+    const QString path = freePath(folder, request.way);
     m_promised.insert(path);
-    m_pool.start([this, tool, arguments, path, weak = std::weak_ptr(m_takePicture)] {
-        ChildProcess::run(*tool, arguments + QStringList(path));
-        // Only the file counts, whatever the exit status: without a file the user has cancelled.
-        const Pasteboard::Content picture = Pasteboard::contentOf(path);
-        m_main.post([this, weak, path, picture] {
-            const auto takePicture = weak.lock();
-            if (!takePicture)
+    request.trigger = rawValue(ConfigStore::resolveHotkey().modifier);
+    request.unsaved = ConfigStore::runtimeFolder() + QStringLiteral("/quillmere-unsaved.png");
+    m_pool.start([this, tool = *tool, request, path, thumbnail = m_thumbnail, weak = std::weak_ptr(m_done)] {
+        std::optional<CaptureResult> result =
+            request.way == Way::scroll ? scrolled(request, path, tool) : captured(request, path, tool);
+        if (result && result->error.isEmpty() && result->color.isEmpty()) {
+            const QImage &whole = result->picture.image.pixels;
+            result->thumbnail = thumbnail(whole.isNull() ? Thumbnailer::make(path, tallThumbnail) : whole);
+        }
+        m_main.post([this, weak, path, result] {
+            const auto done = weak.lock();
+            if (!done)
                 return; // and neither is there a runner
             m_promised.remove(path);
-            if (!picture.image.isNull())
-                (*takePicture)(picture);
+            if (result)
+                (*done)(*result);
         });
     });
+}
+
+QString CaptureRunner::freePath(const QString &folder, Way way) const
+{
+    const QDateTime now = QDateTime::currentDateTime();
+    QString path = folder + u'/' + (way == Way::scroll ? CaptureNames::scroll(now) : CaptureNames::capture(now));
+    while (m_promised.contains(path) || QFileInfo::exists(path))
+        path = CaptureNames::aSecondLater(path);
+    return path;
 }
 
 bool CaptureRunner::isCapturing() const

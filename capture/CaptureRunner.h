@@ -1,31 +1,48 @@
 #pragma once
 
 #include "imaging/Pasteboard.h"
+#include "platform/CaptureTool.h"
 #include "platform/TaskQueue.h"
 
+#include <QImage>
+#include <QRect>
 #include <QSet>
-#include <QStringList>
 #include <QThreadPool>
 
 #include <functional>
+#include <memory>
 
 namespace qm {
 
-// Takes one screenshot with the capture tool: the tool lets the user select and writes the file, which also goes to the
-// clipboard. Main thread; each capture waits on a thread of the runner's own pool, and several may run at once.
-// Failures are silent, as is a cancelled selection: no file, and the clipboard is unchanged.
+// What became of a capture that was not cancelled.
+struct CaptureResult {
+    CaptureTool::Request request;
+    QString path; // where the picture belongs, and is, if there is no error
+    Pasteboard::Content
+        picture;           // no image if the user took a colour, if it is lost, or if it is a saved scrolling capture
+    QImage thumbnail;      // as the runner was told to make it
+    QRect area;            // what was captured, pixels of the whole desktop; null if the tool does not say
+    bool isRegion = false; // area is a region of the user's own
+    QString color;         // "#rrggbb", if the user took one
+    QString error;         // why there is no file; empty if there is one
+};
+
+// Takes screenshots with the capture tools: they let the user select and write the file. Main thread; each capture waits
+// on a thread of the runner's own pool, and several may run at once. What cannot be saved at its place ends in a private
+// file of the session, from which it is read; only the newest of these is kept.
 class CaptureRunner
 {
 public:
-    using TakePicture = std::function<void(const Pasteboard::Content &)>;
+    using Done = std::function<void(const CaptureResult &)>;
+    using Thumbnail = std::function<QImage(const QImage &)>; // on a thread of the pool
 
-    // takePicture is called on main with each picture taken.
-    CaptureRunner(TaskQueue &main, TakePicture takePicture);
+    // done is called on main for each capture but those the user cancelled.
+    CaptureRunner(TaskQueue &main, Done done, Thumbnail thumbnail);
     ~CaptureRunner();
 
-    // {"-i"} captures a region, {"-iw"} a window. Returns at once. The file is named by the time; if that name is taken,
-    // or promised to another capture, by the next second that is free.
-    void runCapture(const QStringList &arguments);
+    // Returns at once. The file is named by the time; if that name is taken, or promised to another capture, by the next
+    // second that is free. The runner fills in the request's trigger and unsaved.
+    void runCapture(CaptureTool::Request request);
 
     bool isCapturing() const; // from runCapture() until the last picture has been read or its user has cancelled
 
@@ -33,9 +50,12 @@ public:
     bool stop(std::chrono::milliseconds limit);
 
 private:
+    QString freePath(const QString &folder, CaptureTool::Request::Way way) const;
+
     TaskQueue &m_main;
-    std::shared_ptr<TakePicture> m_takePicture; // weak references keep late pictures from being delivered
-    QSet<QString> m_promised;                   // paths of pictures that are on their way
+    std::shared_ptr<Done> m_done; // weak references keep late pictures from being delivered
+    const Thumbnail m_thumbnail;
+    QSet<QString> m_promised; // paths of pictures that are on their way
     QThreadPool m_pool;
 };
 

@@ -20,6 +20,16 @@ QString CaptureNames::scroll(const QDateTime &local)
     return stamped(local) + QStringLiteral(" scroll.png");
 }
 
+QString CaptureNames::aSecondLater(const QString &path)
+{
+    const qsizetype at = path.lastIndexOf(product) + product.size();
+    const QString format = QStringLiteral("yyyy-MM-dd-HH-mm-ss");
+    // By the clock's face and not the time zone's: each step is a new name.
+    QDateTime time = QDateTime::fromString(path.mid(at, stamp.size()), format);
+    time.setTimeSpec(Qt::UTC);
+    return path.left(at) + time.addSecs(1).toString(format) + path.mid(at + stamp.size());
+}
+
 std::optional<QString> CaptureNames::takenAt(QStringView name)
 {
     if (!name.startsWith(product) || name.size() < product.size() + stamp.size())

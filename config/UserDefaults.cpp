@@ -31,4 +31,14 @@ void UserDefaults::setBoolean(const QString &key, bool value)
     settings().setValue(key, value);
 }
 
+QRect UserDefaults::rectangle(const QString &key)
+{
+    return settings().value(key).toRect();
+}
+
+void UserDefaults::setRectangle(const QString &key, const QRect &value)
+{
+    settings().setValue(key, value);
+}
+
 } // namespace qm

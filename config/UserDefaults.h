@@ -1,5 +1,6 @@
 #pragma once
 
+#include <QRect>
 #include <QString>
 
 namespace qm {
@@ -10,6 +11,9 @@ namespace UserDefaults {
 
 bool boolean(const QString &key); // false if never set
 void setBoolean(const QString &key, bool value);
+
+QRect rectangle(const QString &key); // null if never set
+void setRectangle(const QString &key, const QRect &value);
 
 } // namespace UserDefaults
 } // namespace qm

@@ -6,11 +6,13 @@
 #include <QBuffer>
 #include <QColorSpace>
 #include <QSaveFile>
+#include <QTemporaryFile>
 #include <QtEndian>
 
 #include <libdeflate.h>
 
 #include <cmath>
+#include <sys/stat.h>
 #include <utility>
 #include <vector>
 
@@ -250,6 +252,22 @@ Outcome PngWriter::write(const QString &path, const Image &image)
     const bool well = writeTo(file, image);
     // commit() alone misses that the last buffered bytes found the disk full; flush() does not.
     return well && file.flush() && file.commit() ? Outcome::success() : Outcome::failure(file.errorString());
+}
+
+Outcome PngWriter::writeNew(const QString &path, const Image &image)
+{
+    if (image.isNull())
+        return Outcome::failure(QStringLiteral("no picture"));
+    // Has no name until it is renamed, where the file system knows such files: nothing is left after a crash.
+    QTemporaryFile file(path + QStringLiteral(".XXXXXX"));
+    if (!file.open())
+        return Outcome::failure(file.errorString());
+    const mode_t mask = umask(0); // the only way to read it
+    umask(mask);
+    if (!writeTo(file, image) || !file.flush() || fchmod(file.handle(), 0666 & ~mask) != 0 || !file.rename(path))
+        return Outcome::failure(file.errorString());
+    file.setAutoRemove(false);
+    return Outcome::success();
 }
 
 QByteArray PngWriter::encode(const Image &image)

@@ -41,6 +41,9 @@ public:
     // failure nothing is left behind and the old file is untouched. The folder must exist.
     static Outcome write(const QString &path, const Image &image);
 
+    // The same, but never replaces a file: fails if there is one by the time the picture is complete.
+    static Outcome writeNew(const QString &path, const Image &image);
+
     static QByteArray encode(const Image &image); // the same as a file in memory; empty if it has no pixels
 
 private:

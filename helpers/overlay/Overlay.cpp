@@ -1,13 +1,13 @@
 #include "helpers/overlay/Overlay.h"
 
-#include <QDeadlineTimer>
+#include "ui/AppLocale.h"
 
 namespace qm {
 
 using namespace std::chrono_literals;
 
 static constexpr auto holdRetry = 25ms;
-static constexpr auto holdLimit = 1s;
+static constexpr auto idleLimit = 60s;    // a screen locker must get the keyboard
 static constexpr auto hintDelay = 1500ms; // users who know what to do have started by then
 
 Overlay::Overlay(OverlayDesktop &desktop, const Options &options)
@@ -21,43 +21,57 @@ Overlay::Overlay(OverlayDesktop &desktop, const Options &options)
 Overlay::Choice Overlay::run()
 {
     const OverlayDesktop::Start start = m_desktop.start();
-    m_picker.emplace(m_options.mode, m_options.offer, m_screen.windows(), m_screen.area(),
-                     monitorAt(m_screen.monitors(), start.pointer).scale);
-    m_picker->move(start.pointer);
-    if (start.shift)
-        m_picker->keyDown(Picker::Key::shift);
+    QList<QRect> monitors;
+    for (const Monitor &monitor : m_screen.monitors())
+        monitors.append(monitor.area);
+    m_picker.emplace(m_options.mode, m_options.offer,
+                     Picker::Start{.windows = m_screen.windows(),
+                                   .monitors = monitors,
+                                   .bounds = m_screen.area(),
+                                   .lastRegion = m_options.lastRegion & m_screen.area(),
+                                   .pointer = start.pointer,
+                                   .scale = monitorAt(m_screen.monitors(), start.pointer).scale,
+                                   .shift = start.shift});
 
     Choice choice;
     choice.failure = loop();
     m_desktop.lift();
-    choice.result = choice.failure.isEmpty() ? m_picker->result() : Picker::Result::cancelled;
-    if (choice.result == Picker::Result::region)
-        choice.area = m_picker->selection();
+    if (choice.failure.isEmpty() && m_picker->result() != Picker::Result::open)
+        choice.result = m_picker->result();
     if (choice.result == Picker::Result::window) {
         choice.window = m_picker->window();
         choice.area = m_scene.windowArea(choice.window);
+    } else if (choice.result != Picker::Result::cancelled) {
+        choice.area = m_picker->selection();
     }
     return choice;
 }
 
-// Runs until something is chosen or cancelled. Returns the reason of a failure.
+// Runs until something is chosen or cancelled, or nobody does either for too long. Returns the reason of a failure.
 QString Overlay::loop()
 {
     if (m_screen.pixels().isNull())
-        return QStringLiteral("the display server does not allow reading the screen");
+        return AppLocale::text(u"the display server does not allow reading the screen",
+                               u"ディスプレイサーバーが画面の読み取りを許可していません");
     if (!m_desktop.isDimmed())
         m_desktop.paint(m_frame, m_screen.area());
-    const QDeadlineTimer holdDeadline(holdLimit);
+    const QDeadlineTimer holdDeadline(m_options.patience);
+    m_idle.setRemainingTime(idleLimit);
     const QDeadlineTimer hint(hintDelay);
     while (m_picker->result() == Picker::Result::open) {
         while (const std::optional<OverlayDesktop::Input> input = m_desktop.next()) {
+            if (input->kind < OverlayDesktop::Input::Kind::damaged) // it comes from the user
+                m_idle.setRemainingTime(idleLimit);
             handle(*input);
             if (!m_failure.isEmpty())
                 return m_failure;
         }
         m_inputHeld = m_inputHeld || m_desktop.holdInput();
         if (!m_inputHeld && holdDeadline.hasExpired())
-            return QStringLiteral("another program has grabbed the keyboard or the pointer");
+            return AppLocale::text(u"another program has grabbed the keyboard or the pointer",
+                                   u"ほかのプログラムがキーボードまたはポインターを占有しています");
+        if (m_inputHeld && m_idle.hasExpired())
+            return {};
         if (!m_textReady) {
             m_options.makeReadyForText();
             m_textReady = true;
@@ -68,10 +82,8 @@ QString Overlay::loop()
             break;
         if (!m_inputHeld)
             m_desktop.wait(holdRetry);
-        else if (m_hinted)
-            m_desktop.wait({});
         else
-            m_desktop.wait(std::chrono::milliseconds(hint.remainingTime()));
+            m_desktop.wait(std::chrono::milliseconds((m_hinted ? m_idle : std::min(hint, m_idle)).remainingTime()));
     }
     return {};
 }
@@ -90,14 +102,16 @@ void Overlay::handle(const OverlayDesktop::Input &input)
         m_picker->release(input.button);
         break;
     case Kind::keyDown:
-        m_picker->keyDown(input.key);
+        m_picker->keyDown(input.key, input.isTrigger);
         if (const QPoint by = m_picker->takeWarp(); !by.isNull())
             m_desktop.movePointer(by);
         break;
-    case Kind::keyUp: m_picker->keyUp(input.key); break;
+    case Kind::keyUp: m_picker->keyUp(input.key, input.isTrigger); break;
     case Kind::damaged: m_desktop.paint(m_frame, input.area); break;
-    case Kind::resized: m_failure = QStringLiteral("the screen changed"); break;
-    case Kind::gone: m_failure = QStringLiteral("the display server is gone"); break;
+    case Kind::resized: m_failure = AppLocale::text(u"the screen changed", u"画面の構成が変わりました"); break;
+    case Kind::gone:
+        m_failure = AppLocale::text(u"the display server is gone", u"ディスプレイサーバーとの接続が切れました");
+        break;
     }
 }
 

@@ -3,6 +3,9 @@
 #include "helpers/overlay/OverlayDesktop.h"
 #include "helpers/overlay/OverlayScene.h"
 
+#include <QDeadlineTimer>
+
+#include <chrono>
 #include <functional>
 #include <optional>
 
@@ -16,13 +19,16 @@ public:
     struct Options {
         Picker::Mode mode = Picker::Mode::region;
         Picker::Offer offer = Picker::Offer::both;
+        QRect lastRegion = {}; // may be taken again; null if there is none
+        // How long to wait for keyboard and pointer while another program has them. The screen is frozen all the same.
+        std::chrono::milliseconds patience = std::chrono::seconds(1);
         // Called once the screen is dimmed; must create a QGuiApplication, of any platform, for the fonts. Starting one
         // takes longer than everything before it.
         std::function<void()> makeReadyForText;
     };
     struct Choice {
         Picker::Result result = Picker::Result::cancelled;
-        QRect area;      // the region or window, as shown; pixels
+        QRect area;      // of the region, window or monitor as shown, or of the pixel with the colour; pixels
         int window = -1; // index into the screen's windows
         QString failure; // reason of a failure, for stderr; otherwise empty
     };
@@ -43,6 +49,7 @@ private:
     std::optional<Picker> m_picker;
     QString m_failure;
     bool m_inputHeld = false;
+    QDeadlineTimer m_idle;
     bool m_textReady = false;
     bool m_hinted = false;
     OverlayFrame m_frame; // on the screen

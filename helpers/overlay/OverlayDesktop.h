@@ -16,7 +16,7 @@ class OverlayDesktop
 public:
     struct Input {
         enum class Kind {
-            move,
+            move, // up to keyUp: from the user
             press,
             release,
             keyDown, // also for auto-repeat
@@ -28,7 +28,8 @@ public:
         QPoint at = {}; // for move, press and release
         Picker::Button button = Picker::Button::other;
         Picker::Key key = Picker::Key::other;
-        QRect area = {}; // for damaged
+        bool isTrigger = false; // the key that starts captures
+        QRect area = {};        // for damaged
     };
     enum class Pointer { cross, camera };
     struct Start {

@@ -10,6 +10,7 @@ namespace qm {
 
 static constexpr QRgb white = 0xffffffff;
 static constexpr QRgb shade = 0x80000000;
+static constexpr QRgb faint = 0x70707070;
 static constexpr QRgb accent = 0xff0a84ff;
 
 OverlayScene::OverlayScene(FrozenScreen &screen, Picker::Offer offer)
@@ -27,10 +28,7 @@ OverlayFrame OverlayScene::compose(const Picker &picker, Words words)
     else if (const int index = picker.window(); index >= 0)
         composeWindow(frame, index, monitor, words);
     if (words == Words::labelsAndHint && !picker.isDragging()) {
-        const QString text = hintText(picker.mode());
-        QImage &hint = m_labels[u'?' + text + QString::number(monitor.scale)];
-        if (hint.isNull())
-            hint = OverlaySprites::hint(text, monitor.scale);
+        const QImage &hint = hintFor(picker, monitor);
         frame.sprites.prepend({QPoint(monitor.area.center().x() - hint.width() / 2,
                                       monitor.area.bottom() - pixels(48, monitor.scale) - hint.height()),
                                hint});
@@ -47,6 +45,8 @@ void OverlayScene::composeRegion(OverlayFrame &frame, const Picker &picker, cons
         frame.clear = selection;
         frame.addBorder(selection, line, white);
         frame.addBorder(selection.adjusted(-line, -line, line, line), line, shade);
+    } else if (const QRect last = picker.lastRegion(); !last.isNull()) {
+        frame.addBorder(last, line, faint);
     }
     if (words == Words::none)
         return;
@@ -97,16 +97,34 @@ const QImage &OverlayScene::label(const QString &text, double scale, double maxW
     return label;
 }
 
-QString OverlayScene::hintText(Picker::Mode mode) const
+// All the keys where the monitor has room for them, otherwise the most important ones.
+const QImage &OverlayScene::hintFor(const Picker &picker, const Monitor &monitor)
 {
-    if (m_offer == Picker::Offer::regionOnly)
-        return AppLocale::text(u"Drag to select   ·   Esc to cancel", u"ドラッグで範囲を選択　·　Esc でキャンセル");
-    if (mode == Picker::Mode::region) {
-        return AppLocale::text(u"Drag to select   ·   Space for a window   ·   Esc to cancel",
-                               u"ドラッグで範囲を選択　·　スペースでウィンドウ　·　Esc でキャンセル");
+    QImage &hint = m_labels[QStringLiteral("?%1|%2").arg(monitor.scale).arg(int(picker.mode()))];
+    for (const bool all : {true, false}) {
+        if (hint.isNull() || hint.width() > monitor.area.width())
+            hint = OverlaySprites::hint(hintText(picker, all), monitor.scale);
     }
-    return AppLocale::text(u"Click a window   ·   Space for a region   ·   Esc to cancel",
-                           u"クリックでウィンドウを選択　·　スペースで範囲　·　Esc でキャンセル");
+    return hint;
+}
+
+QString OverlayScene::hintText(const Picker &picker, bool all) const
+{
+    const bool isRegion = picker.mode() == Picker::Mode::region;
+    QStringList parts{isRegion ? AppLocale::text(u"Drag to select", u"ドラッグで範囲を選択")
+                               : AppLocale::text(u"Click a window", u"クリックでウィンドウを選択")};
+    if (m_offer == Picker::Offer::both) {
+        if (isRegion && all)
+            parts << AppLocale::text(u"Return for the screen", u"Return で画面全体");
+        parts << (isRegion ? AppLocale::text(u"Space for a window", u"スペースでウィンドウ")
+                           : AppLocale::text(u"Space for a region", u"スペースで範囲"));
+        if (!picker.lastRegion().isNull() && all)
+            parts << AppLocale::text(u"R for the last region", u"R で前回の範囲");
+        if (isRegion && all)
+            parts << AppLocale::text(u"C for the color", u"C で色");
+    }
+    parts << AppLocale::text(u"Esc to cancel", u"Esc でキャンセル");
+    return parts.join(AppLocale::text(u"   ·   ", u"　·　"));
 }
 
 } // namespace qm

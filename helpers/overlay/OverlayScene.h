@@ -26,7 +26,8 @@ private:
     void composeRegion(OverlayFrame &frame, const Picker &picker, const Monitor &monitor, Words words);
     void composeWindow(OverlayFrame &frame, int index, const Monitor &monitor, Words words);
     const QImage &label(const QString &text, double scale, double maxWidth = 0);
-    QString hintText(Picker::Mode mode) const;
+    const QImage &hintFor(const Picker &picker, const Monitor &monitor);
+    QString hintText(const Picker &picker, bool all) const;
 
     FrozenScreen &m_screen;
     const Picker::Offer m_offer;

@@ -82,7 +82,8 @@ QImage OverlaySprites::loupe(const QImage &screen, QPoint at, double scale)
     const int line = pixels(1, scale);
     const int margin = pixels(2, scale);
     const int side = cells * cell + line; // grid lines at both ends
-    const int caption = pixels(24, scale);
+    const int captionLine = pixels(18, scale);
+    const int caption = 2 * captionLine + pixels(4, scale);
     QImage image = blank({side + 2 * margin, side + 2 * margin + caption});
     QPainter painter(&image);
     const double radius = 8 * scale;
@@ -122,8 +123,12 @@ QImage OverlaySprites::loupe(const QImage &screen, QPoint at, double scale)
 
     painter.setFont(overlayFont(12, scale, QFont::DemiBold));
     painter.setPen(ink);
-    painter.drawText(QRect(0, side + margin, image.width(), caption + margin), Qt::AlignCenter | Qt::TextSingleLine,
-                     QStringLiteral("%1, %2").arg(at.x()).arg(at.y()));
+    const QRect place(0, side + 2 * margin, image.width(), captionLine);
+    painter.drawText(place, Qt::AlignCenter | Qt::TextSingleLine, QStringLiteral("%1, %2").arg(at.x()).arg(at.y()));
+    if (screen.valid(at)) {
+        painter.drawText(place.translated(0, captionLine), Qt::AlignCenter | Qt::TextSingleLine,
+                         QColor(screen.pixel(at)).name());
+    }
     return image;
 }
 

@@ -12,8 +12,8 @@ namespace OverlaySprites {
 QImage label(const QString &text, double scale, double maxWidth = 0); // maxWidth: points, elided beyond; 0: no limit
 QImage hint(const QString &text, double scale);
 
-// The pixels around a point, each enlarged to a square; the point itself is marked, and its coordinates are shown
-// below. Pixels beyond the screen stay dark.
+// The pixels around a point, each enlarged to a square; the point itself is marked, and its coordinates and its
+// colour are shown below. Pixels beyond the screen stay dark.
 QImage loupe(const QImage &screen, QPoint at, double scale);
 
 // Pointers without text: a cross with an open centre, and a camera. The hot spot is the middle pixel.

@@ -8,25 +8,30 @@ namespace {
 constexpr double dragThreshold = 3; // points; a hand moves about that much during a click
 }
 
-Picker::Picker(Mode mode, Offer offer, const QList<ScreenWindow> &windows, const QRect &bounds, double scale)
-    : m_windows(windows)
-    , m_bounds(bounds)
+Picker::Picker(Mode mode, Offer offer, const Start &start)
+    : m_start(start)
     , m_offer(offer)
     , m_mode(mode)
-    , m_selection(bounds, int(std::lround(dragThreshold * scale)))
+    , m_selection(start.bounds, int(std::lround(dragThreshold * start.scale)))
+    , m_pointer(start.pointer)
+    , m_shift(start.shift)
 {
+    m_selection.setSquare(start.shift);
 }
 
 void Picker::move(QPoint to)
 {
     m_pointer = to;
     m_selection.move(to);
+    if ((to - m_start.pointer).manhattanLength() >= dragThreshold * m_start.scale)
+        m_untouched = false;
 }
 
 void Picker::press(Button button)
 {
     if (m_result != Result::open)
         return;
+    m_untouched = false;
     if (button == Button::right)
         m_result = Result::cancelled;
     if (button != Button::left)
@@ -45,13 +50,17 @@ void Picker::release(Button button)
     m_selection.release();
 }
 
-void Picker::keyDown(Key key)
+void Picker::keyDown(Key key, bool isTrigger)
 {
     if (m_result != Result::open)
         return;
+    if (isTrigger)
+        m_tapping = m_untouched;
+    else
+        m_untouched = false;
     switch (key) {
     case Key::escape: m_result = Result::cancelled; break;
-    case Key::enter: finish(); break;
+    case Key::enter: finishByKey(); break;
     case Key::shift:
         m_shift = true;
         m_selection.setSquare(true);
@@ -67,15 +76,28 @@ void Picker::keyDown(Key key)
     case Key::right: nudge({1, 0}); break;
     case Key::up: nudge({0, -1}); break;
     case Key::down: nudge({0, 1}); break;
+    case Key::control: m_control = true; break;
+    case Key::color:
+        if (m_mode == Mode::region && m_offer == Offer::both)
+            choose(Result::color, QRect(m_pointer, QSize(1, 1)));
+        break;
+    case Key::again:
+        if (!lastRegion().isNull() && !m_pressed)
+            choose(Result::region, lastRegion());
+        break;
     case Key::other: break;
     }
 }
 
-void Picker::keyUp(Key key)
+void Picker::keyUp(Key key, bool isTrigger)
 {
+    if (isTrigger && m_tapping && m_untouched && m_result == Result::open)
+        m_result = Result::cancelled;
     if (key == Key::shift) {
         m_shift = false;
         m_selection.setSquare(false);
+    } else if (key == Key::control) {
+        m_control = false;
     } else if (key == Key::space) {
         m_space = false;
         m_selection.setMoving(false);
@@ -84,7 +106,7 @@ void Picker::keyUp(Key key)
 
 int Picker::window() const
 {
-    return m_mode == Mode::window ? windowAt(m_windows, m_pointer) : -1;
+    return m_mode == Mode::window ? windowAt(m_start.windows, m_pointer) : -1;
 }
 
 QPoint Picker::takeWarp()
@@ -92,11 +114,13 @@ QPoint Picker::takeWarp()
     return std::exchange(m_warp, {});
 }
 
-// Moves the selection; without one, the pointer, so that a corner can be placed on an exact pixel.
+// Moves the selection, or with Ctrl the edges that the pointer drags; without one, the pointer, so that a corner can be placed on an exact pixel.
 void Picker::nudge(QPoint direction)
 {
     const QPoint by = direction * (m_shift ? 10 : 1);
-    if (isDragging())
+    if (isDragging() && m_control)
+        m_selection.resize(by);
+    else if (isDragging())
         m_selection.nudge(by);
     else
         m_warp += by;
@@ -110,8 +134,27 @@ void Picker::finish()
         if (window() >= 0)
             m_result = Result::window;
     } else if (isDragging()) {
-        m_chosen = m_selection.rect();
-        m_result = Result::region;
+        choose(Result::region, m_selection.rect());
+    }
+}
+
+// Return also takes a whole monitor: the one under the pointer, if nothing has been drawn.
+void Picker::finishByKey()
+{
+    finish();
+    if (m_result != Result::open || m_mode == Mode::window || m_pressed || m_offer != Offer::both)
+        return;
+    for (const QRect &monitor : m_start.monitors) {
+        if (monitor.contains(m_pointer))
+            choose(Result::monitor, monitor);
+    }
+}
+
+void Picker::choose(Result result, const QRect &area)
+{
+    if (m_result == Result::open) {
+        m_chosen = area;
+        m_result = result;
     }
 }
 

@@ -85,6 +85,16 @@ void Selection::nudge(QPoint by)
     m_movedCorner += by;
 }
 
+void Selection::resize(QPoint by)
+{
+    if (!m_dragging)
+        return;
+    by = clamped(m_corner + by, m_bounds) - m_corner;
+    m_corner += by;
+    m_offset += by;
+    m_movedCorner += by;
+}
+
 QRect Selection::rect() const
 {
     if (!m_dragging)

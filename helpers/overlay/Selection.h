@@ -19,6 +19,7 @@ public:
     void setSquare(bool square); // while set, both sides are as long as the longer one, within the bounds
     void setMoving(bool moving); // while set, the pointer moves the whole rectangle
     void nudge(QPoint by);       // moves it, along with the point where the pointer holds it
+    void resize(QPoint by);      // moves only the corner that the pointer drags, within the bounds
 
     bool isPressed() const { return m_pressed; }
     QRect rect() const; // empty until a press becomes a drag

@@ -1,22 +1,41 @@
 #include "helpers/qmcapture/Choice.h"
 
+#include "config/CaptureNames.h"
 #include "helpers/overlay/Fonts.h"
 #include "helpers/overlay/Overlay.h"
 #include "helpers/x11/overlay/X11Overlay.h"
 #include "imaging/PngWriter.h"
+#include "ui/AppLocale.h"
 
+#include <QColor>
 #include <QFile>
+#include <QFileInfo>
+#include <QJsonArray>
+#include <QJsonDocument>
+#include <QJsonObject>
 
 #include <csignal>
 #include <cstdio>
+#include <sys/stat.h>
 #include <xcb/composite.h>
 
 using namespace qm;
+using namespace std::chrono_literals;
 
 namespace {
 
-int fail(const QString &reason)
+// One line of JSON on standard output.
+void say(const QJsonObject &what)
 {
+    const QByteArray line = QJsonDocument(what).toJson(QJsonDocument::Compact) + '\n';
+    std::fwrite(line.constData(), 1, size_t(line.size()), stdout);
+    std::fflush(stdout);
+}
+
+int fail(QJsonObject what, const QString &reason)
+{
+    what.insert(QStringLiteral("error"), reason);
+    say(what);
     std::fprintf(stderr, "qmcapture: %s\n", qPrintable(reason));
     return 1;
 }
@@ -44,30 +63,106 @@ QImage chosenPixels(XConnection &server, FrozenScreen &screen, const Overlay::Ch
     return screen.pixels().copy(choice.area & screen.area());
 }
 
+// A capture without a choice.
+QRect areaOf(const CaptureRequest &request, XConnection &server, const QList<Monitor> &monitors)
+{
+    switch (request.way) {
+    case CaptureRequest::Way::area: return request.area;
+    case CaptureRequest::Way::monitor: {
+        const Reply<xcb_query_pointer_reply_t> pointer(
+            xcb_query_pointer_reply(server.get(), xcb_query_pointer(server.get(), server.root()), nullptr));
+        return monitorAt(monitors, pointer ? QPoint(pointer->root_x, pointer->root_y) : QPoint()).area;
+    }
+    default: return server.area();
+    }
+}
+
+Overlay::Choice choiceWithoutAsking(Curtain &curtain, const CaptureRequest &request, FrozenScreen &screen)
+{
+    Overlay::Choice choice;
+    choice.area = areaOf(request, curtain.server(), screen.monitors()) & screen.area();
+    choice.result = request.way == CaptureRequest::Way::area ? Picker::Result::region : Picker::Result::monitor;
+    if (choice.area.isEmpty())
+        choice.failure =
+            AppLocale::text(u"that part of the screen is no longer there", u"その範囲は画面にもうありません");
+    else if (screen.pixels().isNull())
+        choice.failure = AppLocale::text(u"the display server does not allow reading the screen",
+                                         u"ディスプレイサーバーが画面の読み取りを許可していません");
+    return choice;
+}
+
+// Writes the picture to the request's path. If that is one of our names and meanwhile belongs to another capture, the
+// next second's is taken.
+// Where that fails, to the request's other path, for this user's eyes only.
+int save(const CaptureRequest &request, const Image &image, QJsonObject what)
+{
+    QString path = QFile::decodeName(request.path);
+    const bool isOurName = CaptureNames::takenAt(QFileInfo(path).fileName()).has_value();
+    Outcome written = isOurName ? PngWriter::writeNew(path, image) : PngWriter::write(path, image);
+    while (!written && isOurName && QFileInfo::exists(path)) {
+        path = CaptureNames::aSecondLater(path);
+        written = PngWriter::writeNew(path, image);
+    }
+    if (written) {
+        what.insert(QStringLiteral("file"), path);
+        say(what);
+        return 0;
+    }
+    if (request.unsaved) {
+        umask(S_IRWXG | S_IRWXO);
+        const QString unsaved = QFile::decodeName(request.unsaved);
+        if (PngWriter::write(unsaved, image))
+            what.insert(QStringLiteral("unsaved"), unsaved);
+    }
+    return fail(what, written.reason());
+}
+
+const char *name(Picker::Result result)
+{
+    return result == Picker::Result::window ? "window" : result == Picker::Result::region ? "region" : "screen";
+}
+
 } // namespace
 
-extern "C" Q_DECL_EXPORT int quillmereChoose(Curtain &curtain, CaptureMode mode, const char *fileName)
+extern "C" Q_DECL_EXPORT int quillmereChoose(Curtain &curtain, const CaptureRequest &request)
 {
+    using Way = CaptureRequest::Way;
     qInstallMessageHandler([](QtMsgType, const QMessageLogContext &, const QString &) {});
-    const QString path = QFile::decodeName(fileName);
     std::unique_ptr<QGuiApplication> fonts;
-    X11Overlay desktop(curtain);
-    Overlay overlay(desktop, {.mode = mode == CaptureMode::region ? Picker::Mode::region : Picker::Mode::window,
-                              .makeReadyForText = [&] { fonts = startFonts(); }});
-    const Overlay::Choice choice = overlay.run();
+    std::unique_ptr<X11Overlay> desktop;
+    std::unique_ptr<FrozenX11Screen> alone;
+    Overlay::Choice choice;
+    if (request.way == Way::region || request.way == Way::window) {
+        desktop = std::make_unique<X11Overlay>(curtain, request.trigger);
+        Overlay overlay(*desktop, {.mode = request.way == Way::region ? Picker::Mode::region : Picker::Mode::window,
+                                   .lastRegion = request.lastRegion,
+                                   .patience = request.isPatient ? 60s : 1s,
+                                   .makeReadyForText = [&] { fonts = startFonts(); }});
+        choice = overlay.run();
+    } else {
+        alone = std::make_unique<FrozenX11Screen>(curtain);
+        choice = choiceWithoutAsking(curtain, request, *alone);
+    }
+    FrozenScreen &screen = desktop ? desktop->screen() : *alone;
     if (!choice.failure.isEmpty())
-        return fail(choice.failure);
+        return fail({}, choice.failure);
     if (choice.result == Picker::Result::cancelled)
         return 0;
+    const QRect &area = choice.area;
+    QJsonObject what{{QStringLiteral("area"), QJsonArray{area.x(), area.y(), area.width(), area.height()}}};
+    if (choice.result == Picker::Result::color) {
+        what.insert(QStringLiteral("color"), QColor(screen.pixels().pixel(area.topLeft())).name());
+        say(what);
+        return 0;
+    }
+    what.insert(QStringLiteral("what"), QLatin1String(name(choice.result)));
 
-    const QImage pixels = chosenPixels(curtain.server(), desktop.screen(), choice);
+    const QImage pixels = chosenPixels(curtain.server(), screen, choice);
     // From here on, signals no longer stop the helper: the choice is made, and writing the file takes only a moment.
     for (const int signal : {SIGTERM, SIGINT, SIGHUP})
         std::signal(signal, SIG_IGN);
-    const int scale = pictureScale(desktop.screen().monitors(), choice.area);
-    if (const Outcome written = PngWriter::write(path, {pixels, QSizeF(pixels.size()) / scale}); !written)
-        return fail(QStringLiteral("cannot write %1: %2").arg(path, written.reason()));
-    return 0;
+    const int scale = pictureScale(screen.monitors(), area);
+    return save(request, {pixels, QSizeF(pixels.size()) / scale}, what);
 }
 
 static_assert(std::is_same_v<ChooseFunction, decltype(&quillmereChoose)>);

@@ -1,15 +1,27 @@
 #pragma once
 
+#include <QRect>
+
 namespace qm {
 
 class Curtain;
 
-enum class CaptureMode { region, window };
+// What qmcapture has been asked for on its command line. Rectangles are pixels of the whole desktop.
+struct CaptureRequest {
+    enum class Way { region, window, monitor, desktop, area } way = Way::region;
+    QRect area;       // for Way::area
+    QRect lastRegion; // may be taken again; null if there is none
+    QRect rest;       // must come to rest before the screen is frozen; null: nothing has to
+    bool isPatient = false;
+    const char *trigger = "";      // name of the modifier key that starts captures
+    const char *unsaved = nullptr; // where the picture goes if path cannot be written; null: nowhere
+    const char *path = nullptr;
+};
 
-// The rest of qmcapture after its curtain is up: lets the user choose and writes the picture. Returns the exit status;
-// failures are reported on stderr. It lives in qmcapture.so and is looked up by name, because everything that needs Qt
-// is loaded only after the curtain is up.
-using ChooseFunction = int (*)(Curtain &curtain, CaptureMode mode, const char *path);
+// The rest of qmcapture after its curtain is up: lets the user choose and writes the picture. Returns the exit status
+// and says on standard output what became of the capture. It lives in qmcapture.so and is looked up by name, because
+// everything that needs Qt is loaded only after the curtain is up.
+using ChooseFunction = int (*)(Curtain &curtain, const CaptureRequest &request);
 constexpr char chooseFunctionName[] = "quillmereChoose";
 constexpr char choiceLibraryName[] = "qmcapture.so"; // next to the program
 

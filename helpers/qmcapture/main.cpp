@@ -1,6 +1,19 @@
-// qmcapture -i PATH    the user draws a region; its picture is written to PATH
-// qmcapture -iw PATH   the user points at a window
-// Exit status 0: written, or cancelled (no file); 1: failed, with one line on stderr and no file.
+// qmcapture [OPTION...] WAY PATH
+//   -i           the user draws a region; its picture is written to PATH. If that is named as our captures are and is
+//                there by then, the picture gets the name of the next free second
+//   -iw          the user points at a window
+//   --monitor    the monitor under the pointer, without asking; --desktop: all of them; --area X,Y,W,H: that part
+// Options:
+//   --rest X,Y,W,H   a menu was there: what lay below must come to rest before the screen is frozen
+//   --last X,Y,W,H   the last region, which can be taken again
+//   --patient        wait a minute, not a second, for a program that has grabbed the input: its menu is to be captured
+//   --trigger NAME   the modifier key that starts captures: tapped at once, it cancels
+//   --unsaved PATH   where the picture goes if PATH cannot be written
+// Rectangles are pixels of the whole desktop. Standard output has one line of JSON about what became of it:
+//   {"area":[x,y,w,h],"what":"region"|"window"|"screen","file":PATH}
+//   {"area":[x,y,w,h],"color":"#rrggbb"}          the user took a colour
+//   {"error":REASON}, with "area", "what" and, if the picture is there, "unsaved":PATH, if it could not be written
+// and nothing if the user cancelled. Exit status 0: written, or cancelled; 1: failed, with one line on stderr.
 //
 // This program is only the first stage: it grabs the input, freezes the screen, shows it dimmed, and then loads the
 // rest. Loading Qt takes longer than all of that, and a screen that responds late to a key feels broken.
@@ -8,16 +21,18 @@
 #include "helpers/qmcapture/Choice.h"
 #include "helpers/x11/CaptureClaim.h"
 #include "helpers/x11/Curtain.h"
+#include "helpers/x11/ScreenRest.h"
 
 #include <climits>
 #include <csignal>
 #include <cstdio>
-#include <cstring>
 #include <dlfcn.h>
+#include <optional>
 #include <string>
+#include <string_view>
 #include <sys/prctl.h>
-#include <sys/stat.h>
 #include <unistd.h>
+#include <utility>
 
 using namespace qm;
 
@@ -35,10 +50,50 @@ std::string folderOf(const std::string &path)
     return slash == std::string::npos ? "." : slash == 0 ? "/" : path.substr(0, slash);
 }
 
-bool isWritableFolder(const std::string &path)
+std::optional<QRect> rectangle(const char *text)
 {
-    struct stat status = {};
-    return stat(path.c_str(), &status) == 0 && S_ISDIR(status.st_mode) && access(path.c_str(), W_OK | X_OK) == 0;
+    int x = 0, y = 0, width = 0, height = 0;
+    char end = 0;
+    if (!text || std::sscanf(text, "%d,%d,%d,%d%c", &x, &y, &width, &height, &end) != 4 || width < 1 || height < 1)
+        return {};
+    return QRect(x, y, width, height);
+}
+
+// std::nullopt if it makes no sense.
+std::optional<CaptureRequest> parse(int count, char **values)
+{
+    using Way = CaptureRequest::Way;
+    CaptureRequest request;
+    bool hasWay = false;
+    for (int i = 1; i + 1 < count; ++i) {
+        const std::string_view option = values[i];
+        const auto take = [&](Way way) {
+            request.way = way;
+            return !std::exchange(hasWay, true);
+        };
+        const auto takeRectangle = [&](QRect &into) {
+            const std::optional<QRect> given = rectangle(values[++i]); // the last one is a null pointer
+            into = given.value_or(QRect());
+            return given.has_value();
+        };
+        const bool makesSense = option == "-i"          ? take(Way::region)
+                                : option == "-iw"       ? take(Way::window)
+                                : option == "--monitor" ? take(Way::monitor)
+                                : option == "--desktop" ? take(Way::desktop)
+                                : option == "--area"    ? take(Way::area) && takeRectangle(request.area)
+                                : option == "--rest"    ? takeRectangle(request.rest)
+                                : option == "--last"    ? takeRectangle(request.lastRegion)
+                                : option == "--patient" ? (request.isPatient = true)
+                                : option == "--trigger" ? (request.trigger = values[++i]) != nullptr
+                                : option == "--unsaved" ? (request.unsaved = values[++i]) != nullptr
+                                                        : false;
+        if (!makesSense || i + 1 >= count)
+            return {};
+    }
+    if (!hasWay)
+        return {};
+    request.path = values[count - 1];
+    return request;
 }
 
 ChooseFunction loadRest()
@@ -57,20 +112,21 @@ int main(int argc, char **argv)
     prctl(PR_SET_PDEATHSIG, SIGTERM); // an overlay must not outlive the program that waits for it
     std::signal(SIGXFSZ, SIG_IGN);    // exceeding a limit on files (or shared memory) is then an ordinary error
 
-    const char *mode = argc == 3 ? argv[1] : "";
-    if (std::strcmp(mode, "-i") != 0 && std::strcmp(mode, "-iw") != 0)
-        return fail("usage: qmcapture -i|-iw PATH");
-    if (const std::string folder = folderOf(argv[2]); !isWritableFolder(folder))
-        return fail("cannot write to the folder ", folder);
+    const std::optional<CaptureRequest> request = parse(argc, argv);
+    if (!request)
+        return fail("usage: qmcapture [OPTION...] -i|-iw|--monitor|--desktop|--area X,Y,W,H PATH");
 
     const std::unique_ptr<XConnection> server = XConnection::open();
     if (!server)
         return fail("no X server");
     if (!CaptureClaim::take(*server))
         return 0;
-    Curtain curtain(*server);
+    if (!request->rest.isNull())
+        waitForRest(*server, request->rest);
+    const bool asks = request->way == CaptureRequest::Way::region || request->way == CaptureRequest::Way::window;
+    Curtain curtain(*server, asks ? Curtain::Kind::covering : Curtain::Kind::unseen);
     const ChooseFunction choose = loadRest();
     if (!choose)
         return fail("cannot load ", std::string(choiceLibraryName) + ": " + dlerror());
-    return choose(curtain, std::strcmp(mode, "-i") == 0 ? CaptureMode::region : CaptureMode::window, argv[2]);
+    return choose(curtain, *request);
 }

@@ -47,6 +47,9 @@ public:
 
     Opened open(); // call first
 
+    // After a menu was shown there (pixels of the whole desktop): until what lay below is drawn again.
+    void waitForRest(const QRect &part);
+
     // The user draws a region. std::nullopt if cancelled, or if failed, with a reason. A QGuiApplication exists from
     // then on.
     std::optional<Region> chooseRegion(QString *failure);

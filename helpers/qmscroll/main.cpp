@@ -1,6 +1,7 @@
-// qmscroll --region PATH [--manual] [--max-height PIXELS]
+// qmscroll --region PATH [--manual] [--max-height PIXELS] [--rest X,Y,W,H]
 // The user draws a region; its content is scrolled to the end and written to PATH as one tall picture. With --manual
-// the user scrolls. The picture ends at 30,000 pixels unless told otherwise.
+// the user scrolls. The picture ends at 30,000 pixels unless told otherwise. With --rest a menu was shown in that part of
+// the screen (pixels): what lay below must come to rest before the screen is frozen.
 // Exit status 0: written, or cancelled (no file), with a line on stderr if the picture ends early because what follows
 // could not be joined. 1: failed, with one line on stderr and no file.
 
@@ -26,6 +27,7 @@ struct Arguments {
     QString path;
     ScrollSession::Mode mode = ScrollSession::Mode::automatic;
     int heightLimit = defaultHeight;
+    QRect rest;
 };
 
 std::optional<Arguments> parse(int count, char **values)
@@ -43,6 +45,11 @@ std::optional<Arguments> parse(int count, char **values)
             arguments.heightLimit = QByteArray(values[++i]).toInt(&isNumber);
             if (!isNumber || arguments.heightLimit < 1 || arguments.heightLimit > greatestHeight)
                 return {};
+        } else if (option == "--rest" && hasValue) {
+            const QByteArrayList numbers = QByteArray(values[++i]).split(',');
+            if (numbers.size() != 4)
+                return {};
+            arguments.rest = QRect(numbers[0].toInt(), numbers[1].toInt(), numbers[2].toInt(), numbers[3].toInt());
         } else {
             return {};
         }
@@ -75,7 +82,7 @@ int main(int argc, char **argv)
 
     std::optional<Arguments> arguments = parse(argc, argv);
     if (!arguments)
-        return fail(QStringLiteral("usage: qmscroll --region PATH [--manual] [--max-height PIXELS]"));
+        return fail(QStringLiteral("usage: qmscroll --region PATH [--manual] [--max-height PIXELS] [--rest X,Y,W,H]"));
     const QFileInfo folder(QFileInfo(arguments->path).path());
     if (!folder.isDir() || !folder.isWritable())
         return fail(QStringLiteral("cannot write to the folder %1").arg(folder.filePath()));
@@ -86,6 +93,8 @@ int main(int argc, char **argv)
     case ScrollDesktop::Opened::busy: return 0;
     case ScrollDesktop::Opened::yes: break;
     }
+    if (!arguments->rest.isNull())
+        desktop.waitForRest(arguments->rest);
     QString failure;
     const std::optional<ScrollDesktop::Region> region = desktop.chooseRegion(&failure);
     if (!failure.isEmpty())

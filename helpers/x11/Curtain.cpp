@@ -4,23 +4,28 @@
 
 namespace qm {
 
-Curtain::Curtain(XConnection &server)
+Curtain::Curtain(XConnection &server, Kind kind)
     : m_server(server)
     , m_input(server)
     , m_frozen(xcb_generate_id(server.get()))
     , m_window(xcb_generate_id(server.get()))
 {
     xcb_grab_server(server.get()); // windows, pixels and input belong to one moment
-    m_input.take(XCB_CURSOR_NONE);
+    if (kind == Kind::covering)
+        m_input.take(XCB_CURSOR_NONE);
     freeze();
     m_windows = surveyWindows(server);
     xcb_ungrab_server(server.get());
-    show();
+    if (kind == Kind::covering)
+        show();
+    else
+        xcb_flush(server.get());
 }
 
 Curtain::~Curtain()
 {
-    xcb_destroy_window(m_server.get(), m_window);
+    if (m_isShown)
+        xcb_destroy_window(m_server.get(), m_window);
     xcb_free_pixmap(m_server.get(), m_frozen);
     xcb_flush(m_server.get());
 }
@@ -61,6 +66,7 @@ void Curtain::show()
     constexpr uint32_t rootEvents = XCB_EVENT_MASK_STRUCTURE_NOTIFY; // it is resized when monitors come and go
     xcb_change_window_attributes(connection, screen.root, XCB_CW_EVENT_MASK, &rootEvents);
     xcb_map_window(connection, m_window);
+    m_isShown = true;
 
     const xcb_gcontext_t context = xcb_generate_id(connection);
     constexpr uint32_t noEvents = 0; // the copy would generate exposure events

@@ -14,8 +14,10 @@ public:
     // Alpha of the dimming, of 255: dark enough to set a selection off, light enough to read what one aims at.
     static constexpr quint8 dimAlpha = 96;
 
-    explicit Curtain(XConnection &server); // returns once everything has been sent to the server
-    ~Curtain();                            // takes the curtain off the screen; releases keyboard and pointer
+    // Unseen: the screen is frozen, but neither covered nor is any input grabbed, as nothing is to be chosen.
+    enum class Kind { covering, unseen };
+    explicit Curtain(XConnection &server, Kind kind = Kind::covering); // returns once all has been sent to the server
+    ~Curtain(); // takes the curtain off the screen; releases keyboard and pointer
     Q_DISABLE_COPY_MOVE(Curtain)
 
     XConnection &server() const { return m_server; }
@@ -37,6 +39,7 @@ private:
     const xcb_pixmap_t m_frozen;
     const xcb_window_t m_window;
     WindowSurvey m_windows;
+    bool m_isShown = false;
     bool m_dimmed = false;
 };
 

@@ -42,13 +42,16 @@ private Q_SLOTS:
 
     void commands()
     {
-        for (const char16_t *words : {u"", u"capture-region", u"capture-window", u"capture-scroll", u"library",
-                                      u"settings", u"quit", u"annotate /a/日本.png"}) {
+        for (const char16_t *words :
+             {u"", u"capture-region", u"capture-window", u"capture-scroll", u"library", u"settings", u"quit",
+              u"annotate /a/日本.png", u"capture-screen --all", u"capture-last --delay 3600 --from-menu"}) {
             const auto command = Command::fromWords(QString::fromUtf16(words).split(u' ', Qt::SkipEmptyParts));
             QVERIFY2(command, qPrintable(QString::fromUtf16(words)));
             QCOMPARE(Command::fromMessage(command->toMessage()), command);
         }
-        for (const char16_t *words : {u"annotate", u"annotate a b", u"library now", u"nonsense", u"--quit"})
+        for (const char16_t *words :
+             {u"annotate", u"annotate a b", u"library now", u"nonsense", u"--quit", u"capture-region --all",
+              u"capture-last --delay", u"capture-last --delay -1", u"capture-last --delay 3s", u"library --delay 3"})
             QVERIFY2(!Command::fromWords(QString::fromUtf16(words).split(u' ')), qPrintable(QString::fromUtf16(words)));
         QCOMPARE(Command::fromWords({u"annotate"_s, u"a.png"_s})->file, QDir::current().absoluteFilePath(u"a.png"_s));
     }

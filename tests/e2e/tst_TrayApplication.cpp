@@ -76,7 +76,8 @@ private Q_SLOTS:
     void initTestCase()
     {
         for (const QString &tool : {u"bin/qmcapture"_s, u"bin/qmscroll"_s})
-            m_desktop.home().script(tool, "echo \"$@\" >>\"$HOME/asked\"; : >\"$2\"");
+            m_desktop.home().script(tool, "for word; do case $word in -i|-iw|--region) way=$word; esac; done\n"
+                                          "echo \"$way $*\" >>\"$HOME/asked\"; : >\"$word\""); // the path is last
         QVERIFY(QFile::copy(QStringLiteral(QM_PROGRAMS "/quillmere"), at(u"bin/quillmere"_s)));
     }
     void cleanup()
@@ -109,9 +110,14 @@ private Q_SLOTS:
         m_desktop.tap(Key::rightShift);
         const QByteArray heard = asked(1);
         xcb_ungrab_keyboard(other, 0);
-        m_desktop.keyDown(Key::rightShift);
-        QCOMPARE(asked(2), QByteArray("-i -iw"));
         QCOMPARE(heard, QByteArray("-i"));
+        // Once more where it was too early: a press belongs to the capture before until that has ended.
+        QVERIFY(Desktop::wait([&] {
+            m_desktop.keyUp(Key::rightShift);
+            m_desktop.keyDown(Key::rightShift);
+            return Desktop::wait([&] { return m_desktop.home().read(u"asked"_s).count('\n') == 2; }, 2s);
+        }));
+        QCOMPARE(asked(2), QByteArray("-i -iw"));
     }
 
     void commands()
@@ -150,10 +156,12 @@ private Q_SLOTS:
         chooseFromTheMenu(1);
         chooseFromTheMenu(2);
         QCOMPARE(asked(2), QByteArray("-iw --region"));
+        QCOMPARE(m_desktop.home().read(u"asked"_s).count("--rest "), 2); // until what the menu covered is drawn again
         panel.kill();
         QVERIFY(Desktop::wait([&] { return panel.state() == QProcess::NotRunning; }));
         m_desktop.tap(Key::rightShift); // and it does not need one
         QCOMPARE(asked(3), QByteArray("-iw --region -i"));
+        QCOMPARE(m_desktop.home().read(u"asked"_s).count("--rest "), 2);
     }
 };
 

@@ -5,6 +5,8 @@
 
 #include <QTest>
 
+#include <xcb/xinput.h>
+
 using namespace qm;
 using namespace Qt::StringLiterals;
 using Steps = std::function<void(Desktop &)>;
@@ -48,6 +50,26 @@ private Q_SLOTS:
             d.click({300, 300}, Button::wheelDown);
             d.keyUp(Key::rightShift);
         });
+        // The rest of a press, after the server has told of something else.
+        row("the keyboard layout changes", u"3c+20000 38+20000! 38+20000! 3c+0"_s, [](Desktop &d) {
+            d.keyDown(Key::rightShift);
+            QVERIFY(Desktop::ended(d.start(u"setxkbmap"_s, {u"-layout"_s, u"jp"_s, u"-option"_s, u"caps:escape"_s})));
+            d.tap(Key::leftShift);
+            d.keyUp(Key::rightShift);
+        });
+        row("a keyboard is plugged in", u"3c+20000 -1+20000 3c+0"_s, [](Desktop &d) {
+            d.keyDown(Key::rightShift);
+            addKeyboard(d);
+            d.tap(Key::space);
+            d.keyUp(Key::rightShift);
+        });
+        row("a key that repeats for its own program only", u"3c+20000 -1+20000 3c+0"_s, [](Desktop &d) {
+            d.keyDown(Key::rightShift);
+            d.keyDown(Key::space);
+            QTest::qWait(1000); // it repeats after 660 ms
+            d.keyUp(Key::space);
+            d.keyUp(Key::rightShift);
+        });
         row("while another program has the keyboard", u"3c+20000 3c+0"_s, [](Desktop &d) {
             QVERIFY(d.grabInput());
             d.tap(Key::rightShift);
@@ -73,6 +95,18 @@ private Q_SLOTS:
     }
 
 private:
+    // With a pointer, as a pair of its own: the server tells everyone that its devices have changed.
+    static void addKeyboard(Desktop &desktop)
+    {
+        struct {
+            xcb_input_add_master_t head = {XCB_INPUT_HIERARCHY_CHANGE_TYPE_ADD_MASTER, 3, 4, 1, 1};
+            char name[4] = {'m', 'o', 'r', 'e'};
+        } const change;
+        xcb_input_xi_change_hierarchy(desktop.connection(), 1,
+                                      reinterpret_cast<const xcb_input_hierarchy_change_t *>(&change));
+        xcb_flush(desktop.connection());
+    }
+
     Desktop m_desktop{{.windowManager = false, .panel = false}};
 };
 

@@ -23,6 +23,7 @@ enum class Key {
     enter = 36,
     leftControl = 37,
     leftShift = 50,
+    c = 54,
     rightShift = 62,
     space = 65,
     capsLock = 66,

@@ -8,6 +8,7 @@
 #include "helpers/qmscroll/linux/SideWindow.h"
 #include "helpers/x11/CaptureClaim.h"
 #include "helpers/x11/Curtain.h"
+#include "helpers/x11/ScreenRest.h"
 #include "helpers/x11/overlay/X11Overlay.h"
 
 #include <QDeadlineTimer>
@@ -76,6 +77,11 @@ ScrollDesktop::Opened ScrollDesktop::open()
     if (!m_state->server)
         return Opened::no;
     return CaptureClaim::take(*m_state->server) ? Opened::yes : Opened::busy;
+}
+
+void ScrollDesktop::waitForRest(const QRect &part)
+{
+    qm::waitForRest(*m_state->server, part);
 }
 
 std::optional<ScrollDesktop::Region> ScrollDesktop::chooseRegion(QString *failure)

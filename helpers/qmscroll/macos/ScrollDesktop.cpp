@@ -105,6 +105,12 @@ ScrollDesktop::Opened ScrollDesktop::open()
     return m_state->claim->tryLock(0) ? Opened::yes : Opened::busy;
 }
 
+// A menu fades for a quarter of a second.
+void ScrollDesktop::waitForRest(const QRect &)
+{
+    QThread::msleep(300);
+}
+
 std::optional<ScrollDesktop::Region> ScrollDesktop::chooseRegion(QString *failure)
 {
     static int argumentCount = 1;

@@ -2,6 +2,7 @@
 
 #include "helpers/overlay/OverlaySprites.h"
 
+#include <algorithm>
 #include <poll.h>
 
 namespace qm {
@@ -10,11 +11,40 @@ using namespace std::chrono_literals;
 
 static constexpr auto releaseLimit = 3s; // a key reported down for longer is stuck
 
+namespace {
+
+// Values from the X protocol's keysymdef.h.
+struct KeyMeaning {
+    quint32 symbol;
+    Picker::Key key;
+};
+constexpr KeyMeaning keys[] = {
+    {0xff1b, Picker::Key::escape},  {0xff0d, Picker::Key::enter},   {0xff8d, Picker::Key::enter}, // on the keypad
+    {0x0020, Picker::Key::space},   {0xffe1, Picker::Key::shift},   {0xffe2, Picker::Key::shift},
+    {0xffe3, Picker::Key::control}, {0xffe4, Picker::Key::control}, {0xff51, Picker::Key::left},
+    {0xff52, Picker::Key::up},      {0xff53, Picker::Key::right},   {0xff54, Picker::Key::down},
+    {'c', Picker::Key::color},      {'r', Picker::Key::again},
+};
+
+struct TriggerSymbol {
+    const char *name;
+    quint32 symbol;
+};
+constexpr TriggerSymbol triggers[] = {
+    {"rightShift", 0xffe2},   {"rightControl", 0xffe4}, {"rightOption", 0xffea}, // Alt
+    {"rightOption", 0xfe03},                                                     // AltGr
+    {"rightOption", 0xffe8},                                                     // Meta
+    {"rightCommand", 0xffec}, {"rightCommand", 0xffee},                          // Super, Hyper
+};
+
+} // namespace
+
 static_assert(Curtain::dimAlpha == dimAlpha, "what the server dims and what is painted lie side by side");
 
-X11Overlay::X11Overlay(Curtain &curtain)
+X11Overlay::X11Overlay(Curtain &curtain, const QByteArray &trigger)
     : m_server(curtain.server())
     , m_curtain(curtain)
+    , m_trigger(trigger)
     , m_input(curtain.input())
     , m_render(m_server)
     , m_screen(curtain)
@@ -85,12 +115,11 @@ std::optional<OverlayDesktop::Input> X11Overlay::translated(const xcb_generic_ev
                                                                      : Picker::Button::other};
     }
     case XCB_KEY_PRESS: {
-        const xcb_keycode_t code = reinterpret_cast<const xcb_key_press_event_t &>(event).detail;
-        m_input.notePress(code);
-        return Input{.kind = Kind::keyDown, .key = key(code)};
+        const auto &press = reinterpret_cast<const xcb_key_press_event_t &>(event);
+        m_input.notePress(press.detail);
+        return keyInput(Kind::keyDown, press);
     }
-    case XCB_KEY_RELEASE:
-        return Input{.kind = Kind::keyUp, .key = key(reinterpret_cast<const xcb_key_release_event_t &>(event).detail)};
+    case XCB_KEY_RELEASE: return keyInput(Kind::keyUp, reinterpret_cast<const xcb_key_release_event_t &>(event));
     case XCB_EXPOSE: {
         const auto &expose = reinterpret_cast<const xcb_expose_event_t &>(event);
         return Input{.kind = Kind::damaged, .area = {expose.x, expose.y, expose.width, expose.height}};
@@ -105,28 +134,37 @@ std::optional<OverlayDesktop::Input> X11Overlay::translated(const xcb_generic_ev
     }
 }
 
-Picker::Key X11Overlay::key(xcb_keycode_t code) const
+OverlayDesktop::Input X11Overlay::keyInput(Input::Kind kind, const xcb_key_press_event_t &event) const
+{
+    const quint32 pressed = symbol(event);
+    const auto meant =
+        std::find_if(std::begin(keys), std::end(keys), [&](const KeyMeaning &k) { return k.symbol == pressed; });
+    const auto trigger = std::find_if(std::begin(triggers), std::end(triggers), [&](const TriggerSymbol &t) {
+        return t.symbol == pressed && t.name == m_trigger;
+    });
+    return {.kind = kind,
+            .key = meant == std::end(keys) ? Picker::Key::other : meant->key,
+            .isTrigger = trigger != std::end(triggers)};
+}
+
+// Without modifiers, of the keyboard layout in use. Where its alphabet is not Latin, of another layout that the user has:
+// the letters have to be reachable.
+quint32 X11Overlay::symbol(const xcb_key_press_event_t &event) const
 {
     const xcb_keycode_t first = xcb_get_setup(m_server.get())->min_keycode;
-    if (!m_keyboard || code < first)
-        return Picker::Key::other;
-    // The first column, without modifiers. Values from the X protocol's keysymdef.h.
-    const int index = (code - first) * m_keyboard->keysyms_per_keycode;
-    if (index >= xcb_get_keyboard_mapping_keysyms_length(m_keyboard.get()))
-        return Picker::Key::other;
-    switch (xcb_get_keyboard_mapping_keysyms(m_keyboard.get())[index]) {
-    case 0xff1b: return Picker::Key::escape;
-    case 0xff0d:                            // Return
-    case 0xff8d: return Picker::Key::enter; // on the keypad
-    case 0x0020: return Picker::Key::space;
-    case 0xffe1: // left and right Shift
-    case 0xffe2: return Picker::Key::shift;
-    case 0xff51: return Picker::Key::left;
-    case 0xff52: return Picker::Key::up;
-    case 0xff53: return Picker::Key::right;
-    case 0xff54: return Picker::Key::down;
-    default: return Picker::Key::other;
-    }
+    if (!m_keyboard || event.detail < first)
+        return XCB_NO_SYMBOL;
+    constexpr int perLayout = 2; // columns: plain and with Shift
+    const int columns = m_keyboard->keysyms_per_keycode;
+    const int row = (event.detail - first) * columns;
+    if (row + columns > xcb_get_keyboard_mapping_keysyms_length(m_keyboard.get()))
+        return XCB_NO_SYMBOL;
+    const xcb_keysym_t *symbols = xcb_get_keyboard_mapping_keysyms(m_keyboard.get()) + row;
+    const int inUse = (event.state >> 13 & 3) * perLayout; // the layout, as the XKB extension reports it
+    quint32 found = inUse < columns ? symbols[inUse] : XCB_NO_SYMBOL;
+    for (int i = 0; i < columns && (found == XCB_NO_SYMBOL || (found > 0xff && found < 0xfe00)); i += perLayout)
+        found = symbols[i];
+    return found;
 }
 
 void X11Overlay::paint(const OverlayFrame &frame, const QRegion &region)

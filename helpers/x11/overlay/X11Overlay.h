@@ -14,7 +14,8 @@ namespace qm {
 class X11Overlay : public OverlayDesktop
 {
 public:
-    explicit X11Overlay(Curtain &curtain);
+    // trigger: the modifier key that starts captures, named as in the settings; empty if it has no meaning here.
+    explicit X11Overlay(Curtain &curtain, const QByteArray &trigger = {});
     // Releases keyboard and pointer once all pressed keys and buttons are up again.
     ~X11Overlay() override;
 
@@ -32,10 +33,12 @@ public:
 
 private:
     std::optional<Input> translated(const xcb_generic_event_t &event);
-    Picker::Key key(xcb_keycode_t code) const;
+    Input keyInput(Input::Kind kind, const xcb_key_press_event_t &event) const;
+    quint32 symbol(const xcb_key_press_event_t &event) const;
 
     XConnection &m_server;
     Curtain &m_curtain;
+    const QByteArray m_trigger;
     InputGrab &m_input;
     const RenderDrawing m_render;
     FrozenX11Screen m_screen;

@@ -7,6 +7,10 @@
 
 #include <QDir>
 #include <QFile>
+#include <QFileInfo>
+#include <QJsonArray>
+#include <QJsonDocument>
+#include <QJsonObject>
 #include <QPainter>
 #include <QTest>
 
@@ -14,6 +18,7 @@
 
 using namespace qm;
 using namespace Qt::StringLiterals;
+using namespace std::chrono_literals;
 using Steps = std::function<void(Desktop &)>;
 using Kind = PatternWindow::Kind;
 
@@ -288,20 +293,110 @@ private Q_SLOTS:
 
     void failures()
     {
-        for (const QStringList &command : {QStringList{program, u"-i"_s, u"/nowhere/at/all/a.png"_s},
-                                           {u"env"_s, u"DISPLAY=:59999"_s, program, u"-i"_s, m_path},
-                                           {program, u"-i"_s}}) {
+        for (const QStringList &command : {QStringList{u"env"_s, u"DISPLAY=:59999"_s, program, u"-i"_s, m_path},
+                                           {program, u"-i"_s},
+                                           {program, u"-i"_s, u"-iw"_s, m_path},
+                                           {program, u"--area"_s, u"1,2,3"_s, m_path},
+                                           {program, u"--area"_s, u"5000,10,30,30"_s, m_path}}) {
             m_helper = &m_desktop.start(command.first(), command.mid(1));
             QVERIFY2(failed(), qPrintable(command.join(u' ')));
         }
     }
 
-    void fullDisk()
+    // The picture goes elsewhere, for its user only; where that is impossible too, at least the reason is told.
+    void whatCannotBeSaved()
     {
-        m_helper = &m_desktop.startOnFullDisk(program, {u"-i"_s, m_path});
+        const QString unsaved = m_folder + u"/unsaved.png"_s;
+        m_helper = &m_desktop.start(program, {u"--unsaved"_s, unsaved, u"-i"_s, u"/nowhere/at/all/a.png"_s});
+        QVERIFY(m_desktop.overlayIsUp());
+        m_desktop.drag({100, 100}, {149, 149});
+        QVERIFY(Desktop::ended(*m_helper));
+        const QJsonObject said = saidByHelper();
+        QVERIFY(!said[u"error"_s].toString().isEmpty());
+        QCOMPARE(said[u"unsaved"_s].toString(), unsaved);
+        QCOMPARE(said[u"area"_s].toArray(), (QJsonArray{100, 100, 50, 50}));
+        QCOMPARE(rgb(QImage(unsaved)), m_before.copy(100, 100, 50, 50));
+        QCOMPARE(QFile::permissions(unsaved) & (QFile::ReadGroup | QFile::ReadOther), QFile::Permissions());
+        QVERIFY(QFile::remove(unsaved));
+
+        m_helper = &m_desktop.startOnFullDisk(program, {u"--unsaved"_s, unsaved, u"-i"_s, m_path});
         QVERIFY(m_desktop.overlayIsUp());
         m_desktop.drag({100, 100}, {799, 599});
         QVERIFY(failed());
+    }
+
+    // Also of one that takes it while the user still draws.
+    void neverReplacesAnotherCapture()
+    {
+        const QString taken = m_folder + u"/Quillmere 2026-10-25-02-59-59.png"_s;
+        m_helper = &m_desktop.start(program, {u"-i"_s, taken});
+        QVERIFY(m_desktop.overlayIsUp());
+        m_desktop.home().write(u"captures/"_s + QFileInfo(taken).fileName(), "another");
+        m_desktop.drag({100, 100}, {149, 149});
+        QVERIFY(Desktop::ended(*m_helper));
+        const QString next = m_folder + u"/Quillmere 2026-10-25-03-00-00.png"_s;
+        QCOMPARE(saidByHelper()[u"file"_s].toString(), next);
+        QCOMPARE(rgb(QImage(next)), m_before.copy(100, 100, 50, 50));
+        QCOMPARE(files().size(), 2);
+    }
+
+    void withoutAsking()
+    {
+        QPainter(&m_before).fillRect(unseen, Qt::black);
+        for (const auto &[way, area] : {std::pair(QStringList{u"--monitor"_s}, leftMonitor),
+                                        {{u"--desktop"_s}, QRect(0, 0, 1600, 800)},
+                                        {{u"--area"_s, u"990,650,20,1000"_s}, QRect(990, 650, 20, 150)}}) {
+            m_helper = &m_desktop.start(program, way + QStringList(m_path));
+            QVERIFY(Desktop::ended(*m_helper));
+            QCOMPARE(rgb(QImage(m_path)), m_before.copy(area));
+        }
+    }
+
+    // What covers the screen at first, and what is drawn when it has gone, changing until the given moment.
+    void comesToRest()
+    {
+        const QRect menu(200, 200, 150, 250);
+        std::optional<PatternWindow> cover;
+        cover.emplace(m_desktop, u"menu"_s, menu, 7, Kind::unmanaged);
+        m_helper = &m_desktop.start(program, {u"--rest"_s, u"200,200,150,250"_s, u"--monitor"_s, m_path});
+        for (int seed = 8; seed < 15; ++seed) { // a fading compositor, or a slow program
+            QTest::qWait(40);
+            cover.emplace(m_desktop, u"menu %1"_s.arg(seed), menu, seed, Kind::unmanaged);
+        }
+        cover.reset();
+        QVERIFY(Desktop::ended(*m_helper));
+        QCOMPARE(rgb(QImage(m_path)), m_before.copy(leftMonitor));
+    }
+
+    void aColor()
+    {
+        m_helper = &m_desktop.start(program, {u"-i"_s, m_path});
+        QVERIFY(m_desktop.overlayIsUp());
+        m_desktop.movePointer({321, 234});
+        m_desktop.tap(Key::c);
+        QVERIFY(Desktop::ended(*m_helper));
+        QCOMPARE(saidByHelper()[u"color"_s].toString(), m_before.pixelColor(321, 234).name());
+        QCOMPARE(files(), QStringList());
+    }
+
+    // The key that opened it closes it again; and a menu may hold the keyboard for as long as it likes.
+    void theTriggerAndPatience()
+    {
+        QVERIFY(m_desktop.grabInput());
+        m_helper = &m_desktop.start(program, {u"--patient"_s, u"--trigger"_s, u"rightShift"_s, u"-i"_s, m_path});
+        QVERIFY(!Desktop::wait([&] { return m_helper->state() == QProcess::NotRunning; }, 1500ms));
+        m_desktop.releaseInput();
+        QVERIFY(m_desktop.overlayIsUp());
+        m_desktop.tap(Key::leftShift);
+        m_desktop.tap(Key::rightShift);
+        QVERIFY(!Desktop::wait([&] { return m_helper->state() == QProcess::NotRunning; }, 200ms));
+        m_helper->kill();
+        QVERIFY(Desktop::ended(*m_helper));
+        m_helper = &m_desktop.start(program, {u"--trigger"_s, u"rightShift"_s, u"-i"_s, m_path});
+        QVERIFY(m_desktop.overlayIsUp());
+        m_desktop.tap(Key::rightShift);
+        QVERIFY(Desktop::ended(*m_helper));
+        QCOMPARE(files(), QStringList());
     }
 
     // From here on each test has a desktop of its own; the home of the first goes with them.
@@ -383,6 +478,7 @@ private:
             m_helper = nullptr; // it goes with its desktop
         return picture;
     }
+    QJsonObject saidByHelper() { return QJsonDocument::fromJson(m_helper->readAllStandardOutput()).object(); }
     QStringList files() const { return QDir(m_folder).entryList(QDir::Files | QDir::Hidden | QDir::System); }
     bool failed() const // in the end, with one line on stderr and nothing left
     {
