@@ -25,7 +25,7 @@ struct Command {
     };
 
     Verb verb = Verb::open; // a plain start; shows the library if an instance is already running
-    QString file;           // annotate only; absolute
+    QString file = {};      // annotate only; absolute
 
     // For captures only.
     std::chrono::seconds delay{0};
