@@ -15,20 +15,12 @@
 
 namespace qm {
 
-static QString showInFolderTitle()
-{
-    const QString browser = Workspace::fileBrowserName();
-    if (browser.isEmpty())
-        return AppLocale::text(u"Show in Folder", u"フォルダーで表示");
-    return AppLocale::text(u"Show in %1", u"%1 で表示").arg(browser);
-}
-
 QString ShotActions::title(ShotAction action)
 {
     switch (action) {
     case ShotAction::copy: return AppLocale::text(u"Copy", u"コピー");
     case ShotAction::annotate: return AppLocale::text(u"Annotate…", u"注釈…");
-    case ShotAction::showInFolder: return showInFolderTitle();
+    case ShotAction::showInFolder: return AppLocale::showInFolderTitle();
     case ShotAction::open: return AppLocale::text(u"Open", u"開く");
     }
     return {};

@@ -17,6 +17,8 @@ std::optional<QColor> accent(); // the user's current accent colour; std::nullop
 // system has none.
 QImage symbol(const QString &name, QSize pixels);
 
+bool blendsWindows(); // translucent pixels of a window show what is below it; asks the system each time
+
 bool trayTintsIcons(); // a mask suffices: the tray applies a contrasting colour
 
 } // namespace NativeLook

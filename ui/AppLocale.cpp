@@ -1,5 +1,7 @@
 #include "ui/AppLocale.h"
 
+#include "platform/Workspace.h"
+
 #include <QLocale>
 #include <QStringList>
 
@@ -19,6 +21,13 @@ bool AppLocale::isJapanese()
 QString AppLocale::text(QStringView english, QStringView japanese)
 {
     return (isJapanese() ? japanese : english).toString();
+}
+
+QString AppLocale::showInFolderTitle()
+{
+    const QString browser = Workspace::fileBrowserName();
+    return browser.isEmpty() ? text(u"Show in Folder", u"フォルダーで表示")
+                             : text(u"Show in %1", u"%1 で表示").arg(browser);
 }
 
 } // namespace qm

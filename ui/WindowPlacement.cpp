@@ -9,11 +9,15 @@
 
 namespace qm {
 
+QScreen *WindowPlacement::activeScreen()
+{
+    QScreen *screen = QGuiApplication::screenAt(QCursor::pos());
+    return screen ? screen : QGuiApplication::primaryScreen();
+}
+
 QRect WindowPlacement::activeScreenVisibleFrame()
 {
-    const QScreen *screen = QGuiApplication::screenAt(QCursor::pos());
-    if (!screen)
-        screen = QGuiApplication::primaryScreen();
+    const QScreen *screen = activeScreen();
     return screen ? screen->availableGeometry() : QRect();
 }
 
@@ -31,6 +35,29 @@ QPoint WindowPlacement::placed(const QRect &visibleFrame, QSize window, int topM
 void WindowPlacement::placeOnActiveScreen(QWidget &window, int topMargin)
 {
     window.move(placed(activeScreenVisibleFrame(), window.frameGeometry().size(), topMargin));
+}
+
+// Qt scales each screen about its own upper left corner, which stays where the system has it.
+QRect WindowPlacement::toNative(const QRect &rect, const QScreen &screen)
+{
+    const double scale = screen.devicePixelRatio();
+    const QPoint corner = screen.geometry().topLeft();
+    return QRect(corner + (rect.topLeft() - corner) * scale, rect.size() * scale);
+}
+
+QScreen *WindowPlacement::screenWithMost(const QRect &native)
+{
+    QScreen *best = activeScreen();
+    qint64 most = 0;
+    for (QScreen *screen : QGuiApplication::screens()) {
+        const QRect part = toNative(screen->geometry(), *screen) & native;
+        const qint64 pixels = qint64(part.width()) * part.height();
+        if (!part.isEmpty() && pixels > most) {
+            most = pixels;
+            best = screen;
+        }
+    }
+    return best;
 }
 
 } // namespace qm

@@ -43,6 +43,11 @@ QImage NativeLook::symbol(const QString &name, QSize pixels)
     return image;
 }
 
+bool NativeLook::blendsWindows()
+{
+    return true;
+}
+
 bool NativeLook::trayTintsIcons()
 {
     return true;
