@@ -154,7 +154,9 @@ void AppDelegate::capture(const Command &command)
     case Command::Verb::captureLast: request.way = Way::area; break;
     default: request.way = Way::region;
     }
-    m_countdown.reset();
+    if (m_countdown && m_countdown->isVisible())
+        request.rest = m_countdown->nativeFrame();
+    m_countdown.reset(); // what it was to begin is called off by another capture
     if (command.delay > 0s) {
         m_countdown = std::make_unique<Countdown>(command.delay, [this, request](QRect place) mutable {
             request.rest = place;
@@ -164,7 +166,7 @@ void AppDelegate::capture(const Command &command)
         return;
     }
     if (command.isFromMenu)
-        request.rest = m_menu ? m_menu->takePlace() : QRect();
+        request.rest |= m_menu ? m_menu->takePlace() : QRect();
     begin(request);
 }
 
