@@ -17,10 +17,13 @@ static const QString applicationId = QStringLiteral("org.quillmere.Quillmere"); 
 static void ask(const QString &method, const QVariantList &arguments,
                 std::function<void(const QDBusMessage &answer)> answered)
 {
+    const QDBusConnection bus = QDBusConnection::sessionBus();
+    if (!bus.isConnected())
+        return answered({}); // a call would never end
     QDBusMessage call =
         QDBusMessage::createMethodCall(service, QStringLiteral("/org/freedesktop/Notifications"), service, method);
     call.setArguments(arguments);
-    auto *watcher = new QDBusPendingCallWatcher(QDBusConnection::sessionBus().asyncCall(call, answerLimit));
+    auto *watcher = new QDBusPendingCallWatcher(bus.asyncCall(call, answerLimit));
     QObject::connect(watcher, &QDBusPendingCallWatcher::finished, watcher, [watcher, answered] {
         watcher->deleteLater();
         answered(watcher->reply());
