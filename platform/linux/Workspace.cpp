@@ -16,12 +16,15 @@ static constexpr int answerLimit = 5000; // ms
 void Workspace::reveal(const QString &path)
 {
     const QString folder = QFileInfo(path).path();
+    const QDBusConnection bus = QDBusConnection::sessionBus();
+    if (!bus.isConnected())
+        return openFolder(folder); // a call would never end
     QDBusMessage call = QDBusMessage::createMethodCall(
         QStringLiteral("org.freedesktop.FileManager1"), QStringLiteral("/org/freedesktop/FileManager1"),
         QStringLiteral("org.freedesktop.FileManager1"), QStringLiteral("ShowItems"));
     const QString uri = QString::fromLatin1(QUrl::fromLocalFile(path).toEncoded());
     call << QStringList(uri) << QString(); // no startup notification
-    auto *watcher = new QDBusPendingCallWatcher(QDBusConnection::sessionBus().asyncCall(call, answerLimit));
+    auto *watcher = new QDBusPendingCallWatcher(bus.asyncCall(call, answerLimit));
     QObject::connect(watcher, &QDBusPendingCallWatcher::finished, watcher, [watcher, folder] {
         if (QDBusPendingReply<>(*watcher).isError())
             openFolder(folder);

@@ -1,3 +1,4 @@
+#include "platform/Notification.h"
 #include "platform/Workspace.h"
 #include "tests/support/TempHome.h"
 
@@ -31,6 +32,30 @@ public Q_SLOTS:
     }
 };
 
+// The desktop's server of messages.
+class MessageServer : public QObject, protected QDBusContext
+{
+    Q_OBJECT
+    Q_CLASSINFO("D-Bus Interface", "org.freedesktop.Notifications")
+
+public:
+    QStringList capabilities, shown;
+    bool refuses = false;
+
+public Q_SLOTS:
+    QStringList GetCapabilities() { return capabilities; }
+    uint Notify(const QString &application, uint replaces, const QString &icon, const QString &title,
+                const QString &text, const QStringList &actions, const QVariantMap &hints, int)
+    {
+        if (refuses)
+            sendErrorReply(QDBusError::LimitsExceeded);
+        else if (replaces == 0 && actions.isEmpty())
+            shown << application + u'|' + icon + u'|' + title + u'|' + text + u'|' +
+                         hints[u"desktop-entry"_s].toString();
+        return 1;
+    }
+};
+
 // On a session bus of its own.
 class tst_Workspace : public QObject
 {
@@ -40,12 +65,20 @@ public Q_SLOTS:
     void openUrl(const QUrl &url) { m_opened << url.toLocalFile(); }
 
 private Q_SLOTS:
+    void initTestCase()
+    {
+        m_bus.start(u"dbus-daemon"_s, {u"--session"_s, u"--nofork"_s, u"--print-address"_s});
+        QVERIFY(m_bus.waitForReadyRead());
+        qputenv("DBUS_SESSION_BUS_ADDRESS", m_bus.readLine().trimmed());
+    }
+    void cleanupTestCase()
+    {
+        m_bus.kill();
+        QVERIFY(m_bus.waitForFinished());
+    }
+
     void whatIsRevealed()
     {
-        QProcess bus;
-        bus.start(u"dbus-daemon"_s, {u"--session"_s, u"--nofork"_s, u"--print-address"_s});
-        QVERIFY(bus.waitForReadyRead());
-        qputenv("DBUS_SESSION_BUS_ADDRESS", bus.readLine().trimmed());
         QDesktopServices::setUrlHandler(u"file"_s, this, "openUrl");
 
         Workspace::reveal(u"/nobody/to show/it.png"_s);
@@ -63,8 +96,33 @@ private Q_SLOTS:
         Workspace::reveal(u"/other/shot.png"_s);
         QTRY_COMPARE(m_opened.value(1), u"/other"_s);
         QDBusConnection::disconnectFromBus(u"m"_s);
-        bus.kill();
-        QVERIFY(bus.waitForFinished());
+    }
+
+    void notifications()
+    {
+        int unserved = 0;
+        const auto show = [&] { Notification::show(u"A & B"_s, u"<b> & \"c\""_s, [&] { ++unserved; }); };
+        show();
+        QTRY_COMPARE(unserved, 1);
+
+        MessageServer server;
+        auto there = QDBusConnection::connectToBus(qEnvironmentVariable("DBUS_SESSION_BUS_ADDRESS"), u"s"_s);
+        QVERIFY(there.registerObject(u"/org/freedesktop/Notifications"_s, &server, QDBusConnection::ExportAllSlots));
+        QVERIFY(there.registerService(u"org.freedesktop.Notifications"_s));
+        for (const auto &[capability, text] :
+             {std::pair(u"body"_s, u"<b> & \"c\""_s), {u"body-markup"_s, u"&lt;b&gt; &amp; &quot;c&quot;"_s}}) {
+            server.capabilities = {capability};
+            server.shown.clear();
+            show();
+            QTRY_COMPARE(
+                server.shown,
+                QStringList(u"Quillmere|org.quillmere.Quillmere|A & B|%1|org.quillmere.Quillmere"_s.arg(text)));
+        }
+        QCOMPARE(unserved, 1);
+        server.refuses = true;
+        show();
+        QTRY_COMPARE(unserved, 2);
+        QDBusConnection::disconnectFromBus(u"s"_s);
     }
 
     // The trash's folder is asked for once per process, so both are one test.
@@ -93,6 +151,7 @@ private Q_SLOTS:
     }
 
 private:
+    QProcess m_bus;
     QStringList m_opened;
 };
 
