@@ -158,6 +158,7 @@ void AppDelegate::capture(const Command &command)
         request.rest = m_countdown->nativeFrame();
     m_countdown.reset(); // what it was to begin is called off by another capture
     if (command.delay > 0s) {
+        m_cards.takeAway(); // their place is the countdown's
         m_countdown = std::make_unique<Countdown>(command.delay, [this, request](QRect place) mutable {
             request.rest = place;
             request.isPatient = true; // a menu may have been opened meanwhile, to be captured
@@ -199,7 +200,7 @@ void AppDelegate::captured(const CaptureResult &result)
         UserDefaults::setRectangle(lastRegion, result.area);
     if (!result.error.isEmpty())
         return sayWhatWentWrong(result);
-    if (ConfigStore::showPreview())
+    if (!result.thumbnail.isNull() && ConfigStore::showPreview())
         m_cards.show({.file = result.path, .thumbnail = result.thumbnail, .area = result.area});
     sayWhereCapturesGo();
 }

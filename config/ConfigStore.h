@@ -31,6 +31,7 @@ QString
 resolveCaptureDir();     // where new captures are saved: absolute, not created, at home while the shared one is away
 QString resolveSource(); // where the system's own tool saves; may wait for another program
 bool autoOcr();          // on, unless the settings say false
+inline bool showPreview() { return true; }
 
 // The same for settings that are not in force: what they would be with another shared folder (empty: none), and the
 // values that follow from them.

@@ -144,8 +144,8 @@ private Q_SLOTS:
     // A card is in sight when the next capture begins, and not in its picture.
     void theCardIsInNoPicture()
     {
-        const PatternWindow ground(m_desktop, u"ground"_s, {0, 0, 1000, 700}, 1, PatternWindow::Kind::unmanaged);
-        const QRect corner(600, 400, 400, 300);
+        const PatternWindow ground(m_desktop, u"ground"_s, {0, 0, 1280, 800}, 1, PatternWindow::Kind::unmanaged);
+        const QRect corner(880, 500, 400, 300);
         run(u"quillmere"_s, {u"capture-last"_s});
         QVERIFY(Desktop::wait([&] { return captures().size() == 2; }));
         QVERIFY(Desktop::wait([&] { return m_desktop.picture(corner) != ground.pattern().copy(corner); }));

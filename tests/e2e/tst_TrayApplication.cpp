@@ -77,7 +77,7 @@ private Q_SLOTS:
     {
         for (const QString &tool : {u"bin/qmcapture"_s, u"bin/qmscroll"_s})
             m_desktop.home().script(tool, "for word; do case $word in -i|-iw|--region) way=$word; esac; done\n"
-                                          "echo \"$way $*\" >>\"$HOME/asked\"; : >\"$word\""); // the path is last
+                                          "echo \"$way $*\" >>\"$HOME/asked\"; : >\"$word\""); // its picture, empty
         QVERIFY(QFile::copy(QStringLiteral(QM_PROGRAMS "/quillmere"), at(u"bin/quillmere"_s)));
     }
     void cleanup()
