@@ -177,6 +177,16 @@ bool ConfigStore::autoOcr(const QJsonObject &settings)
     return settings.value(u"autoOcr").toBool(true);
 }
 
+bool ConfigStore::showPreview()
+{
+    return showPreview(effective());
+}
+
+bool ConfigStore::showPreview(const QJsonObject &settings)
+{
+    return settings.value(u"showPreview").toBool(true);
+}
+
 bool ConfigStore::createFolder(const QString &path)
 {
     const QString home = homeFolder();
@@ -246,7 +256,7 @@ static bool usable(const QString &key, const QJsonValue &value)
 {
     if (key == hotkey)
         return value.isObject();
-    if (key == u"autoOcr")
+    if (key == u"autoOcr" || key == u"showPreview")
         return value.isBool();
     return !value.toString().isEmpty();
 }

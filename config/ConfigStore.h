@@ -31,7 +31,7 @@ QString
 resolveCaptureDir();     // where new captures are saved: absolute, not created, at home while the shared one is away
 QString resolveSource(); // where the system's own tool saves; may wait for another program
 bool autoOcr();          // on, unless the settings say false
-inline bool showPreview() { return true; }
+bool showPreview();      // a card after each capture: on, unless the settings say false
 
 // The same for settings that are not in force: what they would be with another shared folder (empty: none), and the
 // values that follow from them.
@@ -39,6 +39,7 @@ QJsonObject effectiveWithCloud(const QString &path);
 Hotkey resolveHotkey(const QJsonObject &settings);
 QString resolveCaptureDir(const QJsonObject &settings);
 bool autoOcr(const QJsonObject &settings);
+bool showPreview(const QJsonObject &settings);
 QString systemSource(); // resolveSource() if the settings do not name the folder; may wait as well
 
 // Has another shared folder settings of its own, which saving must not cover with ours?

@@ -116,21 +116,24 @@ QWidget *GeneralForm::makeForm()
     addHotkey(*form);
 
     form->addRow(heading(text(u"Index", u"索引"), false));
-    m_autoOcr = new QCheckBox(text(u"Auto-OCR after capture", u"撮影後に自動でOCRする"));
-    connect(m_autoOcr, &QCheckBox::clicked, this, [this](bool on) {
-        m_state.autoOcr = on;
-        edited();
-    });
-    form->addRow(QString(), m_autoOcr);
+    m_autoOcr =
+        addCheckBox(*form, text(u"Auto-OCR after capture", u"撮影後に自動でOCRする"), &GeneralSettings::autoOcr);
 
     form->addRow(heading(text(u"Startup", u"起動"), false));
-    m_launchAtLogin = new QCheckBox(text(u"Launch at login", u"ログイン時に起動"));
-    connect(m_launchAtLogin, &QCheckBox::clicked, this, [this](bool on) {
-        m_state.launchAtLogin = on;
+    m_launchAtLogin =
+        addCheckBox(*form, text(u"Launch at login", u"ログイン時に起動"), &GeneralSettings::launchAtLogin);
+    return content;
+}
+
+QCheckBox *GeneralForm::addCheckBox(QFormLayout &form, const QString &title, bool GeneralSettings::*value)
+{
+    auto *box = new QCheckBox(title);
+    connect(box, &QCheckBox::clicked, this, [this, value](bool on) {
+        m_state.*value = on;
         edited();
     });
-    form->addRow(QString(), m_launchAtLogin);
-    return content;
+    form.addRow(QString(), box);
+    return box;
 }
 
 FolderField *GeneralForm::makeFolderField(const QString &name, QString GeneralSettings::*path,
@@ -171,6 +174,9 @@ void GeneralForm::addStorage(QFormLayout &form)
                                     u"同期フォルダーを指定すると、画像と設定を複数のマシンで共有できます。"));
     m_captions.append(caption);
     form.addRow(QString(), caption);
+
+    m_showPreview = addCheckBox(form, text(u"Show a preview after each capture", u"撮影後にプレビューを表示する"),
+                                &GeneralSettings::showPreview);
 }
 
 void GeneralForm::addHotkey(QFormLayout &form)
@@ -385,6 +391,7 @@ void GeneralForm::refresh()
     }
     m_thresholdValue->setText(QString::asprintf("%.2f s", m_state.hotkey.holdThreshold));
     m_keyTest->setHotkey(m_state.hotkey);
+    m_showPreview->setChecked(m_state.showPreview);
     m_autoOcr->setChecked(m_state.autoOcr);
     m_launchAtLogin->setChecked(m_state.launchAtLogin);
 

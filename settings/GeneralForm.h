@@ -47,6 +47,7 @@ private:
     void addStorage(QFormLayout &form);
     void addHotkey(QFormLayout &form);
     QWidget *makeFooter();
+    QCheckBox *addCheckBox(QFormLayout &form, const QString &title, bool GeneralSettings::*value);
     FolderField *makeFolderField(const QString &name, QString GeneralSettings::*path, std::function<void()> committed);
 
     void reload();
@@ -86,6 +87,7 @@ private:
     QSlider *m_threshold = nullptr;
     QLabel *m_thresholdValue = nullptr;
     KeyTest *m_keyTest = nullptr;
+    QCheckBox *m_showPreview = nullptr;
     QCheckBox *m_autoOcr = nullptr;
     QCheckBox *m_launchAtLogin = nullptr;
     QLabel *m_messageIcon = nullptr;

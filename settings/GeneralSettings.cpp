@@ -13,6 +13,7 @@ static const QString capturesKey = QStringLiteral("captures");
 static const QString sourceKey = QStringLiteral("source");
 static const QString cloudKey = QStringLiteral("cloud");
 static const QString hotkeyKey = QStringLiteral("hotkey");
+static const QString showPreviewKey = QStringLiteral("showPreview");
 static const QString autoOcrKey = QStringLiteral("autoOcr");
 
 static GeneralSettings from(const QJsonObject &settings)
@@ -22,6 +23,7 @@ static GeneralSettings from(const QJsonObject &settings)
     result.source = settings.value(sourceKey).toString();
     result.cloud = settings.value(cloudKey).toString();
     result.hotkey = ConfigStore::resolveHotkey(settings);
+    result.showPreview = ConfigStore::showPreview(settings);
     result.autoOcr = ConfigStore::autoOcr(settings);
     return result;
 }
@@ -77,6 +79,8 @@ Outcome GeneralSettings::save(const GeneralSettings &before) const
             object.insert(QStringLiteral("holdThreshold"), hotkey.holdThreshold);
         changes.shared.emplace(hotkeyKey, object);
     }
+    if (touched(&GeneralSettings::showPreview))
+        changes.shared.emplace(showPreviewKey, showPreview);
     if (touched(&GeneralSettings::autoOcr))
         changes.shared.emplace(autoOcrKey, autoOcr);
     return ConfigStore::save(changes, [&] {
@@ -93,6 +97,7 @@ void GeneralSettings::follow(const GeneralSettings &before, const GeneralSetting
     one(&GeneralSettings::captures);
     one(&GeneralSettings::source);
     one(&GeneralSettings::cloud);
+    one(&GeneralSettings::showPreview);
     one(&GeneralSettings::autoOcr);
     one(&GeneralSettings::launchAtLogin);
     if (hotkey.modifier == before.hotkey.modifier)

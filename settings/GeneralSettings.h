@@ -15,6 +15,7 @@ struct GeneralSettings {
     QString source;   // folder where the system's own tool saves
     QString cloud;    // folder that shares settings between machines
     Hotkey hotkey;
+    bool showPreview = true;
     bool autoOcr = true;
     bool launchAtLogin = false;
 

@@ -59,20 +59,22 @@ private Q_SLOTS:
     {
         const QString folders = m_home->path() + u"/.quillmere/captures "_s + m_home->path() + u"/Desktop "_s;
         const std::pair<QByteArray, QString> rows[] = {
-            // captures, source, key, threshold, autoOcr; HOME is the home folder
-            {"{}", folders + u"rightShift 0.4 1"_s},
-            {R"({"captures": "~/shots/", "source": "~"})", u"HOME/shots HOME rightShift 0.4 1"_s},
-            {R"({"captures": "\/a/\/", "source": "b/c"})", u"/a HOME/b/c rightShift 0.4 1"_s},
-            {R"({"captures": "/", "source": "~someone/c"})", u"/ HOME/~someone/c rightShift 0.4 1"_s},
-            {R"({"cloud": "~/cloud"})", u"HOME/cloud/captures HOME/Desktop rightShift 0.4 1"_s},
-            {R"({"captures": 5, "source": null})", folders + u"rightShift 0.4 1"_s},
-            {R"({"autoOcr": false})", folders + u"rightShift 0.4 0"_s},
-            {R"({"autoOcr": "false"})", folders + u"rightShift 0.4 1"_s},
-            {R"({"hotkey": "rightOption"})", folders + u"rightShift 0.4 1"_s},
-            {R"({"hotkey": {"modifier": "rightControl", "holdThreshold": 0.25}})", folders + u"rightControl 0.25 1"_s},
-            {R"({"hotkey": {"modifier": "rightOption", "holdThreshold": 0.05}})", folders + u"rightOption 0.2 1"_s},
-            {R"({"hotkey": {"modifier": "rightCommand", "holdThreshold": 2}})", folders + u"rightCommand 0.8 1"_s},
-            {R"({"hotkey": {"modifier": "leftShift", "holdThreshold": "0.5"}})", folders + u"rightShift 0.4 1"_s},
+            // captures, source, key, threshold, autoOcr and showPreview; HOME is the home folder
+            {"{}", folders + u"rightShift 0.4 11"_s},
+            {R"({"captures": "~/shots/", "source": "~"})", u"HOME/shots HOME rightShift 0.4 11"_s},
+            {R"({"captures": "\/a/\/", "source": "b/c"})", u"/a HOME/b/c rightShift 0.4 11"_s},
+            {R"({"captures": "/", "source": "~someone/c"})", u"/ HOME/~someone/c rightShift 0.4 11"_s},
+            {R"({"cloud": "~/cloud"})", u"HOME/cloud/captures HOME/Desktop rightShift 0.4 11"_s},
+            {R"({"captures": 5, "source": null})", folders + u"rightShift 0.4 11"_s},
+            {R"({"autoOcr": false})", folders + u"rightShift 0.4 01"_s},
+            {R"({"autoOcr": "false"})", folders + u"rightShift 0.4 11"_s},
+            {R"({"showPreview": false})", folders + u"rightShift 0.4 10"_s},
+            {R"({"showPreview": 0})", folders + u"rightShift 0.4 11"_s},
+            {R"({"hotkey": "rightOption"})", folders + u"rightShift 0.4 11"_s},
+            {R"({"hotkey": {"modifier": "rightControl", "holdThreshold": 0.25}})", folders + u"rightControl 0.25 11"_s},
+            {R"({"hotkey": {"modifier": "rightOption", "holdThreshold": 0.05}})", folders + u"rightOption 0.2 11"_s},
+            {R"({"hotkey": {"modifier": "rightCommand", "holdThreshold": 2}})", folders + u"rightCommand 0.8 11"_s},
+            {R"({"hotkey": {"modifier": "leftShift", "holdThreshold": "0.5"}})", folders + u"rightShift 0.4 11"_s},
         };
         for (const auto &[json, expected] : rows) {
             m_home->write(localFile, json);
@@ -80,7 +82,8 @@ private Q_SLOTS:
             const Hotkey hotkey = ConfigStore::resolveHotkey();
             const QStringList seen{ConfigStore::resolveCaptureDir(), ConfigStore::resolveSource(),
                                    rawValue(hotkey.modifier), QString::number(hotkey.holdThreshold),
-                                   QString::number(ConfigStore::autoOcr())};
+                                   QString::number(ConfigStore::autoOcr()) +
+                                       QString::number(ConfigStore::showPreview())};
             QCOMPARE(seen.join(u' '), QString(expected).replace(u"HOME"_s, m_home->path()));
         }
     }

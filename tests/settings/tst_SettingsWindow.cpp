@@ -95,6 +95,10 @@ private:
     QComboBox *modifier() const { return find<QComboBox>(text(u"Trigger key", u"トリガーキー")); }
     QSlider *threshold() const { return find<QSlider>(text(u"Hold threshold", u"長押しとみなす時間")); }
     QPushButton *testKey() const { return find<QPushButton>(text(u"Test the key", u"キーを試す")); }
+    QCheckBox *showPreview() const
+    {
+        return find<QCheckBox>(text(u"Show a preview after each capture", u"撮影後にプレビューを表示する"));
+    }
     QCheckBox *autoOcr() const { return find<QCheckBox>(text(u"Auto-OCR after capture", u"撮影後に自動でOCRする")); }
     QCheckBox *launchAtLogin() const { return find<QCheckBox>(text(u"Launch at login", u"ログイン時に起動")); }
     QPushButton *save() const { return find<QPushButton>(text(u"Save", u"保存")); }
@@ -158,10 +162,10 @@ private Q_SLOTS:
             // a new one begins with all that is shown, and so does the local file where sharing ends
             {R"({"captures": "/a", "hotkey": {"new": 1}})", "", "~/cloud", R"({"hotkey": {"new": 1}, "x": 1})",
              R"({"hotkey": {"new": 1}, "x": 1, "cloud": "~/cloud"})",
-             R"({"captures": "/a", "source": "/s", "autoOcr": true,
+             R"({"captures": "/a", "source": "/s", "showPreview": true, "autoOcr": true,
                  "hotkey": {"new": 1, "modifier": "rightControl", "holdThreshold": 0.4}})"},
             {R"({"cloud": "~/cloud"})", R"({"captures": "/a", "hotkey": {"new": 1}})", "", R"({"cloud": "~/cloud"})",
-             R"({"captures": "/a", "source": "/s", "autoOcr": true,
+             R"({"captures": "/a", "source": "/s", "showPreview": true, "autoOcr": true,
                  "hotkey": {"new": 1, "modifier": "rightControl", "holdThreshold": 0.4}})",
              R"({"captures": "/a", "hotkey": {"new": 1}})"},
         };
@@ -316,7 +320,8 @@ private Q_SLOTS:
 
     void startsFromTheFiles()
     {
-        m_home->write(localFile, R"({"captures": "~/a", "source": "/b", "cloud": "~/cloud", "autoOcr": false})");
+        m_home->write(localFile, R"({"captures": "~/a", "source": "/b", "cloud": "~/cloud", "showPreview": false,
+                                "autoOcr": false})");
         m_home->write(sharedFile, R"({"source": "/c", "hotkey": {"modifier": "rightOption", "holdThreshold": 0.33}})");
         QVERIFY(LoginItem::setEnabled(true));
         show();
@@ -324,7 +329,7 @@ private Q_SLOTS:
         QCOMPARE(source()->text(), u"/c"_s);
         QCOMPARE(modifier()->currentText(), text(u"Right AltGr", u"右 AltGr"));
         QVERIFY(find<QLabel>(u"0.33 s"_s)->isVisible());
-        QVERIFY(!autoOcr()->isChecked() && launchAtLogin()->isChecked());
+        QVERIFY(!showPreview()->isChecked() && !autoOcr()->isChecked() && launchAtLogin()->isChecked());
         save()->click();
         QTRY_COMPARE(message(), text(u"Saved", u"保存しました"));
         QCOMPARE(ConfigStore::resolveHotkey().holdThreshold,
@@ -350,7 +355,7 @@ private Q_SLOTS:
                 key(Qt::Key_Down);
             else if (widget == threshold())
                 key(Qt::Key_Right);
-            else if (widget == autoOcr() || widget == launchAtLogin())
+            else if (widget == showPreview() || widget == autoOcr() || widget == launchAtLogin())
                 key(Qt::Key_Space);
             key(Qt::Key_Tab);
         }
@@ -365,6 +370,7 @@ private Q_SLOTS:
         expected.source = u"/src"_s;
         expected.cloud = u"~/cloud"_s;
         expected.hotkey = {HotkeyModifier::rightCommand, 0.45};
+        expected.showPreview = false;
         expected.autoOcr = false;
         expected.launchAtLogin = true;
         QVERIFY(GeneralSettings::read() == expected);
