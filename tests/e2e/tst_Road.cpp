@@ -103,9 +103,9 @@ private Q_SLOTS:
         QVERIFY(waitForWindow(title));
         (void)m_desktop.stillPicture();
         m_desktop.click(m_desktop.windowTitled(title)->content.bottomLeft() + QPoint(4, -4)); // to have the keyboard
-        // The tabs, three folders with their choosers, the trigger key.
+        // The tabs, three folders with their choosers, the preview, the trigger key.
         const Key tab = Key::tab;
-        tap({tab, tab, tab, tab, tab, tab, tab, Key::up, Key::up, Key::up, Key::enter});
+        tap({tab, tab, tab, tab, tab, tab, tab, tab, Key::up, Key::up, Key::up, Key::enter});
         QVERIFY(Desktop::wait([&] { return m_home.read(u"cloud/config.json"_s).contains("rightShift"); }));
         m_desktop.tap(Key::tab);
         m_desktop.tap(Key::tab);                              // the threshold, the button for the test
