@@ -65,11 +65,14 @@ void CaptureCards::remove(const QString &file)
 void CaptureCards::arrange()
 {
     std::map<QScreen *, int> above;
-    for (auto entry = m_cards.rbegin(); entry != m_cards.rend(); ++entry) {
-        CardWindow &window = *entry->window;
+    for (size_t i = m_cards.size(); i-- > 0;) {
+        CardWindow &window = *m_cards[i].window;
         int &height = above[window.screen()];
         window.place(height);
         height += window.height() + FloatingPanel::margin;
+        const bool fits = window.y() >= window.screen()->availableGeometry().top();
+        if (!fits && i + 1 < m_cards.size())
+            m_cards.erase(m_cards.begin() + ptrdiff_t(i));
     }
 }
 

@@ -20,9 +20,9 @@ struct CaptureCard {
     QRect area; // what was captured, in native pixels of the desktop; the card appears on the monitor with most of it
 };
 
-// The previews that follow captures: cards in the lower right corner of the monitor, at most three, the newest at the bottom.
-// Each slides in, stays for 4 s, longer with the pointer on it, and takes neither keys nor the focus. Main thread. Without a
-// card in sight, nothing here ever runs, except to forget, once, what a capture took away.
+// The previews that follow captures: cards in the lower right corner of the monitor, at most three and no more than fit,
+// the newest at the bottom. Each slides in, stays for 4 s, longer with the pointer on it, and takes neither keys nor the
+// focus. Main thread. Without a card in sight nothing here ever runs, except to forget, once, what a capture took away.
 class CaptureCards
 {
 public:

@@ -31,9 +31,9 @@ private:
     {
         return [this, what](const QString &file) { m_asked << what + u' ' + file; };
     }
-    void show(const QString &file, const QRect &area = first)
+    void show(const QString &file, const QRect &area = first, QSize size = {60, 40})
     {
-        QImage picture(60, 40, QImage::Format_RGB32);
+        QImage picture(size, QImage::Format_RGB32);
         picture.fill(Qt::blue);
         m_cards->show({file, picture, area});
     }
@@ -128,6 +128,11 @@ private Q_SLOTS:
         m_time.advance(30s);
         show(u"f"_s);
         QCOMPARE(files(), QStringList(u"f"_s));
+        m_cards->takeAway();
+        m_cards->remove(u"f"_s);
+        for (const QString &file : {u"a"_s, u"b"_s, u"c"_s})
+            show(file, second, {400, 600});
+        QCOMPARE(m_cards->takeAway().top(), 360); // two: a third would begin on the monitor above
     }
 
     void buttons()
