@@ -1,4 +1,5 @@
-// The application's cost while idle, and the time it adds between the key and qmcapture's overlay.
+// The application's cost while idle, and the time it adds between the key and qmcapture's overlay, and between the file
+// of a capture and its card.
 
 #include "tests/support/Desktop.h"
 
@@ -87,6 +88,35 @@ int main(int argc, char **argv)
     }
     std::printf("key released to overlay drawn %6.1f ms  %.2f x qmcapture alone (%.1f ms)\n", byKey, byKey / alone,
                 alone);
+
+    // Milliseconds from the end of a drag to the file and to the card; the card is gone before the next drag.
+    const QPoint inCard(screen.width() - 130, screen.height() - 130);
+    const QDir captures(desktop.home().file(QStringLiteral(".quillmere/captures")));
+    double file = std::numeric_limits<double>::max(), card = file;
+    for (int i = 0; i < runs; ++i) {
+        const auto count = [&] { return captures.entryList({QStringLiteral("*.png")}, QDir::Files).size(); };
+        const QColor ground = desktop.pixel(inCard);
+        const qsizetype files = count();
+        tap();
+        Desktop::wait(drawn);
+        desktop.movePointer({100, 100});
+        desktop.buttonDown();
+        desktop.movePointer({1500, 600});
+        desktop.movePointer({1899, 1099});
+        Desktop::wait([&] { return desktop.pixel({1000, 1000}) == before; }); // what is selected is no longer dim
+        const Clock::time_point start = Clock::now();
+        desktop.buttonUp();
+        const auto since = [&] { return std::chrono::duration<double, std::milli>(Clock::now() - start).count(); };
+        while (count() == files && since() < 5000)
+            std::this_thread::sleep_for(std::chrono::microseconds(100));
+        const double toFile = since();
+        while (desktop.pixel(inCard) == ground && since() < 5000)
+            std::this_thread::sleep_for(std::chrono::microseconds(100));
+        file = std::min(file, toFile);
+        card = std::min(card, since() - toFile);
+        Desktop::wait([&] { return desktop.pixel(inCard) == ground; });
+    }
+    std::printf("selection released to file %6.1f ms, to card %.1f ms more (at most 60)\n", file, card);
 
     const qint64 process = quillmere.processId();
     std::this_thread::sleep_for(std::chrono::seconds(10)); // let work left over from the captures finish

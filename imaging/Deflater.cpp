@@ -114,14 +114,14 @@ quint32 extended(const uchar *at, quint32 distance, const uchar *stop)
 
 } // namespace
 
-Deflater::Deflater(int pixel, qint64 row, size_t mostAtOnce, Sink sink)
+Deflater::Deflater(int pixel, qint64 row, size_t mostAtOnce, Sink sink, qint64 position)
     : m_pixel(pixel)
     , m_row(row <= farthest ? quint32(row) : quint32(pixel))
     , m_sink(std::move(sink))
     , m_window(farthest + slack + mostAtOnce + slack)
     , m_filled(farthest)
     , m_next(farthest)
-    , m_origin(-qint64(farthest))
+    , m_origin(position - qint64(farthest))
     , m_out(2 + mostTokens * tokenBytes + headerBytes)
     , m_at(m_out.data())
 {
@@ -172,7 +172,7 @@ void Deflater::search(const uchar *end)
         if (match.length < longEnough)
             match = atPlaces(at, (low - last) % farthest, (low - (last >> 16)) % farthest, worthFar, match);
         // A place is a guess: it may be the current position (distance 0) or lie before the beginning.
-        if (match.length < shortest || qint64(quint32(match.distance - 1)) >= position) {
+        if (match.length < shortest || match.distance - 1 >= quint32(std::min<qint64>(position, farthest))) {
             ++valueCounts[*at];
             *token++ = *at++ | noDistance;
             if (++misses > missesUnnoticed) [[unlikely]] {

@@ -52,8 +52,21 @@ static QColorSpace colorSpaceOf(const heif_image_handle *handle)
 
 bool HeifReader::isHeif(const QByteArray &head)
 {
-    return head.size() >= 12 && heif_check_filetype(reinterpret_cast<const uint8_t *>(head.constData()),
-                                                    int(head.size())) == heif_filetype_yes_supported;
+    if (head.size() < 12)
+        return false;
+    const auto *bytes = reinterpret_cast<const uint8_t *>(head.constData());
+    if (heif_check_filetype(bytes, int(head.size())) == heif_filetype_yes_supported)
+        return true;
+    // Phones and converters also write the brand of the container alone, and say among the compatible ones what is in it.
+    const auto brand = [&](qsizetype at) { return head.sliced(at, 4); };
+    if (brand(4) != "ftyp" || brand(8) != "mif1")
+        return false;
+    const qsizetype end = qMin(head.size(), qsizetype(qFromBigEndian<quint32>(bytes)));
+    for (qsizetype at = 16; at + 4 <= end; at += 4) {
+        if (brand(at) == "heic" || brand(at) == "heix")
+            return true;
+    }
+    return false;
 }
 
 Decoded HeifReader::read(QIODevice &file, RowSink &sink)

@@ -63,6 +63,21 @@ static qint64 heldByQt(const QImageReader &reader, QSize size, const ExifTags &t
     return bytes > 0 ? bytes + qint64(qMin(double(all), tags.pieceBytes.value_or(double(all)))) : all;
 }
 
+// What EXIF calls it.
+static int orientation(QImageIOHandler::Transformations transformation)
+{
+    switch (transformation) {
+    case QImageIOHandler::TransformationMirror: return 2;
+    case QImageIOHandler::TransformationRotate180: return 3;
+    case QImageIOHandler::TransformationFlip: return 4;
+    case QImageIOHandler::TransformationFlipAndRotate90: return 5;
+    case QImageIOHandler::TransformationRotate90: return 6;
+    case QImageIOHandler::TransformationMirrorAndRotate90: return 7;
+    case QImageIOHandler::TransformationRotate270: return 8;
+    default: return 1;
+    }
+}
+
 static Decoded readByQt(QIODevice &file, RowSink &sink)
 {
     // Qt's own limit, in megabytes and for the whole process, would count no more than the finished picture.
@@ -74,6 +89,9 @@ static Decoded readByQt(QIODevice &file, RowSink &sink)
         return Decoded::nothing; // who knows which other codecs are installed, and what they would do
     PictureHeader header;
     ExifTags tags;
+    header.orientation = orientation(reader.transformation()); // of a JPEG's EXIF data
+    if (reader.format() == "webp")
+        header.orientation = WebpReader::orientation(file);
     if (reader.format() == "tiff") {
         const qint64 position = file.pos();
         tags = ExifTags::parse(file);
@@ -97,7 +115,7 @@ static Decoded readByQt(QIODevice &file, RowSink &sink)
 
 static Decoded readByFormat(QIODevice &file, const PictureReader::Wish &wish, RowSink &sink)
 {
-    const QByteArray head = file.peek(16);
+    const QByteArray head = file.peek(HeifReader::headBytes);
     if (PngReader::isPng(head))
         return PngReader::read(file, wish.depth, sink);
     if (HeifReader::isHeif(head))
@@ -116,7 +134,7 @@ static Decoded readByFormat(QIODevice &file, const PictureReader::Wish &wish, Ro
 static qint64 heldOfFile(QIODevice &file)
 {
     constexpr int copies = 3; // here, in libheif and in libde265
-    const QByteArray head = file.peek(16);
+    const QByteArray head = file.peek(HeifReader::headBytes);
     return HeifReader::isHeif(head) ? copies * file.size() : WebpReader::isWebp(head) ? file.size() : 0;
 }
 

@@ -26,6 +26,12 @@ static constexpr int rowsInGroup = 4;                // sharing a filter: rows f
 static constexpr int before = 4, after = 32;         // bytes the row kernels touch around a row
 static constexpr double inchesPerMetre = 39.3701;
 
+// ICC.1:2022, 7.2.6: the colour space of the data.
+static bool isOfRgb(const QByteArray &profile)
+{
+    return profile.size() >= 128 && profile.sliced(16, 4) == "RGB ";
+}
+
 // Adds length, type and checksum to the content that follows the first chunkFrame bytes.
 static void seal(QByteArray &chunk, const char *type)
 {
@@ -104,7 +110,7 @@ PngWriter::State::State(QIODevice &device, const Header &h)
 
     put(QByteArray(signature, 8));
     put(headerChunk(header, header.height.value_or(1)));
-    if (!header.colorProfile.isEmpty())
+    if (isOfRgb(header.colorProfile))
         put(profileChunk(header.colorProfile));
     const QByteArray density = number(quint32(std::lround(header.dpi * inchesPerMetre)));
     const char perMetre = 1;

@@ -22,7 +22,7 @@ public:
         std::optional<int> height; // if empty, finish() determines it, and the device must be seekable
         double dpi = 72;
         bool opaque = true;      // no row has transparency; alpha is not written
-        QByteArray colorProfile; // ICC; empty for none
+        QByteArray colorProfile; // ICC; empty for none. Written only if it is one of RGB colours, as the pixels are
     };
 
     // The device must be open for writing and outlive the writer. The file starts at its current position.

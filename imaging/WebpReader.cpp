@@ -19,6 +19,14 @@ static constexpr qsizetype largestExtra = 4 << 20; // of EXIF data and profiles
 static constexpr qint64 bytesPerColumn = 512;      // of the rows in libwebp and in a sink
 static constexpr int lossless = 2;                 // libwebp's number
 
+using Demuxer = std::unique_ptr<WebPDemuxer, void (*)(WebPDemuxer *)>;
+
+static Demuxer demuxerFor(const QByteArray &data) // which must outlive it
+{
+    const WebPData bytes{reinterpret_cast<const uint8_t *>(data.constData()), size_t(data.size())};
+    return {WebPDemuxPartial(&bytes, nullptr), &WebPDemuxDelete};
+}
+
 static QByteArray chunkOf(const WebPDemuxer *demuxer, const char *type)
 {
     WebPChunkIterator chunk;
@@ -40,9 +48,7 @@ static PictureHeader headerOf(const QByteArray &data, const WebPBitstreamFeature
     if (reduction > 0 && reduction < 1)
         header.rows = QSize(std::max(1, int(std::lround(features.width * reduction))),
                             std::max(1, int(std::lround(features.height * reduction))));
-    const WebPData bytes{reinterpret_cast<const uint8_t *>(data.constData()), size_t(data.size())};
-    const std::unique_ptr<WebPDemuxer, void (*)(WebPDemuxer *)> demuxer(WebPDemuxPartial(&bytes, nullptr),
-                                                                        &WebPDemuxDelete);
+    const Demuxer demuxer = demuxerFor(data);
     const ExifTags tags = ExifTags::parse(chunkOf(demuxer.get(), "EXIF"));
     header.orientation = tags.orientation;
     header.dpi = tags.dpi.value_or(header.dpi);
@@ -62,6 +68,15 @@ static PictureHeader headerOf(const QByteArray &data, const WebPBitstreamFeature
 bool WebpReader::isWebp(const QByteArray &head)
 {
     return head.startsWith("RIFF") && head.sliced(qMin<qsizetype>(8, head.size())).startsWith("WEBP");
+}
+
+int WebpReader::orientation(QIODevice &file)
+{
+    const qint64 position = file.pos();
+    file.seek(0);
+    const QByteArray data = file.readAll();
+    file.seek(position);
+    return ExifTags::parse(chunkOf(demuxerFor(data).get(), "EXIF")).orientation;
 }
 
 Decoded WebpReader::read(QIODevice &file, double smallestLongEdge, RowSink &sink)

@@ -15,5 +15,8 @@ bool isWebp(const QByteArray &head); // 12 bytes
 // picture down to that longer edge. Animations are refused. A truncated file yields the rows it has.
 Decoded read(QIODevice &file, double smallestLongEdge, RowSink &sink);
 
+// The EXIF orientation, 1 to 8, of animations too. The position stays.
+int orientation(QIODevice &file);
+
 } // namespace WebpReader
 } // namespace qm

@@ -70,6 +70,16 @@ private Q_SLOTS:
         }
     }
 
+    // Where positions no longer fit 32 bits. What has gone before is the window's last zeros.
+    void beyondFourGigabytes()
+    {
+        const QByteArray bytes = noise(300'000, 3), zeros(32'768, 0);
+        for (const qint64 before : {qint64(zeros.size()), (qint64(1) << 32) - 150'000, qint64(1) << 40}) {
+            const QByteArray stream = deflatedInSteps(bytes, 3, 3001, 4097, before);
+            QCOMPARE(PngForge::inflated(stream, bytes.size(), zeros).raw, bytes);
+        }
+    }
+
     // Whatever is counted: some symbols never, others so seldom that their codes would be too long.
     void codesAreCompleteAndWithinTheLimit()
     {

@@ -121,7 +121,10 @@ private Q_SLOTS:
         row("webp", encoded(image, "webp"), 1, wide);
         row("webp, turned by its EXIF data", kept("quarters.webp"), 2);
         row("heic, colours in few words", kept("quarters.heic"), 2, wide);
+        row("heic, by the brand of its container", kept("quarters.heic").replace(8, 4, "mif1"), 2, wide);
         row("gif", kept("quarters.gif"));
+        row("webp, an animation turned by its EXIF data", kept("quarters.animated.webp"));
+        row("jpeg of four inks, turned by its EXIF data", withExif(kept("quarters.cmyk.jpg"), exif(6, 72)));
 
         const QByteArray jpeg = encoded(image, "jpg");
         const auto density = [&](char unit, char dots) {

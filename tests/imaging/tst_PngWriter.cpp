@@ -96,6 +96,20 @@ private Q_SLOTS:
         }
     }
 
+    // A picture that was grey, or of four inks, and was converted may still carry the profile of what it was.
+    void onlyProfilesOfRgbAreWritten()
+    {
+        const QImage rows(4, 1, QImage::Format_RGB32);
+        for (const char *colors : {"RGB ", "GRAY", "CMYK"}) {
+            QBuffer out;
+            out.open(QIODevice::WriteOnly);
+            PngWriter writer(
+                out, {.width = 4, .height = 1, .colorProfile = QByteArray(16, 0) + colors + QByteArray(108, 0)});
+            QVERIFY(writer.append(rows) && writer.finish());
+            QCOMPARE(out.data().contains("iCCP"), colors == QByteArray("RGB "));
+        }
+    }
+
     void aFullDiskLeavesTheOldFileAndNoOther()
     {
         const QImage large = painted(noise, {1200, 700}, QImage::Format_ARGB32), small = large.copy(0, 0, 30, 20);

@@ -58,13 +58,16 @@ QByteArray PngForge::deflated(const QByteArray &raw, int level)
     return qCompress(raw, level).mid(4); // a length before it
 }
 
-PngForge::Inflated PngForge::inflated(const QByteArray &stream, qsizetype most)
+PngForge::Inflated PngForge::inflated(const QByteArray &stream, qsizetype most, const QByteArray &history)
 {
     QByteArray raw(most + 1, Qt::Uninitialized); // zlib wants room beyond the last byte to see that it was the last
     z_stream zlib{};
-    inflateInit(&zlib);
-    zlib.next_in = reinterpret_cast<Bytef *>(const_cast<char *>(stream.constData()));
-    zlib.avail_in = uInt(stream.size());
+    const int head = history.isEmpty() ? 0 : 2; // zlib's own, which then has to be passed over
+    inflateInit2(&zlib, head ? -15 : 15);
+    if (head)
+        inflateSetDictionary(&zlib, reinterpret_cast<const Bytef *>(history.constData()), uInt(history.size()));
+    zlib.next_in = reinterpret_cast<Bytef *>(const_cast<char *>(stream.constData())) + head;
+    zlib.avail_in = uInt(stream.size() - head);
     zlib.next_out = reinterpret_cast<Bytef *>(raw.data());
     zlib.avail_out = uInt(raw.size());
     const bool ended = inflate(&zlib, Z_FINISH) == Z_STREAM_END;

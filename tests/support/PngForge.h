@@ -35,7 +35,7 @@ struct Inflated {
     qsizetype taken = 0;
     bool whole = false;
 };
-Inflated inflated(const QByteArray &stream, qsizetype most);
+Inflated inflated(const QByteArray &stream, qsizetype most, const QByteArray &history = {});
 
 // The file: signature, IHDR, `extra` (whole chunks), a palette where needed, IDAT, IEND.
 QByteArray file(const Picture &picture, const QByteArray &extra = {});
