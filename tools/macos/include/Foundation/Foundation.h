@@ -43,6 +43,11 @@ __attribute__((objc_root_class))
 + (NSURL *)fileURLWithPath:(NSString *)path;
 @end
 
+@interface NSFileManager : NSObject
+@property(class, readonly, strong) NSFileManager *defaultManager;
+- (BOOL)trashItemAtURL:(NSURL *)url resultingItemURL:(NSURL **)outResultingURL error:(NSError **)error;
+@end
+
 @interface NSArray<ObjectType> : NSObject
 + (instancetype)arrayWithObjects:(const ObjectType[])objects count:(NSUInteger)count;
 @end

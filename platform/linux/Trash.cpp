@@ -1,0 +1,24 @@
+#include "platform/Trash.h"
+
+#include <QFile>
+
+#include <gio/gio.h>
+
+#include <memory>
+
+namespace qm {
+
+// GLib's, not Qt's: QFile::moveToTrash of Qt 6.4 removes the file where it cannot create the trash's folders.
+Outcome putIntoTrash(const QString &path)
+{
+    const std::unique_ptr<GFile, decltype(&g_object_unref)> file(
+        g_file_new_for_path(QFile::encodeName(path).constData()), g_object_unref);
+    GError *error = nullptr;
+    if (g_file_trash(file.get(), nullptr, &error))
+        return Outcome::success();
+    const Outcome outcome = Outcome::failure(QString::fromUtf8(error->message));
+    g_error_free(error);
+    return outcome;
+}
+
+} // namespace qm
