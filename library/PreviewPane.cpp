@@ -90,7 +90,7 @@ QWidget *PreviewPane::makeContent()
     return page;
 }
 
-void PreviewPane::setShot(const std::optional<Shot> &shot, const QString &searched)
+void PreviewPane::setShot(const std::optional<Shot> &shot, const QStringList &terms)
 {
     if (m_shot && shot && m_shot->path == shot->path && m_shot != shot)
         m_loader.forget();
@@ -98,7 +98,7 @@ void PreviewPane::setShot(const std::optional<Shot> &shot, const QString &search
     if (shot) {
         const QSize pixels = screen()->size() * screen()->devicePixelRatio();
         m_loader.load(shot->path, std::max(pixels.width(), pixels.height()));
-        m_text->setContent(shot->ocrText.value_or(QString()), searched);
+        m_text->setContent(shot->ocrText.value_or(QString()), terms);
     }
     refresh();
 }

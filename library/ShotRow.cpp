@@ -63,9 +63,10 @@ void ShotRow::paintThumbnail(QPainter *painter, const QRect &frame, const QImage
     painter->drawRect(target.adjusted(half, half, -half, -half));
 }
 
-// Paints a text on up to `lines` lines, the last one elided. Lines have a fixed pitch: fallback fonts are often taller.
-static void paintLines(QPainter *painter, const QString &text, const QFont &font, const QRectF &area, double pitch,
-                       int lines)
+// Paints a text on up to `lines` lines, the last one elided, and a ground behind a part of it. Lines have a fixed pitch:
+// fallback fonts are often taller.
+static void paintLines(QPainter *painter, const QString &text, const TextMatch::Range &marked, const QColor &ground,
+                       const QFont &font, const QRectF &area, double pitch, int lines)
 {
     const QFontMetricsF metrics(font);
     QTextLayout layout(text, font, painter->device());
@@ -83,6 +84,13 @@ static void paintLines(QPainter *painter, const QString &text, const QFont &font
         const QString shown = i < lines - 1
                                   ? text.mid(line.textStart(), line.textLength())
                                   : metrics.elidedText(text.mid(line.textStart()), Qt::ElideRight, area.width());
+        const qsizetype first = std::max<qsizetype>(0, marked.start - line.textStart());
+        const qsizetype last = std::min<qsizetype>(shown.size(), marked.start + marked.length - line.textStart());
+        if (first < last) {
+            const double left = metrics.horizontalAdvance(shown.left(first));
+            const double width = metrics.horizontalAdvance(shown.left(last)) - left;
+            painter->fillRect(QRectF(baseline.x() + left, baseline.y() - metrics.ascent(), width, pitch), ground);
+        }
         painter->drawText(baseline, shown);
     }
     layout.endLayout();
@@ -119,7 +127,7 @@ void ShotRow::paint(QPainter *painter, const QStyleOptionViewItem &option, const
     const QFont captionFont = LibraryLook::caption(option.font);
     const QFontMetricsF title(option.font), caption(captionFont);
     const double pitch = std::round(caption.height() + captionGap);
-    const QString excerpt = ShotText::excerpt(*shot);
+    const auto &[excerpt, match] = model->excerpt(index.row());
     const double textHeight = title.height() + titleGap + pitch * (excerpt.isEmpty() ? 1 : 1 + excerptLines);
     QRectF area(frame.right() + gap, 0, 0, 0);
     area.setRight(option.rect.right() - margin - 2);
@@ -135,7 +143,7 @@ void ShotRow::paint(QPainter *painter, const QStyleOptionViewItem &option, const
     painter->drawText(QPointF(area.x(), area.y() + caption.ascent()), ShotText::captureTime(*shot));
     area.setTop(area.y() + pitch);
     if (!excerpt.isEmpty())
-        paintLines(painter, excerpt, captionFont, area, pitch, excerptLines);
+        paintLines(painter, excerpt, match, LibraryLook::marked(palette), captionFont, area, pitch, excerptLines);
     painter->restore();
 }
 
