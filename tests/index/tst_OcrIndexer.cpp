@@ -105,9 +105,10 @@ private Q_SLOTS:
         QCOMPARE(told.last(), (ReadingProgress{42, 42}));
         for (qsizetype i = 1; i < told.size(); ++i)
             QVERIFY(told[i].total == 42 && told[i].done > told[i - 1].done);
+        const qsizetype before = told.size();
         m_queue->advance(60s); // the one that failed is tried again
         QCoreApplication::processEvents();
-        QCOMPARE(told.size(), 43);
+        QCOMPARE(told.size(), before);
     }
 
     void oneDrainAtATime()
