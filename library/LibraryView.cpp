@@ -4,12 +4,12 @@
 #include "index/ShotStore.h"
 #include "library/FieldGround.h"
 #include "library/LibraryLook.h"
+#include "library/LibraryStatus.h"
 #include "library/LineSplitter.h"
 #include "library/PreviewPane.h"
 #include "library/ReadFailuresWindow.h"
 #include "library/SecondaryLabel.h"
 #include "library/ShotListView.h"
-#include "library/StatusLine.h"
 #include "library/SymbolView.h"
 #include "ui/AppLocale.h"
 #include "ui/SystemLook.h"
@@ -113,7 +113,7 @@ QWidget *LibraryView::makeListPane()
                                            u"この通りの文字列はありません。すべての語を含むものを表示しています。"));
     m_matchNote->setFont(LibraryLook::caption(m_matchNote->font()));
     m_matchNote->setContentsMargins(searchPadding, 0, searchPadding, searchPadding);
-    m_status = new StatusLine;
+    m_status = new LibraryStatus;
     m_status->onReasons = [this] { showReadFailures(); };
 
     auto *pane = new QWidget;

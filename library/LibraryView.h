@@ -17,7 +17,7 @@ namespace qm {
 class PreviewPane;
 class SecondaryLabel;
 class ShotListView;
-class StatusLine;
+class LibraryStatus;
 
 // The library's content: search field and list on the left, preview on the right. Main thread; the index is only read,
 // on a thread of the view's own, and its changes are followed while the view is shown.
@@ -87,7 +87,7 @@ private:
     ShotListView *m_list = nullptr;
     QStackedLayout *m_listArea = nullptr; // indexed by Area
     enum Area { listArea, emptyArea, noMatchesArea, blankArea };
-    StatusLine *m_status = nullptr;
+    LibraryStatus *m_status = nullptr;
     PreviewPane *m_preview = nullptr;
     LatestJob m_failures;
     LiveSearch m_search; // last, so that it ends first

@@ -205,7 +205,6 @@ ShotListModel::Excerpt ShotText::excerpt(const Shot &shot, const QStringList &te
 {
     const QString text = shot.ocrText.value_or(QString());
     const TextMatch::Range found = TextMatch::findAll(text, terms, 1).value(0);
-    const QStringView whole = QStringView(text).trimmed();
     // What comes before the match in the text as it is shown, as far as it may be needed.
     const qsizetype window = std::max<qsizetype>(0, found.start - charactersBefore * longestCharacter);
     QString before = onOneLine(QStringView(text).sliced(window, found.start - window), text.size());
@@ -214,8 +213,7 @@ ShotListModel::Excerpt ShotText::excerpt(const Shot &shot, const QStringList &te
     const qsizetype cut = startOfLast(before, charactersBefore);
     const bool isCut = cut > 0;
     before = isCut ? u'…' + before.sliced(cut + (before[cut] == u' ')) : before;
-    const qsizetype start = found.length > 0 ? found.start : whole.data() - text.constData();
-    const QStringView rest = QStringView(text).sliced(std::min(start, text.size())).trimmed();
+    const QStringView rest = QStringView(text).sliced(found.start).trimmed();
     const QString line = first(before + onOneLine(rest, characters * longestCharacter), characters);
     const qsizetype matched = onOneLine(QStringView(text).sliced(found.start, found.length), line.size()).size();
     return {line, {before.size(), std::clamp<qsizetype>(line.size() - before.size(), 0, matched)}};

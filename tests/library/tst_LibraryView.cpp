@@ -1,5 +1,6 @@
 #include "index/Database.h"
 #include "index/ShotStore.h"
+#include "library/LibraryStatus.h"
 #include "library/LibraryView.h"
 #include "library/PreviewPane.h"
 #include "library/PreviewPicture.h"
@@ -7,7 +8,6 @@
 #include "library/ShotListModel.h"
 #include "library/ShotListView.h"
 #include "library/ShotRow.h"
-#include "library/StatusLine.h"
 #include "tests/support/IndexFixture.h"
 #include "tests/support/ManualQueue.h"
 #include "tests/support/TempHome.h"
@@ -211,7 +211,7 @@ private Q_SLOTS:
         window.look();
         window.view.setReading({});
         QCOMPARE(line(), u"3 can't be read"_s);
-        auto *status = window.view.findChild<StatusLine *>();
+        auto *status = window.view.findChild<LibraryStatus *>();
         status->onReasons();
         QTRY_VERIFY(window.view.findChild<QTreeWidget *>());
         QCOMPARE(window.view.findChild<QTreeWidget *>()->topLevelItem(2)->text(1), u"torn"_s);
@@ -399,7 +399,7 @@ private Q_SLOTS:
 
     void rowTexts()
     {
-        QCOMPARE(ShotText::captureTime({}), QString());
+        QCOMPARE(ShotText::captureTime({}) + ShotText::excerpt({}).line, QString());
         QCOMPARE(ShotText::captureTime({.takenAt = u"2024-05-01T09:30:15"_s}), u"2024-05-01 09:30"_s);
         const QString dots = u".."_s.repeated(50);
         const std::array<QString, 3> excerpts[] = {

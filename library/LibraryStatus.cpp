@@ -1,4 +1,4 @@
-#include "library/StatusLine.h"
+#include "library/LibraryStatus.h"
 
 #include "library/LibraryLook.h"
 #include "library/SecondaryLabel.h"
@@ -18,7 +18,7 @@ static QString number(int value)
     return locale.toString(value);
 }
 
-StatusLine::StatusLine(QWidget *parent)
+LibraryStatus::LibraryStatus(QWidget *parent)
     : QWidget(parent)
 {
     m_bar = new QProgressBar;
@@ -48,25 +48,25 @@ StatusLine::StatusLine(QWidget *parent)
     refresh();
 }
 
-void StatusLine::setIndexFailed(bool failed)
+void LibraryStatus::setIndexFailed(bool failed)
 {
     m_indexFailed = failed;
     refresh();
 }
 
-void StatusLine::setReading(const ReadingProgress &reading)
+void LibraryStatus::setReading(const ReadingProgress &reading)
 {
     m_reading = reading;
     refresh();
 }
 
-void StatusLine::setUnreadablePictures(int count)
+void LibraryStatus::setUnreadablePictures(int count)
 {
     m_unreadablePictures = count;
     refresh();
 }
 
-void StatusLine::refresh()
+void LibraryStatus::refresh()
 {
     const bool reading = m_reading.total > 0;
     QString text;

@@ -13,12 +13,12 @@ class SecondaryLabel;
 
 // Below the list, while there is something to say of the index: that it cannot be read, how far reading has come, and how
 // many pictures cannot be read. Main thread.
-class StatusLine : public QWidget
+class LibraryStatus : public QWidget
 {
     Q_OBJECT
 
 public:
-    explicit StatusLine(QWidget *parent = nullptr);
+    explicit LibraryStatus(QWidget *parent = nullptr);
 
     void setIndexFailed(bool failed);
     void setReading(const ReadingProgress &reading);
