@@ -54,6 +54,12 @@ void LibraryStatus::setIndexFailed(bool failed)
     refresh();
 }
 
+void LibraryStatus::setNotice(const QString &notice)
+{
+    m_notice = notice;
+    refresh();
+}
+
 void LibraryStatus::setReading(const ReadingProgress &reading)
 {
     m_reading = reading;
@@ -70,7 +76,9 @@ void LibraryStatus::refresh()
 {
     const bool reading = m_reading.total > 0;
     QString text;
-    if (m_indexFailed)
+    if (!m_notice.isEmpty())
+        text = m_notice;
+    else if (m_indexFailed)
         text =
             AppLocale::text(u"The index can't be read right now; trying again", u"索引を読めません。再試行しています");
     else if (reading)
@@ -86,7 +94,7 @@ void LibraryStatus::refresh()
                                     .arg(number(m_unreadablePictures))
                                     .toHtmlEscaped()));
     m_reasons->setVisible(m_unreadablePictures > 0);
-    setVisible(m_indexFailed || reading || m_unreadablePictures > 0);
+    setVisible(!text.isEmpty() || m_unreadablePictures > 0);
 }
 
 } // namespace qm

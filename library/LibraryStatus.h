@@ -21,6 +21,7 @@ public:
     explicit LibraryStatus(QWidget *parent = nullptr);
 
     void setIndexFailed(bool failed);
+    void setNotice(const QString &notice); // that something asked for has failed; "" takes it away
     void setReading(const ReadingProgress &reading);
     void setUnreadablePictures(int count);
 
@@ -30,6 +31,7 @@ private:
     void refresh();
 
     bool m_indexFailed = false;
+    QString m_notice;
     ReadingProgress m_reading;
     int m_unreadablePictures = 0;
 

@@ -12,6 +12,7 @@
 #include "library/ShotListView.h"
 #include "library/SymbolView.h"
 #include "ui/AppLocale.h"
+#include "ui/IconButton.h"
 #include "ui/SystemLook.h"
 
 #include <QAbstractButton>
@@ -32,6 +33,7 @@ static constexpr int listIdeal = 380;
 static constexpr int previewMinimum = 280;
 static constexpr int searchPadding = 10;
 static constexpr int searchSymbolSize = 16;
+static constexpr int clearButton = 22;
 static constexpr int emptySymbolSize = 48;
 
 SearchResult LibraryView::findInIndex(const QString &text)
@@ -76,7 +78,6 @@ QWidget *LibraryView::makeListPane()
 {
     m_field = new QLineEdit;
     m_field->setFrame(false);
-    m_field->setClearButtonEnabled(true);
     m_field->setPlaceholderText(
         AppLocale::text(u"Search by OCR text (empty = recent)", u"OCR テキストで検索（空欄で新しい順の履歴）"));
     m_field->setAccessibleName(AppLocale::text(u"Search", u"検索"));
@@ -93,6 +94,16 @@ QWidget *LibraryView::makeListPane()
     groundLayout->setSpacing(6);
     groundLayout->addWidget(new SymbolView(QStringLiteral("magnifyingglass"), searchSymbolSize));
     groundLayout->addWidget(m_field);
+    auto *clear = new IconButton(QStringLiteral("xmark.circle"), AppLocale::text(u"Clear", u"消去"), ground);
+    clear->setAutoRaise(true);
+    clear->setFixedSize(clearButton, clearButton);
+    clear->setIconSize({searchSymbolSize, searchSymbolSize});
+    clear->setFocusPolicy(Qt::NoFocus); // Escape does the same
+    clear->hide();
+    connect(clear, &QToolButton::clicked, m_field, &QLineEdit::clear);
+    connect(m_field, &QLineEdit::textChanged, clear,
+            [clear](const QString &text) { clear->setVisible(!text.isEmpty()); });
+    groundLayout->addWidget(clear);
     auto *searchRow = new QHBoxLayout;
     searchRow->setContentsMargins(searchPadding, searchPadding, searchPadding, searchPadding);
     searchRow->addWidget(ground);
@@ -190,6 +201,7 @@ void LibraryView::hideEvent(QHideEvent *event)
 
 void LibraryView::scheduleReload()
 {
+    m_status->setNotice({});
     m_debounceTask = m_environment.main.postAfter(debounce, [this] { reload(); });
 }
 
@@ -203,6 +215,7 @@ void LibraryView::setResult(const SearchResult &result, const QString &text)
     m_indexFailed = result.failed;
     if (!result.failed) {
         m_shots = result.shots;
+        hideTrashed();
         m_foundText = text;
         m_match = result.match;
         m_hasResult = true;
@@ -227,6 +240,7 @@ void LibraryView::showReadFailures()
 void LibraryView::setSelection(std::optional<qint64> id)
 {
     m_selection = id;
+    m_status->setNotice({});
     refresh();
 }
 
@@ -268,15 +282,49 @@ void LibraryView::perform(ShotAction action, const Shot &shot)
         return;
     case ShotAction::showInFolder: return ShotActions::showInFolder(shot);
     case ShotAction::open: return ShotActions::open(shot);
+    case ShotAction::moveToTrash: return moveToTrash(shot);
     }
+}
+
+// The row goes at once, and comes back if the file could not be moved. The index is left to the next scan.
+void LibraryView::moveToTrash(const Shot &shot)
+{
+    const qsizetype row = m_shots.indexOf(shot);
+    m_trashed.insert(shot.id);
+    m_status->setNotice({});
+    hideTrashed();
+    if (m_selection == shot.id) {
+        const Shot *next = m_shots.isEmpty() ? nullptr : &m_shots[std::clamp<qsizetype>(row, 0, m_shots.size() - 1)];
+        m_selection = next ? std::optional(next->id) : std::nullopt;
+    }
+    refresh();
+    m_environment.trash(shot.path, [self = QPointer(this), shot](const Outcome &outcome) {
+        if (outcome || !self)
+            return;
+        self->m_trashed.remove(shot.id);
+        self->m_status->setNotice(AppLocale::text(u"%1 could not be moved to the trash, and was not deleted.",
+                                                  u"%1 をゴミ箱に入れられませんでした。ファイルは削除されていません。")
+                                      .arg(shot.filename));
+        self->m_status->setToolTip(outcome.reason());
+        self->reload();
+    });
+}
+
+void LibraryView::hideTrashed()
+{
+    m_shots.removeIf([this](const Shot &shot) { return m_trashed.contains(shot.id); });
 }
 
 void LibraryView::showMenu(const Shot &shot, const QPoint &globalPosition)
 {
     auto *menu = new QMenu(this);
     menu->setAttribute(Qt::WA_DeleteOnClose);
-    for (const ShotAction action : {ShotAction::copy, ShotAction::annotate, ShotAction::showInFolder, ShotAction::open})
+    for (const ShotAction action : {ShotAction::copy, ShotAction::annotate, ShotAction::showInFolder, ShotAction::open,
+                                    ShotAction::moveToTrash}) {
+        if (action == ShotAction::moveToTrash)
+            menu->addSeparator();
         menu->addAction(ShotActions::title(action), this, [this, action, shot] { perform(action, shot); });
+    }
     menu->popup(globalPosition);
 }
 
@@ -292,6 +340,9 @@ void LibraryView::keyPressEvent(QKeyEvent *event)
             button->click();
         else if (const Shot *shot = selected())
             perform(ShotAction::copy, *shot);
+    } else if (event->key() == Qt::Key_Delete && m_list->hasFocus()) {
+        if (const Shot *shot = selected())
+            perform(ShotAction::moveToTrash, Shot(*shot));
     } else if (event == QKeySequence::Copy) {
         if (const Shot *shot = selected())
             perform(ShotAction::copy, *shot);

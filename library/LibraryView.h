@@ -5,8 +5,10 @@
 #include "library/ShotActions.h"
 #include "library/ThumbnailCache.h"
 #include "platform/TaskQueue.h"
+#include "platform/Workspace.h"
 
 #include <QList>
+#include <QSet>
 #include <QWidget>
 
 class QLineEdit;
@@ -34,6 +36,7 @@ public:
         LiveSearch::Source index;
         std::function<void(const QString &path)> annotate;
         ThumbnailCache &thumbnails;
+        std::function<void(const QString &path, std::function<void(const Outcome &)> done)> trash = Workspace::trash;
     };
     // The application's index: newest first, all for an empty text.
     static SearchResult findInIndex(const QString &text);
@@ -68,13 +71,16 @@ private:
 
     const Shot *selected() const;
     void perform(ShotAction action, const Shot &shot);
+    void moveToTrash(const Shot &shot);
+    void hideTrashed();
     void showMenu(const Shot &shot, const QPoint &globalPosition);
     bool fieldKey(const QKeyEvent &event);
     void escape();
 
     Environment m_environment;
     QList<Shot> m_shots;
-    QString m_foundText; // the search text of m_shots, trimmed
+    QSet<qint64> m_trashed; // rows of files in the trash, which the next scan removes
+    QString m_foundText;    // the search text of m_shots, trimmed
     SearchResult::Match m_match = SearchResult::Match::typed;
     bool m_indexFailed = false;
     std::optional<qint64> m_selection;

@@ -118,6 +118,8 @@ QString PreviewPane::failureText() const
         QFileInfo(m_shot->path).path()); // asked on a thread a moment ago, so this does not wait long
     if (!folder.isDir())
         return AppLocale::text(u"The folder %1 is not there", u"フォルダー %1 が見つかりません").arg(folder.filePath());
+    if (!QFileInfo::exists(m_shot->path))
+        return AppLocale::text(u"The file is gone", u"ファイルがありません");
     return AppLocale::text(u"Can't load this image", u"この画像を読み込めません");
 }
 

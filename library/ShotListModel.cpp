@@ -2,11 +2,14 @@
 
 #include "index/TakenAt.h"
 #include "library/ShotActions.h"
+#include "platform/FolderListing.h"
+#include "platform/QtQueue.h"
 
 #include <QHash>
 #include <QMimeData>
 #include <QPointer>
 #include <QTextBoundaryFinder>
+#include <QThreadPool>
 
 #include <algorithm>
 #include <utility>
@@ -99,18 +102,47 @@ void ShotListModel::request(int row)
 {
     const qint64 id = m_shots[row].id;
     m_visible[id] = {};
-    auto completion = [self = QPointer(this), id](const QImage &image) {
-        // Null if unreadable, or if requested by a row that is gone; only pictures reach the requesting row.
-        if (image.isNull() || !self)
-            return;
-        self->m_visible[id].image = image;
-        const QModelIndex index = self->index(self->rowOf(id));
-        if (!self->m_asking)
-            Q_EMIT self->dataChanged(index, index, {Qt::DecorationRole});
+    auto completion = [self = QPointer(this), id, path = m_shots[row].path](const QImage &image) {
+        // Null if unreadable, or if requested by a row that is gone; only what is known reaches the requesting row.
+        if (self && image.isNull())
+            self->lookFor(id, path);
+        else if (self)
+            self->setThumbnail(id, image, false);
     };
     m_asking = true;
     m_visible[id].request = m_cache.image(m_shots[row].path, m_maxEdge, std::move(completion));
     m_asking = false;
+}
+
+void ShotListModel::lookFor(qint64 id, const QString &path)
+{
+    QThreadPool::globalInstance()->start([self = QPointer(this), id, path] {
+        if (FolderListing::existence(path.toUtf8()) != FolderListing::Existence::gone)
+            return;
+        QtQueue::main().post([self, id] {
+            if (self)
+                self->setThumbnail(id, {}, true);
+        });
+    });
+}
+
+void ShotListModel::setThumbnail(qint64 id, const QImage &image, bool gone)
+{
+    const auto found = m_visible.find(id);
+    if (found == m_visible.end())
+        return;
+    found->second.image = image;
+    found->second.gone = gone;
+    const QModelIndex index = this->index(rowOf(id));
+    if (!m_asking)
+        Q_EMIT dataChanged(index, index, {Qt::DecorationRole});
+}
+
+bool ShotListModel::isGone(int row) const
+{
+    const Shot *shot = shotAt(row);
+    const auto found = shot ? m_visible.find(shot->id) : m_visible.end();
+    return found != m_visible.end() && found->second.gone;
 }
 
 QImage ShotListModel::thumbnail(int row) const

@@ -33,6 +33,8 @@ public:
     void setVisibleRows(int first, int last, double maxEdge);
     QImage thumbnail(int row) const; // null if missing or not loaded yet
 
+    bool isGone(int row) const; // its file was looked for in vain
+
     struct Excerpt {
         QString line;
         TextMatch::Range match = {}; // in it
@@ -48,10 +50,13 @@ private:
     struct Thumbnail {
         ThumbnailRequest request;
         QImage image;
+        bool gone = false;
     };
 
     bool updateRows(const QList<Shot> &shots);
     void request(int row);
+    void lookFor(qint64 id, const QString &path);
+    void setThumbnail(qint64 id, const QImage &image, bool gone);
 
     ThumbnailCache &m_cache;
     QList<Shot> m_shots;

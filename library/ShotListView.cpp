@@ -72,8 +72,20 @@ void ShotListView::setContent(const QList<Shot> &shots, const QStringList &terms
 void ShotListView::enter()
 {
     setFocus();
+    selectSome();
+}
+
+void ShotListView::selectSome()
+{
     if (!selectionModel()->hasSelection() && m_model->rowCount() > 0)
         setCurrentIndex(m_model->index(0));
+}
+
+void ShotListView::focusInEvent(QFocusEvent *event)
+{
+    QListView::focusInEvent(event);
+    if (event->reason() == Qt::TabFocusReason || event->reason() == Qt::BacktabFocusReason)
+        selectSome();
 }
 
 void ShotListView::selectionChanged(const QItemSelection &selected, const QItemSelection &deselected)

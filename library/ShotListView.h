@@ -24,7 +24,7 @@ public:
     // of others begins at its top. Calls no callbacks.
     void setContent(const QList<Shot> &shots, const QStringList &terms, std::optional<qint64> selection);
 
-    // Moves the focus here by arrow key: selects the first shot if none is selected.
+    // Moves the focus here by arrow key, which selects the first shot if none is selected, as Tab does.
     void enter();
 
     // User actions. Unset ones are not called.
@@ -36,12 +36,14 @@ public:
 protected:
     void paintEvent(QPaintEvent *event) override;
     void keyPressEvent(QKeyEvent *event) override;
+    void focusInEvent(QFocusEvent *event) override;
     void contextMenuEvent(QContextMenuEvent *event) override;
     void startDrag(Qt::DropActions actions) override;
     void selectionChanged(const QItemSelection &selected, const QItemSelection &deselected) override;
     QItemSelectionModel::SelectionFlags selectionCommand(const QModelIndex &index, const QEvent *event) const override;
 
 private:
+    void selectSome();
     void setShots(const QList<Shot> &shots, const QStringList &terms);
 
     ShotListModel *m_model;

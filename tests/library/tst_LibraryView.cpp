@@ -1,5 +1,6 @@
 #include "index/Database.h"
 #include "index/ShotStore.h"
+#include "library/LibraryLook.h"
 #include "library/LibraryStatus.h"
 #include "library/LibraryView.h"
 #include "library/PreviewPane.h"
@@ -10,6 +11,7 @@
 #include "library/ShotRow.h"
 #include "tests/support/IndexFixture.h"
 #include "tests/support/ManualQueue.h"
+#include "tests/support/Pixels.h"
 #include "tests/support/TempHome.h"
 
 #include <QApplication>
@@ -22,6 +24,7 @@
 #include <QSemaphore>
 #include <QSignalSpy>
 #include <QTest>
+#include <QToolButton>
 #include <QTreeWidget>
 #include <QUrl>
 
@@ -52,7 +55,9 @@ private:
                           {[this](const QString &text) { return find(text); },
                            [this] { return locked ? std::nullopt : ShotStore::version(); }},
                           {},
-                          thumbnails}};
+                          thumbnails,
+                          [this](const QString &path, const auto &done) { trashed << std::pair(path, done); }}};
+        QList<std::pair<QString, std::function<void(const Outcome &)>>> trashed;
         QLineEdit *field = view.findChild<QLineEdit *>();
         ShotListView *list = view.findChild<ShotListView *>();
         PreviewPane *preview = view.findChild<PreviewPane *>();
@@ -292,7 +297,12 @@ private Q_SLOTS:
         const auto press = [&](Qt::Key key, Qt::KeyboardModifiers modifiers = {}) {
             QTest::keyClick(QApplication::focusWidget(), key, modifiers);
         };
+        QVERIFY(window.view.findChild<QToolButton *>()->isHidden());
+        press(Qt::Key_Tab);
+        QCOMPARE(window.list->currentIndex().row(), 0);
+        press(Qt::Key_Backtab);
         window.search(u"shared"_s);
+        QCOMPARE(window.view.findChild<QToolButton *>()->accessibleName(), u"Clear"_s);
         press(Qt::Key_Down);
         QVERIFY(window.list->hasFocus());
         press(Qt::Key_Down);
@@ -338,12 +348,54 @@ private Q_SLOTS:
         QTRY_COMPARE(QGuiApplication::clipboard()->image().size(), QSize(400, 300));
     }
 
+    void whatIsTrashedIsHidden()
+    {
+        Window window;
+        QTest::keyClick(window.field, Qt::Key_Delete); // there it is for the text
+        window.select(1);
+        QTest::keyClick(window.list, Qt::Key_Delete);
+        QCOMPARE(window.names(), u"three.png one.png"_s);
+        QCOMPARE(window.view.selection(), window.view.shots()[1].id);
+        window.search(u"shared"_s); // before the scan has removed the row
+        QCOMPARE(window.names(), u"one.png"_s);
+        QCOMPARE(window.trashed.size(), 1);
+        window.trashed[0].second(Outcome::failure(u"no trash here"_s));
+        QTRY_COMPARE(window.names(), u"two.png one.png"_s);
+        QCOMPARE(window.visibleLabels(u"trash"_s), u"two.png could not be moved to the trash, and was not deleted."_s);
+        QCOMPARE(window.trashed[0].first, m_home.file(u"two.png"_s));
+        QVERIFY(rows(*m_database, "SELECT filename FROM shots", 1).contains(u"two.png"_s));
+    }
+
+    void listTextsAreReadable()
+    {
+        const QColor accents[] = {{0x30, 0x8c, 0xc6}, {0x35, 0x84, 0xe4}, {0x21, 0x90, 0xa4}, {0x3a, 0x94, 0x4a},
+                                  {0xc8, 0x88, 0x00}, {0xed, 0x5b, 0x00}, {0xe6, 0x2d, 0x42}, {0xd5, 0x61, 0x99},
+                                  {0x91, 0x41, 0xac}, {0x6f, 0x83, 0x96}, {0xff, 0xe0, 0x80}, {0x3d, 0xae, 0xe9}};
+        QPalette dark(QColor(49, 54, 59), QColor(42, 46, 50));
+        for (QPalette palette : {QApplication::palette(), dark}) {
+            for (const QColor &accent : accents) {
+                palette.setColor(QPalette::Highlight, accent);
+                palette.setColor(QPalette::HighlightedText, accent.green() > 200 ? Qt::black : Qt::white);
+                using LibraryLook::RowState;
+                for (const RowState state : {RowState::plain, RowState::selected, RowState::selectedWithFocus}) {
+                    const auto colors = LibraryLook::rowColors(palette, state);
+                    QVERIFY(Pixels::contrast(colors.text, colors.ground) >= 4.5);
+                    QVERIFY(Pixels::contrast(colors.secondary, colors.ground) >= 4.5);
+                }
+            }
+            QVERIFY(Pixels::contrast(LibraryLook::markedText(palette), LibraryLook::marked(palette)) >= 4.5);
+        }
+    }
+
     void aDeletedFile()
     {
         QFile::remove(m_home.file(u"two.png"_s));
         Window window;
+        QTRY_VERIFY(window.model->isGone(1));
+        QVERIFY(!window.model->isGone(0));
         window.select(1);
         QTRY_COMPARE(window.preview->showing(), PreviewPane::Showing::failure);
+        QCOMPARE(window.visibleLabels(u"gone"_s), u"The file is gone"_s);
         QGuiApplication::clipboard()->setText(u"before"_s);
         std::optional<bool> copied;
         ShotActions::copyToClipboard(window.view.shots()[1], [&](bool result) { copied = result; });
