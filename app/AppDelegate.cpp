@@ -56,6 +56,8 @@ void AppDelegate::applicationDidFinishLaunching()
     SystemStartup::askForAccessibility();
     m_eventTap = makeKeyMonitor();
     startEventTap();
+    OcrIndexer::shared().tellProgress(
+        [this](const ReadingProgress &reading) { m_libraryController.setReading(reading); });
     OcrIndexer::shared().start();
     SystemStartup::whenOpenedAgain([this] { openLibrary(); });
 }

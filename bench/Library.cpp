@@ -174,9 +174,10 @@ static void measure(int argc, char **argv)
         query = std::min(query, milliseconds([] { ShotStore::recent(LibraryView::resultLimit); }));
 
     ThumbnailCache thumbnails;
-    const LibraryView::Environment real{QtQueue::main(), &LibraryView::findInIndex, {}, thumbnails};
+    const LibraryView::Environment real{
+        QtQueue::main(), {&LibraryView::findInIndex, &ShotStore::version}, {}, thumbnails};
     LibraryView::Environment none = real;
-    none.find = [](const QString &) { return QList<Shot>(); };
+    none.index = {[](const QString &) { return SearchResult(); }};
 
     const auto open = [&](const LibraryView::Environment &environment, bool rows) {
         LibraryView view(environment);

@@ -5,6 +5,7 @@
 #include "index/FolderScan.h"
 #include "index/IndexSql.h"
 #include "index/OcrRunner.h"
+#include "index/SearchText.h"
 #include "index/ShotStore.h"
 #include "index/TakenAt.h"
 #include "index/TextMatch.h"
@@ -125,7 +126,7 @@ static QString shownTime(const std::optional<QString> &takenAt)
     return local.isEmpty() ? QString(19, u'-') : QString(local).replace(u'T', u' ');
 }
 
-static Exit show(Console &console, const QList<Shot> &shots, const QString &searched)
+static Exit show(Console &console, const QList<Shot> &shots, const QStringList &searched)
 {
     constexpr int indent = 4;
     for (const Shot &shot : shots) {
@@ -156,18 +157,30 @@ static bool recover(Console &console)
     return database.error().isEmpty();
 }
 
+static Exit cannotRead(Console &console)
+{
+    return console.fail(text(u"the index %1 cannot be read", u"索引 %1 を読めません").arg(ShotStore::databasePath()));
+}
+
 Exit Commands::search(Console &console, const QString &searched, int limit)
 {
     if (!recover(console))
         return Exit::failure;
-    return show(console, ShotStore::search(searched, limit), searched);
+    const SearchResult result = ShotStore::search(searched, limit);
+    if (result.failed)
+        return cannotRead(console);
+    if (result.match == SearchResult::Match::words)
+        console.remark(text(u"nothing holds exactly this; these hold all of the words",
+                            u"この通りの文字列は見つかりません。すべての語を含むものを表示します"));
+    return show(console, result.shots, SearchText::terms(searched, result.match));
 }
 
 Exit Commands::list(Console &console, int limit)
 {
     if (!recover(console))
         return Exit::failure;
-    return show(console, ShotStore::recent(limit), {});
+    const SearchResult result = ShotStore::recent(limit);
+    return result.failed ? cannotRead(console) : show(console, result.shots, {});
 }
 
 } // namespace qm

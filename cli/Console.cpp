@@ -77,10 +77,15 @@ void Console::endProgress()
     m_progressShown = false;
 }
 
+void Console::remark(const QString &message)
+{
+    std::fprintf(stderr, "qms: %s\n", qUtf8Printable(message));
+}
+
 Exit Console::fail(const QString &message)
 {
     endProgress();
-    std::fprintf(stderr, "qms: %s\n", qUtf8Printable(message));
+    remark(message);
     return Exit::failure;
 }
 

@@ -27,7 +27,8 @@ public:
     void progress(int done, int total);
     void endProgress();
 
-    Exit fail(const QString &message); // to standard error, as "qms: message"; returns Exit::failure
+    void remark(const QString &message); // to standard error, as "qms: message", like the next
+    Exit fail(const QString &message);   // returns Exit::failure
 
 private:
     bool m_json;

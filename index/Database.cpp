@@ -2,6 +2,7 @@
 
 #include "config/ConfigStore.h"
 #include "index/IndexSql.h"
+#include "index/SearchFunctions.h"
 
 #include <QFile>
 #include <QFileInfo>
@@ -55,7 +56,18 @@ bool Statement::run()
 
 bool Statement::nextRow()
 {
-    return m_statement && sqlite3_step(m_statement.get()) == SQLITE_ROW;
+    if (!m_statement)
+        return false;
+    const int result = sqlite3_step(m_statement.get());
+    m_failed = result != SQLITE_ROW && result != SQLITE_DONE;
+    if (m_failed)
+        *m_error = QString::fromUtf8(sqlite3_errmsg(sqlite3_db_handle(m_statement.get())));
+    return result == SQLITE_ROW;
+}
+
+bool Statement::failed() const
+{
+    return m_failed || !m_statement;
 }
 
 bool Statement::isNull(int column) const
@@ -116,6 +128,7 @@ bool Database::open()
             return false;
         }
         sqlite3_busy_timeout(connection, writes ? writerPatience : readerPatience);
+        addSearchFunctions(connection);
         m_connection = std::move(opened);
         m_error.clear();
         if (isOfNewerForm())

@@ -29,6 +29,7 @@ public:
     [[nodiscard]] bool run();
 
     bool nextRow();                // false at the end and on an error
+    bool failed() const;           // the rows ended with an error, or could not be asked for
     bool isNull(int column) const; // columns count from 0
     qint64 int64(int column) const;
     std::string_view bytes(int column) const; // UTF-8, valid until the next row
@@ -41,6 +42,7 @@ private:
     };
     std::unique_ptr<sqlite3_stmt, Finalize> m_statement;
     QString *m_error = nullptr; // the database's
+    bool m_failed = false;
 };
 
 // One connection to the index file, confined to one queue by its owner. Failures are quiet: without a connection every

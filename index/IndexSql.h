@@ -63,6 +63,10 @@ inline constexpr char forgetFailuresOfGone[] = "DELETE FROM shot_failures WHERE 
 // The readers. Columns are those of Shot.
 inline constexpr char searchShots[] = "SELECT id,path,filename,taken_at,ocr_text FROM shots WHERE ocr_text LIKE ? "
                                       "ORDER BY mtime_ms DESC LIMIT ?"; // pattern, limit
+// holds_words is a function of our connections: each of the words, a line each, is in one of the other two.
+inline constexpr char searchWords[] = "SELECT id,path,filename,taken_at,ocr_text FROM shots "
+                                      "WHERE holds_words(?, ocr_text, filename) "
+                                      "ORDER BY mtime_ms DESC LIMIT ?"; // words, limit
 inline constexpr char recentShots[] = "SELECT id,path,filename,taken_at,ocr_text FROM shots "
                                       "ORDER BY mtime_ms DESC LIMIT ?"; // limit
 

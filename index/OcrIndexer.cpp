@@ -4,7 +4,6 @@
 #include "config/FolderPresence.h"
 #include "index/IndexSql.h"
 #include "index/IndexTrouble.h"
-#include "index/OcrRunner.h"
 #include "index/ShotStore.h"
 #include "platform/QtQueue.h"
 #include "platform/ToolPaths.h"
@@ -129,9 +128,7 @@ void OcrIndexer::step(Scan scan)
         if (const FolderScan::Changes changes = scanFolders(); !changes.error.isEmpty())
             trouble = {IndexTrouble::Kind::write, changes.error};
     }
-    OcrRunner::Batch batch;
-    if (ConfigStore::autoOcr())
-        batch = OcrRunner::run(m_database, m_findHelper(), OcrRunner::batchSize);
+    const OcrRunner::Batch batch = ConfigStore::autoOcr() ? readBatch() : OcrRunner::Batch();
     if (batch.trouble != OcrRunner::Batch::Trouble::none)
         trouble = {batch.trouble == OcrRunner::Batch::Trouble::write ? IndexTrouble::Kind::write
                                                                      : IndexTrouble::Kind::helper,
@@ -139,7 +136,38 @@ void OcrIndexer::step(Scan scan)
     IndexTrouble::record(trouble);
     // A batch without a single text ends the drain: its pictures would only fail again.
     if (batch.read > 0 && m_database.number(IndexSql::countWaiting) > 0)
-        scheduleDrain();
+        return scheduleDrain();
+    m_read = 0;
+    report({});
+}
+
+OcrRunner::Batch OcrIndexer::readBatch()
+{
+    const std::optional<QString> helper = m_findHelper();
+    if (!helper)
+        return {};
+    // Pictures that failed before come last in a batch, so the others are those that are answered first.
+    const int untried = int(m_database.number(IndexSql::countWaiting) - m_database.number(IndexSql::countFailed));
+    const int total = m_read + untried;
+    if (untried > 0)
+        report({m_read, total});
+    const OcrRunner::Batch batch = OcrRunner::run(m_database, helper, OcrRunner::batchSize, [&](int done, int) {
+        if (untried > 0)
+            report({std::min(m_read + done, total), total});
+    });
+    m_read = std::min(m_read + batch.read + batch.failed, total);
+    return batch;
+}
+
+void OcrIndexer::report(const ReadingProgress &progress)
+{
+    if (progress == m_reported || !m_listener)
+        return;
+    m_reported = progress;
+    QtQueue::main().post([weak = weak_from_this(), progress] {
+        if (const std::shared_ptr<OcrIndexer> indexer = weak.lock())
+            indexer->m_listener(progress);
+    });
 }
 
 void OcrIndexer::scheduleDrain()

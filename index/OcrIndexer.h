@@ -2,6 +2,7 @@
 
 #include "index/Database.h"
 #include "index/FolderScan.h"
+#include "index/OcrRunner.h"
 #include "platform/FolderWatch.h"
 #include "platform/TaskQueue.h"
 
@@ -14,6 +15,15 @@
 namespace qm {
 
 enum class Scan { no, yes };
+
+// How far the pictures that are waiting have been read. Those that could not be read before do not count, though they
+// are tried again.
+struct ReadingProgress {
+    int done = 0;
+    int total = 0; // 0: nothing is being read
+
+    bool operator==(const ReadingProgress &) const = default;
+};
 
 // Keeps the index current: scans and reads at start, shortly after one of the folders has changed, and every minute in
 // case a change was missed, in batches until no picture is waiting. Everything runs on its queue except start() and
@@ -32,6 +42,8 @@ public:
     OcrIndexer(TaskQueue &queue, const QString &databasePath, FindHelper findHelper);
     ~OcrIndexer();
 
+    // Call before start(). The listener is called on the main thread, with every change.
+    void tellProgress(std::function<void(const ReadingProgress &)> listener) { m_listener = std::move(listener); }
     void start();           // call once
     void settingsChanged(); // other folders may be in force
     void pump(Scan scan);   // one step: a scan if requested, then a batch if the settings allow it
@@ -46,6 +58,8 @@ private:
     void createCaptureFolder();
     void openAndStep();
     void step(Scan scan); // pump's work, on an open connection
+    OcrRunner::Batch readBatch();
+    void report(const ReadingProgress &progress);
     FolderScan::Changes scanFolders();
     void scanAndPump();
     void drain();
@@ -53,10 +67,13 @@ private:
 
     TaskQueue &m_queue;
     FindHelper m_findHelper;
-    std::unique_ptr<FolderWatch> m_watch; // main thread, but for follow()
+    std::function<void(const ReadingProgress &)> m_listener; // set before the queue is used
+    std::unique_ptr<FolderWatch> m_watch;                    // main thread, but for follow()
 
     // Used on the queue only.
     Database m_database;
+    int m_read = 0; // pictures since the last time that none was waiting
+    ReadingProgress m_reported;
     QSet<QByteArray> m_changed; // files the watch has told of since the last scan
     qint64 m_lookedAt = 0;      // how far the round over all known files has come, an id
     Timer m_changeTimer;        // restarted by every change: a burst ends in one pass

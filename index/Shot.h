@@ -1,5 +1,6 @@
 #pragma once
 
+#include <QList>
 #include <QString>
 
 #include <optional>
@@ -15,6 +16,25 @@ struct Shot {
     std::optional<QString> ocrText = {}; // empty until read, and for files that vanished before that
 
     bool operator==(const Shot &) const = default;
+};
+
+// The answer to one look into the index.
+struct SearchResult {
+    enum class Match {
+        typed, // the shots hold the text as it was typed
+        words, // none does; these hold all of its words, in their text or name, in any order
+    };
+
+    QList<Shot> shots = {}; // newest first
+    Match match = Match::typed;
+    int unreadablePictures = 0; // of all in the index
+    bool failed = false; // the index is locked or damaged: what is in it is not known. No index at all is no failure
+};
+
+// Why a picture has no text.
+struct ReadFailure {
+    QString path;
+    QString reason; // in the helper's words
 };
 
 } // namespace qm

@@ -3,25 +3,47 @@
 #include "index/Database.h"
 #include "index/Shot.h"
 
-#include <QList>
-
-#include <optional>
+#include <memory>
+#include <sys/types.h>
 
 namespace qm {
 
 // The read side of one index file, on a read-only connection opened by the first query that can. No thread of its own:
-// its owner confines it to one queue.
+// its owner confines it to one queue. A connection that has met an error is given up, and so is one whose file was
+// replaced by another; the next query opens a new one. While there is no file, what is still open stays in use.
 class ShotReader
 {
 public:
     explicit ShotReader(const QString &databasePath);
 
-    // Runs one of the readers' statements of IndexSql: the pattern, if given, is parameter 1, followed by the limit.
-    // Returns an empty list if there is no index yet or it cannot be read.
+    // These are what ShotStore offers.
+    SearchResult search(const QString &text, int limit);
+    SearchResult recent(int limit);
+    std::optional<qint64> version();
+    QList<ReadFailure> failures();
+
+    // Runs one of the readers' statements of IndexSql: the pattern or words, if given, are parameter 1, followed by the
+    // limit. Returns an empty list if there is no index yet or it cannot be read.
     QList<Shot> query(const char *sql, const std::optional<QString> &like, int limit);
+    bool failed() const { return m_failed; } // the last query met an index that cannot be read
 
 private:
-    Database m_database;
+    struct File {
+        dev_t device = 0;
+        ino_t number = 0;
+        bool operator==(const File &) const = default;
+    };
+
+    bool connect();
+    void giveUp();
+    void complete(SearchResult &result);
+
+    const QString m_path;
+    std::unique_ptr<Database> m_database; // null until there is a file
+    File m_file;                          // that it is connected to
+    qint64 m_connections = 0;             // so far
+    bool m_hasSeenTable = false;
+    bool m_failed = false;
 };
 
 } // namespace qm

@@ -1,7 +1,6 @@
 #include "index/ShotStore.h"
 
 #include "config/ConfigStore.h"
-#include "index/IndexSql.h"
 #include "index/ShotReader.h"
 #include "platform/QtQueue.h"
 
@@ -12,23 +11,34 @@ QString ShotStore::databasePath()
     return ConfigStore::homeFolder() + QStringLiteral("/db.sqlite");
 }
 
-static QList<Shot> query(const char *sql, const std::optional<QString> &like, int limit)
+template<class Ask>
+static auto onQueue(Ask ask)
 {
     static ShotReader reader(ShotStore::databasePath()); // used on the queue; declared first, to outlive it
     static QtQueue queue(QStringLiteral("org.quillmere.Quillmere.shotstore"));
-    QList<Shot> shots;
-    queue.run([&] { shots = reader.query(sql, like, limit); });
-    return shots;
+    decltype(ask(reader)) answer;
+    queue.run([&] { answer = ask(reader); });
+    return answer;
 }
 
-QList<Shot> ShotStore::search(const QString &text, int limit)
+SearchResult ShotStore::search(const QString &text, int limit)
 {
-    return query(IndexSql::searchShots, u'%' + text + u'%', limit);
+    return onQueue([&](ShotReader &reader) { return reader.search(text, limit); });
 }
 
-QList<Shot> ShotStore::recent(int limit)
+SearchResult ShotStore::recent(int limit)
 {
-    return query(IndexSql::recentShots, std::nullopt, limit);
+    return onQueue([&](ShotReader &reader) { return reader.recent(limit); });
+}
+
+std::optional<qint64> ShotStore::version()
+{
+    return onQueue([](ShotReader &reader) { return reader.version(); });
+}
+
+QList<ReadFailure> ShotStore::failures()
+{
+    return onQueue([](ShotReader &reader) { return reader.failures(); });
 }
 
 } // namespace qm

@@ -1,48 +1,64 @@
 #include "index/TextMatch.h"
 
-#include <QRegularExpression>
+#include "index/LikePattern.h"
+
+#include <algorithm>
 
 namespace qm {
 
-// Wildcards match lazily: only what was meant should be highlighted.
-static QRegularExpression expressionFor(const QString &searched)
+namespace {
+
+// A place in a text's UTF-8, from which the units before the next one are counted on.
+struct Position {
+    qsizetype bytes = 0;
+    qsizetype units = 0;
+
+    qsizetype unitsAt(const QByteArray &utf8, qsizetype where)
+    {
+        for (; bytes < where; ++bytes) {
+            const auto byte = uchar(utf8[bytes]);
+            units += (byte & 0xC0) == 0x80 ? 0 : byte >= 0xF0 ? 2 : 1;
+        }
+        return units;
+    }
+};
+
+} // namespace
+
+QList<TextMatch::Range> TextMatch::findAll(const QString &text, const QStringList &terms, int limit)
 {
-    QString core = searched;
-    while (core.startsWith(u'%'))
-        core.remove(0, 1);
-    while (core.endsWith(u'%'))
-        core.chop(1);
-    QString pattern;
-    bool literal = false;
-    for (const char32_t c :
-         core.toStdU32String()) { // by characters: a backslash between two surrogates is no expression
-        if (c == U'%') {
-            pattern += QStringLiteral(".*?");
-        } else if (c == U'_') {
-            pattern += u'.';
-        } else {
-            const QString character = QString::fromUcs4(&c, 1);
-            const bool letter = (c >= U'a' && c <= U'z') || (c >= U'A' && c <= U'Z');
-            pattern += letter ? QStringLiteral("[%1%2]").arg(character.toLower(), character.toUpper())
-                              : QRegularExpression::escape(character);
-            literal = true;
+    const QByteArray utf8 = text.toUtf8();
+    const std::string_view bytes(utf8.constData(), size_t(utf8.size()));
+    QList<Range> all;
+    for (const QString &term : terms) {
+        const LikePattern pattern('%' + term.toStdString() + '%');
+        Position position;
+        int count = 0;
+        for (size_t from = 0; count < limit; ++count) {
+            const std::optional<LikePattern::Range> found = pattern.find(bytes, from);
+            if (!found)
+                break;
+            from = found->start + found->length;
+            const qsizetype start = position.unitsAt(utf8, qsizetype(found->start));
+            all.append({start, position.unitsAt(utf8, qsizetype(from)) - start});
         }
     }
-    return literal ? QRegularExpression(pattern, QRegularExpression::DotMatchesEverythingOption) : QRegularExpression();
+    if (terms.size() > 1) {
+        std::sort(all.begin(), all.end(), [](const Range &a, const Range &b) { return a.start < b.start; });
+        qsizetype end = 0;
+        all.removeIf([&](const Range &range) {
+            const bool overlaps = range.start < end;
+            end = overlaps ? end : range.start + range.length;
+            return overlaps;
+        });
+        all.resize(std::min<qsizetype>(all.size(), limit));
+    }
+    return all;
 }
 
-std::optional<TextMatch::Range> TextMatch::find(const QString &text, const QString &searched, qsizetype from)
+TextMatch::Excerpt TextMatch::excerpt(const QString &text, const QStringList &terms, int maxLength)
 {
-    const QRegularExpression expression = expressionFor(searched);
-    if (expression.pattern().isEmpty())
-        return std::nullopt;
-    const QRegularExpressionMatch match = expression.match(text, from);
-    return match.hasMatch() ? std::optional(Range{match.capturedStart(), match.capturedLength()}) : std::nullopt;
-}
-
-TextMatch::Excerpt TextMatch::excerpt(const QString &text, const QString &searched, int maxLength)
-{
-    Range match = find(text, searched).value_or(Range());
+    Range match = findAll(text, terms, 1).value(0);
     // A match may span lines; show the one it begins in.
     const qsizetype lineStart = match.start == 0 ? 0 : text.lastIndexOf(u'\n', match.start - 1) + 1;
     qsizetype lineEnd = text.indexOf(u'\n', match.start);

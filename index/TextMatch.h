@@ -1,12 +1,12 @@
 #pragma once
 
-#include <QString>
+#include <QStringList>
 
 #include <optional>
 
 namespace qm {
 
-// Finds a search text in a recognised text, to show why a shot was found. Same rules as the search: "%" any text, "_"
+// Finds what was searched in a recognised text, to show why a shot was found. Same rules as the search: "%" any text, "_"
 // any character, ASCII letters in either case. Any thread.
 namespace TextMatch {
 
@@ -16,15 +16,16 @@ struct Range {
     bool operator==(const Range &) const = default;
 };
 
-// The first match at or after from; std::nullopt if there is none, or if the search text has no literal character.
-std::optional<Range> find(const QString &text, const QString &searched, qsizetype from = 0);
+// Where the terms are found, in order, at most so many times; what overlaps an earlier one is left out. A term without
+// a literal character is found nowhere.
+QList<Range> findAll(const QString &text, const QStringList &terms, int limit);
 
 // The line of the first match, cut to about maxLength characters with "…", and the position of the match in it.
 struct Excerpt {
     QString line;
     Range match;
 };
-Excerpt excerpt(const QString &text, const QString &searched, int maxLength);
+Excerpt excerpt(const QString &text, const QStringList &terms, int maxLength);
 
 } // namespace TextMatch
 } // namespace qm

@@ -1,14 +1,18 @@
 #include "library/LibraryView.h"
 
+#include "index/SearchText.h"
 #include "index/ShotStore.h"
 #include "library/FieldGround.h"
 #include "library/LibraryLook.h"
+#include "library/LibraryStatus.h"
 #include "library/LineSplitter.h"
 #include "library/PreviewPane.h"
+#include "library/ReadFailuresWindow.h"
 #include "library/SecondaryLabel.h"
 #include "library/ShotListView.h"
 #include "library/SymbolView.h"
 #include "ui/AppLocale.h"
+#include "ui/IconButton.h"
 #include "ui/SystemLook.h"
 
 #include <QAbstractButton>
@@ -29,9 +33,10 @@ static constexpr int listIdeal = 380;
 static constexpr int previewMinimum = 280;
 static constexpr int searchPadding = 10;
 static constexpr int searchSymbolSize = 16;
+static constexpr int clearButton = 22;
 static constexpr int emptySymbolSize = 48;
 
-QList<Shot> LibraryView::findInIndex(const QString &text)
+SearchResult LibraryView::findInIndex(const QString &text)
 {
     return text.isEmpty() ? ShotStore::recent(resultLimit) : ShotStore::search(text, resultLimit);
 }
@@ -39,6 +44,8 @@ QList<Shot> LibraryView::findInIndex(const QString &text)
 LibraryView::LibraryView(Environment environment, QWidget *parent)
     : QWidget(parent)
     , m_environment(std::move(environment))
+    , m_search(m_environment.main, m_environment.index,
+               [this](const SearchResult &result, const QString &text) { setResult(result, text); })
 {
     m_preview = new PreviewPane(m_environment.thumbnails);
     m_preview->setMinimumWidth(previewMinimum);
@@ -57,8 +64,8 @@ LibraryView::LibraryView(Environment environment, QWidget *parent)
 
     auto *find = new QShortcut(QKeySequence::Find, this);
     connect(find, &QShortcut::activated, this, [this] {
-        m_search->setFocus(Qt::ShortcutFocusReason);
-        m_search->selectAll();
+        m_field->setFocus(Qt::ShortcutFocusReason);
+        m_field->selectAll();
     });
     auto *close = new QShortcut(QKeySequence::Close, this);
     connect(close, &QShortcut::activated, this, [this] { window()->close(); });
@@ -69,14 +76,13 @@ LibraryView::~LibraryView() = default;
 
 QWidget *LibraryView::makeListPane()
 {
-    m_search = new QLineEdit;
-    m_search->setFrame(false);
-    m_search->setClearButtonEnabled(true);
-    m_search->setPlaceholderText(
+    m_field = new QLineEdit;
+    m_field->setFrame(false);
+    m_field->setPlaceholderText(
         AppLocale::text(u"Search by OCR text (empty = recent)", u"OCR テキストで検索（空欄で新しい順の履歴）"));
-    m_search->setAccessibleName(AppLocale::text(u"Search", u"検索"));
-    m_search->installEventFilter(this);
-    connect(m_search, &QLineEdit::textChanged, this, [this] {
+    m_field->setAccessibleName(AppLocale::text(u"Search", u"検索"));
+    m_field->installEventFilter(this);
+    connect(m_field, &QLineEdit::textChanged, this, [this] {
         scheduleReload();
         refresh();
     });
@@ -87,7 +93,17 @@ QWidget *LibraryView::makeListPane()
     groundLayout->setContentsMargins(8, 4, 4, 4);
     groundLayout->setSpacing(6);
     groundLayout->addWidget(new SymbolView(QStringLiteral("magnifyingglass"), searchSymbolSize));
-    groundLayout->addWidget(m_search);
+    groundLayout->addWidget(m_field);
+    auto *clear = new IconButton(QStringLiteral("xmark.circle"), AppLocale::text(u"Clear", u"消去"), ground);
+    clear->setAutoRaise(true);
+    clear->setFixedSize(clearButton, clearButton);
+    clear->setIconSize({searchSymbolSize, searchSymbolSize});
+    clear->setFocusPolicy(Qt::NoFocus); // Escape does the same
+    clear->hide();
+    connect(clear, &QToolButton::clicked, m_field, &QLineEdit::clear);
+    connect(m_field, &QLineEdit::textChanged, clear,
+            [clear](const QString &text) { clear->setVisible(!text.isEmpty()); });
+    groundLayout->addWidget(clear);
     auto *searchRow = new QHBoxLayout;
     searchRow->setContentsMargins(searchPadding, searchPadding, searchPadding, searchPadding);
     searchRow->addWidget(ground);
@@ -96,13 +112,20 @@ QWidget *LibraryView::makeListPane()
     m_list->onSelect = [this](std::optional<qint64> id) { setSelection(id); };
     m_list->onActivate = [this](const Shot &shot) { perform(ShotAction::copy, shot); };
     m_list->onContextMenu = [this](const Shot &shot, const QPoint &position) { showMenu(shot, position); };
-    m_list->onLeaveUpwards = [this] { m_search->setFocus(); };
+    m_list->onLeaveUpwards = [this] { m_field->setFocus(); };
 
     m_listArea = new QStackedLayout;
     m_listArea->insertWidget(listArea, m_list);
     m_listArea->insertWidget(emptyArea, makeEmptyState());
     m_listArea->insertWidget(noMatchesArea, new SecondaryLabel(AppLocale::text(u"No matches", u"該当なし")));
     m_listArea->insertWidget(blankArea, new QWidget);
+    m_matchNote =
+        new SecondaryLabel(AppLocale::text(u"Nothing holds exactly this. These hold all of the words.",
+                                           u"この通りの文字列はありません。すべての語を含むものを表示しています。"));
+    m_matchNote->setFont(LibraryLook::caption(m_matchNote->font()));
+    m_matchNote->setContentsMargins(searchPadding, 0, searchPadding, searchPadding);
+    m_status = new LibraryStatus;
+    m_status->onReasons = [this] { showReadFailures(); };
 
     auto *pane = new QWidget;
     pane->setMinimumWidth(listMinimum);
@@ -110,7 +133,9 @@ QWidget *LibraryView::makeListPane()
     layout->setContentsMargins(0, 0, 0, 0);
     layout->setSpacing(0);
     layout->addLayout(searchRow);
+    layout->addWidget(m_matchNote);
     layout->addLayout(m_listArea, 1);
+    layout->addWidget(m_status);
     return pane;
 }
 
@@ -144,53 +169,78 @@ void LibraryView::tintSearch()
     QPalette own;
     own.setColor(QPalette::Base, Qt::transparent);
     own.setColor(QPalette::PlaceholderText, SystemLook::secondaryText(palette()));
-    m_search->setPalette(own);
+    m_field->setPalette(own);
 }
 
 void LibraryView::changeEvent(QEvent *event)
 {
     QWidget::changeEvent(event);
-    if (event->type() == QEvent::PaletteChange && m_search)
+    if (event->type() == QEvent::PaletteChange && m_field)
         tintSearch();
 }
 
 void LibraryView::showEvent(QShowEvent *event)
 {
     QWidget::showEvent(event);
+    m_search.watch(true);
     if (event->spontaneous())
         return;
-    m_search->setFocus();
+    m_field->setFocus();
     if (!m_didLoad) {
         m_didLoad = true;
         reload();
     }
 }
 
+// Also when minimised.
+void LibraryView::hideEvent(QHideEvent *event)
+{
+    QWidget::hideEvent(event);
+    m_search.watch(false);
+}
+
 void LibraryView::scheduleReload()
 {
+    m_status->setNotice({});
     m_debounceTask = m_environment.main.postAfter(debounce, [this] { reload(); });
 }
 
 void LibraryView::reload()
 {
-    const QString text = m_search->text().trimmed();
-    m_query.start([text, find = m_environment.find] { return find(text); },
-                  [this, text](const QList<Shot> &shots) { setResult(shots, text); });
+    m_search.search(m_field->text().trimmed());
 }
 
-void LibraryView::setResult(const QList<Shot> &shots, const QString &text)
+void LibraryView::setResult(const SearchResult &result, const QString &text)
 {
-    m_shots = shots;
-    m_foundText = text;
-    m_hasResult = true;
-    if (!selected())
-        m_selection.reset();
+    m_indexFailed = result.failed;
+    if (!result.failed) {
+        m_shots = result.shots;
+        hideTrashed();
+        m_foundText = text;
+        m_match = result.match;
+        m_hasResult = true;
+        m_status->setUnreadablePictures(result.unreadablePictures);
+        if (!selected())
+            m_selection.reset();
+    }
     refresh();
+}
+
+void LibraryView::setReading(const ReadingProgress &reading)
+{
+    m_status->setReading(reading);
+}
+
+void LibraryView::showReadFailures()
+{
+    m_failures.start([] { return ShotStore::failures(); },
+                     [this](const QList<ReadFailure> &failures) { (new ReadFailuresWindow(failures, this))->show(); });
 }
 
 void LibraryView::setSelection(std::optional<qint64> id)
 {
     m_selection = id;
+    m_status->setNotice({});
     refresh();
 }
 
@@ -206,12 +256,16 @@ const Shot *LibraryView::selected() const
 void LibraryView::refresh()
 {
     const Shot *shot = selected();
-    m_list->setContent(m_shots, m_selection);
-    m_preview->setShot(shot ? std::optional(*shot) : std::nullopt, m_foundText);
-    m_listArea->setCurrentIndex(!m_shots.isEmpty()            ? listArea
-                                : !m_search->text().isEmpty() ? noMatchesArea
-                                : m_hasResult                 ? emptyArea
-                                                              : blankArea);
+    const QStringList terms = SearchText::terms(m_foundText, m_match);
+    m_list->setContent(m_shots, terms, m_selection);
+    m_preview->setShot(shot ? std::optional(*shot) : std::nullopt, terms);
+    m_matchNote->setVisible(m_match == SearchResult::Match::words);
+    m_status->setIndexFailed(m_indexFailed);
+    m_listArea->setCurrentIndex(!m_shots.isEmpty()           ? listArea
+                                : m_indexFailed              ? blankArea
+                                : !m_field->text().isEmpty() ? noMatchesArea
+                                : m_hasResult                ? emptyArea
+                                                             : blankArea);
 }
 
 void LibraryView::perform(ShotAction action, const Shot &shot)
@@ -228,15 +282,49 @@ void LibraryView::perform(ShotAction action, const Shot &shot)
         return;
     case ShotAction::showInFolder: return ShotActions::showInFolder(shot);
     case ShotAction::open: return ShotActions::open(shot);
+    case ShotAction::moveToTrash: return moveToTrash(shot);
     }
+}
+
+// The row goes at once, and comes back if the file could not be moved. The index is left to the next scan.
+void LibraryView::moveToTrash(const Shot &shot)
+{
+    const qsizetype row = m_shots.indexOf(shot);
+    m_trashed.insert(shot.id);
+    m_status->setNotice({});
+    hideTrashed();
+    if (m_selection == shot.id) {
+        const Shot *next = m_shots.isEmpty() ? nullptr : &m_shots[std::clamp<qsizetype>(row, 0, m_shots.size() - 1)];
+        m_selection = next ? std::optional(next->id) : std::nullopt;
+    }
+    refresh();
+    m_environment.trash(shot.path, [self = QPointer(this), shot](const Outcome &outcome) {
+        if (outcome || !self)
+            return;
+        self->m_trashed.remove(shot.id);
+        self->m_status->setNotice(AppLocale::text(u"%1 could not be moved to the trash, and was not deleted.",
+                                                  u"%1 をゴミ箱に入れられませんでした。ファイルは削除されていません。")
+                                      .arg(shot.filename));
+        self->m_status->setToolTip(outcome.reason());
+        self->reload();
+    });
+}
+
+void LibraryView::hideTrashed()
+{
+    m_shots.removeIf([this](const Shot &shot) { return m_trashed.contains(shot.id); });
 }
 
 void LibraryView::showMenu(const Shot &shot, const QPoint &globalPosition)
 {
     auto *menu = new QMenu(this);
     menu->setAttribute(Qt::WA_DeleteOnClose);
-    for (const ShotAction action : {ShotAction::copy, ShotAction::annotate, ShotAction::showInFolder, ShotAction::open})
+    for (const ShotAction action : {ShotAction::copy, ShotAction::annotate, ShotAction::showInFolder, ShotAction::open,
+                                    ShotAction::moveToTrash}) {
+        if (action == ShotAction::moveToTrash)
+            menu->addSeparator();
         menu->addAction(ShotActions::title(action), this, [this, action, shot] { perform(action, shot); });
+    }
     menu->popup(globalPosition);
 }
 
@@ -252,13 +340,16 @@ void LibraryView::keyPressEvent(QKeyEvent *event)
             button->click();
         else if (const Shot *shot = selected())
             perform(ShotAction::copy, *shot);
+    } else if (event->key() == Qt::Key_Delete && m_list->hasFocus()) {
+        if (const Shot *shot = selected())
+            perform(ShotAction::moveToTrash, Shot(*shot));
     } else if (event == QKeySequence::Copy) {
         if (const Shot *shot = selected())
             perform(ShotAction::copy, *shot);
-    } else if (plain && !text.isEmpty() && text.front().isPrint() && !text.front().isSpace() && !m_search->hasFocus()) {
-        m_search->setFocus();
-        m_search->end(false);
-        m_search->insert(text);
+    } else if (plain && !text.isEmpty() && text.front().isPrint() && !text.front().isSpace() && !m_field->hasFocus()) {
+        m_field->setFocus();
+        m_field->end(false);
+        m_field->insert(text);
     } else {
         QWidget::keyPressEvent(event);
     }
@@ -271,7 +362,7 @@ bool LibraryView::fieldKey(const QKeyEvent &event)
             m_list->enter();
         return true;
     }
-    if (event.matches(QKeySequence::Copy) && !m_search->hasSelectedText()) {
+    if (event.matches(QKeySequence::Copy) && !m_field->hasSelectedText()) {
         if (const Shot *shot = selected())
             perform(ShotAction::copy, *shot);
         return true;
@@ -281,19 +372,19 @@ bool LibraryView::fieldKey(const QKeyEvent &event)
 
 bool LibraryView::eventFilter(QObject *watched, QEvent *event)
 {
-    if (watched == m_search && event->type() == QEvent::KeyPress)
+    if (watched == m_field && event->type() == QEvent::KeyPress)
         return fieldKey(*static_cast<QKeyEvent *>(event));
     return QWidget::eventFilter(watched, event);
 }
 
 void LibraryView::escape()
 {
-    if (m_search->text().isEmpty()) {
+    if (m_field->text().isEmpty()) {
         window()->close();
         return;
     }
-    m_search->clear();
-    m_search->setFocus();
+    m_field->clear();
+    m_field->setFocus();
 }
 
 } // namespace qm

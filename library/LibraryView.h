@@ -1,11 +1,14 @@
 #pragma once
 
+#include "index/OcrIndexer.h"
+#include "library/LiveSearch.h"
 #include "library/ShotActions.h"
 #include "library/ThumbnailCache.h"
 #include "platform/TaskQueue.h"
-#include "ui/LatestJob.h"
+#include "platform/Workspace.h"
 
 #include <QList>
+#include <QSet>
 #include <QWidget>
 
 class QLineEdit;
@@ -14,10 +17,12 @@ class QStackedLayout;
 namespace qm {
 
 class PreviewPane;
+class SecondaryLabel;
 class ShotListView;
+class LibraryStatus;
 
 // The library's content: search field and list on the left, preview on the right. Main thread; the index is only read,
-// on a thread of the view's own.
+// on a thread of the view's own, and its changes are followed while the view is shown.
 class LibraryView : public QWidget
 {
     Q_OBJECT
@@ -27,24 +32,29 @@ public:
     static constexpr std::chrono::milliseconds debounce{200};
 
     struct Environment {
-        TaskQueue &main;                                  // runs the debounce timer
-        std::function<QList<Shot>(const QString &)> find; // the shots for a trimmed text; any thread, may block
+        TaskQueue &main; // runs the timers
+        LiveSearch::Source index;
         std::function<void(const QString &path)> annotate;
         ThumbnailCache &thumbnails;
+        std::function<void(const QString &path, std::function<void(const Outcome &)> done)> trash = Workspace::trash;
     };
-    static QList<Shot> findInIndex(const QString &text); // the application's; newest first, all for an empty text
+    // The application's index: newest first, all for an empty text.
+    static SearchResult findInIndex(const QString &text);
 
     explicit LibraryView(Environment environment, QWidget *parent = nullptr);
     ~LibraryView() override;
 
     void reload(); // queries the shots for the search text, at once
 
-    bool isLoading() const { return m_query.isUnderWay(); }
+    void setReading(const ReadingProgress &reading); // what the indexer is about
+
+    bool isLoading() const { return m_search.isUnderWay(); }
     const QList<Shot> &shots() const { return m_shots; }
     std::optional<qint64> selection() const { return m_selection; }
 
 protected:
     void showEvent(QShowEvent *event) override;
+    void hideEvent(QHideEvent *event) override;
     void keyPressEvent(QKeyEvent *event) override;
     void changeEvent(QEvent *event) override;
     bool eventFilter(QObject *watched, QEvent *event) override;
@@ -54,30 +64,39 @@ private:
     QWidget *makeEmptyState();
     void tintSearch();
     void scheduleReload();
-    void setResult(const QList<Shot> &shots, const QString &text);
+    void setResult(const SearchResult &result, const QString &text);
+    void showReadFailures();
     void setSelection(std::optional<qint64> id);
     void refresh();
 
     const Shot *selected() const;
     void perform(ShotAction action, const Shot &shot);
+    void moveToTrash(const Shot &shot);
+    void hideTrashed();
     void showMenu(const Shot &shot, const QPoint &globalPosition);
     bool fieldKey(const QKeyEvent &event);
     void escape();
 
     Environment m_environment;
     QList<Shot> m_shots;
-    QString m_foundText; // the search text of m_shots, trimmed
+    QSet<qint64> m_trashed; // rows of files in the trash, which the next scan removes
+    QString m_foundText;    // the search text of m_shots, trimmed
+    SearchResult::Match m_match = SearchResult::Match::typed;
+    bool m_indexFailed = false;
     std::optional<qint64> m_selection;
     bool m_didLoad = false;
     bool m_hasResult = false;
     Timer m_debounceTask;
 
-    QLineEdit *m_search = nullptr;
+    QLineEdit *m_field = nullptr;
+    SecondaryLabel *m_matchNote = nullptr;
     ShotListView *m_list = nullptr;
     QStackedLayout *m_listArea = nullptr; // indexed by Area
     enum Area { listArea, emptyArea, noMatchesArea, blankArea };
+    LibraryStatus *m_status = nullptr;
     PreviewPane *m_preview = nullptr;
-    LatestJob m_query; // last, so that it ends first
+    LatestJob m_failures;
+    LiveSearch m_search; // last, so that it ends first
 };
 
 } // namespace qm

@@ -1,5 +1,6 @@
 #include "library/LibraryWindowController.h"
 
+#include "index/ShotStore.h"
 #include "library/LibraryView.h"
 #include "platform/QtQueue.h"
 #include "ui/AppLocale.h"
@@ -21,8 +22,9 @@ LibraryWindowController::~LibraryWindowController() = default;
 void LibraryWindowController::show()
 {
     if (!m_window) {
-        m_window = std::make_unique<LibraryView>(
-            LibraryView::Environment{QtQueue::main(), &LibraryView::findInIndex, m_annotate, ThumbnailCache::shared()});
+        m_window = std::make_unique<LibraryView>(LibraryView::Environment{
+            QtQueue::main(), {&LibraryView::findInIndex, &ShotStore::version}, m_annotate, ThumbnailCache::shared()});
+        m_window->setReading(m_reading);
         m_window->setWindowTitle(AppLocale::text(u"Quillmere Library", u"Quillmere ライブラリ"));
         m_window->resize(contentSize);
         m_window->setMinimumSize(minimumContentSize);
@@ -32,6 +34,13 @@ void LibraryWindowController::show()
     m_window->show();
     m_window->raise();
     m_window->activateWindow();
+}
+
+void LibraryWindowController::setReading(const ReadingProgress &reading)
+{
+    m_reading = reading;
+    if (m_window)
+        m_window->setReading(reading);
 }
 
 } // namespace qm

@@ -1,5 +1,7 @@
 #pragma once
 
+#include "index/OcrIndexer.h"
+
 #include <functional>
 #include <memory>
 
@@ -17,11 +19,13 @@ public:
     explicit LibraryWindowController(std::function<void(const QString &path)> annotate);
     ~LibraryWindowController();
 
-    void show();                                           // in front of the others
+    void show(); // in front of the others
+    void setReading(const ReadingProgress &reading);
     LibraryView *window() const { return m_window.get(); } // null before the first show
 
 private:
     std::function<void(const QString &path)> m_annotate;
+    ReadingProgress m_reading;
     std::unique_ptr<LibraryView> m_window;
 };
 

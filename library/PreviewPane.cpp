@@ -90,7 +90,7 @@ QWidget *PreviewPane::makeContent()
     return page;
 }
 
-void PreviewPane::setShot(const std::optional<Shot> &shot, const QString &searched)
+void PreviewPane::setShot(const std::optional<Shot> &shot, const QStringList &terms)
 {
     if (m_shot && shot && m_shot->path == shot->path && m_shot != shot)
         m_loader.forget();
@@ -98,7 +98,7 @@ void PreviewPane::setShot(const std::optional<Shot> &shot, const QString &search
     if (shot) {
         const QSize pixels = screen()->size() * screen()->devicePixelRatio();
         m_loader.load(shot->path, std::max(pixels.width(), pixels.height()));
-        m_text->setContent(shot->ocrText.value_or(QString()), searched);
+        m_text->setContent(shot->ocrText.value_or(QString()), terms);
     }
     refresh();
 }
@@ -118,6 +118,8 @@ QString PreviewPane::failureText() const
         QFileInfo(m_shot->path).path()); // asked on a thread a moment ago, so this does not wait long
     if (!folder.isDir())
         return AppLocale::text(u"The folder %1 is not there", u"フォルダー %1 が見つかりません").arg(folder.filePath());
+    if (!QFileInfo::exists(m_shot->path))
+        return AppLocale::text(u"The file is gone", u"ファイルがありません");
     return AppLocale::text(u"Can't load this image", u"この画像を読み込めません");
 }
 

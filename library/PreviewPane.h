@@ -25,8 +25,8 @@ public:
 
     explicit PreviewPane(ThumbnailCache &cache, QWidget *parent = nullptr);
 
-    // Matches of `searched` are marked in the shot's text.
-    void setShot(const std::optional<Shot> &shot, const QString &searched);
+    // Matches of the terms are marked in the shot's text.
+    void setShot(const std::optional<Shot> &shot, const QStringList &terms);
     Showing showing() const;
 
     std::function<void(ShotAction action, const Shot &shot)> onAction;

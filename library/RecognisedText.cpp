@@ -30,49 +30,37 @@ RecognisedText::RecognisedText(QWidget *parent)
     setAccessibleName(AppLocale::text(u"Recognised text", u"認識されたテキスト"));
 }
 
-void RecognisedText::setContent(const QString &text, const QString &searched)
+void RecognisedText::setContent(const QString &text, const QStringList &terms)
 {
-    if (text == m_text && searched == m_searched)
+    if (text == m_text && terms == m_terms)
         return;
     if (text != m_text)
         setPlainText(text.left(maxUnits));
     m_text = text;
-    m_searched = searched;
+    m_terms = terms;
     m_looking.drop();
     m_marks.clear();
     showMarks();
     fitHeight();
     verticalScrollBar()->setValue(0);
-    if (!text.isEmpty() && !searched.isEmpty())
+    if (!text.isEmpty() && !terms.isEmpty())
         look();
-}
-
-static QList<TextMatch::Range> marksIn(const QString &text, const QString &searched)
-{
-    QList<TextMatch::Range> marks;
-    for (qsizetype from = 0; marks.size() < maxMarks;) {
-        const std::optional<TextMatch::Range> match = TextMatch::find(text, searched, from);
-        if (!match || match->length == 0)
-            break;
-        marks << *match;
-        from = match->start + match->length;
-    }
-    return marks;
 }
 
 void RecognisedText::look()
 {
-    m_looking.start([text = m_text.left(maxUnits), searched = m_searched] { return marksIn(text, searched); },
-                    [this](const QList<TextMatch::Range> &marks) {
-                        m_marks = marks;
-                        showMarks();
-                        if (marks.isEmpty())
-                            return;
-                        QTextCursor first(document());
-                        first.setPosition(int(marks.first().start));
-                        setTextCursor(first);
-                        centerCursor();
-                    });
+    m_looking.start(
+        [text = m_text.left(maxUnits), terms = m_terms] { return TextMatch::findAll(text, terms, maxMarks); },
+        [this](const QList<TextMatch::Range> &marks) {
+            m_marks = marks;
+            showMarks();
+            if (marks.isEmpty())
+                return;
+            QTextCursor first(document());
+            first.setPosition(int(marks.first().start));
+            setTextCursor(first);
+            centerCursor();
+        });
 }
 
 void RecognisedText::showMarks()

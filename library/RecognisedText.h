@@ -16,7 +16,7 @@ class RecognisedText : public QPlainTextEdit
 public:
     explicit RecognisedText(QWidget *parent = nullptr);
 
-    void setContent(const QString &text, const QString &searched);
+    void setContent(const QString &text, const QStringList &terms);
     const QList<TextMatch::Range> &marks() const { return m_marks; }
 
 protected:
@@ -30,7 +30,7 @@ private:
     void fitHeight();
 
     QString m_text;
-    QString m_searched;
+    QStringList m_terms;
     QList<TextMatch::Range> m_marks;
     LatestJob m_looking;
 };

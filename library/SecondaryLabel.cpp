@@ -18,7 +18,7 @@ void SecondaryLabel::paintEvent(QPaintEvent *)
 {
     QPainter painter(this);
     painter.setPen(SystemLook::secondaryText(palette()));
-    painter.drawText(contentsRect(), Qt::AlignCenter | Qt::TextWordWrap, text());
+    painter.drawText(contentsRect(), int(alignment()) | Qt::TextWordWrap, text());
 }
 
 } // namespace qm

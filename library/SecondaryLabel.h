@@ -4,7 +4,7 @@
 
 namespace qm {
 
-// Text in the secondary colour, centred and wrapped.
+// Text in the secondary colour, wrapped, and centred unless told otherwise.
 class SecondaryLabel : public QLabel
 {
 public:

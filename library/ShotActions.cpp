@@ -22,6 +22,7 @@ QString ShotActions::title(ShotAction action)
     case ShotAction::annotate: return AppLocale::text(u"Annotate…", u"注釈…");
     case ShotAction::showInFolder: return AppLocale::showInFolderTitle();
     case ShotAction::open: return AppLocale::text(u"Open", u"開く");
+    case ShotAction::moveToTrash: return AppLocale::text(u"Move to Trash", u"ゴミ箱に入れる");
     }
     return {};
 }
@@ -33,6 +34,7 @@ QString ShotActions::symbol(ShotAction action)
     case ShotAction::annotate: return QStringLiteral("pencil.and.outline");
     case ShotAction::showInFolder: return QStringLiteral("folder");
     case ShotAction::open: return QStringLiteral("arrow.up.forward.square");
+    case ShotAction::moveToTrash: return QStringLiteral("trash");
     }
     return {};
 }

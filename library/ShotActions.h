@@ -10,7 +10,7 @@ class QMimeData;
 
 namespace qm {
 
-enum class ShotAction { copy, annotate, showInFolder, open };
+enum class ShotAction { copy, annotate, showInFolder, open, moveToTrash };
 
 // Actions on a screenshot, shared by the views that offer them. Main thread; none of them waits for a file.
 namespace ShotActions {

@@ -37,27 +37,55 @@ ShotListView::ShotListView(ThumbnailCache &cache, QWidget *parent)
     });
 }
 
-void ShotListView::setContent(const QList<Shot> &shots, std::optional<qint64> selection)
+// At the top, what is new is to be seen; further down, what is read is not to move.
+void ShotListView::setShots(const QList<Shot> &shots, const QStringList &terms)
+{
+    const bool sameTerms = terms == m_model->terms();
+    const int value = verticalScrollBar()->value(), top = value / ShotRow::height;
+    const QList<Shot> before = m_model->shots();
+    if (!m_model->setShots(shots, terms))
+        return;
+    executeDelayedItemsLayout();
+    if (!sameTerms)
+        return scrollToTop();
+    for (int row = top; value > 0 && row < before.size(); ++row) {
+        if (const int now = m_model->rowOf(before[row].id); now >= 0)
+            return verticalScrollBar()->setValue(value + (now - row) * ShotRow::height);
+    }
+}
+
+void ShotListView::setContent(const QList<Shot> &shots, const QStringList &terms, std::optional<qint64> selection)
 {
     const QScopedValueRollback suppressed(m_suppressSelectionCallback, true);
-    if (m_model->setShots(shots))
-        scrollToTop();
+    setAutoScroll(false); // the current row may be elsewhere
+    setShots(shots, terms);
     m_selection = selection;
     const int row = m_model->rowOf(selection);
     if (row < 0) {
         selectionModel()->clear();
     } else if (!selectionModel()->isSelected(m_model->index(row))) {
-        setAutoScroll(false);
         setCurrentIndex(m_model->index(row));
-        setAutoScroll(true);
     }
+    setAutoScroll(true);
 }
 
 void ShotListView::enter()
 {
     setFocus();
+    selectSome();
+}
+
+void ShotListView::selectSome()
+{
     if (!selectionModel()->hasSelection() && m_model->rowCount() > 0)
         setCurrentIndex(m_model->index(0));
+}
+
+void ShotListView::focusInEvent(QFocusEvent *event)
+{
+    QListView::focusInEvent(event);
+    if (event->reason() == Qt::TabFocusReason || event->reason() == Qt::BacktabFocusReason)
+        selectSome();
 }
 
 void ShotListView::selectionChanged(const QItemSelection &selected, const QItemSelection &deselected)

@@ -20,10 +20,11 @@ class ShotListView : public QListView
 public:
     explicit ShotListView(ThumbnailCache &cache, QWidget *parent = nullptr);
 
-    // Sets the content. An unchanged list (same ids in the same order) keeps its scroll position. Calls no callbacks.
-    void setContent(const QList<Shot> &shots, std::optional<qint64> selection);
+    // Sets the content; `terms` is what was searched. With the same terms the rows on screen stay where they are; a list
+    // of others begins at its top. Calls no callbacks.
+    void setContent(const QList<Shot> &shots, const QStringList &terms, std::optional<qint64> selection);
 
-    // Moves the focus here by arrow key: selects the first shot if none is selected.
+    // Moves the focus here by arrow key, which selects the first shot if none is selected, as Tab does.
     void enter();
 
     // User actions. Unset ones are not called.
@@ -35,12 +36,16 @@ public:
 protected:
     void paintEvent(QPaintEvent *event) override;
     void keyPressEvent(QKeyEvent *event) override;
+    void focusInEvent(QFocusEvent *event) override;
     void contextMenuEvent(QContextMenuEvent *event) override;
     void startDrag(Qt::DropActions actions) override;
     void selectionChanged(const QItemSelection &selected, const QItemSelection &deselected) override;
     QItemSelectionModel::SelectionFlags selectionCommand(const QModelIndex &index, const QEvent *event) const override;
 
 private:
+    void selectSome();
+    void setShots(const QList<Shot> &shots, const QStringList &terms);
+
     ShotListModel *m_model;
     std::optional<qint64> m_selection; // as last reported by either side
     bool m_suppressSelectionCallback = false;

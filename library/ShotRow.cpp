@@ -2,8 +2,8 @@
 
 #include "library/LibraryLook.h"
 #include "library/ShotListModel.h"
+#include "ui/AppLocale.h"
 #include "ui/Symbol.h"
-#include "ui/SystemLook.h"
 
 #include <QPainter>
 #include <QPainterPath>
@@ -63,9 +63,10 @@ void ShotRow::paintThumbnail(QPainter *painter, const QRect &frame, const QImage
     painter->drawRect(target.adjusted(half, half, -half, -half));
 }
 
-// Paints a text on up to `lines` lines, the last one elided. Lines have a fixed pitch: fallback fonts are often taller.
-static void paintLines(QPainter *painter, const QString &text, const QFont &font, const QRectF &area, double pitch,
-                       int lines)
+// Paints a text on up to `lines` lines, the last one elided, and a ground behind a part of it. Lines have a fixed pitch:
+// fallback fonts are often taller.
+static void paintLines(QPainter *painter, const QString &text, const TextMatch::Range &marked, const QPalette &palette,
+                       const QFont &font, const QRectF &area, double pitch, int lines)
 {
     const QFontMetricsF metrics(font);
     QTextLayout layout(text, font, painter->device());
@@ -84,8 +85,30 @@ static void paintLines(QPainter *painter, const QString &text, const QFont &font
                                   ? text.mid(line.textStart(), line.textLength())
                                   : metrics.elidedText(text.mid(line.textStart()), Qt::ElideRight, area.width());
         painter->drawText(baseline, shown);
+        const qsizetype first = std::max<qsizetype>(0, marked.start - line.textStart());
+        const qsizetype last = std::min<qsizetype>(shown.size(), marked.start + marked.length - line.textStart());
+        if (first < last) {
+            const double left = metrics.horizontalAdvance(shown.left(first));
+            const double width = metrics.horizontalAdvance(shown.left(last)) - left;
+            const QRectF mark(baseline.x() + left, baseline.y() - metrics.ascent(), width, pitch);
+            painter->save();
+            painter->setClipRect(mark, Qt::IntersectClip);
+            painter->fillRect(mark, LibraryLook::marked(palette));
+            painter->setPen(LibraryLook::markedText(palette));
+            painter->drawText(baseline, shown);
+            painter->restore();
+        }
     }
     layout.endLayout();
+}
+
+static QString captionOf(const Shot &shot, bool gone)
+{
+    QStringList parts{ShotText::captureTime(shot)};
+    if (gone)
+        parts << AppLocale::text(u"the file is gone", u"ファイルがありません");
+    parts.removeAll(QString());
+    return parts.join(QStringLiteral("  ·  "));
 }
 
 void ShotRow::paint(QPainter *painter, const QStyleOptionViewItem &option, const QModelIndex &index) const
@@ -101,15 +124,15 @@ void ShotRow::paint(QPainter *painter, const QStyleOptionViewItem &option, const
     const bool selected = option.state & QStyle::State_Selected;
     const bool active = option.state & QStyle::State_HasFocus && option.state & QStyle::State_Active;
     const QPalette &palette = option.palette;
+    using LibraryLook::RowState;
+    const auto [ground, text, secondary] = LibraryLook::rowColors(palette, !selected ? RowState::plain
+                                                                           : active  ? RowState::selectedWithFocus
+                                                                                     : RowState::selected);
     if (selected) {
         painter->setPen(Qt::NoPen);
-        painter->setBrush(active ? palette.color(QPalette::Active, QPalette::Highlight)
-                                 : LibraryLook::quietSelection(palette));
+        painter->setBrush(ground);
         painter->drawRoundedRect(option.rect.adjusted(4, 2, -4, -2), 6, 6);
     }
-    const QColor text =
-        palette.color(QPalette::Active, selected && active ? QPalette::HighlightedText : QPalette::WindowText);
-    const QColor secondary = SystemLook::secondary(text);
 
     const QRect frame(QPoint(option.rect.x() + margin + 2, option.rect.y() + (height - thumbnail.height()) / 2),
                       thumbnail);
@@ -119,7 +142,7 @@ void ShotRow::paint(QPainter *painter, const QStyleOptionViewItem &option, const
     const QFont captionFont = LibraryLook::caption(option.font);
     const QFontMetricsF title(option.font), caption(captionFont);
     const double pitch = std::round(caption.height() + captionGap);
-    const QString excerpt = ShotText::excerpt(*shot);
+    const auto &[excerpt, match] = model->excerpt(index.row());
     const double textHeight = title.height() + titleGap + pitch * (excerpt.isEmpty() ? 1 : 1 + excerptLines);
     QRectF area(frame.right() + gap, 0, 0, 0);
     area.setRight(option.rect.right() - margin - 2);
@@ -132,10 +155,11 @@ void ShotRow::paint(QPainter *painter, const QStyleOptionViewItem &option, const
     area.setTop(area.y() + title.height() + titleGap);
     painter->setPen(secondary);
     painter->setFont(captionFont);
-    painter->drawText(QPointF(area.x(), area.y() + caption.ascent()), ShotText::captureTime(*shot));
+    painter->drawText(QPointF(area.x(), area.y() + caption.ascent()),
+                      caption.elidedText(captionOf(*shot, model->isGone(index.row())), Qt::ElideRight, area.width()));
     area.setTop(area.y() + pitch);
     if (!excerpt.isEmpty())
-        paintLines(painter, excerpt, captionFont, area, pitch, excerptLines);
+        paintLines(painter, excerpt, match, palette, captionFont, area, pitch, excerptLines);
     painter->restore();
 }
 

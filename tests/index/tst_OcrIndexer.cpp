@@ -89,6 +89,28 @@ private Q_SLOTS:
         }
     }
 
+    void progressIsTold()
+    {
+        installHelper();
+        for (int i = 0; i < 41; ++i)
+            addShot(u"%1.png"_s.arg(i));
+        addShot(u"bad.png"_s);
+        QList<ReadingProgress> told;
+        m_indexer->tellProgress([&](const ReadingProgress &progress) { told << progress; });
+        start();
+        m_queue->advance(10s);
+        QTRY_VERIFY(told.size() > 2 && told.last() == ReadingProgress());
+        told.removeLast();
+        QCOMPARE(told.first(), (ReadingProgress{0, 42}));
+        QCOMPARE(told.last(), (ReadingProgress{42, 42}));
+        for (qsizetype i = 1; i < told.size(); ++i)
+            QVERIFY(told[i].total == 42 && told[i].done > told[i - 1].done);
+        const qsizetype before = told.size();
+        m_queue->advance(60s); // the one that failed is tried again
+        QCoreApplication::processEvents();
+        QCOMPARE(told.size(), before);
+    }
+
     void oneDrainAtATime()
     {
         installHelper();

@@ -1,4 +1,5 @@
 #include "index/Database.h"
+#include "index/ShotReader.h"
 #include "index/ShotStore.h"
 #include "tests/support/IndexFixture.h"
 #include "tests/support/TempHome.h"
@@ -20,7 +21,8 @@ private:
 private Q_SLOTS:
     void withoutADatabaseNothingIsFoundOrMade()
     {
-        QCOMPARE(ShotStore::search(u"a"_s, 200), QList<Shot>());
+        const SearchResult none = ShotStore::search(u"a"_s, 200);
+        QVERIFY(none.shots.isEmpty() && !none.failed && ShotStore::version());
         QVERIFY(!QFile::exists(ShotStore::databasePath()));
     }
 
@@ -35,11 +37,11 @@ private Q_SLOTS:
             "(8, '/b', 'japanese', 20, NULL, '請求書の合計_金額', 1, 'x'),"
             "(9, '/c', 'unread', 40, NULL, NULL, 0, 'x'),"
             "(9000000000, '/d', 'empty', 10, NULL, '', 1, 'x')"));
-        const QList<Shot> recent = ShotStore::recent(3);
+        const QList<Shot> recent = ShotStore::recent(3).shots;
         QCOMPARE(recent, QList<Shot>({{9, u"/c"_s, u"unread"_s, {}, {}},
                                       {7, u"/a"_s, u"latin"_s, u"2024-05-01T09:30:15"_s, u"Grüße ABC 100%"_s},
                                       {8, u"/b"_s, u"japanese"_s, {}, u"請求書の合計_金額"_s}}));
-        QCOMPARE(ShotStore::recent(200).last(), (Shot{9000000000, u"/d"_s, u"empty"_s, {}, u""_s}));
+        QCOMPARE(ShotStore::recent(200).shots.last(), (Shot{9000000000, u"/d"_s, u"empty"_s, {}, u""_s}));
     }
 
     void searches()
@@ -51,14 +53,59 @@ private Q_SLOTS:
             {u"書_合計__額"_s, u"japanese"_s},
             {u""_s, u"latin japanese empty"_s},
             {u"' OR 1=1 --"_s, u""_s},
-            {QString(60000, u'a'), u""_s}, // too long to be a pattern
+            {QString(60000, u'a'), u""_s},   // too long to be a pattern
+            {u"Grüße \n ABC"_s, u"latin"_s}, // broken into lines elsewhere
+            {u"書\t金額"_s, u"japanese"_s},
+            {u"100% Grüße"_s, u"latin, by words"_s},
+            {u"金額\u3000請求書 japan"_s, u"japanese, by words"_s}, // one of them in its name
+            {u"read un%d"_s, u"unread, by words"_s},                // all of them, and no text
+            {u"ABC 請求書"_s, u""_s},
         };
         for (const auto &[text, expected] : rows) {
             QStringList found;
-            for (const Shot &shot : ShotStore::search(text, 200))
+            const SearchResult result = ShotStore::search(text, 200);
+            for (const Shot &shot : result.shots)
                 found << shot.filename;
-            QCOMPARE(found.join(u' '), expected);
+            QVERIFY(!result.failed);
+            QCOMPARE(found.join(u' ') + (result.match == SearchResult::Match::words ? u", by words"_s : QString()),
+                     expected);
         }
+    }
+
+    // What happens to the file under an open connection. Each state is told from the one before by the version.
+    void theFileChanges()
+    {
+        const QString path = m_home.file(u"changes/db.sqlite"_s);
+        ShotReader reader(path);
+        std::optional<qint64> before;
+        const auto state = [&] { // changed, names; or that it failed
+            const std::optional<qint64> version = reader.version();
+            const bool changed = std::exchange(before, version) != version;
+            const SearchResult result = reader.recent(9);
+            if (result.failed)
+                return u"failed"_s;
+            return u"%1 %2"_s.arg(changed ? u"changed"_s : u"same"_s).arg(result.shots.size());
+        };
+        m_home.write(u"changes/db.sqlite"_s, {}); // its writer has only just made it
+        QCOMPARE(state(), u"changed 0"_s);
+        auto writer = std::make_unique<Database>(path, Database::Access::write);
+        QVERIFY(writer->open());
+        QVERIFY(addRow(*writer, u"/a"_s, 1));
+        QCOMPARE(state(), u"changed 1"_s);
+        QCOMPARE(state(), u"same 1"_s);
+        QVERIFY(addRow(*writer, u"/b"_s, 2));
+        QCOMPARE(state(), u"changed 2"_s);
+        QVERIFY(QFile::rename(path, path + u".away"_s));
+        QCOMPARE(state(), u"same 2"_s);
+        {
+            Database other(path, Database::Access::write);
+            QVERIFY(other.open());
+        }
+        QCOMPARE(state(), u"changed 0"_s);
+        m_home.write(u"changes/db.sqlite"_s, QByteArray(8192, 'x'));
+        QCOMPARE(state(), u"failed"_s);
+        QVERIFY(QFile::remove(path) && QFile::rename(path + u".away"_s, path));
+        QCOMPARE(state(), u"changed 2"_s);
     }
 
     void indexesOfOtherAges()

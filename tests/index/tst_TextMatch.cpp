@@ -37,7 +37,7 @@ private Q_SLOTS:
             {pairs + u"axb"_s + pairs, u"x"_s, u"…😀😀a[x]b😀😀😀😀😀…"_s},
         };
         for (const QStringList &row : rows) {
-            const auto [line, match] = TextMatch::excerpt(row[0], row[1], 20);
+            const auto [line, match] = TextMatch::excerpt(row[0], {row[1]}, 20);
             QString shown = line;
             if (match.length > 0)
                 shown.insert(match.start + match.length, u']').insert(match.start, u'[');

@@ -1,13 +1,17 @@
 #include "index/Database.h"
 #include "index/ShotStore.h"
+#include "library/LibraryLook.h"
+#include "library/LibraryStatus.h"
 #include "library/LibraryView.h"
 #include "library/PreviewPane.h"
 #include "library/PreviewPicture.h"
 #include "library/RecognisedText.h"
 #include "library/ShotListModel.h"
 #include "library/ShotListView.h"
+#include "library/ShotRow.h"
 #include "tests/support/IndexFixture.h"
 #include "tests/support/ManualQueue.h"
+#include "tests/support/Pixels.h"
 #include "tests/support/TempHome.h"
 
 #include <QApplication>
@@ -20,8 +24,11 @@
 #include <QSemaphore>
 #include <QSignalSpy>
 #include <QTest>
+#include <QToolButton>
+#include <QTreeWidget>
 #include <QUrl>
 
+#include <array>
 #include <atomic>
 
 using namespace qm;
@@ -43,7 +50,14 @@ private:
         ThumbnailCache thumbnails;
         std::atomic<int> queries = 0;
         QSemaphore slow; // what a search for "slow" waits for
-        LibraryView view{{queue, [this](const QString &text) { return find(text); }, {}, thumbnails}};
+        std::atomic<bool> locked = false;
+        LibraryView view{{queue,
+                          {[this](const QString &text) { return find(text); },
+                           [this] { return locked ? std::nullopt : ShotStore::version(); }},
+                          {},
+                          thumbnails,
+                          [this](const QString &path, const auto &done) { trashed << std::pair(path, done); }}};
+        QList<std::pair<QString, std::function<void(const Outcome &)>>> trashed;
         QLineEdit *field = view.findChild<QLineEdit *>();
         ShotListView *list = view.findChild<ShotListView *>();
         PreviewPane *preview = view.findChild<PreviewPane *>();
@@ -54,7 +68,7 @@ private:
             view.resize(820, 560);
             reopen();
         }
-        QList<Shot> find(const QString &text)
+        SearchResult find(const QString &text)
         {
             ++queries;
             if (text == u"slow")
@@ -66,8 +80,20 @@ private:
             view.show();
             view.activateWindow();
             QVERIFY(QTest::qWaitForWindowActive(&view));
-            QTRY_COMPARE(queries.load(), 1);
+            QTRY_VERIFY(queries > 0 && !view.isLoading());
+        }
+        void look() // as it does by itself
+        {
+            queue.advance(LiveSearch::interval);
+            QVERIFY(view.isLoading());
             QTRY_VERIFY(!view.isLoading());
+        }
+        QString visibleLabels(const QString &expression) const
+        {
+            QStringList texts;
+            for (const QLabel *label : view.findChildren<QLabel *>())
+                texts << (label->isVisible() ? label->text() : QString());
+            return texts.filter(QRegularExpression(expression)).join(u' ');
         }
         void type(const QString &text)
         {
@@ -110,7 +136,7 @@ private Q_SLOTS:
     {
         m_database = std::make_unique<Database>(ShotStore::databasePath(), Database::Access::write);
         QVERIFY(m_database->open());
-        QVERIFY(m_database->execute("DELETE FROM shots"));
+        QVERIFY(m_database->execute("DELETE FROM shots; DELETE FROM shot_failures"));
         add(u"one.png"_s, u"red apple\nshared words"_s);
         add(u"two.png"_s, u"blue boat, shared"_s);
         add(u"three.png"_s, u"green, slow"_s);
@@ -121,12 +147,82 @@ private Q_SLOTS:
     {
         Window window;
         QCOMPARE(window.names(), u"three.png two.png one.png"_s);
+        window.search(u"shared"_s);
+        window.select(1);
         window.list->setFocus();
         window.view.close();
-        add(u"four.png"_s, u"new"_s);
+        add(u"four.png"_s, u"shared, and new"_s);
+        window.queue.advance(10s);
+        QVERIFY(!window.view.isLoading()); // nobody looks
         window.reopen();
         QVERIFY(window.field->hasFocus());
-        QCOMPARE(window.names(), u"three.png two.png one.png"_s);
+        QCOMPARE(window.names(), u"four.png two.png one.png"_s);
+        QCOMPARE(window.list->currentIndex().row(), 2);
+    }
+
+    void whatHappensToTheIndexIsSeen()
+    {
+        for (int i = 0; i < 20; ++i)
+            add(u"many%1.png"_s.arg(i), u"more"_s, {});
+        Window window;
+        window.list->verticalScrollBar()->setValue(300);
+        window.select(5);
+        const std::optional<qint64> selection = window.view.selection();
+        QStringList signalled;
+        connect(window.model, &QAbstractItemModel::modelReset, this, [&] { signalled << u"reset"_s; });
+        connect(window.model, &QAbstractItemModel::layoutChanged, this, [&] { signalled << u"layout"_s; });
+        connect(window.model, &QAbstractItemModel::rowsInserted, this, [&] { signalled << u"in"_s; });
+        connect(window.model, &QAbstractItemModel::rowsRemoved, this, [&] { signalled << u"out"_s; });
+        connect(window.model, &QAbstractItemModel::dataChanged, this, [&](auto, auto, const QList<int> &roles) {
+            if (roles.isEmpty()) // no thumbnail
+                signalled << u"data"_s;
+        });
+        window.look();
+        QVERIFY(m_database->execute("UPDATE shots SET indexed_at = 'later'")); // a commit that changes nothing here
+        const int before = window.queries;
+        window.look();
+        QCOMPARE(window.queries.load(), before + 1);
+        QCOMPARE(signalled, QStringList());
+
+        add(u"new.png"_s, u"new"_s);
+        QVERIFY(m_database->execute("DELETE FROM shots WHERE filename = 'one.png'"));
+        window.look();
+        QCOMPARE(signalled, QStringList({u"out"_s, u"in"_s, u"data"_s}));
+        QVERIFY(window.names().startsWith(u"new.png many19.png"_s) && window.names().endsWith(u"two.png"_s));
+        QCOMPARE(window.list->verticalScrollBar()->value(), 300 + ShotRow::height);
+        QVERIFY(selection && window.view.selection() == selection);
+        QCOMPARE(window.list->currentIndex().row(), 6);
+
+        window.locked = true;
+        window.look();
+        QCOMPARE(window.visibleLabels(u"index"_s), u"The index can't be read right now; trying again"_s);
+        window.type(u"nothing"_s);
+        QTRY_VERIFY(!window.view.isLoading());
+        QCOMPARE(window.model->rowCount(), 23);
+        window.locked = false;
+        window.look();
+        QCOMPARE(window.visibleLabels(u"index|No "_s), u"No matches"_s);
+    }
+
+    void whatIsReadAndWhatCannotBe()
+    {
+        Window window;
+        const auto line = [&] { return window.visibleLabels(u"[Rr]ead"_s).remove(QRegularExpression(u"<[^>]*>"_s)); };
+        QCOMPARE(line(), QString());
+        window.view.setReading({311, 5008});
+        QCOMPARE(line(), u"Reading 312 of 5,008 screenshots"_s);
+        QVERIFY(m_database->execute("INSERT INTO shot_failures SELECT id, 'torn', 0 FROM shots;"
+                                    "UPDATE shots SET ocr_done = 0"));
+        window.look();
+        window.view.setReading({});
+        QCOMPARE(line(), u"3 can't be read"_s);
+        auto *status = window.view.findChild<LibraryStatus *>();
+        status->onReasons();
+        QTRY_VERIFY(window.view.findChild<QTreeWidget *>());
+        QCOMPARE(window.view.findChild<QTreeWidget *>()->topLevelItem(2)->text(1), u"torn"_s);
+        QVERIFY(m_database->execute("DELETE FROM shot_failures"));
+        window.look();
+        QVERIFY(!status->isVisible());
     }
 
     void typingAsksOnceWhenItRests()
@@ -190,15 +286,9 @@ private Q_SLOTS:
     {
         QVERIFY(m_database->execute("DELETE FROM shots"));
         Window window;
-        const auto shown = [&] { // without the hints around it
-            QStringList texts;
-            for (const QLabel *label : window.view.findChildren<QLabel *>())
-                texts << (label->isVisible() ? label->text() : QString());
-            return texts.filter(QRegularExpression(u"^No "_s)).join(u' ');
-        };
-        QCOMPARE(shown(), u"No screenshots yet"_s);
+        QCOMPARE(window.visibleLabels(u"^No "_s), u"No screenshots yet"_s);
         window.search(u"  "_s);
-        QCOMPARE(shown(), u"No matches"_s);
+        QCOMPARE(window.visibleLabels(u"^No "_s), u"No matches"_s);
     }
 
     void keyboardWalk()
@@ -207,7 +297,12 @@ private Q_SLOTS:
         const auto press = [&](Qt::Key key, Qt::KeyboardModifiers modifiers = {}) {
             QTest::keyClick(QApplication::focusWidget(), key, modifiers);
         };
+        QVERIFY(window.view.findChild<QToolButton *>()->isHidden());
+        press(Qt::Key_Tab);
+        QCOMPARE(window.list->currentIndex().row(), 0);
+        press(Qt::Key_Backtab);
         window.search(u"shared"_s);
+        QCOMPARE(window.view.findChild<QToolButton *>()->accessibleName(), u"Clear"_s);
         press(Qt::Key_Down);
         QVERIFY(window.list->hasFocus());
         press(Qt::Key_Down);
@@ -253,12 +348,54 @@ private Q_SLOTS:
         QTRY_COMPARE(QGuiApplication::clipboard()->image().size(), QSize(400, 300));
     }
 
+    void whatIsTrashedIsHidden()
+    {
+        Window window;
+        QTest::keyClick(window.field, Qt::Key_Delete); // there it is for the text
+        window.select(1);
+        QTest::keyClick(window.list, Qt::Key_Delete);
+        QCOMPARE(window.names(), u"three.png one.png"_s);
+        QCOMPARE(window.view.selection(), window.view.shots()[1].id);
+        window.search(u"shared"_s); // before the scan has removed the row
+        QCOMPARE(window.names(), u"one.png"_s);
+        QCOMPARE(window.trashed.size(), 1);
+        window.trashed[0].second(Outcome::failure(u"no trash here"_s));
+        QTRY_COMPARE(window.names(), u"two.png one.png"_s);
+        QCOMPARE(window.visibleLabels(u"trash"_s), u"two.png could not be moved to the trash, and was not deleted."_s);
+        QCOMPARE(window.trashed[0].first, m_home.file(u"two.png"_s));
+        QVERIFY(rows(*m_database, "SELECT filename FROM shots", 1).contains(u"two.png"_s));
+    }
+
+    void listTextsAreReadable()
+    {
+        const QColor accents[] = {{0x30, 0x8c, 0xc6}, {0x35, 0x84, 0xe4}, {0x21, 0x90, 0xa4}, {0x3a, 0x94, 0x4a},
+                                  {0xc8, 0x88, 0x00}, {0xed, 0x5b, 0x00}, {0xe6, 0x2d, 0x42}, {0xd5, 0x61, 0x99},
+                                  {0x91, 0x41, 0xac}, {0x6f, 0x83, 0x96}, {0xff, 0xe0, 0x80}, {0x3d, 0xae, 0xe9}};
+        QPalette dark(QColor(49, 54, 59), QColor(42, 46, 50));
+        for (QPalette palette : {QApplication::palette(), dark}) {
+            for (const QColor &accent : accents) {
+                palette.setColor(QPalette::Highlight, accent);
+                palette.setColor(QPalette::HighlightedText, accent.green() > 200 ? Qt::black : Qt::white);
+                using LibraryLook::RowState;
+                for (const RowState state : {RowState::plain, RowState::selected, RowState::selectedWithFocus}) {
+                    const auto colors = LibraryLook::rowColors(palette, state);
+                    QVERIFY(Pixels::contrast(colors.text, colors.ground) >= 4.5);
+                    QVERIFY(Pixels::contrast(colors.secondary, colors.ground) >= 4.5);
+                }
+            }
+            QVERIFY(Pixels::contrast(LibraryLook::markedText(palette), LibraryLook::marked(palette)) >= 4.5);
+        }
+    }
+
     void aDeletedFile()
     {
         QFile::remove(m_home.file(u"two.png"_s));
         Window window;
+        QTRY_VERIFY(window.model->isGone(1));
+        QVERIFY(!window.model->isGone(0));
         window.select(1);
         QTRY_COMPARE(window.preview->showing(), PreviewPane::Showing::failure);
+        QCOMPARE(window.visibleLabels(u"gone"_s), u"The file is gone"_s);
         QGuiApplication::clipboard()->setText(u"before"_s);
         std::optional<bool> copied;
         ShotActions::copyToClipboard(window.view.shots()[1], [&](bool result) { copied = result; });
@@ -274,6 +411,9 @@ private Q_SLOTS:
         window.select(1);
         QTRY_COMPARE(text->marks(), QList<TextMatch::Range>({{10, 6}}));
         QCOMPARE(text->toPlainText(), u"red apple\nshared words"_s);
+        window.search(u"words apple"_s);
+        QCOMPARE(window.visibleLabels(u"words"_s), u"Nothing holds exactly this. These hold all of the words."_s);
+        QTRY_COMPARE(text->marks(), QList<TextMatch::Range>({{4, 5}, {17, 5}}));
         QVERIFY(m_database->execute("UPDATE shots SET ocr_text = ' \n'"));
         window.search(QString());
         QVERIFY(!text->isVisible());
@@ -311,15 +451,27 @@ private Q_SLOTS:
 
     void rowTexts()
     {
-        QCOMPARE(ShotText::captureTime({}), QString());
+        QCOMPARE(ShotText::captureTime({}) + ShotText::excerpt({}).line, QString());
         QCOMPARE(ShotText::captureTime({.takenAt = u"2024-05-01T09:30:15"_s}), u"2024-05-01 09:30"_s);
-        const std::pair<QString, QString> excerpts[] = {
-            {u" \t a\n\n b\u3000c "_s, u"a b c"_s},
-            {u"x "_s.repeated(80), u"x "_s.repeated(50)},
-            {u"か\u3099"_s.repeated(120), u"か\u3099"_s.repeated(100)}, // as a reader counts
+        const QString dots = u".."_s.repeated(50);
+        const std::array<QString, 3> excerpts[] = {
+            // a text, what was searched in it, and what is shown
+            {u" \t a\n\n b\u3000c "_s, {}, u"a b c"_s},
+            {u"x "_s.repeated(80), {}, u"x "_s.repeated(50)},
+            {u"か\u3099"_s.repeated(120), {}, u"か\u3099"_s.repeated(100)}, // as a reader counts
+            {u" a\n\nb c "_s, u"B"_s, u"a [b] c"_s},
+            {u"a\tb"_s, u"a%b"_s, u"[a b]"_s},
+            {u"a b"_s, u"x"_s, u"a b"_s},
+            {dots + u"x"_s + dots, u"x"_s, u"…"_s + dots.left(30) + u"[x]"_s + dots.left(68)},
+            {dots + dots, u"."_s, u"[.]"_s + dots.left(99)},
         };
-        for (const auto &[text, expected] : excerpts)
-            QCOMPARE(ShotText::excerpt({.ocrText = text}), expected);
+        for (const auto &[text, term, expected] : excerpts) {
+            auto [line, match] =
+                ShotText::excerpt({.ocrText = text}, term.isEmpty() ? QStringList() : QStringList(term));
+            if (match.length > 0)
+                line.insert(match.start + match.length, u']').insert(match.start, u'[');
+            QCOMPARE(line, expected);
+        }
     }
 };
 

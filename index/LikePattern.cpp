@@ -1,0 +1,340 @@
+#include "index/LikePattern.h"
+
+#include <algorithm>
+#include <cstring>
+#include <limits>
+
+namespace qm {
+
+namespace {
+
+using Byte = std::uint8_t;
+constexpr std::uint32_t anyCharacter = 0; // a pattern ends at a NUL
+constexpr std::uint32_t replacement = 0xFFFD;
+
+bool isContinuation(char c)
+{
+    return (Byte(c) & 0xC0) == 0x80;
+}
+
+// One character as SQLite reads it: whatever continuation bytes follow a leading one belong to it.
+std::uint32_t read(std::string_view text, size_t &position)
+{
+    const Byte first = Byte(text[position++]);
+    if (first < 0xC0)
+        return first;
+    std::uint32_t c = first < 0xE0 ? first & 0x1Fu : first < 0xF0 ? first & 0x0Fu : first < 0xF8 ? first & 0x07u : 0u;
+    if (first >= 0xF8 && first < 0xFC)
+        c = first & 0x03u;
+    else if (first == 0xFD)
+        c = 1;
+    for (; position < text.size() && isContinuation(text[position]); ++position)
+        c = (c << 6) + (Byte(text[position]) & 0x3Fu);
+    const bool none = c < 0x80 || (c & 0xFFFFF800u) == 0xD800u || (c & 0xFFFFFFFEu) == 0xFFFEu;
+    return none ? replacement : c;
+}
+
+template<class Character>
+Character small(Character c)
+{
+    return c >= 'A' && c <= 'Z' ? Character(c + ('a' - 'A')) : c;
+}
+
+void append(std::string &utf8, std::uint32_t c)
+{
+    if (c < 0x80) {
+        utf8 += char(c);
+    } else if (c < 0x800) {
+        utf8 += {char(0xC0 | c >> 6), char(0x80 | (c & 0x3F))};
+    } else if (c < 0x10000) {
+        utf8 += {char(0xE0 | c >> 12), char(0x80 | (c >> 6 & 0x3F)), char(0x80 | (c & 0x3F))};
+    } else {
+        utf8 += {char(0xF0 | c >> 18), char(0x80 | (c >> 12 & 0x3F)), char(0x80 | (c >> 6 & 0x3F)),
+                 char(0x80 | (c & 0x3F))};
+    }
+}
+
+// How often a byte is met in English and Japanese, roughly.
+int commonness(char c)
+{
+    constexpr std::string_view frequent = "etaoinsrhldcumfpgwybvkxjqz";
+    const Byte byte = Byte(c);
+    if (byte == 0xE3 || c == ' ')
+        return 100;
+    if (byte >= 0xC0 || (byte >= 0x80 && byte <= 0x83))
+        return 80;
+    if (byte >= 0x80)
+        return 25;
+    const size_t place = frequent.find(c);
+    return place == std::string_view::npos ? 20 : 60 - 2 * int(place);
+}
+
+// Sixteen bytes at once, as GCC and Clang support on every processor. Comparing gives 0xFF where it holds.
+using Bytes = Byte __attribute__((vector_size(16)));
+
+Bytes load(const char *at)
+{
+    Bytes bytes;
+    std::memcpy(&bytes, at, sizeof bytes);
+    return bytes;
+}
+
+Bytes filled(Byte value)
+{
+    return Bytes{} + value;
+}
+
+struct Halves {
+    std::uint64_t low, high;
+    explicit Halves(const Bytes &bytes) { std::memcpy(this, &bytes, sizeof bytes); }
+};
+
+// A small letter also matches its capital, which differs in one bit.
+Byte caseBit(char c)
+{
+    return c >= 'a' && c <= 'z' ? 0x20 : 0;
+}
+
+bool isAt(std::string_view anchor, const char *text)
+{
+    for (size_t i = 0; i < anchor.size(); ++i) {
+        if (small(text[i]) != anchor[i])
+            return false;
+    }
+    return true;
+}
+
+// Where the anchor is found, or npos.
+size_t search(std::string_view anchor, const size_t (&probes)[2], std::string_view text, size_t from)
+{
+    if (text.size() < anchor.size())
+        return std::string_view::npos;
+    const size_t end = text.size() - anchor.size() + 1; // of the places it may begin at
+    const char *first = text.data() + probes[0], *second = text.data() + probes[1];
+    const Bytes firstCase = filled(caseBit(anchor[probes[0]])), firstByte = filled(Byte(anchor[probes[0]]));
+    const Bytes secondCase = filled(caseBit(anchor[probes[1]])), secondByte = filled(Byte(anchor[probes[1]]));
+    size_t at = from;
+    for (; at + sizeof(Bytes) <= end; at += sizeof(Bytes)) {
+        const auto hits =
+            ((load(first + at) | firstCase) == firstByte) & ((load(second + at) | secondCase) == secondByte);
+        const Halves halves{Bytes(hits)};
+        if ((halves.low | halves.high) == 0)
+            continue;
+        for (size_t i = 0; i < sizeof(Bytes); ++i) {
+            if (hits[i] && isAt(anchor, text.data() + at + i))
+                return at + i;
+        }
+    }
+    for (; at < end; ++at) {
+        if (small(first[at]) == anchor[probes[0]] && isAt(anchor, text.data() + at))
+            return at;
+    }
+    return std::string_view::npos;
+}
+
+// True for UTF-8 with as many continuation bytes as its leading bytes announce, none of which announces three.
+bool isSimple(std::string_view text, bool mayBeOverlong)
+{
+    Bytes bad{};
+    const auto look = [&](const char *at) {
+        const Bytes bytes = load(at);
+        const auto continues = (bytes & filled(0xC0)) == filled(0x80);
+        const auto expected =
+            (load(at - 1) >= filled(0xC0)) | (load(at - 2) >= filled(0xE0)) | (load(at - 3) >= filled(0xF0));
+        bad |= Bytes(continues ^ expected) | Bytes(bytes >= filled(0xF0));
+        if (mayBeOverlong)
+            bad |= Bytes(bytes == filled(0xE0));
+    };
+    // Both ends are looked at in a copy with zeros around it.
+    constexpr size_t before = 3, step = sizeof(Bytes);
+    char edge[before + step] = {};
+    std::memcpy(edge + before, text.data(), std::min(text.size(), step));
+    look(edge + before);
+    size_t at = step;
+    for (; at + step <= text.size(); at += step)
+        look(text.data() + at);
+    if (text.size() >= step) {
+        std::fill(std::begin(edge), std::end(edge), '\0');
+        std::memcpy(edge, text.data() + at - before, before + text.size() - at);
+        look(edge + before);
+    }
+    const Halves halves(bad);
+    return (halves.low | halves.high) == 0;
+}
+
+std::string_view untilNul(std::string_view text)
+{
+    const void *nul = text.empty() ? nullptr : std::memchr(text.data(), '\0', text.size());
+    return nul ? text.substr(0, size_t(static_cast<const char *>(nul) - text.data())) : text;
+}
+
+} // namespace
+
+LikePattern::LikePattern(std::string_view utf8)
+{
+    const std::string_view pattern = untilNul(utf8);
+    Part part;
+    for (size_t at = 0; at < pattern.size();) {
+        if (pattern[at] != '%') {
+            if (pattern[at] == '_') {
+                part.characters.push_back(anyCharacter);
+                ++at;
+            } else {
+                part.characters.push_back(small(read(pattern, at)));
+            }
+            continue;
+        }
+        if (at == 0)
+            m_openStart = true;
+        else
+            addPart(std::move(part));
+        part = {};
+        for (; at < pattern.size() && (pattern[at] == '%' || pattern[at] == '_'); ++at)
+            part.passed += pattern[at] == '_';
+        m_openEnd = at == pattern.size();
+    }
+    if (!m_openEnd || part.passed > 0)
+        addPart(std::move(part));
+}
+
+void LikePattern::addPart(Part part)
+{
+    for (const std::uint32_t c : part.characters) {
+        if (c == replacement || c > 0x10FFFF)
+            m_others = Others::all; // many malformed sequences are read as the same
+        else if (c >= 0x80)
+            m_others = std::max(m_others, c < 0x800 ? Others::overlong : Others::malformed);
+    }
+    int best = std::numeric_limits<int>::max();
+    for (size_t begin = 0; begin < part.characters.size();) {
+        size_t end = begin;
+        std::string run;
+        for (; end < part.characters.size() && part.characters[end] != anyCharacter; ++end)
+            append(run, part.characters[end]);
+        if (!run.empty()) {
+            size_t rarest[2] = {0, run.size() - 1};
+            for (size_t i = 0; i < run.size(); ++i) {
+                if (commonness(run[i]) < commonness(run[rarest[0]])) {
+                    rarest[1] = rarest[0];
+                    rarest[0] = i;
+                } else if (i != rarest[0] && commonness(run[i]) < commonness(run[rarest[1]])) {
+                    rarest[1] = i;
+                }
+            }
+            const int cost = commonness(run[rarest[0]]) + (run.size() > 1 ? commonness(run[rarest[1]]) : 100);
+            if (cost < best) {
+                best = cost;
+                part.anchor = run;
+                part.anchorIndex = begin;
+                std::copy(std::begin(rarest), std::end(rarest), std::begin(part.probes));
+            }
+        }
+        begin = end + 1;
+    }
+    if (part.anchorIndex > 0)
+        m_others = std::max(m_others, Others::malformed); // characters before it are counted from their end
+    m_parts.push_back(std::move(part));
+}
+
+// Where the part might begin, at or after from; npos if nowhere.
+size_t LikePattern::candidate(const Part &part, std::string_view text, size_t from, Spelling spelling)
+{
+    if (spelling == Spelling::any) {
+        while (from < text.size()) {
+            const size_t at = from;
+            if (small(read(text, from)) == part.characters.front())
+                return at;
+        }
+        return std::string_view::npos;
+    }
+    for (size_t searched = from;;) {
+        size_t at = search(part.anchor, part.probes, text, searched);
+        if (at == std::string_view::npos)
+            return at;
+        searched = at + 1;
+        size_t back = part.anchorIndex;
+        for (; back > 0 && at > from; --back) {
+            do
+                --at;
+            while (at > from && isContinuation(text[at]));
+        }
+        if (back == 0)
+            return at;
+    }
+}
+
+std::optional<size_t> LikePattern::endOf(const Part &part, std::string_view text, size_t from)
+{
+    for (const std::uint32_t c : part.characters) {
+        if (from >= text.size())
+            return std::nullopt;
+        const std::uint32_t found = read(text, from);
+        if (c != anyCharacter && small(found) != c)
+            return std::nullopt;
+    }
+    return from;
+}
+
+std::optional<LikePattern::Match> LikePattern::match(std::string_view text, size_t from, Spelling spelling) const
+{
+    std::optional<size_t> start;
+    size_t at = from, end = from;
+    for (size_t i = 0; i < m_parts.size(); ++i) {
+        const Part &part = m_parts[i];
+        const bool toTheEnd = i + 1 == m_parts.size() && !m_openEnd;
+        for (int passed = 0; passed < part.passed; ++passed) {
+            if (at >= text.size())
+                return std::nullopt;
+            read(text, at);
+        }
+        if (i == 0 && !m_openStart) {
+            const std::optional<size_t> last = endOf(part, text, at);
+            if (!last || (toTheEnd && *last != text.size()))
+                return std::nullopt;
+            start = at;
+            at = end = *last;
+            continue;
+        }
+        while (!part.characters.empty()) {
+            const size_t begin = candidate(part, text, at, spelling);
+            if (begin == std::string_view::npos)
+                return std::nullopt;
+            const std::optional<size_t> last = endOf(part, text, begin);
+            if (last && (!toTheEnd || *last == text.size())) {
+                start = start.value_or(begin);
+                at = end = *last;
+                break;
+            }
+            at = begin;
+            read(text, at);
+        }
+    }
+    return Match{{start.value_or(end), start ? end - *start : 0}, at};
+}
+
+bool LikePattern::mayBeSpeltOtherwise(std::string_view text) const
+{
+    return m_others == Others::all || (m_others != Others::none && !isSimple(text, m_others == Others::overlong));
+}
+
+bool LikePattern::matches(std::string_view utf8) const
+{
+    const std::string_view text = m_openEnd ? utf8 : untilNul(utf8);
+    if (const std::optional<Match> found = match(text, 0, Spelling::wellFormed)) {
+        if (untilNul(text.substr(0, found->end)).size() == found->end)
+            return true;
+    } else if (!mayBeSpeltOtherwise(text)) {
+        return false;
+    }
+    return match(untilNul(text), 0, Spelling::any).has_value();
+}
+
+std::optional<LikePattern::Range> LikePattern::find(std::string_view utf8, size_t from) const
+{
+    std::optional<Match> found = match(utf8, from, Spelling::wellFormed);
+    if (!found && mayBeSpeltOtherwise(utf8))
+        found = match(utf8, from, Spelling::any);
+    return found && found->range.length > 0 ? std::optional(found->range) : std::nullopt;
+}
+
+} // namespace qm
