@@ -81,6 +81,24 @@ static Pix *enlarged(const QImage &gray, double scale)
     return result;
 }
 
+// The symbols of the line at which the iterator stands; it is left at the first symbol of the next line.
+static QList<Symbol> symbolsOfLine(tesseract::ResultIterator &it, double scale, bool *more)
+{
+    QList<Symbol> symbols;
+    do {
+        const std::unique_ptr<char[]> text(it.GetUTF8Text(tesseract::RIL_SYMBOL));
+        int left = 0, top = 0, right = 0, bottom = 0;
+        if (text && it.BoundingBox(tesseract::RIL_SYMBOL, &left, &top, &right, &bottom)) {
+            symbols += {.text = QString::fromUtf8(text.get()),
+                        .box = {left / scale, top / scale, (right - left) / scale, (bottom - top) / scale},
+                        .blankBefore = it.IsAtBeginningOf(tesseract::RIL_WORD) && it.BlanksBeforeWord() > 0,
+                        .confidence = double(it.Confidence(tesseract::RIL_SYMBOL))};
+        }
+        *more = it.Next(tesseract::RIL_SYMBOL);
+    } while (*more && !it.IsAtBeginningOf(tesseract::RIL_TEXTLINE));
+    return symbols;
+}
+
 QList<Line> Engine::read(const QImage &gray, double scale)
 {
     QList<Line> lines;
@@ -91,16 +109,9 @@ QList<Line> Engine::read(const QImage &gray, double scale)
     pixDestroy(&pix); // the engine holds its own reference
     if (m_api->Recognize(nullptr) == 0) {
         const std::unique_ptr<tesseract::ResultIterator> it(m_api->GetIterator());
-        static constexpr auto level = tesseract::RIL_TEXTLINE;
-        for (bool more = it && !it->Empty(level); more; more = it->Next(level)) {
-            const std::unique_ptr<char[]> text(it->GetUTF8Text(level));
-            const QString line = tidied(QString::fromUtf8(text.get()));
-            int left = 0, top = 0, right = 0, bottom = 0;
-            if (!line.isEmpty() && it->BoundingBox(level, &left, &top, &right, &bottom))
-                lines +=
-                    {QRectF(left / scale, top / scale, (right - left) / scale, (bottom - top) / scale).toAlignedRect(),
-                     line};
-        }
+        for (bool more = it && !it->Empty(tesseract::RIL_SYMBOL); more;)
+            if (const std::optional<Line> line = lineOf(symbolsOfLine(*it, scale, &more)))
+                lines += *line;
     }
     m_api->Clear();
     return lines;

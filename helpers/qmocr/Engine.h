@@ -1,9 +1,9 @@
 #pragma once
 
+#include "helpers/qmocr/Line.h"
+
 #include <QImage>
-#include <QList>
-#include <QRect>
-#include <QString>
+#include <QStringList>
 
 #include <memory>
 
@@ -12,12 +12,6 @@ class TessBaseAPI;
 }
 
 namespace qm::ocr {
-
-// A line of text and its position in the picture, in pixels.
-struct Line {
-    QRect box;
-    QString text; // as recognised, tidied (see Text.h)
-};
 
 // One recogniser with its language data loaded. One thread. Loading takes about a tenth of a second and 50 MB.
 class Engine

@@ -22,7 +22,7 @@ TextReader::TextReader(const QString &languages)
 }
 
 template<class Prepare>
-static QStringList readBySlices(Engine &engine, const QImage &gray, const Prepare &prepare)
+static QList<Line> readBySlices(Engine &engine, const QImage &gray, const Prepare &prepare)
 {
     const QList<QRect> pieces = slices(gray);
     QList<QList<Line>> read;
@@ -30,21 +30,18 @@ static QStringList readBySlices(Engine &engine, const QImage &gray, const Prepar
         const QImage part = prepare(gray.copy(piece));
         QList<Line> lines = engine.read(part, readingScale(textHeight(part), part.size()));
         for (Line &line : lines)
-            line.box.translate(piece.topLeft());
+            line.translate(piece.topLeft());
         read += lines;
     }
-    QStringList texts;
-    for (const Line &line : joined(pieces, read))
-        texts += line.text;
-    return texts;
+    return joined(pieces, read);
 }
 
-QStringList TextReader::first(const QImage &gray)
+QList<Line> TextReader::first(const QImage &gray)
 {
     return readBySlices(m_first, gray, normalised);
 }
 
-QStringList TextReader::second(const QImage &gray, const QStringList &first)
+QList<Line> TextReader::second(const QImage &gray, const QList<Line> &first)
 {
     return merged(first, readBySlices(m_second, gray, [](const QImage &part) { return part; }));
 }

@@ -3,9 +3,6 @@
 #include "helpers/qmocr/Engine.h"
 
 #include <QImage>
-#include <QStringList>
-
-#include <optional>
 
 namespace qm::ocr {
 
@@ -19,9 +16,10 @@ public:
 
     bool isReady() const { return m_first.isReady(); } // false if no language data is installed
 
-    QStringList first(const QImage &gray);
+    // The lines' boxes are in pixels of the picture.
+    QList<Line> first(const QImage &gray);
     // The first pass's lines plus what a second look adds.
-    QStringList second(const QImage &gray, const QStringList &first);
+    QList<Line> second(const QImage &gray, const QList<Line> &first);
 
 private:
     Engine m_first;

@@ -159,7 +159,7 @@ private Q_SLOTS:
                     for (int i = 0; i < pieces.size(); ++i) {
                         const QRect line(100, y + (i % 2 ? jitter : -jitter), 500, height), seen = line & pieces[i];
                         if (!seen.isEmpty())
-                            read[i] += {seen, seen == line ? expected.last() : QStringLiteral("stump")};
+                            read[i] += {seen, seen == line ? expected.last() : QStringLiteral("stump"), {}};
                     }
                 }
                 for (const Line &line : joined(pieces, read))

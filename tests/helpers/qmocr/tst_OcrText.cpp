@@ -8,6 +8,27 @@
 using namespace qm::ocr;
 using namespace Qt::StringLiterals;
 
+// As recognised character by character: each takes ten pixels, blanks too.
+static QList<Symbol> symbols(const QString &text)
+{
+    QList<Symbol> symbols;
+    for (qsizetype i = 0; i < text.size(); ++i) {
+        if (text[i].isLowSurrogate())
+            symbols.last().text += text[i];
+        else
+            symbols += {.text = text[i], .box = QRectF(10.0 * double(i), 5, 9, 12)};
+    }
+    return symbols;
+}
+
+static QList<Line> lines(const QString &text)
+{
+    QList<Line> lines;
+    for (const QString &line : text.split(u'|', Qt::SkipEmptyParts))
+        lines += *lineOf(symbols(line));
+    return lines;
+}
+
 class tst_OcrText : public QObject
 {
     Q_OBJECT
@@ -29,7 +50,31 @@ private Q_SLOTS:
             {u" \n"_s, u""_s},
         };
         for (const auto &[line, expected] : rows)
-            QCOMPARE(tidied(line), expected);
+            QCOMPARE(lineOf(symbols(line)).value_or(Line()).text, expected);
+    }
+
+    void placesOfWords()
+    {
+        // Each part that can be pointed at, as its text, first pixel and width.
+        const std::pair<QString, QString> rows[] = {
+            {u" of the\u0001m "_s, u"of 10 19|them 40 49"_s},
+            {u"第 3版beta"_s, u"第 0 9|3 20 9|版 30 9|beta 40 39"_s},
+            {u"𠮷 か\u3099"_s, u"𠮷 0 9|が 30 19"_s},
+        };
+        for (const auto &[text, expected] : rows) {
+            const std::optional<Line> line = lineOf(symbols(text));
+            QVERIFY(line);
+            QStringList words;
+            for (const Word &word : line->words) {
+                words += line->text.mid(word.start, word.length) + u" %1 %2"_s.arg(word.box.x()).arg(word.box.width());
+                QVERIFY(line->box.contains(word.box));
+            }
+            QCOMPARE(words.join(u'|'), expected);
+        }
+        // One symbol for several characters is shared out among them.
+        QCOMPARE(lineOf({{.text = u"会議"_s, .box = {10, 0, 20, 10}}})->words[1].box, QRect(20, 0, 10, 10));
+        QCOMPARE(QJsonDocument(placesOf(lines(u"ab c"_s))).toJson(QJsonDocument::Compact),
+                 QByteArray(R"([{"box":[0,5,39,12],"words":[[0,2,0,5,19,12],[3,1,30,5,9,12]]}])"));
     }
 
     void mergedPasses()
@@ -45,7 +90,7 @@ private Q_SLOTS:
             {u""_s, u"Save"_s, u"Save"_s},
         };
         for (const QStringList &row : rows)
-            QCOMPARE(merged(row[0].split(u'|', Qt::SkipEmptyParts), row[1].split(u'|')).join(u'|'), row[2]);
+            QCOMPARE(textOf(merged(lines(row[0]), lines(row[1]))).replace(u'\n', u'|'), row[2]);
     }
 
     void messages()
@@ -71,7 +116,9 @@ private Q_SLOTS:
         const QDateTime now = QDateTime::currentDateTimeUtc();
         const Answer lasting{.error = u"broken"_s, .lasting = true}, passing{.error = u"busy"_s};
         const auto isError = [&](const Answer &answer, const QDateTime &changed) {
-            return QJsonDocument::fromJson(resultLine("/x.png", answer, changed, now)).object().contains(u"error"_s);
+            return QJsonDocument::fromJson(resultLine("/x.png", answer, changed, now, Boxes::no))
+                .object()
+                .contains(u"error"_s);
         };
         QVERIFY(!isError(lasting, now.addSecs(-3600)) && !isError(lasting, now.addSecs(3600)));
         QVERIFY(isError(lasting, now.addSecs(-3599)) && isError(lasting, now.addSecs(5)));
@@ -82,7 +129,8 @@ private Q_SLOTS:
     void resultLineIsOneLineOfUtf8()
     {
         const Answer answer{.text = u"a\n\"b\"\t\\ \u3042"_s + QChar(0xd800) + QChar(0x2028)};
-        const QByteArray line = resultLine("/tmp/\xff\xe7\x94\xbb.png", answer, {}, QDateTime::currentDateTimeUtc());
+        const QByteArray line =
+            resultLine("/tmp/\xff\xe7\x94\xbb.png", answer, {}, QDateTime::currentDateTimeUtc(), Boxes::no);
         QVERIFY(!line.contains('\n'));
         QCOMPARE(QString::fromUtf8(line).toUtf8(), line);
         const QJsonObject object = QJsonDocument::fromJson(line).object();
