@@ -10,8 +10,9 @@ namespace qm::ocr {
 struct Symbol {
     QString text;
     QRectF box; // pixels of the picture
-    bool blankBefore = false;
-    double confidence = 100.0; // 0 to 100
+    bool beginsWord = false;
+    bool blankBefore = false;  // implies beginsWord; words of Japanese have none before them
+    double confidence = 100.0; // in its word, 0 to 100; above 80 nearly every word is right
 };
 
 // A part of a line that can be pointed at: a word, or one character of a script written without blanks.
@@ -23,14 +24,17 @@ struct Word {
 // A line of text and its position, in pixels of the picture.
 struct Line {
     QRect box;
-    QString text;      // never empty, see lineOf()
-    QList<Word> words; // in the order of the text, of which they leave out the blanks
+    QString text;               // never empty, see lineOf()
+    QList<Word> words;          // in the order of the text, of which they leave out the blanks
+    QList<Symbol> symbols = {}; // what it was made of
 
     void translate(QPoint by)
     {
         box.translate(by);
         for (Word &word : words)
             word.box.translate(by);
+        for (Symbol &symbol : symbols)
+            symbol.box.translate(by);
     }
 };
 

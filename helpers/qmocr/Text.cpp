@@ -4,6 +4,8 @@
 #include <QTextBoundaryFinder>
 
 #include <algorithm>
+#include <span>
+#include <vector>
 
 namespace qm::ocr {
 
@@ -94,6 +96,7 @@ std::optional<Line> lineOf(const QList<Symbol> &symbols)
     if (characters.isEmpty())
         return std::nullopt;
     Line line;
+    line.symbols = symbols;
     bool within = false; // a word that continues
     for (const Character &character : std::as_const(characters)) {
         const qsizetype start = line.text.size();
@@ -113,14 +116,104 @@ std::optional<Line> lineOf(const QList<Symbol> &symbols)
     return line;
 }
 
-static QString folded(const QString &text)
+bool isJapanese(const Symbol &symbol)
 {
-    return text.normalized(QString::NormalizationForm_KC).toCaseFolded();
+    return !symbol.text.isEmpty() && isJapanese(symbol.text.toUcs4().front());
 }
 
-static QString withoutBlanks(QString text)
+namespace {
+
+using Stretch = std::span<const Symbol>;
+
+// Symbols of two readings that are the same.
+struct Match {
+    qsizetype one, other;
+};
+
+} // namespace
+
+// The longest common subsequence.
+static std::vector<Match> matches(const QList<Symbol> &one, const QList<Symbol> &other)
 {
-    return text.remove(u' ');
+    const qsizetype width = other.size() + 1;
+    std::vector<int> lengths(size_t((one.size() + 1) * width)); // of that of the rests
+    const auto length = [&](qsizetype i, qsizetype k) -> int & { return lengths[size_t(i * width + k)]; };
+    for (qsizetype i = one.size() - 1; i >= 0; --i)
+        for (qsizetype k = other.size() - 1; k >= 0; --k)
+            length(i, k) =
+                one[i].text == other[k].text ? length(i + 1, k + 1) + 1 : std::max(length(i + 1, k), length(i, k + 1));
+    std::vector<Match> found;
+    for (qsizetype i = 0, k = 0; i < one.size() && k < other.size();) {
+        if (one[i].text == other[k].text)
+            found.push_back({i++, k++});
+        else
+            ++(length(i + 1, k) >= length(i, k + 1) ? i : k);
+    }
+    return found;
+}
+
+static bool endsWord(const QList<Symbol> &symbols, qsizetype i)
+{
+    return i + 1 == symbols.size() || symbols[i + 1].beginsWord;
+}
+
+// The mean over the symbols; 0 of none.
+static double confidenceOf(Stretch symbols)
+{
+    double sum = 0;
+    for (const Symbol &symbol : symbols)
+        sum += symbol.confidence;
+    return symbols.empty() ? 0 : sum / double(symbols.size());
+}
+
+QList<Symbol> better(const QList<Symbol> &one, const QList<Symbol> &other)
+{
+    QList<Symbol> result;
+    Match from{0, 0};
+    int common = 0; // symbols since then
+    const auto take = [&](Match to) {
+        const Stretch mine(one.constData() + from.one, size_t(to.one - from.one));
+        const Stretch theirs(other.constData() + from.other, size_t(to.other - from.other));
+        const double least = mine.empty() ? sureConfidence : confidenceOf(mine);
+        const Stretch best = confidenceOf(theirs) > least ? theirs : mine;
+        for (Symbol symbol : best) {
+            if (common == 0 && symbol.confidence < sureConfidence && !isJapanese(symbol))
+                symbol.confidence /= 2; // the readings have nothing in common
+            result += symbol;
+        }
+        from = to;
+        common = 0;
+    };
+    for (const Match &match : matches(one, other)) {
+        // Words are taken whole.
+        const bool alone = isJapanese(one[match.one]);
+        if (alone || (one[match.one].beginsWord && other[match.other].beginsWord))
+            take(match);
+        ++common;
+        if (alone || (endsWord(one, match.one) && endsWord(other, match.other)))
+            take({match.one + 1, match.other + 1});
+    }
+    take({one.size(), other.size()});
+    return result;
+}
+
+QList<Symbol> withoutNoise(const QList<Symbol> &symbols)
+{
+    static constexpr double least = 40; // confidence
+    const auto isJapaneseAt = [&](qsizetype i) { return i >= 0 && i < symbols.size() && isJapanese(symbols[i]); };
+    QList<Symbol> result;
+    bool blank = false;
+    for (qsizetype i = 0; i < symbols.size(); ++i) {
+        blank = blank || symbols[i].blankBefore;
+        // Among others, a Japanese character is rarely made up.
+        const bool amongOthers = isJapaneseAt(i) && (isJapaneseAt(i - 1) || isJapaneseAt(i + 1));
+        if (symbols[i].confidence < least && !amongOthers)
+            continue;
+        result += symbols[i];
+        result.last().blankBefore = blank;
+        blank = false;
+    }
+    return result;
 }
 
 QString textOf(const QList<Line> &lines)
@@ -129,24 +222,6 @@ QString textOf(const QList<Line> &lines)
     for (const Line &line : lines)
         texts += line.text;
     return texts.join(u'\n');
-}
-
-QList<Line> merged(const QList<Line> &first, const QList<Line> &second)
-{
-    QList<Line> result = first;
-    const QString known = folded(textOf(first)).replace(u'\n', u' ');
-    const QString knownLetters = withoutBlanks(known);
-    for (const Line &line : second) {
-        const QString text = folded(line.text);
-        if (knownLetters.contains(withoutBlanks(text)))
-            continue;
-        const QStringList words = text.split(u' ', Qt::SkipEmptyParts);
-        const bool adds = std::any_of(words.begin(), words.end(),
-                                      [&](const QString &word) { return word.size() >= 2 && !known.contains(word); });
-        if (adds)
-            result += line;
-    }
-    return result;
 }
 
 } // namespace qm::ocr

@@ -3,6 +3,7 @@
 
 #include <QJsonDocument>
 #include <QJsonObject>
+#include <QRegularExpression>
 #include <QTest>
 
 using namespace qm::ocr;
@@ -21,12 +22,20 @@ static QList<Symbol> symbols(const QString &text)
     return symbols;
 }
 
-static QList<Line> lines(const QString &text)
+// Words with their confidence, "such:90 as:80"; between those with a plus there is no blank.
+static QList<Symbol> reading(const QString &text)
 {
-    QList<Line> lines;
-    for (const QString &line : text.split(u'|', Qt::SkipEmptyParts))
-        lines += *lineOf(symbols(line));
-    return lines;
+    QList<Symbol> read;
+    static const QRegularExpression words(u"([ +]?)(.+?):(\\d+)"_s);
+    for (const QRegularExpressionMatch &word : words.globalMatch(text)) {
+        const qsizetype start = read.size();
+        read += symbols(word.captured(2));
+        read[start].beginsWord = true;
+        read[start].blankBefore = word.captured(1) == u" ";
+        for (qsizetype i = start; i < read.size(); ++i)
+            read[i].confidence = word.captured(3).toInt();
+    }
+    return read;
 }
 
 class tst_OcrText : public QObject
@@ -73,24 +82,27 @@ private Q_SLOTS:
         }
         // One symbol for several characters is shared out among them.
         QCOMPARE(lineOf({{.text = u"会議"_s, .box = {10, 0, 20, 10}}})->words[1].box, QRect(20, 0, 10, 10));
-        QCOMPARE(QJsonDocument(placesOf(lines(u"ab c"_s))).toJson(QJsonDocument::Compact),
+        QCOMPARE(QJsonDocument(placesOf({*lineOf(symbols(u"ab c"_s))})).toJson(QJsonDocument::Compact),
                  QByteArray(R"([{"box":[0,5,39,12],"words":[[0,2,0,5,19,12],[3,1,30,5,9,12]]}])"));
     }
 
-    void mergedPasses()
+    void betterOfTwoReadings()
     {
-        const QStringList rows[] = {
-            {u"Save|Cancel"_s, u"Save Cancel|Save"_s, u"Save|Cancel"_s}, // two cells as one line
-            {u"Night light"_s, u"NIGHTLIGHT"_s, u"Night light"_s},
-            {u"ABC ファイル"_s, u"ＡＢＣ ﾌｧｲﾙ"_s, u"ABC ファイル"_s},
-            {u"Save"_s, u"Cancel"_s, u"Save|Cancel"_s},
-            {u"Save Cancel"_s, u"Save Cancel Apply"_s, u"Save Cancel|Save Cancel Apply"_s},
-            {u"one two three"_s, u"three one"_s, u"one two three"_s},
-            {u"Save"_s, u"! x Save"_s, u"Save"_s}, // single new letters are noise
-            {u""_s, u"Save"_s, u"Save"_s},
+        const std::tuple<QString, QString, QString> rows[] = {
+            {u"Follow:90 tbe:60"_s, u"Fo11ow:70 the:96"_s, u"Follow the"_s},
+            {u"lib rary:60 card:90"_s, u"library:95 card:96"_s, u"library card"_s}, // words are taken whole
+            {u"受信:65+トイ:93"_s, u"受信:96+トレイ:40"_s, u"受信トイ"_s},
+            {u"三:60+千:10+冊:92"_s, u"三:96+骨:3+冊:50"_s, u"三千冊"_s},
+            {u"page:90 ee:79"_s, u"page:96"_s, u"page"_s}, // an icon, of which the other made nothing
+            {u"page:90 See:81"_s, u"page:96"_s, u"page See"_s},
+            {u"(:20 園:30 Save:95 ...:60"_s, u""_s, u"Save"_s},
+            {u"page:90 See:50"_s, u"page:96 Sea:49"_s, u"page See"_s}, // nearly agreed on
+            {u""_s, u"Save:90"_s, u"Save"_s},
         };
-        for (const QStringList &row : rows)
-            QCOMPARE(textOf(merged(lines(row[0]), lines(row[1]))).replace(u'\n', u'|'), row[2]);
+        for (const auto &[one, other, expected] : rows) {
+            const std::optional<Line> line = lineOf(withoutNoise(better(reading(one), reading(other))));
+            QCOMPARE(line.value_or(Line()).text, expected);
+        }
     }
 
     void messages()
