@@ -41,7 +41,7 @@ static QString available(const QString &set, const QStringList &installed)
     return parts.join(u'+');
 }
 
-Engine::Engine(const QStringList &languageSets, Layout layout, Invert invert)
+Engine::Engine(const QStringList &languageSets, Layout layout)
     : m_api(new TessBaseAPI)
 {
     load(*m_api, languageSets.first());
@@ -54,8 +54,8 @@ Engine::Engine(const QStringList &languageSets, Layout layout, Invert invert)
     }
     if (!m_ready)
         return;
-    m_api->SetPageSegMode(layout == Layout::sparse ? tesseract::PSM_SPARSE_TEXT : tesseract::PSM_SINGLE_BLOCK);
-    m_api->SetVariable("tessedit_do_invert", invert == Invert::yes ? "1" : "0");
+    m_api->SetPageSegMode(layout == Layout::sparse ? tesseract::PSM_SPARSE_TEXT : tesseract::PSM_SINGLE_LINE);
+    m_api->SetVariable("tessedit_do_invert", "0"); // pictures are made dark on light before
     m_api->SetVariable("preserve_interword_spaces", "1");
 }
 
@@ -81,29 +81,69 @@ static Pix *enlarged(const QImage &gray, double scale)
     return result;
 }
 
-QList<Line> Engine::read(const QImage &gray, double scale)
+// The symbols of the line at which the iterator stands; it is left at the first symbol of the next line.
+static QList<Symbol> symbolsOfLine(tesseract::ResultIterator &it, double scale, bool *more)
+{
+    QList<Symbol> symbols;
+    do {
+        const std::unique_ptr<char[]> text(it.GetUTF8Text(tesseract::RIL_SYMBOL));
+        int left = 0, top = 0, right = 0, bottom = 0;
+        if (text && it.BoundingBox(tesseract::RIL_SYMBOL, &left, &top, &right, &bottom)) {
+            const bool beginsWord = it.IsAtBeginningOf(tesseract::RIL_WORD);
+            symbols += {.text = QString::fromUtf8(text.get()),
+                        .box = {left / scale, top / scale, (right - left) / scale, (bottom - top) / scale},
+                        .beginsWord = beginsWord,
+                        .blankBefore = beginsWord && it.BlanksBeforeWord() > 0,
+                        .confidence = double(it.Confidence(tesseract::RIL_WORD))};
+        }
+        *more = it.Next(tesseract::RIL_SYMBOL);
+    } while (*more && !it.IsAtBeginningOf(tesseract::RIL_TEXTLINE));
+    return symbols;
+}
+
+static QList<Line> linesOf(TessBaseAPI &api, double scale)
 {
     QList<Line> lines;
+    if (api.Recognize(nullptr) != 0)
+        return lines;
+    const std::unique_ptr<tesseract::ResultIterator> it(api.GetIterator());
+    for (bool more = it && !it->Empty(tesseract::RIL_SYMBOL); more;)
+        if (const std::optional<Line> line = lineOf(symbolsOfLine(*it, scale, &more)))
+            lines += *line;
+    return lines;
+}
+
+QList<Line> Engine::read(const QImage &gray, double scale)
+{
     Pix *pix = m_ready && !gray.isNull() ? enlarged(gray, scale) : nullptr;
     if (!pix)
-        return lines;
+        return {};
     m_api->SetImage(pix);
     pixDestroy(&pix); // the engine holds its own reference
-    if (m_api->Recognize(nullptr) == 0) {
-        const std::unique_ptr<tesseract::ResultIterator> it(m_api->GetIterator());
-        static constexpr auto level = tesseract::RIL_TEXTLINE;
-        for (bool more = it && !it->Empty(level); more; more = it->Next(level)) {
-            const std::unique_ptr<char[]> text(it->GetUTF8Text(level));
-            const QString line = tidied(QString::fromUtf8(text.get()));
-            int left = 0, top = 0, right = 0, bottom = 0;
-            if (!line.isEmpty() && it->BoundingBox(level, &left, &top, &right, &bottom))
-                lines +=
-                    {QRectF(left / scale, top / scale, (right - left) / scale, (bottom - top) / scale).toAlignedRect(),
-                     line};
-        }
-    }
+    const QList<Line> lines = linesOf(*m_api, scale);
     m_api->Clear();
     return lines;
+}
+
+QList<QList<Line>> Engine::read(const QImage &gray, double scale, const QList<QRect> &areas)
+{
+    QList<QList<Line>> read(areas.size());
+    Pix *pix = m_ready && !gray.isNull() ? enlarged(gray, scale) : nullptr;
+    if (!pix)
+        return read;
+    m_api->SetImage(pix);
+    const QRect whole(0, 0, pixGetWidth(pix), pixGetHeight(pix));
+    pixDestroy(&pix);
+    for (qsizetype i = 0; i < areas.size(); ++i) {
+        const QRectF area(areas[i]);
+        const QRect part = QRectF(area.topLeft() * scale, area.size() * scale).toAlignedRect() & whole;
+        if (part.isEmpty())
+            continue;
+        m_api->SetRectangle(part.x(), part.y(), part.width(), part.height());
+        read[i] = linesOf(*m_api, scale);
+    }
+    m_api->Clear();
+    return read;
 }
 
 } // namespace qm::ocr

@@ -1,9 +1,9 @@
 #pragma once
 
+#include "helpers/qmocr/Line.h"
+
 #include <QImage>
-#include <QList>
-#include <QRect>
-#include <QString>
+#include <QStringList>
 
 #include <memory>
 
@@ -13,31 +13,27 @@ class TessBaseAPI;
 
 namespace qm::ocr {
 
-// A line of text and its position in the picture, in pixels.
-struct Line {
-    QRect box;
-    QString text; // as recognised, tidied (see Text.h)
-};
-
 // One recogniser with its language data loaded. One thread. Loading takes about a tenth of a second and 50 MB.
 class Engine
 {
 public:
     enum class Layout {
         sparse, // text anywhere, in any order: finds labels, cells and buttons
-        block,  // one block of lines: finds long lines that sparse tears apart
+        line,   // one line
     };
-    enum class Invert { no, yes }; // whether to try light text on dark as well
 
     // Uses the best of these language sets whose data is installed; parts of a set ("eng+jpn") may be missing. If none
     // is usable, uses whatever else is installed. isReady() tells whether there was anything.
-    Engine(const QStringList &languageSets, Layout layout, Invert invert);
+    Engine(const QStringList &languageSets, Layout layout);
     ~Engine();
 
     bool isReady() const { return m_ready; }
 
-    // The lines of a grey picture, which is first enlarged by the scale; boxes are in the original picture's pixels.
+    // The lines of a grey picture, dark on light, which is first enlarged by the scale; boxes are in the original picture's
+    // pixels.
     QList<Line> read(const QImage &gray, double scale);
+    // The same of parts of it, each for itself.
+    QList<QList<Line>> read(const QImage &gray, double scale, const QList<QRect> &areas);
 
 private:
     std::unique_ptr<tesseract::TessBaseAPI> m_api;

@@ -1,13 +1,13 @@
 #include "helpers/qmocr/Preprocess.h"
 
-#include <QList>
+#include "helpers/qmocr/Components.h"
+#include "helpers/qmocr/Surfaces.h"
 
-#include <allheaders.h>
+#include <QList>
 
 #include <algorithm>
 #include <array>
 #include <cmath>
-#include <memory>
 #include <vector>
 
 namespace qm::ocr {
@@ -17,7 +17,6 @@ static constexpr int reach = 8;        // tiles on either side that determine a 
 static constexpr int bins = 64;        // of four grey levels each
 static constexpr int minContrast = 48; // grey levels; anything less is noise and stays faint
 static constexpr int fullContrast = 220;
-static constexpr int darkBelow = 150; // grey level below which a pixel belongs to a letter
 static constexpr int fewestLetters = 20;
 static constexpr double bestHeight = 20; // pixels
 
@@ -43,113 +42,107 @@ QImage toGray(const QImage &picture)
     return gray;
 }
 
-namespace {
-
 using Histogram = std::array<int, bins>;
 
-// The reference for a tile's pixels.
-struct Ground {
-    int background = 255; // grey level
-    int contrast = 255;   // grey levels between background and text
-};
-
-} // namespace
-
-static Ground groundOf(const Histogram &h)
+// Calls tell(area, histogram) for each tile with the histogram of its strip.
+template<class Tell>
+static void forEachTile(const QImage &gray, const Tell &tell)
 {
-    int mode = 0, most = -1, total = 0;
-    for (int k = 0; k < bins; ++k) {
-        const int weight = 2 * h[k] + (k > 0 ? h[k - 1] : 0) + (k + 1 < bins ? h[k + 1] : 0);
-        if (weight > most) {
-            most = weight;
-            mode = k;
-        }
-        total += h[k];
-    }
-    // The distance that only one pixel in a hundred exceeds.
-    int distance = bins - 1, beyond = 0;
-    for (; distance > 0; --distance) {
-        beyond += (mode >= distance ? h[mode - distance] : 0) + (mode + distance < bins ? h[mode + distance] : 0);
-        if (100 * beyond > total)
-            break;
-    }
-    return {mode * 4 + 2, distance * 4};
-}
-
-static std::vector<Histogram> histograms(const QImage &gray, int top, int rows)
-{
-    std::vector<Histogram> tiles((gray.width() + tileEdge - 1) / tileEdge, Histogram{});
-    for (int y = top; y < top + rows; ++y) {
-        const uchar *in = gray.constScanLine(y);
-        for (int x = 0; x < gray.width(); ++x)
-            ++tiles[x / tileEdge][in[x] >> 2];
-    }
-    return tiles;
-}
-
-QImage normalised(const QImage &gray)
-{
-    QImage result(gray.size(), QImage::Format_Grayscale8);
-    std::array<uchar, 256> map;
+    const int count = (gray.width() + tileEdge - 1) / tileEdge;
+    std::vector<Histogram> tiles;
     for (int top = 0; top < gray.height(); top += tileEdge) {
         const int rows = std::min(tileEdge, gray.height() - top);
-        const std::vector<Histogram> tiles = histograms(gray, top, rows);
-        const int count = int(tiles.size());
+        tiles.assign(size_t(count), Histogram{});
+        for (int y = top; y < top + rows; ++y) {
+            const uchar *in = gray.constScanLine(y);
+            for (int x = 0; x < gray.width(); ++x)
+                ++tiles[size_t(x / tileEdge)][in[x] >> 2];
+        }
         Histogram strip{};
         const auto add = [&](int tile, int sign) {
             if (tile >= 0 && tile < count)
                 for (int k = 0; k < bins; ++k)
-                    strip[k] += sign * tiles[tile][k];
+                    strip[k] += sign * tiles[size_t(tile)][k];
         };
         for (int tile = 0; tile < reach; ++tile)
             add(tile, 1);
         for (int tile = 0; tile < count; ++tile) {
             add(tile + reach, 1);
             add(tile - reach - 1, -1);
-            const Ground ground = groundOf(strip);
-            const int contrast = std::max(minContrast, ground.contrast);
-            for (int level = 0; level < 256; ++level)
-                map[level] = uchar(255 - std::min(255, std::abs(level - ground.background) * fullContrast / contrast));
-            const int left = tile * tileEdge, right = std::min(left + tileEdge, gray.width());
-            for (int y = top; y < top + rows; ++y) {
-                const uchar *in = gray.constScanLine(y);
-                uchar *out = result.scanLine(y);
-                for (int x = left; x < right; ++x)
-                    out[x] = map[in[x]];
-            }
+            const int left = tile * tileEdge;
+            tell(QRect(left, top, std::min(tileEdge, gray.width() - left), rows), strip);
         }
     }
+}
+
+static int mostFrequent(const Histogram &h)
+{
+    int mode = 0, most = -1;
+    for (int k = 0; k < bins; ++k) {
+        const int weight = 2 * h[k] + (k > 0 ? h[k - 1] : 0) + (k + 1 < bins ? h[k + 1] : 0);
+        if (weight > most) {
+            most = weight;
+            mode = k;
+        }
+    }
+    return mode * 4 + 2;
+}
+
+// The level that only one pixel in a hundred exceeds.
+static int exceededByFew(const Histogram &h)
+{
+    int total = 0;
+    for (const int count : h)
+        total += count;
+    int k = bins - 1;
+    for (int beyond = 0; k > 0; --k) {
+        beyond += h[k];
+        if (100 * beyond > total)
+            break;
+    }
+    return k * 4;
+}
+
+QImage normalised(const QImage &gray)
+{
+    QImage levels(gray.size(), QImage::Format_Grayscale8);
+    forEachTile(gray, [&](const QRect &tile, const Histogram &strip) {
+        const uchar level = uchar(mostFrequent(strip));
+        for (int y = tile.top(); y <= tile.bottom(); ++y)
+            std::fill_n(levels.scanLine(y) + tile.left(), tile.width(), level);
+    });
+    levels = grounds(gray, std::move(levels));
+
+    QImage result = std::move(levels); // the distances from the ground, then the result
+    for (int y = 0; y < gray.height(); ++y) {
+        const uchar *in = gray.constScanLine(y);
+        uchar *out = result.scanLine(y);
+        for (int x = 0; x < gray.width(); ++x)
+            out[x] = uchar(std::abs(in[x] - out[x]));
+    }
+    forEachTile(result, [&](const QRect &tile, const Histogram &strip) {
+        const int contrast = std::max(minContrast, exceededByFew(strip));
+        for (int y = tile.top(); y <= tile.bottom(); ++y) {
+            uchar *out = result.scanLine(y);
+            for (int x = tile.left(); x <= tile.right(); ++x)
+                out[x] = uchar(255 - std::min(255, out[x] * fullContrast / contrast));
+        }
+    });
     return result;
 }
 
 int textHeight(const QImage &darkOnLight)
 {
-    if (darkOnLight.isNull())
-        return 0;
-    const auto release = [](Pix *pix) { pixDestroy(&pix); };
-    const std::unique_ptr<Pix, decltype(release)> dark(pixCreate(darkOnLight.width(), darkOnLight.height(), 1),
-                                                       release);
-    if (!dark)
-        return 0;
-    const int words = pixGetWpl(dark.get());
-    for (int y = 0; y < darkOnLight.height(); ++y) {
-        const uchar *in = darkOnLight.constScanLine(y);
-        l_uint32 *out = pixGetData(dark.get()) + size_t(y) * words;
-        for (int x = 0; x < darkOnLight.width(); ++x)
-            out[x >> 5] |= l_uint32(in[x] < darkBelow) << (31 - (x & 31));
-    }
-    Boxa *boxes = pixConnCompBB(dark.get(), 8);
     std::vector<int> heights;
-    for (int i = 0; i < boxaGetCount(boxes); ++i) {
-        l_int32 x, y, w, h;
-        boxaGetBoxGeometry(boxes, i, &x, &y, &w, &h);
+    const Components spots = Components::dark(darkOnLight, darkBelow);
+    for (const Component &spot : spots.all()) {
+        const int w = spot.box.width(), h = spot.box.height();
         if (h >= 4 && h <= 80 && w >= 2 && w <= 4 * h && h <= 4 * w)
             heights.push_back(h);
     }
-    boxaDestroy(&boxes);
     if (int(heights.size()) < fewestLetters)
         return 0;
-    const auto middle = heights.begin() + heights.size() / 2;
+    const auto middle = heights.begin() + ptrdiff_t(heights.size() / 2);
     std::nth_element(heights.begin(), middle, heights.end());
     return *middle;
 }

@@ -11,9 +11,10 @@ namespace qm::ocr {
 // second full-size copy in colour.
 QImage toGray(const QImage &picture);
 
-// Dark text on white, whatever the colours were. Each tile of 8 x 8 pixels takes the most frequent grey of its
-// neighbourhood (a strip of 17 tiles) as background; a pixel's darkness is its distance from that, stretched to the
-// strip's contrast. White text on a coloured bar, a selected row or a dark window thus reads like any other text.
+// Dark text on white, whatever the colours were. A pixel's darkness is its distance from the surface it stands on (see
+// Surfaces.h), stretched to the contrast of the neighbourhood (a strip of 17 tiles of 8 x 8 pixels); without a surface,
+// from the most frequent grey of the strip. White text on a button, a selected row or a dark window thus reads like any
+// other text.
 QImage normalised(const QImage &gray);
 
 // Median height in pixels of what looks like letters: connected dark spots with a letter's proportions. 0 if there are
@@ -24,6 +25,7 @@ int textHeight(const QImage &darkOnLight);
 // reads best: in quarters, 1 to 3, less if the result would exceed maxPixels or maxSide.
 double readingScale(int textHeight, QSize size);
 
+constexpr int darkBelow = 150;           // grey level below which a pixel of a normalised picture belongs to a letter
 constexpr qint64 maxPixels = 16'000'000; // after enlarging; more gains nothing and takes long
 constexpr int maxSide = 32'000;          // the recogniser refuses 32767 and more
 

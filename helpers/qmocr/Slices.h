@@ -1,6 +1,6 @@
 #pragma once
 
-#include "helpers/qmocr/Engine.h"
+#include "helpers/qmocr/Line.h"
 
 #include <QImage>
 #include <QList>

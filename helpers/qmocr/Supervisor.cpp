@@ -56,7 +56,7 @@ void Supervisor::done(const Job &job, const Answer &answer)
     if (answer.noData && !std::exchange(m_saidNoData, true))
         m_options.noData();
     const QDateTime changed = QFileInfo(QFile::decodeName(job.path)).lastModified();
-    m_options.emitLine(resultLine(job.path, answer, changed, QDateTime::currentDateTimeUtc()));
+    m_options.emitLine(resultLine(job.path, answer, changed, QDateTime::currentDateTimeUtc(), m_options.boxes));
     --m_open;
     handOut();
     if (m_closed && m_open == 0)
@@ -68,7 +68,8 @@ bool isSettled(const QDateTime &fileChanged, const QDateTime &now)
     return fileChanged.isValid() && std::abs(fileChanged.secsTo(now)) >= settled;
 }
 
-QByteArray resultLine(const QByteArray &path, const Answer &answer, const QDateTime &fileChanged, const QDateTime &now)
+QByteArray resultLine(const QByteArray &path, const Answer &answer, const QDateTime &fileChanged, const QDateTime &now,
+                      Boxes boxes)
 {
     QJsonObject line{{QStringLiteral("path"), QString::fromUtf8(path)}};
     if (answer.text)
@@ -77,6 +78,8 @@ QByteArray resultLine(const QByteArray &path, const Answer &answer, const QDateT
         line[QStringLiteral("text")] = QString();
     else
         line[QStringLiteral("error")] = answer.error;
+    if (boxes == Boxes::yes && line.contains(QStringLiteral("text")))
+        line[QStringLiteral("lines")] = answer.places;
     return QJsonDocument(line).toJson(QJsonDocument::Compact);
 }
 

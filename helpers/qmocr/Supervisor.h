@@ -22,6 +22,7 @@ public:
         WorkerProgram worker;
         int workers = 1; // maximum at once; started on demand
         Limits limits;
+        Boxes boxes = Boxes::no;                              // as the workers' arguments say
         std::function<void(const QByteArray &line)> emitLine; // without line end
         std::function<void()> emptied;                        // closed, and the last line has been emitted
         std::function<void()> noData;                         // called once, if no language data is installed
@@ -54,6 +55,7 @@ bool isSettled(const QDateTime &fileChanged, const QDateTime &now);
 
 // The line for one path. A settled file that will never be readable counts as read, with no text: an error would be
 // retried forever.
-QByteArray resultLine(const QByteArray &path, const Answer &answer, const QDateTime &fileChanged, const QDateTime &now);
+QByteArray resultLine(const QByteArray &path, const Answer &answer, const QDateTime &fileChanged, const QDateTime &now,
+                      Boxes boxes);
 
 } // namespace qm::ocr

@@ -1,52 +1,227 @@
 #include "helpers/qmocr/Text.h"
 
-#include <QRegularExpression>
+#include <QStringList>
+#include <QTextBoundaryFinder>
+
+#include <algorithm>
+#include <span>
+#include <vector>
 
 namespace qm::ocr {
 
-// Kana, ideographs, and the punctuation written among them without blanks: U+3001 to 303F (、。「」々), kana with the long
-// vowel mark, ideographs and their compatibility forms, full-width punctuation, half-width kana, the supplementary
-// planes. Full-width letters and digits are left out: words written in them are separated by blanks like any others.
-#define JAPANESE                                                                                                       \
-    "[\\x{3001}-\\x{30ff}\\x{31f0}-\\x{31ff}\\x{3400}-\\x{4dbf}\\x{4e00}-\\x{9fff}\\x{f900}-\\x{faff}"                 \
-    "\\x{ff01}-\\x{ff0f}\\x{ff1a}-\\x{ff20}\\x{ff3b}-\\x{ff40}\\x{ff5b}-\\x{ff9f}\\x{20000}-\\x{3ffff}]"
-
-QString tidied(const QString &line)
+// Kana, ideographs, and the punctuation written among them without blanks. Full-width letters and digits are left out:
+// words written in them are separated by blanks like any others.
+static bool isJapanese(char32_t c)
 {
-    static const QRegularExpression control(QStringLiteral("[\\p{Cc}\\p{Cf}]+"));
-    static const QRegularExpression between(QStringLiteral("(?<=" JAPANESE ")\\s+(?=" JAPANESE ")"));
-    QString text = line.simplified(); // line ends and tabs count as blanks
-    text.remove(control);
-    text.remove(between);
-    return text.normalized(QString::NormalizationForm_C);
+    static constexpr std::pair<char32_t, char32_t> ranges[] = {
+        {0x3001, 0x30ff}, // 、。「」々, kana with the long vowel mark
+        {0x31f0, 0x31ff},   {0x3400, 0x4dbf}, {0x4e00, 0x9fff}, {0xf900, 0xfaff}, {0xff01, 0xff0f},
+        {0xff1a, 0xff20},   {0xff3b, 0xff40}, {0xff5b, 0xff9f}, // full-width punctuation, half-width kana
+        {0x20000, 0x3ffff},
+    };
+    return std::any_of(std::begin(ranges), std::end(ranges),
+                       [c](const auto &range) { return c >= range.first && c <= range.second; });
 }
 
-static QString folded(const QString &text)
+namespace {
+
+// What the reader of the text takes for one character, with the part of the picture that it stands on.
+struct Character {
+    QString text;
+    QRectF box;
+
+    bool isBlank() const { return text == u' '; }
+    bool isJapanese() const { return qm::ocr::isJapanese(text.toUcs4().front()); }
+};
+
+} // namespace
+
+// Splits the box evenly among the units of the symbol's text.
+static QRectF partOf(const Symbol &symbol, qsizetype unit)
 {
-    return text.normalized(QString::NormalizationForm_KC).toCaseFolded();
+    const double step = symbol.box.width() / double(symbol.text.size());
+    return {symbol.box.x() + double(unit) * step, symbol.box.y(), step, symbol.box.height()};
 }
 
-static QString withoutBlanks(QString text)
+static QList<Character> charactersOf(const QList<Symbol> &symbols)
 {
-    return text.remove(u' ');
+    QString text;
+    QList<QRectF> boxes; // of the units of the text
+    for (const Symbol &symbol : symbols) {
+        if (symbol.blankBefore) {
+            text += u' ';
+            boxes += QRectF();
+        }
+        for (qsizetype i = 0; i < symbol.text.size(); ++i) {
+            text += symbol.text[i];
+            boxes += partOf(symbol, i);
+        }
+    }
+
+    QList<Character> characters;
+    QTextBoundaryFinder finder(QTextBoundaryFinder::Grapheme, text);
+    for (qsizetype start = 0, end; (end = finder.toNextBoundary()) > 0; start = end) {
+        Character character;
+        for (qsizetype i = start; i < end; ++i) {
+            if (text[i].isSpace())
+                character.text = u' ';
+            else if (text[i].category() != QChar::Other_Control && text[i].category() != QChar::Other_Format)
+                character.text += text[i];
+            character.box |= boxes[i];
+        }
+        character.text = character.text.normalized(QString::NormalizationForm_C);
+        if (!character.text.isEmpty())
+            characters += character;
+    }
+    return characters;
 }
 
-QStringList merged(const QStringList &first, const QStringList &second)
+static void removeNeedlessBlanks(QList<Character> &characters)
 {
-    QStringList result = first;
-    const QString known = folded(first.join(u' '));
-    const QString knownLetters = withoutBlanks(known);
-    for (const QString &line : second) {
-        const QString text = folded(line);
-        if (knownLetters.contains(withoutBlanks(text)))
+    QList<Character> kept;
+    for (qsizetype i = 0; i < characters.size(); ++i) {
+        const bool needless =
+            characters[i].isBlank() && (kept.isEmpty() || i + 1 == characters.size() || characters[i + 1].isBlank() ||
+                                        (kept.last().isJapanese() && characters[i + 1].isJapanese()));
+        if (!needless)
+            kept += characters[i];
+    }
+    characters = kept;
+}
+
+std::optional<Line> lineOf(const QList<Symbol> &symbols)
+{
+    QList<Character> characters = charactersOf(symbols);
+    removeNeedlessBlanks(characters);
+    if (characters.isEmpty())
+        return std::nullopt;
+    Line line;
+    line.symbols = symbols;
+    bool within = false; // a word that continues
+    for (const Character &character : std::as_const(characters)) {
+        const qsizetype start = line.text.size();
+        line.text += character.text;
+        const QRect box = character.box.toAlignedRect();
+        if (character.isBlank()) {
+            within = false;
+        } else if (character.isJapanese() || !within) {
+            line.words += {start, character.text.size(), box};
+            within = !character.isJapanese();
+        } else {
+            line.words.last().length += character.text.size();
+            line.words.last().box |= box;
+        }
+        line.box |= box;
+    }
+    return line;
+}
+
+bool isJapanese(const Symbol &symbol)
+{
+    return !symbol.text.isEmpty() && isJapanese(symbol.text.toUcs4().front());
+}
+
+namespace {
+
+using Stretch = std::span<const Symbol>;
+
+// Symbols of two readings that are the same.
+struct Match {
+    qsizetype one, other;
+};
+
+} // namespace
+
+// The longest common subsequence.
+static std::vector<Match> matches(const QList<Symbol> &one, const QList<Symbol> &other)
+{
+    const qsizetype width = other.size() + 1;
+    std::vector<int> lengths(size_t((one.size() + 1) * width)); // of that of the rests
+    const auto length = [&](qsizetype i, qsizetype k) -> int & { return lengths[size_t(i * width + k)]; };
+    for (qsizetype i = one.size() - 1; i >= 0; --i)
+        for (qsizetype k = other.size() - 1; k >= 0; --k)
+            length(i, k) =
+                one[i].text == other[k].text ? length(i + 1, k + 1) + 1 : std::max(length(i + 1, k), length(i, k + 1));
+    std::vector<Match> found;
+    for (qsizetype i = 0, k = 0; i < one.size() && k < other.size();) {
+        if (one[i].text == other[k].text)
+            found.push_back({i++, k++});
+        else
+            ++(length(i + 1, k) >= length(i, k + 1) ? i : k);
+    }
+    return found;
+}
+
+static bool endsWord(const QList<Symbol> &symbols, qsizetype i)
+{
+    return i + 1 == symbols.size() || symbols[i + 1].beginsWord;
+}
+
+// The mean over the symbols; 0 of none.
+static double confidenceOf(Stretch symbols)
+{
+    double sum = 0;
+    for (const Symbol &symbol : symbols)
+        sum += symbol.confidence;
+    return symbols.empty() ? 0 : sum / double(symbols.size());
+}
+
+QList<Symbol> better(const QList<Symbol> &one, const QList<Symbol> &other)
+{
+    QList<Symbol> result;
+    Match from{0, 0};
+    int common = 0; // symbols since then
+    const auto take = [&](Match to) {
+        const Stretch mine(one.constData() + from.one, size_t(to.one - from.one));
+        const Stretch theirs(other.constData() + from.other, size_t(to.other - from.other));
+        const double least = mine.empty() ? sureConfidence : confidenceOf(mine);
+        const Stretch best = confidenceOf(theirs) > least ? theirs : mine;
+        for (Symbol symbol : best) {
+            if (common == 0 && symbol.confidence < sureConfidence && !isJapanese(symbol))
+                symbol.confidence /= 2; // the readings have nothing in common
+            result += symbol;
+        }
+        from = to;
+        common = 0;
+    };
+    for (const Match &match : matches(one, other)) {
+        // Words are taken whole.
+        const bool alone = isJapanese(one[match.one]);
+        if (alone || (one[match.one].beginsWord && other[match.other].beginsWord))
+            take(match);
+        ++common;
+        if (alone || (endsWord(one, match.one) && endsWord(other, match.other)))
+            take({match.one + 1, match.other + 1});
+    }
+    take({one.size(), other.size()});
+    return result;
+}
+
+QList<Symbol> withoutNoise(const QList<Symbol> &symbols)
+{
+    static constexpr double least = 40; // confidence
+    const auto isJapaneseAt = [&](qsizetype i) { return i >= 0 && i < symbols.size() && isJapanese(symbols[i]); };
+    QList<Symbol> result;
+    bool blank = false;
+    for (qsizetype i = 0; i < symbols.size(); ++i) {
+        blank = blank || symbols[i].blankBefore;
+        // Among others, a Japanese character is rarely made up.
+        const bool amongOthers = isJapaneseAt(i) && (isJapaneseAt(i - 1) || isJapaneseAt(i + 1));
+        if (symbols[i].confidence < least && !amongOthers)
             continue;
-        const QStringList words = text.split(u' ', Qt::SkipEmptyParts);
-        const bool adds = std::any_of(words.begin(), words.end(),
-                                      [&](const QString &word) { return word.size() >= 2 && !known.contains(word); });
-        if (adds)
-            result += line;
+        result += symbols[i];
+        result.last().blankBefore = blank;
+        blank = false;
     }
     return result;
+}
+
+QString textOf(const QList<Line> &lines)
+{
+    QStringList texts;
+    for (const Line &line : lines)
+        texts += line.text;
+    return texts.join(u'\n');
 }
 
 } // namespace qm::ocr

@@ -1,16 +1,27 @@
 #pragma once
 
+#include "helpers/qmocr/Line.h"
+
 #include <QString>
-#include <QStringList>
+
+#include <optional>
 
 namespace qm::ocr {
 
-// Normalises a recognised line for searching: composed (NFC), no control characters, single blanks, none at the ends
-// and none between Japanese characters, where the recogniser inserts them at random and Japanese has none.
-QString tidied(const QString &line);
+// The symbols as a line for searching: composed (NFC), no control characters, single blanks, none at the ends and none
+// between Japanese characters, where the recogniser inserts them at random and Japanese has none. None if nothing is left.
+std::optional<Line> lineOf(const QList<Symbol> &symbols);
 
-// The lines of the first reading, then those of the second that add something: lines whose letters do not occur in the
-// first text (ignoring blanks, case and character width) and that contain a new word of at least two characters.
-QStringList merged(const QStringList &first, const QStringList &second);
+constexpr double sureConfidence = 80; // of a word: nearly all that have it are right
+
+bool isJapanese(const Symbol &symbol); // or punctuation written among Japanese
+
+// Two readings of a line, put together: where their words differ, those with the higher confidence stand.
+QList<Symbol> better(const QList<Symbol> &one, const QList<Symbol> &other);
+
+// Without the words that icons, pictures and remains of frames were taken for.
+QList<Symbol> withoutNoise(const QList<Symbol> &symbols);
+
+QString textOf(const QList<Line> &lines); // one line each
 
 } // namespace qm::ocr

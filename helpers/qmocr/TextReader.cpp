@@ -1,8 +1,11 @@
 #include "helpers/qmocr/TextReader.h"
 
+#include "helpers/qmocr/Frames.h"
 #include "helpers/qmocr/Preprocess.h"
 #include "helpers/qmocr/Slices.h"
 #include "helpers/qmocr/Text.h"
+
+#include <algorithm>
 
 namespace qm::ocr {
 
@@ -14,39 +17,101 @@ static QStringList setsFor(const QString &languages, const QStringList &otherwis
 // The script data "Japanese" reads Latin too, and better than the two languages together; its name depends on the
 // distribution.
 TextReader::TextReader(const QString &languages)
-    : m_first(setsFor(languages,
+    : m_languages(languages)
+    , m_first(setsFor(languages,
                       {QStringLiteral("Japanese"), QStringLiteral("script/Japanese"), QStringLiteral("eng+jpn")}),
-              Engine::Layout::sparse, Engine::Invert::no)
-    , m_second(setsFor(languages, {QStringLiteral("eng+jpn")}), Engine::Layout::block, Engine::Invert::yes)
+              Engine::Layout::sparse)
 {
 }
 
-template<class Prepare>
-static QStringList readBySlices(Engine &engine, const QImage &gray, const Prepare &prepare)
+static QImage prepared(const QImage &gray)
+{
+    QImage result = normalised(gray);
+    removeFrames(result, textHeight(result));
+    return result;
+}
+
+static double scaleFor(const QImage &prepared)
+{
+    return readingScale(textHeight(prepared), prepared.size());
+}
+
+QList<Line> TextReader::first(const QImage &gray)
 {
     const QList<QRect> pieces = slices(gray);
     QList<QList<Line>> read;
     for (const QRect &piece : pieces) {
-        const QImage part = prepare(gray.copy(piece));
-        QList<Line> lines = engine.read(part, readingScale(textHeight(part), part.size()));
+        const QImage part = prepared(gray.copy(piece));
+        QList<Line> lines = m_first.read(part, scaleFor(part));
         for (Line &line : lines)
-            line.box.translate(piece.topLeft());
+            line.translate(piece.topLeft());
         read += lines;
     }
-    QStringList texts;
-    for (const Line &line : joined(pieces, read))
-        texts += line.text;
-    return texts;
+    return joined(pieces, read);
 }
 
-QStringList TextReader::first(const QImage &gray)
+static bool isSure(const Line &line)
 {
-    return readBySlices(m_first, gray, normalised);
+    return std::all_of(line.symbols.begin(), line.symbols.end(),
+                       [](const Symbol &symbol) { return symbol.confidence >= sureConfidence; });
 }
 
-QStringList TextReader::second(const QImage &gray, const QStringList &first)
+// A line's box with some room around it, which the recogniser needs.
+static QRect areaOf(const Line &line)
 {
-    return merged(first, readBySlices(m_second, gray, [](const QImage &part) { return part; }));
+    const int margin = std::max(3, line.box.height() / 4);
+    return line.box.adjusted(-2 * margin, -margin, 2 * margin, margin);
+}
+
+static bool hasJapanese(const Line &line)
+{
+    return std::any_of(line.symbols.begin(), line.symbols.end(),
+                       [](const Symbol &symbol) { return isJapanese(symbol); });
+}
+
+void TextReader::readAgain(const QImage &gray, const QRect &piece, const QList<Line *> &lines,
+                           std::optional<Engine> &engine, const QString &languages)
+{
+    if (lines.isEmpty())
+        return;
+    if (!engine)
+        engine.emplace(setsFor(m_languages, {languages}), Engine::Layout::line);
+    const QImage part = prepared(gray.copy(piece));
+    QList<QRect> areas;
+    for (const Line *line : lines)
+        areas += areaOf(*line).translated(-piece.topLeft());
+    const QList<QList<Line>> again = engine->read(part, scaleFor(part), areas);
+    for (qsizetype i = 0; i < lines.size(); ++i) {
+        QList<Symbol> symbols;
+        for (Line line : again[i]) {
+            line.translate(piece.topLeft());
+            symbols += line.symbols;
+        }
+        if (const std::optional<Line> line = lineOf(better(lines[i]->symbols, symbols)))
+            *lines[i] = *line;
+    }
+}
+
+QList<Line> TextReader::second(const QImage &gray, const QList<Line> &first)
+{
+    QList<Line> lines = first;
+    QList<bool> done(lines.size(), false);
+    for (const QRect &piece : slices(gray)) {
+        QList<Line *> latin, japanese;
+        for (qsizetype i = 0; i < lines.size(); ++i) {
+            if (done[i] || isSure(lines[i]) || !piece.contains(lines[i].box))
+                continue;
+            done[i] = true;
+            (hasJapanese(lines[i]) ? japanese : latin) += &lines[i];
+        }
+        readAgain(gray, piece, latin, m_latin, QStringLiteral("eng"));
+        readAgain(gray, piece, japanese, m_japanese, QStringLiteral("jpn"));
+    }
+    QList<Line> result;
+    for (const Line &line : std::as_const(lines))
+        if (const std::optional<Line> clean = lineOf(withoutNoise(line.symbols)))
+            result += *clean;
+    return result;
 }
 
 } // namespace qm::ocr

@@ -3,14 +3,13 @@
 #include "helpers/qmocr/Engine.h"
 
 #include <QImage>
-#include <QStringList>
 
 #include <optional>
 
 namespace qm::ocr {
 
-// Reads a picture's text in two passes with different weaknesses: the first finds nearly everything, the second adds
-// lines that the first tore apart or missed. One thread.
+// Reads a picture's text in two passes with different weaknesses: the first finds nearly everything, the second looks
+// again at the lines of which the first is not sure. One thread.
 class TextReader
 {
 public:
@@ -19,13 +18,20 @@ public:
 
     bool isReady() const { return m_first.isReady(); } // false if no language data is installed
 
-    QStringList first(const QImage &gray);
-    // The first pass's lines plus what a second look adds.
-    QStringList second(const QImage &gray, const QStringList &first);
+    // The lines' boxes are in pixels of the picture.
+    QList<Line> first(const QImage &gray);
+    // The first pass's lines after a second look, without what is no text.
+    QList<Line> second(const QImage &gray, const QList<Line> &first);
 
 private:
+    // Replaces the lines, all of one piece, by what is better of another engine's reading.
+    void readAgain(const QImage &gray, const QRect &piece, const QList<Line *> &lines, std::optional<Engine> &engine,
+                   const QString &languages);
+
+    QString m_languages;
     Engine m_first;
-    Engine m_second;
+    // For what the first is not sure of; loaded when first needed.
+    std::optional<Engine> m_latin, m_japanese;
 };
 
 } // namespace qm::ocr

@@ -1,5 +1,7 @@
 #include "helpers/qmocr/WireFormat.h"
 
+#include <QJsonObject>
+
 namespace qm::ocr {
 
 QByteArray encoded(const QByteArray &request)
@@ -12,6 +14,20 @@ QByteArray encoded(const Reply &reply)
     QByteArray payload = reply.payload;
     payload.replace('\0', ' ');
     return char(reply.kind) + payload + '\0';
+}
+
+QJsonArray placesOf(const QList<Line> &lines)
+{
+    QJsonArray places;
+    for (const Line &line : lines) {
+        QJsonArray words;
+        for (const Word &word : line.words)
+            words +=
+                QJsonArray{word.start, word.length, word.box.x(), word.box.y(), word.box.width(), word.box.height()};
+        const QJsonArray box{line.box.x(), line.box.y(), line.box.width(), line.box.height()};
+        places += QJsonObject{{QStringLiteral("box"), box}, {QStringLiteral("words"), words}};
+    }
+    return places;
 }
 
 QList<QByteArray> MessageSplitter::take(const QByteArray &piece)

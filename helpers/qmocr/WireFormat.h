@@ -1,6 +1,9 @@
 #pragma once
 
+#include "helpers/qmocr/Line.h"
+
 #include <QByteArray>
+#include <QJsonArray>
 #include <QList>
 
 namespace qm::ocr {
@@ -12,6 +15,7 @@ struct Reply {
     enum class Kind : char {
         begun = 'b',        // work has started: the language data is loaded
         pixels = 'p',       // the picture is open; payload: number of pixels in decimal
+        places = 'l',       // of the lines of the text that follows: placesOf() as JSON
         firstText = 'f',    // result of the first pass; stands if nothing follows
         text = 't',         // the whole text; completes the request
         passingError = 'e', // completes it; the reason may be gone next time
@@ -24,6 +28,11 @@ struct Reply {
 
 QByteArray encoded(const QByteArray &request);
 QByteArray encoded(const Reply &reply);
+
+enum class Boxes { no, yes }; // whether it is told where the words stand
+
+// The lines' places as the program prints them: for each {"box": [x, y, w, h], "words": [[start, length, x, y, w, h]]}.
+QJsonArray placesOf(const QList<Line> &lines);
 
 // Splits the incoming stream into complete messages.
 class MessageSplitter

@@ -3,12 +3,14 @@
 #include "helpers/qmocr/Preprocess.h"
 #include "helpers/qmocr/ProcessControl.h"
 #include "helpers/qmocr/Supervisor.h"
+#include "helpers/qmocr/Text.h"
 #include "helpers/qmocr/TextReader.h"
 #include "helpers/qmocr/WireFormat.h"
 #include "imaging/ImageFile.h"
 
 #include <QFile>
 #include <QFileInfo>
+#include <QJsonDocument>
 
 #include <cerrno>
 #include <cstdlib>
@@ -51,7 +53,14 @@ private:
 
 } // namespace
 
-static void read(TextReader &reader, const QString &path, const ReplyPipe &replies)
+static void send(Kind kind, const QList<Line> &lines, Boxes boxes, const ReplyPipe &replies)
+{
+    if (boxes == Boxes::yes)
+        replies.send(Kind::places, QJsonDocument(placesOf(lines)).toJson(QJsonDocument::Compact));
+    replies.send(kind, textOf(lines).toUtf8());
+}
+
+static void read(TextReader &reader, const QString &path, Boxes boxes, const ReplyPipe &replies)
 {
     const QFileInfo info(path);
     if (!info.exists())
@@ -77,12 +86,12 @@ static void read(TextReader &reader, const QString &path, const ReplyPipe &repli
     if (gray.isNull())
         return replies.send(Kind::lastingError, "not enough memory");
     replies.send(Kind::pixels, QByteArray::number(qint64(gray.width()) * gray.height()));
-    const QStringList first = reader.first(gray);
-    replies.send(Kind::firstText, first.join(u'\n').toUtf8());
-    replies.send(Kind::text, reader.second(gray, first).join(u'\n').toUtf8());
+    const QList<Line> first = reader.first(gray);
+    send(Kind::firstText, first, boxes, replies);
+    send(Kind::text, reader.second(gray, first), boxes, replies);
 }
 
-int runWorker(const QString &languages, quint64 memoryLimit)
+int runWorker(const QString &languages, quint64 memoryLimit, Boxes boxes)
 {
     const ReplyPipe replies;
     confineWorker(memoryLimit);
@@ -104,7 +113,7 @@ int runWorker(const QString &languages, quint64 memoryLimit)
                 continue;
             }
             try {
-                read(reader, QFile::decodeName(path), replies);
+                read(reader, QFile::decodeName(path), boxes, replies);
             } catch (const std::bad_alloc &) {
                 replies.send(Kind::lastingError, "not enough memory");
             }

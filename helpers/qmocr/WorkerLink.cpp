@@ -2,6 +2,8 @@
 
 #include "helpers/qmocr/ProcessControl.h"
 
+#include <QJsonDocument>
+
 #include <utility>
 
 namespace qm::ocr {
@@ -67,7 +69,8 @@ void WorkerLink::read(const QByteArray &path, Finished finished)
     Q_ASSERT(isIdle());
     m_finished = std::move(finished);
     m_begun = false;
-    m_firstText.reset();
+    m_places = {};
+    m_first = {};
     if (!m_process)
         start();
     m_limit = m_limits.timeFor(0);
@@ -92,14 +95,15 @@ void WorkerLink::take(const Reply &reply)
         m_limit = m_limits.timeFor(reply.payload.toLongLong());
         m_timer.start(m_limit);
         return;
-    case Kind::firstText: m_firstText = text; return;
-    case Kind::text: return finish({.text = text});
+    case Kind::places: m_places = QJsonDocument::fromJson(reply.payload).array(); return;
+    case Kind::firstText: m_first = {.text = text, .places = m_places}; return;
+    case Kind::text: return finish({.text = text, .places = m_places});
     case Kind::passingError: return finish({.error = text});
     case Kind::lastingError: return finish({.error = text, .lasting = true});
     case Kind::noData: return finish({.error = QStringLiteral("no language data"), .noData = true});
     }
     abandon(); // protocol error
-    finish({.text = m_firstText, .error = QStringLiteral("the reading process failed"), .died = true});
+    failed({.error = QStringLiteral("the reading process failed"), .died = true});
 }
 
 void WorkerLink::ended()
@@ -109,10 +113,7 @@ void WorkerLink::ended()
     abandon();
     if (isIdle())
         return;
-    finish({.text = m_firstText,
-            .error = QStringLiteral("the reading process ended unexpectedly"),
-            .lasting = m_begun,
-            .died = true});
+    failed({.error = QStringLiteral("the reading process ended unexpectedly"), .lasting = m_begun, .died = true});
 }
 
 void WorkerLink::overdue()
@@ -124,7 +125,7 @@ void WorkerLink::overdue()
         return;
     }
     abandon();
-    finish({.text = m_firstText, .error = QStringLiteral("took too long"), .lasting = used >= m_limit / 2});
+    failed({.error = QStringLiteral("took too long"), .lasting = used >= m_limit / 2});
 }
 
 void WorkerLink::abandon()
@@ -138,6 +139,11 @@ void WorkerLink::abandon()
     }
     QObject::connect(process, &QProcess::finished, process, &QObject::deleteLater);
     process->kill();
+}
+
+void WorkerLink::failed(const Answer &failure)
+{
+    finish(m_first.text ? m_first : failure);
 }
 
 void WorkerLink::finish(const Answer &answer)

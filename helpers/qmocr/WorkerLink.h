@@ -3,6 +3,7 @@
 #include "helpers/qmocr/Limits.h"
 #include "helpers/qmocr/WireFormat.h"
 
+#include <QJsonArray>
 #include <QProcess>
 #include <QProcessEnvironment>
 #include <QTimer>
@@ -22,10 +23,11 @@ struct WorkerProgram {
 // Outcome of one request.
 struct Answer {
     std::optional<QString> text = std::nullopt;
-    QString error = {};   // why there is no text
-    bool lasting = false; // the reason lies in the file and will not go away
-    bool died = false;    // the worker exited by itself
-    bool noData = false;  // no language data is installed
+    QJsonArray places = {}; // of the text's lines, if the worker was asked for them
+    QString error = {};     // why there is no text
+    bool lasting = false;   // the reason lies in the file and will not go away
+    bool died = false;      // the worker exited by itself
+    bool noData = false;    // no language data is installed
 };
 
 // The parent's end of one worker: starts the process on first use and again after it died or was killed, and watches
@@ -48,6 +50,7 @@ private:
     void ended();
     void overdue();
     void abandon();
+    void failed(const Answer &failure);
     void finish(const Answer &answer);
 
     const WorkerProgram m_program;
@@ -59,7 +62,8 @@ private:
     // The current request.
     Finished m_finished;
     bool m_begun = false;
-    std::optional<QString> m_firstText;
+    QJsonArray m_places; // of the text to come
+    Answer m_first;      // what there is if the worker fails after the first pass
     std::chrono::milliseconds m_limit{0};
     std::chrono::milliseconds m_usedBefore{0}; // CPU time of the process at the start of the request
     std::chrono::milliseconds m_usedAtLook{0}; // CPU time of the request when last found late

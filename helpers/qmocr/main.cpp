@@ -26,7 +26,8 @@ static int workerCount()
     return set && count > 0 ? count : std::max(1, QThread::idealThreadCount());
 }
 
-static int supervise(QCoreApplication &app, const QStringList &workerArguments, const ocr::Limits &limits)
+static int supervise(QCoreApplication &app, const QStringList &workerArguments, const ocr::Limits &limits,
+                     ocr::Boxes boxes)
 {
     ocr::LineWriter writer(STDOUT_FILENO);
     ocr::endWhenHungUp(STDOUT_FILENO);
@@ -34,6 +35,7 @@ static int supervise(QCoreApplication &app, const QStringList &workerArguments, 
         .worker = {QCoreApplication::applicationFilePath(), workerArguments},
         .workers = workerCount(),
         .limits = limits,
+        .boxes = boxes,
         .emitLine = [&](const QByteArray &line) { writer.write(line + '\n'); },
         .emptied = [&] { QMetaObject::invokeMethod(&app, &QCoreApplication::quit, Qt::QueuedConnection); },
         .noData = [] { std::fputs("qmocr: no Tesseract language data is installed\n", stderr); },
@@ -71,7 +73,8 @@ int main(int argc, char **argv)
         "Reads the text in pictures.\n\n"
         "Takes the paths of pictures on standard input, one per line, and prints one JSON object for each as soon as\n"
         "it has been read, in any order: {\"path\": ..., \"text\": ...}, or \"error\" with the reason instead of the "
-        "text.\n\n"
+        "text. --boxes adds \"lines\": where each line of the text stands, and each of its words as\n"
+        "[start, length, x, y, width, height].\n\n"
         "QMOCR_WORKERS           how many pictures are read at once (default: one per processor)\n"
         "QMOCR_TIME_LIMIT_MS     time for a picture of 1920 x 1080 (default: 30000); larger ones get more\n"
         "QMOCR_MEMORY_LIMIT_MB   address space of the process that reads a picture"));
@@ -79,9 +82,10 @@ int main(int argc, char **argv)
     parser.addVersionOption();
     const QCommandLineOption languages(text("lang"), text("Language data to read with, such as eng+jpn."),
                                        text("names"));
+    const QCommandLineOption places(text("boxes"), text("Tells where lines and words stand, in pixels."));
     QCommandLineOption worker(text("worker"));
     worker.setFlags(QCommandLineOption::HiddenFromHelp);
-    parser.addOptions({languages, worker});
+    parser.addOptions({languages, places, worker});
     parser.process(app);
     if (!parser.positionalArguments().isEmpty()) {
         std::fputs("qmocr: takes no arguments; pass paths on standard input (see --help)\n", stderr);
@@ -89,10 +93,13 @@ int main(int argc, char **argv)
     }
 
     const ocr::Limits limits = ocr::Limits::fromEnvironment();
+    const ocr::Boxes boxes = parser.isSet(places) ? ocr::Boxes::yes : ocr::Boxes::no;
     if (parser.isSet(worker))
-        return ocr::runWorker(parser.value(languages), limits.memory);
+        return ocr::runWorker(parser.value(languages), limits.memory, boxes);
     QStringList arguments{text("--worker")};
+    if (boxes == ocr::Boxes::yes)
+        arguments += text("--boxes");
     if (parser.isSet(languages))
         arguments += {text("--lang"), parser.value(languages)};
-    return supervise(app, arguments, limits);
+    return supervise(app, arguments, limits, boxes);
 }

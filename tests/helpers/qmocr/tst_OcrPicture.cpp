@@ -1,3 +1,4 @@
+#include "helpers/qmocr/Frames.h"
 #include "helpers/qmocr/Preprocess.h"
 #include "helpers/qmocr/Slices.h"
 
@@ -70,6 +71,64 @@ private Q_SLOTS:
         QVERIFY(level(result, 1596, 42) > 230);
         QVERIFY(normalised(QImage()).isNull());
         QVERIFY(level(normalised(plain({1, 1}, 90)), 0, 0) > 230); // one colour holds no text
+    }
+
+    void surfaces()
+    {
+        // A button and a label on it; on the row of a list, letters that reach from edge to edge; a bar that fades.
+        const auto draw = [](int page, int surface, int ink) {
+            QImage picture = plain({600, 200}, page);
+            fill(picture, {50, 20, 84, 26}, surface);
+            fill(picture, {49, 22, 1, 22}, (page + surface) / 2); // a smooth edge
+            for (int x = 60; x < 120; x += 6)
+                fill(picture, {x, 27, 2, 12}, ink);
+            fill(picture, {50, 80, 500, 16}, surface);
+            for (int x = 50; x < 548; x += 5)
+                if (x % 35 != 30) // a blank
+                    fill(picture, {x, 82, 2, 11}, ink);
+            for (int x = 0; x < 600; ++x)
+                fill(picture, {x, 140, 1, 30}, surface + x * 60 / 600);
+            for (int x = 0; x < 600; x += 8)
+                fill(picture, {x, 148, 2, 12}, ink);
+            return picture;
+        };
+        const std::tuple<int, int, int> rows[] = {{250, 90, 255}, {30, 120, 250}, {255, 140, 0}, {0, 190, 0}};
+        for (const auto &[page, surface, ink] : rows) {
+            const QImage result = normalised(draw(page, surface, ink));
+            for (const QPoint ground : {QPoint(55, 35),
+                                        {49, 30},
+                                        {129, 22},
+                                        {40, 30},
+                                        {69, 24},
+                                        {63, 81},
+                                        {63, 95},
+                                        {538, 88},
+                                        {20, 88},
+                                        {596, 141},
+                                        {300, 165},
+                                        {300, 120}})
+                QVERIFY2(level(result, ground.x(), ground.y()) > 200,
+                         qPrintable(QStringLiteral("%1 %2 on %3").arg(ground.x()).arg(ground.y()).arg(page)));
+            for (const QPoint letter : {QPoint(60, 30), {115, 38}, {50, 88}, {545, 84}, {304, 150}, {1, 159}})
+                QVERIFY2(level(result, letter.x(), letter.y()) < 100,
+                         qPrintable(QStringLiteral("%1 %2 on %3").arg(letter.x()).arg(letter.y()).arg(page)));
+        }
+    }
+
+    void frames()
+    {
+        QImage picture = plain({400, 200}, 255);
+        fill(picture, {20, 20, 300, 40}, 180); // a field, then its inside and a letter in it
+        fill(picture, {21, 21, 298, 38}, 255);
+        fill(picture, {40, 30, 3, 16}, 0);
+        fill(picture, {20, 100, 300, 1}, 0); // a rule with a letter upon it
+        fill(picture, {60, 88, 8, 12}, 0);
+        fill(picture, {20, 150, 60, 10}, 0); // a heading's letter
+        removeFrames(picture, 10);
+        for (const QPoint gone : {QPoint(20, 20), {150, 59}, {319, 40}, {30, 100}, {319, 100}})
+            QCOMPARE(level(picture, gone.x(), gone.y()), 255);
+        for (const QPoint kept : {QPoint(41, 38), {62, 90}, {67, 98}, {50, 155}})
+            QCOMPARE(level(picture, kept.x(), kept.y()), 0);
     }
 
     void lettersHeights()
@@ -159,7 +218,7 @@ private Q_SLOTS:
                     for (int i = 0; i < pieces.size(); ++i) {
                         const QRect line(100, y + (i % 2 ? jitter : -jitter), 500, height), seen = line & pieces[i];
                         if (!seen.isEmpty())
-                            read[i] += {seen, seen == line ? expected.last() : QStringLiteral("stump")};
+                            read[i] += {seen, seen == line ? expected.last() : QStringLiteral("stump"), {}};
                     }
                 }
                 for (const Line &line : joined(pieces, read))

@@ -44,6 +44,7 @@ private:
         return {.worker = {program, {}},
                 .workers = 2,
                 .limits = Limits::fromEnvironment(),
+                .boxes = Boxes::yes,
                 .emitLine = {},
                 .emptied = {},
                 .noData = [this] { ++m_noData; }};
@@ -56,8 +57,11 @@ private:
         Supervisor::Options how = options(program);
         how.emitLine = [&](const QByteArray &bytes) {
             const QJsonObject line = QJsonDocument::fromJson(bytes).object();
+            QString answer = line[u"text"].toString();
+            for (const QJsonValue place : line[u"lines"].toArray())
+                answer += u" @%1"_s.arg(place[u"box"][0].toInt());
             answers.insert(line[u"path"].toString(),
-                           line.contains(u"error"_s) ? u'!' + line[u"error"].toString() : line[u"text"].toString());
+                           line.contains(u"error"_s) ? u'!' + line[u"error"].toString() : answer);
         };
         how.emptied = [&] { emptied = true; };
         Supervisor supervisor(how);
@@ -105,6 +109,9 @@ private Q_SLOTS:
         row("exits", "exit 0", false, "!");
         row("dies the first time only", "[ -e tried ] && printf 'tfine\\0' || { touch tried; exit 1; }", true, "fine");
         row("dies in the second pass", "printf 'ffirst\\0'; exit 1", false, "first");
+        row("places", R"(printf 'l[{"box":[1]}]\0ffirst\0l[{"box":[3]},{"box":[4]}]\0tboth\0')", false, "both @3 @4");
+        row("places of the first pass", R"(printf 'l[{"box":[1]}]\0ffirst\0l[{"box":[3]}]\0'; exit 1)", false,
+            "first @1");
         row("hangs", "read -r -d '' never", false, "!took too long");
         row("hangs without working, old file", "read -r -d '' never", true, "!took too long");
         row("gets little done on a busy machine",
