@@ -136,7 +136,7 @@ private Q_SLOTS:
         }
         ThumbnailCache cache;
         ShotListModel model(cache);
-        QVERIFY(model.setShots(shots));
+        QVERIFY(model.setShots(shots, {}));
         for (int top = 0; top <= 194; top += 2)
             model.setVisibleRows(top, top + 5, 96);
         for (int row = 194; row < 200; ++row)
