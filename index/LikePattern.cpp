@@ -148,7 +148,7 @@ bool isSimple(std::string_view text, bool mayBeOverlong)
     // Both ends are looked at in a copy with zeros around it.
     constexpr size_t before = 3, step = sizeof(Bytes);
     char edge[before + step] = {};
-    std::memcpy(edge + before, text.data(), std::min(text.size(), step));
+    text.copy(edge + before, step);
     look(edge + before);
     size_t at = step;
     for (; at + step <= text.size(); at += step)

@@ -150,31 +150,6 @@ private Q_SLOTS:
         QCOMPARE(home.read(u".local/share/Trash/files/日本 #1.png"_s), "picture");
     }
 
-    // The trash's folder is asked for once per process, so both are one test.
-    void onlyWhatHasATrashIsDeleted()
-    {
-        const TempHome home;
-        home.write(u"日本 #1.png"_s, "picture");
-        home.write(u".local/share/Trash"_s, "no folder"); // so none can be made
-        std::optional<Outcome> outcome;
-        const auto trash = [&] {
-            outcome.reset();
-            Workspace::trash(home.file(u"日本 #1.png"_s), [&](const Outcome &result) { outcome = result; });
-        };
-        trash();
-        QVERIFY(!outcome); // not before the main thread is back
-        QTRY_VERIFY(outcome);
-        QVERIFY(!*outcome && !outcome->reason().isEmpty());
-        QCOMPARE(home.read(u"日本 #1.png"_s), "picture");
-
-        QVERIFY(QFile::remove(home.file(u".local/share/Trash"_s)));
-        trash();
-        QTRY_VERIFY(outcome);
-        QVERIFY2(*outcome, qPrintable(outcome->reason()));
-        QVERIFY(!QFile::exists(home.file(u"日本 #1.png"_s)));
-        QCOMPARE(home.read(u".local/share/Trash/files/日本 #1.png"_s), "picture");
-    }
-
 private:
     QProcess m_bus;
     QStringList m_opened;
