@@ -1,19 +1,15 @@
 #pragma once
 
 #include "annotate/editor/AnnotationWindowController.h"
+#include "app/Captures.h"
 #include "app/Command.h"
 #include "app/StatusMenu.h"
-#include "capture/CaptureRunner.h"
 #include "capture/HotkeyTrigger.h"
 #include "library/LibraryWindowController.h"
 #include "platform/KeyMonitor.h"
 #include "platform/TrayHost.h"
 #include "settings/SettingsWindowController.h"
-#include "ui/CaptureCards.h"
-#include "ui/Countdown.h"
 
-#include <QMimeData>
-#include <QPointer>
 #include <QSystemTrayIcon>
 
 #include <memory>
@@ -28,7 +24,8 @@ public:
     ~AppDelegate();
 
     void applicationDidFinishLaunching(); // called once; no error stops the start
-    void perform(const Command &command);
+    // menu: where the menu is that the command was chosen from, and that is only just disappearing; see Captures.
+    void perform(const Command &command, const QRect &menu = {});
 
     // At quit. Returns false if something is still busy after the limit. The process may exit anyway; stored data is
     // safe.
@@ -42,14 +39,6 @@ private:
 
     void captureRangeAction();
     void captureWindowAction();
-    void capture(const Command &command);
-    void begin(CaptureTool::Request request);
-    void captured(const CaptureResult &result);
-    void sayWhatWentWrong(const CaptureResult &result);
-    void sayWhereCapturesGo(); // if it is not where the settings say
-    void say(const QString &title, const QString &text);
-    void copyFile(const QString &file);
-    void moveToTrash(const QString &file); // and off the clipboard, if it is there
     void openStore();
     void openLibrary();
     void openSettings();
@@ -58,11 +47,7 @@ private:
     std::unique_ptr<StatusMenu> m_menu;
     std::unique_ptr<TrayHost> m_trayHost;
     std::unique_ptr<QSystemTrayIcon> m_statusItem; // null until there is a tray
-    CaptureCards m_cards;
-    std::unique_ptr<Countdown> m_countdown; // to a capture that was asked for with a delay
-    CaptureRunner m_captureRunner;
-    QString m_fileOnClipboard;                    // what was put there last
-    QPointer<const QMimeData> m_onClipboard;      // and the clipboard's own object for it
+    Captures m_captures;
     std::function<void(HotkeyGesture)> m_keyTest; // while set, receives the gestures
     HotkeyTrigger m_trigger;
     std::unique_ptr<KeyMonitor> m_eventTap;

@@ -32,10 +32,7 @@ StatusMenu::StatusMenu(std::function<void(const Command &)> chosen)
 
 QRect StatusMenu::takePlace()
 {
-    if (!m_place.isNull())
-        return std::exchange(m_place, {});
-    const QScreen *screen = WindowPlacement::activeScreen();
-    return screen ? WindowPlacement::toNative(screen->geometry(), *screen) : QRect();
+    return std::exchange(m_place, {});
 }
 
 void StatusMenu::showEvent(QShowEvent *event)

@@ -16,8 +16,8 @@ class StatusMenu : public QMenu
 public:
     explicit StatusMenu(std::function<void(const Command &)> chosen);
 
-    // Where the menu was when a command was chosen from it, shadow included, in native pixels of the desktop. A tray that
-    // draws our menu itself does not say where: then it is the whole monitor with the pointer.
+    // Where the menu was when a command was chosen from it, shadow included, in native pixels of the desktop. Null if the
+    // tray drew it, which does not say where.
     QRect takePlace();
 
 protected:

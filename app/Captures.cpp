@@ -1,0 +1,172 @@
+#include "app/Captures.h"
+
+#include "config/ConfigStore.h"
+#include "config/FolderPresence.h"
+#include "config/UserDefaults.h"
+#include "platform/Notification.h"
+#include "platform/QtQueue.h"
+#include "platform/Workspace.h"
+#include "ui/AppLocale.h"
+#include "ui/WindowPlacement.h"
+
+#include <QClipboard>
+#include <QFileInfo>
+#include <QGuiApplication>
+#include <QScreen>
+
+namespace qm {
+
+using namespace std::chrono_literals;
+using Way = CaptureTool::Request::Way;
+
+static const QString lastRegion = QStringLiteral("lastRegion"); // in the user defaults
+
+// In native pixels of the desktop.
+static QRect monitorUnderThePointer()
+{
+    const QScreen *screen = WindowPlacement::activeScreen();
+    return screen ? WindowPlacement::toNative(screen->geometry(), *screen) : QRect();
+}
+
+Captures::Captures(std::function<void(const QString &)> annotate,
+                   std::function<void(const QString &, const QString &)> trayMessage)
+    : m_trayMessage(std::move(trayMessage))
+    , m_cards({.open = std::move(annotate),
+               .copy = [this](const QString &file) { copyFile(file); },
+               .reveal = [](const QString &file) { Workspace::reveal(file); },
+               .trash = [this](const QString &file) { moveToTrash(file); }})
+    , m_runner(
+          QtQueue::main(), [this](const CaptureResult &result) { captured(result); }, CaptureCards::thumbnailOf)
+{
+}
+
+Captures::~Captures() = default;
+
+void Captures::take(const Command &command, const QRect &menu)
+{
+    CaptureTool::Request request;
+    switch (command.verb) {
+    case Command::Verb::captureWindow: request.way = Way::window; break;
+    case Command::Verb::captureScroll: request.way = Way::scroll; break;
+    case Command::Verb::captureScreen: request.way = command.isWholeDesktop ? Way::desktop : Way::monitor; break;
+    case Command::Verb::captureLast: request.way = Way::area; break;
+    default: request.way = Way::region;
+    }
+    if (m_countdown && m_countdown->isVisible())
+        request.rest = m_countdown->nativeFrame();
+    m_countdown.reset(); // what it was to begin is called off by another capture
+    if (command.delay > 0s) {
+        m_cards.takeAway(); // their place is the countdown's
+        m_countdown = std::make_unique<Countdown>(command.delay, [this, request](QRect place) mutable {
+            request.rest = place;
+            request.isPatient = true; // a menu may have been opened meanwhile, to be captured
+            begin(request);
+        });
+        return;
+    }
+    if (command.isFromMenu)
+        request.rest |= menu.isNull() ? monitorUnderThePointer() : menu;
+    begin(request);
+}
+
+void Captures::begin(CaptureTool::Request request)
+{
+    if (m_countdown)
+        m_countdown.release()->deleteLater(); // it may be what calls this
+    request.rest |= m_cards.takeAway();
+    request.lastRegion = UserDefaults::rectangle(lastRegion);
+    if (request.way == Way::area) {
+        request.area = request.lastRegion;
+        if (request.area.isNull())
+            request.way = Way::region; // there is no last one yet
+    }
+    m_runner.runCapture(request);
+}
+
+void Captures::captured(const CaptureResult &result)
+{
+    if (!result.color.isEmpty()) {
+        QGuiApplication::clipboard()->setText(result.color);
+        return;
+    }
+    if (!result.picture.image.isNull()) {
+        Pasteboard::setContent(result.picture);
+        m_fileOnClipboard = result.path;
+        m_onClipboard = QGuiApplication::clipboard()->mimeData();
+    }
+    if (result.isRegion)
+        UserDefaults::setRectangle(lastRegion, result.area);
+    if (!result.error.isEmpty())
+        return sayWhatWentWrong(result);
+    if (!result.thumbnail.isNull() && ConfigStore::showPreview())
+        m_cards.show({.file = result.path, .thumbnail = result.thumbnail, .area = result.area});
+    sayWhereCapturesGo();
+}
+
+void Captures::sayWhatWentWrong(const CaptureResult &result)
+{
+    const QString folder = QFileInfo(result.path).path();
+    if (!result.picture.image.isNull()) {
+        say(AppLocale::text(u"The screenshot was not saved", u"スクリーンショットを保存できませんでした"),
+            AppLocale::text(u"It should be in %1, but: %2. It is on the clipboard.",
+                            u"%1 に保存できませんでした: %2。画像はクリップボードにあります。")
+                .arg(folder, result.error));
+    } else if (!result.area.isNull()) {
+        say(AppLocale::text(u"The screenshot is lost", u"スクリーンショットは失われました"),
+            AppLocale::text(u"It should be in %1, but: %2. It is not on the clipboard either.",
+                            u"%1 に保存できませんでした: %2。クリップボードにもありません。")
+                .arg(folder, result.error));
+    } else {
+        say(AppLocale::text(u"No screenshot was taken", u"撮影できませんでした"), result.error);
+    }
+}
+
+void Captures::sayWhereCapturesGo()
+{
+    if (!FolderPresence::isSharedFolderAway())
+        return;
+    say(AppLocale::text(u"The shared folder is not there", u"共有フォルダーが見つかりません"),
+        AppLocale::text(u"Until %1 is back, captures are saved in %2.",
+                        u"%1 が使えるようになるまで、撮影した画像は %2 に保存されます。")
+            .arg(ConfigStore::sharedFolder(), ConfigStore::resolveCaptureDir()));
+}
+
+void Captures::say(const QString &title, const QString &text)
+{
+    Notification::show(title, text, [this, title, text] { m_trayMessage(title, text); });
+}
+
+void Captures::copyFile(const QString &file)
+{
+    const Pasteboard::Content content = Pasteboard::contentOf(file);
+    if (content.image.isNull())
+        return;
+    Pasteboard::setContent(content);
+    m_fileOnClipboard = file;
+    m_onClipboard = QGuiApplication::clipboard()->mimeData();
+}
+
+void Captures::moveToTrash(const QString &file)
+{
+    Workspace::trash(file, [this, file](const Outcome &outcome) {
+        if (!outcome)
+            return say(AppLocale::text(u"The screenshot was not deleted", u"スクリーンショットを削除できませんでした"),
+                       outcome.reason());
+        m_cards.remove(file);
+        QClipboard *clipboard = QGuiApplication::clipboard();
+        if (m_onClipboard && m_onClipboard == clipboard->mimeData() && m_fileOnClipboard == file)
+            clipboard->clear();
+    });
+}
+
+bool Captures::isCapturing() const
+{
+    return m_runner.isCapturing();
+}
+
+bool Captures::stop(std::chrono::milliseconds limit)
+{
+    return m_runner.stop(limit);
+}
+
+} // namespace qm

@@ -1,0 +1,49 @@
+#pragma once
+
+#include "app/Command.h"
+#include "capture/CaptureRunner.h"
+#include "ui/CaptureCards.h"
+#include "ui/Countdown.h"
+
+#include <QMimeData>
+#include <QPointer>
+
+#include <memory>
+
+namespace qm {
+
+// Takes captures and does what follows: clipboard, card, or a notification of what went wrong. Main thread.
+class Captures
+{
+public:
+    // annotate opens a picture in the editor; trayMessage says something where there is no service for notifications.
+    Captures(std::function<void(const QString &file)> annotate,
+             std::function<void(const QString &title, const QString &text)> trayMessage);
+    ~Captures();
+
+    // One of the capture commands; returns at once. menu: where the menu is that it was chosen from, in native pixels of
+    // the desktop. If the command comes from a menu and that is null, some other program's on the pointer's monitor.
+    void take(const Command &command, const QRect &menu = {});
+    bool isCapturing() const;
+
+    // At quit. Returns false if a capture is still waiting for its user after the limit.
+    bool stop(std::chrono::milliseconds limit);
+
+private:
+    void begin(CaptureTool::Request request);
+    void captured(const CaptureResult &result);
+    void sayWhatWentWrong(const CaptureResult &result);
+    void sayWhereCapturesGo(); // if it is not where the settings say
+    void say(const QString &title, const QString &text);
+    void copyFile(const QString &file);
+    void moveToTrash(const QString &file); // and off the clipboard, if it is there
+
+    const std::function<void(const QString &, const QString &)> m_trayMessage;
+    CaptureCards m_cards;
+    std::unique_ptr<Countdown> m_countdown; // to a capture that was asked for with a delay
+    CaptureRunner m_runner;
+    QString m_fileOnClipboard;               // what was put there last
+    QPointer<const QMimeData> m_onClipboard; // and the clipboard's own object for it
+};
+
+} // namespace qm
