@@ -6,6 +6,7 @@ usage: bench/ocr.py BINDIR [FOLDER]
 FOLDER (tests/data by default) holds NAME.png with its true text in NAME.txt. Prints for each picture and in total:
 W  share of the true words ([a-z0-9]{3,}, case folded) that are substrings of the recognised text, as in a search
 B  the same for the true sequences of two Japanese characters
+P  share of the words and sequences in the recognised text that are true
 and then the processor time per picture, and the speed-up of two workers over one.
 """
 import json
@@ -59,16 +60,18 @@ def main():
         sys.exit("no picture with a text beside it")
 
     texts, _, processor = read(helper, images, 1)
-    total = [0, 0, 0, 0]
+    total = [0, 0, 0, 0, 0, 0]
     for image in images:
         truth, got = image.with_suffix(".txt").read_text(encoding="utf-8"), fold(texts.get(str(image), ""))
         w, b = words(truth), pairs(truth)
-        row = [sum(x in got for x in w), len(w), sum(x in got for x in b), len(b)]
+        said = [x in fold(truth) for x in words(got)] + [x in b for x in pairs(got)]
+        row = [sum(x in got for x in w), len(w), sum(x in got for x in b), len(b), sum(said), len(said)]
         total = [x + y for x, y in zip(total, row)]
         missed = sorted(x for x in w | b if x not in got)
-        print(f"{image.name:44} W {row[0]:4}/{row[1]:<4} B {row[2]:4}/{row[3]:<4} {' '.join(missed[:8])}")
-    share = [100.0 * found / of if of else 100.0 for found, of in (total[:2], total[2:])]
-    print(f"\nW {share[0]:.1f} %  B {share[1]:.1f} %  {processor / len(images):.2f} s of processor time a picture")
+        print(f"{image.name:44} W {row[0]:4}/{row[1]:<4} B {row[2]:4}/{row[3]:<4} P {row[4]:4}/{row[5]:<4} "
+              f"{' '.join(missed[:8])}")
+    share = [100.0 * found / of if of else 100.0 for found, of in (total[:2], total[2:4], total[4:])]
+    print(f"\nW {share[0]:.1f} %  B {share[1]:.1f} %  P {share[2]:.1f} %  {processor / len(images):.2f} s of processor time a picture")
 
     # Enough of them that the last one, which one worker reads alone, counts for little. Alternated, so that a busy
     # minute affects both; the best run counts.

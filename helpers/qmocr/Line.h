@@ -38,4 +38,6 @@ struct Line {
     }
 };
 
+enum class Boxes { no, yes }; // whether it is told where lines and words stand
+
 } // namespace qm::ocr

@@ -152,6 +152,8 @@ static std::vector<Match> matches(const QList<Symbol> &one, const QList<Symbol> 
     return found;
 }
 
+static constexpr double agreedConfidence = 50; // enough to stand
+
 static bool endsWord(const QList<Symbol> &symbols, qsizetype i)
 {
     return i + 1 == symbols.size() || symbols[i + 1].beginsWord;
@@ -176,7 +178,11 @@ QList<Symbol> better(const QList<Symbol> &one, const QList<Symbol> &other)
         const Stretch theirs(other.constData() + from.other, size_t(to.other - from.other));
         const double least = mine.empty() ? sureConfidence : confidenceOf(mine);
         const Stretch best = confidenceOf(theirs) > least ? theirs : mine;
+        // What both read is there, however unsure they are; shorter things agree by chance.
+        const bool isAgreed = best.size() >= 3 && size_t(common) * 2 >= best.size();
         for (Symbol symbol : best) {
+            if (isAgreed)
+                symbol.confidence = std::max(symbol.confidence, agreedConfidence);
             if (common == 0 && symbol.confidence < sureConfidence && !isJapanese(symbol))
                 symbol.confidence /= 2; // the readings have nothing in common
             result += symbol;

@@ -1,6 +1,7 @@
 #include "helpers/qmocr/TextReader.h"
 
 #include "helpers/qmocr/Frames.h"
+#include "helpers/qmocr/InkPlaces.h"
 #include "helpers/qmocr/Preprocess.h"
 #include "helpers/qmocr/Slices.h"
 #include "helpers/qmocr/Text.h"
@@ -69,22 +70,21 @@ static bool hasJapanese(const Line &line)
                        [](const Symbol &symbol) { return isJapanese(symbol); });
 }
 
-void TextReader::readAgain(const QImage &gray, const QRect &piece, const QList<Line *> &lines,
-                           std::optional<Engine> &engine, const QString &languages)
+void TextReader::readAgain(const Piece &piece, const QList<Line *> &lines, std::optional<Engine> &engine,
+                           const QString &languages)
 {
     if (lines.isEmpty())
         return;
     if (!engine)
         engine.emplace(setsFor(m_languages, {languages}), Engine::Layout::line);
-    const QImage part = prepared(gray.copy(piece));
     QList<QRect> areas;
     for (const Line *line : lines)
-        areas += areaOf(*line).translated(-piece.topLeft());
-    const QList<QList<Line>> again = engine->read(part, scaleFor(part), areas);
+        areas += areaOf(*line).translated(-piece.place);
+    const QList<QList<Line>> again = engine->read(piece.prepared, scaleFor(piece.prepared), areas);
     for (qsizetype i = 0; i < lines.size(); ++i) {
         QList<Symbol> symbols;
         for (Line line : again[i]) {
-            line.translate(piece.topLeft());
+            line.translate(piece.place);
             symbols += line.symbols;
         }
         if (const std::optional<Line> line = lineOf(better(lines[i]->symbols, symbols)))
@@ -92,26 +92,35 @@ void TextReader::readAgain(const QImage &gray, const QRect &piece, const QList<L
     }
 }
 
-QList<Line> TextReader::second(const QImage &gray, const QList<Line> &first)
+QList<Line> TextReader::second(const QImage &gray, const QList<Line> &first, Boxes boxes)
 {
     QList<Line> lines = first;
     QList<bool> done(lines.size(), false);
-    for (const QRect &piece : slices(gray)) {
-        QList<Line *> latin, japanese;
+    for (const QRect &area : slices(gray)) {
+        QList<Line *> here, latin, japanese;
         for (qsizetype i = 0; i < lines.size(); ++i) {
-            if (done[i] || isSure(lines[i]) || !piece.contains(lines[i].box))
+            if (done[i] || !area.contains(lines[i].box))
                 continue;
             done[i] = true;
-            (hasJapanese(lines[i]) ? japanese : latin) += &lines[i];
+            here += &lines[i];
+            if (!isSure(lines[i]))
+                (hasJapanese(lines[i]) ? japanese : latin) += &lines[i];
         }
-        readAgain(gray, piece, latin, m_latin, QStringLiteral("eng"));
-        readAgain(gray, piece, japanese, m_japanese, QStringLiteral("jpn"));
+        if (latin.isEmpty() && japanese.isEmpty() && boxes == Boxes::no)
+            continue;
+        const Piece piece{prepared(gray.copy(area)), area.topLeft()};
+        readAgain(piece, latin, m_latin, QStringLiteral("eng"));
+        readAgain(piece, japanese, m_japanese, QStringLiteral("jpn"));
+        for (Line *line : std::as_const(here)) {
+            *line = lineOf(withoutNoise(line->symbols)).value_or(Line());
+            line->translate(-piece.place);
+            if (boxes == Boxes::yes)
+                placeByInk(*line, piece.prepared);
+            line->translate(piece.place);
+        }
     }
-    QList<Line> result;
-    for (const Line &line : std::as_const(lines))
-        if (const std::optional<Line> clean = lineOf(withoutNoise(line.symbols)))
-            result += *clean;
-    return result;
+    lines.removeIf([](const Line &line) { return line.text.isEmpty(); });
+    return lines;
 }
 
 } // namespace qm::ocr

@@ -20,12 +20,17 @@ public:
 
     // The lines' boxes are in pixels of the picture.
     QList<Line> first(const QImage &gray);
-    // The first pass's lines after a second look, without what is no text.
-    QList<Line> second(const QImage &gray, const QList<Line> &first);
+    // The first pass's lines after a second look, without what is no text; with exact boxes if they are wanted.
+    QList<Line> second(const QImage &gray, const QList<Line> &first, Boxes boxes);
 
 private:
-    // Replaces the lines, all of one piece, by what is better of another engine's reading.
-    void readAgain(const QImage &gray, const QRect &piece, const QList<Line *> &lines, std::optional<Engine> &engine,
+    // A part of the picture, made dark on white.
+    struct Piece {
+        QImage prepared;
+        QPoint place;
+    };
+    // Replaces the lines, which all stand in the piece, by what is better of another engine's reading.
+    void readAgain(const Piece &piece, const QList<Line *> &lines, std::optional<Engine> &engine,
                    const QString &languages);
 
     QString m_languages;

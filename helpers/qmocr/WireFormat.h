@@ -29,8 +29,6 @@ struct Reply {
 QByteArray encoded(const QByteArray &request);
 QByteArray encoded(const Reply &reply);
 
-enum class Boxes { no, yes }; // whether it is told where the words stand
-
 // The lines' places as the program prints them: for each {"box": [x, y, w, h], "words": [[start, length, x, y, w, h]]}.
 QJsonArray placesOf(const QList<Line> &lines);
 

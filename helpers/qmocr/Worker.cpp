@@ -16,6 +16,7 @@
 #include <cstdlib>
 #include <fcntl.h>
 #include <new>
+#include <optional>
 #include <unistd.h>
 #include <utility>
 
@@ -25,7 +26,8 @@ using Kind = Reply::Kind;
 
 namespace {
 
-// The pipe to the parent, moved away from standard output, where a library might print.
+// The pipe to the parent, moved away from standard output, where a library might print. What libraries say on standard
+// error is dropped as well: the parent tells why there is no text, once and in its own words.
 class ReplyPipe
 {
 public:
@@ -34,6 +36,7 @@ public:
     {
         const int null = open("/dev/null", O_WRONLY | O_CLOEXEC);
         dup2(null, STDOUT_FILENO);
+        dup2(null, STDERR_FILENO);
     }
 
     void send(Kind kind, const QByteArray &payload = {}) const
@@ -88,7 +91,7 @@ static void read(TextReader &reader, const QString &path, Boxes boxes, const Rep
     replies.send(Kind::pixels, QByteArray::number(qint64(gray.width()) * gray.height()));
     const QList<Line> first = reader.first(gray);
     send(Kind::firstText, first, boxes, replies);
-    send(Kind::text, reader.second(gray, first), boxes, replies);
+    send(Kind::text, reader.second(gray, first, boxes), boxes, replies);
 }
 
 int runWorker(const QString &languages, quint64 memoryLimit, Boxes boxes)
@@ -96,7 +99,7 @@ int runWorker(const QString &languages, quint64 memoryLimit, Boxes boxes)
     const ReplyPipe replies;
     confineWorker(memoryLimit);
     endWhenHungUp(STDIN_FILENO);
-    TextReader reader(languages);
+    std::optional<TextReader> reader;
 
     MessageSplitter requests;
     for (QByteArray buffer(8192, Qt::Uninitialized);;) {
@@ -107,13 +110,20 @@ int runWorker(const QString &languages, quint64 memoryLimit, Boxes boxes)
             return 0;
         const QList<QByteArray> paths = requests.take(buffer.first(n));
         for (const QByteArray &path : paths) {
+            try {
+                if (!reader)
+                    reader.emplace(languages);
+            } catch (const std::bad_alloc &) {
+                replies.send(Kind::passingError, "not enough memory for the language data");
+                continue;
+            }
             replies.send(Kind::begun);
-            if (!reader.isReady()) {
+            if (!reader->isReady()) {
                 replies.send(Kind::noData);
                 continue;
             }
             try {
-                read(reader, QFile::decodeName(path), boxes, replies);
+                read(*reader, QFile::decodeName(path), boxes, replies);
             } catch (const std::bad_alloc &) {
                 replies.send(Kind::lastingError, "not enough memory");
             }

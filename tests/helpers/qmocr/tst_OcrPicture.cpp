@@ -1,4 +1,5 @@
 #include "helpers/qmocr/Frames.h"
+#include "helpers/qmocr/InkPlaces.h"
 #include "helpers/qmocr/Preprocess.h"
 #include "helpers/qmocr/Slices.h"
 
@@ -129,6 +130,42 @@ private Q_SLOTS:
             QCOMPARE(level(picture, gone.x(), gone.y()), 255);
         for (const QPoint kept : {QPoint(41, 38), {62, 90}, {67, 98}, {50, 155}})
             QCOMPARE(level(picture, kept.x(), kept.y()), 0);
+    }
+
+    void placesByInk()
+    {
+        // What there is, as first pixel and width: an icon, four characters of which the second has two parts and the
+        // last two touch, then a word of four letters.
+        QImage picture = plain({300, 40}, 255);
+        for (const auto &[left, width] : {std::pair(10, 12),
+                                          {42, 18},
+                                          {63, 5},
+                                          {74, 5},
+                                          {82, 19},
+                                          {103, 17},
+                                          {135, 9},
+                                          {146, 8},
+                                          {156, 9},
+                                          {167, 8}})
+            fill(picture, {left, 10, width, 20}, 0);
+        fill(picture, {101, 20, 2, 3}, 0);
+        Line line{{40, 8, 140, 24}, QStringLiteral("小川音声 page"), {}};
+        for (int i = 0; i < 4; ++i)
+            line.words += {i, 1, {48 + 20 * i, 8, 30, 24}}; // up to a character off
+        line.words += {5, 4, {120, 8, 60, 24}};
+        Line nonsense{line.box, QStringLiteral("x"), {{0, 1, {50, 8, 9, 24}}}};
+        placeByInk(line, picture);
+        const std::pair<int, int> expected[] = {{42, 18}, {63, 16}, {82, 19}, {103, 17}, {135, 40}};
+        for (int i = 0; i < 5; ++i) {
+            const QRect box = line.words[i].box;
+            QVERIFY2(std::abs(box.left() - expected[i].first) <= 2 && std::abs(box.width() - expected[i].second) <= 2,
+                     qPrintable(QStringLiteral("%1: %2 %3").arg(i).arg(box.left()).arg(box.width())));
+            QCOMPARE(box.top(), 10);
+            QCOMPARE(box.height(), 20);
+        }
+        QVERIFY(line.box.left() == 42 && line.box.height() == 20);
+        placeByInk(nonsense, picture);
+        QCOMPARE(nonsense.words[0].box, QRect(50, 8, 9, 24));
     }
 
     void lettersHeights()

@@ -96,7 +96,8 @@ private Q_SLOTS:
             {u"page:90 ee:79"_s, u"page:96"_s, u"page"_s}, // an icon, of which the other made nothing
             {u"page:90 See:81"_s, u"page:96"_s, u"page See"_s},
             {u"(:20 園:30 Save:95 ...:60"_s, u""_s, u"Save"_s},
-            {u"page:90 See:50"_s, u"page:96 Sea:49"_s, u"page See"_s}, // nearly agreed on
+            {u"page:90 See:50"_s, u"page:96 Sea:49"_s, u"page See"_s},                     // nearly agreed on
+            {u"/srv/exports:34 ee:20"_s, u"'/srv/exports:37 ee:20"_s, u"'/srv/exports"_s}, // agreed on, though unsure
             {u""_s, u"Save:90"_s, u"Save"_s},
         };
         for (const auto &[one, other, expected] : rows) {

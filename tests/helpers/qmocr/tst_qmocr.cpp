@@ -3,6 +3,7 @@
 
 #include <QGuiApplication>
 #include <QHash>
+#include <QJsonArray>
 #include <QJsonDocument>
 #include <QJsonObject>
 #include <QPainter>
@@ -41,7 +42,7 @@ private:
         return name;
     }
     QHash<QString, QJsonObject> run(const QStringList &names, const QStringList &environment = {},
-                                    const QStringList &arguments = {}) const
+                                    const QStringList &arguments = {}, QByteArray *errors = nullptr) const
     {
         QProcess process;
         process.setEnvironment(QProcess::systemEnvironment() + environment);
@@ -51,6 +52,8 @@ private:
         process.closeWriteChannel();
         if (!process.waitForFinished(200'000))
             qFatal("qmocr did not end");
+        if (errors)
+            *errors = process.readAllStandardError();
         QHash<QString, QJsonObject> answers;
         for (const QByteArray &line : process.readAllStandardOutput().split('\n')) {
             const QJsonObject answer = QJsonDocument::fromJson(line).object();
@@ -79,7 +82,7 @@ private Q_SLOTS:
         QCOMPARE(mkfifo(qPrintable(file(u"pipe.png"_s)), 0600), 0);
         names +=
             {u"growing.png"_s, u"half.png"_s, u"truncated.png"_s, u"folder.png"_s, u"pipe.png"_s, u"missing.png"_s};
-        m_answers = run(names);
+        m_answers = run(names, {}, {u"--boxes"_s});
         QCOMPARE(m_answers.size(), names.size());
         QStringList many;
         for (int i = 0; i < 60; ++i)
@@ -95,6 +98,12 @@ private Q_SLOTS:
             for (const QString &line : sentence)
                 QVERIFY2(lines.contains(line), qPrintable(lines.join(u'\n')));
         }
+        for (const QJsonObject &answer : std::as_const(m_answers))
+            if (answer.contains(u"text"_s))
+                QCOMPARE(answer[u"lines"_s].toArray().size(),
+                         answer[u"text"_s].toString().split(u'\n', Qt::SkipEmptyParts).size());
+        const QJsonValue last = m_answers[u"wide.png"_s][u"lines"_s].toArray().last();
+        QVERIFY(last[u"words"_s].toArray().last()[2].toInt() > 10'000);
         // In several pieces, whose lines meet again.
         QVERIFY(m_answers[u"wide.png"_s][u"text"].toString().count(u"heron"_s) > 350);
         for (const QString &name :
@@ -178,9 +187,13 @@ private Q_SLOTS:
         QCOMPARE(QProcess::execute(program, {u"picture.png"_s}), 2);
         const QStringList page{u"page.png"_s};
         const QString english = run(page, {}, {u"--lang"_s, u"eng"_s})[page[0]][u"text"].toString();
+        QVERIFY(!run({u"dot.png"_s})[u"dot.png"_s].contains(u"lines"_s));
         QVERIFY(english.contains(sentence[0]) && !english.contains(u"会議"_s));
         // Without any language data nothing is said about the picture.
-        QVERIFY(run(page, {u"TESSDATA_PREFIX="_s + m_home.path()})[page[0]].contains(u"error"_s));
+        QByteArray errors;
+        const auto answers = run(page, {u"TESSDATA_PREFIX="_s + m_home.path()}, {}, &errors);
+        QVERIFY(answers[page[0]].contains(u"error"_s));
+        QCOMPARE(errors, "qmocr: no Tesseract language data is installed\n");
     }
 };
 
