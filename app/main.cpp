@@ -1,5 +1,6 @@
 #include "app/AppDelegate.h"
 #include "app/SingleInstance.h"
+#include "platform/Memory.h"
 #include "platform/SystemStartup.h"
 #include "platform/TerminationSignals.h"
 #include "ui/AppLocale.h"
@@ -77,6 +78,7 @@ int main(int argc, char **argv)
     if (const std::optional<int> code = doneWithoutADisplay(argc, argv, command))
         return *code;
 
+    Memory::returnLargeBlocks();
     QApplication application(argc, argv);
     QApplication::setApplicationName(QStringLiteral("Quillmere"));
     QApplication::setApplicationVersion(QStringLiteral(QM_VERSION));

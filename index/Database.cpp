@@ -30,6 +30,12 @@ void Statement::bind(int parameter, const QString &text)
     bind(parameter, text.toUtf8().constData());
 }
 
+void Statement::bind(int parameter, const QByteArray &blob)
+{
+    if (m_statement)
+        sqlite3_bind_blob(m_statement.get(), parameter, blob.constData(), int(blob.size()), SQLITE_TRANSIENT);
+}
+
 void Statement::bind(int parameter, qint64 number)
 {
     if (m_statement)
@@ -86,6 +92,12 @@ std::string_view Statement::bytes(int column) const
     return text ? std::string_view(text, size_t(sqlite3_column_bytes(m_statement.get(), column))) : std::string_view();
 }
 
+QByteArray Statement::blob(int column) const
+{
+    const auto *bytes = static_cast<const char *>(sqlite3_column_blob(m_statement.get(), column));
+    return QByteArray(bytes, bytes ? sqlite3_column_bytes(m_statement.get(), column) : 0);
+}
+
 QString Statement::text(int column) const
 {
     const std::string_view utf8 = bytes(column);
@@ -135,7 +147,8 @@ bool Database::open()
             return false;
     }
     if (m_access == Access::write && !m_schemaReady)
-        m_schemaReady = bringToForm() && execute(IndexSql::schema) && execute(IndexSql::failuresSchema);
+        m_schemaReady = bringToForm() && execute(IndexSql::schema) && execute(IndexSql::failuresSchema) &&
+                        execute(IndexSql::boxesSchema);
     return m_access == Access::read || m_schemaReady;
 }
 

@@ -21,6 +21,7 @@ public:
     // Parameters count from 1. Texts are copied, up to their first NUL.
     void bind(int parameter, const char *utf8);
     void bind(int parameter, const QString &text);
+    void bind(int parameter, const QByteArray &blob);
     void bind(int parameter, qint64 number);
     void bind(int parameter, int number);
 
@@ -34,6 +35,7 @@ public:
     qint64 int64(int column) const;
     std::string_view bytes(int column) const; // UTF-8, valid until the next row
     QString text(int column) const;           // "" for NULL
+    QByteArray blob(int column) const;        // the same
 
 private:
     friend class Database;

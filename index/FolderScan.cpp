@@ -91,9 +91,11 @@ int removeGone(Database &database, const Findings &findings, const QStringList &
         return 0;
     Transaction transaction(database);
     Statement remove = database.prepare(IndexSql::deleteShot);
+    Statement removeBoxes = database.prepare(IndexSql::deleteBoxes);
     for (const PathSet::Ref ref : gone) {
         remove.bind(1, findings.paths[ref].data());
-        if (!remove.run()) {
+        removeBoxes.bind(1, findings.paths[ref].data());
+        if (!removeBoxes.run() || !remove.run()) {
             *error = database.error();
             return 0;
         }
@@ -190,13 +192,15 @@ int updateChanged(Database &database, const FolderScan::Pass &pass, FolderScan::
     Transaction transaction(database);
     Statement update = database.prepare(IndexSql::fileChanged);
     Statement forget = database.prepare(IndexSql::forgetFailure);
+    Statement forgetBoxes = database.prepare(IndexSql::forgetBoxes);
     for (const Suspect &file : changed) {
         update.bind(1, file.bytes);
         update.bind(2, file.modifiedMs);
         update.bind(3, parseTakenAt(QString::fromUtf8(file.path.mid(file.path.lastIndexOf('/') + 1)), file.modifiedMs));
         update.bind(4, file.id);
         forget.bind(1, file.id);
-        if (!update.run() || !forget.run()) {
+        forgetBoxes.bind(1, file.id);
+        if (!update.run() || !forget.run() || !forgetBoxes.run()) {
             changes.error = database.error();
             return 0;
         }

@@ -24,9 +24,18 @@ inline constexpr char failuresSchema[] = "CREATE TABLE IF NOT EXISTS shot_failur
                                          "  since_ms INTEGER NOT NULL\n"
                                          ");";
 
+// Where the words of a text stand in its picture, as TextBoxes packs it; a shot that was read by an older program has
+// none. A table of its own, as the searches need not read past it.
+inline constexpr char boxesSchema[] = "CREATE TABLE IF NOT EXISTS shot_boxes (\n"
+                                      "  shot_id INTEGER PRIMARY KEY,\n"
+                                      "  boxes BLOB NOT NULL\n"
+                                      ");";
+
 // The scan.
 inline constexpr char knownPaths[] = "SELECT path FROM shots";
 inline constexpr char deleteShot[] = "DELETE FROM shots WHERE path = ?"; // path
+inline constexpr char deleteBoxes[] =
+    "DELETE FROM shot_boxes WHERE shot_id = (SELECT id FROM shots WHERE path = ?)"; // path, before its shot
 inline constexpr char insertShot[] =
     "INSERT OR IGNORE INTO shots(path, filename, bytes, mtime_ms, taken_at, indexed_at)\n"
     "VALUES(?, ?, ?, ?, ?, ?)";
@@ -57,7 +66,10 @@ inline constexpr char giveUp[] = "UPDATE shots SET ocr_done = 1 WHERE id = ?";  
 inline constexpr char recordFailure[] =
     "INSERT INTO shot_failures(shot_id, reason, since_ms) VALUES(?1, ?2, ?3) "
     "ON CONFLICT(shot_id) DO UPDATE SET reason = ?2 WHERE reason <> ?2"; // id, reason, milliseconds since 1970
-inline constexpr char forgetFailure[] = "DELETE FROM shot_failures WHERE shot_id = ?"; // id
+inline constexpr char storeBoxes[] = "INSERT OR REPLACE INTO shot_boxes(shot_id, boxes) VALUES(?, ?)"; // id, boxes
+inline constexpr char forgetBoxes[] = "DELETE FROM shot_boxes WHERE shot_id = ?";                      // id
+inline constexpr char readShot[] = "SELECT id, path FROM shots WHERE id = ? AND ocr_done = 1";         // id
+inline constexpr char forgetFailure[] = "DELETE FROM shot_failures WHERE shot_id = ?";                 // id
 inline constexpr char forgetFailuresOfGone[] = "DELETE FROM shot_failures WHERE shot_id NOT IN (SELECT id FROM shots)";
 
 // The readers. Columns are those of Shot.
@@ -69,6 +81,10 @@ inline constexpr char searchWords[] = "SELECT id,path,filename,taken_at,ocr_text
                                       "ORDER BY mtime_ms DESC LIMIT ?"; // words, limit
 inline constexpr char recentShots[] = "SELECT id,path,filename,taken_at,ocr_text FROM shots "
                                       "ORDER BY mtime_ms DESC LIMIT ?"; // limit
+
+// Columns: boxes, ocr_text, path, bytes, mtime_ms.
+inline constexpr char boxesOf[] = "SELECT boxes, ocr_text, path, bytes, mtime_ms FROM shots "
+                                  "LEFT JOIN shot_boxes ON shot_id = id WHERE id = ?"; // id
 
 // For inspecting the index.
 inline constexpr char countShots[] = "SELECT COUNT(*) FROM shots";

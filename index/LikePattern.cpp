@@ -84,10 +84,12 @@ Bytes filled(Byte value)
     return Bytes{} + value;
 }
 
-struct Halves {
-    std::uint64_t low, high;
-    explicit Halves(const Bytes &bytes) { std::memcpy(this, &bytes, sizeof bytes); }
-};
+bool any(const Bytes &bytes)
+{
+    std::uint64_t halves[2];
+    std::memcpy(halves, &bytes, sizeof halves);
+    return (halves[0] | halves[1]) != 0;
+}
 
 // A small letter also matches its capital, which differs in one bit.
 Byte caseBit(char c)
@@ -113,15 +115,17 @@ size_t search(std::string_view anchor, const size_t (&probes)[2], std::string_vi
     const char *first = text.data() + probes[0], *second = text.data() + probes[1];
     const Bytes firstCase = filled(caseBit(anchor[probes[0]])), firstByte = filled(Byte(anchor[probes[0]]));
     const Bytes secondCase = filled(caseBit(anchor[probes[1]])), secondByte = filled(Byte(anchor[probes[1]]));
+    const auto hitsAt = [&](size_t at) {
+        return Bytes(((load(first + at) | firstCase) == firstByte) & ((load(second + at) | secondCase) == secondByte));
+    };
+    constexpr size_t step = sizeof(Bytes);
     size_t at = from;
-    for (; at + sizeof(Bytes) <= end; at += sizeof(Bytes)) {
-        const auto hits =
-            ((load(first + at) | firstCase) == firstByte) & ((load(second + at) | secondCase) == secondByte);
-        const Halves halves{Bytes(hits)};
-        if ((halves.low | halves.high) == 0)
+    for (; at + 2 * step <= end; at += 2 * step) {
+        const Bytes hits[] = {hitsAt(at), hitsAt(at + step)};
+        if (!any(hits[0] | hits[1]))
             continue;
-        for (size_t i = 0; i < sizeof(Bytes); ++i) {
-            if (hits[i] && isAt(anchor, text.data() + at + i))
+        for (size_t i = 0; i < 2 * step; ++i) {
+            if (hits[i / step][i % step] && isAt(anchor, text.data() + at + i))
                 return at + i;
         }
     }
@@ -132,34 +136,50 @@ size_t search(std::string_view anchor, const size_t (&probes)[2], std::string_vi
     return std::string_view::npos;
 }
 
-// True for UTF-8 with as many continuation bytes as its leading bytes announce, none of which announces three.
-bool isSimple(std::string_view text, bool mayBeOverlong)
+// Looks at every byte of a text and the three before it, many at once: whether `bad` finds none of them to be so.
+template<class Bad>
+bool isFree(std::string_view text, Bad bad)
 {
-    Bytes bad{};
-    const auto look = [&](const char *at) {
-        const Bytes bytes = load(at);
-        const auto continues = (bytes & filled(0xC0)) == filled(0x80);
-        const auto expected =
-            (load(at - 1) >= filled(0xC0)) | (load(at - 2) >= filled(0xE0)) | (load(at - 3) >= filled(0xF0));
-        bad |= Bytes(continues ^ expected) | Bytes(bytes >= filled(0xF0));
-        if (mayBeOverlong)
-            bad |= Bytes(bytes == filled(0xE0));
-    };
+    Bytes found{};
     // Both ends are looked at in a copy with zeros around it.
     constexpr size_t before = 3, step = sizeof(Bytes);
     char edge[before + step] = {};
     text.copy(edge + before, step);
-    look(edge + before);
+    found |= bad(edge + before);
     size_t at = step;
     for (; at + step <= text.size(); at += step)
-        look(text.data() + at);
+        found |= bad(text.data() + at);
     if (text.size() >= step) {
         std::fill(std::begin(edge), std::end(edge), '\0');
         std::memcpy(edge, text.data() + at - before, before + text.size() - at);
-        look(edge + before);
+        found |= bad(edge + before);
     }
-    const Halves halves(bad);
-    return (halves.low | halves.high) == 0;
+    return !any(found);
+}
+
+// No leading byte has more continuation bytes than it announces, or announces three. Only such a sequence can spell a
+// character above U+07FF otherwise than in the usual way.
+bool isShort(std::string_view text)
+{
+    return isFree(text, [](const char *at) {
+        const Bytes bytes = load(at);
+        const auto continues = [](const Bytes &b) { return (b & filled(0xC0)) == filled(0x80); };
+        const auto continuesOrTwo = (load(at - 2) >= filled(0x80)) & (load(at - 2) < filled(0xE0));
+        return Bytes((continues(bytes) & continues(load(at - 1)) & continuesOrTwo) |
+                     ((bytes & filled(0xF0)) == filled(0xF0)));
+    });
+}
+
+// As many continuation bytes as the leading bytes announce, none of which announces three or may be longer than needed.
+bool isWellFormed(std::string_view text)
+{
+    return isFree(text, [](const char *at) {
+        const Bytes bytes = load(at);
+        const auto continues = (bytes & filled(0xC0)) == filled(0x80);
+        const auto expected =
+            (load(at - 1) >= filled(0xC0)) | (load(at - 2) >= filled(0xE0)) | (load(at - 3) >= filled(0xF0));
+        return Bytes((continues ^ expected) | (bytes >= filled(0xF0)) | (bytes == filled(0xE0)));
+    });
 }
 
 std::string_view untilNul(std::string_view text)
@@ -203,7 +223,7 @@ void LikePattern::addPart(Part part)
         if (c == replacement || c > 0x10FFFF)
             m_others = Others::all; // many malformed sequences are read as the same
         else if (c >= 0x80)
-            m_others = std::max(m_others, c < 0x800 ? Others::overlong : Others::malformed);
+            m_others = std::max(m_others, c < 0x800 ? Others::malformed : Others::tooLong);
     }
     int best = std::numeric_limits<int>::max();
     for (size_t begin = 0; begin < part.characters.size();) {
@@ -314,7 +334,13 @@ std::optional<LikePattern::Match> LikePattern::match(std::string_view text, size
 
 bool LikePattern::mayBeSpeltOtherwise(std::string_view text) const
 {
-    return m_others == Others::all || (m_others != Others::none && !isSimple(text, m_others == Others::overlong));
+    switch (m_others) {
+    case Others::none: return false;
+    case Others::tooLong: return !isShort(text);
+    case Others::malformed: return !isWellFormed(text);
+    case Others::all: break;
+    }
+    return true;
 }
 
 bool LikePattern::matches(std::string_view utf8) const

@@ -51,7 +51,7 @@ private:
     std::vector<Part> m_parts;
     bool m_openStart = false, m_openEnd = false; // a "%" there
     // Which texts may hold the characters in a spelling that a search for bytes does not find.
-    enum class Others { none, malformed, overlong, all } m_others = Others::none;
+    enum class Others { none, tooLong, malformed, all } m_others = Others::none;
 };
 
 } // namespace qm

@@ -80,6 +80,15 @@ void OcrIndexer::settingsChanged()
     post(&OcrIndexer::scanAndPump);
 }
 
+void OcrIndexer::readAgain(qint64 id)
+{
+    m_queue.post([weak = weak_from_this(), id] {
+        const std::shared_ptr<OcrIndexer> indexer = weak.lock();
+        if (indexer && indexer->m_database.isOpen() && ConfigStore::autoOcr())
+            OcrRunner::readAgain(indexer->m_database, indexer->m_findHelper(), id);
+    });
+}
+
 // Only when it comes into force: a user who deletes it later means it.
 void OcrIndexer::createCaptureFolder()
 {

@@ -46,8 +46,11 @@ public:
     void tellProgress(std::function<void(const ReadingProgress &)> listener) { m_listener = std::move(listener); }
     void start();           // call once
     void settingsChanged(); // other folders may be in force
-    void pump(Scan scan);   // one step: a scan if requested, then a batch if the settings allow it
-    void scheduleDrain();   // soon another step without a scan, unless one is already scheduled
+    // From the main thread: text and boxes of a shot anew, as one read by an older program has none of these. Only if the
+    // settings allow reading by itself.
+    void readAgain(qint64 id);
+    void pump(Scan scan); // one step: a scan if requested, then a batch if the settings allow it
+    void scheduleDrain(); // soon another step without a scan, unless one is already scheduled
 
 private:
     void startSafetyTimer();

@@ -9,6 +9,7 @@
 #include <QDateTime>
 #include <QFile>
 #include <QFileInfo>
+#include <QJsonArray>
 #include <QJsonDocument>
 #include <QJsonObject>
 #include <QThread>
@@ -30,11 +31,12 @@ struct Pending {
     bool askable; // a line feed in a name would read as two paths
 };
 
-std::vector<Pending> pendingRows(Database &database, int limit)
+// statement: one that gives id and path, and takes one number.
+std::vector<Pending> pendingRows(Database &database, const char *statement, qint64 parameter)
 {
     std::vector<Pending> rows;
-    Statement waiting = database.prepare(IndexSql::waiting);
-    waiting.bind(1, limit);
+    Statement waiting = database.prepare(statement);
+    waiting.bind(1, parameter);
     while (waiting.nextRow()) {
         const std::string_view path = waiting.bytes(1);
         const QByteArray bytes(path.data(), qsizetype(path.size()));
@@ -100,7 +102,8 @@ Reading runHelper(const QString &helper, const std::vector<Pending> &rows, const
         if (progress)
             progress(std::min(answered, asked), asked);
     };
-    const std::optional<ChildProcess::Result> result = ChildProcess::run(helper, {}, input, received);
+    const std::optional<ChildProcess::Result> result =
+        ChildProcess::run(helper, {QStringLiteral("--boxes")}, input, received);
     if (!result)
         return {{}, QStringLiteral("%1 cannot be started").arg(helper)};
     // A helper that garbles one line cannot be trusted with the others.
@@ -143,9 +146,11 @@ OcrRunner::Results OcrRunner::parseNdjson(const QByteArray &output)
             continue;
         const QJsonValue text = object.value(u"text");
         if (object.contains(u"error"))
-            results.insert(path.toString().toUtf8(), {std::nullopt, object.value(u"error").toString()});
+            results.insert(path.toString().toUtf8(), {std::nullopt, std::nullopt, object.value(u"error").toString()});
         else if (text.isString())
-            results.insert(path.toString().toUtf8(), {text.toString(), {}});
+            results.insert(
+                path.toString().toUtf8(),
+                {text.toString(), TextBoxes::fromLines(object.value(u"lines").toArray(), text.toString()), {}});
     }
     return results;
 }
@@ -153,6 +158,15 @@ OcrRunner::Results OcrRunner::parseNdjson(const QByteArray &output)
 bool OcrRunner::isBusy(const Database &database)
 {
     return BatchLock(database).isTaken();
+}
+
+static bool storePlaces(Database &database, qint64 id, const OcrRunner::Answer &answer)
+{
+    Statement change = database.prepare(answer.boxes ? IndexSql::storeBoxes : IndexSql::forgetBoxes);
+    change.bind(1, id);
+    if (answer.boxes)
+        change.bind(2, answer.boxes->packed(*answer.text));
+    return change.run();
 }
 
 static bool store(Database &database, const std::vector<Pending> &rows, const Reading &reading, OcrRunner::Batch *batch)
@@ -175,6 +189,8 @@ static bool store(Database &database, const std::vector<Pending> &rows, const Re
             storeText.bind(2, row.id);
             change = &storeText;
             ++batch->read;
+            if (!storePlaces(database, row.id, *answer))
+                return false;
         } else {
             ++batch->failed;
             if (!reading.complaint.isEmpty())
@@ -202,7 +218,7 @@ OcrRunner::Batch OcrRunner::run(Database &database, const std::optional<QString>
     if (lock.isTaken())
         return {};
 
-    const std::vector<Pending> rows = pendingRows(database, limit);
+    const std::vector<Pending> rows = pendingRows(database, IndexSql::waiting, limit);
     if (rows.empty())
         return {};
     if (!canWrite(database, rows.front().id))
@@ -216,6 +232,19 @@ OcrRunner::Batch OcrRunner::run(Database &database, const std::optional<QString>
         batch.reason = reading.complaint;
     }
     return batch;
+}
+
+void OcrRunner::readAgain(Database &database, const std::optional<QString> &helper, qint64 id)
+{
+    BatchLock lock(database);
+    const std::vector<Pending> rows = pendingRows(database, IndexSql::readShot, id);
+    if (!helper || lock.isTaken() || rows.empty() || !rows.front().present || !rows.front().askable)
+        return;
+    const Reading reading = runHelper(*helper, rows, {});
+    Batch batch;
+    const auto answer = reading.results.constFind(rows.front().path);
+    if (reading.complaint.isEmpty() && answer != reading.results.constEnd() && answer->text)
+        store(database, rows, reading, &batch);
 }
 
 } // namespace qm

@@ -1,5 +1,7 @@
 #pragma once
 
+#include "index/TextBoxes.h"
+
 #include <QByteArray>
 #include <QHash>
 #include <QString>
@@ -19,7 +21,8 @@ inline constexpr int batchSize = 40; // pictures: a few minutes of work, after w
 
 struct Answer {
     std::optional<QString> text;
-    QString error; // the helper's reason if there is no text
+    std::optional<TextBoxes> boxes; // absent also if they do not fit the text
+    QString error;                  // the helper's reason if there is no text
 };
 using Results = QHash<QByteArray, Answer>; // by path, UTF-8
 
@@ -39,6 +42,9 @@ struct Batch {
 // whose name the helper's input cannot carry, are marked as done without a text. An empty batch, without trouble, if
 // there is no helper or another process is running a batch. If writing fails, all of the batch is rolled back.
 Batch run(Database &database, const std::optional<QString> &helper, int limit, const Progress &progress = {});
+
+// Reads a picture again that has been read before, and replaces its text and boxes. Nothing changes if it cannot be read.
+void readAgain(Database &database, const std::optional<QString> &helper, qint64 id);
 
 // True if another process is running a batch: run would return at once.
 bool isBusy(const Database &database);

@@ -1,5 +1,7 @@
 #pragma once
 
+#include "index/TextBoxes.h"
+
 #include <QList>
 #include <QString>
 
@@ -29,6 +31,12 @@ struct SearchResult {
     Match match = Match::typed;
     int unreadablePictures = 0; // of all in the index
     bool failed = false; // the index is locked or damaged: what is in it is not known. No index at all is no failure
+};
+
+// Where the text of a shot stands.
+struct ShotPlaces {
+    bool unread = false;            // nothing is known, though it has a text: an older program has read it
+    std::optional<TextBoxes> boxes; // absent also if its file has changed since, or is gone
 };
 
 // Why a picture has no text.

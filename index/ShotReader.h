@@ -20,6 +20,7 @@ public:
     SearchResult search(const QString &text, int limit);
     SearchResult recent(int limit);
     std::optional<qint64> version();
+    ShotPlaces places(qint64 id);
     QList<ReadFailure> failures();
 
     // Runs one of the readers' statements of IndexSql: the pattern or words, if given, are parameter 1, followed by the

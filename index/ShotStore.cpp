@@ -36,6 +36,11 @@ std::optional<qint64> ShotStore::version()
     return onQueue([](ShotReader &reader) { return reader.version(); });
 }
 
+ShotPlaces ShotStore::places(qint64 id)
+{
+    return onQueue([id](ShotReader &reader) { return reader.places(id); });
+}
+
 QList<ReadFailure> ShotStore::failures()
 {
     return onQueue([](ShotReader &reader) { return reader.failures(); });

@@ -19,6 +19,7 @@ SearchResult recent(int limit); // newest first
 // Another number whenever the index has changed, by whatever program; std::nullopt while it cannot be read.
 std::optional<qint64> version();
 
+ShotPlaces places(qint64 id);  // looks at the file as well
 QList<ReadFailure> failures(); // pictures that could not be read, newest first
 
 } // namespace ShotStore

@@ -28,4 +28,12 @@ void ImageLoader::load(const QString &path, double maxEdge)
         Q_EMIT changed(); // now loading
 }
 
+void ImageLoader::drop()
+{
+    m_currentPath.reset();
+    m_request.drop();
+    m_load.reset();
+    m_image = {};
+}
+
 } // namespace qm

@@ -17,6 +17,7 @@ public:
     // Loading the same path again does nothing, whatever the edge (pixels) and however the last load ended.
     void load(const QString &path, double maxEdge);
     void forget() { m_currentPath.reset(); } // its file may have changed: the next load is one
+    void drop();                             // the image goes as well
 
     const QImage &image() const { return m_image; } // null while loading and after a failure
     bool failed() const { return m_failed; }

@@ -11,6 +11,7 @@
 #include "library/SecondaryLabel.h"
 #include "library/ShotListView.h"
 #include "library/SymbolView.h"
+#include "platform/Memory.h"
 #include "ui/AppLocale.h"
 #include "ui/IconButton.h"
 #include "ui/SystemLook.h"
@@ -47,7 +48,7 @@ LibraryView::LibraryView(Environment environment, QWidget *parent)
     , m_search(m_environment.main, m_environment.index,
                [this](const SearchResult &result, const QString &text) { setResult(result, text); })
 {
-    m_preview = new PreviewPane(m_environment.thumbnails);
+    m_preview = new PreviewPane(m_environment.thumbnails, m_environment.places);
     m_preview->setMinimumWidth(previewMinimum);
     m_preview->onAction = [this](ShotAction action, const Shot &shot) { perform(action, Shot(shot)); };
 
@@ -67,6 +68,10 @@ LibraryView::LibraryView(Environment environment, QWidget *parent)
         m_field->setFocus(Qt::ShortcutFocusReason);
         m_field->selectAll();
     });
+    for (const auto &[key, step] : {std::pair(QKeySequence::FindNext, 1), std::pair(QKeySequence::FindPrevious, -1)}) {
+        auto *go = new QShortcut(key, this);
+        connect(go, &QShortcut::activated, this, [this, step = step] { m_preview->goToHit(step); });
+    }
     auto *close = new QShortcut(QKeySequence::Close, this);
     connect(close, &QShortcut::activated, this, [this] { window()->close(); });
     refresh();
@@ -183,6 +188,8 @@ void LibraryView::showEvent(QShowEvent *event)
 {
     QWidget::showEvent(event);
     m_search.watch(true);
+    m_dropping.cancel();
+    refresh();
     if (event->spontaneous())
         return;
     m_field->setFocus();
@@ -197,6 +204,15 @@ void LibraryView::hideEvent(QHideEvent *event)
 {
     QWidget::hideEvent(event);
     m_search.watch(false);
+    m_dropping = m_environment.main.postAfter(keptWhileHidden, [this] { dropPictures(); });
+}
+
+void LibraryView::dropPictures()
+{
+    m_preview->dropPicture();
+    m_list->dropThumbnails();
+    m_environment.thumbnails.clear();
+    Memory::returnFree();
 }
 
 void LibraryView::scheduleReload()

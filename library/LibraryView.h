@@ -2,6 +2,7 @@
 
 #include "index/OcrIndexer.h"
 #include "library/LiveSearch.h"
+#include "library/PreviewPane.h"
 #include "library/ShotActions.h"
 #include "library/ThumbnailCache.h"
 #include "platform/TaskQueue.h"
@@ -16,7 +17,6 @@ class QStackedLayout;
 
 namespace qm {
 
-class PreviewPane;
 class SecondaryLabel;
 class ShotListView;
 class LibraryStatus;
@@ -37,6 +37,7 @@ public:
         std::function<void(const QString &path)> annotate;
         ThumbnailCache &thumbnails;
         std::function<void(const QString &path, std::function<void(const Outcome &)> done)> trash = Workspace::trash;
+        PreviewPane::Places places = {};
     };
     // The application's index: newest first, all for an empty text.
     static SearchResult findInIndex(const QString &text);
@@ -45,6 +46,9 @@ public:
     ~LibraryView() override;
 
     void reload(); // queries the shots for the search text, at once
+
+    // After this long out of sight, what was decoded is given back.
+    static constexpr std::chrono::milliseconds keptWhileHidden{2000};
 
     void setReading(const ReadingProgress &reading); // what the indexer is about
 
@@ -66,6 +70,7 @@ private:
     void scheduleReload();
     void setResult(const SearchResult &result, const QString &text);
     void showReadFailures();
+    void dropPictures();
     void setSelection(std::optional<qint64> id);
     void refresh();
 
@@ -87,6 +92,7 @@ private:
     bool m_didLoad = false;
     bool m_hasResult = false;
     Timer m_debounceTask;
+    Timer m_dropping;
 
     QLineEdit *m_field = nullptr;
     SecondaryLabel *m_matchNote = nullptr;

@@ -23,7 +23,13 @@ void LibraryWindowController::show()
 {
     if (!m_window) {
         m_window = std::make_unique<LibraryView>(LibraryView::Environment{
-            QtQueue::main(), {&LibraryView::findInIndex, &ShotStore::version}, m_annotate, ThumbnailCache::shared()});
+            QtQueue::main(),
+            {&LibraryView::findInIndex, &ShotStore::version},
+            m_annotate,
+            ThumbnailCache::shared(),
+            Workspace::trash,
+            {&ShotStore::places, [](qint64 id) { OcrIndexer::shared().readAgain(id); }},
+        });
         m_window->setReading(m_reading);
         m_window->setWindowTitle(AppLocale::text(u"Quillmere Library", u"Quillmere ライブラリ"));
         m_window->resize(contentSize);

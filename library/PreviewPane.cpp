@@ -1,6 +1,8 @@
 #include "library/PreviewPane.h"
 
+#include "imaging/ImageFile.h"
 #include "library/ActionRow.h"
+#include "library/HitBar.h"
 #include "library/LibraryLook.h"
 #include "library/PreviewPicture.h"
 #include "library/RecognisedText.h"
@@ -8,6 +10,7 @@
 #include "library/SymbolView.h"
 #include "ui/AppLocale.h"
 
+#include <QFile>
 #include <QFileInfo>
 #include <QProgressBar>
 #include <QScreen>
@@ -21,9 +24,10 @@ static constexpr int gap = 12;
 static constexpr int progressWidth = 120;
 static constexpr int failureSymbolSize = 36;
 
-PreviewPane::PreviewPane(ThumbnailCache &cache, QWidget *parent)
+PreviewPane::PreviewPane(ThumbnailCache &cache, Places places, QWidget *parent)
     : QWidget(parent)
     , m_loader(cache)
+    , m_places(std::move(places))
 {
     m_pages = new QStackedLayout(this);
     m_pages->addWidget(makePlaceholder());
@@ -74,6 +78,13 @@ QWidget *PreviewPane::makeContent()
     m_area->addWidget(m_failure);
 
     m_text = new RecognisedText;
+    m_hits = new HitBar;
+    m_hits->onStep = [this](int step) { goToHit(step); };
+    m_text->onMarks = [this] {
+        m_currentHit = 0;
+        showHits();
+    };
+    m_picture->onSelect = [this](const TextMatch::Range &range) { m_text->select(range); };
     m_actions = new ActionRow;
     m_actions->onAction = [this](ShotAction action) {
         if (m_shot && onAction)
@@ -85,6 +96,7 @@ QWidget *PreviewPane::makeContent()
     layout->setContentsMargins(margin, margin, margin, margin);
     layout->setSpacing(gap);
     layout->addWidget(area, 1);
+    layout->addWidget(m_hits);
     layout->addWidget(m_text);
     layout->addWidget(m_actions);
     return page;
@@ -94,13 +106,71 @@ void PreviewPane::setShot(const std::optional<Shot> &shot, const QStringList &te
 {
     if (m_shot && shot && m_shot->path == shot->path && m_shot != shot)
         m_loader.forget();
+    if (!m_shot || !shot || m_shot->id != shot->id || m_shot->ocrText != shot->ocrText) {
+        m_picture->setText({}, {});
+        m_hasPlaces = false;
+        m_finding.drop();
+    }
     m_shot = shot;
     if (shot) {
+        findPlaces();
         const QSize pixels = screen()->size() * screen()->devicePixelRatio();
         m_loader.load(shot->path, std::max(pixels.width(), pixels.height()));
         m_text->setContent(shot->ocrText.value_or(QString()), terms);
     }
     refresh();
+}
+
+void PreviewPane::dropPicture()
+{
+    m_loader.drop();
+    m_picture->setImage({});
+}
+
+// Asked for with every new list until they are there: they may have been read meanwhile.
+void PreviewPane::findPlaces()
+{
+    struct Found {
+        ShotPlaces places;
+        QSize size; // of the picture
+    };
+    const QString text = m_shot->ocrText.value_or(QString());
+    if (m_hasPlaces || !m_places.find || text.isEmpty() || m_finding.isUnderWay())
+        return;
+    m_finding.start(
+        [find = m_places.find, id = m_shot->id, path = m_shot->path] {
+            QFile file(path);
+            const bool open = file.open(QIODevice::ReadOnly);
+            return Found{find(id), open ? ImageFile::probe(file).value_or(QSize()) : QSize()};
+        },
+        [this, id = m_shot->id, text](const Found &found) {
+            m_hasPlaces = found.places.boxes.has_value() && !found.size.isEmpty();
+            if (m_hasPlaces) {
+                m_picture->setText(PictureText(text, *found.places.boxes), found.size);
+                showHits();
+            } else if (found.places.unread && m_places.readAgain && !m_toReadAgain.contains(id)) {
+                m_toReadAgain.insert(id);
+                m_places.readAgain(id);
+            }
+        });
+}
+
+void PreviewPane::showHits()
+{
+    const QList<TextMatch::Range> &hits = m_text->marks();
+    m_hits->setHits(hits.size(), m_currentHit);
+    m_picture->setMarks(hits, m_currentHit);
+    if (m_currentHit < hits.size())
+        m_text->reveal(hits[m_currentHit]);
+}
+
+void PreviewPane::goToHit(int step)
+{
+    const qsizetype count = m_text->marks().size();
+    if (!m_shot || count == 0)
+        return;
+    m_currentHit = (m_currentHit + step + count) % count;
+    showHits();
 }
 
 PreviewPane::Showing PreviewPane::showing() const

@@ -3,7 +3,9 @@
 #include "index/Shot.h"
 #include "library/ImageLoader.h"
 #include "library/ShotActions.h"
+#include "ui/LatestJob.h"
 
+#include <QSet>
 #include <QWidget>
 
 class QLabel;
@@ -12,6 +14,7 @@ class QStackedLayout;
 namespace qm {
 
 class ActionRow;
+class HitBar;
 class PreviewPicture;
 class RecognisedText;
 
@@ -23,17 +26,30 @@ class PreviewPane : public QWidget
 public:
     enum class Showing { placeholder, progress, picture, failure };
 
-    explicit PreviewPane(ThumbnailCache &cache, QWidget *parent = nullptr);
+    // Where the text of a shot stands.
+    struct Places {
+        std::function<ShotPlaces(qint64 id)> find = nullptr; // any thread, may block; unset: nobody knows
+        std::function<void(qint64 id)> readAgain =
+            nullptr; // asks for what is not known; the next setShot() may find it
+    };
 
-    // Matches of the terms are marked in the shot's text.
+    PreviewPane(ThumbnailCache &cache, Places places, QWidget *parent = nullptr);
+
+    // Matches of the terms are marked on the shot and in its text.
     void setShot(const std::optional<Shot> &shot, const QStringList &terms);
     Showing showing() const;
+    void dropPicture(); // until the next setShot()
+
+    void goToHit(int step); // 1 is the next, -1 the one before
 
     std::function<void(ShotAction action, const Shot &shot)> onAction;
 
     void confirmCopy(); // briefly, on the copy button, where the user is looking
 
 private:
+    void findPlaces();
+    void showHits();
+
     QWidget *makePlaceholder();
     QWidget *makeContent();
     QWidget *makeFailure();
@@ -50,6 +66,12 @@ private:
     PreviewPicture *m_picture = nullptr;
     RecognisedText *m_text = nullptr;
     ActionRow *m_actions = nullptr;
+    HitBar *m_hits = nullptr;
+    qsizetype m_currentHit = 0;
+    const Places m_places;
+    bool m_hasPlaces = false;   // of the current shot
+    QSet<qint64> m_toReadAgain; // shots that were asked for
+    LatestJob m_finding;
 };
 
 } // namespace qm

@@ -41,6 +41,8 @@ void RecognisedText::setContent(const QString &text, const QStringList &terms)
     m_looking.drop();
     m_marks.clear();
     showMarks();
+    if (onMarks)
+        onMarks();
     fitHeight();
     verticalScrollBar()->setValue(0);
     if (!text.isEmpty() && !terms.isEmpty())
@@ -54,13 +56,24 @@ void RecognisedText::look()
         [this](const QList<TextMatch::Range> &marks) {
             m_marks = marks;
             showMarks();
-            if (marks.isEmpty())
-                return;
-            QTextCursor first(document());
-            first.setPosition(int(marks.first().start));
-            setTextCursor(first);
-            centerCursor();
+            if (onMarks)
+                onMarks();
         });
+}
+
+void RecognisedText::reveal(const TextMatch::Range &range)
+{
+    select({range.start, 0});
+    centerCursor();
+}
+
+void RecognisedText::select(const TextMatch::Range &range)
+{
+    const qsizetype last = document()->characterCount() - 1; // a long text is cut
+    QTextCursor cursor(document());
+    cursor.setPosition(int(std::min(range.start, last)));
+    cursor.setPosition(int(std::min(range.start + range.length, last)), QTextCursor::KeepAnchor);
+    setTextCursor(cursor);
 }
 
 void RecognisedText::showMarks()

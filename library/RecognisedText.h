@@ -18,6 +18,10 @@ public:
 
     void setContent(const QString &text, const QStringList &terms);
     const QList<TextMatch::Range> &marks() const { return m_marks; }
+    std::function<void()> onMarks; // others than before
+
+    void reveal(const TextMatch::Range &range); // scrolls there
+    void select(const TextMatch::Range &range); // and selects it
 
 protected:
     void keyPressEvent(QKeyEvent *event) override;

@@ -33,6 +33,8 @@ public:
     void setVisibleRows(int first, int last, double maxEdge);
     QImage thumbnail(int row) const; // null if missing or not loaded yet
 
+    void dropThumbnails() { m_visible.clear(); } // until the visible rows are told again
+
     bool isGone(int row) const; // its file was looked for in vain
 
     struct Excerpt {

@@ -69,6 +69,11 @@ void ShotListView::setContent(const QList<Shot> &shots, const QStringList &terms
     setAutoScroll(true);
 }
 
+void ShotListView::dropThumbnails()
+{
+    m_model->dropThumbnails();
+}
+
 void ShotListView::enter()
 {
     setFocus();

@@ -24,6 +24,8 @@ public:
     // of others begins at its top. Calls no callbacks.
     void setContent(const QList<Shot> &shots, const QStringList &terms, std::optional<qint64> selection);
 
+    void dropThumbnails(); // until it is painted again
+
     // Moves the focus here by arrow key, which selects the first shot if none is selected, as Tab does.
     void enter();
 

@@ -37,7 +37,7 @@ class ThumbnailCache
 public:
     using Completion = std::function<void(const QImage &image)>; // null: unreadable, or no longer wanted
 
-    static constexpr qsizetype defaultByteLimit = 256 * 1024 * 1024;
+    static constexpr qsizetype defaultByteLimit = 160 * 1024 * 1024;
 
     static ThumbnailCache &shared();
 
@@ -51,6 +51,8 @@ public:
     // (by size or modification time), the request, while it lives, completes a second time with what it shows now, which
     // is null if that cannot be read. Failures are not cached: the next request tries again.
     [[nodiscard]] ThumbnailRequest image(const QString &path, double maxEdge, Completion completion);
+
+    void clear() { m_images.clear(); }
 
 private:
     struct Stamp {

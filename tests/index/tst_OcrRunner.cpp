@@ -1,8 +1,11 @@
+#include "index/FolderScan.h"
 #include "index/IndexSql.h"
 #include "index/OcrRunner.h"
 #include "tests/support/IndexFixture.h"
 #include "tests/support/TempHome.h"
 
+#include <QJsonArray>
+#include <QJsonDocument>
 #include <QTest>
 
 #include <csignal>
@@ -80,6 +83,60 @@ private Q_SLOTS:
         }
     }
 
+    void boxesAreKeptWithTheirText()
+    {
+        const QString text = u"Total 1,280\n\n請求書"_s;
+        const auto lines = [](const char *words) {
+            return QJsonDocument::fromJson(
+                       QByteArray(R"([{"box":[10,20,90,12],"words":[[0,5,10,20,40,12],[6,5,60,21,40,9]]},)"
+                                  R"({"box":[],"words":[]},{"box":[9,50,30,10],"words":)") +
+                       words + "}]")
+                .array();
+        };
+        const auto boxes = TextBoxes::fromLines(lines("[[0,1,9,50,10,10],[1,1,19,50,10,10],[2,1,29,50,10,10]]"), text);
+        QVERIFY(boxes);
+        QCOMPARE(boxes->boxesOf(3, 5), QList<QRectF>({{34, 20, 42, 12}})); // "al 1," is one part of a line
+        QCOMPARE(boxes->boxesOf(9, 6), QList<QRectF>({{84, 20, 16, 12}, {9, 50, 20, 10}}));
+        for (const char *words :
+             {"[[0,4,9,50,10,10]]", "[[1,1,9,50,9,9],[0,1,9,50,9,9]]", "[[0,1,-9,50,10,10]]", "[[0,1]]"})
+            QVERIFY2(!TextBoxes::fromLines(lines(words), text), words);
+
+        // Boxes of Japanese characters that reach over others.
+        const auto mended = TextBoxes::fromLines(lines("[[0,1,9,50,13,10],[1,1,19,50,20,10],[2,1,15,50,24,10]]"), text);
+        QVERIFY(mended && mended == boxes);
+
+        const QByteArray packed = boxes->packed(text);
+        QCOMPARE(TextBoxes::unpacked(packed, text), boxes);
+        QVERIFY(!TextBoxes::unpacked(packed, u"Total 1,281\n\n請求書"_s)); // another program has read it again
+        for (qsizetype i = 0; i < packed.size(); ++i) {
+            QByteArray damaged = packed;
+            damaged[i] = char(damaged[i] ^ 0x55);
+            const auto read = TextBoxes::unpacked(damaged, text);
+            QVERIFY(!read || read == boxes);
+        }
+
+        addRow(u"one.png"_s);
+        addRow(u"two.png"_s);
+        const QByteArray box = R"([{\"box\":[1,2,30,4],\"words\":[[0,1,1,2,3,4]]}])";
+        const QByteArray script = "while read -r p; do echo \"{\\\"path\\\": \\\"$p\\\", \\\"text\\\": \\\"t\\\", "
+                                  "\\\"lines\\\": " +
+                                  box + "}\"; done; [ \"$1\" = --boxes ] || echo helper: bad >&2";
+        QCOMPARE(run(script), 2);
+        QCOMPARE(m_batch.reason, QString());
+        const QString kept = u"SELECT shot_id, length(boxes) > 0 FROM shot_boxes"_s;
+        QCOMPARE(rows(*m_database, kept.toUtf8().constData(), 2), QStringList({u"1|1"_s, u"2|1"_s}));
+        // Those of an older program are read again when they are asked for; nothing changes where that fails.
+        QVERIFY(m_database->execute("DELETE FROM shot_boxes; UPDATE shots SET ocr_text = 'old'"));
+        OcrRunner::readAgain(*m_database, m_home->file(u"helper"_s), 2);
+        OcrRunner::readAgain(*m_database, m_home->script(u"fails"_s, "exit 1"), 1);
+        QCOMPARE(rows(*m_database, kept.toUtf8().constData(), 2), QStringList(u"2|1"_s));
+        QCOMPARE(rows(*m_database, "SELECT ocr_text, ocr_done FROM shots ORDER BY id", 2),
+                 QStringList({u"old|1"_s, u"t|1"_s}));
+        // They go with the shot, and with the text of a file that changes.
+        FolderScan::scan(*m_database, {.named = {m_home->file(u"two.png"_s).toUtf8()}});
+        QCOMPARE(rows(*m_database, kept.toUtf8().constData(), 2), QStringList());
+    }
+
     void reasonsAreKept()
     {
         addRow(u"bad.png"_s);
@@ -115,10 +172,10 @@ private Q_SLOTS:
         addRow(u"日本.png"_s);
         addRow(u"line\nfeed.png"_s); // would read as two
         addRow(u"beyond the limit.png"_s);
-        run("cat >input; echo $# >arguments", 3);
+        run("cat >input; echo $* >arguments", 3);
         QCOMPARE(rows(*m_database, "SELECT filename FROM shots WHERE ocr_done", 1), QStringList(u"line\nfeed.png"_s));
         QCOMPARE(m_home->read(u"input"_s), (m_home->file(u"a b '\".png\n"_s) + m_home->file(u"日本.png\n"_s)).toUtf8());
-        QCOMPARE(m_home->read(u"arguments"_s), QByteArray("0\n"));
+        QCOMPARE(m_home->read(u"arguments"_s), QByteArray("--boxes\n"));
     }
 
     void withoutAHelperNothingIsTouched()
