@@ -26,6 +26,8 @@ public:
     void applicationDidFinishLaunching(); // called once; no error stops the start
     void perform(const Command &command);
 
+    void sessionEnds(); // log-out: nothing is asked; what is being drawn is kept
+
     // At quit. Returns false if something is still busy after the limit. The process may exit anyway; stored data is
     // safe.
     bool stop(std::chrono::milliseconds limit);

@@ -13,6 +13,11 @@ bool Annotation::operator==(const Annotation &other) const
            rotation == other.rotation;
 }
 
+bool AnnotationDoc::hasSameEdits(const AnnotationDoc &other) const
+{
+    return crop == other.crop && items == other.items;
+}
+
 double Annotation::fontSize() const
 {
     return rect.height() > 1 ? rect.height() : defaultFontSize(lineWidth);

@@ -18,6 +18,7 @@ namespace qm {
 struct Annotation {
     enum class Kind : quint8 { line, arrow, rect, ellipse, text, blur };
     enum class BlurShape : quint8 { rect, ellipse };
+    static constexpr Kind lastKind = Kind::blur;
 
     Kind kind = Kind::line;
     // line, arrow: from the start point, its size signed (end minus start), never normalised.
@@ -46,6 +47,8 @@ struct AnnotationDoc {
     Image source;
     std::optional<QRectF> crop; // points; without it, the whole picture
     QList<Annotation> items;
+
+    bool hasSameEdits(const AnnotationDoc &other) const; // the same items and crop
 };
 
 enum class AnnotationTool : quint8 { select, crop, text, line, arrow, rect, ellipse, blur };

@@ -50,6 +50,16 @@ std::optional<int> HitTest::itemAt(const QList<Annotation> &items, QPointF point
     return std::nullopt;
 }
 
+std::optional<int> HitTest::itemBelow(const QList<Annotation> &items, std::optional<int> index, QPointF point,
+                                      double scale)
+{
+    if (index && *index > 0 && *index < items.size() && hits(items[*index], point, scale)) {
+        if (const auto below = itemAt(items.first(*index), point, scale))
+            return below;
+    }
+    return itemAt(items, point, scale);
+}
+
 HitTest::EndPoint HitTest::endPointAt(const Annotation &item, QPointF point, double scale)
 {
     if (!item.isLinear())

@@ -44,9 +44,16 @@ TextLine::TextLine(const QString &text)
         return;
 
     m_width = textLine.horizontalAdvance();
-    // Right-to-left text is aligned with the right end of the line's width.
-    const QPointF origin(qMin(textLine.cursorToX(0), textLine.cursorToX(int(line.size()))), textLine.ascent());
+    // Right-to-left text is aligned with the right end of the line's width. What stands at its left end need be neither its
+    // first letter nor its last: it may be a number in between.
     const QList<QGlyphRun> runs = textLine.glyphRuns();
+    double left = qMin(textLine.cursorToX(0), textLine.cursorToX(int(line.size())));
+    for (const QGlyphRun &run : runs) {
+        const QList<QPointF> positions = line.isRightToLeft() ? run.positions() : QList<QPointF>();
+        for (const QPointF &position : positions)
+            left = qMin(left, position.x());
+    }
+    const QPointF origin(left, textLine.ascent());
     m_outline.setFillRule(Qt::WindingFill);
     for (const QGlyphRun &run : runs) {
         const QRawFont rawFont = run.rawFont();

@@ -29,6 +29,8 @@ AnnotationCanvasView *AnnotationCanvas::make(Coordinator &coordinator, QWidget *
         latest.doc.set(next);
     };
     view->onSnapshot = [&latest] { latest.onSnapshot(); };
+    view->onRelease = [&latest] { latest.onRelease(); };
+    view->onTyped = [&latest] { latest.onTyped(); };
     view->onZoomChanged = [&latest](double magnification) { latest.zoom.set(magnification); };
     view->onSelect = [&latest](std::optional<int> index) { latest.selection.set(index); };
     view->onDelete = [&latest] { latest.onDelete(); };

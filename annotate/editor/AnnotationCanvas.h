@@ -23,6 +23,8 @@ struct AnnotationCanvas {
     Binding<double> zoom;
     Binding<std::optional<int>> selection;
     std::function<void()> onSnapshot; // called before the document changes
+    std::function<void()> onRelease;  // called when a press has ended
+    std::function<void()> onTyped;    // called when the text field has changed
     std::function<void()> onDelete;   // deletes the selected item
 
     struct Coordinator;

@@ -41,15 +41,19 @@ public:
     std::function<void(const QRectF &)> onCrop;                    // image points
     std::function<void(const QList<Annotation> &)> onReplaceItems; // after each step of a drag
     std::function<void()> onSnapshot;                              // before an existing item changes
-    std::function<void(double)> onZoomChanged;                     // by wheel or pinch
-    std::function<void(std::optional<int>)> onSelect;              // on a press with the select tool
-    std::function<void()> onDelete;                                // on Delete or Backspace, if an item is selected
+    std::function<void()> onRelease;                  // a press has ended, whether or not it changed anything
+    std::function<void()> onTyped;                    // in the text field
+    std::function<void(double)> onZoomChanged;        // by wheel or pinch, and at first
+    std::function<void(std::optional<int>)> onSelect; // on a press with the select tool
+    std::function<void()> onDelete;                   // on Delete or Backspace, if an item is selected
 
     void redisplay(); // repaints what changed
 
     double zoom() const { return m_zoom.zoom; } // magnification over the fitted size
     QPointF panOffset() const { return m_zoom.pan; }
     void zoomAbout(QPointF point, double zoom); // keeps the image point at the view point in place; clamped, snaps to 1
+    double mostZoom() const;
+    void fit(); // the whole picture, centred
     CanvasMapping mapping() const;
 
     // State between a press and its release.
@@ -61,8 +65,9 @@ public:
 
     // The text field, if one is open.
     QLineEdit *textField() const;
-    void commitText(); // no effect without a field
-    bool cancelText(); // false without a field
+    void commitText();                // no effect without a field
+    bool cancelText();                // false without a field
+    AnnotationDoc settledDoc() const; // as commitText() would make it
 
 protected:
     void paintEvent(QPaintEvent *event) override;
@@ -96,11 +101,13 @@ private:
     AnnotationDoc shownDoc() const;
     void display(CanvasFrame::Resolution resolution);
     void updateMarks();
+    void paintCropped(QPainter &painter) const;
     void updateCursor();
     Qt::CursorShape cursorShape() const; // hints at what a press would do
     bool names(std::optional<int> index) const { return index && *index >= 0 && *index < doc.items.size(); }
 
-    void beginDrag(QPointF view);
+    void beginDrag(QPointF view, Qt::KeyboardModifiers modifiers);
+    Annotation drawn(QPointF view, Qt::KeyboardModifiers modifiers) const; // by the drag under way
     void dragTo(QPointF view, Qt::KeyboardModifiers modifiers);
     void finishDrag(QPointF view, Qt::KeyboardModifiers modifiers);
     QPointF drawnTo(QPointF view, Qt::KeyboardModifiers modifiers) const;

@@ -56,10 +56,14 @@ class StatusLine : public QLabel
 public:
     explicit StatusLine(QWidget *parent);
 
+    void setFailure(bool failure); // in red
     QSize minimumSizeHint() const override { return {0, QLabel::minimumSizeHint().height()}; }
 
 protected:
     void paintEvent(QPaintEvent *event) override;
+
+private:
+    bool m_failure = false;
 };
 
 // The status bar below the canvas: the last result, and the buttons that finish. Main thread.

@@ -151,10 +151,10 @@ void EditorToolBar::refresh(const EditorState &state)
     m_blurShapes->setVisible(state.tool == AnnotationTool::blur);
     m_blurRect->setActive(state.blurShape == Annotation::BlurShape::rect);
     m_blurEllipse->setActive(state.blurShape == Annotation::BlurShape::ellipse);
-    m_color->setColor(state.color);
+    m_color->setColor(state.shownColor());
     const QSignalBlocker quiet(m_lineWidth);
-    m_lineWidth->setValue(int(std::lround(state.lineWidth * sliderSteps)));
-    m_delete->setEnabled(state.selectedIndex.has_value());
+    m_lineWidth->setValue(int(std::lround(state.shownLineWidth() * sliderSteps)));
+    m_delete->setEnabled(state.selectedItem() != nullptr);
     if (const QString label = state.zoomLabel(); label != m_resetZoom->text()) { // a new text redoes the layout
         m_resetZoom->setText(label);
         m_resetZoom->setAccessibleName(m_resetZoom->toolTip() + QStringLiteral(", ") + label);

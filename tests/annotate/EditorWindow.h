@@ -99,6 +99,8 @@ public:
             covered |= SelectionMarks::of(*state().selectedItem(), mapping).bounds(toWidget);
         if (const QLineEdit *field = canvas.textField())
             covered |= field->geometry();
+        if (canvas.draft() && canvas.tool == AnnotationTool::crop)
+            covered |= canvas.rect(); // what it would cut off is dimmed
         for (QImage *image : {&shown, &exported}) {
             QPainter cover(image);
             cover.scale(ratio, ratio);

@@ -74,6 +74,18 @@ private Q_SLOTS:
         QVERIFY(!HitTest::hits(reach.item, reach.missed, reach.scale));
     }
 
+    void constrained()
+    {
+        QCOMPARE(levelFrom({10, 10}, {50, 14}), QPointF(50, 10));
+        QCOMPARE(levelFrom({10, 10}, {12, -30}), QPointF(10, -30));
+        QCOMPARE(levelFrom({10, 10}, {40, 50}), QPointF(45, 45));
+        const double degree = pi / 180;
+        QCOMPARE(settledAngle(50 * degree, true), 45 * degree);
+        QCOMPARE(settledAngle(50 * degree, false), 50 * degree);
+        QCOMPARE(settledAngle(358.5 * degree, false), 0.0);
+        QCOMPARE(settledAngle(-2.5 * degree, false), -2.5 * degree);
+    }
+
     // Handles are as large on the screen at every zoom; here the picture is half as large as it is.
     void grips()
     {
@@ -87,6 +99,9 @@ private Q_SLOTS:
         QCOMPARE(mode(box, {95, 130 + 26 + 11.9}), DragMode::rotate);
         QCOMPARE(mode(box, {95, 130 + 26 + 11.9}, 7), DragMode::none); // of what is selected alone
         QCOMPARE(mode(box, {95, 130 + 26 + 12.1}), DragMode::none);
+        const Annotation high = item(Kind::rect, {240, 600, 100, 180}), all = item(Kind::rect, {0, 0, 800, 800});
+        QCOMPARE(mode(high, {145, 300 - 26}), DragMode::rotate); // no room above
+        QCOMPARE(mode(all, {200, 392}), DragMode::rotate);       // nor below
         const Annotation arrow = item(Kind::arrow, {200, 200, -20, 0});
         QCOMPARE(mode(arrow, {100, 108}), DragMode::start);
         QCOMPARE(mode(arrow, {92, 100}), DragMode::start); // both are near
@@ -99,14 +114,18 @@ private Q_SLOTS:
         const QList items{item(Kind::rect, {0, 0, 50, 50}), item(Kind::line, {0, 0, 50, 50})};
         QCOMPARE(HitTest::itemAt(items, {25, 25}, 1), std::optional(1));
         QCOMPARE(HitTest::itemAt(items, {45, 5}, 1), std::optional(0));
+        // Below the selected one at that place, and round again.
+        for (const auto &[selected, next] : {std::pair(std::optional<int>(), 1), {1, 0}, {0, 1}})
+            QCOMPARE(HitTest::itemBelow(items, selected, {25, 25}, 1), std::optional(next));
+        QCOMPARE(HitTest::itemBelow(items, 1, {45, 5}, 1), std::optional(0));
     }
 
     void zoom()
     {
         EditorState state;
-        const auto label = [&](int times, void (EditorState::*step)()) {
+        const auto label = [&](int times, void (EditorState::*step)(double)) {
             for (int i = 0; i < times; ++i)
-                (state.*step)();
+                (state.*step)(CanvasZoom::most);
             return state.zoomLabel();
         };
         QCOMPARE(label(3, &EditorState::zoomIn), u"195%"_s);

@@ -152,6 +152,9 @@ private Q_SLOTS:
         row("ellipse, a stroke that fills it",
             {item(Kind::ellipse, {3, 2, 2, 2}, 2),
              {"........", "..3993..", "..9##9..", "..9##9..", "..3993..", "........"}});
+        row("ellipse smaller than its stroke",
+            {item(Kind::ellipse, {3.5, 2.5, 1, 1}, 4),
+             {"..1441..", ".19##91.", ".4####4.", ".4####4.", ".19##91.", "..1441.."}});
         row("crop", {item(Kind::rect, {3.5, 3.5, 5, 3}, 1), {"#..", "###"}, QRectF(3, 3, 3, 2)});
         row("crop beyond the picture",
             {item(Kind::line, {6, 5, 4, 0}, 2), {"    ", "####", "####", "..  "}, QRectF(6, 3, 4, 4)});
@@ -161,6 +164,30 @@ private Q_SLOTS:
         QFETCH(Drawn, drawn);
         const QStringList rows = drawing(rendered({plain(8, 6), drawn.crop, {drawn.item}}));
         QCOMPARE(rows.join(u'\n'), QString::fromLatin1(drawn.rows.join('\n')));
+    }
+
+    // However wide the stroke: every point no farther from the ellipse than half of it, and no other.
+    void ellipses()
+    {
+        for (const auto &[size, width] : {std::pair(QSizeF(5, 5), 12.0), {{60, 9}, 6}, {{9, 60}, 6}, {{60, 9}, 12}}) {
+            const QRectF box(QPointF(40, 30), size);
+            const QImage image = rendered({plain(140, 120), {}, {item(Kind::ellipse, box, width)}});
+            const auto distance = [&](QPointF point) {
+                double least = 1e9;
+                for (double t = 0; t < 2 * pi; t += 0.002) {
+                    const QPointF on(box.center() + QPointF(size.width() * cos(t), size.height() * sin(t)) / 2);
+                    least = std::min(least, std::hypot(point.x() - on.x(), point.y() - on.y()));
+                }
+                return least;
+            };
+            for (int y = 10; y < 110; ++y) {
+                for (int x = 20; x < 120; ++x) {
+                    const double beyond = distance({x + 0.5, 120 - y - 0.5}) - width / 2;
+                    if (std::abs(beyond) > 1)
+                        QCOMPARE(qGray(image.pixel(x, y)), beyond < 0 ? 0 : 255);
+                }
+            }
+        }
     }
 
     void arrows()
@@ -210,7 +237,8 @@ private Q_SLOTS:
         QCOMPARE(measure(word, 42), measure(word, 21) * 2);
         QCOMPARE(measure(word.repeated(50), 0.2), measure(word.repeated(50), 1));
         QVERIFY(measure(word + u"  "_s, 20) > measure(word, 20) + 5);
-        for (const QString &words : {word, u"\u05e9\u05dc\u05d5\u05dd"_s}) { // from the right as well as from the left
+        // From the right as well as from the left, and with a number at its end.
+        for (const QString &words : {word, u"\u05e9\u05dc\u05d5\u05dd"_s, u"\u05e9\u05dc\u05d5\u05dd 42 ab"_s}) {
             const QRectF touched = ink(text(words, 20));
             QVERIFY(touched.width() > 30 && touched.left() >= 18 && touched.right() <= 22 + measure(words, 20));
         }
