@@ -71,6 +71,7 @@ void EditorState::deleteSelected()
         return;
     pushUndo();
     doc.items.removeAt(*selectedIndex);
+    doc.items = ItemFactory::renumbered(doc.items);
     selectedIndex.reset();
 }
 
@@ -90,7 +91,7 @@ void EditorState::paste(QList<Annotation> items)
             item.rect.moveCenter(room.center());
     }
     pushUndo();
-    doc.items += items;
+    doc.items = ItemFactory::renumbered(doc.items + items);
     tool = AnnotationTool::select;
     selectedIndex = int(doc.items.size()) - 1;
 }
@@ -129,7 +130,16 @@ void EditorState::setLineWidth(double width)
 {
     lineWidth = width;
     if (selectedItem())
-        doc.items[*selectedIndex].lineWidth = width;
+        doc.items[*selectedIndex].setLineWidth(width);
+}
+
+void EditorState::setPlate(Annotation::Plate next)
+{
+    plate = next;
+    if (!selectsText())
+        return;
+    pushUndo();
+    doc.items[*selectedIndex].plate = next;
 }
 
 void EditorState::zoomIn(double most)

@@ -16,6 +16,7 @@ struct EditorState {
     QColor color = QColor::fromRgb(annotationRed);
     double lineWidth = 7; // points
     Annotation::BlurShape blurShape = Annotation::BlurShape::rect;
+    Annotation::Plate plate = Annotation::Plate::none;
     double zoom = 1;
     QList<AnnotationDoc> undoStack, redoStack; // whole documents, newest last; unchanged data is shared
     std::optional<int> selectedIndex;
@@ -25,10 +26,13 @@ struct EditorState {
     void open(const AnnotationDoc &opened); // nothing to undo, nothing to lose
 
     const Annotation *selectedItem() const; // null if the selection names no item
-    ItemStyle style() const { return {color, lineWidth, blurShape}; }
+    ItemStyle style() const { return {color, lineWidth, blurShape, plate}; }
     // What the tool bar shows: the selected item's, or those of new items.
     QColor shownColor() const { return selectedItem() ? selectedItem()->color : color; }
     double shownLineWidth() const { return selectedItem() ? selectedItem()->lineWidth : lineWidth; }
+
+    Annotation::Plate shownPlate() const { return selectsText() ? selectedItem()->plate : plate; }
+    bool selectsText() const { return selectedItem() && selectedItem()->kind == Annotation::Kind::text; }
 
     void setTool(AnnotationTool next); // a tool that draws drops the selection, which it would not show
 
@@ -50,6 +54,7 @@ struct EditorState {
     // Apply to new items and to the selected one; no undo entry, or dragging a slider would flood the list.
     void setColor(const QColor &color);
     void setLineWidth(double width);
+    void setPlate(Annotation::Plate next); // the same, but with an undo entry
 
     // At most most, which depends on the picture.
     void zoomIn(double most = CanvasZoom::most);

@@ -10,7 +10,7 @@
 namespace qm {
 
 static constexpr double farthest = 1e7; // points; no picture is as large, and sums of it stay exact enough
-static constexpr qsizetype mostItems = 10'000;
+static constexpr qsizetype mostItems = 10'000, mostCoordinates = 200'000;
 
 static QJsonArray numbers(const QRectF &rect)
 {
@@ -38,7 +38,26 @@ static QJsonObject object(const Annotation &item)
                      {QStringLiteral("rotation"), item.rotation}};
     if (item.text)
         made[QStringLiteral("text")] = *item.text;
+    if (item.plate != Annotation::Plate::none)
+        made[QStringLiteral("plate")] = int(item.plate);
+    QJsonArray points;
+    for (const QPointF &point : item.points)
+        points << point.x() << point.y();
+    if (!points.isEmpty())
+        made[QStringLiteral("points")] = points;
     return made;
+}
+
+static std::optional<QList<QPointF>> pointsOf(const QJsonArray &coordinates)
+{
+    const auto isShare = [](const QJsonValue &value) { return std::abs(value.toDouble(NAN)) <= 1; };
+    if (coordinates.size() % 2 != 0 || coordinates.size() > mostCoordinates ||
+        !std::all_of(coordinates.begin(), coordinates.end(), isShare))
+        return std::nullopt;
+    QList<QPointF> points;
+    for (qsizetype i = 0; i < coordinates.size(); i += 2)
+        points << QPointF(coordinates[i].toDouble(), coordinates[i + 1].toDouble());
+    return points;
 }
 
 static std::optional<Annotation> itemOf(const QJsonObject &object)
@@ -50,8 +69,11 @@ static std::optional<Annotation> itemOf(const QJsonObject &object)
                  rotation = number("rotation");
     Annotation item;
     item.color = QColor(object[QStringLiteral("color")].toString());
-    const bool sane = rect && item.color.isValid() && kind >= 0 && kind <= double(Annotation::lastKind) && shape >= 0 &&
-                      shape <= 1 && width >= 0 && width <= widest && std::abs(rotation) <= farthest;
+    const double plate = object[QStringLiteral("plate")].toDouble();
+    const auto points = pointsOf(object[QStringLiteral("points")].toArray());
+    const bool sane = rect && points && plate >= 0 && plate <= 2 && item.color.isValid() && kind >= 0 &&
+                      kind <= double(Annotation::lastKind) && shape >= 0 && shape <= 1 && width >= 0 &&
+                      width <= widest && std::abs(rotation) <= farthest;
     if (!sane)
         return std::nullopt;
     item.kind = Annotation::Kind(int(kind));
@@ -59,6 +81,8 @@ static std::optional<Annotation> itemOf(const QJsonObject &object)
     item.lineWidth = width;
     item.blurShape = Annotation::BlurShape(int(shape));
     item.rotation = rotation;
+    item.plate = Annotation::Plate(int(plate));
+    item.points = *points;
     if (const QJsonValue text = object[QStringLiteral("text")]; text.isString())
         item.text = text.toString();
     return item;

@@ -40,7 +40,8 @@ Annotation ItemDrag::dragged(Annotation item, QPointF view, const CanvasMapping 
         if (item.kind == Annotation::Kind::text)
             item.rect = resizedText(item, moveOriginalRect, to);
         else if (resizeFixedCorner)
-            item.rect = resizedRect(*resizeFixedCorner, to);
+            item.rect = resizedRect(*resizeFixedCorner,
+                                    item.kind == Annotation::Kind::number ? squareFrom(*resizeFixedCorner, to) : to);
         break;
     case DragMode::rotate:
         item.rotation =

@@ -1,5 +1,6 @@
 #include "annotate/document/TextLine.h"
 
+#include <QCache>
 #include <QFontDatabase>
 #include <QFontMetricsF>
 #include <QRawFont>
@@ -82,6 +83,17 @@ TextLine::TextLine(const QString &text)
     }
 }
 
+TextLine TextLine::of(const QString &text)
+{
+    constexpr qsizetype mostLines = 1000;
+    static QCache<QString, TextLine> lines(mostLines);
+    if (const TextLine *made = lines.object(text))
+        return *made;
+    TextLine line(text);
+    lines.insert(text, new TextLine(line));
+    return line;
+}
+
 QRectF TextLine::bounds() const
 {
     QRectF bounds = m_outline.controlPointRect();
@@ -96,7 +108,7 @@ QRectF TextLine::bounds() const
 
 double measureTextWidth(const QString &text, double fontSize)
 {
-    return std::max(TextLine(text).width() * std::max(fontSize, 1.0) / TextLine::layoutSize, 20.0);
+    return std::max(TextLine::of(text).width() * std::max(fontSize, 1.0) / TextLine::layoutSize, 20.0);
 }
 
 } // namespace qm

@@ -45,6 +45,7 @@ void AnnotationCanvas::update(AnnotationCanvasView &view, Coordinator &coordinat
     view.strokeColor = color;
     view.strokeWidth = lineWidth;
     view.blurShape = blurShape;
+    view.plate = plate;
     if (const std::optional<int> selected = selection.get(); selected != view.selectedIndex)
         view.selectedIndex = selected;
     constexpr double noticeable = 0.0001;

@@ -20,7 +20,7 @@ static constexpr double notchZoomStep = 0.05;
 static bool drawsBox(AnnotationTool tool)
 {
     return tool == AnnotationTool::crop || tool == AnnotationTool::rect || tool == AnnotationTool::ellipse ||
-           tool == AnnotationTool::blur;
+           tool == AnnotationTool::blur || tool == AnnotationTool::cover;
 }
 
 // Corners to the lower left or upper right of the fixed one resize along the "/" diagonal.
@@ -90,8 +90,8 @@ void AnnotationCanvasView::beginDrag(QPointF view, Qt::KeyboardModifiers modifie
     if (tool == AnnotationTool::text)
         return openText(image, std::nullopt);
     if (tool != AnnotationTool::select) {
-        m_dragStart = {image, tool};
-        m_draft = ItemFactory::dragged(tool, image, image, style());
+        m_dragStart = {image, tool, {image}};
+        m_draft = drawn(view, modifiers);
         return;
     }
     const auto wanted = modifiers.testFlag(Qt::AltModifier) ? PressTarget::Wanted::below : PressTarget::Wanted::topmost;
@@ -116,6 +116,10 @@ QPointF AnnotationCanvasView::drawnTo(QPointF view, Qt::KeyboardModifiers modifi
 
 Annotation AnnotationCanvasView::drawn(QPointF view, Qt::KeyboardModifiers modifiers) const
 {
+    if (m_dragStart->tool == AnnotationTool::number)
+        return ItemFactory::number(ItemFactory::countNumbers(doc.items) + 1, mapping().toImage(view), style());
+    if (m_dragStart->tool == AnnotationTool::pen)
+        return ItemFactory::pen(m_dragStart->course, style());
     Annotation item = ItemFactory::dragged(m_dragStart->tool, m_dragStart->start, drawnTo(view, modifiers), style());
     if (!item.isLinear())
         item.rect = item.rect.normalized();
@@ -133,12 +137,22 @@ void AnnotationCanvasView::mouseMoveEvent(QMouseEvent *event)
         updateCursor();
 }
 
+// A pen's points lie a little apart, or a trembling hand would show.
+void AnnotationCanvasView::extendCourse(QPointF image)
+{
+    constexpr double apart = 2; // view points
+    QList<QPointF> &course = m_dragStart->course;
+    if (m_dragStart->tool == AnnotationTool::pen && QLineF(course.last(), image).length() >= apart * mapping().scale())
+        course << image;
+}
+
 void AnnotationCanvasView::dragTo(QPointF view, Qt::KeyboardModifiers modifiers)
 {
     if (m_panFrom) {
         m_zoom = m_zoom.panned(view - *m_panFrom, size(), shownRegion(doc));
         m_panFrom = view;
     } else if (m_dragStart) {
+        extendCourse(mapping().toImage(view));
         m_draft = drawn(view, modifiers);
     } else if (m_itemDrag && names(selectedIndex) && m_itemDrag->index == *selectedIndex) {
         replaceItem(m_itemDrag->index, m_itemDrag->dragged(doc.items[m_itemDrag->index], view, mapping(), modifiers));
@@ -165,9 +179,11 @@ void AnnotationCanvasView::finishDrag(QPointF view, Qt::KeyboardModifiers modifi
 {
     if (m_dragStart) {
         const AnnotationTool with = m_dragStart->tool;
+        extendCourse(mapping().toImage(view));
         const Annotation item = this->drawn(view, modifiers);
         endDrag();
-        const bool meant = std::abs(item.rect.width()) >= leastDrag || std::abs(item.rect.height()) >= leastDrag;
+        const bool meant = with == AnnotationTool::number || std::abs(item.rect.width()) >= leastDrag ||
+                           std::abs(item.rect.height()) >= leastDrag;
         if (meant && with == AnnotationTool::crop && onCrop) {
             m_zoom = {}; // all of it
             onCrop(item.rect);

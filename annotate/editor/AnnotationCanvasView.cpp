@@ -1,5 +1,6 @@
 #include "annotate/editor/AnnotationCanvasView.h"
 
+#include "annotate/editor/PositionMarks.h"
 #include "annotate/editor/SelectionMarks.h"
 #include "annotate/editor/TextEntry.h"
 #include "ui/AppLocale.h"
@@ -60,8 +61,9 @@ void AnnotationCanvasView::display(CanvasFrame::Resolution resolution)
         m_sharpen.stop();
     else
         m_sharpen.start();
-    if (m_draft && tool == AnnotationTool::crop)
-        update(); // what is dimmed
+    const bool dims = drawsCrop();
+    if (std::exchange(m_dimmed, dims) || dims)
+        update();
     updateMarks();
     placeText();
     updateCursor();
@@ -84,8 +86,9 @@ void AnnotationCanvasView::paintEvent(QPaintEvent *event)
         const SelectionMarks marks = SelectionMarks::of(doc.items[*selectedIndex], mapping());
         marks.paint(painter, toWidget(), SystemLook::accent(palette()));
     }
-    if (m_draft && tool == AnnotationTool::crop)
+    if (drawsCrop())
         paintCropped(painter);
+    PositionMarks::paint(PositionMarks::of(mapping()), painter);
 }
 
 // What a crop would cut off.
@@ -106,6 +109,11 @@ void AnnotationCanvasView::resizeEvent(QResizeEvent *)
 
 void AnnotationCanvasView::showEvent(QShowEvent *)
 {
+    if (!std::exchange(m_opened, true)) {
+        m_zoom = CanvasZoom::opening(size(), shownRegion(doc), mostZoom());
+        if (onZoomChanged)
+            onZoomChanged(zoom());
+    }
     display(CanvasFrame::Resolution::exact);
 }
 

@@ -34,6 +34,7 @@ public:
     QColor strokeColor = QColor::fromRgb(annotationRed); // this and the next two apply to new items
     double strokeWidth = 3;                              // points
     Annotation::BlurShape blurShape = Annotation::BlurShape::rect;
+    Annotation::Plate plate = Annotation::Plate::none;
     std::optional<int> selectedIndex; // may be out of range; every use checks it
 
     // Any of these may be empty. They must not modify or delete this view before they return.
@@ -89,6 +90,7 @@ private:
     struct DrawingDrag {
         QPointF start; // image points
         AnnotationTool tool;
+        QList<QPointF> course; // image points; of a pen
     };
     struct OpenText {
         QPointer<TextEntry> field;
@@ -101,6 +103,7 @@ private:
     AnnotationDoc shownDoc() const;
     void display(CanvasFrame::Resolution resolution);
     void updateMarks();
+    bool drawsCrop() const { return m_draft && m_dragStart && m_dragStart->tool == AnnotationTool::crop; }
     void paintCropped(QPainter &painter) const;
     void updateCursor();
     Qt::CursorShape cursorShape() const; // hints at what a press would do
@@ -108,6 +111,7 @@ private:
 
     void beginDrag(QPointF view, Qt::KeyboardModifiers modifiers);
     Annotation drawn(QPointF view, Qt::KeyboardModifiers modifiers) const; // by the drag under way
+    void extendCourse(QPointF image);
     void dragTo(QPointF view, Qt::KeyboardModifiers modifiers);
     void finishDrag(QPointF view, Qt::KeyboardModifiers modifiers);
     QPointF drawnTo(QPointF view, Qt::KeyboardModifiers modifiers) const;
@@ -119,9 +123,10 @@ private:
     void placeText();
     OpenText closeText(); // returned with its field, which is about to be deleted
 
-    ItemStyle style() const { return {strokeColor, strokeWidth, blurShape}; }
+    ItemStyle style() const { return {strokeColor, strokeWidth, blurShape, plate}; }
 
     CanvasZoom m_zoom;
+    bool m_opened = false; // shown at least once
     std::optional<DrawingDrag> m_dragStart;
     std::optional<Annotation> m_draft;
     std::optional<ItemDrag> m_itemDrag;
@@ -131,8 +136,9 @@ private:
     std::optional<OpenText> m_text;
 
     CanvasFrame m_frame;
-    QTimer m_sharpen;  // renders at the new resolution once zooming or resizing pauses
-    QRect m_marksRect; // area of the selection marks, in Qt's coordinates
+    QTimer m_sharpen;      // renders at the new resolution once zooming or resizing pauses
+    bool m_dimmed = false; // what a crop would cut off
+    QRect m_marksRect;     // area of the selection marks, in Qt's coordinates
 };
 
 } // namespace qm

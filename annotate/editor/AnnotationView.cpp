@@ -99,6 +99,10 @@ EditorActions AnnotationView::actions()
     };
     made.setBlurShape = [this](Annotation::BlurShape shape) { change([&] { m_state.blurShape = shape; }); };
     made.setColor = [this](const QColor &color) { change([&] { m_state.setColor(color); }); };
+    made.setPlate = [this](Annotation::Plate plate) {
+        settle();
+        change([&] { m_state.setPlate(plate); });
+    };
     made.setLineWidth = [this](double width) { change([&] { m_state.setLineWidth(width); }); };
     made.deleteSelected = [this] {
         settle();
@@ -124,6 +128,7 @@ AnnotationCanvas AnnotationView::bridge()
     made.color = m_state.color;
     made.lineWidth = m_state.lineWidth;
     made.blurShape = m_state.blurShape;
+    made.plate = m_state.plate;
     made.zoom = {[this] { return m_state.zoom; }, [this](double zoom) { change([&] { m_state.zoom = zoom; }); }};
     made.selection = {[this] { return m_state.selectedIndex; },
                       [this](std::optional<int> index) { change([&] { m_state.selectedIndex = index; }); }};

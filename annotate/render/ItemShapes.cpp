@@ -1,5 +1,8 @@
 #include "annotate/render/ItemShapes.h"
 
+#include "annotate/document/TextLine.h"
+#include "annotate/render/HighlighterInk.h"
+
 #include <QPainterPathStroker>
 #include <QPolygonF>
 
@@ -9,12 +12,13 @@
 
 namespace qm {
 
-static QPainterPath stroke(const QPainterPath &path, double width)
+static QPainterPath stroke(const QPainterPath &path, double width, Qt::PenCapStyle cap = Qt::FlatCap,
+                           Qt::PenJoinStyle join = Qt::MiterJoin)
 {
     QPainterPathStroker stroker;
     stroker.setWidth(width);
-    stroker.setCapStyle(Qt::FlatCap);
-    stroker.setJoinStyle(Qt::MiterJoin);
+    stroker.setCapStyle(cap);
+    stroker.setJoinStyle(join);
     stroker.setMiterLimit(10);
     stroker.setCurveThreshold(0.05); // points: less than one step of pixel coverage at any possible scale
     return stroker.createStroke(path);
@@ -105,18 +109,82 @@ static QList<QPainterPath> arrow(QPointF start, QPointF end, double lineWidth)
     return areas << triangle;
 }
 
-QList<QPainterPath> ItemShapes::areasOf(const Annotation &item)
+// Through the middles between the points, which smooths what a hand draws.
+static QPainterPath smoothed(const QList<QPointF> &course)
 {
     QPainterPath path;
+    if (course.isEmpty())
+        return path;
+    path.moveTo(course.first());
+    for (qsizetype i = 1; i + 1 < course.size(); ++i)
+        path.quadTo(course[i], (course[i] + course[i + 1]) / 2);
+    path.lineTo(course.last());
+    return path;
+}
+
+// The digits of a number in the middle of its circle.
+static QPainterPath digits(const Annotation &item)
+{
+    constexpr double fontSize = 0.62, widest = 0.72; // of the diameter
+    const QPainterPath outline = TextLine::of(item.text.value_or(QString())).outline();
+    const QRectF box = outline.boundingRect();
+    if (box.isEmpty())
+        return {};
+    const double diameter = std::min(item.rect.width(), item.rect.height());
+    const double scale = std::min(fontSize / TextLine::layoutSize, widest / box.width()) * diameter;
+    const QPointF center = item.rect.center();
+    return QTransform(scale, 0, 0, -scale, center.x() - box.center().x() * scale, center.y() + box.center().y() * scale)
+        .map(outline);
+}
+
+// Black or white, whichever can be read on the colour.
+static QColor readableOn(const QColor &color)
+{
+    const double luminance = 0.299 * color.redF() + 0.587 * color.greenF() + 0.114 * color.blueF();
+    return luminance > 0.6 ? Qt::black : Qt::white;
+}
+
+// Around the line as TextLine places it.
+static QPainterPath plate(const Annotation &item)
+{
+    const double fontSize = item.fontSize(), beside = fontSize * 0.3, above = fontSize * 0.12, round = fontSize * 0.2;
+    constexpr double lineHeight = 1.17; // of the font size, in the usual fonts
+    const QRectF line(item.rect.x(), item.rect.y(), item.rect.width(), fontSize * lineHeight);
+    QPainterPath path;
+    path.addRoundedRect(line.adjusted(-beside, -above, beside, above), round, round);
+    return path;
+}
+
+QList<ItemArea> ItemShapes::areasOf(const Annotation &item, const Image &source)
+{
+    const auto colored = [&](const QPainterPath &path) { return ItemArea{path, item.color}; };
+    const QRectF box = item.rect.normalized();
+    QPainterPath path;
     switch (item.kind) {
-    case Annotation::Kind::line: return {stroke(segment(item.start(), item.end()), item.lineWidth)};
-    case Annotation::Kind::arrow: return arrow(item.start(), item.end(), item.lineWidth);
-    case Annotation::Kind::rect: path.addRect(item.rect.normalized()); break;
-    case Annotation::Kind::ellipse: return {ring(item.rect.normalized(), item.lineWidth)};
-    case Annotation::Kind::text:
-    case Annotation::Kind::blur: return {};
+    case Annotation::Kind::line: return {colored(stroke(segment(item.start(), item.end()), item.lineWidth))};
+    case Annotation::Kind::arrow: {
+        QList<ItemArea> areas;
+        for (const QPainterPath &area : arrow(item.start(), item.end(), item.lineWidth))
+            areas << colored(area);
+        return areas;
     }
-    return {stroke(path, item.lineWidth)};
+    case Annotation::Kind::rect: path.addRect(box); return {colored(stroke(path, item.lineWidth))};
+    case Annotation::Kind::ellipse: return {colored(ring(box, item.lineWidth))};
+    case Annotation::Kind::text:
+        if (item.plate == Annotation::Plate::none || item.text.value_or(QString()).isEmpty())
+            return {};
+        return {{plate(item),
+                 item.plate == Annotation::Plate::light ? QColor(255, 255, 255, 235) : QColor(28, 28, 30, 235)}};
+    case Annotation::Kind::blur: return {};
+    case Annotation::Kind::cover:
+        path.addRect(box);
+        return {{path, QColor::fromRgb(item.color.rgb())}}; // opaque: nothing is to be seen through it
+    case Annotation::Kind::number: path.addEllipse(box); return {colored(path), {digits(item), readableOn(item.color)}};
+    case Annotation::Kind::highlighter: return highlighterInk(item, source);
+    case Annotation::Kind::pen:
+        return {colored(stroke(smoothed(item.course()), item.lineWidth, Qt::RoundCap, Qt::RoundJoin))};
+    }
+    return {};
 }
 
 } // namespace qm

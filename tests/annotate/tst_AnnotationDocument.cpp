@@ -1,5 +1,6 @@
 #include "annotate/document/EditorState.h"
 #include "annotate/document/HitTest.h"
+#include "annotate/document/ItemCodec.h"
 #include "annotate/document/PressTarget.h"
 #include "annotate/document/TextLine.h"
 
@@ -177,8 +178,9 @@ private Q_SLOTS:
         using enum Annotation::BlurShape;
         EditorState state;
         state.blurShape = ellipse;
-        const Kind kinds[] = {Kind::rect,  Kind::rect, Kind::rect,    Kind::line,
-                              Kind::arrow, Kind::rect, Kind::ellipse, Kind::blur}; // in the order of the tools
+        const Kind kinds[] = {Kind::rect,  Kind::rect, Kind::rect,        Kind::line,
+                              Kind::arrow, Kind::rect, Kind::ellipse,     Kind::blur,
+                              Kind::cover, Kind::rect, Kind::highlighter, Kind::rect}; // in the order of the tools
         Annotation expected{{}, {30, 20, -25, 15}, QColor(255, 59, 48), 7, {}, rect, 0};
         for (const AnnotationTool tool : allAnnotationTools) {
             expected.kind = kinds[size_t(tool)];
@@ -188,7 +190,60 @@ private Q_SLOTS:
         const double width = measureTextWidth(u"Hello"_s, 42);
         QCOMPARE(ItemFactory::text(u"Hello"_s, {3, 4}, state.style()),
                  (Annotation{Kind::text, {3, 4, width, 42}, expected.color, 7, u"Hello"_s, rect, 0}));
-        QCOMPARE(ItemFactory::text(u"i"_s, {}, {Qt::blue, 2, {}}).rect, QRectF(0, 0, 20, 14)); // the least
+        QCOMPARE(ItemFactory::text(u"i"_s, {}, {Qt::blue, 2, {}, {}}).rect, QRectF(0, 0, 20, 14)); // the least
+        const Annotation pen = ItemFactory::pen({{10, 20}, {30, 10}, {20, 40}}, state.style());
+        QCOMPARE(pen.rect, QRectF(10, 10, 20, 30));
+        QCOMPARE(pen.course(), (QList<QPointF>{{10, 20}, {30, 10}, {20, 40}}));
+        QVERIFY(HitTest::hits(pen, {29, 12}, 0.1) && !HitTest::hits(pen, {12, 38}, 0.1)); // not by its box
+    }
+
+    // However they came and went.
+    void numbersCount()
+    {
+        EditorState state;
+        const auto words = [&] {
+            QString all;
+            for (const Annotation &item : std::as_const(state.doc.items))
+                all += item.text.value_or(u"-"_s);
+            return all;
+        };
+        for (int i = 1; i < 4; ++i)
+            state.paste({ItemFactory::number(i, {}, state.style()), item(Kind::rect, {0, 0, 9, 9})});
+        QCOMPARE(words(), u"1-2-3-"_s);
+        QCOMPARE(state.doc.items[0].rect.size(), QSizeF(40, 40));
+        state.selectedIndex = 2;
+        state.setLineWidth(2);
+        QCOMPARE(state.doc.items[2].rect.size(), QSizeF(20, 20));
+        state.deleteSelected();
+        QCOMPARE(words(), u"1--2-"_s);
+        state.undo();
+        QCOMPARE(words(), u"1-2-3-"_s);
+    }
+
+    void storedItems()
+    {
+        Annotation odd = text({1 / 3.0, -2e-9, 1e6, 7}, u"注\"\n"_s, 0.1);
+        odd.rotation = pi;
+        odd.plate = Annotation::Plate::dark;
+        odd.color = QColor(1, 2, 3, 4);
+        const QList items{odd, ItemFactory::pen({{1, 2}, {2.5, 1 / 7.0}}, {}), item(Kind::blur, {1, 2, -3, -4})};
+        for (const auto &crop : {std::optional<QRectF>(), std::optional(QRectF(1, 2, 3, 4))}) {
+            const auto edits = ItemCodec::decode(ItemCodec::encode({items, crop}));
+            QVERIFY(edits);
+            QCOMPARE(edits->items, items);
+            QCOMPARE(edits->crop, crop);
+        }
+        const QByteArray good = ItemCodec::encode({{item(Kind::pen, {1, 2, 3, 4})}, {}});
+        QVERIFY(ItemCodec::decode(good));
+        for (const auto &[from, to] : {std::pair("[1,2,3,4]", "[1,2,3]"),
+                                       {"[1,2,3,4]", "[1,2,3,1e300]"},
+                                       {"\"kind\":9", "\"kind\":10"},
+                                       {"\"kind\":9", "\"points\":[2,0]"},
+                                       {"\"lineWidth\":2", "\"lineWidth\":-1"},
+                                       {"#ff0000ff", "nothing"},
+                                       {"\"blurShape\":0", "\"blurShape\":\"\""},
+                                       {"}]}", "}"}})
+            QVERIFY2(!ItemCodec::decode(QByteArray(good).replace(from, to)), to);
     }
 };
 

@@ -1,6 +1,7 @@
 #include "annotate/editor/AnnotationWindowController.h"
 #include "annotate/editor/ColorWell.h"
 #include "annotate/editor/Draft.h"
+#include "annotate/editor/SwatchPanel.h"
 #include "imaging/ImageFile.h"
 #include "imaging/PngWriter.h"
 #include "tests/annotate/EditorWindow.h"
@@ -12,6 +13,7 @@
 #include <QColorDialog>
 #include <QDateTime>
 #include <QDir>
+#include <QMenu>
 #include <QMessageBox>
 #include <QPushButton>
 #include <QSlider>
@@ -99,6 +101,24 @@ private Q_SLOTS:
         QCOMPARE(state().undoStack.size(), 2);
     }
 
+    // In the smallest window, what does not fit is in a menu; nothing is cut off.
+    void narrowWindow()
+    {
+        for (const Tool tool : {Tool::arrow, Tool::blur, Tool::text}) {
+            m_editor->choose(tool);
+            for (const auto &[width, folded] : {std::pair(1200, false), {560, true}}) {
+                m_editor->view.resize(width, 420);
+                QCoreApplication::processEvents();
+                QCOMPARE(m_editor->button(u"More tools"_s)->isVisible(), folded);
+                QCOMPARE(m_editor->button(u"Cover  (X)"_s)->isVisible(), !folded);
+                const QAbstractButton *redo = m_editor->button(u"Redo"_s);
+                QVERIFY2(redo->geometry().right() < width, qPrintable(QString::number(redo->geometry().right())));
+            }
+        }
+        m_editor->view.findChild<QMenu *>()->actions().value(1)->trigger();
+        QCOMPARE(state().tool, Tool::number);
+    }
+
     void undoAndRedo()
     {
         const auto enabled = [&] { return QList{isEnabled(u"Undo"_s), isEnabled(u"Redo"_s)}; };
@@ -123,8 +143,18 @@ private Q_SLOTS:
         const qsizetype entries = state().undoStack.size();
         slider->setValue(1200);
         auto *well = m_editor->view.findChild<ColorWell *>();
-        QTest::mouseClick(well, Qt::LeftButton);
+        const auto swatches = [&] {
+            QTest::mouseClick(well, Qt::LeftButton);
+            return well->findChild<SwatchPanel *>()->findChildren<QAbstractButton *>();
+        };
+        swatches()[4]->click();
+        QCOMPARE(state().doc.items[0].color, QColor(0, 122, 255));
+        QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
+        QCOMPARE(swatches()[0]->toolTip(), u"#007aff"_s); // the last used first
+        m_editor->view.setGeometry(0, 0, 200, 300);
+        well->findChild<SwatchPanel *>()->findChildren<QPushButton *>()[0]->click();
         const QPointer<QColorDialog> dialog = well->findChild<QColorDialog *>();
+        QVERIFY(!dialog->geometry().intersects(m_editor->view.geometry()));
         dialog->setCurrentColor(Qt::green);
         QCoreApplication::processEvents();
         QCOMPARE(canvas().doc.items[0].lineWidth, 12.0);
