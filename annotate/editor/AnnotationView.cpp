@@ -39,6 +39,7 @@ AnnotationView::AnnotationView(const AnnotationDoc &doc, const QString &sourcePa
     , m_sourcePath(sourcePath)
     , m_onClose(std::move(onClose))
     , m_draft(sourcePath)
+    , m_left(m_draft.load())
 {
     m_state.open(doc);
     m_handsRest.setSingleShot(true);

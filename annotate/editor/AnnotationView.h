@@ -90,7 +90,8 @@ private:
     bool m_refreshRequested = false;
 
     Draft m_draft;
-    QTimer m_handsRest; // then the draft is stored
+    std::optional<ItemCodec::Edits> m_left; // by an earlier editor, until it is decided what becomes of it
+    QTimer m_handsRest;                     // then the draft is stored
     QPointer<QMessageBox> m_question;
     enum class Closing { asks, unasked, keepsDraft } m_closing = Closing::asks;
 };

@@ -20,7 +20,7 @@ void AnnotationView::storeDraft()
     if (m_canvas->isDragging())
         return m_handsRest.start();
     m_handsRest.stop();
-    if (m_question) // what it is about is not decided yet
+    if (m_question || m_left) // what becomes of it is not decided yet
         return;
     refreshIfRequested();
     EditorState settled = m_state;
@@ -33,18 +33,18 @@ void AnnotationView::storeDraft()
 
 void AnnotationView::offerDraft()
 {
-    const std::optional<ItemCodec::Edits> left = m_draft.load();
-    if (!left)
+    if (!m_left)
         return;
-    m_question = EditorQuestion::askToResume(QFileInfo(m_sourcePath).fileName(), this, [this, left](bool resume) {
+    m_question = EditorQuestion::askToResume(QFileInfo(m_sourcePath).fileName(), this, [this](bool resume) {
         m_question = nullptr;
+        const ItemCodec::Edits left = *std::exchange(m_left, std::nullopt);
         if (!resume)
             return m_draft.remove();
         settle();
         change([&] {
             m_state.pushUndo();
-            m_state.doc.items = left->items;
-            m_state.doc.crop = left->crop;
+            m_state.doc.items = left.items;
+            m_state.doc.crop = left.crop;
         });
     });
 }

@@ -268,6 +268,7 @@ private Q_SLOTS:
         events().click({200, 200});
         QTest::keyClicks(canvas().textField(), u"typed"_s);
         QTRY_COMPARE(left().size(), 1);
+        m_editor->view.storeDraft(); // should the hands have rested before
         QCOMPARE(left()[0].permissions() & (QFile::ReadGroup | QFile::ReadOther | QFile::ExeOwner),
                  QFile::Permissions());
         const Draft another(u"/somewhere/a.b.png"_s); // a second editor of the same picture
