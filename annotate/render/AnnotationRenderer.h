@@ -17,7 +17,7 @@ namespace AnnotationRenderer {
 // memory has no pixels.
 Image render(const AnnotationDoc &doc, std::optional<double> maxDimension = {}, RenderCache *cache = nullptr);
 
-// The same pixels, but only those of a part of that picture: of a grid made from its PixelGrid::ofOutput.
+// The same, but for rounding, of a part of that picture: of a grid made from its PixelGrid::ofOutput.
 Image renderPart(const AnnotationDoc &doc, const PixelGrid &grid, RenderCache *cache = nullptr);
 
 } // namespace AnnotationRenderer

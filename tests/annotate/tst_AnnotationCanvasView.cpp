@@ -151,7 +151,8 @@ private Q_SLOTS:
         QCOMPARE(marks.size(), 1);
         QVERIFY(marks[0].top() > 3 && marks[0].bottom() < canvas.height() / 2 && marks[0].left() > 490);
         for (int i = 0; i < 30; ++i)
-            events.wheel({250, 100}, {0, -97 * (1 + i % 7)}, {});
+            events.wheel({250, 100}, {0, -33 * (1 + i % 7)}, {});
+        QVERIFY(canvas.mapping().display.bottom() > canvas.height() + 3000 && canvas.mapping().display.top() < -500);
         QVERIFY(EditorWindow::showsTheExport(view, 2));
         canvas.zoomAbout({250, 200}, 1000);
         QCOMPARE(canvas.mapping().display.width() * canvas.devicePixelRatioF(), 4.0 * width * scale());
@@ -159,7 +160,7 @@ private Q_SLOTS:
         QShowEvent shown;
         QApplication::sendEvent(&canvas, &shown);
         events.wheel({250, 100}, {300, -400}, {});
-        QVERIFY(EditorWindow::showsTheExport(view, 0));
+        QVERIFY(EditorWindow::showsTheExport(view, 2));
     }
 
     void editing_data()
