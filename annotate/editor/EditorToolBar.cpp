@@ -37,7 +37,7 @@ static constexpr ToolFace toolFaces[] = {
     {AnnotationTool::ellipse, u"Ellipse", u"丸", u"circle", Qt::Key_L},
     {AnnotationTool::blur, u"Blur", u"ぼかし", u"drop.fill", Qt::Key_B},
     {AnnotationTool::cover, u"Cover", u"塗りつぶし", u"rectangle.fill", Qt::Key_X},
-    {AnnotationTool::number, u"Number", u"番号", u"1.circle", Qt::Key_N},
+    {AnnotationTool::number, u"Number", u"番号", u"number.circle", Qt::Key_N},
     {AnnotationTool::highlighter, u"Highlighter", u"蛍光ペン", u"highlighter", Qt::Key_H},
     {AnnotationTool::pen, u"Pen", u"ペン", u"scribble", Qt::Key_P},
 };
