@@ -164,12 +164,18 @@ void AppDelegate::openSettings()
 
 void AppDelegate::quit()
 {
-    QApplication::quit();
+    m_annotationController.askAll([] { QApplication::quit(); });
+}
+
+void AppDelegate::sessionEnds()
+{
+    m_annotationController.endSession();
 }
 
 bool AppDelegate::stop(std::chrono::milliseconds limit)
 {
     // A capture ends when its user does; a picture just being put on the clipboard gets a moment more.
+    m_annotationController.storeDrafts();
     QElapsedTimer timer;
     timer.start();
     const bool indexStopped = OcrIndexer::stopShared(limit);

@@ -27,6 +27,8 @@ public:
     // menu: where the menu is that the command was chosen from, and that is only just disappearing; see Captures.
     void perform(const Command &command, const QRect &menu = {});
 
+    void sessionEnds(); // log-out: nothing is asked; what is being drawn is kept
+
     // At quit. Returns false if something is still busy after the limit. The process may exit anyway; stored data is
     // safe.
     bool stop(std::chrono::milliseconds limit);

@@ -91,10 +91,11 @@ int main(int argc, char **argv)
         translator.load(QStringLiteral("qtbase_ja"), QLibraryInfo::path(QLibraryInfo::TranslationsPath)))
         QApplication::installTranslator(&translator);
 
-    TerminationSignals::defer(); // log-out: what has been read is kept
-    TerminationSignals::whenReceived([] { QApplication::quit(); });
+    TerminationSignals::defer();                                    // log-out: what has been read is kept
+    TerminationSignals::whenReceived([] { QApplication::exit(); }); // quit() would ask every window first
 
     AppDelegate delegate;
+    QObject::connect(&application, &QApplication::commitDataRequest, [&] { delegate.sessionEnds(); });
     SingleInstance instance;
     if (!instance.listen([&](const Command &received) { delegate.perform(received); }))
         return SingleInstance::handOver(*command) ? 0 : 1; // another start was slightly quicker

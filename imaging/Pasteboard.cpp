@@ -4,11 +4,16 @@
 #include "imaging/PngReader.h"
 #include "imaging/PngWriter.h"
 
+#include <QBuffer>
 #include <QClipboard>
 #include <QFile>
 #include <QFileInfo>
 #include <QGuiApplication>
 #include <QMimeData>
+#include <QThreadPool>
+
+#include <future>
+#include <memory>
 
 namespace qm {
 
@@ -18,13 +23,20 @@ const QString pngType = QStringLiteral("image/png");
 const QString qtImageType = QStringLiteral("application/x-qt-image"); // stands for every format Qt can write
 const QString kdeType = QStringLiteral("x-kde-force-image-copy");     // or KDE's clipboard manager ignores pictures
 
+// Keeps the PNG alone, a fraction of the pixels, from which every other type is made when it is asked for. Encoded in the
+// background: whoever asks before it is done waits.
 class PictureData : public QMimeData
 {
 public:
     explicit PictureData(const Pasteboard::Content &content)
-        : m_image(content.image)
-        , m_png(content.png)
     {
+        const auto png = std::make_shared<std::promise<QByteArray>>();
+        m_png = png->get_future().share();
+        if (content.png.isEmpty())
+            QThreadPool::globalInstance()->start(
+                [png, image = content.image] { png->set_value(PngWriter::encode(image)); });
+        else
+            png->set_value(content.png);
     }
 
     QStringList formats() const override { return {pngType, qtImageType, kdeType}; }
@@ -34,19 +46,23 @@ protected:
     QVariant retrieveData(const QString &type, QMetaType wanted) const override
     {
         if (type == qtImageType)
-            return m_image.pixels;
+            return decoded();
         if (type == kdeType)
             return QByteArray("1");
-        if (type != pngType)
-            return QMimeData::retrieveData(type, wanted);
-        if (m_png.isEmpty())
-            m_png = PngWriter::encode(m_image);
-        return m_png;
+        return type == pngType ? QVariant(m_png.get()) : QMimeData::retrieveData(type, wanted);
     }
 
 private:
-    const Image m_image;
-    mutable QByteArray m_png;
+    QImage decoded() const
+    {
+        QByteArray bytes = m_png.get();
+        QBuffer file(&bytes);
+        file.open(QIODevice::ReadOnly);
+        const QImage pixels = ImageFile::load(file).image.pixels;
+        return pixels.hasAlphaChannel() ? pixels : std::move(pixels).convertToFormat(QImage::Format_RGB32);
+    }
+
+    std::shared_future<QByteArray> m_png;
 };
 
 } // namespace

@@ -9,8 +9,7 @@ namespace qm {
 // The general pasteboard. Main thread.
 namespace Pasteboard {
 
-// Content for the pasteboard. Without png, nothing is encoded until another application asks for it, and then only
-// once.
+// Content for the pasteboard, which keeps only the PNG. Without one it is encoded once, in the background.
 struct Content {
     Image image;
     QByteArray png; // the same picture as a PNG file; if empty, encoded from the image

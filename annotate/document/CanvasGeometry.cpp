@@ -4,24 +4,26 @@
 
 #include <algorithm>
 #include <cmath>
+#include <numbers>
 
 namespace qm {
 
-QRectF CanvasMapping::fitted(QSizeF view, const QRectF &region)
+QRectF CanvasMapping::fitted(QSizeF viewSize, const QRectF &region)
 {
     if (region.width() <= 0 || region.height() <= 0)
         return {};
-    const double fit = std::min(view.width() / region.width(), view.height() / region.height());
+    const double fit = std::min(viewSize.width() / region.width(), viewSize.height() / region.height());
     const QSizeF size = region.size() * fit;
-    return {(view.width() - size.width()) / 2, (view.height() - size.height()) / 2, size.width(), size.height()};
+    return {(viewSize.width() - size.width()) / 2, (viewSize.height() - size.height()) / 2, size.width(),
+            size.height()};
 }
 
-CanvasMapping CanvasMapping::of(QSizeF view, const QRectF &region, double zoom, QPointF pan)
+CanvasMapping CanvasMapping::of(QSizeF viewSize, const QRectF &region, double zoom, QPointF pan)
 {
-    const QRectF base = fitted(view, region);
+    const QRectF base = fitted(viewSize, region);
     QRectF display({0, 0}, base.size() * zoom);
     display.moveCenter(base.center() + pan);
-    return {region, display};
+    return {region, display, viewSize};
 }
 
 double CanvasMapping::scale() const
@@ -29,9 +31,9 @@ double CanvasMapping::scale() const
     return display.width() > 0 ? region.width() / display.width() : 1;
 }
 
-QPointF CanvasMapping::toImage(QPointF view) const
+QPointF CanvasMapping::toImage(QPointF point) const
 {
-    return (view - display.topLeft()) * scale() + region.topLeft();
+    return (point - display.topLeft()) * scale() + region.topLeft();
 }
 
 QPointF CanvasMapping::toView(QPointF image) const
@@ -65,7 +67,17 @@ QPointF rotationHandle(const Annotation &item, const CanvasMapping &mapping)
     constexpr double beyondEdge = 26;
     const QRectF box = item.rect.normalized();
     const double reach = box.height() / std::max(mapping.scale(), 0.0001) / 2 + beyondEdge;
-    return mapping.toView(box.center()) + QPointF(-std::sin(item.rotation), std::cos(item.rotation)) * reach;
+    const QPointF center = mapping.toView(box.center());
+    const QPointF up = QPointF(-std::sin(item.rotation), std::cos(item.rotation)) * reach;
+    constexpr double fromEdge = 8;
+    const QRectF room = QRectF({0, 0}, mapping.view).adjusted(fromEdge, fromEdge, -fromEdge, -fromEdge);
+    const QRectF shown(mapping.toView(box.topLeft()), mapping.toView(box.bottomRight()));
+    if (room.contains(center + up) || !room.intersects(shown))
+        return center + up;
+    if (room.contains(center - up))
+        return center - up;
+    return {std::clamp(center.x() + up.x(), room.left(), room.right()),
+            std::clamp(center.y() + up.y(), room.top(), room.bottom())};
 }
 
 QPointF squareFrom(QPointF start, QPointF current)
@@ -73,6 +85,24 @@ QPointF squareFrom(QPointF start, QPointF current)
     const QPointF by = current - start;
     const double side = std::max(std::abs(by.x()), std::abs(by.y()));
     return start + QPointF(by.x() < 0 ? -side : side, by.y() < 0 ? -side : side);
+}
+
+QPointF levelFrom(QPointF start, QPointF current)
+{
+    constexpr double step = std::numbers::pi / 4;
+    const double angle = std::round(angleAbout(start, current) / step) * step;
+    const QPointF along(std::cos(angle), std::sin(angle));
+    const double length = QPointF::dotProduct(current - start, along);
+    // cos and sin are a little off where they should be 0.
+    const auto exact = [](double part) { return std::abs(part) < 1e-9 ? 0 : part; };
+    return start + QPointF(exact(along.x()), exact(along.y())) * length;
+}
+
+double settledAngle(double angle, bool inSteps)
+{
+    constexpr double degree = std::numbers::pi / 180, step = 15 * degree;
+    const double settled = inSteps ? std::round(angle / step) * step : angle;
+    return std::abs(std::remainder(settled, 2 * std::numbers::pi)) < 2 * degree ? 0 : settled;
 }
 
 QRectF movedRect(const QRectF &before, DragMode mode, QPointF from, QPointF to)

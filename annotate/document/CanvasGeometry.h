@@ -16,12 +16,13 @@ namespace qm {
 struct CanvasMapping {
     QRectF region;  // image points: the part shown
     QRectF display; // view points: where it is shown; empty when there is nothing to show
+    QSizeF view;    // view points: of the whole view
 
-    static QRectF fitted(QSizeF view, const QRectF &region); // centred, as large as fits; empty for an empty region
-    static CanvasMapping of(QSizeF view, const QRectF &region, double zoom, QPointF pan);
+    static QRectF fitted(QSizeF viewSize, const QRectF &region); // centred, as large as fits; empty for an empty region
+    static CanvasMapping of(QSizeF viewSize, const QRectF &region, double zoom, QPointF pan);
 
     double scale() const; // image points per view point; 1 when nothing is shown
-    QPointF toImage(QPointF view) const;
+    QPointF toImage(QPointF point) const;
     QPointF toView(QPointF image) const;
     double renderLimit(double pixelsPerPoint) const; // maxDimension for rendering: screen pixels, at most 3000
 };
@@ -30,11 +31,17 @@ struct CanvasMapping {
 QTransform rotation(const Annotation &item);
 // Corners of the standardised rectangle, rotated: (minX, minY), (maxX, minY), (maxX, maxY), (minX, maxY).
 std::array<QPointF, 4> outline(const Annotation &item);
-// Position of the rotation handle in view points: beyond the top edge, turning with the item.
+// Position of the rotation handle in view points: beyond the top edge, turning with the item; where the view has no room
+// for it there, beyond the bottom edge or at the view's edge.
 QPointF rotationHandle(const Annotation &item, const CanvasMapping &mapping);
 
 // The pointer position constrained to a square (Shift held): the longer axis sets both sides.
 QPointF squareFrom(QPointF start, QPointF current);
+
+// The pointer position constrained to a level, upright or diagonal line (Ctrl held).
+QPointF levelFrom(QPointF start, QPointF current);
+// An angle in radians that a pointer turned an item to: in steps of 15 degrees if so wanted, and exactly 0 nearby.
+double settledAngle(double angle, bool inSteps);
 
 enum class DragMode { none, whole, start, end, resize, rotate };
 

@@ -1,7 +1,6 @@
 #include "annotate/document/EditorState.h"
 
 #include "annotate/document/CanvasGeometry.h"
-#include "annotate/document/CanvasZoom.h"
 
 #include <algorithm>
 #include <cmath>
@@ -20,16 +19,39 @@ const Annotation *EditorState::selectedItem() const
     return names(selectedIndex, doc.items) ? &doc.items[*selectedIndex] : nullptr;
 }
 
+void EditorState::open(const AnnotationDoc &opened)
+{
+    doc = kept = saved = opened;
+}
+
+void EditorState::setTool(AnnotationTool next)
+{
+    tool = next;
+    if (tool != AnnotationTool::select)
+        selectedIndex.reset();
+}
+
 void EditorState::pushUndo()
 {
+    redoBefore = redoStack;
     undoStack.append(doc);
     redoStack.clear();
+}
+
+void EditorState::dropEmptyStep()
+{
+    if (redoBefore && canUndo() && undoStack.last().hasSameEdits(doc)) {
+        undoStack.removeLast();
+        redoStack = *redoBefore;
+    }
+    redoBefore.reset();
 }
 
 void EditorState::undo()
 {
     if (!canUndo())
         return;
+    redoBefore.reset();
     redoStack.append(doc);
     doc = undoStack.takeLast();
 }
@@ -38,6 +60,7 @@ void EditorState::redo()
 {
     if (!canRedo())
         return;
+    redoBefore.reset();
     undoStack.append(doc);
     doc = redoStack.takeLast();
 }
@@ -48,7 +71,39 @@ void EditorState::deleteSelected()
         return;
     pushUndo();
     doc.items.removeAt(*selectedIndex);
+    doc.items = ItemFactory::renumbered(doc.items);
     selectedIndex.reset();
+}
+
+void EditorState::paste(QList<Annotation> items)
+{
+    constexpr QPointF aside(12, -12); // points
+    if (items.isEmpty())
+        return;
+    const QRectF room = doc.crop.value_or(QRectF({0, 0}, doc.source.size));
+    const auto lies = [&](const Annotation &item) {
+        return std::any_of(doc.items.begin(), doc.items.end(), [&](const Annotation &other) { return other == item; });
+    };
+    for (Annotation &item : items) {
+        while (lies(item))
+            item.rect.translate(aside);
+        if (!room.contains(item.rect.center())) // from a larger picture
+            item.rect.moveCenter(room.center());
+    }
+    pushUndo();
+    doc.items = ItemFactory::renumbered(doc.items + items);
+    tool = AnnotationTool::select;
+    selectedIndex = int(doc.items.size()) - 1;
+}
+
+void EditorState::selectNeighbour(int by)
+{
+    const int count = int(doc.items.size());
+    if (count == 0)
+        return;
+    const int from = selectedItem() ? *selectedIndex : by > 0 ? -1 : count;
+    tool = AnnotationTool::select;
+    selectedIndex = (from + by + count) % count;
 }
 
 void EditorState::nudgeSelected(QPointF by, std::chrono::milliseconds now)
@@ -75,17 +130,26 @@ void EditorState::setLineWidth(double width)
 {
     lineWidth = width;
     if (selectedItem())
-        doc.items[*selectedIndex].lineWidth = width;
+        doc.items[*selectedIndex].setLineWidth(width);
 }
 
-void EditorState::zoomIn()
+void EditorState::setPlate(Annotation::Plate next)
 {
-    zoom = std::clamp(zoom * zoomStep, CanvasZoom::least, CanvasZoom::most);
+    plate = next;
+    if (!selectsText())
+        return;
+    pushUndo();
+    doc.items[*selectedIndex].plate = next;
 }
 
-void EditorState::zoomOut()
+void EditorState::zoomIn(double most)
 {
-    zoom = std::clamp(zoom / zoomStep, CanvasZoom::least, CanvasZoom::most);
+    zoom = std::clamp(zoom * zoomStep, CanvasZoom::least, most);
+}
+
+void EditorState::zoomOut(double most)
+{
+    zoom = std::clamp(zoom / zoomStep, CanvasZoom::least, most);
 }
 
 QString EditorState::zoomLabel() const

@@ -32,13 +32,34 @@ static QRectF textBox(const Annotation &item)
     return {item.rect.topLeft(), QSizeF(std::max(fontSize * double(length) * 0.6, 24.0), fontSize)};
 }
 
+// How far beyond its geometry an item may be grabbed.
+static double strokeReach(const Annotation &item)
+{
+    switch (item.kind) {
+    case Annotation::Kind::cover:
+    case Annotation::Kind::number: return 0;
+    case Annotation::Kind::highlighter: return item.strokeWidth() / 2;
+    default: return item.lineWidth;
+    }
+}
+
 bool HitTest::hits(const Annotation &item, QPointF point, double scale)
 {
-    const double tolerance = itemTolerance * scale + item.lineWidth;
+    const double tolerance = itemTolerance * scale + strokeReach(item);
     if (item.isLinear())
         return distanceToSegment(point, item.start(), item.end()) < tolerance;
+    const QPointF upright = rotation(item).inverted().map(point);
     const QRectF box = item.kind == Annotation::Kind::text ? textBox(item) : item.rect.normalized();
-    return box.adjusted(-tolerance, -tolerance, tolerance, tolerance).contains(rotation(item).inverted().map(point));
+    if (!box.adjusted(-tolerance, -tolerance, tolerance, tolerance).contains(upright))
+        return false;
+    if (item.kind != Annotation::Kind::pen)
+        return true;
+    const QList<QPointF> course = item.course();
+    for (qsizetype i = 1; i < course.size(); ++i) {
+        if (distanceToSegment(upright, course[i - 1], course[i]) < tolerance)
+            return true;
+    }
+    return false;
 }
 
 std::optional<int> HitTest::itemAt(const QList<Annotation> &items, QPointF point, double scale)
@@ -48,6 +69,16 @@ std::optional<int> HitTest::itemAt(const QList<Annotation> &items, QPointF point
             return i;
     }
     return std::nullopt;
+}
+
+std::optional<int> HitTest::itemBelow(const QList<Annotation> &items, std::optional<int> index, QPointF point,
+                                      double scale)
+{
+    if (index && *index > 0 && *index < items.size() && hits(items[*index], point, scale)) {
+        if (const auto below = itemAt(items.first(*index), point, scale))
+            return below;
+    }
+    return itemAt(items, point, scale);
 }
 
 HitTest::EndPoint HitTest::endPointAt(const Annotation &item, QPointF point, double scale)
@@ -61,7 +92,7 @@ HitTest::EndPoint HitTest::endPointAt(const Annotation &item, QPointF point, dou
 
 std::optional<QPointF> HitTest::fixedCornerFor(const Annotation &item, QPointF point, double scale)
 {
-    if (item.isLinear() || item.rotation != 0)
+    if (item.isLinear() || item.rotates())
         return std::nullopt;
     const QRectF box = item.rect.normalized();
     const std::pair<QPointF, QPointF> corners[] = {
@@ -80,7 +111,7 @@ std::optional<QPointF> HitTest::fixedCornerFor(const Annotation &item, QPointF p
 
 bool HitTest::onRotationHandle(const Annotation &item, QPointF viewPoint, const CanvasMapping &mapping)
 {
-    return !item.isLinear() && distance(viewPoint, rotationHandle(item, mapping)) <= handleTolerance;
+    return item.canRotate() && distance(viewPoint, rotationHandle(item, mapping)) <= handleTolerance;
 }
 
 } // namespace qm

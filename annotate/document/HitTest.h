@@ -10,6 +10,8 @@ namespace HitTest {
 
 // The topmost item at point.
 std::optional<int> itemAt(const QList<Annotation> &items, QPointF point, double scale);
+// The next one at point below that of the given index, or again the topmost: what lies under another.
+std::optional<int> itemBelow(const QList<Annotation> &items, std::optional<int> index, QPointF point, double scale);
 bool hits(const Annotation &item, QPointF point, double scale);
 
 enum class EndPoint { none, start, end };

@@ -18,8 +18,10 @@ struct ItemDrag {
 
     static ItemDrag begun(const PressTarget &target, const Annotation &item, QPointF view,
                           const CanvasMapping &mapping); // target must name the item
-    // The item with the pointer at a view point, and the item as it was before the drag.
-    Annotation dragged(Annotation item, QPointF view, const CanvasMapping &mapping) const;
+    // The item with the pointer at a view point, and the item as it was before the drag. Shift turns in steps, Ctrl keeps
+    // lines and arrows level, upright or diagonal.
+    Annotation dragged(Annotation item, QPointF view, const CanvasMapping &mapping,
+                       Qt::KeyboardModifiers modifiers) const;
     Annotation restored(Annotation item) const;
 };
 

@@ -5,7 +5,7 @@
 namespace qm {
 
 PressTarget PressTarget::at(QPointF view, const QList<Annotation> &items, std::optional<int> selected,
-                            const CanvasMapping &mapping)
+                            const CanvasMapping &mapping, Wanted wanted)
 {
     const bool named = selected && *selected >= 0 && *selected < items.size();
     if (named && HitTest::onRotationHandle(items[*selected], view, mapping))
@@ -13,7 +13,8 @@ PressTarget PressTarget::at(QPointF view, const QList<Annotation> &items, std::o
 
     const QPointF point = mapping.toImage(view);
     const double scale = mapping.scale();
-    const std::optional<int> index = HitTest::itemAt(items, point, scale);
+    const std::optional<int> index = wanted == Wanted::below ? HitTest::itemBelow(items, selected, point, scale)
+                                                             : HitTest::itemAt(items, point, scale);
     if (!index)
         return {};
     switch (HitTest::endPointAt(items[*index], point, scale)) {

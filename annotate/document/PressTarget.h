@@ -12,8 +12,10 @@ struct PressTarget {
     DragMode mode = DragMode::none;
     std::optional<QPointF> fixedCorner; // image points; only while resizing
 
+    enum class Wanted { topmost, below }; // below: what the selected item lies over
+
     static PressTarget at(QPointF view, const QList<Annotation> &items, std::optional<int> selected,
-                          const CanvasMapping &mapping);
+                          const CanvasMapping &mapping, Wanted wanted = Wanted::topmost);
 };
 
 } // namespace qm

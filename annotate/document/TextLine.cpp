@@ -1,5 +1,6 @@
 #include "annotate/document/TextLine.h"
 
+#include <QCache>
 #include <QFontDatabase>
 #include <QFontMetricsF>
 #include <QRawFont>
@@ -44,9 +45,16 @@ TextLine::TextLine(const QString &text)
         return;
 
     m_width = textLine.horizontalAdvance();
-    // Right-to-left text is aligned with the right end of the line's width.
-    const QPointF origin(qMin(textLine.cursorToX(0), textLine.cursorToX(int(line.size()))), textLine.ascent());
+    // Right-to-left text is aligned with the right end of the line's width. What stands at its left end need be neither its
+    // first letter nor its last: it may be a number in between.
     const QList<QGlyphRun> runs = textLine.glyphRuns();
+    double left = qMin(textLine.cursorToX(0), textLine.cursorToX(int(line.size())));
+    for (const QGlyphRun &run : runs) {
+        const QList<QPointF> positions = line.isRightToLeft() ? run.positions() : QList<QPointF>();
+        for (const QPointF &position : positions)
+            left = qMin(left, position.x());
+    }
+    const QPointF origin(left, textLine.ascent());
     m_outline.setFillRule(Qt::WindingFill);
     for (const QGlyphRun &run : runs) {
         const QRawFont rawFont = run.rawFont();
@@ -75,6 +83,17 @@ TextLine::TextLine(const QString &text)
     }
 }
 
+TextLine TextLine::of(const QString &text)
+{
+    constexpr qsizetype mostLines = 1000;
+    static QCache<QString, TextLine> lines(mostLines);
+    if (const TextLine *made = lines.object(text))
+        return *made;
+    TextLine line(text);
+    lines.insert(text, new TextLine(line));
+    return line;
+}
+
 QRectF TextLine::bounds() const
 {
     QRectF bounds = m_outline.controlPointRect();
@@ -89,7 +108,7 @@ QRectF TextLine::bounds() const
 
 double measureTextWidth(const QString &text, double fontSize)
 {
-    return std::max(TextLine(text).width() * std::max(fontSize, 1.0) / TextLine::layoutSize, 20.0);
+    return std::max(TextLine::of(text).width() * std::max(fontSize, 1.0) / TextLine::layoutSize, 20.0);
 }
 
 } // namespace qm

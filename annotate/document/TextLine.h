@@ -15,6 +15,9 @@ public:
     static constexpr double layoutSize = 100; // pixels
 
     explicit TextLine(const QString &text);
+    // One made before of the same text, if there is. FreeType's outlines change a little once the same font has been drawn
+    // elsewhere, in a text field say; what is seen and what is written shall not.
+    static TextLine of(const QString &text);
 
     // All in layout pixels, from the left end of the baseline, y down.
     double width() const { return m_width; }     // advance width, including trailing blanks

@@ -29,6 +29,8 @@ AnnotationCanvasView *AnnotationCanvas::make(Coordinator &coordinator, QWidget *
         latest.doc.set(next);
     };
     view->onSnapshot = [&latest] { latest.onSnapshot(); };
+    view->onRelease = [&latest] { latest.onRelease(); };
+    view->onTyped = [&latest] { latest.onTyped(); };
     view->onZoomChanged = [&latest](double magnification) { latest.zoom.set(magnification); };
     view->onSelect = [&latest](std::optional<int> index) { latest.selection.set(index); };
     view->onDelete = [&latest] { latest.onDelete(); };
@@ -43,6 +45,7 @@ void AnnotationCanvas::update(AnnotationCanvasView &view, Coordinator &coordinat
     view.strokeColor = color;
     view.strokeWidth = lineWidth;
     view.blurShape = blurShape;
+    view.plate = plate;
     if (const std::optional<int> selected = selection.get(); selected != view.selectedIndex)
         view.selectedIndex = selected;
     constexpr double noticeable = 0.0001;

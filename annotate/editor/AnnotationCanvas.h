@@ -17,12 +17,15 @@ class AnnotationCanvasView;
 struct AnnotationCanvas {
     Binding<AnnotationDoc> doc;
     AnnotationTool tool = AnnotationTool::select;
-    QColor color; // this and the next two apply to new items
+    QColor color; // this and the next three apply to new items
     double lineWidth = 0;
     Annotation::BlurShape blurShape = Annotation::BlurShape::rect;
+    Annotation::Plate plate = Annotation::Plate::none;
     Binding<double> zoom;
     Binding<std::optional<int>> selection;
     std::function<void()> onSnapshot; // called before the document changes
+    std::function<void()> onRelease;  // called when a press has ended
+    std::function<void()> onTyped;    // called when the text field has changed
     std::function<void()> onDelete;   // deletes the selected item
 
     struct Coordinator;

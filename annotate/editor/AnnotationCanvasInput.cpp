@@ -20,7 +20,7 @@ static constexpr double notchZoomStep = 0.05;
 static bool drawsBox(AnnotationTool tool)
 {
     return tool == AnnotationTool::crop || tool == AnnotationTool::rect || tool == AnnotationTool::ellipse ||
-           tool == AnnotationTool::blur;
+           tool == AnnotationTool::blur || tool == AnnotationTool::cover;
 }
 
 // Corners to the lower left or upper right of the fixed one resize along the "/" diagonal.
@@ -79,22 +79,23 @@ void AnnotationCanvasView::mousePressEvent(QMouseEvent *event)
     if (!left || m_spaceHeld)
         m_panFrom = view;
     else
-        beginDrag(view);
+        beginDrag(view, event->modifiers());
     redisplay();
 }
 
-void AnnotationCanvasView::beginDrag(QPointF view)
+void AnnotationCanvasView::beginDrag(QPointF view, Qt::KeyboardModifiers modifiers)
 {
     commitText(); // an open text takes its place before anything else happens
     const QPointF image = mapping().toImage(view);
     if (tool == AnnotationTool::text)
         return openText(image, std::nullopt);
     if (tool != AnnotationTool::select) {
-        m_dragStart = {image, tool};
-        m_draft = ItemFactory::dragged(tool, image, image, style());
+        m_dragStart = {image, tool, {image}};
+        m_draft = drawn(view, modifiers);
         return;
     }
-    const PressTarget target = PressTarget::at(view, doc.items, selectedIndex, mapping());
+    const auto wanted = modifiers.testFlag(Qt::AltModifier) ? PressTarget::Wanted::below : PressTarget::Wanted::topmost;
+    const PressTarget target = PressTarget::at(view, doc.items, selectedIndex, mapping(), wanted);
     selectedIndex = target.index;
     if (target.index) {
         m_itemDrag = ItemDrag::begun(target, doc.items[*target.index], view, mapping());
@@ -108,8 +109,23 @@ void AnnotationCanvasView::beginDrag(QPointF view)
 QPointF AnnotationCanvasView::drawnTo(QPointF view, Qt::KeyboardModifiers modifiers) const
 {
     const QPointF image = mapping().toImage(view);
-    const bool square = drawsBox(m_dragStart->tool) && modifiers.testFlag(Qt::ShiftModifier);
-    return square ? squareFrom(m_dragStart->start, image) : image;
+    if (drawsBox(m_dragStart->tool))
+        return modifiers.testFlag(Qt::ShiftModifier) ? squareFrom(m_dragStart->start, image) : image;
+    return modifiers.testFlag(Qt::ControlModifier) ? levelFrom(m_dragStart->start, image) : image;
+}
+
+Annotation AnnotationCanvasView::drawn(QPointF view, Qt::KeyboardModifiers modifiers) const
+{
+    if (m_dragStart->tool == AnnotationTool::number)
+        return ItemFactory::number(ItemFactory::countNumbers(doc.items) + 1, mapping().toImage(view), style());
+    if (m_dragStart->tool == AnnotationTool::pen)
+        return ItemFactory::pen(m_dragStart->course, style());
+    Annotation item = ItemFactory::dragged(m_dragStart->tool, m_dragStart->start, drawnTo(view, modifiers), style());
+    if (!item.isLinear())
+        item.rect = item.rect.normalized();
+    if (m_dragStart->tool == AnnotationTool::crop) // ends where the picture ends
+        item.rect &= QRectF({0, 0}, doc.source.size);
+    return item;
 }
 
 void AnnotationCanvasView::mouseMoveEvent(QMouseEvent *event)
@@ -121,15 +137,25 @@ void AnnotationCanvasView::mouseMoveEvent(QMouseEvent *event)
         updateCursor();
 }
 
+// A pen's points lie a little apart, or a trembling hand would show.
+void AnnotationCanvasView::extendCourse(QPointF image)
+{
+    constexpr double apart = 2; // view points
+    QList<QPointF> &course = m_dragStart->course;
+    if (m_dragStart->tool == AnnotationTool::pen && QLineF(course.last(), image).length() >= apart * mapping().scale())
+        course << image;
+}
+
 void AnnotationCanvasView::dragTo(QPointF view, Qt::KeyboardModifiers modifiers)
 {
     if (m_panFrom) {
         m_zoom = m_zoom.panned(view - *m_panFrom, size(), shownRegion(doc));
         m_panFrom = view;
     } else if (m_dragStart) {
-        m_draft = ItemFactory::dragged(m_dragStart->tool, m_dragStart->start, drawnTo(view, modifiers), style());
+        extendCourse(mapping().toImage(view));
+        m_draft = drawn(view, modifiers);
     } else if (m_itemDrag && names(selectedIndex) && m_itemDrag->index == *selectedIndex) {
-        replaceItem(m_itemDrag->index, m_itemDrag->dragged(doc.items[m_itemDrag->index], view, mapping()));
+        replaceItem(m_itemDrag->index, m_itemDrag->dragged(doc.items[m_itemDrag->index], view, mapping(), modifiers));
     }
     redisplay();
 }
@@ -152,15 +178,19 @@ void AnnotationCanvasView::mouseReleaseEvent(QMouseEvent *event)
 void AnnotationCanvasView::finishDrag(QPointF view, Qt::KeyboardModifiers modifiers)
 {
     if (m_dragStart) {
-        const AnnotationTool drawn = m_dragStart->tool;
-        Annotation item = ItemFactory::dragged(drawn, m_dragStart->start, drawnTo(view, modifiers), style());
-        if (!item.isLinear())
-            item.rect = item.rect.normalized();
+        const AnnotationTool with = m_dragStart->tool;
+        extendCourse(mapping().toImage(view));
+        const Annotation item = this->drawn(view, modifiers);
         endDrag();
-        const bool meant = std::abs(item.rect.width()) >= leastDrag || std::abs(item.rect.height()) >= leastDrag;
-        if (meant && drawn == AnnotationTool::crop && onCrop)
+        const bool meant = with == AnnotationTool::number || std::abs(item.rect.width()) >= leastDrag ||
+                           std::abs(item.rect.height()) >= leastDrag;
+        if (meant && with == AnnotationTool::crop && onCrop) {
+            m_zoom = {}; // all of it
             onCrop(item.rect);
-        if (meant && drawn != AnnotationTool::crop && onCommit)
+            if (onZoomChanged)
+                onZoomChanged(zoom());
+        }
+        if (meant && with != AnnotationTool::crop && onCommit)
             onCommit(item);
     }
     endDrag();
@@ -169,20 +199,22 @@ void AnnotationCanvasView::finishDrag(QPointF view, Qt::KeyboardModifiers modifi
 
 void AnnotationCanvasView::endDrag()
 {
+    const bool pressed = isDragging();
     m_dragStart.reset();
     m_draft.reset();
     m_itemDrag.reset();
     m_panFrom.reset();
+    if (pressed && onRelease)
+        onRelease();
 }
 
 bool AnnotationCanvasView::cancelDrag()
 {
     if (!isDragging())
         return false;
-    const std::optional<ItemDrag> edit = m_itemDrag;
+    if (m_itemDrag && names(m_itemDrag->index))
+        replaceItem(m_itemDrag->index, m_itemDrag->restored(doc.items[m_itemDrag->index]));
     endDrag();
-    if (edit && names(edit->index))
-        replaceItem(edit->index, edit->restored(doc.items[edit->index]));
     redisplay();
     return true;
 }

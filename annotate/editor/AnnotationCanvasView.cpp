@@ -1,5 +1,6 @@
 #include "annotate/editor/AnnotationCanvasView.h"
 
+#include "annotate/editor/PositionMarks.h"
 #include "annotate/editor/SelectionMarks.h"
 #include "annotate/editor/TextEntry.h"
 #include "ui/AppLocale.h"
@@ -7,6 +8,7 @@
 
 #include <QPaintEvent>
 #include <QPainter>
+#include <QPainterPath>
 
 namespace qm {
 
@@ -59,6 +61,9 @@ void AnnotationCanvasView::display(CanvasFrame::Resolution resolution)
         m_sharpen.stop();
     else
         m_sharpen.start();
+    const bool dims = drawsCrop();
+    if (std::exchange(m_dimmed, dims) || dims)
+        update();
     updateMarks();
     placeText();
     updateCursor();
@@ -81,6 +86,20 @@ void AnnotationCanvasView::paintEvent(QPaintEvent *event)
         const SelectionMarks marks = SelectionMarks::of(doc.items[*selectedIndex], mapping());
         marks.paint(painter, toWidget(), SystemLook::accent(palette()));
     }
+    if (drawsCrop())
+        paintCropped(painter);
+    PositionMarks::paint(PositionMarks::of(mapping()), painter);
+}
+
+// What a crop would cut off.
+void AnnotationCanvasView::paintCropped(QPainter &painter) const
+{
+    const CanvasMapping where = mapping();
+    const QRectF kept(where.toView(m_draft->rect.topLeft()), where.toView(m_draft->rect.bottomRight()));
+    QPainterPath outside;
+    outside.addRect(toWidget().mapRect(where.display));
+    outside.addRect(toWidget().mapRect(kept));
+    painter.fillPath(outside, QColor(0, 0, 0, 115));
 }
 
 void AnnotationCanvasView::resizeEvent(QResizeEvent *)
@@ -90,6 +109,11 @@ void AnnotationCanvasView::resizeEvent(QResizeEvent *)
 
 void AnnotationCanvasView::showEvent(QShowEvent *)
 {
+    if (!std::exchange(m_opened, true)) {
+        m_zoom = CanvasZoom::opening(size(), shownRegion(doc), mostZoom());
+        if (onZoomChanged)
+            onZoomChanged(zoom());
+    }
     display(CanvasFrame::Resolution::exact);
 }
 
@@ -112,7 +136,18 @@ void AnnotationCanvasView::changeEvent(QEvent *event)
 
 void AnnotationCanvasView::zoomAbout(QPointF point, double wanted)
 {
-    m_zoom = m_zoom.zoomedAbout(point, wanted, size(), shownRegion(doc));
+    m_zoom = m_zoom.zoomedAbout(point, wanted, size(), shownRegion(doc), mostZoom());
+    redisplay();
+}
+
+double AnnotationCanvasView::mostZoom() const
+{
+    return CanvasZoom::mostFor(size(), shownRegion(doc), doc.source.scale(), devicePixelRatioF());
+}
+
+void AnnotationCanvasView::fit()
+{
+    m_zoom = {};
     redisplay();
 }
 
@@ -132,6 +167,10 @@ void AnnotationCanvasView::openText(QPointF origin, const std::optional<int> &in
     const QString text = index ? doc.items[*index].text.value_or(QString()) : QString();
     m_text = OpenText{new TextEntry(text, this), origin, index};
     m_text->field->onReturn = [this] { commitText(); };
+    QObject::connect(m_text->field, &QLineEdit::textEdited, this, [this] {
+        if (onTyped)
+            onTyped();
+    });
     if (index) {
         const double shownWidth = doc.items[*index].rect.width() / mapping().scale();
         m_text->field->resize(std::max(TextEntry::standardSize.width(), int(shownWidth)), m_text->field->height());
@@ -147,7 +186,24 @@ void AnnotationCanvasView::placeText()
     if (!m_text)
         return;
     const QPointF corner = toWidget().map(mapping().toView(m_text->origin)); // lower left
-    m_text->field->move(qRound(corner.x()), qRound(corner.y()) - m_text->field->height());
+    QLineEdit &field = *m_text->field;
+    field.resize(std::min(field.width(), width()), field.height());
+    // In the canvas, wherever the text will be: nobody types blindly.
+    field.move(std::clamp(qRound(corner.x()), 0, width() - field.width()),
+               std::clamp(qRound(corner.y()) - field.height(), 0, height() - field.height()));
+}
+
+AnnotationDoc AnnotationCanvasView::settledDoc() const
+{
+    AnnotationDoc settled = doc;
+    const QString text = m_text ? m_text->field->text() : QString();
+    if (!m_text || text.isEmpty())
+        return settled;
+    if (!m_text->index)
+        settled.items << ItemFactory::text(text, m_text->origin, style());
+    else if (names(m_text->index) && settled.items[*m_text->index].kind == Annotation::Kind::text)
+        settled.items[*m_text->index] = ItemFactory::withText(settled.items[*m_text->index], text);
+    return settled;
 }
 
 AnnotationCanvasView::OpenText AnnotationCanvasView::closeText()

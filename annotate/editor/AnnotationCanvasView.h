@@ -34,6 +34,7 @@ public:
     QColor strokeColor = QColor::fromRgb(annotationRed); // this and the next two apply to new items
     double strokeWidth = 3;                              // points
     Annotation::BlurShape blurShape = Annotation::BlurShape::rect;
+    Annotation::Plate plate = Annotation::Plate::none;
     std::optional<int> selectedIndex; // may be out of range; every use checks it
 
     // Any of these may be empty. They must not modify or delete this view before they return.
@@ -41,15 +42,19 @@ public:
     std::function<void(const QRectF &)> onCrop;                    // image points
     std::function<void(const QList<Annotation> &)> onReplaceItems; // after each step of a drag
     std::function<void()> onSnapshot;                              // before an existing item changes
-    std::function<void(double)> onZoomChanged;                     // by wheel or pinch
-    std::function<void(std::optional<int>)> onSelect;              // on a press with the select tool
-    std::function<void()> onDelete;                                // on Delete or Backspace, if an item is selected
+    std::function<void()> onRelease;                  // a press has ended, whether or not it changed anything
+    std::function<void()> onTyped;                    // in the text field
+    std::function<void(double)> onZoomChanged;        // by wheel or pinch, and at first
+    std::function<void(std::optional<int>)> onSelect; // on a press with the select tool
+    std::function<void()> onDelete;                   // on Delete or Backspace, if an item is selected
 
     void redisplay(); // repaints what changed
 
     double zoom() const { return m_zoom.zoom; } // magnification over the fitted size
     QPointF panOffset() const { return m_zoom.pan; }
     void zoomAbout(QPointF point, double zoom); // keeps the image point at the view point in place; clamped, snaps to 1
+    double mostZoom() const;
+    void fit(); // the whole picture, centred
     CanvasMapping mapping() const;
 
     // State between a press and its release.
@@ -61,8 +66,9 @@ public:
 
     // The text field, if one is open.
     QLineEdit *textField() const;
-    void commitText(); // no effect without a field
-    bool cancelText(); // false without a field
+    void commitText();                // no effect without a field
+    bool cancelText();                // false without a field
+    AnnotationDoc settledDoc() const; // as commitText() would make it
 
 protected:
     void paintEvent(QPaintEvent *event) override;
@@ -84,6 +90,7 @@ private:
     struct DrawingDrag {
         QPointF start; // image points
         AnnotationTool tool;
+        QList<QPointF> course; // image points; of a pen
     };
     struct OpenText {
         QPointer<TextEntry> field;
@@ -96,11 +103,15 @@ private:
     AnnotationDoc shownDoc() const;
     void display(CanvasFrame::Resolution resolution);
     void updateMarks();
+    bool drawsCrop() const { return m_draft && m_dragStart && m_dragStart->tool == AnnotationTool::crop; }
+    void paintCropped(QPainter &painter) const;
     void updateCursor();
     Qt::CursorShape cursorShape() const; // hints at what a press would do
     bool names(std::optional<int> index) const { return index && *index >= 0 && *index < doc.items.size(); }
 
-    void beginDrag(QPointF view);
+    void beginDrag(QPointF view, Qt::KeyboardModifiers modifiers);
+    Annotation drawn(QPointF view, Qt::KeyboardModifiers modifiers) const; // by the drag under way
+    void extendCourse(QPointF image);
     void dragTo(QPointF view, Qt::KeyboardModifiers modifiers);
     void finishDrag(QPointF view, Qt::KeyboardModifiers modifiers);
     QPointF drawnTo(QPointF view, Qt::KeyboardModifiers modifiers) const;
@@ -112,9 +123,10 @@ private:
     void placeText();
     OpenText closeText(); // returned with its field, which is about to be deleted
 
-    ItemStyle style() const { return {strokeColor, strokeWidth, blurShape}; }
+    ItemStyle style() const { return {strokeColor, strokeWidth, blurShape, plate}; }
 
     CanvasZoom m_zoom;
+    bool m_opened = false; // shown at least once
     std::optional<DrawingDrag> m_dragStart;
     std::optional<Annotation> m_draft;
     std::optional<ItemDrag> m_itemDrag;
@@ -124,8 +136,9 @@ private:
     std::optional<OpenText> m_text;
 
     CanvasFrame m_frame;
-    QTimer m_sharpen;  // renders at the new resolution once zooming or resizing pauses
-    QRect m_marksRect; // area of the selection marks, in Qt's coordinates
+    QTimer m_sharpen;      // renders at the new resolution once zooming or resizing pauses
+    bool m_dimmed = false; // what a crop would cut off
+    QRect m_marksRect;     // area of the selection marks, in Qt's coordinates
 };
 
 } // namespace qm

@@ -8,7 +8,7 @@
 #include <QApplication>
 #include <QFileInfo>
 
-#include <algorithm>
+#include <memory>
 
 namespace qm {
 
@@ -18,13 +18,14 @@ static constexpr int topMargin = 48;
 AnnotationWindowController::AnnotationWindowController()
 {
     m_loading.setMaxThreadCount(1); // keeps the order
+    Draft::removeOld();
 }
 
 AnnotationWindowController::~AnnotationWindowController()
 {
     m_loading.clear();
     m_loading.waitForDone();
-    for (const QPointer<QWidget> &window : m_earlier)
+    for (const QPointer<AnnotationView> &window : std::as_const(m_windows))
         delete window;
 }
 
@@ -46,12 +47,12 @@ void AnnotationWindowController::show(const QString &path, const ImageFile::Resu
     if (loaded.failure != ImageFile::Failure::none)
         return QApplication::beep();
 
-    // Always closes the window opened last, even when called from another one.
-    const auto onClose = [controller = QPointer(this)] {
-        if (controller && controller->m_window)
-            controller->m_window->close();
-    };
-    auto window = std::make_unique<AnnotationView>(AnnotationDoc{loaded.image, {}, {}}, path, onClose);
+    const auto closes = std::make_shared<QPointer<AnnotationView>>();
+    auto *window = new AnnotationView(AnnotationDoc{loaded.image, {}, {}}, path, [closes] {
+        if (*closes)
+            (*closes)->close();
+    });
+    *closes = window;
     QString name = QFileInfo(path).fileName();
     name.replace(QStringLiteral("[*]"), QStringLiteral("[*][*]")); // escaped: Qt's placeholder for unsaved changes
     window->setWindowTitle(AppLocale::text(u"Annotate — ", u"注釈 — ") + name);
@@ -63,23 +64,43 @@ void AnnotationWindowController::show(const QString &path, const ImageFile::Resu
     window->resize(QSize(room.width() - 120, room.height() - 160).boundedTo(largestAtFirst));
     WindowPlacement::placeOnActiveScreen(*window, topMargin);
 
-    letGo();
-    m_window = std::move(window);
-    m_window->show();
-    m_window->raise();
-    m_window->activateWindow();
+    window->setAttribute(Qt::WA_DeleteOnClose);
+    m_windows.removeAll(nullptr);
+    m_windows << window;
+    m_window = window;
+    window->show();
+    window->raise();
+    window->activateWindow();
+    window->offerDraft();
 }
 
-// Leaves the current window open on its own until it is closed.
-void AnnotationWindowController::letGo()
+void AnnotationWindowController::askAll(std::function<void()> done)
 {
-    m_earlier.removeAll(nullptr);
-    if (!m_window || !m_window->isVisible()) {
-        m_window.reset();
-        return;
+    for (const QPointer<AnnotationView> &window : std::as_const(m_windows)) {
+        if (!window || !window->isVisible() || !window->hasUnkeptEdits())
+            continue;
+        return window->askToClose([controller = QPointer(this), done = std::move(done)](bool closed) {
+            if (closed && controller)
+                controller->askAll(done);
+        });
     }
-    m_window->setAttribute(Qt::WA_DeleteOnClose);
-    m_earlier << m_window.release();
+    done();
+}
+
+void AnnotationWindowController::storeDrafts()
+{
+    for (const QPointer<AnnotationView> &window : std::as_const(m_windows)) {
+        if (window)
+            window->storeDraft();
+    }
+}
+
+void AnnotationWindowController::endSession()
+{
+    for (const QPointer<AnnotationView> &window : std::as_const(m_windows)) {
+        if (window)
+            window->endSession();
+    }
 }
 
 } // namespace qm

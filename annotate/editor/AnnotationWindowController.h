@@ -1,13 +1,13 @@
 #pragma once
 
+#include "annotate/editor/AnnotationView.h"
 #include "imaging/ImageFile.h"
 
 #include <QList>
 #include <QPointer>
 #include <QThreadPool>
-#include <QWidget>
 
-#include <memory>
+#include <functional>
 
 namespace qm {
 
@@ -25,15 +25,20 @@ public:
     // a picture or cannot be read.
     void open(const QString &path); // absolute
 
-    QWidget *window() const { return m_window.get(); } // the one opened last, even if closed since; null before
+    AnnotationView *window() const { return m_window; } // the one opened last; null once it is closed
+
+    // Before quitting. Windows with something to lose ask, one after the other; done is called when none is left that
+    // has, and never if one stays open.
+    void askAll(std::function<void()> done);
+    void storeDrafts(); // of all windows, at once
+    void endSession();  // the same, and none of them asks when it is closed
 
 private:
     void show(const QString &path, const ImageFile::Result &loaded);
-    void letGo();
 
-    std::unique_ptr<QWidget> m_window;
-    QThreadPool m_loading;              // when the memory for decoding is in use: the main thread can't wait for it
-    QList<QPointer<QWidget>> m_earlier; // still open; deleted when closed
+    QList<QPointer<AnnotationView>> m_windows; // deleted when closed, since pictures are large
+    QPointer<AnnotationView> m_window;
+    QThreadPool m_loading; // when the memory for decoding is in use: the main thread can't wait for it
 };
 
 } // namespace qm

@@ -9,7 +9,9 @@ class QPainter;
 
 namespace qm {
 
-// The rendered document as shown in a widget: rendered at screen resolution, painted pixel for pixel. Main thread.
+// The rendered document as shown in a widget: rendered at screen resolution, painted pixel for pixel; magnified, its
+// pixels are sharp squares. Main thread.
+// Of a picture much larger than the widget only the part that is seen is rendered, and some around it.
 // While the magnification changes, the last frame is merely stretched, because rescaling the source takes long.
 class CanvasFrame
 {
@@ -26,15 +28,19 @@ public:
     void paint(QPainter &painter, const QRegion &region, const QColor &background) const;
 
 private:
-    QRect targetIn(QSize widget) const;
-    bool isUnscaled() const { return m_target.size() == m_cache.frame.size(); }
+    QRectF placeOf(QSize pixels, QSize widget) const; // of the whole picture if rendered with so many
+    QRect visibleOf(QSize pixels, QSize widget) const;
+    void choosePart(const PixelGrid &whole, QSize widget);
+    QImage magnified(const QRect &device) const;
     QRegion onWidget(const QRegion &framePixels) const;
 
     RenderCache m_cache;
     CanvasMapping m_mapping;
-    double m_limit = 0; // limit the frame was rendered with
     double m_pixelRatio = 1;
-    QRect m_target; // of the frame, in device pixels of the widget
+    PixelGrid m_whole; // of the picture at the frame's resolution
+    QRect m_part;      // of its pixels: those rendered
+    QRectF m_target;   // of the frame, in device pixels of the widget; whole ones unless it is scaled
+    bool m_scaled = false;
     bool m_exact = true;
 };
 

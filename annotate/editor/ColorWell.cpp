@@ -1,9 +1,11 @@
 #include "annotate/editor/ColorWell.h"
 
+#include "annotate/editor/SwatchPanel.h"
 #include "ui/AppLocale.h"
 
 #include <QHideEvent>
 #include <QPainter>
+#include <QScreen>
 
 namespace qm {
 
@@ -28,6 +30,36 @@ void ColorWell::setColor(const QColor &color)
 
 void ColorWell::choose()
 {
+    const auto chosen = [this](const QColor &color) {
+        SwatchPanel::markUsed(color);
+        if (onChange)
+            onChange(color);
+    };
+    (new SwatchPanel(
+         m_color, chosen, [this] { openDialog(); }, this))
+        ->openBelow(*this);
+}
+
+// Where it does not cover the window, or, if there is no such place, in the corner where it covers least of the picture.
+static QPoint beside(const QWidget &window, QSize dialog)
+{
+    constexpr int gap = 8;
+    const QRect room = window.screen()->availableGeometry(), frame = window.frameGeometry();
+    const int top = qBound(room.top(), frame.top(), qMax(room.top(), room.bottom() - dialog.height()));
+    if (frame.right() + gap + dialog.width() <= room.right())
+        return {frame.right() + gap, top};
+    if (frame.left() - gap - dialog.width() >= room.left())
+        return {frame.left() - gap - dialog.width(), top};
+    const int left = qBound(room.left(), frame.left(), qMax(room.left(), room.right() - dialog.width()));
+    if (frame.bottom() + gap + dialog.height() <= room.bottom())
+        return {left, frame.bottom() + gap};
+    if (frame.top() - gap - dialog.height() >= room.top())
+        return {left, frame.top() - gap - dialog.height()};
+    return room.bottomRight() - QPoint(dialog.width(), dialog.height());
+}
+
+void ColorWell::openDialog()
+{
     if (!m_dialog || !m_dialog->isVisible()) {
         delete m_dialog;
         m_dialog = new QColorDialog(m_color, this);
@@ -38,6 +70,9 @@ void ColorWell::choose()
             if (color.isValid() && onChange)
                 onChange(QColor::fromRgb(color.rgb()));
         });
+        QObject::connect(m_dialog, &QDialog::finished, this,
+                         [dialog = m_dialog] { SwatchPanel::markUsed(dialog->currentColor()); });
+        m_dialog->move(beside(*window(), m_dialog->sizeHint()));
     }
     m_dialog->show();
     m_dialog->raise();

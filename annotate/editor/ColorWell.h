@@ -8,7 +8,8 @@
 
 namespace qm {
 
-// A button that shows a colour and opens the system's colour dialog. Main thread.
+// A button that shows a colour and opens a panel of colours, and from there the system's dialog, beside the window. Main
+// thread.
 class ColorWell : public QToolButton
 {
     Q_OBJECT
@@ -28,6 +29,7 @@ protected:
 
 private:
     void choose();
+    void openDialog();
 
     QColor m_color;
     QPointer<QColorDialog> m_dialog;

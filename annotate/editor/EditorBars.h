@@ -16,17 +16,20 @@ namespace qm {
 
 class ColorWell;
 class IconButton;
+class PlateButton;
 
 // Actions behind the editor's buttons. All must be set.
 struct EditorActions {
     std::function<void(AnnotationTool)> setTool;
     std::function<void(Annotation::BlurShape)> setBlurShape;
     std::function<void(const QColor &)> setColor;
+    std::function<void(Annotation::Plate)> setPlate;
     std::function<void(double)> setLineWidth; // points
     std::function<void()> deleteSelected, zoomOut, resetZoom, zoomIn, undo, redo, save, copyAnnotated, close;
 };
 
-// The tool bar above the canvas. Main thread. It shows the state passed to refresh(); clicks only call actions.
+// The tool bar above the canvas. Main thread. It shows the state passed to refresh(); clicks only call actions. In a narrow
+// window, some of the tools fold into a menu.
 class EditorToolBar : public QWidget
 {
 public:
@@ -35,14 +38,26 @@ public:
     void refresh(const EditorState &state);
     static Qt::Key key(AnnotationTool tool); // shortcut of the tool, without modifiers
 
+    QSize minimumSizeHint() const override { return {0, QWidget::minimumSizeHint().height()}; }
+
+protected:
+    void resizeEvent(QResizeEvent *event) override;
+
 private:
-    IconButton *toolButton(AnnotationTool tool, const QString &label, const QString &symbol);
+    IconButton *toolButton(AnnotationTool tool);
     void addBlurShapes();
+    void addFolded();
+    void fold();
     void addColorAndWidth();
 
     const EditorActions m_actions;
     std::map<AnnotationTool, IconButton *> m_tools;
+    IconButton *m_moreTools = nullptr; // stands for those that fold
     QWidget *m_blurShapes = nullptr;
+    QLabel *m_coverNote = nullptr; // this and the next: with the blur shapes, whichever fits
+    IconButton *m_coverHint = nullptr;
+    PlateButton *m_plate = nullptr;
+    AnnotationTool m_tool = AnnotationTool::select;
     IconButton *m_blurRect = nullptr, *m_blurEllipse = nullptr;
     ColorWell *m_color = nullptr;
     QSlider *m_lineWidth = nullptr;
@@ -56,10 +71,14 @@ class StatusLine : public QLabel
 public:
     explicit StatusLine(QWidget *parent);
 
+    void setFailure(bool failure); // in red
     QSize minimumSizeHint() const override { return {0, QLabel::minimumSizeHint().height()}; }
 
 protected:
     void paintEvent(QPaintEvent *event) override;
+
+private:
+    bool m_failure = false;
 };
 
 // The status bar below the canvas: the last result, and the buttons that finish. Main thread.

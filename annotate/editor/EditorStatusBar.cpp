@@ -16,10 +16,16 @@ StatusLine::StatusLine(QWidget *parent)
     setSizePolicy(QSizePolicy::Ignored, QSizePolicy::Preferred);
 }
 
+void StatusLine::setFailure(bool failure)
+{
+    m_failure = failure;
+    update();
+}
+
 void StatusLine::paintEvent(QPaintEvent *)
 {
     QPainter painter(this);
-    painter.setPen(SystemLook::secondaryText(palette()));
+    painter.setPen(m_failure ? SystemLook::warningText(palette()) : SystemLook::secondaryText(palette()));
     painter.drawText(rect(), Qt::AlignVCenter | Qt::TextSingleLine,
                      fontMetrics().elidedText(text(), Qt::ElideMiddle, width()));
 }
@@ -53,6 +59,7 @@ void EditorStatusBar::refresh(const EditorState &state)
     if (m_status->text() == state.statusText)
         return;
     m_status->setText(state.statusText);
+    m_status->setFailure(state.statusIsFailure);
     m_status->setToolTip(QStringLiteral("<span>%1</span>").arg(state.statusText.toHtmlEscaped()));
     m_status->setAccessibleName(state.statusText);
 }

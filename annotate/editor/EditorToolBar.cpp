@@ -1,11 +1,14 @@
 #include "annotate/editor/EditorBars.h"
 
 #include "annotate/editor/ColorWell.h"
+#include "annotate/editor/PlateButton.h"
 #include "ui/AppLocale.h"
 #include "ui/IconButton.h"
+#include "ui/Symbol.h"
 
 #include <QHBoxLayout>
 #include <QKeySequence>
+#include <QMenu>
 #include <QSlider>
 
 #include <cmath>
@@ -33,7 +36,22 @@ static constexpr ToolFace toolFaces[] = {
     {AnnotationTool::rect, u"Rectangle", u"四角", u"rectangle", Qt::Key_M},
     {AnnotationTool::ellipse, u"Ellipse", u"丸", u"circle", Qt::Key_L},
     {AnnotationTool::blur, u"Blur", u"ぼかし", u"drop.fill", Qt::Key_B},
+    {AnnotationTool::cover, u"Cover", u"塗りつぶし", u"rectangle.fill", Qt::Key_X},
+    {AnnotationTool::number, u"Number", u"番号", u"number.circle", Qt::Key_N},
+    {AnnotationTool::highlighter, u"Highlighter", u"蛍光ペン", u"highlighter", Qt::Key_H},
+    {AnnotationTool::pen, u"Pen", u"ペン", u"scribble", Qt::Key_P},
 };
+
+static bool folds(AnnotationTool tool)
+{
+    return tool >= AnnotationTool::cover;
+}
+
+static QString helpFor(const ToolFace &face)
+{
+    return QStringLiteral("%1  (%2)")
+        .arg(AppLocale::text(face.label, face.japanese), QKeySequence(face.key).toString());
+}
 
 // Adds a little space around it, if there is any.
 static void addDivider(QHBoxLayout *row, QWidget *parent)
@@ -61,10 +79,10 @@ Qt::Key EditorToolBar::key(AnnotationTool tool)
     return toolFaces[size_t(tool)].key;
 }
 
-IconButton *EditorToolBar::toolButton(AnnotationTool tool, const QString &label, const QString &symbol)
+IconButton *EditorToolBar::toolButton(AnnotationTool tool)
 {
-    const QString help = QStringLiteral("%1  (%2)").arg(label, QKeySequence(key(tool)).toString());
-    auto *made = new IconButton(symbol, help, this);
+    const ToolFace &face = toolFaces[size_t(tool)];
+    auto *made = new IconButton(QString::fromUtf16(face.symbol), helpFor(face), this);
     QObject::connect(made, &QToolButton::clicked, this, [this, tool] { m_actions.setTool(tool); });
     m_tools[tool] = made;
     return made;
@@ -78,11 +96,11 @@ EditorToolBar::EditorToolBar(const EditorActions &actions, QWidget *parent)
     row->setContentsMargins(6, 5, 6, 5);
     row->setSpacing(2);
     for (const ToolFace &face : toolFaces) {
-        row->addWidget(
-            toolButton(face.tool, AppLocale::text(face.label, face.japanese), QString::fromUtf16(face.symbol)));
-        if (face.tool == AnnotationTool::select)
+        row->addWidget(toolButton(face.tool));
+        if (face.tool == AnnotationTool::select || face.tool == AnnotationTool::blur)
             addDivider(row, this);
     }
+    addFolded();
     addBlurShapes();
     addColorAndWidth();
     row->addStretch();
@@ -94,7 +112,6 @@ EditorToolBar::EditorToolBar(const EditorActions &actions, QWidget *parent)
     m_resetZoom = new QToolButton(this);
     m_resetZoom->setToolTip(AppLocale::text(u"Reset zoom", u"拡大率を元に戻す"));
     m_resetZoom->setFocusPolicy(Qt::TabFocus);
-    m_resetZoom->setFixedSize(m_resetZoom->fontMetrics().horizontalAdvance(QStringLiteral("800%")) + 10, 28);
     QObject::connect(m_resetZoom, &QToolButton::clicked, this, m_actions.resetZoom);
     row->addWidget(m_resetZoom);
     row->addWidget(button(u"plus.magnifyingglass", AppLocale::text(u"Zoom in", u"拡大"), m_actions.zoomIn, this));
@@ -122,7 +139,57 @@ void EditorToolBar::addBlurShapes()
                            choose(Annotation::BlurShape::ellipse), m_blurShapes);
     row->addWidget(m_blurRect);
     row->addWidget(m_blurEllipse);
+    m_coverHint = button(
+        u"info.circle", AppLocale::text(u"To hide a secret, use Cover", u"秘密は「塗りつぶし」で隠してください"),
+        [this] { m_actions.setTool(AnnotationTool::cover); }, m_blurShapes);
+    m_coverNote = new QLabel(m_coverHint->toolTip(), m_blurShapes);
+    m_coverNote->setContentsMargins(6, 0, 4, 0);
+    row->addWidget(m_coverHint);
+    row->addWidget(m_coverNote);
     layout()->addWidget(m_blurShapes);
+}
+
+// One button with a menu in place of several.
+void EditorToolBar::addFolded()
+{
+    m_moreTools = new IconButton(QStringLiteral("ellipsis"), AppLocale::text(u"More tools", u"ほかのツール"), this);
+    auto *menu = new QMenu(m_moreTools);
+    for (const ToolFace &face : toolFaces) {
+        if (!folds(face.tool))
+            continue;
+        QAction *action =
+            menu->addAction(Symbol::icon(QString::fromUtf16(face.symbol), palette().color(QPalette::WindowText)),
+                            AppLocale::text(face.label, face.japanese) + u'\t' + QKeySequence(face.key).toString());
+        QObject::connect(action, &QAction::triggered, this, [this, tool = face.tool] { m_actions.setTool(tool); });
+    }
+    m_moreTools->setMenu(menu);
+    m_moreTools->setPopupMode(QToolButton::InstantPopup);
+    m_moreTools->setStyleSheet(QStringLiteral("QToolButton::menu-indicator { image: none }"));
+    layout()->addWidget(m_moreTools);
+}
+
+void EditorToolBar::resizeEvent(QResizeEvent *event)
+{
+    QWidget::resizeEvent(event);
+    fold();
+}
+
+void EditorToolBar::fold()
+{
+    const auto show = [this](bool tools, bool note) {
+        for (const auto &[tool, made] : m_tools) {
+            if (folds(tool))
+                made->setVisible(tools);
+        }
+        m_moreTools->setVisible(!tools);
+        m_coverNote->setVisible(note);
+        m_coverHint->setVisible(!note);
+        m_blurShapes->layout()->invalidate();
+        layout()->invalidate();
+        return layout()->minimumSize().width() <= width();
+    };
+    if (!show(true, true) && !show(true, false) && !show(false, true))
+        show(false, false);
 }
 
 void EditorToolBar::addColorAndWidth()
@@ -130,6 +197,9 @@ void EditorToolBar::addColorAndWidth()
     m_color = new ColorWell(this);
     m_color->onChange = m_actions.setColor;
     layout()->addWidget(m_color);
+    m_plate = new PlateButton(this);
+    m_plate->onChange = m_actions.setPlate;
+    layout()->addWidget(m_plate);
 
     m_lineWidth = new QSlider(Qt::Horizontal, this);
     m_lineWidth->setRange(int(1 * sliderSteps), int(12 * sliderSteps));
@@ -148,15 +218,25 @@ void EditorToolBar::refresh(const EditorState &state)
 {
     for (const auto &[tool, made] : m_tools)
         made->setActive(tool == state.tool);
-    m_blurShapes->setVisible(state.tool == AnnotationTool::blur);
+    m_moreTools->setActive(folds(state.tool));
+    const bool plates = state.tool == AnnotationTool::text || state.selectsText();
+    if (m_plate->isHidden() == plates || m_tool != state.tool) {
+        m_tool = state.tool;
+        m_plate->setVisible(plates);
+        m_blurShapes->setVisible(state.tool == AnnotationTool::blur);
+        fold();
+    }
+    m_plate->setPlate(state.shownPlate());
     m_blurRect->setActive(state.blurShape == Annotation::BlurShape::rect);
     m_blurEllipse->setActive(state.blurShape == Annotation::BlurShape::ellipse);
-    m_color->setColor(state.color);
+    m_color->setColor(state.shownColor());
     const QSignalBlocker quiet(m_lineWidth);
-    m_lineWidth->setValue(int(std::lround(state.lineWidth * sliderSteps)));
-    m_delete->setEnabled(state.selectedIndex.has_value());
+    m_lineWidth->setValue(int(std::lround(state.shownLineWidth() * sliderSteps)));
+    m_delete->setEnabled(state.selectedItem() != nullptr);
     if (const QString label = state.zoomLabel(); label != m_resetZoom->text()) { // a new text redoes the layout
         m_resetZoom->setText(label);
+        const QString widest = label.size() > 4 ? QString(label.size(), u'8') : QStringLiteral("800%");
+        m_resetZoom->setFixedSize(m_resetZoom->fontMetrics().horizontalAdvance(widest) + 10, 28);
         m_resetZoom->setAccessibleName(m_resetZoom->toolTip() + QStringLiteral(", ") + label);
     }
     m_undo->setEnabled(state.canUndo());

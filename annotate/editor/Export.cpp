@@ -1,12 +1,17 @@
 #include "annotate/editor/Export.h"
 
 #include "imaging/PngWriter.h"
+#include "ui/AppLocale.h"
 
 #include <QDir>
 #include <QFile>
 #include <QFileInfo>
+#include <QStorageInfo>
+#include <QTextBoundaryFinder>
 #include <QUuid>
 
+#include <cerrno>
+#include <cstring>
 #include <filesystem>
 
 namespace qm {
@@ -19,10 +24,34 @@ static QString baseOf(const QString &sourcePath)
     return dot > 0 ? name.first(dot) : name;
 }
 
-static QString annotatedName(const QString &base, int counter)
+static QString annotatedName(QString base, int counter)
 {
-    return counter == 1 ? QStringLiteral("%1-annotated.png").arg(base)
-                        : QStringLiteral("%1-annotated-%2.png").arg(base).arg(counter);
+    constexpr qsizetype longest = 255; // bytes, of a name in nearly every file system
+    const QString ending =
+        QStringLiteral("-annotated%1.png").arg(counter == 1 ? QString() : u'-' + QString::number(counter));
+    if (base.toUtf8().size() + ending.size() > longest) {
+        QTextBoundaryFinder characters(QTextBoundaryFinder::Grapheme, base);
+        characters.toEnd();
+        qsizetype end = base.size();
+        while (end > 0 && QStringView(base).first(end).toUtf8().size() + ending.size() > longest)
+            end = qMax(characters.toPreviousBoundary(), qsizetype(0));
+        base.truncate(end);
+    }
+    return base + ending;
+}
+
+// The system's own words are in its language and about a temporary file: they are the last resort.
+static QString reasonFor(const QString &folder, const QString &system)
+{
+    constexpr qint64 hardlyAny = 1 << 20; // bytes
+    if (!QFileInfo(folder).isDir())
+        return AppLocale::text(u"the folder %1 cannot be created", u"フォルダー %1 を作成できません").arg(folder);
+    if (!QFileInfo(folder).isWritable())
+        return AppLocale::text(u"the folder %1 cannot be written to", u"フォルダー %1 に書き込めません").arg(folder);
+    const QStorageInfo disk(folder);
+    if (disk.isValid() && disk.bytesAvailable() < hardlyAny)
+        return AppLocale::text(u"the disk is full", u"ディスクに空きがありません");
+    return system;
 }
 
 enum class Placed { yes, taken, failed };
@@ -51,19 +80,19 @@ static Placed place(const QString &written, const QString &path)
     return Placed::failed;
 }
 
-std::optional<QString> Export::save(const Image &image, const QString &sourcePath, const QString &folder)
+Export::Saved Export::save(const Image &image, const QString &sourcePath, const QString &folder)
 {
     if (image.isNull())
-        return std::nullopt;
+        return {{}, AppLocale::text(u"the picture is too large for the memory", u"画像が大きすぎてメモリが足りません")};
     const QDir dir(folder);
     const QString written =
         dir.filePath(QStringLiteral(".quillmere-%1.part").arg(QUuid::createUuid().toString(QUuid::Id128)));
-    if (!PngWriter::write(written, image))
-        return std::nullopt;
+    if (const Outcome outcome = PngWriter::write(written, image); !outcome)
+        return {{}, reasonFor(folder, outcome.reason())};
 
     const QString base = baseOf(sourcePath);
-    std::optional<QString> result;
-    for (int counter = 1; !result; ++counter) {
+    QString result;
+    for (int counter = 1; result.isEmpty(); ++counter) {
         const QString path = dir.filePath(annotatedName(base, counter));
         if (QFileInfo::exists(path))
             continue;
@@ -74,7 +103,7 @@ std::optional<QString> Export::save(const Image &image, const QString &sourcePat
             break;
     }
     QFile::remove(written);
-    return result;
+    return {result, result.isEmpty() ? reasonFor(folder, QString::fromLocal8Bit(std::strerror(errno))) : QString()};
 }
 
 } // namespace qm

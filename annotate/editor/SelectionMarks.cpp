@@ -21,12 +21,15 @@ SelectionMarks SelectionMarks::of(const Annotation &item, const CanvasMapping &m
     }
     for (const QPointF &corner : qm::outline(item))
         marks.outline << mapping.toView(corner);
-    if (item.rotation == 0)
+    if (!item.rotates())
         marks.squares = marks.outline;
     marks.outline << marks.outline.first();
+    if (!item.canRotate())
+        return marks;
     const QPointF handle = rotationHandle(item, mapping);
-    const QPointF topEdge = (marks.outline[2] + marks.outline[3]) / 2;
-    marks.stem = QLineF(topEdge, handle);
+    const QPointF top = (marks.outline[2] + marks.outline[3]) / 2, bottom = (marks.outline[0] + marks.outline[1]) / 2;
+    const bool below = QLineF(bottom, handle).length() < QLineF(top, handle).length();
+    marks.stem = QLineF(below ? bottom : top, handle);
     marks.circles = {handle};
     return marks;
 }

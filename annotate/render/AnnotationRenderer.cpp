@@ -61,13 +61,19 @@ static QColorTransform itemColors(const QImage &source)
 }
 
 // The items prepared for this output, reusing unchanged ones from the last frame.
-static QList<PreparedItem> prepared(const AnnotationDoc &doc, const PixelGrid &grid, const QList<PreparedItem> &last)
+// If those were prepared for another output, only their text is.
+enum class SameOutput : bool { no, yes };
+
+static QList<PreparedItem> prepared(const AnnotationDoc &doc, const PixelGrid &grid, const QList<PreparedItem> &last,
+                                    SameOutput sameOutput)
 {
     QList<PreparedItem> items;
     items.reserve(doc.items.size());
     for (qsizetype i = 0; i < doc.items.size(); ++i) {
         const Annotation &item = doc.items[i];
-        const auto same = [&](const PreparedItem &other) { return other.item == item; };
+        const auto same = [&](const PreparedItem &other) {
+            return sameOutput == SameOutput::yes && other.item == item;
+        };
         if (i < last.size() && same(last[i])) {
             items << last[i];
         } else {
@@ -117,26 +123,32 @@ static void paintItems(const RenderCache &kept, QImage &frame, const QRect &rect
         if (!item.bounds.intersects(rect))
             continue;
         item.patch.drawOn(frame, rect);
-        paint(item, painter, kept.colors.isIdentity() ? item.item.color : kept.colors.map(item.item.color));
+        paint(item, painter, kept.colors);
     }
 }
 
 Image AnnotationRenderer::render(const AnnotationDoc &doc, std::optional<double> maxDimension, RenderCache *cache)
 {
-    const PixelGrid grid = PixelGrid::ofOutput(doc, maxDimension);
+    return renderPart(doc, PixelGrid::ofOutput(doc, maxDimension), cache);
+}
+
+Image AnnotationRenderer::renderPart(const AnnotationDoc &doc, const PixelGrid &grid, RenderCache *cache)
+{
     const QImage::Format format = outputFormat(doc, grid);
     RenderCache once;
     RenderCache &kept = cache ? *cache : once;
     const qint64 source = doc.source.pixels.cacheKey();
+    SameOutput sameOutput = SameOutput::yes;
     if (kept.base.isNull() || kept.source != source || kept.format != format || kept.grid.region != grid.region ||
         kept.grid.pixels != grid.pixels) {
-        kept = {source, grid, format, {}, itemColors(doc.source.pixels), {}, {}, {}};
+        sameOutput = SameOutput::no;
+        kept = {source, grid, format, {}, itemColors(doc.source.pixels), {}, std::move(kept.items), {}};
         kept.base = makeBase(doc, grid, format);
         if (kept.base.isNull())
             return {{}, grid.size};
     }
 
-    QList<PreparedItem> items = prepared(doc, grid, kept.items);
+    QList<PreparedItem> items = prepared(doc, grid, kept.items, sameOutput);
     QRegion dirty;
     if (kept.frame.isNull()) {
         kept.frame = cache ? kept.base : std::move(kept.base);

@@ -14,6 +14,14 @@ QTransform PixelGrid::toPixels() const
     return {sx, 0, 0, -sy, -region.x() * sx, pixels.height() + region.y() * sy};
 }
 
+PixelGrid PixelGrid::part(const QRect &window) const
+{
+    if (window == QRect({0, 0}, pixels))
+        return *this;
+    const QRectF points = toPixels().inverted().mapRect(QRectF(window));
+    return {points, window.size(), points.size()};
+}
+
 PixelGrid PixelGrid::ofSource(const Image &source)
 {
     return {QRectF({0, 0}, source.size), source.pixels.size(), source.size};

@@ -14,6 +14,8 @@ struct PixelGrid {
     QSizeF size;                 // points; of the resulting picture, at least 1 x 1
     QTransform toPixels() const; // from points to pixels
 
+    PixelGrid part(const QRect &window) const; // window: some of the pixels
+
     static PixelGrid ofSource(const Image &source); // the source's own pixels
     // The pixels of a rendered document. maxDimension limits the longest edge, both in points and in pixels. Nothing is
     // ever enlarged: without a limit, or with a large one, each source pixel maps to one pixel.

@@ -1,69 +1,12 @@
 #include "annotate/render/PreparedItem.h"
 
 #include "annotate/document/CanvasGeometry.h"
+#include "annotate/render/ItemShapes.h"
 
+#include <QColorTransform>
 #include <QPainter>
-#include <QPainterPathStroker>
-
-#include <cmath>
-#include <numbers>
 
 namespace qm {
-
-static QPainterPath stroke(const QPainterPath &path, double width)
-{
-    QPainterPathStroker stroker;
-    stroker.setWidth(width);
-    stroker.setCapStyle(Qt::FlatCap);
-    stroker.setJoinStyle(Qt::MiterJoin);
-    stroker.setMiterLimit(10);
-    stroker.setCurveThreshold(0.05); // points: less than one step of pixel coverage at any possible scale
-    return stroker.createStroke(path);
-}
-
-static QPainterPath segment(QPointF from, QPointF to)
-{
-    QPainterPath path(from);
-    path.lineTo(to);
-    return path;
-}
-
-static QPointF polar(double length, double angle)
-{
-    return {length * std::cos(angle), length * std::sin(angle)};
-}
-
-// The shaft ends inside the head, so that its butt end does not show beside the tip; a very short arrow is all head.
-static QList<QPainterPath> arrow(QPointF start, QPointF end, double lineWidth)
-{
-    constexpr double halfAngle = std::numbers::pi / 6;
-    constexpr double shaftEnd = 0.85; // from the tip, as a fraction of the head's length
-    const double angle = std::atan2(end.y() - start.y(), end.x() - start.x());
-    const double head = std::max(lineWidth * 4.5, 14.0);
-
-    QList<QPainterPath> areas;
-    if (std::hypot(end.x() - start.x(), end.y() - start.y()) > head)
-        areas << stroke(segment(start, end - polar(head * shaftEnd, angle)), lineWidth);
-    QPainterPath triangle(end);
-    triangle.lineTo(end - polar(head, angle - halfAngle));
-    triangle.lineTo(end - polar(head, angle + halfAngle));
-    triangle.closeSubpath();
-    return areas << triangle;
-}
-
-static QList<QPainterPath> areasOf(const Annotation &item)
-{
-    QPainterPath path;
-    switch (item.kind) {
-    case Annotation::Kind::line: return {stroke(segment(item.start(), item.end()), item.lineWidth)};
-    case Annotation::Kind::arrow: return arrow(item.start(), item.end(), item.lineWidth);
-    case Annotation::Kind::rect: path.addRect(item.rect.normalized()); break;
-    case Annotation::Kind::ellipse: path.addEllipse(item.rect.normalized()); break;
-    case Annotation::Kind::text:
-    case Annotation::Kind::blur: return {};
-    }
-    return {stroke(path, item.lineWidth)};
-}
 
 static QRect pixelsTouched(const QRectF &exact, QSize output)
 {
@@ -81,37 +24,51 @@ PreparedItem prepareItem(const Annotation &item, const Image &source, const Pixe
         prepared.bounds = prepared.patch.device;
         return prepared;
     }
+    QRectF bounds;
     if (item.kind == Annotation::Kind::text) {
         prepared.line = before && before->line && before->item.text == item.text
                             ? before->line
-                            : TextLine(item.text.value_or(QString()));
+                            : TextLine::of(item.text.value_or(QString()));
         const TextLine &line = *prepared.line;
         const double scale = item.fontSize() / TextLine::layoutSize;
         const QTransform layout(scale, 0, 0, -scale, item.rect.x(), item.rect.y() + line.descent() * scale);
         prepared.lineTransform = layout * ontoOutput;
-        prepared.areas << prepared.lineTransform.map(line.outline());
-        prepared.bounds = pixelsTouched(prepared.lineTransform.mapRect(line.bounds()), output.pixels);
-        return prepared;
+        bounds = prepared.lineTransform.mapRect(line.bounds());
     }
-    QRectF bounds;
-    prepared.areas = areasOf(item);
-    for (QPainterPath &area : prepared.areas) {
-        area = ontoOutput.map(area);
-        bounds |= area.controlPointRect();
+    prepared.areas = ItemShapes::areasOf(item, source);
+    for (ItemArea &area : prepared.areas) {
+        area.path = ontoOutput.map(area.path);
+        bounds |= area.path.controlPointRect();
     }
+    if (prepared.line)
+        prepared.areas << ItemArea{prepared.lineTransform.map(prepared.line->outline()), item.color};
     prepared.bounds = pixelsTouched(bounds, output.pixels);
     return prepared;
 }
 
-void paint(const PreparedItem &prepared, QPainter &painter, const QColor &color)
+static QPainter::CompositionMode modeFor(ItemArea::Blend blend)
 {
-    for (const QPainterPath &area : prepared.areas)
-        painter.fillPath(area, color);
+    switch (blend) {
+    case ItemArea::Blend::over: break;
+    case ItemArea::Blend::multiply: return QPainter::CompositionMode_Multiply;
+    case ItemArea::Blend::screen: return QPainter::CompositionMode_Screen;
+    }
+    return QPainter::CompositionMode_SourceOver;
+}
+
+void paint(const PreparedItem &prepared, QPainter &painter, const QColorTransform &colors)
+{
+    const auto mapped = [&](const QColor &color) { return colors.isIdentity() ? color : colors.map(color); };
+    for (const ItemArea &area : prepared.areas) {
+        painter.setCompositionMode(modeFor(area.blend));
+        painter.fillPath(area.path, mapped(area.color));
+    }
+    painter.setCompositionMode(QPainter::CompositionMode_SourceOver);
     if (!prepared.line || prepared.line->pictures().isEmpty())
         return;
     painter.save();
     painter.setTransform(prepared.lineTransform, true);
-    painter.setPen(color);
+    painter.setPen(mapped(prepared.item.color));
     for (const QGlyphRun &picture : prepared.line->pictures())
         painter.drawGlyphRun({0, 0}, picture);
     painter.restore();

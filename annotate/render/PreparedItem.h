@@ -3,10 +3,10 @@
 #include "annotate/document/Annotation.h"
 #include "annotate/document/TextLine.h"
 #include "annotate/render/BlurPatch.h"
+#include "annotate/render/ItemShapes.h"
 #include "annotate/render/PixelGrid.h"
 
-#include <QPainterPath>
-
+class QColorTransform;
 class QPainter;
 
 namespace qm {
@@ -17,7 +17,7 @@ namespace qm {
 struct PreparedItem {
     Annotation item;
     QRect bounds;                 // output pixels it may touch
-    QList<QPainterPath> areas;    // in output pixels, filled in order
+    QList<ItemArea> areas;        // in output pixels, filled in order
     std::optional<TextLine> line; // text items only; its outline is one of the areas
     QTransform lineTransform;     // from layout pixels to output pixels
     BlurPatch patch;
@@ -27,7 +27,7 @@ struct PreparedItem {
 PreparedItem prepareItem(const Annotation &item, const Image &source, const PixelGrid &output,
                          const PreparedItem *before = nullptr);
 
-// Paints the areas and coloured glyphs, but not the patch.
-void paint(const PreparedItem &prepared, QPainter &painter, const QColor &color);
+// Paints the areas and coloured glyphs, but not the patch. colors: from sRGB to the output.
+void paint(const PreparedItem &prepared, QPainter &painter, const QColorTransform &colors);
 
 } // namespace qm

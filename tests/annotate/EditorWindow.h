@@ -4,6 +4,7 @@
 #include "annotate/editor/AnnotationCanvasView.h"
 #include "annotate/editor/AnnotationView.h"
 #include "annotate/editor/EditorBars.h"
+#include "annotate/editor/PositionMarks.h"
 #include "annotate/editor/SelectionMarks.h"
 #include "annotate/render/AnnotationRenderer.h"
 #include "tests/annotate/CanvasEvents.h"
@@ -67,15 +68,18 @@ public:
 
     // Whether every pixel that the canvas has on the screen is what an export of that size has, but for so many levels, and for
     // what marks or a text field lie over.
-    bool showsTheExport(int levels = 0)
+    bool showsTheExport(int levels = 0) const { return showsTheExport(view, levels); }
+    static bool showsTheExport(const AnnotationView &view, int levels)
     {
+        const AnnotationCanvasView &canvas = *view.canvas();
         QCoreApplication::processEvents();
         AnnotationDoc doc = canvas.doc;
         if (canvas.draft())
             doc.items << *canvas.draft();
         const double ratio = canvas.devicePixelRatioF();
         const CanvasMapping mapping = canvas.mapping();
-        const QImage frame = AnnotationRenderer::render(doc, mapping.renderLimit(ratio)).pixels;
+        const double most = ratio * std::max(mapping.display.width(), mapping.display.height());
+        const QImage frame = AnnotationRenderer::render(doc, most).pixels;
         QImage shown = canvas.screen()
                            ->grabWindow(view.winId(), canvas.x(), canvas.y(), canvas.width(), canvas.height())
                            .toImage()
@@ -86,19 +90,32 @@ public:
         const QRectF place(mapping.display.x() * ratio, (canvas.height() - mapping.display.bottom()) * ratio,
                            mapping.display.width() * ratio, mapping.display.height() * ratio);
         QRect target(place.topLeft().toPoint(), frame.size());
-        QPainter painter(&exported);
-        if (std::abs(place.width() - frame.width()) >= 1 || std::abs(place.height() - frame.height()) >= 1) {
+        const bool scaled =
+            std::abs(place.width() - frame.width()) >= 1 || std::abs(place.height() - frame.height()) >= 1;
+        if (scaled)
             target.setBottomRight(place.bottomRight().toPoint() - QPoint(1, 1));
-            painter.setRenderHint(QPainter::SmoothPixmapTransform);
-        }
+        QPainter painter(&exported);
+        painter.setRenderHint(QPainter::SmoothPixmapTransform);
         painter.drawImage(target, frame);
         painter.end();
+        for (int y = 0; target.width() > 2 * frame.width() && y < exported.height(); ++y) { // sharp squares
+            for (int x = 0; x < exported.width(); ++x) {
+                const QPointF under((x + 0.5 - target.x()) * frame.width() / target.width(),
+                                    (y + 0.5 - target.y()) * frame.height() / target.height());
+                if (QRectF(frame.rect()).contains(under))
+                    exported.setPixel(x, y, frame.pixel(int(under.x()), int(under.y())));
+            }
+        }
         const QTransform toWidget(1, 0, 0, -1, 0, canvas.height());
         QRegion covered;
-        if (canvas.tool == AnnotationTool::select && state().selectedItem())
-            covered |= SelectionMarks::of(*state().selectedItem(), mapping).bounds(toWidget);
+        if (canvas.tool == AnnotationTool::select && view.state().selectedItem())
+            covered |= SelectionMarks::of(*view.state().selectedItem(), mapping).bounds(toWidget);
         if (const QLineEdit *field = canvas.textField())
             covered |= field->geometry();
+        for (const QRectF &mark : PositionMarks::of(mapping))
+            covered |= mark.toAlignedRect();
+        if (canvas.draft() && canvas.tool == AnnotationTool::crop)
+            covered |= canvas.rect(); // what it would cut off is dimmed
         for (QImage *image : {&shown, &exported}) {
             QPainter cover(image);
             cover.scale(ratio, ratio);

@@ -48,6 +48,11 @@ AnnotationDoc sampleDocument(int scale)
         ItemFactory::text(QStringLiteral("turned 15°"), {500, 120}, {green, 3, {}}),
     };
     doc.items.last().rotation = 0.26;
+    doc.items << Annotation{Kind::cover, {520, 300, 70.5, 30.5}, red, 7, {}, rect, 0.2}
+              << Annotation{Kind::highlighter, {30, 345, 300, 30}, QColor(255, 204, 0), 5, {}, rect, 0}
+              << ItemFactory::number(1, {40, 340}, {blue, 5, {}, {}})
+              << ItemFactory::pen({{420, 300}, {440, 330}, {470, 310}, {465, 280}, {430, 300}}, {green, 4, {}, {}})
+              << ItemFactory::text(QStringLiteral("on a plate"), {330, 60}, {red, 3, {}, Annotation::Plate::dark});
     return doc;
 }
 

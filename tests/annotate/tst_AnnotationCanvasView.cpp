@@ -69,6 +69,8 @@ private Q_SLOTS:
         row("two points are no drag", {Tool::rect, {10, 10}, {12, 12}, false, {}});
         row("square crop", {Tool::crop, {10, 10}, {40, 20}, true, {10, 10, 30, 30}});
         row("circle to the lower left", {Tool::ellipse, {100, 100}, {90, 60}, true, {60, 60, 40, 40}});
+        row("cover from its upper right", {Tool::cover, {40, 20}, {10, 10}, false, {10, 10, 30, 10}});
+        row("highlighter", {Tool::highlighter, {40, 20}, {10, 10}, false, {40, 20, -30, -10}});
         row("blur", {Tool::blur, {10, 10}, {40, 20}, false, {10, 10, 30, 10}});
     }
     void drawing()
@@ -92,6 +94,75 @@ private Q_SLOTS:
         QCOMPARE(editor.items(), expected);
     }
 
+    // A number stands where the button is let go of, a pen leaves its course, Ctrl keeps a line level; a crop ends where
+    // the picture does, and is shown whole.
+    void drawingOtherwise()
+    {
+        EditorWindow &editor = open({}, Tool::number);
+        editor.events.click({50, 60});
+        editor.events.drag({100, 60}, {120, 80});
+        const ItemStyle style = editor.state().style();
+        QList drawn{ItemFactory::number(1, {50, 60}, style), ItemFactory::number(2, {120, 80}, style)};
+        editor.choose(Tool::pen);
+        editor.events.press({200, 100});
+        for (const QPointF at : {QPointF(200.5, 100), QPointF(220, 130), QPointF(240, 100)})
+            editor.events.moveTo(at);
+        QVERIFY(editor.showsTheExport());
+        editor.events.release({240, 101});
+        drawn << ItemFactory::pen({{200, 100}, {220, 130}, {240, 100}}, style);
+        editor.choose(Tool::line);
+        editor.events.modifiers = Qt::ControlModifier;
+        editor.events.drag({300, 100}, {350, 104});
+        drawn << ItemFactory::dragged(Tool::line, {300, 100}, {350, 100}, style);
+        QCOMPARE(editor.items(), drawn);
+        editor.events.wheel({300, 100}, {}, {0, 240});
+        editor.events.modifiers = {};
+        QVERIFY(editor.canvas.zoom() != 1);
+        editor.choose(Tool::crop);
+        const CanvasMapping shown = editor.canvas.mapping();
+        editor.events.drag(shown.toView({-20, 300}), shown.toView({200, 450}));
+        QCOMPARE(editor.state().doc.crop, std::optional(QRectF(0, 300, 200, 100)));
+        QCoreApplication::processEvents();
+        QCOMPARE(editor.canvas.zoom(), 1.0);
+        QCOMPARE(editor.canvas.panOffset(), QPointF());
+    }
+
+    // Much longer than the canvas: it opens at its beginning, as wide as the canvas; up to four pixels of the screen show
+    // one of its own; and what is rendered of it is right wherever one is.
+    void scrollingCapture()
+    {
+        constexpr int width = 600, height = 9000;
+        AnnotationDoc doc{sampleScreenshot({width, height}, scale()), {}, {}};
+        for (int y = 10; y < height; y += 90)
+            doc.items << item(y % 4 ? Kind::ellipse : Kind::blur, {90.5, double(y), 400, 60});
+        AnnotationView view(doc, u"/somewhere/tall.png"_s, [] {});
+        view.resize(500, 500);
+        view.show();
+        AnnotationCanvasView &canvas = *view.canvas();
+        QCOMPARE(canvas.mapping().display.width(), 500.0);
+        QVERIFY(std::abs(canvas.mapping().display.bottom() - canvas.height()) < 1e-6);
+        QCOMPARE(view.state().zoom, canvas.zoom());
+        CanvasEvents events(canvas);
+        QTest::keyPress(&canvas, Qt::Key_Space);
+        events.drag({250, 100}, {250, 190});
+        QTest::keyRelease(&canvas, Qt::Key_Space);
+        QVERIFY(std::abs(canvas.mapping().display.bottom() - canvas.height() - 90) < 1e-6);
+        const QList<QRectF> marks = PositionMarks::of(canvas.mapping());
+        QCOMPARE(marks.size(), 1);
+        QVERIFY(marks[0].top() > 3 && marks[0].bottom() < canvas.height() / 2 && marks[0].left() > 490);
+        for (int i = 0; i < 30; ++i)
+            events.wheel({250, 100}, {0, -33 * (1 + i % 7)}, {});
+        QVERIFY(canvas.mapping().display.bottom() > canvas.height() + 3000 && canvas.mapping().display.top() < -500);
+        QVERIFY(EditorWindow::showsTheExport(view, 2));
+        canvas.zoomAbout({250, 200}, 1000);
+        QCOMPARE(canvas.mapping().display.width() * canvas.devicePixelRatioF(), 4.0 * width * scale());
+        canvas.repaint();
+        QShowEvent shown;
+        QApplication::sendEvent(&canvas, &shown);
+        events.wheel({250, 100}, {300, -400}, {});
+        QVERIFY(EditorWindow::showsTheExport(view, 2));
+    }
+
     void editing_data()
     {
         QTest::addColumn<Edit>("edit");
@@ -105,6 +176,11 @@ private Q_SLOTS:
         row("lower left corner", {box, {100, 100}, Qt::SizeBDiagCursor, {90, 120}, {90, 120, 90, 40}});
         row("lower right corner", {box, {180, 100}, Qt::SizeFDiagCursor, {190, 80}, {100, 80, 90, 80}});
         row("upper left beyond the fixed corner", {box, {100, 160}, Qt::SizeFDiagCursor, {200, 80}, {180, 80, 20, 20}});
+        row("number by its corner, still round", {ItemFactory::number(1, {120, 130}, {Qt::blue, 4, {}, {}}),
+                                                  {134, 144},
+                                                  Qt::SizeBDiagCursor,
+                                                  {150, 150},
+                                                  {106, 116, 44, 44}});
         row("a quarter turn to the left", {box, {140, 186}, Qt::BitmapCursor, {84, 130}, box.rect, pi / 2});
         row("and on", {item(Kind::rect, box.rect, pi / 2), {84, 130}, Qt::BitmapCursor, {140, 74}, box.rect, pi});
         row("rotated box has no corners",
@@ -319,14 +395,41 @@ private Q_SLOTS:
             return QPointF(random.bounded(canvas.width() + 40.0) - 20, random.bounded(canvas.height() + 40.0) - 20);
         };
         const QKeyCombination undo = Qt::CTRL | Qt::Key_Z, redo = Qt::CTRL | Qt::SHIFT | Qt::Key_Z;
-        const QKeyCombination keys[] = {undo,          undo,           undo,           undo,
-                                        undo,          redo,           redo,           redo,
-                                        redo,          redo,           Qt::Key_V,      Qt::Key_V,
-                                        Qt::Key_C,     Qt::Key_T,      Qt::Key_A,      Qt::Key_M,
-                                        Qt::Key_L,     Qt::Key_B,      Qt::Key_Delete, Qt::Key_Escape,
-                                        Qt::Key_Left,  Qt::Key_Up,     Qt::Key_Right,  Qt::Key_Backslash,
-                                        Qt::Key_Space, Qt::Key_Return, Qt::Key_Enter,  Qt::Key_Backspace,
-                                        Qt::Key_Down};
+        const QKeyCombination keys[] = {undo,
+                                        undo,
+                                        undo,
+                                        undo,
+                                        undo,
+                                        redo,
+                                        redo,
+                                        redo,
+                                        redo,
+                                        redo,
+                                        Qt::Key_V,
+                                        Qt::Key_V,
+                                        Qt::Key_C,
+                                        Qt::Key_T,
+                                        Qt::Key_A,
+                                        Qt::Key_M,
+                                        Qt::Key_L,
+                                        Qt::Key_B,
+                                        Qt::Key_Delete,
+                                        Qt::Key_Escape,
+                                        Qt::Key_Left,
+                                        Qt::Key_Up,
+                                        Qt::Key_Right,
+                                        Qt::Key_Backslash,
+                                        Qt::Key_Space,
+                                        Qt::Key_Return,
+                                        Qt::Key_Enter,
+                                        Qt::Key_Backspace,
+                                        Qt::Key_Down,
+                                        Qt::Key_X,
+                                        Qt::Key_N,
+                                        Qt::Key_H,
+                                        Qt::Key_P,
+                                        Qt::Key_PageUp,
+                                        Qt::CTRL | Qt::Key_D};
         QPointF last = anywhere();
         // Not the slider and the colour well: what they do has no undo entry.
         for (int i = 0; i < 3000 / scale() / scale(); ++i) {
@@ -355,8 +458,7 @@ private Q_SLOTS:
                 if (random.bounded(3) == 0)
                     editor.click(u"Reset zoom"_s);
                 editor.sharpen();
-                // A stretched picture is interpolated a little differently in parts, and FreeType's outlines of text change
-                // a little once the same font was drawn in a field.
+                // A stretched picture is interpolated a little differently in parts.
                 QVERIFY2(canvas.textField() || editor.showsTheExport(24), qPrintable(QString::number(i)));
             }
             QVERIFY(!editor.state().selectedIndex || *editor.state().selectedIndex >= 0);

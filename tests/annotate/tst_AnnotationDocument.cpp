@@ -1,5 +1,6 @@
 #include "annotate/document/EditorState.h"
 #include "annotate/document/HitTest.h"
+#include "annotate/document/ItemCodec.h"
 #include "annotate/document/PressTarget.h"
 #include "annotate/document/TextLine.h"
 
@@ -74,6 +75,18 @@ private Q_SLOTS:
         QVERIFY(!HitTest::hits(reach.item, reach.missed, reach.scale));
     }
 
+    void constrained()
+    {
+        QCOMPARE(levelFrom({10, 10}, {50, 14}), QPointF(50, 10));
+        QCOMPARE(levelFrom({10, 10}, {12, -30}), QPointF(10, -30));
+        QCOMPARE(levelFrom({10, 10}, {40, 50}), QPointF(45, 45));
+        const double degree = pi / 180;
+        QCOMPARE(settledAngle(50 * degree, true), 45 * degree);
+        QCOMPARE(settledAngle(50 * degree, false), 50 * degree);
+        QCOMPARE(settledAngle(358.5 * degree, false), 0.0);
+        QCOMPARE(settledAngle(-2.5 * degree, false), -2.5 * degree);
+    }
+
     // Handles are as large on the screen at every zoom; here the picture is half as large as it is.
     void grips()
     {
@@ -87,6 +100,9 @@ private Q_SLOTS:
         QCOMPARE(mode(box, {95, 130 + 26 + 11.9}), DragMode::rotate);
         QCOMPARE(mode(box, {95, 130 + 26 + 11.9}, 7), DragMode::none); // of what is selected alone
         QCOMPARE(mode(box, {95, 130 + 26 + 12.1}), DragMode::none);
+        const Annotation high = item(Kind::rect, {240, 600, 100, 180}), all = item(Kind::rect, {0, 0, 800, 800});
+        QCOMPARE(mode(high, {145, 300 - 26}), DragMode::rotate); // no room above
+        QCOMPARE(mode(all, {200, 392}), DragMode::rotate);       // nor below
         const Annotation arrow = item(Kind::arrow, {200, 200, -20, 0});
         QCOMPARE(mode(arrow, {100, 108}), DragMode::start);
         QCOMPARE(mode(arrow, {92, 100}), DragMode::start); // both are near
@@ -99,14 +115,18 @@ private Q_SLOTS:
         const QList items{item(Kind::rect, {0, 0, 50, 50}), item(Kind::line, {0, 0, 50, 50})};
         QCOMPARE(HitTest::itemAt(items, {25, 25}, 1), std::optional(1));
         QCOMPARE(HitTest::itemAt(items, {45, 5}, 1), std::optional(0));
+        // Below the selected one at that place, and round again.
+        for (const auto &[selected, next] : {std::pair(std::optional<int>(), 1), {1, 0}, {0, 1}})
+            QCOMPARE(HitTest::itemBelow(items, selected, {25, 25}, 1), std::optional(next));
+        QCOMPARE(HitTest::itemBelow(items, 1, {45, 5}, 1), std::optional(0));
     }
 
     void zoom()
     {
         EditorState state;
-        const auto label = [&](int times, void (EditorState::*step)()) {
+        const auto label = [&](int times, void (EditorState::*step)(double)) {
             for (int i = 0; i < times; ++i)
-                (state.*step)();
+                (state.*step)(CanvasZoom::most);
             return state.zoomLabel();
         };
         QCOMPARE(label(3, &EditorState::zoomIn), u"195%"_s);
@@ -158,8 +178,9 @@ private Q_SLOTS:
         using enum Annotation::BlurShape;
         EditorState state;
         state.blurShape = ellipse;
-        const Kind kinds[] = {Kind::rect,  Kind::rect, Kind::rect,    Kind::line,
-                              Kind::arrow, Kind::rect, Kind::ellipse, Kind::blur}; // in the order of the tools
+        const Kind kinds[] = {Kind::rect,  Kind::rect, Kind::rect,        Kind::line,
+                              Kind::arrow, Kind::rect, Kind::ellipse,     Kind::blur,
+                              Kind::cover, Kind::rect, Kind::highlighter, Kind::rect}; // in the order of the tools
         Annotation expected{{}, {30, 20, -25, 15}, QColor(255, 59, 48), 7, {}, rect, 0};
         for (const AnnotationTool tool : allAnnotationTools) {
             expected.kind = kinds[size_t(tool)];
@@ -169,7 +190,60 @@ private Q_SLOTS:
         const double width = measureTextWidth(u"Hello"_s, 42);
         QCOMPARE(ItemFactory::text(u"Hello"_s, {3, 4}, state.style()),
                  (Annotation{Kind::text, {3, 4, width, 42}, expected.color, 7, u"Hello"_s, rect, 0}));
-        QCOMPARE(ItemFactory::text(u"i"_s, {}, {Qt::blue, 2, {}}).rect, QRectF(0, 0, 20, 14)); // the least
+        QCOMPARE(ItemFactory::text(u"i"_s, {}, {Qt::blue, 2, {}, {}}).rect, QRectF(0, 0, 20, 14)); // the least
+        const Annotation pen = ItemFactory::pen({{10, 20}, {30, 10}, {20, 40}}, state.style());
+        QCOMPARE(pen.rect, QRectF(10, 10, 20, 30));
+        QCOMPARE(pen.course(), (QList<QPointF>{{10, 20}, {30, 10}, {20, 40}}));
+        QVERIFY(HitTest::hits(pen, {29, 12}, 0.1) && !HitTest::hits(pen, {12, 38}, 0.1)); // not by its box
+    }
+
+    // However they came and went.
+    void numbersCount()
+    {
+        EditorState state;
+        const auto words = [&] {
+            QString all;
+            for (const Annotation &item : std::as_const(state.doc.items))
+                all += item.text.value_or(u"-"_s);
+            return all;
+        };
+        for (int i = 1; i < 4; ++i)
+            state.paste({ItemFactory::number(i, {}, state.style()), item(Kind::rect, {0, 0, 9, 9})});
+        QCOMPARE(words(), u"1-2-3-"_s);
+        QCOMPARE(state.doc.items[0].rect.size(), QSizeF(40, 40));
+        state.selectedIndex = 2;
+        state.setLineWidth(2);
+        QCOMPARE(state.doc.items[2].rect.size(), QSizeF(20, 20));
+        state.deleteSelected();
+        QCOMPARE(words(), u"1--2-"_s);
+        state.undo();
+        QCOMPARE(words(), u"1-2-3-"_s);
+    }
+
+    void storedItems()
+    {
+        Annotation odd = text({1 / 3.0, -2e-9, 1e6, 7}, u"注\"\n"_s, 0.1);
+        odd.rotation = pi;
+        odd.plate = Annotation::Plate::dark;
+        odd.color = QColor(1, 2, 3, 4);
+        const QList items{odd, ItemFactory::pen({{1, 2}, {2.5, 1 / 7.0}}, {}), item(Kind::blur, {1, 2, -3, -4})};
+        for (const auto &crop : {std::optional<QRectF>(), std::optional(QRectF(1, 2, 3, 4))}) {
+            const auto edits = ItemCodec::decode(ItemCodec::encode({items, crop}));
+            QVERIFY(edits);
+            QCOMPARE(edits->items, items);
+            QCOMPARE(edits->crop, crop);
+        }
+        const QByteArray good = ItemCodec::encode({{item(Kind::pen, {1, 2, 3, 4})}, {}});
+        QVERIFY(ItemCodec::decode(good));
+        for (const auto &[from, to] : {std::pair("[1,2,3,4]", "[1,2,3]"),
+                                       {"[1,2,3,4]", "[1,2,3,1e300]"},
+                                       {"\"kind\":9", "\"kind\":10"},
+                                       {"\"kind\":9", "\"points\":[2,0]"},
+                                       {"\"lineWidth\":2", "\"lineWidth\":-1"},
+                                       {"#ff0000ff", "nothing"},
+                                       {"\"blurShape\":0", "\"blurShape\":\"\""},
+                                       {"}]}", "}"}})
+            QVERIFY2(!ItemCodec::decode(QByteArray(good).replace(from, to)), to);
     }
 };
 

@@ -1,3 +1,4 @@
+#include "annotate/document/ItemFactory.h"
 #include "annotate/document/TextLine.h"
 #include "annotate/render/AnnotationRenderer.h"
 #include "annotate/render/Pixellate.h"
@@ -11,6 +12,7 @@
 #include <QFontMetricsF>
 #include <QPainter>
 #include <QRandomGenerator>
+#include <QSet>
 #include <QTest>
 
 #include <cmath>
@@ -152,6 +154,13 @@ private Q_SLOTS:
         row("ellipse, a stroke that fills it",
             {item(Kind::ellipse, {3, 2, 2, 2}, 2),
              {"........", "..3993..", "..9##9..", "..9##9..", "..3993..", "........"}});
+        row("ellipse smaller than its stroke",
+            {item(Kind::ellipse, {3.5, 2.5, 1, 1}, 4),
+             {"..1441..", ".19##91.", ".4####4.", ".4####4.", ".19##91.", "..1441.."}});
+        row("cover", {item(Kind::cover, {1, 2, 4, 2}, 2),
+                      {"........", "........", ".####...", ".####...", "........", "........"}});
+        row("pen, round at its ends", {ItemFactory::pen({{2, 3}, {6, 3}}, {Qt::black, 2, {}, {}}),
+                                       {"........", "........", ".7####8.", ".7####8.", "........", "........"}});
         row("crop", {item(Kind::rect, {3.5, 3.5, 5, 3}, 1), {"#..", "###"}, QRectF(3, 3, 3, 2)});
         row("crop beyond the picture",
             {item(Kind::line, {6, 5, 4, 0}, 2), {"    ", "####", "####", "..  "}, QRectF(6, 3, 4, 4)});
@@ -161,6 +170,30 @@ private Q_SLOTS:
         QFETCH(Drawn, drawn);
         const QStringList rows = drawing(rendered({plain(8, 6), drawn.crop, {drawn.item}}));
         QCOMPARE(rows.join(u'\n'), QString::fromLatin1(drawn.rows.join('\n')));
+    }
+
+    // However wide the stroke: every point no farther from the ellipse than half of it, and no other.
+    void ellipses()
+    {
+        for (const auto &[size, width] : {std::pair(QSizeF(5, 5), 12.0), {{60, 9}, 6}, {{9, 60}, 6}, {{60, 9}, 12}}) {
+            const QRectF box(QPointF(40, 30), size);
+            const QImage image = rendered({plain(140, 120), {}, {item(Kind::ellipse, box, width)}});
+            const auto distance = [&](QPointF point) {
+                double least = 1e9;
+                for (double t = 0; t < 2 * pi; t += 0.01) {
+                    const QPointF on(box.center() + QPointF(size.width() * cos(t), size.height() * sin(t)) / 2);
+                    least = std::min(least, std::hypot(point.x() - on.x(), point.y() - on.y()));
+                }
+                return least;
+            };
+            for (int y = 10; y < 110; y += 2) {
+                for (int x = 20; x < 120; x += 3) {
+                    const double beyond = distance({x + 0.5, 120 - y - 0.5}) - width / 2;
+                    if (std::abs(beyond) > 1)
+                        QCOMPARE(qGray(image.pixel(x, y)), beyond < 0 ? 0 : 255);
+                }
+            }
+        }
     }
 
     void arrows()
@@ -210,7 +243,8 @@ private Q_SLOTS:
         QCOMPARE(measure(word, 42), measure(word, 21) * 2);
         QCOMPARE(measure(word.repeated(50), 0.2), measure(word.repeated(50), 1));
         QVERIFY(measure(word + u"  "_s, 20) > measure(word, 20) + 5);
-        for (const QString &words : {word, u"\u05e9\u05dc\u05d5\u05dd"_s}) { // from the right as well as from the left
+        // From the right as well as from the left, and with a number at its end.
+        for (const QString &words : {word, u"\u05e9\u05dc\u05d5\u05dd"_s, u"\u05e9\u05dc\u05d5\u05dd 42 ab"_s}) {
             const QRectF touched = ink(text(words, 20));
             QVERIFY(touched.width() > 30 && touched.left() >= 18 && touched.right() <= 22 + measure(words, 20));
         }
@@ -321,6 +355,47 @@ private Q_SLOTS:
             QCOMPARE(read.pixels.size(), QSize(20, 20));
             QCOMPARE(read.pixels.colorSpace(), QColorSpace(QColorSpace::DisplayP3));
         }
+    }
+
+    // Ink on the light half, a glow on the dark one, whatever items lie there.
+    void highlighterFollowsThePicture()
+    {
+        AnnotationDoc doc{plain(80, 20), {}, {item(Kind::highlighter, {0, 10, 80, 0}, 3)}};
+        QPainter painter(&doc.source.pixels);
+        painter.fillRect(40, 0, 40, 20, Qt::black);
+        painter.fillRect(10, 9, 4, 2, Qt::black);
+        painter.end();
+        doc.items[0].color = QColor(255, 204, 0);
+        for (const bool covered : {false, true}) {
+            const QImage image = rendered(doc);
+            const QColor light = image.pixelColor(20, 10), dark = image.pixelColor(60, 10);
+            QVERIFY2(light.red() == 255 && light.blue() < 150 && light.green() > 200, qPrintable(light.name()));
+            QVERIFY2(dark.red() > 120 && dark.red() < 180 && dark.blue() == 0, qPrintable(dark.name()));
+            QCOMPARE(image.pixelColor(12, 10), QColor(Qt::black)); // letters stay what they are
+            doc.items.prepend(item(Kind::cover, {0, 0, 80, 3}, 1));
+            doc.items[0].color = covered ? Qt::white : Qt::black;
+        }
+    }
+
+    void numbersAndPlatesCanBeRead()
+    {
+        const auto colors = [](const Annotation &drawn) {
+            const QImage image = rendered({plain(120, 60, 1, Qt::gray), {}, {drawn}});
+            QSet<QRgb> found;
+            for (int y = 0; y < image.height(); ++y) {
+                for (int x = 0; x < image.width(); ++x)
+                    found << image.pixel(x, y);
+            }
+            return found;
+        };
+        for (const auto &[fill, ink] : {std::pair(Qt::blue, Qt::white), {Qt::yellow, Qt::black}}) {
+            for (const int value : {1, 128})
+                QVERIFY(colors(ItemFactory::number(value, {60, 30}, {fill, 8, {}, {}})).contains(QColor(ink).rgb()));
+        }
+        QVERIFY(!colors(text(u"i"_s, 20)).contains(qRgb(245, 245, 245)));
+        Annotation plated = text(u"i"_s, 20);
+        plated.plate = Annotation::Plate::light;
+        QVERIFY(colors(plated).contains(qRgb(245, 245, 245)));
     }
 
     void coloursFollowTheProfile()

@@ -1,5 +1,7 @@
 #include "annotate/editor/AnnotationWindowController.h"
 #include "annotate/editor/ColorWell.h"
+#include "annotate/editor/Draft.h"
+#include "annotate/editor/SwatchPanel.h"
 #include "imaging/ImageFile.h"
 #include "imaging/PngWriter.h"
 #include "tests/annotate/EditorWindow.h"
@@ -9,7 +11,11 @@
 
 #include <QClipboard>
 #include <QColorDialog>
+#include <QDateTime>
 #include <QDir>
+#include <QMenu>
+#include <QMessageBox>
+#include <QPushButton>
 #include <QSlider>
 
 using namespace qm;
@@ -40,6 +46,15 @@ class tst_AnnotationView : public QObject
     {
         m_editor->choose(Tool::select);
         events().click({150, 100});
+    }
+    static void answer(const AnnotationView &view, const QString &button)
+    {
+        const QPointer box = view.findChild<QMessageBox *>();
+        for (auto *found : box->findChildren<QPushButton *>()) {
+            if (found->text() == button)
+                found->click();
+        }
+        QTRY_VERIFY(!box); // with the window, if that has closed
     }
     QStringList saved() const { return QDir(m_home->file(u"shots"_s)).entryList(QDir::Files | QDir::Hidden); }
 
@@ -86,6 +101,24 @@ private Q_SLOTS:
         QCOMPARE(state().undoStack.size(), 2);
     }
 
+    // In the smallest window, what does not fit is in a menu; nothing is cut off.
+    void narrowWindow()
+    {
+        for (const Tool tool : {Tool::arrow, Tool::blur, Tool::text}) {
+            m_editor->choose(tool);
+            for (const auto &[width, folded] : {std::pair(1200, false), {560, true}}) {
+                m_editor->view.resize(width, 420);
+                QCoreApplication::processEvents();
+                QCOMPARE(m_editor->button(u"More tools"_s)->isVisible(), folded);
+                QCOMPARE(m_editor->button(u"Cover  (X)"_s)->isVisible(), !folded);
+                const QAbstractButton *redo = m_editor->button(u"Redo"_s);
+                QVERIFY2(redo->geometry().right() < width, qPrintable(QString::number(redo->geometry().right())));
+            }
+        }
+        m_editor->view.findChild<QMenu *>()->actions().value(1)->trigger();
+        QCOMPARE(state().tool, Tool::number);
+    }
+
     void undoAndRedo()
     {
         const auto enabled = [&] { return QList{isEnabled(u"Undo"_s), isEnabled(u"Redo"_s)}; };
@@ -110,13 +143,27 @@ private Q_SLOTS:
         const qsizetype entries = state().undoStack.size();
         slider->setValue(1200);
         auto *well = m_editor->view.findChild<ColorWell *>();
-        QTest::mouseClick(well, Qt::LeftButton);
+        const auto swatches = [&] {
+            QTest::mouseClick(well, Qt::LeftButton);
+            return well->findChild<SwatchPanel *>()->findChildren<QAbstractButton *>();
+        };
+        swatches()[4]->click();
+        QCOMPARE(state().doc.items[0].color, QColor(0, 122, 255));
+        QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
+        QCOMPARE(swatches()[0]->toolTip(), u"#007aff"_s); // the last used first
+        m_editor->view.setGeometry(0, 0, 200, 300);
+        well->findChild<SwatchPanel *>()->findChildren<QPushButton *>()[0]->click();
         const QPointer<QColorDialog> dialog = well->findChild<QColorDialog *>();
+        QVERIFY(!dialog->geometry().intersects(m_editor->view.geometry()));
         dialog->setCurrentColor(Qt::green);
         QCoreApplication::processEvents();
         QCOMPARE(canvas().doc.items[0].lineWidth, 12.0);
         QCOMPARE(canvas().doc.items[0].color, QColor(Qt::green));
         QCOMPARE(state().undoStack.size(), entries);
+        m_editor->choose(Tool::rect);
+        QCoreApplication::processEvents();
+        QCOMPARE(slider->value(), 1200);
+        m_editor->view.endSession();
         m_editor->view.close();
         QTRY_VERIFY(!dialog); // goes with its window
     }
@@ -136,6 +183,10 @@ private Q_SLOTS:
         QCOMPARE(canvas().panOffset(), pan);
         click(u"Reset zoom"_s);
         QCOMPARE(canvas().zoom(), 1.0);
+        events().modifiers = {};
+        events().wheel({10, 10}, {0, -70}, {});
+        click(u"Reset zoom"_s); // back to the middle, though it is 100 % already
+        QCOMPARE(canvas().panOffset(), QPointF());
     }
 
     void selectNudgeDelete()
@@ -169,8 +220,23 @@ private Q_SLOTS:
             const FullDisk full;
             click(u"Save"_s);
         }
-        QCOMPARE(state().statusText, u"Failed to save"_s);
+        QVERIFY(state().statusIsFailure);
+        QCOMPARE(state().statusText, u"Failed to save: File too large"_s);
         QCOMPARE(saved().size(), 3); // nothing is left behind
+    }
+
+    // A base name that is a placeholder, and one that leaves no room for what is appended.
+    void savesUnderSensibleNames()
+    {
+        const QString name = u"注"_s;
+        for (const auto &[source, first, second] : {std::tuple(u"100%1 %2"_s, u"100%1 %2"_s, u"100%1 %2"_s),
+                                                    {name.repeated(83), name.repeated(80), name.repeated(79)}}) {
+            EditorWindow editor(state().doc, u"/somewhere/"_s + source + u".png"_s);
+            editor.click(u"Save"_s);
+            QCOMPARE(editor.state().statusText, u"Saved: "_s + first + u"-annotated.png"_s);
+            editor.click(u"Save"_s);
+            QCOMPARE(editor.state().statusText, u"Saved: "_s + second + u"-annotated-2.png"_s);
+        }
     }
 
     void copies()
@@ -191,6 +257,121 @@ private Q_SLOTS:
         QCOMPARE(m_editor->closed, 1);
     }
 
+    // What the hands left, after the process has gone: it is offered when the picture is opened again, and until it is
+    // saved or discarded.
+    void drafts()
+    {
+        const QDir folder(m_home->file(u".local/state/quillmere/drafts"_s));
+        const auto left = [&] { return folder.entryInfoList(QDir::Files); };
+        events().drag({20, 20}, {60, 60});
+        m_editor->choose(Tool::text);
+        events().click({200, 200});
+        QTest::keyClicks(canvas().textField(), u"typed"_s);
+        QTRY_COMPARE(left().size(), 1);
+        m_editor->view.storeDraft(); // should the hands have rested before
+        QCOMPARE(left()[0].permissions() & (QFile::ReadGroup | QFile::ReadOther | QFile::ExeOwner),
+                 QFile::Permissions());
+        const Draft another(u"/somewhere/a.b.png"_s); // a second editor of the same picture
+        QVERIFY(!another.load());
+        AnnotationDoc doc = state().doc;
+        const QList<Annotation> drawn = canvas().settledDoc().items;
+        QCOMPARE(drawn.size(), 3);
+
+        doc.items.clear();
+        for (const QString &way : {u"Continue"_s, u"Discard"_s, QString()}) {
+            m_editor.reset();
+            m_editor = std::make_unique<EditorWindow>(doc);
+            m_editor->view.offerDraft();
+            QCOMPARE(!m_editor->view.findChild<QMessageBox *>(), way.isEmpty());
+            if (!way.isEmpty())
+                answer(m_editor->view, way);
+            QCOMPARE(state().doc.items, way == u"Continue"_s ? drawn : QList<Annotation>());
+            m_editor->view.endSession();
+        }
+        QVERIFY(left().isEmpty());
+        events().drag({20, 20}, {60, 60});
+        m_editor->view.storeDraft();
+        m_home->setModified(u".local/state/quillmere/drafts/"_s + left()[0].fileName(),
+                            QDateTime::currentSecsSinceEpoch() - 31 * 24 * 3600);
+        Draft::removeOld();
+        QVERIFY(left().isEmpty());
+        m_editor->view.storeDraft();
+        click(u"Save"_s);
+        QVERIFY(left().isEmpty());
+    }
+
+    void asksBeforeClosing()
+    {
+        const auto question = [&] { return m_editor->view.findChild<QMessageBox *>(); };
+        events().drag({20, 20}, {60, 60});
+        click(u"Annotate & Copy"_s);
+        QVERIFY(!m_editor->view.hasUnkeptEdits());
+        m_editor->key(Qt::CTRL | Qt::Key_Z);
+        m_editor->view.close();
+        answer(m_editor->view, u"Cancel"_s);
+        QVERIFY(m_editor->view.isVisible());
+        m_home->write(u"shots"_s, "no folder");
+        m_editor->view.close();
+        QTest::keyClick(question(), Qt::Key_Return); // saves
+        QVERIFY(m_editor->view.isVisible() && state().statusText.endsWith(u"shots cannot be created"_s));
+        QFile::remove(m_home->file(u"shots"_s));
+        QTRY_VERIFY(!question());
+        m_editor->view.close();
+        QTest::keyClick(question(), Qt::Key_Return);
+        QVERIFY(!m_editor->view.isVisible());
+        QCOMPARE(saved(), QStringList(u"a.b-annotated.png"_s));
+    }
+
+    // A press that only selects takes nothing from what can be undone or redone; an undo with a field open does not
+    // write the text elsewhere; a tool that draws leaves nothing selected that is not shown.
+    void stepsAndSelections()
+    {
+        events().drag({20, 20}, {60, 60});
+        m_editor->key(Qt::CTRL | Qt::Key_Z);
+        selectTheLine();
+        QVERIFY(!state().canUndo() && state().canRedo());
+        m_editor->key(Qt::CTRL | Qt::Key_Y);
+        QCOMPARE(state().doc.items.size(), 2);
+        m_editor->choose(Tool::text);
+        QVERIFY(!state().selectedIndex);
+        events().click({200, 200});
+        QTest::keyClicks(canvas().textField(), u"typed"_s);
+        click(u"Undo"_s);
+        QCOMPARE(state().doc.items.size(), 2);
+        QVERIFY(!canvas().textField() && state().canRedo());
+    }
+
+    void copiesOfItems()
+    {
+        selectTheLine();
+        for (const QKeyCombination keys : {Qt::CTRL | Qt::Key_C, Qt::CTRL | Qt::Key_V, Qt::CTRL | Qt::Key_D})
+            m_editor->key(keys);
+        QCOMPARE(state().doc.items.size(), 3);
+        Annotation copy = state().doc.items[0];
+        for (int i = 1; i < 3; ++i) {
+            copy.rect.translate(12, -12);
+            QCOMPARE(state().doc.items[i], copy);
+        }
+        QCOMPARE(state().selectedIndex, Selection(2));
+        {
+            EditorWindow other(AnnotationDoc{sampleScreenshot({80, 60}, 1), {}, {}}); // smaller
+            other.key(Qt::CTRL | Qt::Key_V);
+            QCOMPARE(other.items()[0].rect, QRectF(-10, 30, 100, 0));
+        }
+        m_editor->view.activateWindow();
+        QVERIFY(QTest::qWaitForWindowActive(&m_editor->view));
+        m_editor->key(Qt::Key_PageUp); // round to the lowest
+        QCOMPARE(state().selectedIndex, Selection(0));
+        m_editor->key(Qt::Key_PageUp);
+        m_editor->key(Qt::Key_Delete);
+        QCOMPARE(state().doc.items.size(), 2);
+        m_editor->key(Qt::CTRL | Qt::Key_C); // nothing is selected: the picture
+        QCOMPARE(state().statusText, u"Copied"_s);
+        m_editor->button(u"Zoom in"_s)->setFocus();
+        QTest::keyClick(m_editor->button(u"Zoom in"_s), Qt::Key_Return);
+        QCOMPARE(state().zoom, 1.25);
+    }
+
     void windows()
     {
         const QString picture = m_home->file(u"one[*].png"_s);
@@ -202,7 +383,7 @@ private Q_SLOTS:
         QVERIFY(!controller.window());
 
         controller.open(picture);
-        const QPointer first = static_cast<AnnotationView *>(controller.window());
+        const QPointer first = controller.window();
         QVERIFY(first->isVisible());
         QCOMPARE(first->windowTitle(), u"Annotate — one[*][*].png"_s);
         const QSize room = WindowPlacement::activeScreenVisibleFrame().size();
@@ -210,20 +391,25 @@ private Q_SLOTS:
                  QSize(qMin(room.width() - 120, 940), qMin(room.height() - 160, 660)).expandedTo({560, 420}));
 
         controller.open(picture);
-        const QPointer second = static_cast<AnnotationView *>(controller.window());
+        const QPointer second = controller.window();
         QVERIFY(second != first && first->isVisible());
         CanvasEvents(*first->canvas()).drag({100, 100}, {200, 200});
         QCOMPARE(first->state().undoStack.size(), 1);
         QCOMPARE(second->state().undoStack.size(), 0);
-        for (auto *found : first->findChildren<QAbstractButton *>()) {
-            if (found->text() == u"Close"_s)
-                found->click(); // closes the one opened last
-        }
-        QVERIFY(first->isVisible() && second && !second->isVisible());
-        controller.open(picture);
-        QVERIFY(!second && first); // kept until another takes its place
-        first->close();
-        QTRY_VERIFY(!first); // on its own, it goes when it is closed
+        const auto close = [](const AnnotationView *view) {
+            for (auto *found : view->findChildren<QAbstractButton *>()) {
+                if (found->text() == u"Close"_s)
+                    found->click();
+            }
+        };
+        close(second); // has nothing to lose; its picture's memory comes back at once
+        QTRY_VERIFY(!second && !controller.window());
+        bool done = false;
+        controller.askAll([&] { done = true; });
+        close(first); // asks once
+        QVERIFY(first->isVisible() && first->findChildren<QMessageBox *>().size() == 1 && !done);
+        answer(*first, u"Discard"_s);
+        QTRY_VERIFY(!first && done);
     }
 };
 

@@ -1,6 +1,8 @@
 #include "annotate/render/AnnotationRenderer.h"
 #include "annotate/render/RenderCache.h"
 
+#include "tests/support/Pixels.h"
+
 #include <QPainter>
 #include <QRandomGenerator>
 #include <QTest>
@@ -55,6 +57,8 @@ public:
             doc.source = source();
     }
 
+    QRect window() { return QRectF(number(-9, 50), number(-9, 50), number(1, 90), number(1, 90)).toRect(); }
+
 private:
     double number(double from, double to) { return from + m_random.generateDouble() * (to - from); }
     QColor color() { return QColor::fromRgba(m_random.generate() | (m_random.bounded(2) ? 0xff000000u : 0)); }
@@ -63,11 +67,17 @@ private:
     {
         const QRectF rect(number(-20, 90), number(-20, 70), number(-50, 50), number(-50, 50));
         const auto shape = Annotation::BlurShape(m_random.bounded(2));
-        Annotation item{Kind(m_random.bounded(6)), rect, color(), number(0, 9), {}, shape, 0};
+        Annotation item{
+            Kind(m_random.bounded(int(Annotation::lastKind) + 1)), rect, color(), number(0, 9), {}, shape, 0};
         if (item.kind == Kind::blur)
             item.rect = m_random.bounded(4) ? item.rect.normalized() : item.rect.normalized().toRect().toRectF();
         if (item.kind == Kind::text)
             item.text = QStringLiteral("Tg注釈").left(m_random.bounded(5));
+        if (item.kind == Kind::number)
+            item.text = QString::number(m_random.bounded(120));
+        for (int i = item.kind == Kind::pen ? int(m_random.bounded(9)) : 0; i > 0; --i)
+            item.points << QPointF(number(0, 1), number(0, 1));
+        item.plate = Annotation::Plate(m_random.bounded(3));
         if (m_random.bounded(3) == 0)
             item.rotation = number(-4, 4);
         return item;
@@ -109,6 +119,12 @@ private Q_SLOTS:
                 QVERIFY2(kept.pixels == fresh.pixels && kept.pixels.format() == fresh.pixels.format(),
                          qPrintable(QStringLiteral("seed %1, step %2").arg(seed).arg(step)));
                 QCOMPARE(kept.size, fresh.size);
+                // A part of it is that part, but for rounding.
+                const PixelGrid whole = PixelGrid::ofOutput(edits.doc, edits.limit);
+                const QRect part = edits.window() & QRect({0, 0}, whole.pixels);
+                if (!part.isEmpty())
+                    QVERIFY(Pixels::near(AnnotationRenderer::renderPart(edits.doc, whole.part(part)).pixels,
+                                         fresh.pixels.copy(part), 2));
                 QCOMPARE(held.pixels, heldCopy);
                 paintedInPlace += cache.frame.constBits() == before && cache.changed != QRegion(kept.pixels.rect());
                 // A canvas that shows only what changed shows everything.

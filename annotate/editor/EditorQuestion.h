@@ -1,0 +1,23 @@
+#pragma once
+
+#include <QString>
+
+#include <functional>
+
+class QMessageBox;
+class QWidget;
+
+namespace qm {
+
+// Questions on a sheet of the editor window. Main thread. They return at once and call back with the answer; the caller
+// must outlive the window. The box deletes itself.
+namespace EditorQuestion {
+
+enum class Keep { save, discard, cancel };
+
+QMessageBox *askToKeep(const QString &fileName, QWidget *window, std::function<void(Keep)> answered);
+// Whether to go on with what an earlier editor left.
+QMessageBox *askToResume(const QString &fileName, QWidget *window, std::function<void(bool resume)> answered);
+
+} // namespace EditorQuestion
+} // namespace qm
