@@ -35,7 +35,8 @@ def configure(sources, build, architecture):
 def forgotten(sources, build):
     """Native sources missing from the build."""
     built = {pathlib.Path(entry["file"]) for entry in json.loads((build / "compile_commands.json").read_text())}
-    native = {path for path in sources.glob("**/macos/*") if path.suffix in (".cpp", ".mm")}
+    native = {path for path in sources.glob("**/macos/*") if path.suffix in (".cpp", ".mm")
+              and path.relative_to(sources).parts[0] != "build"} # other trees may lie there
     return sorted(str(path.relative_to(sources)) for path in native - built), len(built), len(native)
 
 
