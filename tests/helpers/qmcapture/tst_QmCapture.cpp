@@ -359,8 +359,8 @@ private Q_SLOTS:
         std::optional<PatternWindow> cover;
         cover.emplace(m_desktop, u"menu"_s, menu, 7, Kind::unmanaged);
         m_helper = &m_desktop.start(program, {u"--rest"_s, u"200,200,150,250"_s, u"--monitor"_s, m_path});
-        for (int seed = 8; seed < 15; ++seed) { // a fading compositor, or a slow program
-            QTest::qWait(40);
+        for (int seed = 8; seed < 12; ++seed) { // a program that is slow to begin, or a fading compositor
+            QTest::qWait(seed == 8 ? 120 : 40);
             cover.emplace(m_desktop, u"menu %1"_s.arg(seed), menu, seed, Kind::unmanaged);
         }
         cover.reset();
