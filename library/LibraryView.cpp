@@ -124,9 +124,8 @@ QWidget *LibraryView::makeListPane()
     m_listArea->insertWidget(emptyArea, makeEmptyState());
     m_listArea->insertWidget(noMatchesArea, new SecondaryLabel(AppLocale::text(u"No matches", u"該当なし")));
     m_listArea->insertWidget(blankArea, new QWidget);
-    m_matchNote =
-        new SecondaryLabel(AppLocale::text(u"Nothing holds exactly this. These hold all of the words.",
-                                           u"一致なし。すべての語を含むものを表示しています。"));
+    m_matchNote = new SecondaryLabel(AppLocale::text(u"Nothing holds exactly this. These hold all of the words.",
+                                                     u"一致なし。すべての語を含むものを表示しています。"));
     m_matchNote->setFont(LibraryLook::caption(m_matchNote->font()));
     m_matchNote->setContentsMargins(searchPadding, 0, searchPadding, searchPadding);
     m_status = new LibraryStatus;

@@ -177,7 +177,8 @@ private Q_SLOTS:
 
     void theEditorMarksIt()
     {
-        tap({Key::tab, Key::tab, Key::tab, Key::tab, Key::tab, Key::space}); // both arrows, the text, "Copy", "Annotate…"
+        tap({Key::tab, Key::tab, Key::tab, Key::tab, Key::tab,
+             Key::space}); // both arrows, the text, "Copy", "Annotate…"
         const QString title = u"Annotate — oat.png"_s;
         QVERIFY(waitForWindow(title));
         const QPoint middle = m_desktop.windowTitled(title)->content.center();
