@@ -10,7 +10,7 @@ namespace qm {
 namespace Notification {
 
 // Both are plain text. Calls unserved on this thread, at once or up to 10 s later, if nothing shows it.
-void show(const QString &title, const QString &text, std::function<void()> unserved);
+void show(const QString &title, const QString &text, const std::function<void()> &unserved);
 
 } // namespace Notification
 } // namespace qm

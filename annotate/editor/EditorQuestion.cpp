@@ -17,7 +17,8 @@ static QMessageBox *sheet(const QString &text, const QString &detail, QWidget *w
     return box;
 }
 
-QMessageBox *EditorQuestion::askToKeep(const QString &fileName, QWidget *window, std::function<void(Keep)> answered)
+QMessageBox *EditorQuestion::askToKeep(const QString &fileName, QWidget *window,
+                                       const std::function<void(Keep)> &answered)
 {
     QMessageBox *box = sheet(
         AppLocale::text(u"Save the annotations of “%1”?", u"「%1」の注釈を保存しますか?").arg(fileName),
@@ -36,7 +37,7 @@ QMessageBox *EditorQuestion::askToKeep(const QString &fileName, QWidget *window,
 }
 
 QMessageBox *EditorQuestion::askToResume(const QString &fileName, QWidget *window,
-                                         std::function<void(bool resume)> answered)
+                                         const std::function<void(bool resume)> &answered)
 {
     QMessageBox *box = sheet(
         AppLocale::text(u"Go on with the annotations of “%1”?", u"「%1」の注釈を続けますか?").arg(fileName),

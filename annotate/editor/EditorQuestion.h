@@ -15,9 +15,9 @@ namespace EditorQuestion {
 
 enum class Keep { save, discard, cancel };
 
-QMessageBox *askToKeep(const QString &fileName, QWidget *window, std::function<void(Keep)> answered);
+QMessageBox *askToKeep(const QString &fileName, QWidget *window, const std::function<void(Keep)> &answered);
 // Whether to go on with what an earlier editor left.
-QMessageBox *askToResume(const QString &fileName, QWidget *window, std::function<void(bool resume)> answered);
+QMessageBox *askToResume(const QString &fileName, QWidget *window, const std::function<void(bool resume)> &answered);
 
 } // namespace EditorQuestion
 } // namespace qm

@@ -33,8 +33,8 @@ static QIcon chip(const QColor &color, const QColor &rim, double ratio)
     return pixmap;
 }
 
-SwatchPanel::SwatchPanel(const QColor &current, std::function<void(const QColor &)> chosen, std::function<void()> more,
-                         QWidget *parent)
+SwatchPanel::SwatchPanel(const QColor &current, const std::function<void(const QColor &)> &chosen,
+                         std::function<void()> more, QWidget *parent)
     : QWidget(parent, Qt::Popup)
 {
     setAttribute(Qt::WA_DeleteOnClose);

@@ -17,7 +17,7 @@ public:
     static constexpr int count = 8;
 
     // The callbacks must be set; the panel closes before either is called.
-    SwatchPanel(const QColor &current, std::function<void(const QColor &)> chosen, std::function<void()> more,
+    SwatchPanel(const QColor &current, const std::function<void(const QColor &)> &chosen, std::function<void()> more,
                 QWidget *parent);
 
     void openBelow(const QWidget &button);

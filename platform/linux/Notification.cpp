@@ -15,7 +15,7 @@ static const QString service = QStringLiteral("org.freedesktop.Notifications");
 static const QString applicationId = QStringLiteral("org.quillmere.Quillmere"); // also the icon's name
 
 static void ask(const QString &method, const QVariantList &arguments,
-                std::function<void(const QDBusMessage &answer)> answered)
+                const std::function<void(const QDBusMessage &answer)> &answered)
 {
     const QDBusConnection bus = QDBusConnection::sessionBus();
     if (!bus.isConnected())
@@ -30,7 +30,7 @@ static void ask(const QString &method, const QVariantList &arguments,
     });
 }
 
-void Notification::show(const QString &title, const QString &text, std::function<void()> unserved)
+void Notification::show(const QString &title, const QString &text, const std::function<void()> &unserved)
 {
     const auto send = [title, text, unserved](const QDBusMessage &capabilities) {
         if (capabilities.type() != QDBusMessage::ReplyMessage)

@@ -3,7 +3,7 @@
 namespace qm {
 
 // The system's own centre takes signed applications only, and asks the user first; the menu bar's item can always tell.
-void Notification::show(const QString &, const QString &, std::function<void()> unserved)
+void Notification::show(const QString &, const QString &, const std::function<void()> &unserved)
 {
     unserved();
 }
