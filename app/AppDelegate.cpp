@@ -174,8 +174,8 @@ void AppDelegate::sessionEnds()
 
 bool AppDelegate::stop(std::chrono::milliseconds limit)
 {
-    // A capture ends when its user does; a picture just being put on the clipboard gets a moment more.
     m_annotationController.storeDrafts();
+    // A capture ends when its user does; a picture just being put on the clipboard gets a moment more.
     QElapsedTimer timer;
     timer.start();
     const bool indexStopped = OcrIndexer::stopShared(limit);

@@ -89,11 +89,7 @@ void Captures::captured(const CaptureResult &result)
         QGuiApplication::clipboard()->setText(result.color);
         return;
     }
-    if (!result.picture.image.isNull()) {
-        Pasteboard::setContent(result.picture);
-        m_fileOnClipboard = result.path;
-        m_onClipboard = QGuiApplication::clipboard()->mimeData();
-    }
+    putOnClipboard(result.picture, result.path);
     if (result.isRegion)
         UserDefaults::setRectangle(lastRegion, result.area);
     if (!result.error.isEmpty())
@@ -138,7 +134,11 @@ void Captures::say(const QString &title, const QString &text)
 
 void Captures::copyFile(const QString &file)
 {
-    const Pasteboard::Content content = Pasteboard::contentOf(file);
+    putOnClipboard(Pasteboard::contentOf(file), file);
+}
+
+void Captures::putOnClipboard(const Pasteboard::Content &content, const QString &file)
+{
     if (content.image.isNull())
         return;
     Pasteboard::setContent(content);

@@ -36,6 +36,7 @@ private:
     void sayWhereCapturesGo(); // if it is not where the settings say
     void say(const QString &title, const QString &text);
     void copyFile(const QString &file);
+    void putOnClipboard(const Pasteboard::Content &content, const QString &file); // nothing without an image
     void moveToTrash(const QString &file); // and off the clipboard, if it is there
 
     const std::function<void(const QString &, const QString &)> m_trayMessage;

@@ -26,8 +26,8 @@ StatusMenu::StatusMenu(std::function<void(const Command &)> chosen)
     add(Verb::library, u"Library…", u"ライブラリ…", Qt::CTRL | Qt::Key_F);
     add(Verb::settings, u"Settings…", u"設定…", Qt::CTRL | Qt::Key_Comma);
     addSeparator();
-    connect(this, &QMenu::aboutToShow, this, [this] { m_place = {}; }); // also when a tray is about to show it
     add(Verb::quit, u"Quit Quillmere", u"Quillmere を終了", Qt::CTRL | Qt::Key_Q);
+    connect(this, &QMenu::aboutToShow, this, [this] { m_place = {}; }); // also when a tray is about to show it
 }
 
 QRect StatusMenu::takePlace()

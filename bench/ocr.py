@@ -63,8 +63,9 @@ def main():
     total = [0, 0, 0, 0, 0, 0]
     for image in images:
         truth, got = image.with_suffix(".txt").read_text(encoding="utf-8"), fold(texts.get(str(image), ""))
+        folded = fold(truth)
         w, b = words(truth), pairs(truth)
-        said = [x in fold(truth) for x in words(got)] + [x in b for x in pairs(got)]
+        said = [x in folded for x in words(got)] + [x in b for x in pairs(got)]
         row = [sum(x in got for x in w), len(w), sum(x in got for x in b), len(b), sum(said), len(said)]
         total = [x + y for x, y in zip(total, row)]
         missed = sorted(x for x in w | b if x not in got)

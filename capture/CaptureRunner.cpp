@@ -43,7 +43,6 @@ std::optional<CaptureResult> captured(const CaptureTool::Request &request, const
 {
     const auto said = ChildProcess::run(tool, CaptureTool::arguments(request, path));
     CaptureResult result;
-    result.request = request;
     const QJsonObject what = QJsonDocument::fromJson(said ? said->output : QByteArray()).object();
     result.path = what[QStringLiteral("file")].toString(path);
     result.area = rectangle(what[QStringLiteral("area")].toArray());
@@ -70,7 +69,6 @@ std::optional<CaptureResult> scrolled(const CaptureTool::Request &request, const
         QFile::remove(target);
     const auto said = ChildProcess::run(tool, CaptureTool::scrollArguments(request, target));
     CaptureResult result;
-    result.request = request;
     result.path = path;
     if (!QFileInfo::exists(target)) {
         result.error = complaint(said ? said->errors : "the capture tool cannot be started");

@@ -16,10 +16,9 @@ namespace qm {
 
 // What became of a capture that was not cancelled.
 struct CaptureResult {
-    CaptureTool::Request request;
     QString path; // where the picture belongs, and is, if there is no error
-    Pasteboard::Content
-        picture;           // no image if the user took a colour, if it is lost, or if it is a saved scrolling capture
+    // No image if the user took a colour, if it is lost, or if it is a saved scrolling capture.
+    Pasteboard::Content picture;
     QImage thumbnail;      // as the runner was told to make it
     QRect area;            // what was captured, pixels of the whole desktop; null if the tool does not say
     bool isRegion = false; // area is a region of the user's own

@@ -1,18 +1,16 @@
 #include "imaging/DecodeBudget.h"
 
+#include "platform/Memory.h"
+
 #include <QCoreApplication>
 #include <QThread>
 
 #include <cstdlib>
 
-#ifdef __GLIBC__
-#include <malloc.h>
-#endif
-
 namespace qm {
 
 static constexpr qint64 unit = 1024; // a semaphore counts in int
-[[maybe_unused]] static constexpr int largeUnits = 64 * 1024;
+static constexpr int largeUnits = 64 * 1024;
 static constexpr qint64 everything = 512'000'000;
 
 static thread_local int sharesHeld = 0;
@@ -65,10 +63,8 @@ DecodeBudget::Share::~Share()
     if (!m_from)
         return;
     --sharesHeld;
-#ifdef __GLIBC__
     if (m_units > largeUnits) // or the allocator would keep dozens of megabytes for each thread
-        malloc_trim(0);
-#endif
+        Memory::returnFree();
     m_from->m_free.release(m_units);
 }
 

@@ -108,14 +108,11 @@ std::optional<qint64> ShotReader::version()
     if (!connect())
         return m_failed ? std::nullopt : std::optional<qint64>(0);
     Statement version = m_database->prepare("PRAGMA data_version"); // counts the commits of other connections
-    const bool known = version.nextRow();
-    const qint64 count = known ? version.int64(0) : 0;
-    if (!known) {
-        version = {}; // before its connection goes
+    if (!version.nextRow()) {
         giveUp();
         return std::nullopt;
     }
-    return (m_connections << 32) + count;
+    return (m_connections << 32) + version.int64(0);
 }
 
 ShotPlaces ShotReader::places(qint64 id)

@@ -26,7 +26,6 @@ public:
     // Runs one of the readers' statements of IndexSql: the pattern or words, if given, are parameter 1, followed by the
     // limit. Returns an empty list if there is no index yet or it cannot be read.
     QList<Shot> query(const char *sql, const std::optional<QString> &like, int limit);
-    bool failed() const { return m_failed; } // the last query met an index that cannot be read
 
 private:
     struct File {

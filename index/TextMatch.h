@@ -2,8 +2,6 @@
 
 #include <QStringList>
 
-#include <optional>
-
 namespace qm {
 
 // Finds what was searched in a recognised text, to show why a shot was found. Same rules as the search: "%" any text, "_"

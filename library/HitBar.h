@@ -4,7 +4,6 @@
 
 namespace qm {
 
-class IconButton;
 class SecondaryLabel;
 
 // Tells how many places of a shot match the search, and goes through them. Main thread.

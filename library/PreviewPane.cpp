@@ -139,9 +139,11 @@ void PreviewPane::findPlaces()
         return;
     m_finding.start(
         [find = m_places.find, id = m_shot->id, path = m_shot->path] {
+            Found found{find(id), {}};
             QFile file(path);
-            const bool open = file.open(QIODevice::ReadOnly);
-            return Found{find(id), open ? ImageFile::probe(file).value_or(QSize()) : QSize()};
+            if (found.places.boxes && file.open(QIODevice::ReadOnly))
+                found.size = ImageFile::probe(file).value_or(QSize());
+            return found;
         },
         [this, id = m_shot->id, text](const Found &found) {
             m_hasPlaces = found.places.boxes.has_value() && !found.size.isEmpty();

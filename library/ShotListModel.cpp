@@ -104,9 +104,11 @@ void ShotListModel::request(int row)
     m_visible[id] = {};
     auto completion = [self = QPointer(this), id, path = m_shots[row].path](const QImage &image) {
         // Null if unreadable, or if requested by a row that is gone; only what is known reaches the requesting row.
-        if (self && image.isNull())
+        if (!self || !self->m_visible.contains(id))
+            return;
+        if (image.isNull())
             self->lookFor(id, path);
-        else if (self)
+        else
             self->setThumbnail(id, image, false);
     };
     m_asking = true;

@@ -3,7 +3,6 @@
 #include "platform/ParentDeath.h"
 #include "platform/TerminationSignals.h"
 
-#include <QCoreApplication>
 #include <QProcess>
 #include <QThread>
 
@@ -47,21 +46,6 @@ std::optional<ChildProcess::Result> ChildProcess::run(const QString &program, co
     }
     take();
     return result;
-}
-
-void ChildProcess::start(const QString &program, const QStringList &arguments)
-{
-    auto *process = new QProcess(QCoreApplication::instance());
-    process->setStandardInputFile(QProcess::nullDevice());
-    process->setStandardOutputFile(QProcess::nullDevice());
-    process->setStandardErrorFile(QProcess::nullDevice());
-    process->setChildProcessModifier(&endWithParent);
-    QObject::connect(process, &QProcess::finished, process, &QObject::deleteLater);
-    QObject::connect(process, &QProcess::errorOccurred, process, [process](QProcess::ProcessError error) {
-        if (error == QProcess::FailedToStart) // the only end that finished() does not report
-            process->deleteLater();
-    });
-    process->start(program, arguments);
 }
 
 } // namespace qm

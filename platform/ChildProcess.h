@@ -27,9 +27,5 @@ struct Result {
 std::optional<Result> run(const QString &program, const QStringList &arguments, const QByteArray &input = {},
                           const Received &received = {});
 
-// Starts the program and returns at once. Its output is discarded and nobody waits for it, but it ends with this
-// process. Main thread. A failure to start is ignored.
-void start(const QString &program, const QStringList &arguments);
-
 } // namespace ChildProcess
 } // namespace qm

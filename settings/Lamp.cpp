@@ -5,8 +5,6 @@
 
 #include <QPainter>
 
-#include <cmath>
-
 namespace qm {
 
 Lamp::Lamp(const QString &text)
@@ -27,13 +25,9 @@ void Lamp::setLit(bool lit)
     update();
 }
 
-// Black or white text: both are equally readable at this luminance (WCAG 2.2).
 static QColor readableOn(const QColor &color)
 {
-    const auto linear = [](float c) { return c <= 0.04045F ? c / 12.92F : std::pow((c + 0.055F) / 1.055F, 2.4F); };
-    const float luminance =
-        0.2126F * linear(color.redF()) + 0.7152F * linear(color.greenF()) + 0.0722F * linear(color.blueF());
-    return luminance > 0.179F ? Qt::black : Qt::white;
+    return SystemLook::contrast(Qt::black, color) > SystemLook::contrast(Qt::white, color) ? Qt::black : Qt::white;
 }
 
 void Lamp::paintEvent(QPaintEvent *)

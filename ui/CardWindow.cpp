@@ -33,7 +33,6 @@ static constexpr int radius = 9;
 static QImage fitted(QImage thumbnail, double scale)
 {
     const QSize room = CardWindow::maxThumbnail * scale;
-    thumbnail.setDevicePixelRatio(1);
     if (thumbnail.width() > room.width() || thumbnail.height() > room.height())
         thumbnail = thumbnail.scaled(room, Qt::KeepAspectRatio, Qt::SmoothTransformation);
     thumbnail.setDevicePixelRatio(scale);

@@ -27,7 +27,6 @@ public:
     static std::shared_ptr<CardWindow> make(const QString &file, const QImage &thumbnail, QScreen &monitor,
                                             Actions actions, TaskQueue &time);
 
-    const QString &file() const { return m_file; }
     void slideIn();
 
     static constexpr QSize maxThumbnail{224, 150}; // points

@@ -6,7 +6,7 @@ namespace qm {
 
 // A small window in the lower right corner of a monitor, above all others: rounded, with a hairline that stands out from
 // what is light and from what is dark. The window manager does not know it, so it never has the focus and no keys reach it.
-// Main thread. Derived classes fill body() and paint nothing themselves.
+// Main thread. Derived classes fill body(), or paint over it after paintEvent() here.
 class FloatingPanel : public QWidget
 {
 public:

@@ -47,12 +47,17 @@ Overlay::Choice Overlay::run()
     return choice;
 }
 
+QString Overlay::unreadableScreen()
+{
+    return AppLocale::text(u"the display server does not allow reading the screen",
+                           u"ディスプレイサーバーが画面の読み取りを許可していません");
+}
+
 // Runs until something is chosen or cancelled, or nobody does either for too long. Returns the reason of a failure.
 QString Overlay::loop()
 {
     if (m_screen.pixels().isNull())
-        return AppLocale::text(u"the display server does not allow reading the screen",
-                               u"ディスプレイサーバーが画面の読み取りを許可していません");
+        return unreadableScreen();
     if (!m_desktop.isDimmed())
         m_desktop.paint(m_frame, m_screen.area());
     const QDeadlineTimer holdDeadline(m_options.patience);

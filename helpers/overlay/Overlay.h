@@ -35,6 +35,8 @@ public:
 
     Overlay(OverlayDesktop &desktop, const Options &options);
 
+    static QString unreadableScreen(); // the failure where FrozenScreen has no pixels
+
     Choice run(); // returns with the overlay off the screen
 
 private:

@@ -100,10 +100,12 @@ const QImage &OverlayScene::label(const QString &text, double scale, double maxW
 // All the keys where the monitor has room for them, otherwise the most important ones.
 const QImage &OverlayScene::hintFor(const Picker &picker, const Monitor &monitor)
 {
-    QImage &hint = m_labels[QStringLiteral("?%1|%2").arg(monitor.scale).arg(int(picker.mode()))];
-    for (const bool all : {true, false}) {
-        if (hint.isNull() || hint.width() > monitor.area.width())
-            hint = OverlaySprites::hint(hintText(picker, all), monitor.scale);
+    const int room = monitor.area.width();
+    QImage &hint = m_labels[QStringLiteral("?%1|%2|%3").arg(monitor.scale).arg(room).arg(int(picker.mode()))];
+    if (hint.isNull()) {
+        hint = OverlaySprites::hint(hintText(picker, true), monitor.scale);
+        if (hint.width() > room)
+            hint = OverlaySprites::hint(hintText(picker, false), monitor.scale);
     }
     return hint;
 }

@@ -114,7 +114,8 @@ QPoint Picker::takeWarp()
     return std::exchange(m_warp, {});
 }
 
-// Moves the selection, or with Ctrl the edges that the pointer drags; without one, the pointer, so that a corner can be placed on an exact pixel.
+// Moves the selection, or with Ctrl the edges that the pointer drags; without one, the pointer, so that a corner can be
+// placed on an exact pixel.
 void Picker::nudge(QPoint direction)
 {
     const QPoint by = direction * (m_shift ? 10 : 1);

@@ -86,14 +86,12 @@ Overlay::Choice choiceWithoutAsking(Curtain &curtain, const CaptureRequest &requ
         choice.failure =
             AppLocale::text(u"that part of the screen is no longer there", u"その範囲は画面にもうありません");
     else if (screen.pixels().isNull())
-        choice.failure = AppLocale::text(u"the display server does not allow reading the screen",
-                                         u"ディスプレイサーバーが画面の読み取りを許可していません");
+        choice.failure = Overlay::unreadableScreen();
     return choice;
 }
 
 // Writes the picture to the request's path. If that is one of our names and meanwhile belongs to another capture, the
-// next second's is taken.
-// Where that fails, to the request's other path, for this user's eyes only.
+// next second's is taken. Where that fails, to the request's other path, for this user's eyes only.
 int save(const CaptureRequest &request, const Image &image, QJsonObject what)
 {
     QString path = QFile::decodeName(request.path);

@@ -1,15 +1,14 @@
 #include "helpers/qmocr/Frames.h"
 
 #include "helpers/qmocr/Components.h"
-#include "helpers/qmocr/Preprocess.h"
 
 #include <algorithm>
 
 namespace qm::ocr {
 
-// Clears the long straight parts of a frame or line, and whatever small bits then remain of it.
 static constexpr int frameBelow = 200; // grey level; frames are often fainter than text
 
+// Clears the long straight parts of a frame or line, and whatever small bits then remain of it.
 static void clearFrame(QImage &normalised, const Component &component, int unit)
 {
     const QRect box = component.box;
@@ -43,9 +42,10 @@ static void clearFrame(QImage &normalised, const Component &component, int unit)
                 clear(run);
     for (int y = 0; y < box.height(); ++y) {
         const uchar *in = mask.constScanLine(y);
+        uchar *out = normalised.scanLine(box.top() + y) + box.left();
         for (int x = 0; x < box.width(); ++x)
             if (in[x] == 100)
-                normalised.scanLine(box.top() + y)[box.left() + x] = 255;
+                out[x] = 255;
     }
 }
 

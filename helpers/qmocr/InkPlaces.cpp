@@ -112,8 +112,6 @@ static std::vector<Part> partsOf(const Ink &ink, double em)
         Part part{.left = ink.left + left, .right = ink.left + x};
         if (at(x) > 0)
             part.cut = 0.4 + 2.0 * at(x) / height;
-        else if (!parts.empty() && parts.back().right < part.left && parts.back().cut > 0)
-            parts.back().cut = 0;
         parts.push_back(part);
     }
     for (size_t i = 0; i + 1 < parts.size(); ++i)

@@ -111,9 +111,8 @@ QImage normalised(const QImage &gray)
         for (int y = tile.top(); y <= tile.bottom(); ++y)
             std::fill_n(levels.scanLine(y) + tile.left(), tile.width(), level);
     });
-    levels = grounds(gray, std::move(levels));
 
-    QImage result = std::move(levels); // the distances from the ground, then the result
+    QImage result = grounds(gray, std::move(levels)); // the distances from the ground, then the result
     for (int y = 0; y < gray.height(); ++y) {
         const uchar *in = gray.constScanLine(y);
         uchar *out = result.scanLine(y);

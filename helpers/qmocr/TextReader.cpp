@@ -70,7 +70,7 @@ static bool hasJapanese(const Line &line)
                        [](const Symbol &symbol) { return isJapanese(symbol); });
 }
 
-void TextReader::readAgain(const Piece &piece, const QList<Line *> &lines, std::optional<Engine> &engine,
+void TextReader::readAgain(const Piece &piece, double scale, const QList<Line *> &lines, std::optional<Engine> &engine,
                            const QString &languages)
 {
     if (lines.isEmpty())
@@ -80,7 +80,7 @@ void TextReader::readAgain(const Piece &piece, const QList<Line *> &lines, std::
     QList<QRect> areas;
     for (const Line *line : lines)
         areas += areaOf(*line).translated(-piece.place);
-    const QList<QList<Line>> again = engine->read(piece.prepared, scaleFor(piece.prepared), areas);
+    const QList<QList<Line>> again = engine->read(piece.prepared, scale, areas);
     for (qsizetype i = 0; i < lines.size(); ++i) {
         QList<Symbol> symbols;
         for (Line line : again[i]) {
@@ -109,8 +109,9 @@ QList<Line> TextReader::second(const QImage &gray, const QList<Line> &first, Box
         if (latin.isEmpty() && japanese.isEmpty() && boxes == Boxes::no)
             continue;
         const Piece piece{prepared(gray.copy(area)), area.topLeft()};
-        readAgain(piece, latin, m_latin, QStringLiteral("eng"));
-        readAgain(piece, japanese, m_japanese, QStringLiteral("jpn"));
+        const double scale = latin.isEmpty() && japanese.isEmpty() ? 1 : scaleFor(piece.prepared);
+        readAgain(piece, scale, latin, m_latin, QStringLiteral("eng"));
+        readAgain(piece, scale, japanese, m_japanese, QStringLiteral("jpn"));
         for (Line *line : std::as_const(here)) {
             *line = lineOf(withoutNoise(line->symbols)).value_or(Line());
             line->translate(-piece.place);

@@ -30,7 +30,7 @@ private:
         QPoint place;
     };
     // Replaces the lines, which all stand in the piece, by what is better of another engine's reading.
-    void readAgain(const Piece &piece, const QList<Line *> &lines, std::optional<Engine> &engine,
+    void readAgain(const Piece &piece, double scale, const QList<Line *> &lines, std::optional<Engine> &engine,
                    const QString &languages);
 
     QString m_languages;

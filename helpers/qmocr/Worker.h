@@ -1,6 +1,6 @@
 #pragma once
 
-#include "helpers/qmocr/WireFormat.h"
+#include "helpers/qmocr/Line.h"
 
 #include <QString>
 

@@ -1,14 +1,11 @@
 #include "platform/Notification.h"
 
-#include <QDBusConnection>
-#include <QDBusMessage>
-#include <QDBusPendingCallWatcher>
+#include "platform/linux/SessionBus.h"
+
 #include <QStringList>
 #include <QVariantMap>
 
 namespace qm {
-
-static constexpr int answerLimit = 5000; // ms; the bus may have to start the server first
 
 // freedesktop.org's Desktop Notifications Specification.
 static const QString service = QStringLiteral("org.freedesktop.Notifications");
@@ -17,17 +14,7 @@ static const QString applicationId = QStringLiteral("org.quillmere.Quillmere"); 
 static void ask(const QString &method, const QVariantList &arguments,
                 const std::function<void(const QDBusMessage &answer)> &answered)
 {
-    const QDBusConnection bus = QDBusConnection::sessionBus();
-    if (!bus.isConnected())
-        return answered({}); // a call would never end
-    QDBusMessage call =
-        QDBusMessage::createMethodCall(service, QStringLiteral("/org/freedesktop/Notifications"), service, method);
-    call.setArguments(arguments);
-    auto *watcher = new QDBusPendingCallWatcher(bus.asyncCall(call, answerLimit));
-    QObject::connect(watcher, &QDBusPendingCallWatcher::finished, watcher, [watcher, answered] {
-        watcher->deleteLater();
-        answered(watcher->reply());
-    });
+    SessionBus::ask(service, QStringLiteral("/org/freedesktop/Notifications"), method, arguments, answered);
 }
 
 void Notification::show(const QString &title, const QString &text, const std::function<void()> &unserved)

@@ -74,12 +74,9 @@ private:
         m_connection = m_server.connection.get();
         if (!m_connection)
             return;
-        const std::string name = "_NET_SYSTEM_TRAY_S" + std::to_string(m_server.screenNumber);
-        const Reply<xcb_intern_atom_reply_t> atom(xcb_intern_atom_reply(
-            m_connection, xcb_intern_atom(m_connection, 0, uint16_t(name.size()), name.c_str()), nullptr));
-        if (!atom)
+        m_selection = m_server.screenAtom("_NET_SYSTEM_TRAY_S");
+        if (m_selection == XCB_ATOM_NONE)
             return;
-        m_selection = atom->atom;
 
         const xcb_query_extension_reply_t *fixes = xcb_get_extension_data(m_connection, &xcb_xfixes_id);
         if (fixes && fixes->present) {
@@ -99,14 +96,7 @@ private:
         });
     }
 
-    bool selectionIsOwned() const
-    {
-        if (m_selection == XCB_NONE)
-            return false;
-        const Reply<xcb_get_selection_owner_reply_t> answer(
-            xcb_get_selection_owner_reply(m_connection, xcb_get_selection_owner(m_connection, m_selection), nullptr));
-        return answer && answer->owner != XCB_NONE;
-    }
+    bool selectionIsOwned() const { return m_server.isOwned(m_selection); }
 
     std::function<void()> m_appeared; // empty once called
     X11Server m_server;

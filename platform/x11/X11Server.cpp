@@ -15,4 +15,21 @@ X11Server X11Server::connect()
     return server;
 }
 
+xcb_atom_t X11Server::screenAtom(const std::string &prefix) const
+{
+    const std::string name = prefix + std::to_string(screenNumber);
+    const Reply<xcb_intern_atom_reply_t> atom(xcb_intern_atom_reply(
+        connection.get(), xcb_intern_atom(connection.get(), 0, uint16_t(name.size()), name.c_str()), nullptr));
+    return atom ? atom->atom : xcb_atom_t(XCB_ATOM_NONE);
+}
+
+bool X11Server::isOwned(xcb_atom_t selection) const
+{
+    if (selection == XCB_ATOM_NONE)
+        return false;
+    const Reply<xcb_get_selection_owner_reply_t> answer(
+        xcb_get_selection_owner_reply(connection.get(), xcb_get_selection_owner(connection.get(), selection), nullptr));
+    return answer && answer->owner != XCB_NONE;
+}
+
 } // namespace qm

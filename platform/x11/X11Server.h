@@ -2,6 +2,7 @@
 
 #include <cstdlib>
 #include <memory>
+#include <string>
 #include <xcb/xcb.h>
 
 namespace qm {
@@ -23,6 +24,10 @@ struct X11Server {
     int screenNumber = 0;
 
     static X11Server connect();
+
+    // The selection of this screen that a desktop's component owns, "_NET_SYSTEM_TRAY_S" say; XCB_ATOM_NONE if refused.
+    xcb_atom_t screenAtom(const std::string &prefix) const;
+    bool isOwned(xcb_atom_t selection) const;
 };
 
 } // namespace qm

@@ -133,6 +133,8 @@ private Q_SLOTS:
         QCOMPARE(rows(*m_database, "SELECT ocr_text, ocr_done FROM shots ORDER BY id", 2),
                  QStringList({u"old|1"_s, u"t|1"_s}));
         // They go with the shot, and with the text of a file that changes.
+        QVERIFY(m_database->execute("INSERT INTO shot_boxes VALUES(1, x'00')"));
+        QVERIFY(QFile::remove(m_home->file(u"one.png"_s)));
         FolderScan::scan(*m_database, {.named = {m_home->file(u"two.png"_s).toUtf8()}});
         QCOMPARE(rows(*m_database, kept.toUtf8().constData(), 2), QStringList());
     }
