@@ -6,6 +6,7 @@
 #include "index/IndexSql.h"
 #include "index/OcrRunner.h"
 #include "index/SearchText.h"
+#include "index/ShotEraser.h"
 #include "index/ShotStore.h"
 #include "index/TakenAt.h"
 #include "index/TextMatch.h"
@@ -13,6 +14,8 @@
 #include "platform/ToolPaths.h"
 #include "ui/AppLocale.h"
 
+#include <QDir>
+#include <QFile>
 #include <QFileInfo>
 
 namespace qm {
@@ -173,6 +176,29 @@ Exit Commands::search(Console &console, const QString &searched, int limit)
         console.remark(text(u"nothing holds exactly this; these hold all of the words",
                             u"この通りの文字列は見つかりません。すべての語を含むものを表示します"));
     return show(console, result.shots, SearchText::terms(searched, result.match));
+}
+
+Exit Commands::forget(Console &console, const QStringList &files)
+{
+    QList<QByteArray> paths;
+    for (const QString &file : files)
+        paths.append(QFile::encodeName(QDir::cleanPath(QFileInfo(file).absoluteFilePath())));
+    Database database(ShotStore::databasePath(), Database::Access::write);
+    if (!database.open())
+        return cannotOpen(console, database);
+    const ShotEraser::Outcome outcome = ShotEraser::forget(database, paths);
+    if (!outcome.error.isEmpty())
+        return console.fail(text(u"some of it may still be in the index or a copy of it: %1; try again",
+                                 u"索引またはその控えに一部が残っている可能性があります: %1。もう一度お試しください")
+                                .arg(outcome.error));
+    for (const QByteArray &path : outcome.unknown)
+        console.remark(
+            text(u"not in the index: %1", u"索引にありません: %1").arg(console.printable(QFile::decodeName(path))));
+    if (console.json())
+        console.row({{QStringLiteral("forgotten"), outcome.forgotten}});
+    else
+        console.line(text(u"%1 forgotten", u"%1 件の文字を消去しました").arg(outcome.forgotten));
+    return outcome.unknown.isEmpty() ? Exit::success : Exit::nothingFound;
 }
 
 Exit Commands::list(Console &console, int limit)

@@ -17,6 +17,7 @@ Exit search(Console &console, const QString &text, int limit);
 Exit list(Console &console, int limit);
 Exit status(Console &console);
 Exit failures(Console &console); // pictures that cannot be read
+Exit forget(Console &console, const QStringList &files);
 
 } // namespace Commands
 } // namespace qm

@@ -20,6 +20,8 @@ static QString usage()
                 "  list                 list the newest pictures\n"
                 "  status [--failed]    show the paths, counts and settings in force,\n"
                 "                       or the pictures that cannot be read, and why\n"
+                "  forget FILE...       take the text of pictures out of the index; they are\n"
+                "                       not read again until they change\n"
                 "\n"
                 "  --limit N            show at most N results of search and list (200)\n"
                 "  --json               print one JSON object per line\n"
@@ -34,6 +36,7 @@ static QString usage()
                 "                       % は任意の文字列、_ は任意の一文字\n"
                 "  list                 新しい画像の一覧\n"
                 "  status [--failed]    使用中のパス、件数、設定（--failed なら読み取れない画像とその理由）\n"
+                "  forget ファイル...   画像の文字を索引から消去する（変更されるまで読み取らない）\n"
                 "\n"
                 "  --limit N            search と list の件数の上限（200）\n"
                 "  --json               1行に1つのJSONオブジェクト\n"
@@ -54,7 +57,8 @@ static Exit run(const QCommandLineParser &parser, Console &console)
         return wrong(
             text(u"--limit must be a whole number, 1 or greater", u"--limit には1以上の整数を指定してください"));
     const bool searches = command == u"search";
-    if (searches ? words.size() < 2 : words.size() != 1)
+    const bool forgets = command == u"forget";
+    if (searches || forgets ? words.size() < 2 : words.size() != 1)
         return wrong(words.isEmpty()
                          ? text(u"no command given", u"コマンドを指定してください")
                          : text(u"wrong number of arguments to %1", u"%1 の引数の数が違います").arg(command));
@@ -74,6 +78,8 @@ static Exit run(const QCommandLineParser &parser, Console &console)
                              parser.isSet(QStringLiteral("all")) ? Commands::Batches::all : Commands::Batches::one);
     if (searches) // the words as they would stand in a picture
         return Commands::search(console, words.sliced(1).join(u' '), limit);
+    if (forgets)
+        return Commands::forget(console, words.sliced(1));
     if (command == u"list")
         return Commands::list(console, limit);
     if (command == u"status")

@@ -61,15 +61,22 @@ inline constexpr char countWaiting[] = "SELECT COUNT(*) FROM shots WHERE ocr_don
 inline constexpr char waiting[] = "SELECT id, path FROM shots WHERE ocr_done = 0 "
                                   "ORDER BY id IN (SELECT shot_id FROM shot_failures), mtime_ms DESC LIMIT ?"; // limit
 inline constexpr char leaveWaiting[] = "UPDATE shots SET ocr_done = 0 WHERE id = ?";                           // id
-inline constexpr char storeText[] = "UPDATE shots SET ocr_text = ?, ocr_done = 1 WHERE id = ?"; // text, id
-inline constexpr char giveUp[] = "UPDATE shots SET ocr_done = 1 WHERE id = ?";                  // id
+// A shot that was forgotten while it was being read stays so: done, and without a text.
+inline constexpr char storeText[] = "UPDATE shots SET ocr_text = ?, ocr_done = 1 "
+                                    "WHERE id = ? AND (ocr_done = 0 OR ocr_text IS NOT NULL)"; // text, id
+inline constexpr char giveUp[] = "UPDATE shots SET ocr_done = 1 WHERE id = ?";                 // id
 inline constexpr char recordFailure[] =
     "INSERT INTO shot_failures(shot_id, reason, since_ms) VALUES(?1, ?2, ?3) "
     "ON CONFLICT(shot_id) DO UPDATE SET reason = ?2 WHERE reason <> ?2"; // id, reason, milliseconds since 1970
-inline constexpr char storeBoxes[] = "INSERT OR REPLACE INTO shot_boxes(shot_id, boxes) VALUES(?, ?)"; // id, boxes
-inline constexpr char forgetBoxes[] = "DELETE FROM shot_boxes WHERE shot_id = ?";                      // id
-inline constexpr char readShot[] = "SELECT id, path FROM shots WHERE id = ? AND ocr_done = 1";         // id
-inline constexpr char forgetFailure[] = "DELETE FROM shot_failures WHERE shot_id = ?";                 // id
+inline constexpr char storeBoxes[] =
+    "INSERT OR REPLACE INTO shot_boxes(shot_id, boxes) "
+    "SELECT id, ?2 FROM shots WHERE id = ?1 AND (ocr_done = 0 OR ocr_text IS NOT NULL)"; // id, boxes, before the text
+inline constexpr char forgetBoxes[] = "DELETE FROM shot_boxes WHERE shot_id = ?";        // id
+inline constexpr char readShot[] =
+    "SELECT id, path FROM shots WHERE id = ? AND ocr_done = 1 AND ocr_text IS NOT NULL";            // id
+inline constexpr char forgetFailure[] = "DELETE FROM shot_failures WHERE shot_id = ?";              // id
+inline constexpr char sameName[] = "SELECT id, path FROM shots WHERE path = ? OR filename = ?";     // path, filename
+inline constexpr char forgetText[] = "UPDATE shots SET ocr_text = NULL, ocr_done = 1 WHERE id = ?"; // id
 inline constexpr char forgetFailuresOfGone[] = "DELETE FROM shot_failures WHERE shot_id NOT IN (SELECT id FROM shots)";
 
 // The readers. Columns are those of Shot.

@@ -86,6 +86,47 @@ private Q_SLOTS:
         QCOMPARE(m_output, u"0 new, 0 changed, 45 gone, 0 in the index\n"_s);
     }
 
+    void whatIsForgottenIsNowhere()
+    {
+        addShots(3);
+        qms(u"scan"_s);
+        qms(u"ocr"_s);
+        const QString folder = m_home->file(u".quillmere"_s), shot = u"/captures/Quillmere 2026-03-05-14-07-01.png"_s;
+        const auto traces = [&] {
+            int count = 0;
+            for (const QString &name : {u"db.sqlite"_s, u"db.sqlite.form3"_s})
+                count += int(m_home->read(u".quillmere/"_s + name).count("total 請求書 Quillmere 2026-03-05-14-07-01"));
+            return count;
+        };
+        {
+            Database database(ShotStore::databasePath(), Database::Access::write);
+            QVERIFY(database.open() && database.execute("INSERT INTO shot_boxes VALUES(2, 'places')"));
+            QVERIFY(database.execute("PRAGMA secure_delete = OFF") && database.execute("UPDATE shots SET path = path"));
+            QVERIFY(QFile::copy(ShotStore::databasePath(), ShotStore::databasePath() + u".form3"_s));
+        }
+        QCOMPARE(traces(), 2);
+        QVERIFY(QFile::link(folder, m_home->file(u"link"_s))); // the name by which the user knows the folder
+        QProcess forget;
+        forget.start(program(u"qms"_s), {u"forget"_s, m_home->file(u"link"_s) + shot, u"/no/such.png"_s});
+        QVERIFY(forget.waitForFinished(60000));
+        QCOMPARE(forget.exitCode(), 1);
+        QCOMPARE(forget.readAllStandardOutput(), "1 forgotten\n");
+        QCOMPARE(forget.readAllStandardError(), "qms: not in the index: /no/such.png\n");
+        QCOMPARE(traces(), 0);
+        QCOMPARE(qms(u"search total"_s), 0);
+        QCOMPARE(m_output.count(u"total"_s), 2);
+        QCOMPARE(qms(u"list"_s), 0);
+        QCOMPARE(m_output.count(u'\n'), 3);
+        // It is read again only when it changes.
+        qms(u"scan"_s);
+        qms(u"ocr"_s);
+        QCOMPARE(m_output, u"0 read, 0 still waiting\n"_s);
+        m_home->write(u".quillmere"_s + shot, "changed");
+        qms(u"scan"_s);
+        qms(u"ocr"_s);
+        QCOMPARE(m_output, u"1 read, 0 still waiting\n"_s);
+    }
+
     void wrongUse()
     {
         QCOMPARE(qms(u"search nothing"_s), 1);
@@ -94,6 +135,7 @@ private Q_SLOTS:
             {u""_s, u"no command"_s},
             {u"nonsense"_s, u"no such command: nonsense"_s},
             {u"search"_s, u"wrong number of arguments to search"_s},
+            {u"forget"_s, u"wrong number of arguments to forget"_s},
             {u"list words"_s, u"wrong number of arguments to list"_s},
             {u"scan --limit 3"_s, u"--limit can only be used"_s},
             {u"list --limit no"_s, u"--limit"_s},

@@ -1,6 +1,7 @@
 #include "index/FolderScan.h"
 #include "index/IndexSql.h"
 #include "index/OcrRunner.h"
+#include "index/ShotEraser.h"
 #include "tests/support/IndexFixture.h"
 #include "tests/support/TempHome.h"
 
@@ -137,6 +138,22 @@ private Q_SLOTS:
         QVERIFY(QFile::remove(m_home->file(u"one.png"_s)));
         FolderScan::scan(*m_database, {.named = {m_home->file(u"two.png"_s).toUtf8()}});
         QCOMPARE(rows(*m_database, kept.toUtf8().constData(), 2), QStringList());
+    }
+
+    void whatIsForgottenWhileItIsReadStaysSo()
+    {
+        addRow(u"one.png"_s);
+        addRow(u"two.png"_s);
+        const QString helper =
+            m_home->script(u"helper"_s, R"(while read -r p; do printf '{"path": "%s", "text": "t", "lines": )"
+                                        R"([{"box": [1,2,30,4], "words": [[0,1,1,2,3,4]]}]}\n' "$p"; done)");
+        OcrRunner::run(*m_database, helper, 40, [this](int, int) {
+            QCOMPARE(ShotEraser::forget(*m_database, {m_home->file(u"one.png"_s).toUtf8()}).forgotten, 1);
+        });
+        QCOMPARE(rows(*m_database, all, 3), QStringList({u"one.png|-|1"_s, u"two.png|t|1"_s}));
+        QCOMPARE(rows(*m_database, "SELECT shot_id FROM shot_boxes", 1), QStringList(u"2"_s));
+        OcrRunner::readAgain(*m_database, helper, 1);
+        QCOMPARE(rows(*m_database, all, 3).first(), u"one.png|-|1"_s);
     }
 
     void reasonsAreKept()
