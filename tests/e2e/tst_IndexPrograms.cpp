@@ -101,10 +101,15 @@ private Q_SLOTS:
         {
             Database database(ShotStore::databasePath(), Database::Access::write);
             QVERIFY(database.open() && database.execute("INSERT INTO shot_boxes VALUES(2, 'places')"));
-            QVERIFY(database.execute("PRAGMA secure_delete = OFF") && database.execute("UPDATE shots SET path = path"));
+            // SQLite leaves behind what it has removed or moved, unless it was built otherwise.
+            QVERIFY(database.execute("PRAGMA secure_delete = OFF"));
+            for (int i = 0; i < 9; ++i)
+                database.execute("INSERT INTO shots(path, filename, indexed_at, ocr_text) SELECT max(id), '', '', "
+                                 "ocr_text FROM shots WHERE path LIKE '%01.png' OR id > 3");
+            QVERIFY(database.execute("DELETE FROM shots WHERE id > 3"));
             QVERIFY(QFile::copy(ShotStore::databasePath(), ShotStore::databasePath() + u".form3"_s));
         }
-        QCOMPARE(traces(), 2);
+        QVERIFY(traces() > 2);                                 // SQLite leaves behind what it has moved
         QVERIFY(QFile::link(folder, m_home->file(u"link"_s))); // the name by which the user knows the folder
         QProcess forget;
         forget.start(program(u"qms"_s), {u"forget"_s, m_home->file(u"link"_s) + shot, u"/no/such.png"_s});
