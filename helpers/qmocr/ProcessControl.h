@@ -16,6 +16,11 @@ void endWhenHungUp(int descriptor);
 // first to be killed when memory runs out, no core files.
 void confineWorker(quint64 memoryLimit);
 
+// From here on, neither this process nor what it may become can write, create or remove files, run programs, open sockets or
+// reach other processes: a picture that takes over its decoder gets no further. Reading stays possible. False if the
+// system does not offer this; then nothing untrusted should be opened.
+bool enterSandbox();
+
 // CPU time used by another process so far; zero if unknown.
 std::chrono::milliseconds processorTime(qint64 process);
 

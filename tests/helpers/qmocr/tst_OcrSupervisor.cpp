@@ -7,7 +7,13 @@
 #include <QJsonObject>
 #include <QTest>
 
+#include <fcntl.h>
+#include <functional>
+#include <linux/landlock.h>
 #include <sys/resource.h>
+#include <sys/socket.h>
+#include <sys/stat.h>
+#include <sys/syscall.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -85,6 +91,48 @@ private Q_SLOTS:
         }
         int status = -1;
         QVERIFY(waitpid(child, &status, 0) == child && status == 0);
+    }
+
+    void aWorkerCanOnlyRead()
+    {
+        m_home = std::make_unique<qm::TempHome>();
+        m_home->write(u"file"_s, "x");
+        const QByteArray file = m_home->file(u"file"_s).toUtf8(), other = file + "2";
+        const QByteArray parent = "/proc/" + QByteArray::number(getpid()) + "/mem";
+        const bool landlock = syscall(SYS_landlock_create_ruleset, nullptr, 0, LANDLOCK_CREATE_RULESET_VERSION) > 0;
+        const int writable = open(file.constData(), O_RDWR | O_CLOEXEC);
+        const std::function<int()> denied[] = {
+            [&] { return open(file.constData(), O_WRONLY); },
+            [&] { return open(file.constData(), O_RDWR); },
+            [&] { return open(file.constData(), O_RDONLY | O_TRUNC); },
+            [&] { return open(other.constData(), O_RDONLY | O_CREAT, 0600); },
+            [&] { return truncate(file.constData(), 0); },
+            [&] { return ftruncate(writable, 0); },
+            [&] { return unlink(file.constData()); },
+            [&] { return rename(file.constData(), other.constData()); },
+            [&] { return link(file.constData(), other.constData()); },
+            [&] { return mkdir(other.constData(), 0700); },
+            [&] { return chmod(file.constData(), 0777); },
+            [&] { return execl("/bin/false", "false", nullptr); },
+            [&] { return socket(AF_INET, SOCK_STREAM, 0); },
+            [&] { return socket(AF_UNIX, SOCK_STREAM, 0); },
+            [&] { return kill(getppid(), 0); },
+            [&] { return int(syscall(SYS_io_uring_setup, 1, nullptr)); },
+            [&] { return int(syscall(SYS_openat2, AT_FDCWD, file.constData(), nullptr, 0)); },
+            [&] { return landlock ? open(parent.constData(), O_RDONLY) : -1; },
+        };
+        for (size_t i = 0; i < std::size(denied); ++i) {
+            const pid_t child = fork();
+            if (child == 0) {
+                const bool confined = enterSandbox();
+                const bool reads = open(file.constData(), O_RDONLY | O_CLOEXEC) >= 0;
+                _exit(confined && reads && denied[i]() == -1 ? 0 : 1);
+            }
+            int status = -1;
+            QVERIFY(waitpid(child, &status, 0) == child);
+            QVERIFY2(status == 0, qPrintable(QString::number(i)));
+        }
+        ::close(writable);
     }
 
     void init()
