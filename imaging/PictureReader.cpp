@@ -4,6 +4,7 @@
 #include "imaging/ExifTags.h"
 #include "imaging/HeifReader.h"
 #include "imaging/JpegReader.h"
+#include "imaging/TiffReader.h"
 #include "imaging/WebpReader.h"
 
 #include <QImageReader>
@@ -125,6 +126,8 @@ static Decoded readByFormat(QIODevice &file, const PictureReader::Wish &wish, Ro
         decoded = JpegReader::read(file, wish.smallestLongEdge, sink);
     else if (WebpReader::isWebp(head))
         decoded = WebpReader::read(file, wish.smallestLongEdge, sink);
+    else if (TiffReader::isTiff(head))
+        decoded = TiffReader::read(file, sink);
     if (decoded != Decoded::notTaken)
         return decoded;
     return file.seek(0) ? readByQt(file, sink) : Decoded::nothing;

@@ -177,6 +177,50 @@ private Q_SLOTS:
         }
     }
 
+    // Written here, as Qt writes neither of them: little endian, in two strips, of which the second may lack rows.
+    void alphaOfTiff()
+    {
+        const auto tiff = [](const QByteArray &pixels, int samples, int kindOfAlpha) {
+            QByteArray file("II*\0", 4);
+            const auto put = [&](auto... values) {
+                ((file += QByteArray(reinterpret_cast<const char *>(&values), sizeof values)), ...);
+            };
+            const auto tag = [&](quint16 number, quint16 type, quint32 count, quint32 value) {
+                put(number, type, count, value);
+            };
+            put(quint32(8), quint16(10));
+            tag(256, 3, 1, 2);                                              // width
+            tag(257, 3, 1, 2);                                              // height
+            tag(258, 3, quint32(samples), samples == 2 ? 0x00080008 : 134); // bits per sample
+            tag(262, 3, 1, samples == 2 ? 1 : 2);                           // grey or RGB
+            tag(273, 4, 2, 142);                                            // where the strips are
+            tag(274, 3, 1, 1);                                              // orientation
+            tag(277, 3, 1, quint32(samples));
+            tag(278, 3, 1, 1);   // rows per strip
+            tag(279, 4, 2, 150); // their bytes
+            tag(338, 3, 1, quint32(kindOfAlpha));
+            put(quint32(0), quint32(0x00080008), quint32(0x00080008), quint32(158), quint32(158 + pixels.size() / 2),
+                quint32(pixels.size() / 2), quint32(pixels.size() / 2));
+            return file + pixels;
+        };
+        const QByteArray colours = QByteArray::fromHex("40201080 ff0000ff 00ff0040 00000000");
+        const QByteArray greys = QByteArray::fromHex("4080 80ff 1040 0000");
+        const auto pixels = [](const QByteArray &file) {
+            const QImage image = load(file).image.pixels.convertToFormat(QImage::Format_ARGB32);
+            QList<QRgb> all;
+            for (int i = 0; i < image.width() * image.height(); ++i)
+                all.append(image.pixel(i % 2, i / 2));
+            return all;
+        };
+        using Pixels = QList<QRgb>;
+        QCOMPARE(pixels(tiff(colours, 4, 2)), Pixels({0x80402010, 0xffff0000, 0x4000ff00, 0}));
+        QCOMPARE(pixels(tiff(colours, 4, 1)).first(), 0x80804020);
+        QCOMPARE(pixels(tiff(greys, 2, 2)), Pixels({0x80404040, 0xff808080, 0x40101010, 0}));
+        QCOMPARE(pixels(tiff(greys, 2, 1)).first(), 0x80808080);
+        const auto cut = load(tiff(colours, 4, 2).chopped(4));
+        QVERIFY(cut.isCut && cut.image.pixels.pixel(0, 0) == 0x80402010);
+    }
+
     void sixteenBitsStay()
     {
         QImage image(20, 10, QImage::Format_RGBA64);
