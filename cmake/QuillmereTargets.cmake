@@ -40,6 +40,10 @@ endif()
 if(QM_SANITIZE)
     add_compile_options(-fsanitize=${QM_SANITIZE} -fno-sanitize-recover=all -fno-omit-frame-pointer)
     add_link_options(-fsanitize=${QM_SANITIZE})
+elseif(NOT APPLE)
+    # As Debian hardens its packages. Binding all symbols at the start costs qmcapture 0.05 ms, the other programs up to 2 ms.
+    add_compile_options(-fstack-protector-strong $<$<CONFIG:Release>:-U_FORTIFY_SOURCE> $<$<CONFIG:Release>:-D_FORTIFY_SOURCE=2>)
+    add_link_options(LINKER:-z,relro LINKER:-z,now)
 endif()
 
 function(qm_target_name result folder)
