@@ -1,5 +1,7 @@
 #include "config/SettingsFile.h"
 
+#include "platform/DiskSync.h"
+
 #include <QFile>
 #include <QFileInfo>
 #include <QJsonDocument>
@@ -30,9 +32,10 @@ static QString brokenCopyOf(const QString &path)
 
 static Outcome writeWhole(QSaveFile &file, const QByteArray &bytes)
 {
-    // commit() does not notice that a buffer failed to reach the disk; flush() does.
+    // commit() syncs the content; but it does not notice that a buffer failed to reach the disk, which flush() does.
     if (!file.open(QIODevice::WriteOnly) || file.write(bytes) != bytes.size() || !file.flush() || !file.commit())
         return Outcome::failure(QStringLiteral("%1: %2").arg(file.fileName(), file.errorString()));
+    DiskSync::names(file.fileName());
     return Outcome::success();
 }
 

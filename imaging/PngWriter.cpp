@@ -2,6 +2,7 @@
 
 #include "imaging/Deflater.h"
 #include "imaging/PngKernels.h"
+#include "platform/DiskSync.h"
 
 #include <QBuffer>
 #include <QColorSpace>
@@ -11,6 +12,7 @@
 
 #include <libdeflate.h>
 
+#include <cerrno>
 #include <cmath>
 #include <sys/stat.h>
 #include <utility>
@@ -257,7 +259,10 @@ Outcome PngWriter::write(const QString &path, const Image &image)
         return Outcome::failure(file.errorString());
     const bool well = writeTo(file, image);
     // commit() alone misses that the last buffered bytes found the disk full; flush() does not.
-    return well && file.flush() && file.commit() ? Outcome::success() : Outcome::failure(file.errorString());
+    if (!well || !file.flush() || !file.commit())
+        return Outcome::failure(file.errorString());
+    DiskSync::names(path); // commit() syncs the content
+    return Outcome::success();
 }
 
 Outcome PngWriter::writeNew(const QString &path, const Image &image)
@@ -270,9 +275,14 @@ Outcome PngWriter::writeNew(const QString &path, const Image &image)
         return Outcome::failure(file.errorString());
     const mode_t mask = umask(0); // the only way to read it
     umask(mask);
-    if (!writeTo(file, image) || !file.flush() || fchmod(file.handle(), 0666 & ~mask) != 0 || !file.rename(path))
+    if (!writeTo(file, image) || !file.flush())
+        return Outcome::failure(file.errorString());
+    if (fchmod(file.handle(), 0666 & ~mask) != 0 || !DiskSync::content(file.handle()))
+        return Outcome::failure(qt_error_string(errno));
+    if (!file.rename(path))
         return Outcome::failure(file.errorString());
     file.setAutoRemove(false);
+    DiskSync::names(path);
     return Outcome::success();
 }
 
