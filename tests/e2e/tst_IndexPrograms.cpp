@@ -6,9 +6,11 @@
 #include "tests/support/TempHome.h"
 
 #include <QDir>
+#include <QElapsedTimer>
 #include <QJsonDocument>
 #include <QJsonObject>
 #include <QProcess>
+#include <QRandomGenerator>
 #include <QTest>
 
 #include <csignal>
@@ -16,6 +18,7 @@
 #include <optional>
 #include <sys/wait.h>
 #include <unistd.h>
+#include <utility>
 
 using namespace qm;
 using namespace Qt::StringLiterals;
@@ -264,6 +267,39 @@ private Q_SLOTS:
         QTRY_COMPARE_WITH_TIMEOUT(database.number(IndexSql::countRead), 5, 30000);
         application.terminate();
         QVERIFY(application.waitForFinished(10000));
+    }
+
+    void killedAtAnyMoment()
+    {
+        const int kills = std::max(20, qEnvironmentVariableIntValue("QM_KILLS"));
+        QRandomGenerator random(7);
+        Database database(ShotStore::databasePath(), Database::Access::write);
+        QVERIFY(database.open());
+        QElapsedTimer clock;
+        clock.start();
+        qms(u"scan"_s);
+        const int usual = int(clock.elapsed()); // ms
+        qint64 shots = 0, texts = 0;
+        int killed = 0;
+        for (int i = 0; i < kills; ++i) {
+            m_home->write(u".quillmere/captures/%1.png"_s.arg(i), "x");
+            QProcess process;
+            process.start(program(u"qms"_s), {random.bounded(2) ? u"scan"_s : u"ocr"_s});
+            process.waitForFinished(int(random.bounded(2 * usual)));
+            process.kill();
+            process.waitForFinished(-1);
+            killed += process.exitStatus() == QProcess::CrashExit ? 1 : 0;
+            // What was in stays in.
+            QVERIFY(database.number(IndexSql::countShots) >=
+                    std::exchange(shots, database.number(IndexSql::countShots)));
+            QVERIFY(database.number(IndexSql::countRead) >= std::exchange(texts, database.number(IndexSql::countRead)));
+        }
+        QVERIFY2(killed > 0 && shots > 0, qPrintable(u"%1 of %2 killed, %3 rows"_s.arg(killed).arg(kills).arg(shots)));
+        QCOMPARE(qms(u"scan"_s), 0);
+        QCOMPARE(qms(u"ocr --all"_s), 0);
+        QCOMPARE(rows(database, "PRAGMA integrity_check", 1), QStringList(u"ok"_s));
+        QCOMPARE(database.number(IndexSql::countShots), kills);
+        QCOMPARE(database.number(IndexSql::countRead), kills);
     }
 };
 
