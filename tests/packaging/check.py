@@ -2,7 +2,7 @@
 """check.py SOURCE-FOLDER PROGRAM-FOLDER: fails where what is installed beside the programs does not fit them.
 
 The commands in the desktop entries and in the completions are given to the programs' own parsers; pages, symbols, icon
-sizes and links are compared with what is there.
+sizes, links and the tests that hold a promise are compared with what is there.
 """
 import pathlib
 import re
@@ -74,6 +74,10 @@ for icon in (root / "assets" / "icon").glob("[0-9]*.png"):
 for document in root.glob("*.md"):
     for target in re.findall(r"\]\(([^)#:]+)\)", document.read_text()):
         check((root / target).exists(), f"{document.name}: there is no {target}")
+
+tests = {path.stem: path.read_text() for path in (root / "tests").rglob("tst_*.cpp")}
+for test, function in re.findall(r"`(tst_\w+): (\w+)`", (root / "docs" / "reliability.md").read_text()):
+    check(f"void {function}()" in tests.get(test, ""), f"reliability.md: there is no {test}: {function}")
 
 wrong = [message for condition, message in checks if not condition]
 print("\n".join(wrong) or f"{len(checks)} checks")
