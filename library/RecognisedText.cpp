@@ -34,31 +34,28 @@ void RecognisedText::setContent(const QString &text, const QStringList &terms)
 {
     if (text == m_text && terms == m_terms)
         return;
-    if (text != m_text)
-        setPlainText(text.left(maxUnits));
-    m_text = text;
-    m_terms = terms;
     m_looking.drop();
-    m_marks.clear();
+    m_terms = terms;
+    if (text != m_text) {
+        m_text = text;
+        m_marks.clear();
+        setPlainText(text.left(maxUnits));
+        showMarks();
+        fitHeight();
+        verticalScrollBar()->setValue(0);
+    }
+    if (text.isEmpty() || terms.isEmpty())
+        return setMarks({});
+    m_looking.start([text = text.left(maxUnits), terms] { return TextMatch::findAll(text, terms, maxMarks); },
+                    [this](const QList<TextMatch::Range> &marks) { setMarks(marks); });
+}
+
+void RecognisedText::setMarks(const QList<TextMatch::Range> &marks)
+{
+    m_marks = marks;
     showMarks();
     if (onMarks)
         onMarks();
-    fitHeight();
-    verticalScrollBar()->setValue(0);
-    if (!text.isEmpty() && !terms.isEmpty())
-        look();
-}
-
-void RecognisedText::look()
-{
-    m_looking.start(
-        [text = m_text.left(maxUnits), terms = m_terms] { return TextMatch::findAll(text, terms, maxMarks); },
-        [this](const QList<TextMatch::Range> &marks) {
-            m_marks = marks;
-            showMarks();
-            if (onMarks)
-                onMarks();
-        });
 }
 
 void RecognisedText::reveal(const TextMatch::Range &range)
