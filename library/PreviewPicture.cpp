@@ -166,13 +166,13 @@ void PreviewPicture::layOutAround(QPointF position, const PictureZoom &zoom)
 
 void PreviewPicture::setZoom(const PictureZoom &zoom)
 {
-    m_staysAtMark = false;
     layOutAround(QRectF(viewport()->rect()).center(), zoom);
 }
 
 void PreviewPicture::zoomBy(int steps)
 {
-    zoomAbout(QRectF(viewport()->rect()).center(), std::pow(keyStep, steps));
+    if (percentage() > 0)
+        setZoom(m_zoom.zoomedBy(std::pow(keyStep, steps), pictureSize(), m_room));
 }
 
 void PreviewPicture::resetZoom()
@@ -326,8 +326,8 @@ void PreviewPicture::paintEvent(QPaintEvent *)
     const QSize whole = wholePixels();
     if (const QRect seen = this->seen(whole); !isPaintedAsItIs() && !seen.isEmpty())
         m_sharp.ask(whole, seen);
-    if (!isExact() && m_sharp.part().image.isNull() && m_zoom == PictureZoom::openingFor(image.size()))
-        return; // it is about to be there
+    if (!isExact() && m_sharp.part().image.isNull() && image.width() >= whole.width())
+        return; // made from the image, it is about to be there
     QPainter painter(viewport());
     const bool showsPixels = m_zoom.mode() == PictureZoom::Mode::fixed && scale() >= pixelsFrom;
     painter.setRenderHint(QPainter::SmoothPixmapTransform, !showsPixels && (!isExact() || shownPixels() != whole));

@@ -26,14 +26,14 @@ public:
 
     void setText(const PictureText &text);                                  // what stands where; nothing is selected
     void setMarks(const QList<TextMatch::Range> &marks, qsizetype current); // -1: none of them is
-    void reveal(); // keeps the current mark in view until the user scrolls or zooms
+    void reveal(); // keeps the current mark in view until the user scrolls, or zooms about another point
 
     const TextMatch::Range &selection() const { return m_selection; }
     void select(const TextMatch::Range &range);
     std::function<void(const TextMatch::Range &range)> onSelect; // the user has selected another part
 
     const PictureZoom &zoom() const { return m_zoom; }
-    void setZoom(const PictureZoom &zoom); // about the middle
+    void setZoom(const PictureZoom &zoom); // about the middle, or the current mark
     void zoomBy(int steps);                // up or down
     void resetZoom();                      // as it opens
     bool isTall() const;                   // opens at its width

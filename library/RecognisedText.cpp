@@ -13,6 +13,7 @@
 namespace qm {
 
 static constexpr int maxLines = 5;
+static constexpr int padding = 4;             // points
 static constexpr int maxMarks = 500;          // more than anybody looks at
 static constexpr qsizetype maxUnits = 60'000; // text layout runs on this thread; this much is many pages
 
@@ -26,6 +27,10 @@ RecognisedText::RecognisedText(QWidget *parent)
     setHorizontalScrollBarPolicy(Qt::ScrollBarAlwaysOff);
     setFrameShape(NoFrame);
     setFont(LibraryLook::caption(font()));
+    document()->setDocumentMargin(0);
+    setViewportMargins(padding, padding, padding, padding); // does not scroll: no part of another line is seen
+    setBackgroundRole(QPalette::Base);
+    setAutoFillBackground(true);
     setSizePolicy(QSizePolicy::Expanding, QSizePolicy::Fixed);
     setAccessibleName(AppLocale::text(u"Recognised text", u"認識されたテキスト"));
 }
@@ -90,12 +95,12 @@ void RecognisedText::showMarks()
 void RecognisedText::fitHeight()
 {
     const QFontMetricsF metrics(font());
-    const double width = std::max(1.0, viewport()->width() - 2 * document()->documentMargin());
+    const double width = std::max(1, viewport()->width());
     double lines = 0;
     for (QTextBlock block = document()->begin(); block.isValid() && lines < maxLines; block = block.next())
         lines += std::max(1.0, std::ceil(metrics.horizontalAdvance(block.text().left(1000)) / width));
     const double text = std::ceil(std::min(lines, double(maxLines)) * metrics.lineSpacing());
-    const int height = int(text + 2 * document()->documentMargin()) + 2 * frameWidth();
+    const int height = int(text) + 2 * (padding + frameWidth());
     if (height != minimumHeight())
         setFixedHeight(height);
 }

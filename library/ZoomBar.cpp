@@ -63,6 +63,7 @@ void ZoomBar::setZoom(const PictureZoom &zoom, double percentage, bool isTall)
         button->setCheckable(isOn); // a click asks and does not toggle
         button->setChecked(isOn);
         button->setEnabled(percentage > 0);
+        button->update(); // the first of these forgets to
     }
 }
 
