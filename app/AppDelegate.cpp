@@ -118,7 +118,8 @@ void AppDelegate::perform(const Command &command, const QRect &menu)
     case Command::Verb::captureWindow:
     case Command::Verb::captureScroll:
     case Command::Verb::captureScreen:
-    case Command::Verb::captureLast: return m_captures.take(command, menu);
+    case Command::Verb::captureLast:
+    case Command::Verb::captureText: return m_captures.take(command, menu);
     case Command::Verb::openStore: return openStore();
     case Command::Verb::settings: return openSettings();
     case Command::Verb::annotate: return m_annotationController.open(command.file);

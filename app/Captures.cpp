@@ -3,8 +3,10 @@
 #include "config/ConfigStore.h"
 #include "config/FolderPresence.h"
 #include "config/UserDefaults.h"
+#include "index/OcrRunner.h"
 #include "platform/Notification.h"
 #include "platform/QtQueue.h"
+#include "platform/ToolPaths.h"
 #include "platform/Workspace.h"
 #include "ui/AppLocale.h"
 #include "ui/WindowPlacement.h"
@@ -57,19 +59,20 @@ void Captures::take(const Command &command, const QRect &menu)
     m_countdown.reset(); // what it was to begin is called off by another capture
     if (command.delay > 0s) {
         m_cards.takeAway(); // their place is the countdown's
-        m_countdown = std::make_unique<Countdown>(command.delay, [this, request](QRect place) mutable {
-            request.rest = place;
-            request.isPatient = true; // a menu may have been opened meanwhile, to be captured
-            begin(request);
-        });
+        m_countdown =
+            std::make_unique<Countdown>(command.delay, [this, verb = command.verb, request](QRect place) mutable {
+                request.rest = place;
+                request.isPatient = true; // a menu may have been opened meanwhile, to be captured
+                begin(verb, request);
+            });
         return;
     }
     if (command.isFromMenu)
         request.rest |= menu.isNull() ? monitorUnderThePointer() : menu;
-    begin(request);
+    begin(command.verb, request);
 }
 
-void Captures::begin(CaptureTool::Request request)
+void Captures::begin(Command::Verb verb, CaptureTool::Request request)
 {
     if (m_countdown)
         m_countdown.release()->deleteLater(); // it may be what calls this
@@ -80,7 +83,45 @@ void Captures::begin(CaptureTool::Request request)
         if (request.area.isNull())
             request.way = Way::region; // there is no last one yet
     }
-    m_runner.runCapture(request);
+    if (verb == Command::Verb::captureText)
+        captureText(request);
+    else
+        m_runner.runCapture(request);
+}
+
+void Captures::captureText(const CaptureTool::Request &request)
+{
+    const std::optional<QString> helper = toolPaths().ocr;
+    if (!helper) // before anything is drawn in vain
+        return sayWhatWasRead({.textError = AppLocale::text(u"qmocr is missing", u"qmocr がありません")});
+    m_runner.captureText(request, [helper = *helper](const QString &path) {
+        const OcrRunner::Answer answer = OcrRunner::readPicture(helper, path);
+        return CaptureRunner::Reading{answer.text, answer.error};
+    });
+}
+
+// About a line of it.
+static QString firstWords(const QString &text)
+{
+    constexpr qsizetype most = 60;
+    const QString line = text.simplified();
+    if (line.size() <= most)
+        return line;
+    qsizetype end = line.lastIndexOf(u' ', most);
+    if (end < most / 2) // a long word, or Japanese
+        end = line[most].isLowSurrogate() ? most - 1 : most;
+    return line.left(end) + QStringLiteral(" …");
+}
+
+void Captures::sayWhatWasRead(const CaptureResult &result)
+{
+    if (!result.text)
+        return say(AppLocale::text(u"The text could not be read", u"文字を読み取れませんでした"), result.textError);
+    const QString text = result.text->trimmed();
+    if (text.isEmpty())
+        return say(AppLocale::text(u"No text found", u"文字が見つかりませんでした"), {});
+    QGuiApplication::clipboard()->setText(text);
+    say(AppLocale::text(u"Copied: %1", u"コピーしました: %1").arg(firstWords(text)), {});
 }
 
 void Captures::captured(const CaptureResult &result)
@@ -89,6 +130,8 @@ void Captures::captured(const CaptureResult &result)
         QGuiApplication::clipboard()->setText(result.color);
         return;
     }
+    if (result.text || !result.textError.isEmpty())
+        return sayWhatWasRead(result);
     putOnClipboard(result.picture, result.path);
     if (result.isRegion)
         UserDefaults::setRectangle(lastRegion, result.area);

@@ -12,7 +12,7 @@
 
 namespace qm {
 
-// Takes captures and does what follows: clipboard, card, or a notification of what went wrong. Main thread.
+// Takes captures, of pictures or of the text in them, and does what follows: clipboard, card, or a notification of what went wrong. Main thread.
 class Captures
 {
 public:
@@ -30,7 +30,9 @@ public:
     bool stop(std::chrono::milliseconds limit);
 
 private:
-    void begin(CaptureTool::Request request);
+    void begin(Command::Verb verb, CaptureTool::Request request);
+    void captureText(const CaptureTool::Request &request);
+    void sayWhatWasRead(const CaptureResult &result);
     void captured(const CaptureResult &result);
     void sayWhatWentWrong(const CaptureResult &result);
     void sayWhereCapturesGo(); // if it is not where the settings say

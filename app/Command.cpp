@@ -22,6 +22,7 @@ static constexpr std::pair<Verb, const char16_t *> names[] = {
     {Verb::captureScroll, u"capture-scroll"},
     {Verb::captureScreen, u"capture-screen"},
     {Verb::captureLast, u"capture-last"},
+    {Verb::captureText, u"capture-text"},
     {Verb::library, u"library"},
     {Verb::settings, u"settings"},
     {Verb::annotate, u"annotate"},
@@ -31,7 +32,7 @@ static constexpr std::pair<Verb, const char16_t *> names[] = {
 static bool isCapture(Verb verb)
 {
     return verb == Verb::captureRegion || verb == Verb::captureWindow || verb == Verb::captureScroll ||
-           verb == Verb::captureScreen || verb == Verb::captureLast;
+           verb == Verb::captureScreen || verb == Verb::captureLast || verb == Verb::captureText;
 }
 
 std::optional<Command> Command::fromWords(const QStringList &words)

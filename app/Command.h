@@ -17,7 +17,8 @@ struct Command {
         captureScroll,
         captureScreen,
         captureLast,
-        openStore, // the capture folder; from the menu only
+        captureText, // of a region; the text and no picture
+        openStore,   // the capture folder; from the menu only
         library,
         settings,
         annotate,

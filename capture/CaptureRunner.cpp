@@ -12,6 +12,7 @@
 #include <QJsonArray>
 #include <QJsonDocument>
 #include <QJsonObject>
+#include <QTemporaryDir>
 
 #include <cerrno>
 
@@ -102,16 +103,47 @@ void CaptureRunner::runCapture(CaptureTool::Request request)
     const QString folder = ConfigStore::resolveCaptureDir();
     ConfigStore::createFolder(folder); // where that fails, the picture is saved elsewhere
     const QString path = freePath(folder, request.way);
-    m_promised.insert(path);
     request.trigger = rawValue(ConfigStore::resolveHotkey().modifier);
     request.unsaved = ConfigStore::runtimeFolder() + QStringLiteral("/quillmere-unsaved.png");
-    m_pool.start([this, tool = *tool, request, path, thumbnail = m_thumbnail, weak = std::weak_ptr(m_done)] {
+    start(path, [tool = *tool, request, path, thumbnail = m_thumbnail] {
         std::optional<CaptureResult> result =
             request.way == Way::scroll ? scrolled(request, path, tool) : captured(request, path, tool);
         if (result && result->error.isEmpty() && result->color.isEmpty()) {
             const QImage &whole = result->picture.image.pixels;
             result->thumbnail = thumbnail(whole.isNull() ? Thumbnailer::make(path, tallThumbnail) : whole);
         }
+        return result;
+    });
+}
+
+void CaptureRunner::captureText(CaptureTool::Request request, ReadText read)
+{
+    Q_ASSERT(m_main.isCurrent());
+    const std::optional<QString> tool = toolPaths().capture;
+    if (!tool)
+        return;
+    // The folder goes when nobody needs the picture any more.
+    const auto folder =
+        std::make_shared<QTemporaryDir>(ConfigStore::runtimeFolder() + QStringLiteral("/quillmere-text"));
+    const QString path = folder->filePath(QStringLiteral("picture.png"));
+    request.trigger = rawValue(ConfigStore::resolveHotkey().modifier);
+    start(path, [tool = *tool, request, path, read = std::move(read), folder] {
+        std::optional<CaptureResult> result = captured(request, path, tool);
+        if (!result || !result->color.isEmpty() || (!result->error.isEmpty() && result->area.isNull()))
+            return result;
+        Reading reading{{}, result->error};
+        if (reading.error.isEmpty())
+            reading = read(path);
+        return std::optional(CaptureResult{.text = reading.text, .textError = reading.error});
+    });
+}
+
+// The path is promised until the work is done.
+void CaptureRunner::start(const QString &path, std::function<std::optional<CaptureResult>()> work)
+{
+    m_promised.insert(path);
+    m_pool.start([this, path, work = std::move(work), weak = std::weak_ptr(m_done)] {
+        const std::optional<CaptureResult> result = work();
         m_main.post([this, weak, path, result] {
             const auto done = weak.lock();
             if (!done)

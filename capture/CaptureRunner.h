@@ -11,19 +11,24 @@
 
 #include <functional>
 #include <memory>
+#include <optional>
 
 namespace qm {
 
 // What became of a capture that was not cancelled.
 struct CaptureResult {
-    QString path; // where the picture belongs, and is, if there is no error
+    QString path = {}; // where the picture belongs, and is, if there is no error
     // No image if the user took a colour, if it is lost, or if it is a saved scrolling capture.
-    Pasteboard::Content picture;
-    QImage thumbnail;      // as the runner was told to make it
-    QRect area;            // what was captured, pixels of the whole desktop; null if the tool does not say
+    Pasteboard::Content picture = {};
+    QImage thumbnail = {}; // as the runner was told to make it
+    QRect area = {};       // what was captured, pixels of the whole desktop; null if the tool does not say
     bool isRegion = false; // area is a region of the user's own
-    QString color;         // "#rrggbb", if the user took one
-    QString error;         // why there is no file; empty if there is one
+    QString color = {};    // "#rrggbb", if the user took one
+    QString error = {};    // why there is no file; empty if there is one
+
+    // Of captureText(), for which there is never a file.
+    std::optional<QString> text = {}; // empty if there is none in the picture
+    QString textError = {};           // why it is not known
 };
 
 // Takes screenshots with the capture tools: they let the user select and write the file. Main thread; each capture waits
@@ -43,12 +48,23 @@ public:
     // second that is free. The runner fills in the request's trigger and unsaved.
     void runCapture(CaptureTool::Request request);
 
+    // Reads the text of a picture file, on a thread of the pool. A text or the reason why there is none.
+    struct Reading {
+        std::optional<QString> text;
+        QString error;
+    };
+    using ReadText = std::function<Reading(const QString &path)>;
+
+    // The same for the text of what is captured, which is in a private file of the session until it has been read.
+    void captureText(CaptureTool::Request request, ReadText read);
+
     bool isCapturing() const; // from runCapture() until the last picture has been read or its user has cancelled
 
     // At quit. Returns false if a capture is still waiting for its user after the limit.
     bool stop(std::chrono::milliseconds limit);
 
 private:
+    void start(const QString &path, std::function<std::optional<CaptureResult>()> work);
     QString freePath(const QString &folder, CaptureTool::Request::Way way) const;
 
     TaskQueue &m_main;

@@ -11,14 +11,16 @@ namespace qm {
 
 static constexpr int mostRowsSummed = 256; // 256 x 255 still fits in 16 bits
 
-AreaAverage::AreaAverage(QSize source, QSize target, int channels)
+AreaAverage::AreaAverage(QSize source, QSize target, const QRect &part, int channels)
     : m_source(source)
     , m_target(target)
+    , m_part(part)
     , m_channels(channels)
     , m_bytes(qsizetype(source.width()) * channels)
     , m_sums(size_t(m_bytes))
     , m_columns(size_t(m_bytes) + 4) // pixels are read four channels at a time
-    , m_result(target, QImage::Format_ARGB32_Premultiplied)
+    , m_targetY(part.top())
+    , m_result(part.size(), QImage::Format_ARGB32_Premultiplied)
 {
     m_result.fill(0);
 }
@@ -58,13 +60,20 @@ const uchar *AreaAverage::premultiplied(const uchar *row)
 // units every border is an integer.
 void AreaAverage::add(const uchar *row)
 {
-    if (m_sourceY >= m_source.height())
+    if (m_sourceY >= m_source.height() || isComplete())
         return;
-    row = premultiplied(row);
     const qint64 height = m_target.height();
     const qint64 end = (qint64(m_sourceY) + 1) * height;
-    const qint64 border = (qint64(m_targetY) + 1) * m_source.height();
+    const qint64 inside = end - qint64(m_part.top()) * m_source.height();
     ++m_sourceY;
+    if (inside <= 0)
+        return; // above the part
+    row = premultiplied(row);
+    if (inside < height) {
+        startColumns(row, float(inside) / float(height));
+        return;
+    }
+    const qint64 border = (qint64(m_targetY) + 1) * m_source.height();
     if (end < border) {
         PngKernels::best().accumulate(m_sums.data(), row, int(m_bytes));
         if (++m_summed == mostRowsSummed)
@@ -93,13 +102,14 @@ inline Four load(const float *at)
 
 void AreaAverage::emitRow()
 {
-    auto *out = reinterpret_cast<QRgb *>(m_result.scanLine(m_targetY++));
+    auto *out = reinterpret_cast<QRgb *>(m_result.scanLine(m_targetY++ - m_part.top()));
     const qint64 source = m_source.width(), target = m_target.width();
     const float scale = float(double(target) / double(source) * m_target.height() / m_source.height());
     const float *column = m_columns.data();
-    qint64 x = 0;    // the current source pixel
-    float spent = 0; // the fraction of it used by the previous target pixel
-    for (int i = 0; i < int(target); ++i) {
+    const qint64 left = m_part.left() * source;
+    qint64 x = left / target;                               // the current source pixel
+    float spent = float(left - x * target) / float(target); // the fraction of it used by the previous target pixel
+    for (int i = m_part.left(); i <= m_part.right(); ++i) {
         const qint64 border = (qint64(i) + 1) * source;
         const qint64 whole = border / target; // beyond x, since nothing is enlarged
         const float part = float(border - whole * target) / float(target);
@@ -112,14 +122,14 @@ void AreaAverage::emitRow()
         sum = sum * scale + 0.5f;
         const auto level = [&](int channel) { return QRgb(std::min(255.0f, sum[channel])); };
         const QRgb alpha = m_channels == 4 ? level(3) : 255u;
-        out[i] = alpha << 24 | level(0) << 16 | level(1) << 8 | level(2);
+        *out++ = alpha << 24 | level(0) << 16 | level(1) << 8 | level(2);
     }
 }
 
 QImage AreaAverage::result() const
 {
     QImage image = m_result;
-    if (m_opaque && m_targetY == m_target.height())
+    if (m_opaque && isComplete())
         image.reinterpretAsFormat(QImage::Format_RGB32);
     return image;
 }

@@ -15,11 +15,17 @@ namespace qm {
 class AreaAverage
 {
 public:
-    // The target must nowhere be larger than the source. Rows are RGB888 (3 channels) or RGBA8888 (4 channels).
-    AreaAverage(QSize source, QSize target, int channels);
+    // The target must nowhere be larger than the source; only a part of it is computed and held. Rows are RGB888
+    // (3 channels) or RGBA8888 (4 channels).
+    AreaAverage(QSize source, QSize target, const QRect &part, int channels);
+    AreaAverage(QSize source, QSize target, int channels)
+        : AreaAverage(source, target, QRect(QPoint(), target), channels)
+    {
+    }
 
     void add(const uchar *row); // the next row; at most as many as the source is high
-    QImage result() const;      // RGB32, or ARGB32_Premultiplied if anything was not opaque; missing rows are blank
+    bool isComplete() const { return m_targetY > m_part.bottom(); } // rows that follow change nothing
+    QImage result() const; // RGB32, or ARGB32_Premultiplied if anything was not opaque; missing rows are blank
 
 private:
     void addSums(const uchar *row, float weight);
@@ -29,6 +35,7 @@ private:
 
     const QSize m_source;
     const QSize m_target;
+    const QRect m_part;
     const int m_channels;
     const qsizetype m_bytes;     // per row
     std::vector<quint16> m_sums; // of up to 256 whole rows
@@ -37,7 +44,7 @@ private:
     std::vector<uchar> m_premultiplied;
     bool m_opaque = true;
     int m_sourceY = 0;
-    int m_targetY = 0;
+    int m_targetY; // from the part's top
     QImage m_result;
 };
 

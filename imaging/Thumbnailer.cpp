@@ -3,9 +3,11 @@
 #include "imaging/AreaAverage.h"
 #include "imaging/PictureReader.h"
 
+#include <QColorSpace>
 #include <QFile>
 #include <QFileInfo>
 
+#include <algorithm>
 #include <cmath>
 #include <optional>
 #include <vector>
@@ -26,13 +28,33 @@ static QSize shrunk(QSize size, double maxEdge)
     return QSize(int(std::lround(size.width() * scale)), int(std::lround(size.height() * scale))).expandedTo({1, 1});
 }
 
+// Where a part of the upright picture is in the one that is stored.
+static QRect stored(QRect part, QSize whole, int orientation)
+{
+    const auto isOneOf = [orientation](std::initializer_list<int> values) {
+        return std::find(values.begin(), values.end(), orientation) != values.end();
+    };
+    if (isOneOf({2, 3, 6, 7}))
+        part.moveLeft(whole.width() - part.width() - part.x());
+    if (isOneOf({3, 4, 7, 8}))
+        part.moveTop(whole.height() - part.height() - part.y());
+    return orientation > 4 ? QRect(part.topLeft().transposed(), part.size().transposed()) : part;
+}
+
 namespace {
+
+// What is made of a picture of this size, upright.
+struct Target {
+    QSize whole;
+    QRect part; // of it
+};
+using TargetFor = std::function<Target(QSize size)>;
 
 class ShrunkPicture : public RowSink
 {
 public:
-    ShrunkPicture(double maxEdge, const std::function<bool()> &unwanted)
-        : m_maxEdge(maxEdge)
+    ShrunkPicture(TargetFor target, const std::function<bool()> &unwanted)
+        : m_target(std::move(target))
         , m_unwanted(unwanted)
     {
     }
@@ -42,9 +64,7 @@ public:
         m_header = header;
         if (pixelsIn(header.size) > Thumbnailer::maxPixels || (m_unwanted && m_unwanted()))
             return false;
-        if (header.format != QImage::Format_Invalid) // that is delivered whole
-            start(header.rows, header.format);
-        return true;
+        return header.format == QImage::Format_Invalid || start(header.rows, header.format); // that is delivered whole
     }
 
     bool add(const uchar *row) override
@@ -54,14 +74,15 @@ public:
         if (m_header.format == QImage::Format_Grayscale8)
             row = coloured(row);
         m_average->add(row);
-        return true;
+        return !m_average->isComplete();
     }
 
     bool addWhole(const QImage &image) override
     {
         const QImage::Format format = image.hasAlphaChannel() ? QImage::Format_RGBA8888 : QImage::Format_RGB888;
         m_header.colorSpace = image.colorSpace();
-        start(image.size(), format);
+        if (!start(image.size(), format))
+            return false;
         constexpr int band = 32; // rows converted at a time
         for (int y = 0; y < image.height(); y += band) {
             const QImage rows = image.copy(0, y, image.width(), qMin(band, image.height() - y)).convertToFormat(format);
@@ -74,6 +95,8 @@ public:
         return true;
     }
 
+    bool isComplete() const { return m_average && m_average->isComplete(); }
+
     QImage image() const
     {
         QImage result = PictureReader::oriented(m_average->result(), m_header.orientation);
@@ -82,10 +105,16 @@ public:
     }
 
 private:
-    void start(QSize rows, QImage::Format format)
+    bool start(QSize rows, QImage::Format format)
     {
-        m_average.emplace(rows, shrunk(m_header.size, m_maxEdge).boundedTo(rows),
-                          format == QImage::Format_RGBA8888 ? 4 : 3);
+        const auto turned = [&](QSize size) { return m_header.orientation > 4 ? size.transposed() : size; };
+        const Target target = m_target(turned(m_header.size));
+        const QSize whole = turned(target.whole);
+        const QRect part = stored(target.part, target.whole, m_header.orientation);
+        if (whole.boundedTo(rows) != whole || part.isEmpty() || !QRect(QPoint(), whole).contains(part))
+            return false;
+        m_average.emplace(rows, whole, part, format == QImage::Format_RGBA8888 ? 4 : 3);
+        return true;
     }
 
     const uchar *coloured(const uchar *grey)
@@ -96,7 +125,7 @@ private:
         return m_coloured.data();
     }
 
-    const double m_maxEdge;
+    const TargetFor m_target;
     const std::function<bool()> &m_unwanted;
     PictureHeader m_header;
     std::optional<AreaAverage> m_average;
@@ -105,14 +134,46 @@ private:
 
 } // namespace
 
-QImage Thumbnailer::make(const QString &path, double maxEdge, const std::function<bool()> &unwanted)
+static QImage read(const QString &path, double smallestLongEdge, const TargetFor &target,
+                   const std::function<bool()> &unwanted)
 {
     QFile file(path);
-    if (!(maxEdge > 0) || !QFileInfo(path).isFile() || !file.open(QIODevice::ReadOnly))
+    if (!QFileInfo(path).isFile() || !file.open(QIODevice::ReadOnly))
         return {};
-    ShrunkPicture picture(maxEdge, unwanted);
-    const Decoded decoded = PictureReader::read(file, {PngReader::Depth::eight, maxEdge * leftToAverage}, picture);
-    return decoded == Decoded::whole || decoded == Decoded::cut ? picture.image() : QImage();
+    ShrunkPicture picture(target, unwanted);
+    const Decoded decoded = PictureReader::read(file, {PngReader::Depth::eight, smallestLongEdge}, picture);
+    const bool isRead = decoded == Decoded::whole || decoded == Decoded::cut || picture.isComplete();
+    return isRead ? picture.image() : QImage();
+}
+
+QImage Thumbnailer::make(const QString &path, double maxEdge, const std::function<bool()> &unwanted)
+{
+    if (!(maxEdge > 0))
+        return {};
+    const auto all = [maxEdge](QSize size) {
+        const QSize whole = shrunk(size, maxEdge);
+        return Target{whole, QRect(QPoint(), whole)};
+    };
+    return read(path, maxEdge * leftToAverage, all, unwanted);
+}
+
+QImage Thumbnailer::makePart(const QString &path, QSize whole, const QRect &part, const std::function<bool()> &unwanted)
+{
+    const double edge = std::max(whole.width(), whole.height());
+    return read(
+        path, edge * leftToAverage,
+        [&](QSize) {
+            return Target{whole, part};
+        },
+        unwanted);
+}
+
+QImage Thumbnailer::forScreen(QImage image)
+{
+    const QColorSpace space = image.colorSpace();
+    if (space.isValid() && space != QColorSpace(QColorSpace::SRgb))
+        image.convertToColorSpace(QColorSpace::SRgb);
+    return image;
 }
 
 } // namespace qm

@@ -18,5 +18,12 @@ constexpr qint64 maxPixels = 2'000'000'000; // read row by row; larger ones woul
 // true. Null if the file can't be read or is no longer wanted. RGB32, or ARGB32_Premultiplied if it has transparency.
 QImage make(const QString &path, double maxEdge, const std::function<bool()> &unwanted = {});
 
+// A part of the picture when it is shrunk to the size `whole` (pixels, upright), in which `part` lies; otherwise as above.
+// Only the part is held. The rows above it have to be decoded all the same, those below are not. Null also if `whole` is
+// larger than the picture.
+QImage makePart(const QString &path, QSize whole, const QRect &part, const std::function<bool()> &unwanted = {});
+
+QImage forScreen(QImage image); // in sRGB: a painter takes every colour for the screen's
+
 } // namespace Thumbnailer
 } // namespace qm

@@ -1,8 +1,13 @@
 #include "index/LikePattern.h"
 
 #include <algorithm>
+#include <bit>
 #include <cstring>
 #include <limits>
+
+#ifdef __SSE2__
+#include <emmintrin.h>
+#endif
 
 namespace qm {
 
@@ -69,8 +74,10 @@ int commonness(char c)
     return place == std::string_view::npos ? 20 : 60 - 2 * int(place);
 }
 
-// Sixteen bytes at once, as GCC and Clang support on every processor. Comparing gives 0xFF where it holds.
+// Sixteen bytes at once, as GCC and Clang support on every processor. Comparing gives 0xFF where it holds; for signed
+// numbers that is a single instruction where it takes two for others.
 using Bytes = Byte __attribute__((vector_size(16)));
+using SignedBytes = std::int8_t __attribute__((vector_size(16)));
 
 Bytes load(const char *at)
 {
@@ -86,9 +93,26 @@ Bytes filled(Byte value)
 
 bool any(const Bytes &bytes)
 {
+#ifdef __SSE2__
+    return _mm_movemask_epi8(reinterpret_cast<__m128i>(bytes)) != 0;
+#else
     std::uint64_t halves[2];
     std::memcpy(halves, &bytes, sizeof halves);
     return (halves[0] | halves[1]) != 0;
+#endif
+}
+
+// A bit for each byte, the first one lowest.
+std::uint32_t bits(const Bytes &bytes)
+{
+#ifdef __SSE2__
+    return std::uint32_t(_mm_movemask_epi8(reinterpret_cast<__m128i>(bytes)));
+#else
+    std::uint32_t bits = 0;
+    for (unsigned i = 0; i < sizeof(Bytes); ++i)
+        bits |= std::uint32_t(bytes[i] >> 7) << i;
+    return bits;
+#endif
 }
 
 // A small letter also matches its capital, which differs in one bit.
@@ -119,15 +143,30 @@ size_t search(std::string_view anchor, const size_t (&probes)[2], std::string_vi
         return Bytes(((load(first + at) | firstCase) == firstByte) & ((load(second + at) | secondCase) == secondByte));
     };
     constexpr size_t step = sizeof(Bytes);
+    const auto placeIn = [&](const Bytes &hits, size_t at) {
+        for (std::uint32_t left = bits(hits); left != 0; left &= left - 1) {
+            const size_t place = at + size_t(std::countr_zero(left));
+            if (isAt(anchor, text.data() + place))
+                return place;
+        }
+        return std::string_view::npos;
+    };
     size_t at = from;
     for (; at + 2 * step <= end; at += 2 * step) {
-        const Bytes hits[] = {hitsAt(at), hitsAt(at + step)};
-        if (!any(hits[0] | hits[1]))
+        const Bytes hits = hitsAt(at), more = hitsAt(at + step);
+        if (!any(hits | more))
             continue;
-        for (size_t i = 0; i < 2 * step; ++i) {
-            if (hits[i / step][i % step] && isAt(anchor, text.data() + at + i))
-                return at + i;
+        const size_t place = std::min(placeIn(hits, at), placeIn(more, at + step));
+        if (place != std::string_view::npos)
+            return place;
+    }
+    if (end >= from + step) { // the rest, with some that were looked at before
+        for (; at < end; at += step) {
+            at = std::min(at, end - step);
+            if (const size_t place = placeIn(hitsAt(at), at); place != std::string_view::npos)
+                return place;
         }
+        return std::string_view::npos;
     }
     for (; at < end; ++at) {
         if (small(first[at]) == anchor[probes[0]] && isAt(anchor, text.data() + at))
@@ -136,49 +175,55 @@ size_t search(std::string_view anchor, const size_t (&probes)[2], std::string_vi
     return std::string_view::npos;
 }
 
-// Looks at every byte of a text and the three before it, many at once: whether `bad` finds none of them to be so.
-template<class Bad>
-bool isFree(std::string_view text, Bad bad)
+// Looks at every byte of a text and the two before it, many at once: whether `isBad` finds none of them to be so, and none
+// is the leading byte of four.
+template<class IsBad>
+bool isFree(std::string_view text, IsBad isBad)
 {
-    Bytes found{};
-    // Both ends are looked at in a copy with zeros around it.
-    constexpr size_t before = 3, step = sizeof(Bytes);
-    char edge[before + step] = {};
-    text.copy(edge + before, step);
-    found |= bad(edge + before);
-    size_t at = step;
-    for (; at + step <= text.size(); at += step)
-        found |= bad(text.data() + at);
-    if (text.size() >= step) {
-        std::fill(std::begin(edge), std::end(edge), '\0');
-        std::memcpy(edge, text.data() + at - before, before + text.size() - at);
-        found |= bad(edge + before);
+    Bytes bad{}, largest{};
+    const auto look = [&](const char *at) {
+        const Bytes here = load(at);
+        bad |= isBad(here, load(at - 1), load(at - 2));
+        largest = here > largest ? here : largest;
+    };
+    // Both ends are looked at in copies, with zeros around them.
+    constexpr size_t before = 2, step = sizeof(Bytes), last = before + step - 1;
+    char start[before + 2 * step] = {};
+    text.copy(start + before, 2 * step - 1);
+    look(start + before);
+    if (text.size() < 2 * step) {
+        look(start + before + step);
+    } else {
+        for (size_t at = step; at + step <= text.size(); at += step)
+            look(text.data() + at);
+        char end[before + step] = {};
+        std::memcpy(end, text.data() + text.size() - last, last);
+        look(end + before);
     }
-    return !any(found);
+    return !any(bad | Bytes(largest >= filled(0xF0)));
+}
+
+Bytes continues(const Bytes &bytes)
+{
+    return Bytes(SignedBytes(bytes) < SignedBytes(filled(0xC0)));
 }
 
 // No leading byte has more continuation bytes than it announces, or announces three. Only such a sequence can spell a
 // character above U+07FF otherwise than in the usual way.
 bool isShort(std::string_view text)
 {
-    return isFree(text, [](const char *at) {
-        const Bytes bytes = load(at);
-        const auto continues = [](const Bytes &b) { return (b & filled(0xC0)) == filled(0x80); };
-        const auto continuesOrTwo = (load(at - 2) >= filled(0x80)) & (load(at - 2) < filled(0xE0));
-        return Bytes((continues(bytes) & continues(load(at - 1)) & continuesOrTwo) |
-                     ((bytes & filled(0xF0)) == filled(0xF0)));
+    return isFree(text, [](const Bytes &here, const Bytes &before, const Bytes &second) {
+        const Bytes continuesOrTwo = Bytes(SignedBytes(second) < SignedBytes(filled(0xE0))); // leads no more than two
+        return continues(here) & continues(before) & continuesOrTwo;
     });
 }
 
 // As many continuation bytes as the leading bytes announce, none of which announces three or may be longer than needed.
 bool isWellFormed(std::string_view text)
 {
-    return isFree(text, [](const char *at) {
-        const Bytes bytes = load(at);
-        const auto continues = (bytes & filled(0xC0)) == filled(0x80);
-        const auto expected =
-            (load(at - 1) >= filled(0xC0)) | (load(at - 2) >= filled(0xE0)) | (load(at - 3) >= filled(0xF0));
-        return Bytes((continues ^ expected) | (bytes >= filled(0xF0)) | (bytes == filled(0xE0)));
+    return isFree(text, [](const Bytes &here, const Bytes &before, const Bytes &second) {
+        const Bytes expected = Bytes((before >= filled(0xC0)) | (second >= filled(0xE0)));
+        return (continues(here) ^ expected) | Bytes(here == filled(0xE0));
     });
 }
 
@@ -232,16 +277,21 @@ void LikePattern::addPart(Part part)
         for (; end < part.characters.size() && part.characters[end] != anyCharacter; ++end)
             append(run, part.characters[end]);
         if (!run.empty()) {
+            const auto commonnessAt = [&](size_t i) {
+                const bool endsKana =
+                    i >= 2 && run[i - 2] == '\xE3'; // more frequent than the end of any other character
+                return commonness(run[i]) + (endsKana ? 15 : 0);
+            };
             size_t rarest[2] = {0, run.size() - 1};
             for (size_t i = 0; i < run.size(); ++i) {
-                if (commonness(run[i]) < commonness(run[rarest[0]])) {
+                if (commonnessAt(i) < commonnessAt(rarest[0])) {
                     rarest[1] = rarest[0];
                     rarest[0] = i;
-                } else if (i != rarest[0] && commonness(run[i]) < commonness(run[rarest[1]])) {
+                } else if (i != rarest[0] && commonnessAt(i) < commonnessAt(rarest[1])) {
                     rarest[1] = i;
                 }
             }
-            const int cost = commonness(run[rarest[0]]) + (run.size() > 1 ? commonness(run[rarest[1]]) : 100);
+            const int cost = commonnessAt(rarest[0]) + (run.size() > 1 ? commonnessAt(rarest[1]) : 100);
             if (cost < best) {
                 best = cost;
                 part.anchor = run;

@@ -155,6 +155,13 @@ OcrRunner::Results OcrRunner::parseNdjson(const QByteArray &output)
     return results;
 }
 
+OcrRunner::Answer OcrRunner::readPicture(const QString &helper, const QString &path)
+{
+    const Pending picture{0, path.toUtf8(), true, true};
+    const Reading reading = runHelper(helper, {picture}, {});
+    return reading.results.value(picture.path, {std::nullopt, std::nullopt, reading.complaint});
+}
+
 bool OcrRunner::isBusy(const Database &database)
 {
     return BatchLock(database).isTaken();

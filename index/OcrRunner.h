@@ -46,6 +46,9 @@ Batch run(Database &database, const std::optional<QString> &helper, int limit, c
 // Reads a picture again that has been read before, and replaces its text and boxes. Nothing changes if it cannot be read.
 void readAgain(Database &database, const std::optional<QString> &helper, qint64 id);
 
+// Reads a picture that is not in the index; a text or an error. Any thread but the main one; blocks while the helper runs.
+Answer readPicture(const QString &helper, const QString &path);
+
 // True if another process is running a batch: run would return at once.
 bool isBusy(const Database &database);
 

@@ -13,32 +13,37 @@ static std::string_view textOf(sqlite3_value *value)
     return text ? std::string_view(text, size_t(sqlite3_value_bytes(value))) : std::string_view();
 }
 
-// What was made of the first argument, which is the same for every row.
-template<class Made, class Make>
-static const Made &madeOnce(sqlite3_context *context, sqlite3_value *argument, Made &own, Make make)
+// What was made of the first argument, which is the same for every row; null for the first one.
+template<class Made>
+static const Made *madeBefore(sqlite3_context *context)
 {
-    if (const void *kept = sqlite3_get_auxdata(context, 0))
-        return *static_cast<const Made *>(kept);
-    own = make(textOf(argument));
-    sqlite3_set_auxdata(context, 0, new Made(own), [](void *kept) { delete static_cast<Made *>(kept); });
-    return own;
+    return static_cast<const Made *>(sqlite3_get_auxdata(context, 0));
+}
+
+template<class Made>
+static void keep(sqlite3_context *context, const Made &made)
+{
+    sqlite3_set_auxdata(context, 0, new Made(made), [](void *kept) { delete static_cast<Made *>(kept); });
 }
 
 static void like(sqlite3_context *context, int, sqlite3_value **arguments)
 {
     sqlite3_value *pattern = arguments[0], *text = arguments[1];
     static const bool blobsNeverMatch = sqlite3_compileoption_used("LIKE_DOESNT_MATCH_BLOBS");
-    if (blobsNeverMatch && (sqlite3_value_type(pattern) == SQLITE_BLOB || sqlite3_value_type(text) == SQLITE_BLOB))
+    const int type = sqlite3_value_type(text);
+    if (blobsNeverMatch && (sqlite3_value_type(pattern) == SQLITE_BLOB || type == SQLITE_BLOB))
         return sqlite3_result_int(context, 0);
-    if (sqlite3_value_bytes(pattern) >
-        sqlite3_limit(sqlite3_context_db_handle(context), SQLITE_LIMIT_LIKE_PATTERN_LENGTH, -1))
+    const auto *compiled = madeBefore<LikePattern>(context);
+    if (!compiled && sqlite3_value_bytes(pattern) >
+                         sqlite3_limit(sqlite3_context_db_handle(context), SQLITE_LIMIT_LIKE_PATTERN_LENGTH, -1))
         return sqlite3_result_error(context, "LIKE or GLOB pattern too complex", -1);
-    if (sqlite3_value_type(pattern) == SQLITE_NULL || sqlite3_value_type(text) == SQLITE_NULL)
+    if (type == SQLITE_NULL || (!compiled && sqlite3_value_type(pattern) == SQLITE_NULL))
         return; // NULL
-    LikePattern own{std::string_view()};
-    const LikePattern &compiled =
-        madeOnce(context, pattern, own, [](std::string_view utf8) { return LikePattern(utf8); });
-    sqlite3_result_int(context, compiled.matches(textOf(text)));
+    if (compiled)
+        return sqlite3_result_int(context, compiled->matches(textOf(text)));
+    const LikePattern made(textOf(pattern));
+    keep(context, made);
+    sqlite3_result_int(context, made.matches(textOf(text)));
 }
 
 using Words = std::vector<LikePattern>;
@@ -56,8 +61,11 @@ static Words wordsOf(std::string_view lines)
 
 static void holdsWords(sqlite3_context *context, int, sqlite3_value **arguments)
 {
-    Words own;
-    const Words &words = madeOnce(context, arguments[0], own, wordsOf);
+    const Words *kept = madeBefore<Words>(context);
+    const Words made = kept ? Words() : wordsOf(textOf(arguments[0]));
+    if (!kept)
+        keep(context, made);
+    const Words &words = kept ? *kept : made;
     const std::string_view text = textOf(arguments[1]), name = textOf(arguments[2]);
     const bool all = std::all_of(words.begin(), words.end(),
                                  [&](const LikePattern &word) { return word.matches(text) || word.matches(name); });

@@ -2,7 +2,6 @@
 
 #include "index/IndexSql.h"
 #include "index/SearchText.h"
-#include "platform/FolderListing.h"
 
 #include <QFile>
 
@@ -115,22 +114,17 @@ std::optional<qint64> ShotReader::version()
     return (m_connections << 32) + version.int64(0);
 }
 
-ShotPlaces ShotReader::places(qint64 id)
+std::optional<ShotReader::StoredPlaces> ShotReader::places(qint64 id)
 {
-    ShotPlaces places;
     if (!connect())
-        return places;
+        return std::nullopt;
     Statement row = m_database->prepare(IndexSql::boxesOf);
     row.bind(1, id);
     if (!row.nextRow() || row.isNull(1))
-        return places;
-    const QByteArray path = row.blob(2);
-    const auto file = FolderListing::attributes(path);
-    if (!file || (file->regular && (file->bytes != row.int64(3) || file->modifiedMs != row.int64(4))))
-        return places;
+        return std::nullopt;
+    StoredPlaces places{{}, row.blob(2), row.int64(3), row.int64(4)};
     if (!row.isNull(0))
         places.boxes = TextBoxes::unpacked(row.blob(0), row.text(1));
-    places.unread = !places.boxes;
     return places;
 }
 

@@ -20,8 +20,16 @@ public:
     SearchResult search(const QString &text, int limit);
     SearchResult recent(int limit);
     std::optional<qint64> version();
-    ShotPlaces places(qint64 id);
     QList<ReadFailure> failures();
+
+    // Where the text of a shot stands, as the index has it, and what the file was when it was read.
+    struct StoredPlaces {
+        std::optional<TextBoxes> boxes;
+        QByteArray path;
+        qint64 bytes = 0;
+        qint64 modifiedMs = 0;
+    };
+    std::optional<StoredPlaces> places(qint64 id); // std::nullopt without a text
 
     // Runs one of the readers' statements of IndexSql: the pattern or words, if given, are parameter 1, followed by the
     // limit. Returns an empty list if there is no index yet or it cannot be read.

@@ -2,6 +2,7 @@
 
 #include "config/ConfigStore.h"
 #include "index/ShotReader.h"
+#include "platform/FolderListing.h"
 #include "platform/QtQueue.h"
 
 namespace qm {
@@ -36,9 +37,14 @@ std::optional<qint64> ShotStore::version()
     return onQueue([](ShotReader &reader) { return reader.version(); });
 }
 
+// The file is looked at here: in a network folder that does not answer, that takes minutes, for which no search must wait.
 ShotPlaces ShotStore::places(qint64 id)
 {
-    return onQueue([id](ShotReader &reader) { return reader.places(id); });
+    const auto stored = onQueue([id](ShotReader &reader) { return reader.places(id); });
+    const auto file = stored ? FolderListing::attributes(stored->path) : std::nullopt;
+    if (!file || (file->regular && (file->bytes != stored->bytes || file->modifiedMs != stored->modifiedMs)))
+        return {};
+    return {.unread = !stored->boxes, .boxes = stored->boxes};
 }
 
 QList<ReadFailure> ShotStore::failures()

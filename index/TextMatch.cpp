@@ -56,16 +56,20 @@ QList<TextMatch::Range> TextMatch::findAll(const QString &text, const QStringLis
     return all;
 }
 
+TextMatch::Range TextMatch::lineAt(const QString &text, qsizetype position)
+{
+    const qsizetype start = position == 0 ? 0 : text.lastIndexOf(u'\n', position - 1) + 1;
+    const qsizetype end = text.indexOf(u'\n', position);
+    return {start, (end < 0 ? text.size() : end) - start};
+}
+
 TextMatch::Excerpt TextMatch::excerpt(const QString &text, const QStringList &terms, int maxLength)
 {
     Range match = findAll(text, terms, 1).value(0);
     // A match may span lines; show the one it begins in.
-    const qsizetype lineStart = match.start == 0 ? 0 : text.lastIndexOf(u'\n', match.start - 1) + 1;
-    qsizetype lineEnd = text.indexOf(u'\n', match.start);
-    if (lineEnd < 0)
-        lineEnd = text.size();
-    QString line = text.sliced(lineStart, lineEnd - lineStart);
-    match.start -= lineStart;
+    const Range whole = lineAt(text, match.start);
+    QString line = text.sliced(whole.start, whole.length);
+    match.start -= whole.start;
     match.length = std::min(match.length, line.size() - match.start);
 
     if (line.size() > maxLength) {

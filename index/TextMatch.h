@@ -18,6 +18,8 @@ struct Range {
 // a literal character is found nowhere.
 QList<Range> findAll(const QString &text, const QStringList &terms, int limit);
 
+Range lineAt(const QString &text, qsizetype position); // without its end
+
 // The line of the first match, cut to about maxLength characters with "…", and the position of the match in it.
 struct Excerpt {
     QString line;

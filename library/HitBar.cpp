@@ -20,7 +20,6 @@ HitBar::HitBar(QWidget *parent)
     auto *layout = new QHBoxLayout(this);
     layout->setContentsMargins(0, 0, 0, 0);
     layout->setSpacing(2);
-    layout->addStretch();
     layout->addWidget(m_count);
     const auto add = [&](const QString &symbol, const QString &help, int step) {
         auto *button = new IconButton(symbol, help, this);
@@ -34,7 +33,6 @@ HitBar::HitBar(QWidget *parent)
     };
     add(QStringLiteral("chevron.up"), AppLocale::text(u"Previous match  Shift+F3", u"前の一致  Shift+F3"), -1);
     add(QStringLiteral("chevron.down"), AppLocale::text(u"Next match  F3", u"次の一致  F3"), 1);
-    layout->addStretch();
     hide();
 }
 

@@ -11,6 +11,7 @@
 #include "library/SecondaryLabel.h"
 #include "library/ShotListView.h"
 #include "library/SymbolView.h"
+#include "platform/FolderListing.h"
 #include "platform/Memory.h"
 #include "ui/AppLocale.h"
 #include "ui/IconButton.h"
@@ -72,6 +73,14 @@ LibraryView::LibraryView(Environment environment, QWidget *parent)
         auto *go = new QShortcut(key, this);
         connect(go, &QShortcut::activated, this, [this, step = step] { m_preview->goToHit(step); });
     }
+    const auto zoom = [this](const QKeySequence &key, std::function<void()> change) {
+        connect(new QShortcut(key, this), &QShortcut::activated, this, std::move(change));
+    };
+    zoom(Qt::CTRL | Qt::Key_Plus, [this] { m_preview->zoomBy(1); });
+    zoom(Qt::CTRL | Qt::Key_Equal, [this] { m_preview->zoomBy(1); }); // plus without Shift
+    zoom(Qt::CTRL | Qt::Key_Minus, [this] { m_preview->zoomBy(-1); });
+    zoom(Qt::CTRL | Qt::Key_0, [this] { m_preview->resetZoom(); });
+    zoom(Qt::CTRL | Qt::Key_1, [this] { m_preview->setZoom(PictureZoom::actualSize()); });
     auto *close = new QShortcut(QKeySequence::Close, this);
     connect(close, &QShortcut::activated, this, [this] { window()->close(); });
     refresh();
@@ -181,6 +190,8 @@ void LibraryView::changeEvent(QEvent *event)
     QWidget::changeEvent(event);
     if (event->type() == QEvent::PaletteChange && m_field)
         tintSearch();
+    if (event->type() == QEvent::ActivationChange && isActiveWindow())
+        lookForRestored();
 }
 
 void LibraryView::showEvent(QShowEvent *event)
@@ -231,6 +242,7 @@ void LibraryView::setResult(const SearchResult &result, const QString &text)
     if (!result.failed) {
         m_shots = result.shots;
         hideTrashed();
+        lookForRestored();
         m_foundText = text;
         m_match = result.match;
         m_hasResult = true;
@@ -305,7 +317,7 @@ void LibraryView::perform(ShotAction action, const Shot &shot)
 void LibraryView::moveToTrash(const Shot &shot)
 {
     const qsizetype row = m_shots.indexOf(shot);
-    m_trashed.insert(shot.id);
+    m_trashed.insert(shot.id, {shot.path});
     m_status->setNotice({});
     hideTrashed();
     if (m_selection == shot.id) {
@@ -314,8 +326,12 @@ void LibraryView::moveToTrash(const Shot &shot)
     }
     refresh();
     m_environment.trash(shot.path, [self = QPointer(this), shot](const Outcome &outcome) {
-        if (outcome || !self)
+        if (!self)
             return;
+        if (outcome) {
+            self->m_trashed[shot.id].isMoved = true;
+            return;
+        }
         self->m_trashed.remove(shot.id);
         self->m_status->setNotice(AppLocale::text(u"%1 could not be moved to the trash, and was not deleted.",
                                                   u"%1 をゴミ箱に入れられませんでした。ファイルは削除されていません。")
@@ -328,6 +344,33 @@ void LibraryView::moveToTrash(const Shot &shot)
 void LibraryView::hideTrashed()
 {
     m_shots.removeIf([this](const Shot &shot) { return m_trashed.contains(shot.id); });
+}
+
+// From the trash, by another program: the scan need not have missed it.
+void LibraryView::lookForRestored()
+{
+    QList<std::pair<qint64, QByteArray>> moved;
+    for (const auto &[id, trashed] : m_trashed.asKeyValueRange()) {
+        if (trashed.isMoved)
+            moved.append({id, trashed.path.toUtf8()});
+    }
+    if (moved.isEmpty())
+        return;
+    m_restoring.start(
+        [moved] {
+            QList<qint64> restored;
+            for (const auto &[id, path] : moved) {
+                if (FolderListing::existence(path) == FolderListing::Existence::exists)
+                    restored << id;
+            }
+            return restored;
+        },
+        [this](const QList<qint64> &restored) {
+            for (const qint64 id : restored)
+                m_trashed.remove(id);
+            if (!restored.isEmpty())
+                reload();
+        });
 }
 
 void LibraryView::showMenu(const Shot &shot, const QPoint &globalPosition)

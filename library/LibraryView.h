@@ -8,8 +8,8 @@
 #include "platform/TaskQueue.h"
 #include "platform/Workspace.h"
 
+#include <QHash>
 #include <QList>
-#include <QSet>
 #include <QWidget>
 
 class QLineEdit;
@@ -78,14 +78,19 @@ private:
     void perform(ShotAction action, const Shot &shot);
     void moveToTrash(const Shot &shot);
     void hideTrashed();
+    void lookForRestored();
     void showMenu(const Shot &shot, const QPoint &globalPosition);
     bool fieldKey(const QKeyEvent &event);
     void escape();
 
     Environment m_environment;
     QList<Shot> m_shots;
-    QSet<qint64> m_trashed; // rows of files in the trash, which the next scan removes
-    QString m_foundText;    // the search text of m_shots, trimmed
+    struct Trashed {
+        QString path;
+        bool isMoved = false; // or about to be
+    };
+    QHash<qint64, Trashed> m_trashed; // hidden rows, which the next scan removes unless the file is put back before
+    QString m_foundText;              // the search text of m_shots, trimmed
     SearchResult::Match m_match = SearchResult::Match::typed;
     bool m_indexFailed = false;
     std::optional<qint64> m_selection;
@@ -102,6 +107,7 @@ private:
     LibraryStatus *m_status = nullptr;
     PreviewPane *m_preview = nullptr;
     LatestJob m_failures;
+    LatestJob m_restoring;
     LiveSearch m_search; // last, so that it ends first
 };
 

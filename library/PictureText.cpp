@@ -56,10 +56,7 @@ TextMatch::Range PictureText::wordAt(QPointF point) const
 
 TextMatch::Range PictureText::lineAt(QPointF point) const
 {
-    const qsizetype at = nearest(point).start;
-    const qsizetype start = at == 0 ? 0 : m_text.lastIndexOf(u'\n', at - 1) + 1;
-    const qsizetype end = m_text.indexOf(u'\n', at);
-    return {start, (end < 0 ? m_text.size() : end) - start};
+    return TextMatch::lineAt(m_text, nearest(point).start);
 }
 
 } // namespace qm

@@ -1,6 +1,5 @@
 #include "library/PreviewPane.h"
 
-#include "imaging/ImageFile.h"
 #include "library/ActionRow.h"
 #include "library/HitBar.h"
 #include "library/LibraryLook.h"
@@ -8,9 +7,9 @@
 #include "library/RecognisedText.h"
 #include "library/SecondaryLabel.h"
 #include "library/SymbolView.h"
+#include "library/ZoomBar.h"
 #include "ui/AppLocale.h"
 
-#include <QFile>
 #include <QFileInfo>
 #include <QProgressBar>
 #include <QScreen>
@@ -84,6 +83,9 @@ QWidget *PreviewPane::makeContent()
         m_currentHit = 0;
         showHits();
     };
+    m_zoom = new ZoomBar;
+    m_zoom->onZoom = [this](const PictureZoom &zoom) { setZoom(zoom); };
+    m_picture->onZoom = [this] { m_zoom->setZoom(m_picture->zoom(), m_picture->percentage(), m_picture->isTall()); };
     m_picture->onSelect = [this](const TextMatch::Range &range) { m_text->select(range); };
     m_actions = new ActionRow;
     m_actions->onAction = [this](ShotAction action) {
@@ -96,7 +98,11 @@ QWidget *PreviewPane::makeContent()
     layout->setContentsMargins(margin, margin, margin, margin);
     layout->setSpacing(gap);
     layout->addWidget(area, 1);
-    layout->addWidget(m_hits);
+    auto *underPicture = new QHBoxLayout;
+    underPicture->addWidget(m_hits);
+    underPicture->addStretch();
+    underPicture->addWidget(m_zoom);
+    layout->addLayout(underPicture);
     layout->addWidget(m_text);
     layout->addWidget(m_actions);
     return page;
@@ -107,7 +113,7 @@ void PreviewPane::setShot(const std::optional<Shot> &shot, const QStringList &te
     if (m_shot && shot && m_shot->path == shot->path && m_shot != shot)
         m_loader.forget();
     if (!m_shot || !shot || m_shot->id != shot->id || m_shot->ocrText != shot->ocrText) {
-        m_picture->setText({}, {});
+        m_picture->setText({});
         m_hasPlaces = false;
         m_finding.drop();
     }
@@ -124,37 +130,26 @@ void PreviewPane::setShot(const std::optional<Shot> &shot, const QStringList &te
 void PreviewPane::dropPicture()
 {
     m_loader.drop();
-    m_picture->setImage({});
+    m_picture->setImage({}, {});
 }
 
 // Asked for with every new list until they are there: they may have been read meanwhile.
 void PreviewPane::findPlaces()
 {
-    struct Found {
-        ShotPlaces places;
-        QSize size; // of the picture
-    };
     const QString text = m_shot->ocrText.value_or(QString());
     if (m_hasPlaces || !m_places.find || text.isEmpty() || m_finding.isUnderWay())
         return;
-    m_finding.start(
-        [find = m_places.find, id = m_shot->id, path = m_shot->path] {
-            Found found{find(id), {}};
-            QFile file(path);
-            if (found.places.boxes && file.open(QIODevice::ReadOnly))
-                found.size = ImageFile::probe(file).value_or(QSize());
-            return found;
-        },
-        [this, id = m_shot->id, text](const Found &found) {
-            m_hasPlaces = found.places.boxes.has_value() && !found.size.isEmpty();
-            if (m_hasPlaces) {
-                m_picture->setText(PictureText(text, *found.places.boxes), found.size);
-                showHits();
-            } else if (found.places.unread && m_places.readAgain && !m_toReadAgain.contains(id)) {
-                m_toReadAgain.insert(id);
-                m_places.readAgain(id);
-            }
-        });
+    m_finding.start([find = m_places.find, id = m_shot->id] { return find(id); },
+                    [this, id = m_shot->id, text](const ShotPlaces &places) {
+                        m_hasPlaces = places.boxes.has_value();
+                        if (m_hasPlaces) {
+                            m_picture->setText(PictureText(text, *places.boxes));
+                            m_picture->setMarks(m_text->marks(), m_currentHit);
+                        } else if (places.unread && m_places.readAgain && !m_toReadAgain.contains(id)) {
+                            m_toReadAgain.insert(id);
+                            m_places.readAgain(id);
+                        }
+                    });
 }
 
 void PreviewPane::showHits()
@@ -162,6 +157,7 @@ void PreviewPane::showHits()
     const QList<TextMatch::Range> &hits = m_text->marks();
     m_hits->setHits(hits.size(), m_currentHit);
     m_picture->setMarks(hits, m_currentHit);
+    m_picture->reveal();
     if (m_currentHit < hits.size())
         m_text->reveal(hits[m_currentHit]);
 }
@@ -173,6 +169,21 @@ void PreviewPane::goToHit(int step)
         return;
     m_currentHit = (m_currentHit + step + count) % count;
     showHits();
+}
+
+void PreviewPane::zoomBy(int steps)
+{
+    m_picture->zoomBy(steps);
+}
+
+void PreviewPane::setZoom(const PictureZoom &zoom)
+{
+    m_picture->setZoom(zoom);
+}
+
+void PreviewPane::resetZoom()
+{
+    m_picture->resetZoom();
 }
 
 PreviewPane::Showing PreviewPane::showing() const
@@ -200,7 +211,7 @@ void PreviewPane::refresh()
     m_pages->setCurrentIndex(m_shot ? 1 : 0);
     if (!m_shot)
         return;
-    m_picture->setImage(m_loader.image());
+    m_picture->setImage(m_loader.image(), m_shot->path);
     m_picture->setAccessibleName(m_shot->filename);
     if (m_loader.failed())
         m_failureText->setText(failureText());

@@ -2,6 +2,7 @@
 
 #include "index/Shot.h"
 #include "library/ImageLoader.h"
+#include "library/PictureZoom.h"
 #include "library/ShotActions.h"
 #include "ui/LatestJob.h"
 
@@ -17,6 +18,7 @@ class ActionRow;
 class HitBar;
 class PreviewPicture;
 class RecognisedText;
+class ZoomBar;
 
 // The right-hand side of the library: the selected shot at large size, its text, and actions on it. Main thread.
 class PreviewPane : public QWidget
@@ -41,6 +43,9 @@ public:
     void dropPicture(); // until the next setShot()
 
     void goToHit(int step); // 1 is the next, -1 the one before
+    void zoomBy(int steps); // up or down
+    void setZoom(const PictureZoom &zoom);
+    void resetZoom(); // as the picture opens
 
     std::function<void(ShotAction action, const Shot &shot)> onAction;
 
@@ -67,11 +72,12 @@ private:
     RecognisedText *m_text = nullptr;
     ActionRow *m_actions = nullptr;
     HitBar *m_hits = nullptr;
+    ZoomBar *m_zoom = nullptr;
     qsizetype m_currentHit = 0;
     const Places m_places;
     bool m_hasPlaces = false;   // of the current shot
     QSet<qint64> m_toReadAgain; // shots that were asked for
-    LatestJob m_finding;
+    LatestJob m_finding{2};     // one may wait for a network folder
 };
 
 } // namespace qm

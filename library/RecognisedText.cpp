@@ -13,6 +13,7 @@
 namespace qm {
 
 static constexpr int maxLines = 5;
+static constexpr int padding = 4;             // points
 static constexpr int maxMarks = 500;          // more than anybody looks at
 static constexpr qsizetype maxUnits = 60'000; // text layout runs on this thread; this much is many pages
 
@@ -26,6 +27,10 @@ RecognisedText::RecognisedText(QWidget *parent)
     setHorizontalScrollBarPolicy(Qt::ScrollBarAlwaysOff);
     setFrameShape(NoFrame);
     setFont(LibraryLook::caption(font()));
+    document()->setDocumentMargin(0);
+    setViewportMargins(padding, padding, padding, padding); // does not scroll: no part of another line is seen
+    setBackgroundRole(QPalette::Base);
+    setAutoFillBackground(true);
     setSizePolicy(QSizePolicy::Expanding, QSizePolicy::Fixed);
     setAccessibleName(AppLocale::text(u"Recognised text", u"認識されたテキスト"));
 }
@@ -34,31 +39,28 @@ void RecognisedText::setContent(const QString &text, const QStringList &terms)
 {
     if (text == m_text && terms == m_terms)
         return;
-    if (text != m_text)
-        setPlainText(text.left(maxUnits));
-    m_text = text;
-    m_terms = terms;
     m_looking.drop();
-    m_marks.clear();
+    m_terms = terms;
+    if (text != m_text) {
+        m_text = text;
+        m_marks.clear();
+        setPlainText(text.left(maxUnits));
+        showMarks();
+        fitHeight();
+        verticalScrollBar()->setValue(0);
+    }
+    if (text.isEmpty() || terms.isEmpty())
+        return setMarks({});
+    m_looking.start([text = text.left(maxUnits), terms] { return TextMatch::findAll(text, terms, maxMarks); },
+                    [this](const QList<TextMatch::Range> &marks) { setMarks(marks); });
+}
+
+void RecognisedText::setMarks(const QList<TextMatch::Range> &marks)
+{
+    m_marks = marks;
     showMarks();
     if (onMarks)
         onMarks();
-    fitHeight();
-    verticalScrollBar()->setValue(0);
-    if (!text.isEmpty() && !terms.isEmpty())
-        look();
-}
-
-void RecognisedText::look()
-{
-    m_looking.start(
-        [text = m_text.left(maxUnits), terms = m_terms] { return TextMatch::findAll(text, terms, maxMarks); },
-        [this](const QList<TextMatch::Range> &marks) {
-            m_marks = marks;
-            showMarks();
-            if (onMarks)
-                onMarks();
-        });
 }
 
 void RecognisedText::reveal(const TextMatch::Range &range)
@@ -93,12 +95,12 @@ void RecognisedText::showMarks()
 void RecognisedText::fitHeight()
 {
     const QFontMetricsF metrics(font());
-    const double width = std::max(1.0, viewport()->width() - 2 * document()->documentMargin());
+    const double width = std::max(1, viewport()->width());
     double lines = 0;
     for (QTextBlock block = document()->begin(); block.isValid() && lines < maxLines; block = block.next())
         lines += std::max(1.0, std::ceil(metrics.horizontalAdvance(block.text().left(1000)) / width));
     const double text = std::ceil(std::min(lines, double(maxLines)) * metrics.lineSpacing());
-    const int height = int(text + 2 * document()->documentMargin()) + 2 * frameWidth();
+    const int height = int(text) + 2 * (padding + frameWidth());
     if (height != minimumHeight())
         setFixedHeight(height);
 }

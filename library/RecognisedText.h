@@ -29,7 +29,7 @@ protected:
     void changeEvent(QEvent *event) override;
 
 private:
-    void look();
+    void setMarks(const QList<TextMatch::Range> &marks);
     void showMarks();
     void fitHeight();
 

@@ -2,7 +2,6 @@
 
 #include "imaging/Thumbnailer.h"
 
-#include <QColorSpace>
 #include <QFileInfo>
 #include <QThread>
 
@@ -43,15 +42,6 @@ ThumbnailCache::~ThumbnailCache()
     m_pool.waitForDone();
 }
 
-// QPainter takes every colour for the screen's.
-static QImage forScreen(QImage image)
-{
-    const QColorSpace space = image.colorSpace();
-    if (space.isValid() && space != QColorSpace(QColorSpace::SRgb))
-        image.convertToColorSpace(QColorSpace::SRgb);
-    return image;
-}
-
 ThumbnailCache::Stamp ThumbnailCache::stampOf(const QString &path)
 {
     const QFileInfo file(path);
@@ -89,7 +79,7 @@ void ThumbnailCache::load(const QString &path, double maxEdge, Completion comple
         const Stamp stamp = stampOf(path); // before it is read: what is written meanwhile is another change
         if (stamp == known)
             return;
-        const QImage image = unwanted() ? QImage() : forScreen(Thumbnailer::make(path, maxEdge, unwanted));
+        const QImage image = unwanted() ? QImage() : Thumbnailer::forScreen(Thumbnailer::make(path, maxEdge, unwanted));
         QMetaObject::invokeMethod(
             &m_context,
             [this, key = keyOf(path, maxEdge), kept = Kept{image, stamp}, completion = std::move(completion),

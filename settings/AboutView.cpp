@@ -22,13 +22,14 @@ static constexpr int iconSize = 64;
 
 struct Library {
     const char16_t *name;
-    const char16_t *licence; // SPDX identifier
+    const char16_t *licence; // SPDX identifiers
 };
 static constexpr const char16_t *publicDomain = u"public domain"; // needs translating, unlike the identifiers
 
 // Libraries our programs are linked with.
 static constexpr std::array libraries{
     Library{u"Qt", u"LGPL-3.0"},
+    Library{u"GLib", u"LGPL-2.1"},
     Library{u"SQLite", publicDomain},
     Library{u"Tesseract", u"Apache-2.0"},
     Library{u"Leptonica", u"BSD-2-Clause"},
@@ -46,6 +47,31 @@ QString appVersion(const std::optional<QString> &shortVersion, const std::option
 {
     const QString unknown = QStringLiteral("?");
     return QStringLiteral("%1 (%2)").arg(shortVersion.value_or(unknown), version.value_or(unknown));
+}
+
+// The text of a licence is a click away, in a browser.
+static QString linked(const QString &title, const QString &address, const QColor &color)
+{
+    return QStringLiteral("<a href=\"%1\" style=\"color: %2\">%3</a>").arg(address, color.name(QColor::HexArgb), title);
+}
+
+static QString linkedLicences(QStringView identifiers, const QColor &color)
+{
+    if (identifiers == QStringView(publicDomain))
+        return linked(text(identifiers, u"パブリックドメイン"), QStringLiteral("https://www.sqlite.org/copyright.html"),
+                      color);
+    QStringList links;
+    for (const QString &identifier : identifiers.toString().split(QStringLiteral(", ")))
+        links << linked(identifier, QStringLiteral("https://spdx.org/licenses/%1.html").arg(identifier), color);
+    return links.join(QStringLiteral(", "));
+}
+
+static QLabel *withLinks(QLabel *label)
+{
+    label->setTextFormat(Qt::RichText);
+    label->setTextInteractionFlags(Qt::TextBrowserInteraction);
+    label->setOpenExternalLinks(true);
+    return label;
 }
 
 static QLabel *selectable(const QString &words)
@@ -118,10 +144,9 @@ QWidget *AboutView::makeLicences()
     grid->setVerticalSpacing(4);
     grid->setColumnMinimumWidth(2, 12);
     grid->setColumnStretch(4, 1);
-    auto *licence = new QLabel(text(u"Quillmere is free software under the MIT License.",
-                                    u"Quillmere は MIT ライセンスのフリーソフトウェアです。"));
-    licence->setWordWrap(true);
-    grid->addWidget(licence, 0, 0, 1, 5);
+    m_licence = withLinks(new QLabel);
+    m_licence->setWordWrap(true);
+    grid->addWidget(m_licence, 0, 0, 1, 5);
     auto *title = new QLabel(text(u"It uses these libraries:", u"次のライブラリを使用しています："));
     grid->addWidget(title, 1, 0, 1, 5);
 
@@ -131,12 +156,9 @@ QWidget *AboutView::makeLicences()
         const int row = 2 + int(i % half);
         const int column = i < half ? 0 : 3;
         auto *name = new QLabel(QString::fromUtf16(libraries[i].name));
-        const QStringView spdx = libraries[i].licence;
-        auto *terms =
-            new QLabel(spdx == QStringView(publicDomain) ? text(spdx, u"パブリックドメイン") : spdx.toString());
+        m_libraryLicences << withLinks(new QLabel);
         grid->addWidget(name, row, column);
-        grid->addWidget(terms, row, column + 1);
-        m_secondary << terms;
+        grid->addWidget(m_libraryLicences.last(), row, column + 1);
     }
     return block;
 }
@@ -148,10 +170,14 @@ void AboutView::refresh()
     if (icon.isNull())
         icon = Symbol::icon(QStringLiteral("camera.viewfinder"), SystemLook::accent(palette()));
     m_icon->setPixmap(icon.pixmap({iconSize, iconSize}, devicePixelRatioF()));
-    QPalette secondary;
-    secondary.setColor(QPalette::WindowText, SystemLook::secondaryText(palette()));
-    for (QLabel *label : m_secondary)
-        label->setPalette(secondary);
+    // Links would be blue, whatever they are on.
+    const QColor primary = palette().color(QPalette::WindowText);
+    const QColor secondary = SystemLook::secondaryText(palette());
+    m_licence->setText(text(u"Quillmere is free software under the %1.", u"Quillmere は %1のフリーソフトウェアです。")
+                           .arg(linked(text(u"MIT License", u"MIT ライセンス"),
+                                       QStringLiteral("https://spdx.org/licenses/MIT.html"), primary)));
+    for (qsizetype i = 0; i < m_libraryLicences.size(); ++i)
+        m_libraryLicences[i]->setText(linkedLicences(libraries[size_t(i)].licence, secondary));
 }
 
 void AboutView::showEvent(QShowEvent *event)

@@ -27,7 +27,8 @@ private:
 
     QLabel *m_icon = nullptr;
     QLabel *m_launchAtLogin = nullptr;
-    QList<QLabel *> m_secondary;
+    QLabel *m_licence = nullptr;
+    QList<QLabel *> m_libraryLicences;
 };
 
 // "1.4 (27)"; missing parts are shown as "?".

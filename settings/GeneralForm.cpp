@@ -197,7 +197,9 @@ void GeneralForm::addHotkey(QFormLayout &form)
     auto *keyRow = new QHBoxLayout;
     keyRow->addWidget(m_modifier);
     keyRow->addStretch(1);
-    form.addRow(key, keyRow);
+    auto *keyLabel = new QLabel(key);
+    keyLabel->setBuddy(m_modifier); // on Linux a combo box is called by its value, and by this
+    form.addRow(keyLabel, keyRow);
 
     const QString threshold = text(u"Hold threshold", u"長押しとみなす時間");
     m_threshold = new QSlider(Qt::Horizontal);

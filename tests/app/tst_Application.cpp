@@ -42,9 +42,9 @@ private Q_SLOTS:
 
     void commands()
     {
-        for (const char16_t *words :
-             {u"", u"capture-region", u"capture-window", u"capture-scroll", u"library", u"settings", u"quit",
-              u"annotate /a/日本.png", u"capture-screen --all", u"capture-last --delay 3600 --from-menu"}) {
+        for (const char16_t *words : {u"", u"capture-region", u"capture-window", u"capture-scroll", u"library",
+                                      u"settings", u"quit", u"annotate /a/日本.png", u"capture-text --delay 3",
+                                      u"capture-screen --all", u"capture-last --delay 3600 --from-menu"}) {
             const auto command = Command::fromWords(QString::fromUtf16(words).split(u' ', Qt::SkipEmptyParts));
             QVERIFY2(command, qPrintable(QString::fromUtf16(words)));
             QCOMPARE(Command::fromMessage(command->toMessage()), command);

@@ -157,6 +157,18 @@ private Q_SLOTS:
             QVERIFY(QFile::remove(folder() + u'/' + name));
     }
 
+    void theTextOfARegionIsCopied()
+    {
+        const QStringList before = captures();
+        run(u"quillmere"_s, {u"capture-text"_s});
+        QVERIFY(m_desktop.overlayIsUp());
+        m_desktop.drag({100, 120}, {399, 319});
+        QVERIFY(Desktop::wait([&] { return m_desktop.clipboard(u"text/plain"_s) == "picture"; })); // the file's name
+        QVERIFY(
+            Desktop::wait([&] { return QDir(m_home.file(u".run"_s)).entryList({u"quillmere-text*"_s}).isEmpty(); }));
+        QCOMPARE(captures(), before);
+    }
+
     void theLibraryFindsIt()
     {
         run(u"quillmere"_s, {u"library"_s});
@@ -177,8 +189,8 @@ private Q_SLOTS:
 
     void theEditorMarksIt()
     {
-        tap({Key::tab, Key::tab, Key::tab, Key::tab, Key::tab,
-             Key::space}); // both arrows, the text, "Copy", "Annotate…"
+        tap({Key::tab, Key::tab, Key::tab, Key::tab, Key::tab, Key::tab, Key::tab,
+             Key::space}); // both arrows, both sizes, the text, "Copy", "Annotate…"
         const QString title = u"Annotate — oat.png"_s;
         QVERIFY(waitForWindow(title));
         const QPoint middle = m_desktop.windowTitled(title)->content.center();

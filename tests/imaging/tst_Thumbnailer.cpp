@@ -76,6 +76,26 @@ private Q_SLOTS:
         QCOMPARE(Thumbnailer::make(written(plain({90, 57}, 0xff008080)), 100).size(), QSize(90, 57));
     }
 
+    void aPartIsWhatTheWholeHasThere()
+    {
+        const QRect parts[] = {{0, 0, 1, 1}, {3, 5, 11, 7}, {0, 20, 29, 3}, {28, 0, 1, 43}, {0, 0, 29, 43}};
+        for (char orientation = 1; orientation <= 8; ++orientation) {
+            QByteArray exif = QByteArray::fromHex("4d4d002a00000008 0001 0112 0003 00000001 00000000 00000000");
+            exif[19] = orientation;
+            const bool turned = orientation > 4;
+            const QString path = written(
+                PngForge::file({.width = turned ? 86 : 58, .height = turned ? 58 : 86}, PngForge::chunk("eXIf", exif)));
+            const QImage whole = Thumbnailer::makePart(path, {29, 43}, {0, 0, 29, 43});
+            QCOMPARE(whole, Thumbnailer::make(path, 43).scaled(29, 43));
+            for (const QRect &part : parts)
+                QCOMPARE(Thumbnailer::makePart(path, {29, 43}, part), whole.copy(part));
+        }
+        const QString cut = written(PngForge::file({.width = 60, .height = 90}).chopped(2000));
+        QVERIFY(!Thumbnailer::makePart(cut, {60, 90}, {0, 0, 60, 20}).hasAlphaChannel()); // it ends below
+        QVERIFY(Thumbnailer::makePart(cut, {61, 90}, {0, 0, 9, 9}).isNull());
+        QVERIFY(Thumbnailer::makePart(cut, {60, 90}, {0, 80, 9, 11}).isNull());
+    }
+
     void stopsBetweenRows()
     {
         int asked = 0;

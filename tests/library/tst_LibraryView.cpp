@@ -377,6 +377,7 @@ private Q_SLOTS:
         setStamp();
         Window window;
         auto *picture = window.view.findChild<PreviewPicture *>();
+        QWidget *view = picture->viewport();
         auto *pane = window.view.findChild<RecognisedText *>();
         window.search(u"b"_s);
         window.select(0);
@@ -405,25 +406,25 @@ private Q_SLOTS:
 
         for (const auto &[point, shape] :
              {std::pair(at(300, 200), Qt::ArrowCursor), std::pair(at(60, 40), Qt::IBeamCursor)}) {
-            QMouseEvent move(QEvent::MouseMove, point, picture->mapToGlobal(point), Qt::NoButton, {}, {});
-            QApplication::sendEvent(picture, &move);
-            QCOMPARE(picture->cursor().shape(), shape);
+            QMouseEvent move(QEvent::MouseMove, point, view->mapToGlobal(point), Qt::NoButton, {}, {});
+            QApplication::sendEvent(view, &move);
+            QCOMPARE(view->cursor().shape(), shape);
         }
         const auto copied = [&] {
             QTest::keyClick(picture, Qt::Key_C, Qt::ControlModifier);
             return QGuiApplication::clipboard()->text();
         };
-        QTest::mousePress(picture, Qt::LeftButton, {}, at(151, 38)); // behind the "b"
-        QMouseEvent drag(QEvent::MouseMove, at(300, 103), picture->mapToGlobal(at(300, 103)), Qt::NoButton,
-                         Qt::LeftButton, {});
-        QApplication::sendEvent(picture, &drag); // beside the second line
-        QTest::mouseRelease(picture, Qt::LeftButton, {}, at(300, 103));
+        QTest::mousePress(view, Qt::LeftButton, {}, at(151, 38)); // behind the "b"
+        QMouseEvent drag(QEvent::MouseMove, at(300, 103), view->mapToGlobal(at(300, 103)), Qt::NoButton, Qt::LeftButton,
+                         {});
+        QApplication::sendEvent(view, &drag); // beside the second line
+        QTest::mouseRelease(view, Qt::LeftButton, {}, at(300, 103));
         QCOMPARE(copied(), u"oat,\nshared"_s);
         QCOMPARE(pane->textCursor().selectionStart(), 6);
         QApplication::setDoubleClickInterval(10'000); // events of a test come half a second apart
-        QTest::mouseDClick(picture, Qt::LeftButton, {}, at(60, 40));
+        QTest::mouseDClick(view, Qt::LeftButton, {}, at(60, 40));
         QCOMPARE(copied(), u"blue"_s);
-        QTest::mouseClick(picture, Qt::LeftButton, {}, at(60, 40));
+        QTest::mouseClick(view, Qt::LeftButton, {}, at(60, 40));
         QCOMPARE(copied(), u"blue boat,"_s);
         QTest::keyClick(picture, Qt::Key_A, Qt::ControlModifier);
         QCOMPARE(copied(), u"blue boat,\nshared"_s);
@@ -458,6 +459,19 @@ private Q_SLOTS:
         QTRY_COMPARE(window.names(), u"two.png one.png"_s);
         QCOMPARE(window.visibleLabels(u"trash"_s), u"two.png could not be moved to the trash, and was not deleted."_s);
         QCOMPARE(window.trashed[0].first, m_home.file(u"two.png"_s));
+
+        // Put back before a scan has missed it.
+        window.select(0);
+        QTest::keyClick(window.list, Qt::Key_Delete);
+        QCOMPARE(window.names(), u"one.png"_s);
+        QFile::rename(m_home.file(u"two.png"_s), m_home.file(u"trashed.png"_s));
+        window.trashed[1].second(Outcome::success());
+        window.search(u"shared "_s);
+        QCOMPARE(window.names(), u"one.png"_s);
+        QFile::rename(m_home.file(u"trashed.png"_s), m_home.file(u"two.png"_s));
+        QEvent activated(QEvent::ActivationChange); // back from the file manager
+        QApplication::sendEvent(&window.view, &activated);
+        QTRY_COMPARE(window.names(), u"two.png one.png"_s);
         QVERIFY(rows(*m_database, "SELECT filename FROM shots", 1).contains(u"two.png"_s));
     }
 
@@ -506,7 +520,7 @@ private Q_SLOTS:
         window.select(1);
         QTRY_COMPARE(text->marks(), QList<TextMatch::Range>({{10, 6}}));
         QCOMPARE(text->toPlainText(), u"red apple\nshared words"_s);
-        window.search(u"words apple"_s);
+        window.search(u"words apple pl"_s); // the last is within the one before
         QCOMPARE(window.visibleLabels(u"words"_s), u"Nothing holds exactly this. These hold all of the words."_s);
         QTRY_COMPARE(text->marks(), QList<TextMatch::Range>({{4, 5}, {17, 5}}));
         QVERIFY(m_database->execute("UPDATE shots SET ocr_text = ' \n'"));
@@ -525,7 +539,7 @@ private Q_SLOTS:
             stripes.setPixel(i % 200, i / 200, i % 2 ? 0xffffffff : 0xff000000);
         PreviewPicture picture;
         picture.resize(100, 80);
-        picture.setImage(stripes);
+        picture.setImage(stripes, {});
         picture.show();
         QTRY_VERIFY(picture.isSharp());
         const QRect inside(20, 20, 160, 120);
