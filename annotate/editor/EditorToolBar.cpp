@@ -220,10 +220,10 @@ void EditorToolBar::refresh(const EditorState &state)
         made->setActive(tool == state.tool);
     m_moreTools->setActive(folds(state.tool));
     const bool plates = state.tool == AnnotationTool::text || state.selectsText();
-    if (m_plate->isHidden() == plates || m_tool != state.tool) {
-        m_tool = state.tool;
+    const bool blurs = state.tool == AnnotationTool::blur;
+    if (m_plate->isHidden() == plates || m_blurShapes->isHidden() == blurs) {
         m_plate->setVisible(plates);
-        m_blurShapes->setVisible(state.tool == AnnotationTool::blur);
+        m_blurShapes->setVisible(blurs);
         fold();
     }
     m_plate->setPlate(state.shownPlate());
