@@ -52,7 +52,7 @@ double copyTime(const QImage &image)
 
 std::unique_ptr<AnnotationView> editor(const AnnotationDoc &doc, QSize canvas)
 {
-    auto view = std::make_unique<AnnotationView>(doc, QStringLiteral("/bench.png"), [] {});
+    auto view = std::make_unique<AnnotationView>(doc, QStringLiteral("/bench.png"));
     view->resize(canvas);
     view->show();
     view->activateWindow();
@@ -83,7 +83,8 @@ void drags(const AnnotationDoc &doc, QSize canvasSize)
     const std::unique_ptr<AnnotationView> view = editor(doc, canvasSize);
     AnnotationCanvasView &canvas = *view->canvas();
     CanvasEvents events(canvas);
-    const QImage output = AnnotationRenderer::render(doc, canvas.mapping().renderLimit(1)).pixels;
+    const QRectF shown = canvas.mapping().display;
+    const QImage output = AnnotationRenderer::render(doc, std::max(shown.width(), shown.height())).pixels;
     const double copy = copyTime(output) * 1000;
     std::printf("Dragging, canvas %d x %d, output %d x %d\n", canvas.width(), canvas.height(), output.width(),
                 output.height());
