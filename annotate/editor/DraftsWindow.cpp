@@ -51,12 +51,8 @@ DraftsWindow::DraftsWindow(std::function<void(const QString &)> resume)
     auto *column = new QVBoxLayout(this);
     column->setSizeConstraint(QLayout::SetFixedSize);
     column->setSpacing(16);
-    auto *head = new QLabel(AppLocale::text(u"These annotations were not saved when Quillmere ended.",
-                                            u"Quillmere の終了時に保存されなかった注釈があります。"));
-    column->addWidget(head);
-    auto *later = new QPushButton(AppLocale::text(u"Later", u"あとで"));
-    QObject::connect(later, &QPushButton::clicked, this, &QWidget::close);
-    column->addWidget(later, 0, Qt::AlignRight);
+    column->addWidget(new QLabel(AppLocale::text(u"These annotations were not saved when Quillmere ended.",
+                                                 u"Quillmere の終了時に保存されなかった注釈があります。")));
     refresh();
 }
 
@@ -108,7 +104,10 @@ void DraftsWindow::refresh()
     column->setSpacing(12);
     for (const Draft::Left &one : left.first(qMin(left.size(), mostRows))) // the others as these are decided
         column->addWidget(row(one));
-    static_cast<QVBoxLayout *>(layout())->insertWidget(1, m_rows);
+    auto *later = new QPushButton(AppLocale::text(u"Later", u"あとで"));
+    QObject::connect(later, &QPushButton::clicked, this, &QWidget::close);
+    column->addWidget(later, 0, Qt::AlignRight);
+    layout()->addWidget(m_rows);
 }
 
 } // namespace qm
