@@ -17,6 +17,7 @@
 #include <QMessageBox>
 #include <QPushButton>
 #include <QSlider>
+#include <QToolButton>
 
 using namespace qm;
 using namespace Qt::StringLiterals;
@@ -111,8 +112,15 @@ private Q_SLOTS:
                 QCoreApplication::processEvents();
                 QCOMPARE(m_editor->button(u"More tools"_s)->isVisible(), folded);
                 QCOMPARE(m_editor->button(u"Cover  (X)"_s)->isVisible(), !folded);
-                const QAbstractButton *redo = m_editor->button(u"Redo"_s);
-                QVERIFY2(redo->geometry().right() < width, qPrintable(QString::number(redo->geometry().right())));
+                QRegion taken;
+                for (const QWidget *one : m_editor->view.findChildren<QWidget *>()) {
+                    const QRect place({one->mapTo(&m_editor->view, QPoint()), one->size()});
+                    if (!one->isVisible() || !(qobject_cast<const QToolButton *>(one) || one->inherits("QSlider")))
+                        continue;
+                    QVERIFY2(place.right() < width && place.width() >= 24 && !taken.intersects(place),
+                             qPrintable(one->toolTip()));
+                    taken |= place;
+                }
             }
         }
         m_editor->view.findChild<QMenu *>()->actions().value(1)->trigger();
