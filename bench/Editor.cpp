@@ -195,8 +195,11 @@ void scrollingCapture(const TempHome &home)
     ratio("Save / memcpy of its pixels", bench::bestOf(2, [&] { view->save(); }) / copy, "");
     view.reset();
     AnnotationDoc marked = bench::document(loaded.image);
-    for (Annotation &item : marked.items) // to where it opens
-        item.rect.translate(item.rect.x() > 2400 ? -2400 : 0, 27900);
+    for (Annotation &item : marked.items) { // as large on the screen as above, and where it opens
+        constexpr double scale = 2880.0 / 5120, up = 27900;
+        item.rect = {item.rect.x() * scale, item.rect.y() * scale + up, item.rect.width() * scale,
+                     item.rect.height() * scale};
+    }
     drags(marked, {3000, 1688});
 }
 

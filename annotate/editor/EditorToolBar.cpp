@@ -190,11 +190,10 @@ void EditorToolBar::fold()
         m_lineWidth->show();
         m_blurShapes->layout()->invalidate();
         layout()->invalidate();
-        return layout()->sizeHint().width() <= width();
+        return layout()->minimumSize().width() <= width();
     };
-    if (show(true, true) || show(true, false) || show(false, true) || show(false, false))
-        return;
-    if (layout()->minimumSize().width() > width() && !m_blurShapes->isHidden())
+    if (!show(true, true) && !show(true, false) && !show(false, true) && !show(false, false) &&
+        !m_blurShapes->isHidden())
         m_lineWidth->hide(); // a blur has none
 }
 
