@@ -50,6 +50,7 @@ void AppDelegate::applicationDidFinishLaunching()
         [this](const ReadingProgress &reading) { m_libraryController.setReading(reading); });
     OcrIndexer::shared().start();
     SystemStartup::whenOpenedAgain([this] { openLibrary(); });
+    offerDrafts();
 }
 
 void AppDelegate::createStatusItem()
@@ -91,6 +92,18 @@ void AppDelegate::startEventTap()
     m_eventTapStarted = m_eventTap->start(handle);
     if (m_eventTapStarted == KeyMonitor::Started::notYet)
         m_eventTapRetry = QtQueue::main().postAfter(1s, [this] { startEventTap(); });
+}
+
+// A little after the start, at log-in too, as that is what follows a crash. The window does not take the focus. It waits for
+// a capture: it would be in the picture.
+void AppDelegate::offerDrafts()
+{
+    m_draftsOffer = QtQueue::main().postAfter(1s, [this] {
+        if (m_captures.isCapturing())
+            offerDrafts();
+        else
+            m_annotationController.offerDrafts();
+    });
 }
 
 KeyListener AppDelegate::keyListener()

@@ -37,6 +37,7 @@ private:
     void createStatusItem();
     void registerLoginItemOnce();
     void startEventTap();
+    void offerDrafts();
     KeyListener keyListener(); // what the settings window sees of the key monitor
 
     void captureRangeAction();
@@ -57,6 +58,7 @@ private:
     Timer m_eventTapRetry;
     std::unique_ptr<SettingsWindowController> m_settingsController; // created on first use
     AnnotationWindowController m_annotationController;
+    Timer m_draftsOffer;
     LibraryWindowController m_libraryController;
 };
 

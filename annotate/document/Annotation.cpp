@@ -43,6 +43,11 @@ double Annotation::strokeWidth() const
     return kind == Kind::highlighter ? std::max(lineWidth * 3, 8.0) : lineWidth;
 }
 
+static double numberDiameter(double lineWidth)
+{
+    return lineWidth * 4 + 12;
+}
+
 void Annotation::setLineWidth(double width)
 {
     lineWidth = width;
@@ -51,11 +56,6 @@ void Annotation::setLineWidth(double width)
     const QPointF center = rect.center();
     rect.setSize(QSizeF(numberDiameter(width), numberDiameter(width)));
     rect.moveCenter(center);
-}
-
-double numberDiameter(double lineWidth)
-{
-    return lineWidth * 4 + 12;
 }
 
 double defaultFontSize(double lineWidth)

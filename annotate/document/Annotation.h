@@ -82,7 +82,6 @@ inline constexpr std::array allAnnotationTools{
 
 inline constexpr QRgb annotationRed = 0xffff3b30; // for new items; the same on every system, as pictures travel
 
-double numberDiameter(double lineWidth);  // points
 double defaultFontSize(double lineWidth); // points; for text that has no size of its own
 
 } // namespace qm

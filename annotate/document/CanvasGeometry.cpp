@@ -41,11 +41,6 @@ QPointF CanvasMapping::toView(QPointF image) const
     return (image - region.topLeft()) / scale() + display.topLeft();
 }
 
-double CanvasMapping::renderLimit(double pixelsPerPoint) const
-{
-    return std::min(pixelsPerPoint * std::max(display.width(), display.height()), 3000.0);
-}
-
 QTransform rotation(const Annotation &item)
 {
     if (!item.rotates())

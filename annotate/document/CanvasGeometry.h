@@ -24,7 +24,6 @@ struct CanvasMapping {
     double scale() const; // image points per view point; 1 when nothing is shown
     QPointF toImage(QPointF point) const;
     QPointF toView(QPointF image) const;
-    double renderLimit(double pixelsPerPoint) const; // maxDimension for rendering: screen pixels, at most 3000
 };
 
 // Rotation about the centre of the item's rectangle; identity for an item that does not rotate.

@@ -57,8 +57,8 @@ struct EditorState {
     void setPlate(Annotation::Plate next); // the same, but with an undo entry
 
     // At most most, which depends on the picture.
-    void zoomIn(double most = CanvasZoom::most);
-    void zoomOut(double most = CanvasZoom::most);
+    void zoomIn(double most);
+    void zoomOut(double most);
     void resetZoom() { zoom = 1; }
     QString zoomLabel() const; // "195%"
 

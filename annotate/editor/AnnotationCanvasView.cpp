@@ -193,16 +193,27 @@ void AnnotationCanvasView::placeText()
                std::clamp(qRound(corner.y()) - field.height(), 0, height() - field.height()));
 }
 
+QList<Annotation> AnnotationCanvasView::itemsWith(const OpenText &typed) const
+{
+    QList<Annotation> items = doc.items;
+    const QString text = typed.field->text();
+    if (!typed.index) {
+        if (!text.isEmpty())
+            items << ItemFactory::text(text, typed.origin, style());
+    } else if (names(typed.index) && items[*typed.index].kind == Annotation::Kind::text) {
+        if (text.isEmpty())
+            items.removeAt(*typed.index);
+        else if (items[*typed.index].text != text)
+            items[*typed.index] = ItemFactory::withText(items[*typed.index], text);
+    }
+    return items;
+}
+
 AnnotationDoc AnnotationCanvasView::settledDoc() const
 {
     AnnotationDoc settled = doc;
-    const QString text = m_text ? m_text->field->text() : QString();
-    if (!m_text || text.isEmpty())
-        return settled;
-    if (!m_text->index)
-        settled.items << ItemFactory::text(text, m_text->origin, style());
-    else if (names(m_text->index) && settled.items[*m_text->index].kind == Annotation::Kind::text)
-        settled.items[*m_text->index] = ItemFactory::withText(settled.items[*m_text->index], text);
+    if (m_text)
+        settled.items = itemsWith(*m_text);
     return settled;
 }
 
@@ -229,25 +240,22 @@ void AnnotationCanvasView::commitText()
 {
     if (!m_text)
         return;
-    const OpenText closed = closeText();
-    const QString text = closed.field->text();
-    if (!closed.index) {
-        if (!text.isEmpty() && onCommit)
-            onCommit(ItemFactory::text(text, closed.origin, style()));
-    } else if (names(closed.index) && doc.items[*closed.index].kind == Annotation::Kind::text &&
-               doc.items[*closed.index].text != text) {
+    const OpenText closed = closeText(); // first: it ends what an input method is composing
+    const QList<Annotation> settled = itemsWith(closed);
+    if (settled.size() > doc.items.size()) {
+        if (onCommit)
+            onCommit(settled.last());
+    } else if (settled != doc.items) {
         if (onSnapshot)
             onSnapshot();
-        if (text.isEmpty()) {
-            doc.items.removeAt(*closed.index);
+        const bool gone = settled.size() < doc.items.size();
+        doc.items = settled;
+        if (onReplaceItems)
+            onReplaceItems(doc.items);
+        if (gone)
             selectedIndex.reset();
-            if (onReplaceItems)
-                onReplaceItems(doc.items);
-            if (onSelect)
-                onSelect(selectedIndex);
-        } else {
-            replaceItem(*closed.index, ItemFactory::withText(doc.items[*closed.index], text));
-        }
+        if (gone && onSelect)
+            onSelect(selectedIndex);
     }
     redisplay();
 }

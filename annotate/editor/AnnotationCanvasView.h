@@ -121,6 +121,7 @@ private:
     void openText(QPointF origin, const std::optional<int> &index);
     std::optional<int> textAt(QPointF view) const;
     void placeText();
+    QList<Annotation> itemsWith(const OpenText &typed) const;
     OpenText closeText(); // returned with its field, which is about to be deleted
 
     ItemStyle style() const { return {strokeColor, strokeWidth, blurShape, plate}; }

@@ -33,11 +33,9 @@ static QWidget *divider(QWidget *parent)
     return line;
 }
 
-AnnotationView::AnnotationView(const AnnotationDoc &doc, const QString &sourcePath, std::function<void()> onClose,
-                               QWidget *parent)
+AnnotationView::AnnotationView(const AnnotationDoc &doc, const QString &sourcePath, QWidget *parent)
     : QWidget(parent)
     , m_sourcePath(sourcePath)
-    , m_onClose(std::move(onClose))
     , m_draft(sourcePath)
     , m_left(m_draft.load())
 {
@@ -85,7 +83,7 @@ void AnnotationView::addShortcuts()
     add(Qt::CTRL | Qt::SHIFT | Qt::Key_Z, [this] { redo(); })->setAutoRepeat(true);
     add(Qt::CTRL | Qt::Key_Y, [this] { redo(); })->setAutoRepeat(true);
     add(Qt::CTRL | Qt::Key_S, [this] { save(); });
-    add(Qt::CTRL | Qt::Key_W, [this] { m_onClose(); });
+    add(Qt::CTRL | Qt::Key_W, [this] { close(); });
     add(Qt::CTRL | Qt::Key_C, [this] { copy(); });
     add(Qt::CTRL | Qt::Key_V, [this] { paste(); });
     add(Qt::CTRL | Qt::Key_D, [this] { duplicate(); });
@@ -116,7 +114,7 @@ EditorActions AnnotationView::actions()
     made.redo = [this] { redo(); };
     made.save = [this] { save(); };
     made.copyAnnotated = [this] { copyAnnotated(); };
-    made.close = [this] { m_onClose(); };
+    made.close = [this] { close(); };
     return made;
 }
 

@@ -18,7 +18,7 @@ class EditorStatusBar;
 class EditorToolBar;
 struct EditorActions;
 
-// Content of an editor window: tools, canvas and status line over one EditorState, which lives as long as the view. What
+// An editor window: tools, canvas and status line over one EditorState, which lives as long as the view. What
 // is neither saved nor copied is kept in a draft, and asked about when the window is closed. Main thread.
 // Every action changes the state and requests refresh(), which runs once per turn of the event loop, and always before
 // the canvas handles its next input, so that the canvas never acts on an outdated document.
@@ -27,10 +27,8 @@ class AnnotationView : public QWidget
     Q_OBJECT
 
 public:
-    // sourcePath: absolute path of the picture in doc; saved files are named after it. onClose is asked to close the
-    // window.
-    AnnotationView(const AnnotationDoc &doc, const QString &sourcePath, std::function<void()> onClose,
-                   QWidget *parent = nullptr);
+    // sourcePath: absolute path of the picture in doc; saved files are named after it.
+    AnnotationView(const AnnotationDoc &doc, const QString &sourcePath, QWidget *parent = nullptr);
 
     const EditorState &state() const { return m_state; }
     AnnotationCanvasView *canvas() const { return m_canvas; }
@@ -41,6 +39,7 @@ public:
 
     bool hasUnkeptEdits(); // that closing would lose
     void offerDraft();     // asks whether to go on with what an earlier editor of this picture left, if it did
+    void resumeDraft();    // goes on with it
     void storeDraft();     // now, not when the hands rest
     // Closes the window; if there is something to lose, asks first. answered learns whether it has closed. While the
     // question is open, asking again only brings it to the front.
@@ -82,7 +81,6 @@ private:
 
     EditorState m_state;
     const QString m_sourcePath;
-    const std::function<void()> m_onClose;
     AnnotationCanvas::Coordinator m_coordinator;
     EditorToolBar *m_toolBar = nullptr; // this and the next two are child widgets
     AnnotationCanvasView *m_canvas = nullptr;
@@ -90,8 +88,8 @@ private:
     bool m_refreshRequested = false;
 
     Draft m_draft;
-    std::optional<ItemCodec::Edits> m_left; // by an earlier editor, until it is decided what becomes of it
-    QTimer m_handsRest;                     // then the draft is stored
+    std::optional<Draft::Left> m_left; // by an earlier editor, until it is decided what becomes of it
+    QTimer m_handsRest;                // then the draft is stored
     QPointer<QMessageBox> m_question;
     enum class Closing { asks, unasked, keepsDraft } m_closing = Closing::asks;
 };

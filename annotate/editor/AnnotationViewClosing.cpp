@@ -35,17 +35,25 @@ void AnnotationView::offerDraft()
 {
     if (!m_left)
         return;
-    m_question = EditorQuestion::askToResume(QFileInfo(m_sourcePath).fileName(), this, [this](bool resume) {
+    m_question = EditorQuestion::askToResume(*m_left, this, [this](bool resume) {
         m_question = nullptr;
-        const ItemCodec::Edits left = *std::exchange(m_left, std::nullopt);
-        if (!resume)
-            return m_draft.remove();
-        settle();
-        change([&] {
-            m_state.pushUndo();
-            m_state.doc.items = left.items;
-            m_state.doc.crop = left.crop;
-        });
+        if (resume)
+            return resumeDraft();
+        m_left.reset();
+        m_draft.remove();
+    });
+}
+
+void AnnotationView::resumeDraft()
+{
+    if (!m_left)
+        return;
+    const ItemCodec::Edits left = std::exchange(m_left, std::nullopt)->edits;
+    settle();
+    change([&] {
+        m_state.pushUndo();
+        m_state.doc.items = left.items;
+        m_state.doc.crop = left.crop;
     });
 }
 

@@ -1,14 +1,13 @@
 #include "annotate/editor/AnnotationWindowController.h"
 
 #include "annotate/editor/AnnotationView.h"
+#include "annotate/editor/DraftsWindow.h"
 #include "platform/QtQueue.h"
 #include "ui/AppLocale.h"
 #include "ui/WindowPlacement.h"
 
 #include <QApplication>
 #include <QFileInfo>
-
-#include <memory>
 
 namespace qm {
 
@@ -27,32 +26,42 @@ AnnotationWindowController::~AnnotationWindowController()
     m_loading.waitForDone();
     for (const QPointer<AnnotationView> &window : std::as_const(m_windows))
         delete window;
+    delete m_drafts;
+}
+
+void AnnotationWindowController::offerDrafts()
+{
+    if (m_drafts || Draft::left().isEmpty())
+        return;
+    m_drafts = new DraftsWindow([this](const QString &path) { open(path, Left::resume); });
+    WindowPlacement::placeOnActiveScreen(*m_drafts, topMargin);
+    m_drafts->show();
 }
 
 void AnnotationWindowController::open(const QString &path)
 {
+    open(path, Left::offer);
+}
+
+void AnnotationWindowController::open(const QString &path, Left left)
+{
     const ImageFile::Result loaded = ImageFile::load(path);
     if (loaded.failure != ImageFile::Failure::busy)
-        return show(path, loaded);
-    m_loading.start([path, controller = QPointer(this)] {
-        QtQueue::main().post([path, controller, later = ImageFile::load(path)] {
+        return show(path, loaded, left);
+    m_loading.start([path, left, controller = QPointer(this)] {
+        QtQueue::main().post([path, left, controller, later = ImageFile::load(path)] {
             if (controller)
-                controller->show(path, later);
+                controller->show(path, later, left);
         });
     });
 }
 
-void AnnotationWindowController::show(const QString &path, const ImageFile::Result &loaded)
+void AnnotationWindowController::show(const QString &path, const ImageFile::Result &loaded, Left left)
 {
     if (loaded.failure != ImageFile::Failure::none)
         return QApplication::beep();
 
-    const auto closes = std::make_shared<QPointer<AnnotationView>>();
-    auto *window = new AnnotationView(AnnotationDoc{loaded.image, {}, {}}, path, [closes] {
-        if (*closes)
-            (*closes)->close();
-    });
-    *closes = window;
+    auto *window = new AnnotationView(AnnotationDoc{loaded.image, {}, {}}, path);
     QString name = QFileInfo(path).fileName();
     name.replace(QStringLiteral("[*]"), QStringLiteral("[*][*]")); // escaped: Qt's placeholder for unsaved changes
     window->setWindowTitle(AppLocale::text(u"Annotate — ", u"注釈 — ") + name);
@@ -67,11 +76,12 @@ void AnnotationWindowController::show(const QString &path, const ImageFile::Resu
     window->setAttribute(Qt::WA_DeleteOnClose);
     m_windows.removeAll(nullptr);
     m_windows << window;
-    m_window = window;
     window->show();
     window->raise();
     window->activateWindow();
-    window->offerDraft();
+    left == Left::resume ? window->resumeDraft() : window->offerDraft();
+    if (m_drafts)
+        m_drafts->refresh();
 }
 
 void AnnotationWindowController::askAll(std::function<void()> done)

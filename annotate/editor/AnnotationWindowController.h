@@ -11,6 +11,8 @@
 
 namespace qm {
 
+class DraftsWindow;
+
 // Opens pictures in editor windows, each with its own document and history. Main thread; lives as long as the
 // application.
 class AnnotationWindowController : public QObject
@@ -25,7 +27,11 @@ public:
     // a picture or cannot be read.
     void open(const QString &path); // absolute
 
-    AnnotationView *window() const { return m_window; } // the one opened last; null once it is closed
+    // The one opened last; null once it is closed.
+    AnnotationView *window() const { return m_windows.isEmpty() ? nullptr : m_windows.last().data(); }
+
+    // At the start: a window with what was being drawn when the application ended, if anything was.
+    void offerDrafts();
 
     // Before quitting. Windows with something to lose ask, one after the other; done is called when none is left that
     // has, and never if one stays open.
@@ -34,10 +40,12 @@ public:
     void endSession();  // the same, and none of them asks when it is closed
 
 private:
-    void show(const QString &path, const ImageFile::Result &loaded);
+    enum class Left { offer, resume }; // by an earlier editor of the picture
+    void open(const QString &path, Left left);
+    void show(const QString &path, const ImageFile::Result &loaded, Left left);
 
-    QList<QPointer<AnnotationView>> m_windows; // deleted when closed, since pictures are large
-    QPointer<AnnotationView> m_window;
+    QList<QPointer<AnnotationView>> m_windows; // in the order of opening; deleted when closed, since pictures are large
+    QPointer<DraftsWindow> m_drafts;
     QThreadPool m_loading; // when the memory for decoding is in use: the main thread can't wait for it
 };
 

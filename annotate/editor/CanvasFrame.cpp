@@ -67,7 +67,7 @@ QRegion CanvasFrame::show(const AnnotationDoc &doc, const CanvasMapping &mapping
     const bool large = std::max(whole.pixels.width(), whole.pixels.height()) > mostAtOnce;
     const bool inParts = large && visibleOf(whole.pixels, widget) != all(whole.pixels);
     if (large && !inParts)
-        whole = PixelGrid::ofOutput(doc, mapping.renderLimit(pixelRatio));
+        whole = PixelGrid::ofOutput(doc, mostAtOnce);
     m_exact = !samePicture || resolution == Resolution::exact || whole.pixels == m_whole.pixels ||
               !m_part.contains(visibleOf(m_whole.pixels, widget));
     if (m_exact && inParts) {

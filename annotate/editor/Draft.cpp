@@ -1,9 +1,12 @@
 #include "annotate/editor/Draft.h"
 
+#include "imaging/ImageFile.h"
+
 #include <QCryptographicHash>
-#include <QDateTime>
 #include <QDir>
 #include <QFile>
+#include <QJsonDocument>
+#include <QJsonObject>
 #include <QSaveFile>
 #include <QSet>
 #include <QStandardPaths>
@@ -33,12 +36,41 @@ static QSet<QString> &taken()
     return paths;
 }
 
-Draft::Draft(const QString &sourcePath)
+static QFileInfoList files()
 {
+    return QDir(folder()).entryInfoList({QStringLiteral("*.json")}, QDir::Files, QDir::Time);
+}
+
+// One that an earlier editor of the picture left, or a new one.
+static QString freeFile(const QString &sourcePath)
+{
+    constexpr int most = 99;
     const QByteArray key = QCryptographicHash::hash(QDir::cleanPath(sourcePath).toUtf8(), QCryptographicHash::Sha256);
     const QString base = folder() + u'/' + QString::fromLatin1(key.toHex().first(32));
-    for (int copy = 1; m_path.isEmpty() || taken().contains(m_path); ++copy)
-        m_path = base + (copy == 1 ? QString() : QStringLiteral("-%1").arg(copy)) + QStringLiteral(".json");
+    QString unused;
+    for (int copy = 1; copy <= most; ++copy) {
+        const QString path = base + (copy == 1 ? QString() : QStringLiteral("-%1").arg(copy)) + QStringLiteral(".json");
+        if (taken().contains(path))
+            continue;
+        if (QFile::exists(path))
+            return path;
+        if (unused.isEmpty())
+            unused = path;
+    }
+    return unused;
+}
+
+Draft::Stamp Draft::stampOf(const QString &sourcePath)
+{
+    const QFileInfo file(sourcePath);
+    return {file.size(), file.lastModified().toMSecsSinceEpoch()};
+}
+
+Draft::Draft(const QString &sourcePath)
+    : m_sourcePath(sourcePath)
+    , m_path(freeFile(sourcePath))
+    , m_stamp(stampOf(sourcePath))
+{
     taken() << m_path;
 }
 
@@ -47,20 +79,48 @@ Draft::~Draft()
     taken().remove(m_path);
 }
 
-std::optional<ItemCodec::Edits> Draft::load() const
+static bool isPicture(const QString &path)
+{
+    QFile file(path);
+    return QFileInfo(path).isFile() && file.open(QIODevice::ReadOnly) && ImageFile::probe(file);
+}
+
+// A line with the edits, a line about the picture.
+std::optional<Draft::Left> Draft::load() const
 {
     QFile file(m_path);
-    return file.open(QIODevice::ReadOnly) ? ItemCodec::decode(file.readAll()) : std::nullopt;
+    if (!file.open(QIODevice::ReadOnly))
+        return {};
+    const std::optional<ItemCodec::Edits> edits = ItemCodec::decode(file.readLine());
+    if (!edits)
+        return {};
+    const QJsonObject source = QJsonDocument::fromJson(file.readLine()).object();
+    const Stamp read{source[QStringLiteral("size")].toInteger(), source[QStringLiteral("modified")].toInteger()};
+    Left left{m_sourcePath, QFileInfo(file).lastModified(), Left::Picture::same, *edits};
+    if (!isPicture(m_sourcePath))
+        left.picture = Left::Picture::gone;
+    else if (read != m_stamp)
+        left.picture = Left::Picture::changed;
+    return left;
 }
 
 bool Draft::store(const ItemCodec::Edits &edits)
 {
+    const QJsonObject source{{QStringLiteral("path"), m_sourcePath},
+                             {QStringLiteral("size"), m_stamp.size},
+                             {QStringLiteral("modified"), m_stamp.modified}};
+    const QByteArray bytes =
+        ItemCodec::encode(edits) + '\n' + QJsonDocument(source).toJson(QJsonDocument::Compact) + '\n';
+    if (bytes == m_stored && QFile::exists(m_path)) // only the view has changed
+        return true;
     QDir().mkpath(folder());
     QFile::setPermissions(folder(), ownerOnly | QFile::ExeOwner);
     QSaveFile file(m_path);
-    const QByteArray bytes = ItemCodec::encode(edits);
-    return file.open(QIODevice::WriteOnly) && file.setPermissions(ownerOnly) && file.write(bytes) == bytes.size() &&
-           file.flush() && file.commit();
+    const bool stored = file.open(QIODevice::WriteOnly) && file.setPermissions(ownerOnly) &&
+                        file.write(bytes) == bytes.size() && file.flush() && file.commit();
+    if (stored)
+        m_stored = bytes;
+    return stored;
 }
 
 void Draft::remove()
@@ -68,11 +128,29 @@ void Draft::remove()
     QFile::remove(m_path);
 }
 
+QList<Draft::Left> Draft::left()
+{
+    QList<Left> all;
+    QSet<QString> seen;
+    for (const QFileInfo &info : files()) {
+        QFile file(info.filePath());
+        if (!file.open(QIODevice::ReadOnly))
+            continue;
+        file.readLine();
+        const QString source = QJsonDocument::fromJson(file.readLine())[QStringLiteral("path")].toString();
+        if (source.isEmpty() || seen.contains(source))
+            continue;
+        seen << source;
+        if (const std::optional<Left> left = Draft(source).load())
+            all << *left;
+    }
+    return all;
+}
+
 void Draft::removeOld()
 {
     const QDateTime oldest = QDateTime::currentDateTime().addDays(-daysKept);
-    const QFileInfoList files = QDir(folder()).entryInfoList({QStringLiteral("*.json")}, QDir::Files);
-    for (const QFileInfo &file : files) {
+    for (const QFileInfo &file : files()) {
         if (file.lastModified() < oldest)
             QFile::remove(file.filePath());
     }

@@ -57,7 +57,6 @@ private:
     QLabel *m_coverNote = nullptr; // this and the next: with the blur shapes, whichever fits
     IconButton *m_coverHint = nullptr;
     PlateButton *m_plate = nullptr;
-    AnnotationTool m_tool = AnnotationTool::select;
     IconButton *m_blurRect = nullptr, *m_blurEllipse = nullptr;
     ColorWell *m_color = nullptr;
     QSlider *m_lineWidth = nullptr;

@@ -2,6 +2,7 @@
 
 #include "ui/AppLocale.h"
 
+#include <QFileInfo>
 #include <QMessageBox>
 #include <QPushButton>
 
@@ -36,12 +37,16 @@ QMessageBox *EditorQuestion::askToKeep(const QString &fileName, QWidget *window,
     return box;
 }
 
-QMessageBox *EditorQuestion::askToResume(const QString &fileName, QWidget *window,
+QMessageBox *EditorQuestion::askToResume(const Draft::Left &left, QWidget *window,
                                          const std::function<void(bool resume)> &answered)
 {
-    QMessageBox *box = sheet(
-        AppLocale::text(u"Go on with the annotations of “%1”?", u"「%1」の注釈を続けますか?").arg(fileName),
-        AppLocale::text(u"They were not saved when Quillmere ended.", u"前回の終了時に保存されませんでした。"), window);
+    QString detail =
+        AppLocale::text(u"They were not saved when Quillmere ended.", u"前回の終了時に保存されませんでした。");
+    if (left.picture == Draft::Left::Picture::changed)
+        detail += u'\n' + AppLocale::text(u"The picture has changed since then.", u"その後、画像が変更されています。");
+    QMessageBox *box = sheet(AppLocale::text(u"Go on with the annotations of “%1”?", u"「%1」の注釈を続けますか?")
+                                 .arg(QFileInfo(left.sourcePath).fileName()),
+                             detail, window);
     auto *resume = box->addButton(AppLocale::text(u"Continue", u"続ける"), QMessageBox::AcceptRole);
     auto *discard = box->addButton(AppLocale::text(u"Discard", u"破棄"), QMessageBox::DestructiveRole);
     box->setDefaultButton(resume);

@@ -1,6 +1,6 @@
 #pragma once
 
-#include <QString>
+#include "annotate/editor/Draft.h"
 
 #include <functional>
 
@@ -16,8 +16,8 @@ namespace EditorQuestion {
 enum class Keep { save, discard, cancel };
 
 QMessageBox *askToKeep(const QString &fileName, QWidget *window, const std::function<void(Keep)> &answered);
-// Whether to go on with what an earlier editor left.
-QMessageBox *askToResume(const QString &fileName, QWidget *window, const std::function<void(bool resume)> &answered);
+// Whether to go on with what an earlier editor of the picture left.
+QMessageBox *askToResume(const Draft::Left &left, QWidget *window, const std::function<void(bool resume)> &answered);
 
 } // namespace EditorQuestion
 } // namespace qm

@@ -121,6 +121,9 @@ EditorToolBar::EditorToolBar(const EditorActions &actions, QWidget *parent)
     m_redo = button(u"arrow.uturn.forward", AppLocale::text(u"Redo", u"やり直す"), m_actions.redo, this);
     row->addWidget(m_undo);
     row->addWidget(m_redo);
+    constexpr int narrowest = 24;
+    for (auto *made : findChildren<QToolButton *>())
+        made->setMinimumWidth(narrowest);
 }
 
 // Side by side without a gap, to look like one choice of two.
@@ -184,12 +187,14 @@ void EditorToolBar::fold()
         m_moreTools->setVisible(!tools);
         m_coverNote->setVisible(note);
         m_coverHint->setVisible(!note);
+        m_lineWidth->show();
         m_blurShapes->layout()->invalidate();
         layout()->invalidate();
         return layout()->minimumSize().width() <= width();
     };
-    if (!show(true, true) && !show(true, false) && !show(false, true))
-        show(false, false);
+    if (!show(true, true) && !show(true, false) && !show(false, true) && !show(false, false) &&
+        !m_blurShapes->isHidden())
+        m_lineWidth->hide(); // a blur has none
 }
 
 void EditorToolBar::addColorAndWidth()
@@ -205,7 +210,8 @@ void EditorToolBar::addColorAndWidth()
     m_lineWidth->setRange(int(1 * sliderSteps), int(12 * sliderSteps));
     m_lineWidth->setSingleStep(int(sliderSteps / 2));
     m_lineWidth->setPageStep(int(sliderSteps));
-    m_lineWidth->setFixedWidth(80);
+    m_lineWidth->setMinimumWidth(40);
+    m_lineWidth->setMaximumWidth(80);
     m_lineWidth->setFocusPolicy(Qt::TabFocus);
     m_lineWidth->setToolTip(AppLocale::text(u"Line width", u"線の太さ"));
     m_lineWidth->setAccessibleName(m_lineWidth->toolTip());
@@ -220,10 +226,10 @@ void EditorToolBar::refresh(const EditorState &state)
         made->setActive(tool == state.tool);
     m_moreTools->setActive(folds(state.tool));
     const bool plates = state.tool == AnnotationTool::text || state.selectsText();
-    if (m_plate->isHidden() == plates || m_tool != state.tool) {
-        m_tool = state.tool;
+    const bool blurs = state.tool == AnnotationTool::blur;
+    if (m_plate->isHidden() == plates || m_blurShapes->isHidden() == blurs) {
         m_plate->setVisible(plates);
-        m_blurShapes->setVisible(state.tool == AnnotationTool::blur);
+        m_blurShapes->setVisible(blurs);
         fold();
     }
     m_plate->setPlate(state.shownPlate());

@@ -10,8 +10,6 @@
 #include <QTextBoundaryFinder>
 #include <QUuid>
 
-#include <cerrno>
-#include <cstring>
 #include <filesystem>
 
 namespace qm {
@@ -40,7 +38,7 @@ static QString annotatedName(QString base, int counter)
     return base + ending;
 }
 
-// The system's own words are in its language and about a temporary file: they are the last resort.
+// In our own words, where they are known. The system's are in its language and about a temporary file.
 static QString reasonFor(const QString &folder, const QString &system)
 {
     constexpr qint64 hardlyAny = 1 << 20; // bytes
@@ -54,7 +52,14 @@ static QString reasonFor(const QString &folder, const QString &system)
     return system;
 }
 
-enum class Placed { yes, taken, failed };
+namespace {
+
+struct Placed {
+    enum class How { yes, taken, failed } how;
+    QString reason = {}; // the system's, if it failed
+};
+
+} // namespace
 
 // A hard link is the only way to name a file without ever replacing another.
 static Placed place(const QString &written, const QString &path)
@@ -65,19 +70,19 @@ static Placed place(const QString &written, const QString &path)
     std::error_code error;
     std::filesystem::create_hard_link(native(written), native(path), error);
     if (!error)
-        return Placed::yes;
+        return {Placed::How::yes};
     if (error == std::errc::file_exists)
-        return Placed::taken;
+        return {Placed::How::taken};
     // Some file systems have no hard links. There, reserve the name with an empty file first.
     QFile reserved(path);
     if (!reserved.open(QIODevice::WriteOnly | QIODevice::NewOnly))
-        return QFileInfo::exists(path) ? Placed::taken : Placed::failed;
+        return {QFileInfo::exists(path) ? Placed::How::taken : Placed::How::failed, reserved.errorString()};
     reserved.close();
     std::filesystem::rename(native(written), native(path), error);
     if (!error)
-        return Placed::yes;
+        return {Placed::How::yes};
     reserved.remove();
-    return Placed::failed;
+    return {Placed::How::failed, QString::fromLocal8Bit(error.message())};
 }
 
 Export::Saved Export::save(const Image &image, const QString &sourcePath, const QString &folder)
@@ -91,19 +96,17 @@ Export::Saved Export::save(const Image &image, const QString &sourcePath, const 
         return {{}, reasonFor(folder, outcome.reason())};
 
     const QString base = baseOf(sourcePath);
-    QString result;
-    for (int counter = 1; result.isEmpty(); ++counter) {
-        const QString path = dir.filePath(annotatedName(base, counter));
-        if (QFileInfo::exists(path))
-            continue;
-        const Placed placed = place(written, path);
-        if (placed == Placed::yes)
-            result = path;
-        else if (placed == Placed::failed)
-            break;
+    QString path;
+    Placed placed{Placed::How::taken};
+    for (int counter = 1; placed.how == Placed::How::taken; ++counter) {
+        path = dir.filePath(annotatedName(base, counter));
+        if (!QFileInfo::exists(path))
+            placed = place(written, path);
     }
     QFile::remove(written);
-    return {result, result.isEmpty() ? reasonFor(folder, QString::fromLocal8Bit(std::strerror(errno))) : QString()};
+    if (placed.how == Placed::How::failed)
+        return {{}, reasonFor(folder, placed.reason)};
+    return {path, {}};
 }
 
 } // namespace qm

@@ -61,25 +61,18 @@ static QColorTransform itemColors(const QImage &source)
 }
 
 // The items prepared for this output, reusing unchanged ones from the last frame.
-// If those were prepared for another output, only their text is.
-enum class SameOutput : bool { no, yes };
-
-static QList<PreparedItem> prepared(const AnnotationDoc &doc, const PixelGrid &grid, const QList<PreparedItem> &last,
-                                    SameOutput sameOutput)
+static QList<PreparedItem> prepared(const AnnotationDoc &doc, const PixelGrid &grid, const QList<PreparedItem> &last)
 {
     QList<PreparedItem> items;
     items.reserve(doc.items.size());
     for (qsizetype i = 0; i < doc.items.size(); ++i) {
         const Annotation &item = doc.items[i];
-        const auto same = [&](const PreparedItem &other) {
-            return sameOutput == SameOutput::yes && other.item == item;
-        };
+        const auto same = [&](const PreparedItem &other) { return other.item == item; };
         if (i < last.size() && same(last[i])) {
             items << last[i];
         } else {
             const auto found = std::find_if(last.begin(), last.end(), same);
-            items << (found != last.end() ? *found
-                                          : prepareItem(item, doc.source, grid, i < last.size() ? &last[i] : nullptr));
+            items << (found != last.end() ? *found : prepareItem(item, doc.source, grid));
         }
     }
     return items;
@@ -138,17 +131,14 @@ Image AnnotationRenderer::renderPart(const AnnotationDoc &doc, const PixelGrid &
     RenderCache once;
     RenderCache &kept = cache ? *cache : once;
     const qint64 source = doc.source.pixels.cacheKey();
-    SameOutput sameOutput = SameOutput::yes;
     if (kept.base.isNull() || kept.source != source || kept.format != format || kept.grid.region != grid.region ||
         kept.grid.pixels != grid.pixels) {
-        sameOutput = SameOutput::no;
-        kept = {source, grid, format, {}, itemColors(doc.source.pixels), {}, std::move(kept.items), {}};
-        kept.base = makeBase(doc, grid, format);
+        kept = {source, grid, format, makeBase(doc, grid, format), itemColors(doc.source.pixels), {}, {}, {}};
         if (kept.base.isNull())
             return {{}, grid.size};
     }
 
-    QList<PreparedItem> items = prepared(doc, grid, kept.items, sameOutput);
+    QList<PreparedItem> items = prepared(doc, grid, kept.items);
     QRegion dirty;
     if (kept.frame.isNull()) {
         kept.frame = cache ? kept.base : std::move(kept.base);

@@ -13,8 +13,7 @@ static QRect pixelsTouched(const QRectF &exact, QSize output)
     return (exact.adjusted(-1, -1, 1, 1) & QRectF({0, 0}, output)).toAlignedRect();
 }
 
-PreparedItem prepareItem(const Annotation &item, const Image &source, const PixelGrid &output,
-                         const PreparedItem *before)
+PreparedItem prepareItem(const Annotation &item, const Image &source, const PixelGrid &output)
 {
     PreparedItem prepared;
     prepared.item = item;
@@ -26,9 +25,7 @@ PreparedItem prepareItem(const Annotation &item, const Image &source, const Pixe
     }
     QRectF bounds;
     if (item.kind == Annotation::Kind::text) {
-        prepared.line = before && before->line && before->item.text == item.text
-                            ? before->line
-                            : TextLine::of(item.text.value_or(QString()));
+        prepared.line = TextLine::of(item.text.value_or(QString()));
         const TextLine &line = *prepared.line;
         const double scale = item.fontSize() / TextLine::layoutSize;
         const QTransform layout(scale, 0, 0, -scale, item.rect.x(), item.rect.y() + line.descent() * scale);

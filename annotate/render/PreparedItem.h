@@ -23,9 +23,7 @@ struct PreparedItem {
     BlurPatch patch;
 };
 
-// before: the item as prepared for another frame, if any; unchanged parts are reused.
-PreparedItem prepareItem(const Annotation &item, const Image &source, const PixelGrid &output,
-                         const PreparedItem *before = nullptr);
+PreparedItem prepareItem(const Annotation &item, const Image &source, const PixelGrid &output);
 
 // Paints the areas and coloured glyphs, but not the patch. colors: from sRGB to the output.
 void paint(const PreparedItem &prepared, QPainter &painter, const QColorTransform &colors);

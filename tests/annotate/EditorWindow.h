@@ -25,7 +25,7 @@ class EditorWindow
 {
 public:
     explicit EditorWindow(const AnnotationDoc &doc, const QString &path = QStringLiteral("/somewhere/a.b.png"))
-        : view(doc, path, [this] { ++closed; })
+        : view(doc, path)
     {
         view.resize(doc.source.size.toSize());
         view.show();
@@ -125,7 +125,6 @@ public:
         return Pixels::near(shown, exported, levels);
     }
 
-    int closed = 0;
     AnnotationView view;
     AnnotationCanvasView &canvas = *view.canvas();
     CanvasEvents events{canvas};

@@ -1,4 +1,5 @@
 #include "tests/annotate/EditorWindow.h"
+#include "tests/support/TempHome.h"
 
 #include <QInputMethodEvent>
 #include <QRandomGenerator>
@@ -45,6 +46,7 @@ class tst_AnnotationCanvasView : public QObject
 {
     Q_OBJECT
 
+    TempHome m_home; // for drafts
     std::unique_ptr<EditorWindow> m_editor;
 
     static int scale() { return qRound(qGuiApp->devicePixelRatio()); }
@@ -135,7 +137,7 @@ private Q_SLOTS:
         AnnotationDoc doc{sampleScreenshot({width, height}, scale()), {}, {}};
         for (int y = 10; y < height; y += 90)
             doc.items << item(y % 4 ? Kind::ellipse : Kind::blur, {90.5, double(y), 400, 60});
-        AnnotationView view(doc, u"/somewhere/tall.png"_s, [] {});
+        AnnotationView view(doc, u"/somewhere/tall.png"_s);
         view.resize(500, 500);
         view.show();
         AnnotationCanvasView &canvas = *view.canvas();

@@ -45,8 +45,6 @@ private Q_SLOTS:
         QCOMPARE(mapping.display, QRectF(-190, -20, 800, 400));
         QCOMPARE(mapping.toImage({610, 380}), QPointF(120, 80));
         QCOMPARE(mapping.toView({70, 55}), QPointF(210, 180));
-        QCOMPARE(mapping.renderLimit(2), 1600.0);
-        QCOMPARE(mapping.renderLimit(4), 3000.0);
         QCOMPARE(CanvasMapping::of({400, 400}, {0, 0, 40, 0}, 1, {}).scale(), 1.0);
     }
 

@@ -366,14 +366,16 @@ private Q_SLOTS:
         painter.fillRect(10, 9, 4, 2, Qt::black);
         painter.end();
         doc.items[0].color = QColor(255, 204, 0);
-        for (const bool covered : {false, true}) {
+        const Annotation ink = doc.items[0];
+        Annotation below = item(Kind::cover, {0, 5, 80, 4}, 1), above = item(Kind::cover, {0, 11, 80, 4}, 1);
+        for (const QColor &cover : {QColor(), QColor(Qt::black), QColor(Qt::white)}) { // of most of what is under it
+            below.color = above.color = cover;
+            doc.items = cover.isValid() ? QList{below, above, ink} : QList{ink};
             const QImage image = rendered(doc);
             const QColor light = image.pixelColor(20, 10), dark = image.pixelColor(60, 10);
             QVERIFY2(light.red() == 255 && light.blue() < 150 && light.green() > 200, qPrintable(light.name()));
             QVERIFY2(dark.red() > 120 && dark.red() < 180 && dark.blue() == 0, qPrintable(dark.name()));
             QCOMPARE(image.pixelColor(12, 10), QColor(Qt::black)); // letters stay what they are
-            doc.items.prepend(item(Kind::cover, {0, 0, 80, 3}, 1));
-            doc.items[0].color = covered ? Qt::white : Qt::black;
         }
     }
 

@@ -1,6 +1,6 @@
 #include "annotate/editor/AnnotationWindowController.h"
 #include "annotate/editor/ColorWell.h"
-#include "annotate/editor/Draft.h"
+#include "annotate/editor/DraftsWindow.h"
 #include "annotate/editor/SwatchPanel.h"
 #include "imaging/ImageFile.h"
 #include "imaging/PngWriter.h"
@@ -17,6 +17,7 @@
 #include <QMessageBox>
 #include <QPushButton>
 #include <QSlider>
+#include <QToolButton>
 
 using namespace qm;
 using namespace Qt::StringLiterals;
@@ -111,8 +112,15 @@ private Q_SLOTS:
                 QCoreApplication::processEvents();
                 QCOMPARE(m_editor->button(u"More tools"_s)->isVisible(), folded);
                 QCOMPARE(m_editor->button(u"Cover  (X)"_s)->isVisible(), !folded);
-                const QAbstractButton *redo = m_editor->button(u"Redo"_s);
-                QVERIFY2(redo->geometry().right() < width, qPrintable(QString::number(redo->geometry().right())));
+                QRegion taken;
+                for (const QWidget *one : m_editor->view.findChildren<QWidget *>()) {
+                    const QRect place({one->mapTo(&m_editor->view, QPoint()), one->size()});
+                    if (!one->isVisible() || !(qobject_cast<const QToolButton *>(one) || one->inherits("QSlider")))
+                        continue;
+                    QVERIFY2(place.right() < width && place.width() >= 24 && !taken.intersects(place),
+                             qPrintable(one->toolTip()));
+                    taken |= place;
+                }
             }
         }
         m_editor->view.findChild<QMenu *>()->actions().value(1)->trigger();
@@ -252,9 +260,9 @@ private Q_SLOTS:
         QGuiApplication::clipboard()->clear();
         m_editor->key(Qt::Key_Return);
         QCOMPARE(rgb(QGuiApplication::clipboard()->image()), expected);
-        QCOMPARE(m_editor->closed, 0);
+        QVERIFY(m_editor->view.isVisible());
         click(u"Close"_s);
-        QCOMPARE(m_editor->closed, 1);
+        QVERIFY(!m_editor->view.isVisible());
     }
 
     // What the hands left, after the process has gone: it is offered when the picture is opened again, and until it is
@@ -291,13 +299,73 @@ private Q_SLOTS:
         QVERIFY(left().isEmpty());
         events().drag({20, 20}, {60, 60});
         m_editor->view.storeDraft();
-        m_home->setModified(u".local/state/quillmere/drafts/"_s + left()[0].fileName(),
-                            QDateTime::currentSecsSinceEpoch() - 31 * 24 * 3600);
+        const auto age = [&](int days) {
+            m_home->setModified(u".local/state/quillmere/drafts/"_s + left()[0].fileName(),
+                                QDateTime::currentSecsSinceEpoch() - days * 24 * 3600);
+            return left()[0].lastModified();
+        };
+        const QDateTime stored = age(29);
+        m_editor->choose(Tool::rect);
+        m_editor->view.storeDraft(); // nothing has changed
+        Draft::removeOld();
+        QCOMPARE(left().value(0).lastModified(), stored);
+        age(31);
         Draft::removeOld();
         QVERIFY(left().isEmpty());
         m_editor->view.storeDraft();
+        QCOMPARE(left().size(), 1);
         click(u"Save"_s);
         QVERIFY(left().isEmpty());
+    }
+
+    // At the next start, whatever became of the pictures meanwhile.
+    void draftsOffered()
+    {
+        const QList items{state().doc.items[0]};
+        const QStringList names{u"as it was"_s, u"another"_s, u"gone"_s, u"a folder"_s, u"words"_s};
+        for (int i = 0; i < names.size(); ++i) {
+            QVERIFY(PngWriter::write(m_home->file(names[i]), sampleScreenshot({300, 200}, 1)));
+            Draft first(m_home->file(names[i])), second(m_home->file(names[i])); // of two editors
+            QVERIFY(i == 1 || first.store({items, {}}));
+            QVERIFY(i > 1 || second.store({{}, QRectF(1, 1, 9, 9)}));
+        }
+        QVERIFY(PngWriter::write(m_home->file(names[1]), sampleScreenshot({30, 20}, 1)));
+        for (const QString &name : names.sliced(2))
+            QVERIFY(QFile::remove(m_home->file(name)));
+        QVERIFY(QDir().mkdir(m_home->file(names[3])));
+        m_home->write(names[4], "no picture");
+
+        AnnotationWindowController controller;
+        controller.offerDrafts();
+        QPointer<DraftsWindow> window;
+        for (QWidget *widget : QApplication::topLevelWidgets()) {
+            if (auto *found = dynamic_cast<DraftsWindow *>(widget))
+                window = found;
+        }
+        const auto button = [&](const QString &what) -> QAbstractButton * {
+            QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
+            for (auto *found : window ? window->findChildren<QAbstractButton *>() : QList<QAbstractButton *>()) {
+                if (found->accessibleName() == what)
+                    return found;
+            }
+            return nullptr;
+        };
+        for (int i = 0; i < names.size(); ++i) {
+            const QAbstractButton *resume = button(u"Continue "_s + names[i]);
+            QVERIFY2(resume && resume->isEnabled() == (i < 2), qPrintable(names[i]));
+        }
+        button(u"Continue as it was"_s)->click();
+        QCOMPARE(controller.window()->state().doc.items, items);
+        button(u"Continue as it was"_s)->click(); // what a second editor of it left
+        QCOMPARE(controller.window()->state().doc.crop, std::optional(QRectF(1, 1, 9, 9)));
+        QVERIFY(!button(u"Continue as it was"_s));
+        controller.open(m_home->file(names[1])); // its own way
+        QVERIFY(!button(u"Continue another"_s));
+        answer(*controller.window(), u"Discard"_s);
+        for (const QString &name : names.sliced(2))
+            button(u"Discard "_s + name)->click();
+        QTRY_VERIFY(!window);
+        QVERIFY(Draft::left().isEmpty()); // those that are open offer theirs
     }
 
     void asksBeforeClosing()

@@ -217,6 +217,21 @@ private Q_SLOTS:
         QCOMPARE(m_desktop.windows().size(), before + 1);
     }
 
+    void whatWasBeingDrawnIsOfferedAgain()
+    {
+        (void)m_desktop.stillPicture();
+        const QPoint middle = m_desktop.windowTitled(u"Annotate — oat-annotated.png"_s)->content.center();
+        const QDir drafts(m_home.file(u".local/state/quillmere/drafts"_s));
+        QVERIFY(Desktop::wait([&] { // the window is known before it takes input
+            m_desktop.drag(middle, middle + QPoint(60, 40));
+            return Desktop::wait([&] { return !drafts.isEmpty(); }, 3s);
+        }));
+        m_application->kill();
+        QVERIFY(m_application->waitForFinished());
+        m_application = &run(u"quillmere"_s, {});
+        QVERIFY(waitForWindow(u"Quillmere"_s));
+    }
+
     void aFolderThatIsGoneIsMadeAgain()
     {
         QVERIFY(QDir().rename(folder(), m_home.file(u"moved"_s)));

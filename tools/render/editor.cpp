@@ -34,7 +34,7 @@ int main(int argc, char **argv)
                       {QStringLiteral("select"), {}, QStringLiteral("N")},
                       {QStringLiteral("tool"), {}, QStringLiteral("KEY")}});
     words.process(app);
-    AnnotationView view(sampleDocument(2), QStringLiteral("/sample.png"), [] {});
+    AnnotationView view(sampleDocument(2), QStringLiteral("/sample.png"));
     view.setMinimumSize(560, 420);
     view.resize(words.isSet(QStringLiteral("narrow")) ? QSize(560, 420) : QSize(940, 660));
     view.show();
