@@ -18,8 +18,8 @@ class EditorStatusBar;
 class EditorToolBar;
 struct EditorActions;
 
-// An editor window: tools, canvas and status line over one EditorState, which lives as long as the view. What
-// is neither saved nor copied is kept in a draft, and asked about when the window is closed. Main thread.
+// An editor window: tools, canvas and status line over one EditorState, which lives as long as the view. What is neither
+// saved nor copied is kept in a draft, and asked about when the window is closed. Main thread.
 // Every action changes the state and requests refresh(), which runs once per turn of the event loop, and always before
 // the canvas handles its next input, so that the canvas never acts on an outdated document.
 class AnnotationView : public QWidget

@@ -155,19 +155,20 @@ void EditorToolBar::addBlurShapes()
 // One button with a menu in place of several.
 void EditorToolBar::addFolded()
 {
-    m_moreTools = new IconButton(QStringLiteral("ellipsis"), AppLocale::text(u"More tools", u"ほかのツール"), this);
-    auto *menu = new QMenu(m_moreTools);
+    auto *menu = new QMenu(this);
+    m_moreTools = button(
+        u"ellipsis", AppLocale::text(u"More tools", u"ほかのツール"),
+        [this, menu] { menu->popup(m_moreTools->mapToGlobal(QPoint(0, m_moreTools->height()))); }, this);
     for (const ToolFace &face : toolFaces) {
         if (!folds(face.tool))
             continue;
         QAction *action =
-            menu->addAction(Symbol::icon(QString::fromUtf16(face.symbol), palette().color(QPalette::WindowText)),
-                            AppLocale::text(face.label, face.japanese) + u'\t' + QKeySequence(face.key).toString());
+            menu->addAction(AppLocale::text(face.label, face.japanese) + u'\t' + QKeySequence(face.key).toString());
         QObject::connect(action, &QAction::triggered, this, [this, tool = face.tool] { m_actions.setTool(tool); });
+        QObject::connect(menu, &QMenu::aboutToShow, action, [menu, action, symbol = face.symbol] { // by day or by night
+            action->setIcon(Symbol::icon(QString::fromUtf16(symbol), menu->palette().color(QPalette::WindowText)));
+        });
     }
-    m_moreTools->setMenu(menu);
-    m_moreTools->setPopupMode(QToolButton::InstantPopup);
-    m_moreTools->setStyleSheet(QStringLiteral("QToolButton::menu-indicator { image: none }"));
     layout()->addWidget(m_moreTools);
 }
 
@@ -195,6 +196,8 @@ void EditorToolBar::fold()
     if (!show(true, true) && !show(true, false) && !show(false, true) && !show(false, false) &&
         !m_blurShapes->isHidden())
         m_lineWidth->hide(); // a blur has none
+    layout()->invalidate();
+    layout()->activate(); // the row must not keep the room of what has just been hidden
 }
 
 void EditorToolBar::addColorAndWidth()

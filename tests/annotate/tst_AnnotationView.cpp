@@ -105,10 +105,10 @@ private Q_SLOTS:
     // In the smallest window, what does not fit is in a menu; nothing is cut off.
     void narrowWindow()
     {
-        for (const Tool tool : {Tool::arrow, Tool::blur, Tool::text}) {
-            m_editor->choose(tool);
-            for (const auto &[width, folded] : {std::pair(1200, false), {560, true}}) {
-                m_editor->view.resize(width, 420);
+        for (const auto &[width, folded] : {std::pair(1200, false), {560, true}}) {
+            m_editor->view.resize(width, 420);
+            for (const Tool tool : {Tool::arrow, Tool::blur, Tool::text}) {
+                m_editor->choose(tool);
                 QCoreApplication::processEvents();
                 QCOMPARE(m_editor->button(u"More tools"_s)->isVisible(), folded);
                 QCOMPARE(m_editor->button(u"Cover  (X)"_s)->isVisible(), !folded);
