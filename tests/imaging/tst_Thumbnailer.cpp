@@ -84,9 +84,9 @@ private Q_SLOTS:
             exif[19] = orientation;
             const bool turned = orientation > 4;
             const QString path = written(
-                PngForge::file({.width = turned ? 86 : 58, .height = turned ? 58 : 86}, PngForge::chunk("eXIf", exif)));
+                PngForge::file({.width = turned ? 90 : 61, .height = turned ? 61 : 90}, PngForge::chunk("eXIf", exif)));
             const QImage whole = Thumbnailer::makePart(path, {29, 43}, {0, 0, 29, 43});
-            QCOMPARE(whole, Thumbnailer::make(path, 43).scaled(29, 43));
+            QCOMPARE(whole, Thumbnailer::make(path, 43));
             for (const QRect &part : parts)
                 QCOMPARE(Thumbnailer::makePart(path, {29, 43}, part), whole.copy(part));
         }
