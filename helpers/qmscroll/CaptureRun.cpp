@@ -172,7 +172,7 @@ void CaptureRun::act(const Order &order)
 {
     Order next = order;
     if (next.kind == Order::Kind::join)
-        next = join();
+        next = join(next.heading);
     if (next.kind == Order::Kind::scroll) {
         if (!std::exchange(m_pointerMoved, true))
             m_desktop.movePointer(m_region.area.center());
@@ -182,19 +182,16 @@ void CaptureRun::act(const Order &order)
     updatePanel();
 }
 
-Order CaptureRun::join()
+Order CaptureRun::join(Heading heading)
 {
     if (m_pending.size() > 1)
         writePending(Milliseconds::max()); // the file is slower than the view
     m_joined = m_frame.copy();
     m_fresh = false;
     const int before = m_stitcher.height();
-    const Stitcher::Step step = m_stitcher.add(m_joined);
-    if (m_stitcher.height() > before) {
-        m_furthest = m_joined;
-        m_thumbnailDue = true;
-    }
-    return m_session.joined(now(), step, m_stitcher.lastShift(), m_stitcher.height());
+    const Stitcher::Step step = m_stitcher.add(m_joined, heading);
+    m_thumbnailDue = m_thumbnailDue || m_stitcher.height() > before;
+    return m_session.joined(now(), {step, m_stitcher.lastShift(), m_stitcher.height(), m_stitcher.moving()});
 }
 
 bool CaptureRun::keep(const QImage &rows)
@@ -220,17 +217,14 @@ void CaptureRun::writePending(Milliseconds until)
     }
 }
 
-// What is in the file, plus the part of the furthest frame that the stitcher still holds back.
+// What is in the file, plus what the stitcher still holds back.
 QImage CaptureRun::thumbnail() const
 {
     const QImage kept = m_picture.thumbnail();
-    const int missing = std::min(m_stitcher.height() - m_picture.height(), m_furthest.height());
-    if (missing <= 0)
-        return kept;
-    const int width = kept.isNull() ? std::min(m_furthest.width(), thumbnailWidth) : kept.width();
-    const QSize size(width, std::max(1, qRound(missing * double(width) / m_furthest.width())));
-    const QImage rest = m_furthest.copy(0, m_furthest.height() - missing, m_furthest.width(), missing)
-                            .scaled(size, Qt::IgnoreAspectRatio, Qt::SmoothTransformation);
+    const QImage held = m_stitcher.heldRows();
+    const int width = kept.isNull() ? std::min(held.width(), thumbnailWidth) : kept.width();
+    const QSize size(width, std::max(1, qRound(held.height() * double(width) / held.width())));
+    const QImage rest = held.scaled(size, Qt::IgnoreAspectRatio, Qt::SmoothTransformation);
     QImage all(width, kept.height() + rest.height(), QImage::Format_RGB32);
     QPainter painter(&all);
     painter.drawImage(0, 0, kept);

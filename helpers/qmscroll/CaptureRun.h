@@ -40,7 +40,7 @@ private:
     void look();
     bool coveredLook(const ScrollSession::Sight &sight);
     void act(const ScrollSession::Order &order);
-    ScrollSession::Order join();
+    ScrollSession::Order join(Heading heading);
     bool keep(const QImage &rows);
     void writePending(ScrollSession::Milliseconds until);
     QImage thumbnail() const;
@@ -68,7 +68,6 @@ private:
 
     QImage m_frame;       // of the latest look
     QImage m_joined;      // last passed to the stitcher
-    QImage m_furthest;    // last that made the picture grow
     bool m_fresh = false; // m_frame differs from m_joined
 
     QList<QImage> m_pending; // rows not yet in the file; written while the view scrolls

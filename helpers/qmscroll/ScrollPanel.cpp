@@ -277,6 +277,9 @@ QString endText(ScrollSession::End end)
     using End = ScrollSession::End;
     switch (end) {
     case End::height: return AppLocale::text(u"Height limit reached", u"高さの上限に達しました");
+    case End::changed:
+        return AppLocale::text(u"Ended early: the page changed what was already captured",
+                               u"途中で終了：撮影済みの部分が変わりました");
     case End::ambiguous:
         return AppLocale::text(u"Ended early: what follows is too similar",
                                u"途中で終了：似た内容が続き、つなげません");

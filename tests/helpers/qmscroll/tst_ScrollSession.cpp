@@ -152,7 +152,7 @@ private:
             furthest = std::max(furthest, at);
             m_at = at;
         }
-        return m_session.joined(now, step, shift, region + std::max(0, furthest));
+        return m_session.joined(now, {step, shift, region + std::max(0, furthest), region});
     }
 
     const Mode m_mode;
@@ -227,7 +227,7 @@ private Q_SLOTS:
 
         // What the user scrolls meanwhile is joined.
         const auto pause = [&](const char *name, const Event &begin, const Event &end, Notice notice) {
-            row(name, {.events = {begin, wheel(1200ms, 200), end}, .milliseconds = 4500, .notice = notice});
+            row(name, {.events = {begin, wheel(1200ms, 100), end}, .milliseconds = 4500, .notice = notice});
         };
         const Event back = point(2000ms, Pointer::inside);
         pause("the pointer is elsewhere", point(400ms, Pointer::away), back, Notice::pointerAway);
@@ -290,7 +290,7 @@ private Q_SLOTS:
             int largest = 0;
             for (size_t i = 1; i < joins.size(); ++i)
                 largest = std::max(largest, joins[i] - joins[i - 1]);
-            QVERIFY2(largest < region / 2 && largest > region / 4, QByteArray::number(largest).constData());
+            QVERIFY2(largest < region * 3 / 4 && largest > region / 2, QByteArray::number(largest).constData());
         }
     }
 
@@ -305,16 +305,16 @@ private Q_SLOTS:
             for (bool changed = true;; changed = false) {
                 const Order order = session.look(now, {.changed = changed, .fresh = true});
                 if (order.kind != Order::Kind::look)
-                    return session.joined(now, step, shift, height += shift).clicks;
+                    return session.joined(now, {step, shift, height += shift, region}).clicks;
                 now += order.wait;
             }
         };
         QCOMPARE(clicksAfter(Step::first, 0), 1);
         QCOMPARE(clicksAfter(Step::joined, 50), 3);
-        QCOMPARE(clicksAfter(Step::joined, 150), 4);
-        QCOMPARE(clicksAfter(Step::lost, 0), -4);
-        QCOMPARE(clicksAfter(Step::still, 0), 2);
-        QCOMPARE(clicksAfter(Step::ambiguous, 0), -2);
+        QCOMPARE(clicksAfter(Step::joined, 150), 7);
+        QCOMPARE(clicksAfter(Step::lost, 0), -7);
+        QCOMPARE(clicksAfter(Step::still, 0), 3);
+        QCOMPARE(clicksAfter(Step::ambiguous, 0), -3);
         QCOMPARE(clicksAfter(Step::still, 0), 1);
         // What was too much is tried again when smaller steps have gone well for a while.
         int good = 1;
