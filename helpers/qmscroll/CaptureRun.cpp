@@ -54,11 +54,11 @@ CaptureRun::Result CaptureRun::run()
     showPanel();
     capture();
 
-    const QString status = endText(m_session.end());
+    const QString status = endText(m_session.end(), m_session.mayBeStale());
     m_desktop.hideFrame();
     if (status.isEmpty())
         hidePanel();
-    Result result = {m_session.end(), 0, m_failure};
+    Result result = {m_session.end(), 0, m_session.mayBeStale(), m_failure};
     if (result.end == End::cancelled) {
         m_desktop.letGo();
         return result;
@@ -137,12 +137,16 @@ void CaptureRun::look()
     const ScrollDesktop::Pointer pointer = m_desktop.pointer();
     ScrollSession::Sight sight;
     sight.held = pointer.held;
-    if (m_pointerMoved) // its place right after the region was drawn means nothing
+    if (m_window) { // the pointer's place right after the region was drawn means nothing
         sight.pointer = place(pointer.at);
+        sight.strange = pointer.window != *m_window;
+    }
     if (coveredLook(sight))
         return;
     const QImage frame = m_desktop.grab();
     if (frame.isNull()) {
+        if (const ScrollDesktop::Input input = m_desktop.wait(0ms); input.kind == ScrollDesktop::Input::Kind::gone)
+            return handle(input);
         if (m_joined.isNull())
             m_failure = QStringLiteral("the region could not be read from the screen");
         m_session.abandon();
@@ -174,8 +178,10 @@ void CaptureRun::act(const Order &order)
     if (next.kind == Order::Kind::join)
         next = join(next.heading);
     if (next.kind == Order::Kind::scroll) {
-        if (!std::exchange(m_pointerMoved, true))
+        if (!m_window) {
             m_desktop.movePointer(m_region.area.center());
+            m_window = m_desktop.pointer().window;
+        }
         m_desktop.turnWheel(next.clicks);
     }
     m_nextLook = now() + next.wait;
@@ -191,7 +197,8 @@ Order CaptureRun::join(Heading heading)
     const int before = m_stitcher.height();
     const Stitcher::Step step = m_stitcher.add(m_joined, heading);
     m_thumbnailDue = m_thumbnailDue || m_stitcher.height() > before;
-    return m_session.joined(now(), {step, m_stitcher.lastShift(), m_stitcher.height(), m_stitcher.moving()});
+    return m_session.joined(
+        now(), {step, m_stitcher.lastShift(), m_stitcher.height(), m_stitcher.moving(), m_stitcher.renewed()});
 }
 
 bool CaptureRun::keep(const QImage &rows)

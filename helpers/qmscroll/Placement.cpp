@@ -26,18 +26,19 @@ struct Landmark {
     size_t band;
 };
 
-// The hashes that occur once among the rows of a band, with their rows.
+// The hashes that occur once among the rows of a band, sorted, each with its row in the lower half.
 template<typename HashOf>
-std::vector<std::pair<quint32, int>> onlyOnce(int from, int to, const HashOf &hashOf)
+std::vector<quint64> onlyOnce(int from, int to, const HashOf &hashOf)
 {
-    std::vector<std::pair<quint32, int>> all;
+    std::vector<quint64> all;
     all.reserve(size_t(std::max(0, to - from)));
     for (int row = from; row < to; ++row)
-        all.push_back({hashOf(row), row});
+        all.push_back(quint64(hashOf(row)) << 32 | quint32(row));
     std::sort(all.begin(), all.end());
-    std::vector<std::pair<quint32, int>> once;
+    std::vector<quint64> once;
     for (size_t i = 0; i < all.size(); ++i) {
-        if ((i == 0 || all[i - 1].first != all[i].first) && (i + 1 == all.size() || all[i + 1].first != all[i].first))
+        const bool asAbove = i > 0 && all[i - 1] >> 32 == all[i] >> 32;
+        if (!asAbove && (i + 1 == all.size() || all[i + 1] >> 32 != all[i] >> 32))
             once.push_back(all[i]);
     }
     return once;
@@ -108,11 +109,11 @@ Search::Search(const HeldRows &held, const Frame &last, int lastAt, const Frame 
         const auto inFrame = onlyOnce(0, now.height(), [&](int y) { return now.rows[size_t(y)][band]; });
         const auto inPicture = onlyOnce(held.first(), held.end(), [&](int row) { return held[row][band]; });
         auto there = inPicture.begin();
-        for (const auto &[hash, y] : inFrame) {
-            while (there != inPicture.end() && there->first < hash)
+        for (const quint64 here : inFrame) {
+            while (there != inPicture.end() && *there >> 32 < here >> 32)
                 ++there;
-            if (there != inPicture.end() && there->first == hash)
-                m_landmarks.push_back({y, there->second, band});
+            if (there != inPicture.end() && *there >> 32 == here >> 32)
+                m_landmarks.push_back({int(quint32(here)), int(quint32(*there)), band});
         }
     }
 }
@@ -139,6 +140,8 @@ Bands Search::agreeing(int at, int from, int to) const
     for (int y = from; y < to; ++y) {
         const RowHash &here = m_now.rows[size_t(y)], &there = m_held[at + y];
         const RowHash &above = m_now.rows[size_t(std::max(0, y - 1))];
+        if (2 * (differing(here, there) & eligible).count() > eligible.count())
+            continue; // it is the row that has changed
         for (size_t band = 0; band < bandCount; ++band) {
             disagree[band] += here[band] != there[band];
             agree[band] += here[band] == there[band] && here[band] != above[band];
@@ -293,7 +296,9 @@ std::optional<Search::Trial> Search::tryAt(int at) const
             trial.matched += group.from - from;
         from = group.to;
     }
-    if (trial.matched < std::max(1, moved(at) ? leastOverlap() : compared / 2))
+    // Before anything has moved, what keeps its place anyway may agree.
+    const bool mayBeFixed = !moved(at) && m_known.moving.none();
+    if (trial.matched < std::max(1, mayBeFixed ? compared / 2 : leastOverlap()))
         return {};
     return trial;
 }

@@ -25,8 +25,8 @@ constexpr auto shortestAnswer = 150ms;
 constexpr double stepShare = 0.6; // fraction of the moving height; what remains in view has to be recognised
 constexpr int stepsToTrust = 6;
 constexpr int idleLimit = 2;
-constexpr int barrenLimit = 8;
 constexpr int recoveryLimit = 5, lookLimit = 10; // the latter where the page changes: it may load several pictures
+constexpr int vainLimit = 3; // looks that found nothing changed: it springs back, or goes on changing
 constexpr auto firstPatience = 300ms, mostPatience = 1600ms; // with a page that loads what comes into view
 constexpr int newsLimit = 3; // a list loads more within so many waits, or it is an animation
 
@@ -123,7 +123,7 @@ ScrollSession::Order ScrollSession::joined(Milliseconds now, const Joint &joint)
     const bool grew = joint.height > m_progress.height;
     if (isFirst)
         m_state = State::resuming;
-    m_progress.height = joint.height;
+    m_progress.height = std::max(m_progress.height, joint.height);
     if (step == Joined::failed)
         return endWith(End::failed);
     if (step == Joined::joined)
@@ -142,6 +142,13 @@ ScrollSession::Order ScrollSession::joined(Milliseconds now, const Joint &joint)
 
     m_progress.astray = End::open;
     m_notice = Notice::none;
+    if (joint.renewed || grew)
+        m_progress.vainLooks = 0;
+    if (m_state == State::back && joint.renewed) {
+        // What has loaded here may have loaded further up as well, where it can no longer be looked at.
+        m_progress.stale |= m_pace.patience == 0ms && joint.height > 2 * m_options.regionHeight;
+        m_pace.patience = std::clamp<Milliseconds>(2 * m_pace.patience, firstPatience, mostPatience);
+    }
     if ((step == Joined::still || step == Joined::renewed) && m_state == State::forth) {
         if (step == Joined::renewed && !std::exchange(m_step.news, true) && m_progress.news < newsLimit) {
             ++m_progress.news;
@@ -153,10 +160,6 @@ ScrollSession::Order ScrollSession::joined(Milliseconds now, const Joint &joint)
     }
     if (step == Joined::joined) {
         m_progress.idleSteps = 0;
-        m_progress.barrenSteps = grew ? 0 : m_progress.barrenSteps + 1;
-        if (m_progress.barrenSteps >= barrenLimit &&
-            m_options.mode == Mode::automatic) // without trouble: it springs back
-            return endWith(m_progress.recoveries ? m_progress.trouble : End::content);
         if (grew)
             m_progress.recoveries = m_progress.news = 0;
         if (underWay) {
@@ -212,7 +215,6 @@ ScrollSession::Order ScrollSession::idle(Milliseconds now)
 // go back.
 ScrollSession::Order ScrollSession::recover(Milliseconds now, End reason)
 {
-    m_progress.trouble = reason;
     if (m_state != State::forth && m_state != State::back) {
         m_state = State::watching;
         m_notice = Notice::placeLost;
@@ -220,8 +222,8 @@ ScrollSession::Order ScrollSession::recover(Milliseconds now, End reason)
     }
     if (++m_progress.recoveries >= (reason == End::changed ? lookLimit : recoveryLimit))
         return endWith(reason);
-    if (reason == End::changed && m_state == State::forth)
-        m_pace.patience = std::clamp<Milliseconds>(2 * m_pace.patience, firstPatience, mostPatience);
+    if (reason == End::changed && m_state == State::forth && ++m_progress.vainLooks > vainLimit)
+        return endWith(reason);
     m_pace.smoothSteps = 0;
     if (m_state == State::back) // has not gone back far enough
         return step(now, State::back, reason == End::changed ? m_step.clicks : 1);
@@ -254,6 +256,8 @@ ScrollSession::Notice ScrollSession::obstacle(const Sight &sight) const
     case Pointer::away: return Notice::pointerAway;
     case Pointer::inside: break;
     }
+    if (sight.strange)
+        return Notice::otherWindow;
     return sight.held ? Notice::keyHeld : Notice::none;
 }
 

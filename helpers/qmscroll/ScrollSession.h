@@ -33,7 +33,14 @@ public:
         lost,      // from here on none does
         failed     // rows could not be stored
     };
-    enum class Notice { none, pointerAway, pointerOverPanel, keyHeld, placeLost }; // why it is not making progress
+    enum class Notice {
+        none,
+        pointerAway,
+        pointerOverPanel,
+        keyHeld,
+        otherWindow,
+        placeLost
+    }; // why it does not get on
 
     struct Options {
         Mode mode = Mode::automatic;
@@ -46,7 +53,8 @@ public:
         bool fresh = false;   // and from the last frame passed to the stitcher
         bool trusted = false; // it equals what was visible before our windows covered anything
         Pointer pointer = Pointer::inside;
-        bool held = false; // a button is down, or a key that changes what the wheel does
+        bool held = false;    // a button is down, or a key that changes what the wheel does
+        bool strange = false; // another window than at first lies under the pointer, and would get the wheel
     };
     struct Order {
         enum class Kind { look, join, scroll, end } kind = Kind::look;
@@ -57,9 +65,10 @@ public:
     // What became of Order::Kind::join. Pixels.
     struct Joint {
         Stitcher::Step step;
-        int shift = 0;  // of this step
-        int height = 0; // of the picture so far
-        int moving = 0; // height of the part of the region that moves
+        int shift = 0;        // of this step
+        int height = 0;       // of the picture so far
+        int moving = 0;       // height of the part of the region that moves
+        bool renewed = false; // part of what was taken before had changed
     };
 
     explicit ScrollSession(const Options &options);
@@ -75,6 +84,8 @@ public:
 
     End end() const { return m_end; }
     Notice notice() const { return m_notice; }
+    // The page loads so late that the picture may show some of it as it was before.
+    bool mayBeStale() const { return m_progress.stale; }
 
 private:
     enum class State {
@@ -129,14 +140,14 @@ private:
     } m_pace;
 
     struct Progress {
-        int height = 0;          // of the picture, pixels
-        bool scrolled = false;   // a frame was joined after the first one
-        int idleSteps = 0;       // consecutive steps without a shift
-        int barrenSteps = 0;     // consecutive steps that did not make the picture taller
-        int news = 0;            // steps without a shift that showed something new, since the picture last grew
-        int recoveries = 0;      // since the picture last grew
-        End astray = End::open;  // why the last frame was not joined; open if it was
-        End trouble = End::open; // the last problem
+        int height = 0;         // of the picture, pixels
+        bool scrolled = false;  // a frame was joined after the first one
+        bool stale = false;     // see mayBeStale()
+        int idleSteps = 0;      // consecutive steps without a shift
+        int news = 0;           // steps without a shift that showed something new, since the picture last grew
+        int vainLooks = 0;      // consecutive ones that found nothing changed
+        int recoveries = 0;     // since the picture last grew
+        End astray = End::open; // why the last frame was not joined; open if it was
     } m_progress;
 };
 

@@ -33,6 +33,7 @@ struct Stitcher::State {
     Frame last; // joined
     int position = 0;
     int lastShift = 0;
+    bool renewed = false;
     Placement::Known known;
     int doubts = 0;      // since the picture has grown
     bool looked = false; // the latest was followed by a look that found nothing changed
@@ -68,6 +69,7 @@ Stitcher::Step Stitcher::State::join(Frame frame, const Placement &place)
     const int before = held.end();
     take(frame, place);
     lastShift = place.at - position;
+    renewed = place.renewed;
     position = place.at;
     last = std::move(frame);
     known.moving = place.moving;
@@ -132,6 +134,11 @@ int Stitcher::height() const
 int Stitcher::lastShift() const
 {
     return m_state->lastShift;
+}
+
+bool Stitcher::renewed() const
+{
+    return m_state->renewed;
 }
 
 int Stitcher::moving() const

@@ -47,6 +47,7 @@ public:
 
     int height() const;    // the picture's height if finish() were called now; 0 before the first frame
     int lastShift() const; // how far the content moved up in the last joined step; negative if scrolled back
+    bool renewed() const;  // the last step that was not refused found part of what it shows changed, and took it anew
     int moving() const;    // height of the part of the frame that moves, as far as is known
     int position() const;  // offset of the last joined frame below the first; negative above it
 

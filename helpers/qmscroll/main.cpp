@@ -3,7 +3,7 @@
 // the user scrolls. The picture ends at 30,000 pixels unless told otherwise. With --rest a menu was shown in that part of
 // the screen (pixels): what lay below must come to rest before the screen is frozen.
 // Exit status 0: written, or cancelled (no file), with a line on stderr if the picture ends early because what follows
-// could not be joined. 1: failed, with one line on stderr and no file.
+// could not be joined, or if parts of it may have loaded too late. 1: failed, with one line on stderr and no file.
 
 #include "helpers/qmscroll/CaptureRun.h"
 #include "platform/ParentDeath.h"
@@ -131,5 +131,7 @@ int main(int argc, char **argv)
     }
     if (const char *reason = whyItEndsEarly(result.end))
         std::fprintf(stderr, "qmscroll: the picture ends at %d pixels: %s\n", result.height, reason);
+    else if (result.mayBeStale)
+        std::fprintf(stderr, "qmscroll: parts of the page may have loaded after they were captured\n");
     return 0;
 }

@@ -125,6 +125,7 @@ private Q_SLOTS:
         row("bar that slides in over the bottom", {.barLater = 500}, 20, 140);
         row("scroll bar, sidebar, caret, animation",
             {.scrollBar = 14, .sidebar = 120, .caret = true, .animation = true}, 1, 140);
+        row("sidebar that sticks late", {.sidebar = 120, .sidebarSticks = 400}, 20, 140);
         row("row under the pointer", {.content = Content::table, .hover = true}, 1, 120);
         row("blank stretch", {.blankFrom = 900, .blankRows = 150}, 10, 150);
         row("photograph", {.content = Content::photo}, 1, 200);
@@ -207,6 +208,54 @@ private Q_SLOTS:
         QCOMPARE(stitcher.add(scene.frame(offsets.takeFirst())), Step::first);
         for (const int offset : qAsConst(offsets))
             QCOMPARE(stitcher.add(scene.frame(offset)), steps.takeFirst());
+    }
+
+    // What is taken for granted before it has loaded: the picture shows the page as it is in the end.
+    void whatLoadsLate_data()
+    {
+        QTest::addColumn<Look>("look");
+        QTest::addColumn<QList<int>>("before");
+        QTest::addColumn<QList<int>>("after");
+        QTest::addColumn<QList<Step>>("steps"); // the latter's
+        const Look fills{.content = Content::text, .lateFrom = 400, .lateRows = 100};
+        const Look grows{.content = Content::text, .lateFrom = 450, .lateRows = 150, .lateGrows = true};
+        const auto row = [](const char *name, const Look &look, const QList<int> &before, const QList<int> &after,
+                            const QList<Step> &steps) { QTest::newRow(name) << look << before << after << steps; };
+        row("fills its room in view", fills, {0, 180}, {300, 480}, {Step::joined, Step::joined});
+        row("fills its room while all stands", fills, {0, 180, 300}, {300, 480}, {Step::renewed, Step::joined});
+        row("fills its room, half of it gone", fills, {0, 180, 300}, {430, 300, 430},
+            {Step::doubtful, Step::renewed, Step::joined});
+        row("grows while all stands", grows, {0, 180, 300}, {300, 420}, {Step::renewed, Step::joined});
+        row("grows and pushes back what was seen", grows, {0, 180, 300}, {400, 300, 400},
+            {Step::doubtful, Step::renewed, Step::joined});
+    }
+
+    void whatLoadsLate()
+    {
+        QFETCH(Look, look);
+        QFETCH(QList<int>, before);
+        QFETCH(QList<int>, after);
+        QFETCH(QList<Step>, steps);
+        ScrollScene scene(look, 1);
+        QList<QImage> parts;
+        Stitcher stitcher(look.size, [&parts](const QImage &rows) { return parts.append(rows.copy()), true; });
+        for (const int offset : qAsConst(before))
+            stitcher.add(scene.frame(offset), Heading::forward);
+        scene.load();
+        for (int last = before.last(); const int offset : qAsConst(after)) {
+            QCOMPARE(stitcher.add(scene.frame(offset), offset < last ? Heading::any : Heading::forward),
+                     steps.takeFirst());
+            last = offset;
+        }
+        QImage picture(look.size.width(), stitcher.height(), QImage::Format_RGB32);
+        QVERIFY(stitcher.finish());
+        QPainter painter(&picture);
+        for (int y = 0; const QImage &part : qAsConst(parts)) {
+            painter.drawImage(0, y, part);
+            y += part.height();
+        }
+        painter.end();
+        QCOMPARE(scene.difference(picture, 0, after.last()), QString());
     }
 
     // As a list does with the row under the pointer, when that comes to rest on the next one.
