@@ -66,6 +66,8 @@ private:
     Bands leftBehind(int at, const Bands &used, int from, int to) const;
     int header(int at, const Bands &used, int to) const;
     std::vector<Span> changes(int at, const Bands &used, int from, int to) const;
+    bool settleTop(Trial *trial, std::vector<Span> *changes, int fixed) const;
+    int agreeingRows(const Trial &trial, const std::vector<Span> &changes, int from) const;
     int landmarkRows(int at, const Bands &used, int from, int to) const;
     bool comesFromPage(int at, const Bands &used, const Span &rows) const;
     struct Digests {
@@ -239,68 +241,83 @@ Bands Search::leftBehind(int at, const Bands &used, int from, int to) const
     return left;
 }
 
+// What does not agree at the frame's upper edge is a header that was none before, or it has changed where half of it has
+// left the frame. False unless it is known to be the former.
+bool Search::settleTop(Trial *trial, std::vector<Span> *changes, int fixed) const
+{
+    Placement &placement = trial->placement;
+    const auto reachesTop = [&] {
+        const int from = changes->front().from;
+        if (!moved(placement.at)) // what is at the page's beginning has nothing above it
+            return from < placement.top + groupGap && placement.at + placement.top > 0;
+        return from < headerLimit() &&
+               landmarkRows(placement.at, trial->used, std::max(fixed, placement.top), from) < fewestLandmarks;
+    };
+    while (!changes->empty() && reachesTop()) {
+        const Span top = changes->front();
+        if (!moved(placement.at))
+            return m_known.looked;
+        const bool belongsToFrame =
+            comesFromPage(placement.at, trial->used, top) || (m_known.looked && top.to <= m_now.height() / 2);
+        if (!belongsToFrame)
+            return false;
+        placement.top = top.to;
+        changes->erase(changes->begin());
+    }
+    return true;
+}
+
+// The rows around the changes that agree. Between two of them that counts only if something there exists only once:
+// rows may agree because they are blank.
+int Search::agreeingRows(const Trial &trial, const std::vector<Span> &changes, int from) const
+{
+    int rows = 0;
+    const auto add = [&](int to) {
+        if (landmarkRows(trial.placement.at, trial.used, from, to) >= fewestLandmarks)
+            rows += to - from;
+    };
+    for (const Span &change : changes) {
+        add(change.from);
+        from = change.to;
+    }
+    add(trial.to);
+    return rows;
+}
+
 std::optional<Search::Trial> Search::tryAt(int at) const
 {
     Trial trial;
     Placement &placement = trial.placement;
-    const int first = std::max(0, m_held.first() - at);
+    // The picture begins with a header, too: what keeps its place proves no movement.
+    const int first = std::max(0, m_held.first() - at), fixed = moved(at) ? std::max(m_top, m_known.top) : m_known.top;
     trial.to = comparedTo(at);
     if (first >= trial.to)
         return {};
     trial.used = agreeing(at, std::max(first, moved(at) ? m_top : m_known.top), trial.to);
+    if (moved(at) && standing().count() > trial.used.count())
+        return {};
     placement.at = at;
     placement.bottom = moved(at) ? m_bottom : m_known.bottom;
     placement.top = header(at, trial.used, trial.to);
-    placement.kind = Placement::Kind::found;
 
-    // The picture begins with a header, too: what keeps its place proves no movement.
-    const int fixed = moved(at) ? std::max(m_top, m_known.top) : m_known.top;
-    std::vector<Span> groups = changes(at, trial.used, std::max(first, placement.top), trial.to);
-    while (moved(at) && !groups.empty() && groups.front().from < headerLimit() &&
-           landmarkRows(at, trial.used, std::max(fixed, placement.top), groups.front().from) < fewestLandmarks) {
-        const Span top = groups.front();
-        const bool belongsToFrame =
-            comesFromPage(at, trial.used, top) || (m_known.looked && top.to <= m_now.height() / 2);
-        if (!belongsToFrame) {
-            placement.kind = Placement::Kind::doubtful;
-            break;
-        }
-        placement.top = top.to;
-        groups.erase(groups.begin());
-    }
-    // While the page stands, what changes at the upper edge has changed above it as well.
-    if (!moved(at) && !groups.empty() && groups.front().from < placement.top + groupGap && at + placement.top > 0 &&
-        !m_known.looked)
-        placement.kind = Placement::Kind::doubtful;
     const Bands left = leftBehind(at, trial.used, std::max(first, placement.top), trial.to);
-    if (moved(at) && standing().count() > trial.used.count())
-        return {};
-    if (moved(at) && left.any() && !m_known.looked)
-        placement.kind = Placement::Kind::doubtful;
+    std::vector<Span> changes = this->changes(at, trial.used, std::max(first, placement.top), trial.to);
+    const bool isCertain = settleTop(&trial, &changes, fixed) && (!moved(at) || left.none() || m_known.looked) &&
+                           (m_known.heading != Heading::forward || at >= m_lastAt);
+    placement.kind = isCertain ? Placement::Kind::found : Placement::Kind::doubtful;
     placement.moving = moved(at) ? (m_known.moving | trial.used) & ~left : m_known.moving;
-    if (m_known.heading == Heading::forward && at < m_lastAt)
-        placement.kind = Placement::Kind::doubtful;
-
-    placement.renewed = !groups.empty();
+    placement.renewed = !changes.empty();
     placement.compared = placement.settled = trial.to;
-    if (!groups.empty() && landmarkRows(at, trial.used, groups.back().to, trial.to) < fewestLandmarks)
-        placement.settled = groups.back().from;
+    if (!changes.empty() && landmarkRows(at, trial.used, changes.back().to, trial.to) < fewestLandmarks)
+        placement.settled = changes.back().from;
 
-    // Between two changes rows may agree because they are blank.
-    int from = std::max({first, placement.top, fixed});
-    const int compared = trial.to - from;
-    trial.exact = groups.empty();
-    groups.push_back({trial.to, trial.to});
-    for (const Span &group : groups) {
-        if (landmarkRows(at, trial.used, from, group.from) >= fewestLandmarks)
-            trial.matched += group.from - from;
-        from = group.to;
-    }
+    const int from = std::max({first, placement.top, fixed});
+    trial.exact = changes.empty();
+    trial.matched = agreeingRows(trial, changes, from);
     // Before anything has moved, what keeps its place anyway may agree.
     const bool mayBeFixed = !moved(at) && m_known.moving.none();
-    if (trial.matched < std::max(1, mayBeFixed ? compared / 2 : leastOverlap()))
-        return {};
-    return trial;
+    const int least = mayBeFixed ? (trial.to - from) / 2 : leastOverlap();
+    return trial.matched >= std::max(1, least) ? std::optional(trial) : std::nullopt;
 }
 
 // One hash of each row over some of its bands.
