@@ -229,7 +229,7 @@ private Q_SLOTS:
         row("a list that loads more at its end",
             {.view = {.page = 1500, .loads = 5}, .furthest = 1500 + 5 * 900 - region, .milliseconds = 7500});
         row("springs back",
-            {.view = {.springsBack = true}, .end = End::changed, .furthest = somewhere, .milliseconds = 9000});
+            {.view = {.springsBack = true}, .end = End::changed, .furthest = somewhere, .milliseconds = 2500});
         row("the height limit",
             {.view = {.page = 100'000}, .end = End::height, .furthest = somewhere, .milliseconds = 2500});
         row("alike at every step", {.view = {.pixelsPerClick = 90, .blankFrom = 2000},
