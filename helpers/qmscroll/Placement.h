@@ -26,9 +26,9 @@ struct Placement {
     // What earlier frames have shown.
     struct Known {
         Heading heading = Heading::any;
-        Bands moving;   // columns that move with the page; none: nothing is known
-        int top = 0;    // rows of a frame above this one keep their place
-        int bottom = 0; // and from this one on
+        Bands moving = {}; // columns that move with the page; none: nothing is known
+        int top = 0;       // rows of a frame above this one keep their place
+        int bottom = 0;    // and from this one on
         bool looked =
             false; // what seemed to have changed has been looked at again and has not: it belongs to the frame
     };
@@ -37,7 +37,7 @@ struct Placement {
     int at = 0;     // the picture's row that the frame's first row shows
     int top = 0;    // the frame's rows above this one are a header or the like, no part of the page here
     int bottom = 0; // rows from here on have kept their place
-    Bands moving;
+    Bands moving = {};
     bool renewed = false; // what it shows differs from the rows held there, by more than a caret
     int compared = 0;     // rows above this one were compared with the held rows
     int settled = 0;      // of these, rows from here on are not known to lie where `at` says
