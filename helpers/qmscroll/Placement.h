@@ -29,8 +29,8 @@ struct Placement {
         Bands moving = {}; // columns that move with the page; none: nothing is known
         int top = 0;       // rows of a frame above this one keep their place
         int bottom = 0;    // and from this one on
-        bool looked =
-            false; // what seemed to have changed has been looked at again and has not: it belongs to the frame
+        // What seemed to have changed was looked at again, and had not: it belongs to the frame.
+        bool looked = false;
     };
 
     Kind kind = Kind::lost;
