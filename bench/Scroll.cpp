@@ -1,6 +1,6 @@
 #include "bench/Measure.h"
 #include "bench/Rendered.h"
-#include "helpers/qmscroll/FrameMatch.h"
+#include "helpers/qmscroll/Placement.h"
 
 #include <QGuiApplication>
 #include <QPainter>
@@ -49,12 +49,16 @@ void measure(const char *name, const QImage &before, const QImage &now)
 {
     [[maybe_unused]] static volatile quint32 kept; // keeps the pass from being optimised away
     const double pass = bench::bestOf(runs, [&] { kept = passOver(before) + passOver(now); });
-    FrameMatch match;
-    const double seconds = bench::bestOf(runs, [&] { match = FrameMatch::find(before, now, before.rect()); });
-    static const char *const kinds[] = {"still", "moved", "ambiguous", "lost"};
+    const Frame last(before);
+    HeldRows held(before.width());
+    held.take(last, 0, 0, last.height());
+    Placement place;
+    const double seconds =
+        bench::bestOf(runs, [&] { place = Placement::find(held, last, 0, Frame(now), {.bottom = now.height()}); });
+    static const char *const kinds[] = {"found", "doubtful", "ambiguous", "lost"};
     std::printf("%-34s %-9s %5d px  %6.2f ms, a memory pass over both %5.2f ms; ratio %5.2f%s\n", name,
-                kinds[int(match.kind)], match.shift, seconds * 1e3, pass * 1e3, seconds / pass,
-                match.kind == FrameMatch::Kind::moved ? " (at most 5)" : "");
+                kinds[int(place.kind)], place.at, seconds * 1e3, pass * 1e3, seconds / pass,
+                place.kind == Placement::Kind::found ? " (at most 5)" : "");
 }
 
 } // namespace

@@ -103,8 +103,10 @@ double bareLoop(Desktop &desktop, XConnection &server, int &steps)
             const bool isFirst = joined.isNull();
             joined = frame.copy();
             height += clicks * pixelsPerClick;
-            order = session.joined(now(), isFirst ? Stitcher::Step::first : Stitcher::Step::joined,
-                                   clicks * pixelsPerClick, height);
+            order = session.joined(now(), {.step = isFirst ? Stitcher::Step::first : Stitcher::Step::joined,
+                                           .shift = clicks * pixelsPerClick,
+                                           .height = height,
+                                           .moving = region.height()});
         }
         if (order.kind == Order::Kind::end)
             return double(time.nsecsElapsed()) / 1e6;

@@ -54,11 +54,11 @@ CaptureRun::Result CaptureRun::run()
     showPanel();
     capture();
 
-    const QString status = endText(m_session.end());
+    const QString status = endText(m_session.end(), m_session.mayBeStale());
     m_desktop.hideFrame();
     if (status.isEmpty())
         hidePanel();
-    Result result = {m_session.end(), 0, m_failure};
+    Result result = {m_session.end(), 0, m_session.mayBeStale(), m_failure};
     if (result.end == End::cancelled) {
         m_desktop.letGo();
         return result;
@@ -137,12 +137,16 @@ void CaptureRun::look()
     const ScrollDesktop::Pointer pointer = m_desktop.pointer();
     ScrollSession::Sight sight;
     sight.held = pointer.held;
-    if (m_pointerMoved) // its place right after the region was drawn means nothing
+    if (m_window) { // the pointer's place right after the region was drawn means nothing
         sight.pointer = place(pointer.at);
+        sight.strange = pointer.window != *m_window;
+    }
     if (coveredLook(sight))
         return;
     const QImage frame = m_desktop.grab();
     if (frame.isNull()) {
+        if (const ScrollDesktop::Input input = m_desktop.wait(0ms); input.kind == ScrollDesktop::Input::Kind::gone)
+            return handle(input);
         if (m_joined.isNull())
             m_failure = QStringLiteral("the region could not be read from the screen");
         m_session.abandon();
@@ -172,29 +176,29 @@ void CaptureRun::act(const Order &order)
 {
     Order next = order;
     if (next.kind == Order::Kind::join)
-        next = join();
+        next = join(next.heading);
     if (next.kind == Order::Kind::scroll) {
-        if (!std::exchange(m_pointerMoved, true))
+        if (!m_window) {
             m_desktop.movePointer(m_region.area.center());
+            m_window = m_desktop.pointer().window;
+        }
         m_desktop.turnWheel(next.clicks);
     }
     m_nextLook = now() + next.wait;
     updatePanel();
 }
 
-Order CaptureRun::join()
+Order CaptureRun::join(Heading heading)
 {
     if (m_pending.size() > 1)
         writePending(Milliseconds::max()); // the file is slower than the view
     m_joined = m_frame.copy();
     m_fresh = false;
     const int before = m_stitcher.height();
-    const Stitcher::Step step = m_stitcher.add(m_joined);
-    if (m_stitcher.height() > before) {
-        m_furthest = m_joined;
-        m_thumbnailDue = true;
-    }
-    return m_session.joined(now(), step, m_stitcher.lastShift(), m_stitcher.height());
+    const Stitcher::Step step = m_stitcher.add(m_joined, heading);
+    m_thumbnailDue = m_thumbnailDue || m_stitcher.height() > before;
+    return m_session.joined(
+        now(), {step, m_stitcher.lastShift(), m_stitcher.height(), m_stitcher.moving(), m_stitcher.renewed()});
 }
 
 bool CaptureRun::keep(const QImage &rows)
@@ -220,17 +224,14 @@ void CaptureRun::writePending(Milliseconds until)
     }
 }
 
-// What is in the file, plus the part of the furthest frame that the stitcher still holds back.
+// What is in the file, plus what the stitcher still holds back.
 QImage CaptureRun::thumbnail() const
 {
     const QImage kept = m_picture.thumbnail();
-    const int missing = std::min(m_stitcher.height() - m_picture.height(), m_furthest.height());
-    if (missing <= 0)
-        return kept;
-    const int width = kept.isNull() ? std::min(m_furthest.width(), thumbnailWidth) : kept.width();
-    const QSize size(width, std::max(1, qRound(missing * double(width) / m_furthest.width())));
-    const QImage rest = m_furthest.copy(0, m_furthest.height() - missing, m_furthest.width(), missing)
-                            .scaled(size, Qt::IgnoreAspectRatio, Qt::SmoothTransformation);
+    const QImage held = m_stitcher.heldRows();
+    const int width = kept.isNull() ? std::min(held.width(), thumbnailWidth) : kept.width();
+    const QSize size(width, std::max(1, qRound(held.height() * double(width) / held.width())));
+    const QImage rest = held.scaled(size, Qt::IgnoreAspectRatio, Qt::SmoothTransformation);
     QImage all(width, kept.height() + rest.height(), QImage::Format_RGB32);
     QPainter painter(&all);
     painter.drawImage(0, 0, kept);

@@ -26,8 +26,9 @@ public:
     };
     struct Result {
         ScrollSession::End end = ScrollSession::End::cancelled;
-        int height = 0;  // of the picture, pixels
-        QString failure; // empty if a file was written or the capture was cancelled
+        int height = 0;          // of the picture, pixels
+        bool mayBeStale = false; // see ScrollSession
+        QString failure;         // empty if a file was written or the capture was cancelled
     };
 
     CaptureRun(ScrollDesktop &desktop, const ScrollDesktop::Region &region, const Options &options);
@@ -40,7 +41,7 @@ private:
     void look();
     bool coveredLook(const ScrollSession::Sight &sight);
     void act(const ScrollSession::Order &order);
-    ScrollSession::Order join();
+    ScrollSession::Order join(Heading heading);
     bool keep(const QImage &rows);
     void writePending(ScrollSession::Milliseconds until);
     QImage thumbnail() const;
@@ -64,11 +65,10 @@ private:
     bool m_panelShown = false;
     QString m_failure;
     ScrollSession::Milliseconds m_nextLook{0};
-    bool m_pointerMoved = false;
+    std::optional<quint32> m_window; // that gets the wheel; empty until the pointer has been moved there
 
     QImage m_frame;       // of the latest look
     QImage m_joined;      // last passed to the stitcher
-    QImage m_furthest;    // last that made the picture grow
     bool m_fresh = false; // m_frame differs from m_joined
 
     QList<QImage> m_pending; // rows not yet in the file; written while the view scrolls

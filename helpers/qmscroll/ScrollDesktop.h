@@ -26,7 +26,8 @@ public:
     };
     struct Pointer {
         QPoint at;
-        bool held = false; // a button is down, or a key that changes what the wheel does
+        bool held = false;  // a button is down, or a key that changes what the wheel does
+        quint32 window = 0; // the topmost one that lies there; 0: none, or unknown
     };
     struct Input {
         enum class Kind {

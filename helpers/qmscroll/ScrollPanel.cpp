@@ -264,6 +264,8 @@ QString statusText(ScrollSession::Mode mode, ScrollSession::Notice notice)
     case Notice::pointerOverPanel: return AppLocale::text(u"Paused", u"一時停止中");
     case Notice::keyHeld:
         return AppLocale::text(u"Paused: a key or a button is held down", u"一時停止中：キーかボタンを離してください");
+    case Notice::otherWindow:
+        return AppLocale::text(u"Paused: another window lies there", u"一時停止中：別のウィンドウがあります");
     case Notice::placeLost: return AppLocale::text(u"Too far: scroll back a little", u"行きすぎ：少し戻してください");
     case Notice::none: break;
     }
@@ -272,18 +274,24 @@ QString statusText(ScrollSession::Mode mode, ScrollSession::Notice notice)
                : AppLocale::text(u"Scrolling…", u"スクロール中…");
 }
 
-QString endText(ScrollSession::End end)
+QString endText(ScrollSession::End end, bool mayBeStale)
 {
     using End = ScrollSession::End;
     switch (end) {
     case End::height: return AppLocale::text(u"Height limit reached", u"高さの上限に達しました");
+    case End::changed:
+        return AppLocale::text(u"Ended early: the page changed what was already captured",
+                               u"途中で終了：撮影済みの部分が変わりました");
     case End::ambiguous:
         return AppLocale::text(u"Ended early: what follows is too similar",
                                u"途中で終了：似た内容が続き、つなげません");
     case End::lost:
         return AppLocale::text(u"Ended early: what follows does not match", u"途中で終了：続きがつながりません");
-    default: return {};
+    default: break;
     }
+    return mayBeStale ? AppLocale::text(u"Parts may have loaded after they were captured",
+                                        u"あとから読み込まれた部分が欠けているかもしれません")
+                      : QString();
 }
 
 PanelPlace placePanel(const QRect &region, const PanelScreen &own, const QList<PanelScreen> &others)

@@ -61,7 +61,7 @@ private:
 
 // Text of the status line.
 QString statusText(ScrollSession::Mode mode, ScrollSession::Notice notice);
-QString endText(ScrollSession::End end); // empty if the end needs no words
+QString endText(ScrollSession::End end, bool mayBeStale); // empty if the end needs no words
 
 // Position of the panel. Pixels of the whole desktop.
 struct PanelPlace {

@@ -1,6 +1,8 @@
 #include "helpers/qmscroll/ScrollSession.h"
 
 #include <algorithm>
+#include <cmath>
+#include <utility>
 
 namespace qm {
 
@@ -20,11 +22,13 @@ constexpr auto quietTime = 35ms;      // longer than a slow browser's pause betw
 constexpr auto uncoverTime = 250ms;   // until other programs have repainted what our windows covered
 constexpr auto shortestAnswer = 150ms;
 
-constexpr double stepShare = 0.4; // fraction of the region's height that a step should move
+constexpr double stepShare = 0.6; // fraction of the moving height; what remains in view has to be recognised
 constexpr int stepsToTrust = 6;
 constexpr int idleLimit = 2;
-constexpr int barrenLimit = 8;
-constexpr int recoveryLimit = 5;
+constexpr int recoveryLimit = 5, lookLimit = 10; // the latter where the page changes: it may load several pictures
+constexpr int vainLimit = 3; // looks that found nothing changed: it springs back, or goes on changing
+constexpr auto firstPatience = 300ms, mostPatience = 1600ms; // with a page that loads what comes into view
+constexpr int newsLimit = 3; // a list loads more within so many waits, or it is an animation
 
 } // namespace
 
@@ -85,7 +89,7 @@ ScrollSession::Order ScrollSession::look(Milliseconds now, const Sight &sight)
     if (!isSettled(now, sight))
         return rest(now);
     if (sight.fresh || m_state == State::opening)
-        return {Order::Kind::join, 0, {}};
+        return join();
     if (m_wish != Wish::none)
         return endByWish();
     if (m_progress.astray != End::open) // and nothing has changed since
@@ -105,65 +109,81 @@ ScrollSession::Order ScrollSession::watch(Milliseconds now, const Sight &sight)
         m_step.since = now; // start of the movement
     const bool still = !sight.changed || now - *m_step.since >= longest;
     if (still && sight.fresh)
-        return {Order::Kind::join, 0, {}};
+        return join();
     if (still && m_wish != Wish::none)
         return endByWish();
     return {Order::Kind::look, 0, now - m_step.lastChange.value_or(0ms) > longest ? restInterval : lookInterval};
 }
 
-ScrollSession::Order ScrollSession::joined(Milliseconds now, Stitcher::Step step, int shift, int height)
+ScrollSession::Order ScrollSession::joined(Milliseconds now, const Joint &joint)
 {
     using Joined = Stitcher::Step;
+    const Joined step = joint.step;
     const bool isFirst = m_state == State::opening;
-    const bool grew = height > m_progress.height;
+    const bool grew = joint.height > m_progress.height;
     if (isFirst)
         m_state = State::resuming;
-    m_progress.height = height;
+    m_progress.height = std::max(m_progress.height, joint.height);
     if (step == Joined::failed)
         return endWith(End::failed);
     if (step == Joined::joined)
         m_progress.scrolled = true;
     if (m_wish != Wish::none)
         return endByWish();
-    if (height >= m_options.heightLimit)
+    if (joint.height >= m_options.heightLimit)
         return endWith(End::height);
     const bool underWay = m_pace.fine && m_state == State::forth && now - m_step.lastChange.value_or(0ms) < quietTime;
-    if (step == Joined::ambiguous || step == Joined::lost) {
-        m_progress.astray = step == Joined::lost ? End::lost : End::ambiguous;
+    if (step == Joined::doubtful || step == Joined::ambiguous || step == Joined::lost) {
+        m_progress.astray = step == Joined::doubtful    ? End::changed
+                            : step == Joined::ambiguous ? End::ambiguous
+                                                        : End::lost;
         return underWay ? rest(now) : recover(now, m_progress.astray);
     }
 
     m_progress.astray = End::open;
     m_notice = Notice::none;
-    if (step == Joined::still && m_state == State::forth) {
+    if (joint.renewed || grew)
+        m_progress.vainLooks = 0;
+    if (m_state == State::back && joint.renewed) {
+        // What has loaded here may have loaded further up as well, where it can no longer be looked at.
+        m_progress.stale |= m_pace.patience == 0ms && joint.height > 2 * m_options.regionHeight;
+        m_pace.patience = std::clamp<Milliseconds>(2 * m_pace.patience, firstPatience, mostPatience);
+    }
+    if ((step == Joined::still || step == Joined::renewed) && m_state == State::forth) {
+        if (step == Joined::renewed && !std::exchange(m_step.news, true) && m_progress.news < newsLimit) {
+            ++m_progress.news;
+            m_progress.idleSteps = 0; // a list that loads more at its end
+        }
         // Something else moved, such as a caret: the view may still respond.
         m_step.answer = longest;
         return now - *m_step.since < answerLimit() ? rest(now) : idle(now);
     }
     if (step == Joined::joined) {
         m_progress.idleSteps = 0;
-        m_progress.barrenSteps = grew ? 0 : m_progress.barrenSteps + 1;
-        if (m_progress.barrenSteps >= barrenLimit &&
-            m_options.mode == Mode::automatic) // without trouble: it springs back
-            return endWith(m_progress.recoveries ? m_progress.trouble : End::content);
         if (grew)
-            m_progress.recoveries = 0;
+            m_progress.recoveries = m_progress.news = 0;
         if (underWay) {
             m_step.moved = true;
             return rest(now);
         }
-        if (m_state == State::forth && shift > 0) {
+        if (m_state == State::forth && joint.shift > 0) {
             m_pace.slowestAnswer = std::max(m_pace.slowestAnswer, std::min(m_step.answer, now - *m_step.since));
-            learn(shift);
+            learn(joint);
         }
     }
     return proceed(now);
 }
 
+ScrollSession::Order ScrollSession::join() const
+{
+    return {Order::Kind::join, 0, {}, m_state == State::forth ? Heading::forward : Heading::any};
+}
+
 ScrollSession::Order ScrollSession::rest(Milliseconds now) const
 {
     // Not past the moment at which the step may be over.
-    const Milliseconds left = std::max(*m_step.since + shortest - now, quietTime - calm(now));
+    const Milliseconds left =
+        std::max(*m_step.since + shortest - now, std::max<Milliseconds>(quietTime, m_pace.patience) - calm(now));
     const Milliseconds interval = m_pace.fine ? fineInterval : lookInterval;
     return {Order::Kind::look, 0, left > 0ms ? std::min(left, interval) : interval};
 }
@@ -195,20 +215,24 @@ ScrollSession::Order ScrollSession::idle(Milliseconds now)
 // go back.
 ScrollSession::Order ScrollSession::recover(Milliseconds now, End reason)
 {
-    m_progress.trouble = reason;
     if (m_state != State::forth && m_state != State::back) {
         m_state = State::watching;
         m_notice = Notice::placeLost;
         return {Order::Kind::look, 0, lookInterval};
     }
-    if (++m_progress.recoveries >= recoveryLimit)
+    if (++m_progress.recoveries >= (reason == End::changed ? lookLimit : recoveryLimit))
         return endWith(reason);
+    if (reason == End::changed && m_state == State::forth && ++m_progress.vainLooks > vainLimit)
+        return endWith(reason);
+    m_pace.smoothSteps = 0;
     if (m_state == State::back) // has not gone back far enough
-        return step(now, State::back, 1);
+        return step(now, State::back, reason == End::changed ? m_step.clicks : 1);
+    // What has changed is only looked at again. The second time a smaller step may tell more.
+    if (reason == End::changed && m_progress.recoveries == 1)
+        return step(now, State::back, m_step.clicks);
     if (m_step.clicks == 1)
         m_pace.fine = true; // steps cannot get smaller, but a smoothly moving view shows intermediate positions
     m_pace.nextClicks = m_pace.mostClicks = std::max(1, m_step.clicks / 2);
-    m_pace.smoothSteps = 0;
     return step(now, State::back, m_step.clicks);
 }
 
@@ -232,13 +256,15 @@ ScrollSession::Notice ScrollSession::obstacle(const Sight &sight) const
     case Pointer::away: return Notice::pointerAway;
     case Pointer::inside: break;
     }
+    if (sight.strange)
+        return Notice::otherWindow;
     return sight.held ? Notice::keyHeld : Notice::none;
 }
 
 bool ScrollSession::isSettled(Milliseconds now, const Sight &sight) const
 {
     const Milliseconds passed = now - *m_step.since;
-    if (passed >= (m_state == State::opening ? longestStart : longest))
+    if (passed >= (m_state == State::opening ? longestStart : longest + m_pace.patience))
         return true;
     if (sight.changed)
         return false;
@@ -249,7 +275,7 @@ bool ScrollSession::isSettled(Milliseconds now, const Sight &sight) const
         return passed >= answerLimit();
     if (m_pace.fine && m_state == State::forth && sight.fresh)
         return true; // as in watch()
-    return calm(now) >= quietTime && passed >= shortest;
+    return calm(now) >= std::max<Milliseconds>(quietTime, m_pace.patience) && passed >= shortest;
 }
 
 // How long nothing has changed.
@@ -266,14 +292,17 @@ Milliseconds ScrollSession::answerLimit() const
     return std::clamp<Milliseconds>(4 * m_pace.slowestAnswer, shortestAnswer, longest);
 }
 
-void ScrollSession::learn(int shift)
+void ScrollSession::learn(const Joint &joint)
 {
     // The last step of a page is a short one: lower the estimate slowly, as a page may grow while being read.
-    m_pace.pixelsPerClick = std::max(double(shift) / m_step.clicks, m_pace.pixelsPerClick * 0.75);
-    const int wanted = int(stepShare * m_options.regionHeight / m_pace.pixelsPerClick);
+    m_pace.pixelsPerClick = std::max(double(joint.shift) / m_step.clicks, m_pace.pixelsPerClick * 0.75);
+    const int wanted = int(std::lround(stepShare * joint.moving / m_pace.pixelsPerClick));
     // After a while without trouble, try again what was too much before.
-    if (++m_pace.smoothSteps % stepsToTrust == 0)
+    if (++m_pace.smoothSteps % stepsToTrust == 0) {
         m_pace.mostClicks = std::min(2 * m_pace.mostClicks, mostClicks);
+        m_pace.fine = false;
+        m_pace.patience = m_pace.patience > firstPatience ? m_pace.patience / 2 : 0ms;
+    }
     m_pace.nextClicks = std::clamp(wanted, 1, std::min(2 * m_step.clicks + 1, m_pace.mostClicks));
 }
 

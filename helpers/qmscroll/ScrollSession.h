@@ -12,7 +12,7 @@ namespace qm {
 //
 //     Order order = session.look(now, sight);
 //     if (order.kind == Order::Kind::join)
-//         order = session.joined(now, stitcher.add(frame), stitcher.lastShift(), stitcher.height());
+//         order = session.joined(now, {stitcher.add(frame, order.heading), stitcher.lastShift(), ...});
 //     if (order.kind == Order::Kind::scroll)
 //         ...                                   // order.clicks of the wheel
 //     ...                                       // and look again after order.wait
@@ -28,11 +28,19 @@ public:
         height,    // the picture has reached the height limit
         wish,      // the user asked to finish
         cancelled, // the user wants no picture
+        changed,   // the page has changed what was already taken
         ambiguous, // from here on more than one alignment fits
         lost,      // from here on none does
         failed     // rows could not be stored
     };
-    enum class Notice { none, pointerAway, pointerOverPanel, keyHeld, placeLost }; // why it is not making progress
+    enum class Notice {
+        none,
+        pointerAway,
+        pointerOverPanel,
+        keyHeld,
+        otherWindow,
+        placeLost
+    }; // why it does not get on
 
     struct Options {
         Mode mode = Mode::automatic;
@@ -45,19 +53,28 @@ public:
         bool fresh = false;   // and from the last frame passed to the stitcher
         bool trusted = false; // it equals what was visible before our windows covered anything
         Pointer pointer = Pointer::inside;
-        bool held = false; // a button is down, or a key that changes what the wheel does
+        bool held = false;    // a button is down, or a key that changes what the wheel does
+        bool strange = false; // another window than at first lies under the pointer, and would get the wheel
     };
     struct Order {
         enum class Kind { look, join, scroll, end } kind = Kind::look;
-        int clicks = 0;       // wheel clicks; negative: up
-        Milliseconds wait{0}; // until the next look
+        int clicks = 0;                 // wheel clicks; negative: up
+        Milliseconds wait{0};           // until the next look
+        Heading heading = Heading::any; // for join: where the frame can lie
+    };
+    // What became of Order::Kind::join. Pixels.
+    struct Joint {
+        Stitcher::Step step;
+        int shift = 0;        // of this step
+        int height = 0;       // of the picture so far
+        int moving = 0;       // height of the part of the region that moves
+        bool renewed = false; // part of what was taken before had changed
     };
 
     explicit ScrollSession(const Options &options);
 
     Order look(Milliseconds now, const Sight &sight);
-    // Reports the result of Order::Kind::join. shift: of this step, pixels; height: of the picture so far.
-    Order joined(Milliseconds now, Stitcher::Step step, int shift, int height);
+    Order joined(Milliseconds now, const Joint &joint); // reports the result of Order::Kind::join
 
     // These take effect at the next look.
     void finish();         // still joins what is on the screen
@@ -67,6 +84,8 @@ public:
 
     End end() const { return m_end; }
     Notice notice() const { return m_notice; }
+    // The page loads so late that the picture may show some of it as it was before.
+    bool mayBeStale() const { return m_progress.stale; }
 
 private:
     enum class State {
@@ -79,6 +98,7 @@ private:
     enum class Wish { none, finish, finishIfScrolled };
 
     Order watch(Milliseconds now, const Sight &sight);
+    Order join() const;
     Order rest(Milliseconds now) const;
     Order step(Milliseconds now, State direction, int clicks);
     Order proceed(Milliseconds now);
@@ -90,7 +110,7 @@ private:
     bool isSettled(Milliseconds now, const Sight &sight) const;
     Milliseconds calm(Milliseconds now) const;
     Milliseconds answerLimit() const;
-    void learn(int shift);
+    void learn(const Joint &joint);
 
     static constexpr int mostClicks = 200; // per step, for a view that hardly moves
 
@@ -106,6 +126,7 @@ private:
         std::optional<Milliseconds> lastChange; // during the step
         Milliseconds answer{0};                 // time until the first change
         bool moved = false;                     // frames were joined during the step
+        bool news = false;                      // nothing moved, but something new appeared
     } m_step;
 
     struct Pace {                      // what is known of the view, and what it allows
@@ -114,17 +135,19 @@ private:
         int nextClicks = 1;
         int mostClicks = ScrollSession::mostClicks; // per step, reduced after trouble
         int smoothSteps = 0;                        // since then
+        Milliseconds patience{0};                   // a page that loads late has to be still for that long
         bool fine = false;                          // even one click is too much: join frames in mid-movement
     } m_pace;
 
     struct Progress {
-        int height = 0;          // of the picture, pixels
-        bool scrolled = false;   // a frame was joined after the first one
-        int idleSteps = 0;       // consecutive steps without a shift
-        int barrenSteps = 0;     // consecutive steps that did not make the picture taller
-        int recoveries = 0;      // since the picture last grew
-        End astray = End::open;  // why the last frame was not joined; open if it was
-        End trouble = End::open; // the last problem
+        int height = 0;         // of the picture, pixels
+        bool scrolled = false;  // a frame was joined after the first one
+        bool stale = false;     // see mayBeStale()
+        int idleSteps = 0;      // consecutive steps without a shift
+        int news = 0;           // steps without a shift that showed something new, since the picture last grew
+        int vainLooks = 0;      // consecutive ones that found nothing changed
+        int recoveries = 0;     // since the picture last grew
+        End astray = End::open; // why the last frame was not joined; open if it was
     } m_progress;
 };
 

@@ -1,84 +1,117 @@
 #include "helpers/qmscroll/Stitcher.h"
 
-#include "helpers/qmscroll/FrameMatch.h"
-
+#include <algorithm>
 #include <utility>
 
 namespace qm {
 
-// Positions count from the first frame's first row, which is also the picture's: row y of the joined frame is row
-// position + y of the content, and rows above `handed` have been handed over.
-//
-// Rows of a frame are handed over only when the next frame has shown that they move: a bar that slid in over the bottom
-// is noticed by then, and the rows below it come from the next frame.
+namespace {
+
+// An advertisement may change at every look.
+constexpr int mostLooks = 3;
+
+} // namespace
+
+// Rows count from the first frame's first row, which is also the picture's.
 struct Stitcher::State {
     State(const QSize &frame, Rows sink)
         : size(frame)
         , rows(std::move(sink))
-        , moving(QPoint(), frame)
+        , held(frame.width())
     {
+        known.bottom = frame.height();
     }
 
-    Step add(const QImage &image);
-    Step join(const QImage &image, const FrameMatch &match);
-    bool handOver(const QImage &frame, int framePosition, int end);
+    Step add(const QImage &image, Heading heading);
+    void take(const Frame &frame, const Placement &place);
+    Step join(Frame frame, const Placement &place);
+    bool handOver(int end);
 
     const QSize size;
     const Rows rows;
-    QImage joined;
+    HeldRows held;
+    Frame last; // joined
     int position = 0;
-    QImage furthest; // the lowest of all joined frames; on a tie, the latest
-    int furthestPosition = 0;
-    int handed = 0;
-    QRect moving; // the part of the frame known to move
     int lastShift = 0;
+    bool renewed = false;
+    Placement::Known known;
+    int doubts = 0;      // since the picture has grown
+    bool looked = false; // the latest was followed by a look that found nothing changed
     bool failed = false;
 };
 
-// Hands over the rows not yet handed over that the frame shows above its row `end`.
-bool Stitcher::State::handOver(const QImage &frame, int framePosition, int end)
+bool Stitcher::State::handOver(int end)
 {
-    const int start = handed - framePosition;
-    if (start >= end)
-        return true;
-    const QImage part(frame.constScanLine(start), frame.width(), end - start, frame.bytesPerLine(), frame.format());
-    failed = !rows(part);
-    handed = framePosition + end;
+    if (end > held.first() && !failed) {
+        failed = !rows(held.pixels(held.first(), end));
+        held.drop(end);
+    }
     return !failed;
 }
 
-Stitcher::Step Stitcher::State::join(const QImage &image, const FrameMatch &match)
+// Takes what the frame shows of the page over what was taken before.
+void Stitcher::State::take(const Frame &frame, const Placement &place)
 {
-    if (!handOver(joined, position, match.splice))
-        return Step::failed;
-    joined = image;
-    position += match.shift;
-    lastShift = match.shift;
-    moving = match.part;
-    if (position >= furthestPosition) {
-        furthest = image;
-        furthestPosition = position;
+    const int end = place.at + frame.height();
+    const bool endsAbove = end < held.end();
+    if (endsAbove && !place.renewed)
+        return;
+    if (endsAbove && place.settled == place.compared) {
+        held.take(frame, place.at, place.top, place.compared);
+        return;
     }
-    return Step::joined;
+    held.take(frame, place.at, place.top, frame.height());
+    held.cut(end); // what followed does not any more
 }
 
-Stitcher::Step Stitcher::State::add(const QImage &image)
+Stitcher::Step Stitcher::State::join(Frame frame, const Placement &place)
+{
+    const int before = held.end();
+    take(frame, place);
+    lastShift = place.at - position;
+    renewed = place.renewed;
+    position = place.at;
+    last = std::move(frame);
+    known.moving = place.moving;
+    if (lastShift != 0) {
+        known.top = place.top;
+        known.bottom = place.bottom;
+    }
+    if (held.end() > before) {
+        doubts = 0;
+        looked = false;
+    } else {
+        looked = doubts > 0 && !place.renewed;
+    }
+    if (!handOver(position - size.height()))
+        return Step::failed;
+    return lastShift != 0 ? Step::joined : place.renewed ? Step::renewed : Step::still;
+}
+
+Stitcher::Step Stitcher::State::add(const QImage &image, Heading heading)
 {
     failed = failed || image.size() != size || image.format() != QImage::Format_RGB32;
     if (failed)
         return Step::failed;
-    if (joined.isNull()) {
-        joined = furthest = image;
+    Frame frame(image);
+    if (last.rows.empty()) {
+        held.take(frame, 0, 0, frame.height());
+        last = std::move(frame);
         return Step::first;
     }
-    const FrameMatch match = FrameMatch::find(joined, image, moving);
-    switch (match.kind) {
-    case FrameMatch::Kind::still: return Step::still;
-    case FrameMatch::Kind::ambiguous: return Step::ambiguous;
-    case FrameMatch::Kind::lost: return Step::lost;
-    case FrameMatch::Kind::moved: break;
+    known.heading = heading;
+    known.looked = looked || doubts >= mostLooks;
+    const Placement place = Placement::find(held, last, position, frame, known);
+    switch (place.kind) {
+    case Placement::Kind::ambiguous: return Step::ambiguous;
+    case Placement::Kind::lost: return Step::lost;
+    case Placement::Kind::doubtful:
+        ++doubts;
+        looked = false;
+        return Step::doubtful;
+    case Placement::Kind::found: break;
     }
-    return join(image, match);
+    return join(std::move(frame), place);
 }
 
 Stitcher::Stitcher(const QSize &frame, Rows rows)
@@ -88,14 +121,14 @@ Stitcher::Stitcher(const QSize &frame, Rows rows)
 
 Stitcher::~Stitcher() = default;
 
-Stitcher::Step Stitcher::add(const QImage &frame)
+Stitcher::Step Stitcher::add(const QImage &frame, Heading heading)
 {
-    return m_state->add(frame);
+    return m_state->add(frame, heading);
 }
 
 int Stitcher::height() const
 {
-    return m_state->furthest.isNull() ? 0 : m_state->furthestPosition + m_state->size.height();
+    return m_state->held.end();
 }
 
 int Stitcher::lastShift() const
@@ -103,16 +136,30 @@ int Stitcher::lastShift() const
     return m_state->lastShift;
 }
 
+bool Stitcher::renewed() const
+{
+    return m_state->renewed;
+}
+
+int Stitcher::moving() const
+{
+    return m_state->known.bottom - m_state->known.top;
+}
+
 int Stitcher::position() const
 {
     return m_state->position;
 }
 
+QImage Stitcher::heldRows() const
+{
+    return m_state->held.pixels(m_state->held.first(), m_state->held.end());
+}
+
 bool Stitcher::finish()
 {
     State &state = *m_state;
-    const bool well = !state.failed && !state.furthest.isNull() &&
-                      state.handOver(state.furthest, state.furthestPosition, state.size.height());
+    const bool well = !state.failed && !state.last.rows.empty() && state.handOver(state.held.end());
     state.failed = true; // nothing may follow
     return well;
 }

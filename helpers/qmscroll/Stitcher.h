@@ -1,6 +1,7 @@
 #pragma once
 
-#include <QImage>
+#include "helpers/qmscroll/Placement.h"
+
 #include <QSize>
 
 #include <functional>
@@ -8,18 +9,17 @@
 
 namespace qm {
 
-// Joins successive frames of one scrolling region into one tall picture, every line once. Fixed parts (sticky headers
-// and footers) are kept once: at the top as in the first frame, at the end as in the furthest frame. Columns at the
-// left and right that do not scroll along (scroll bars, a sidebar) appear as in the frame each row comes from. A row
-// comes from one frame, never blended from several.
+// Joins successive frames of one scrolling region into one tall picture, every line once. What keeps its place (headers
+// and footers) is in the picture once: at the top as in the first frame, at the end as in the furthest frame. Columns
+// that do not scroll along (scroll bars, a sidebar) appear as in the frame each row comes from. A row comes from the
+// latest frame that showed it, never blended from several: what loads late is taken as it is in the end.
 //
-// A shift is accepted only if no other fits, so the overlap of two frames must show something that does not repeat: at
-// least a third of the region's height, or two thirds where something else changed too (a caret, an animation, a bar)
-// or the region is lower than 200 pixels. On a page that repeats one block, steps so long that the true overlap is
-// hardly visible cannot be resolved: steps of half the region are safe and quick.
+// Rows agree to the pixel or not at all, and a frame must agree with a quarter of its height, by something that does not
+// repeat. What seems to have changed after it has left the frame makes a step doubtful; rows stay replaceable for one
+// height above the frame, so going back and looking mends it.
 //
-// One thread at a time. Lengths are pixels. Holds two frames and a few bytes per row of them, never the whole picture;
-// three frames after scrolling back.
+// One thread at a time. Lengths are pixels. Holds two frames and two heights of rows, never the whole picture; more of it
+// after scrolling back.
 class Stitcher
 {
 public:
@@ -30,7 +30,9 @@ public:
     enum class Step {
         first,     // nothing to compare with yet
         still,     // no shift. Before anything has moved, fixed bands can hide that a blank middle did
+        renewed,   // no shift, but part of what is shown has changed; it was taken anew
         joined,    // the shift is lastShift()
+        doubtful,  // what was taken before seems to have changed: go back a step and look
         ambiguous, // more than one shift fits (blank or repeated rows): take a smaller step from the last joined frame
         lost,      // no shift fits (the step was too long, or the content changed): go back a step
         failed     // Rows returned false, or a frame has the wrong size; nothing more is joined
@@ -39,15 +41,19 @@ public:
     Stitcher(const QSize &frame, Rows rows);
     ~Stitcher();
 
-    // The region's current frame, RGB32; shared, so its pixels must not change later. After ambiguous and lost, the
-    // stitcher stays at the last joined frame and compares the next frame with that.
-    Step add(const QImage &frame);
+    // The region's current frame, RGB32; shared, so its pixels must not change later. After doubtful, ambiguous and lost
+    // the stitcher stays at the last joined frame and compares the next frame with that.
+    Step add(const QImage &frame, Heading heading = Heading::any);
 
     int height() const;    // the picture's height if finish() were called now; 0 before the first frame
     int lastShift() const; // how far the content moved up in the last joined step; negative if scrolled back
+    bool renewed() const;  // the last step that was not refused found part of what it shows changed, and took it anew
+    int moving() const;    // height of the part of the frame that moves, as far as is known
     int position() const;  // offset of the last joined frame below the first; negative above it
 
-    // Hands over the remaining rows: the rest of the furthest frame, including the band fixed at the bottom. Returns
+    QImage heldRows() const; // the rows not yet handed over, as they are now; valid until the next add()
+
+    // Hands over the remaining rows: up to the end of the furthest frame, including what is fixed at the bottom. Returns
     // false if Rows ever returned false, or if there was no frame. Call nothing afterwards.
     bool finish();
 

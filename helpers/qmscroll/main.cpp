@@ -3,7 +3,7 @@
 // the user scrolls. The picture ends at 30,000 pixels unless told otherwise. With --rest a menu was shown in that part of
 // the screen (pixels): what lay below must come to rest before the screen is frozen.
 // Exit status 0: written, or cancelled (no file), with a line on stderr if the picture ends early because what follows
-// could not be joined. 1: failed, with one line on stderr and no file.
+// could not be joined, or if parts of it may have loaded too late. 1: failed, with one line on stderr and no file.
 
 #include "helpers/qmscroll/CaptureRun.h"
 #include "platform/ParentDeath.h"
@@ -63,6 +63,18 @@ int fail(const QString &reason)
     return 1;
 }
 
+// nullptr if it does not.
+const char *whyItEndsEarly(ScrollSession::End end)
+{
+    using End = ScrollSession::End;
+    switch (end) {
+    case End::changed: return "the page has changed what was already captured";
+    case End::ambiguous: return "what follows could be joined in more than one way";
+    case End::lost: return "what follows does not match";
+    default: return nullptr;
+    }
+}
+
 // Lets the capture end by itself, so that no file is left behind where only named ones can be written.
 void catchSignals()
 {
@@ -117,10 +129,9 @@ int main(int argc, char **argv)
         std::signal(endingSignal, SIG_DFL); // so that the parent process sees the signal
         std::raise(endingSignal);
     }
-    if (result.end == ScrollSession::End::lost || result.end == ScrollSession::End::ambiguous) {
-        std::fprintf(stderr, "qmscroll: the picture ends at %d pixels: what follows %s\n", result.height,
-                     result.end == ScrollSession::End::lost ? "does not match"
-                                                            : "could be joined in more than one way");
-    }
+    if (const char *reason = whyItEndsEarly(result.end))
+        std::fprintf(stderr, "qmscroll: the picture ends at %d pixels: %s\n", result.height, reason);
+    else if (result.mayBeStale)
+        std::fprintf(stderr, "qmscroll: parts of the page may have loaded after they were captured\n");
     return 0;
 }

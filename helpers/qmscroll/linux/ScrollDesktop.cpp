@@ -130,7 +130,9 @@ ScrollDesktop::Pointer ScrollDesktop::pointer() const
         xcb_query_pointer_reply(server.get(), xcb_query_pointer(server.get(), server.root()), nullptr));
     constexpr uint16_t changesTheWheel = XCB_MOD_MASK_SHIFT | XCB_MOD_MASK_CONTROL | XCB_MOD_MASK_1 | XCB_MOD_MASK_4 |
                                          XCB_BUTTON_MASK_1 | XCB_BUTTON_MASK_2 | XCB_BUTTON_MASK_3;
-    return answer ? Pointer{{answer->root_x, answer->root_y}, (answer->mask & changesTheWheel) != 0} : Pointer{};
+    if (!answer)
+        return {};
+    return {{answer->root_x, answer->root_y}, (answer->mask & changesTheWheel) != 0, answer->child};
 }
 
 void ScrollDesktop::movePointer(QPoint to)

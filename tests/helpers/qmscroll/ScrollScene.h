@@ -32,15 +32,17 @@ public:
         int barLater = 0;          // from this offset on a bar lies over the window's last rows, as cookies ask for
         int scrollBar = 0;         // columns at the right
         int sidebar = 0;           // columns at the left that stay
+        int sidebarSticks = 0;     // they move along up to this offset
         bool caret = false, animation = false, hover = false;
-        int noise = 0;                    // grey levels, up and down
-        double blur = 0;                  // share of the row below that is mixed into every row of every other frame
         int blankFrom = 0, blankRows = 0; // of the page
+        int lateFrom = 0, lateRows = 0;   // a picture on the page that is there after load()
+        bool lateGrows = false;           // and has no room reserved before
     };
 
     ScrollScene(const Look &look, quint32 seed);
 
     QImage frame(int offset); // each call is a later moment: carets blink, animations go on
+    void load();
     int lastOffset() const;
     bool looksAlike(int offset, int other) const; // nothing tells the two apart
 
@@ -50,6 +52,7 @@ public:
 private:
     int contentTop() const { return m_look.headerFrom ? 0 : m_look.header; }
     QImage window(int offset) const; // without what changes from moment to moment
+    void addLatePicture();
     void addMoment(QImage &image, int offset);
     void addBars(QImage &image, int offset) const;
     QImage footer(int offset) const;
@@ -57,6 +60,7 @@ private:
     const Look m_look;
     QRandomGenerator m_random;
     QImage m_page, m_header, m_laterBar;
+    QImage m_loaded;                      // the page after load()
     QRect m_caretPlace, m_animationPlace; // on the page
     int m_moment = 0;
 };
