@@ -1,6 +1,5 @@
 #include "helpers/qmocr/Preprocess.h"
 
-#include "helpers/qmocr/Components.h"
 #include "helpers/qmocr/Surfaces.h"
 
 #include <QList>
@@ -130,10 +129,9 @@ QImage normalised(const QImage &gray)
     return result;
 }
 
-int textHeight(const QImage &darkOnLight)
+int textHeight(const Components &spots)
 {
     std::vector<int> heights;
-    const Components spots = Components::dark(darkOnLight, darkBelow);
     for (const Component &spot : spots.all()) {
         const int w = spot.box.width(), h = spot.box.height();
         if (h >= 4 && h <= 80 && w >= 2 && w <= 4 * h && h <= 4 * w)

@@ -25,16 +25,16 @@ TextReader::TextReader(const QString &languages)
 {
 }
 
+static Components spotsOf(const QImage &prepared)
+{
+    return Components::dark(prepared, darkBelow);
+}
+
 static QImage prepared(const QImage &gray)
 {
     QImage result = normalised(gray);
-    removeFrames(result, textHeight(result));
+    removeFrames(result, textHeight(spotsOf(result)));
     return result;
-}
-
-static double scaleFor(const QImage &prepared)
-{
-    return readingScale(textHeight(prepared), prepared.size());
 }
 
 QList<Line> TextReader::first(const QImage &gray)
@@ -42,8 +42,10 @@ QList<Line> TextReader::first(const QImage &gray)
     const QList<QRect> pieces = slices(gray);
     QList<QList<Line>> read;
     for (const QRect &piece : pieces) {
-        const QImage part = prepared(gray.copy(piece));
-        QList<Line> lines = m_first.read(part, scaleFor(part));
+        QImage part = prepared(gray.copy(piece));
+        const Components spots = spotsOf(part);
+        const QList<Line> vertical = m_languages.isEmpty() ? m_vertical.take(part, spots) : QList<Line>();
+        QList<Line> lines = m_first.read(part, readingScale(textHeight(spots), part.size())) + vertical;
         for (Line &line : lines)
             line.translate(piece.topLeft());
         read += lines;
@@ -103,17 +105,21 @@ QList<Line> TextReader::second(const QImage &gray, const QList<Line> &first, Box
                 continue;
             done[i] = true;
             here += &lines[i];
-            if (!isSure(lines[i]))
+            if (!lines[i].isVertical && !isSure(lines[i]))
                 (hasJapanese(lines[i]) ? japanese : latin) += &lines[i];
         }
         if (latin.isEmpty() && japanese.isEmpty() && boxes == Boxes::no)
             continue;
         const Piece piece{prepared(gray.copy(area)), area.topLeft()};
-        const double scale = latin.isEmpty() && japanese.isEmpty() ? 1 : scaleFor(piece.prepared);
-        readAgain(piece, scale, latin, m_latin, QStringLiteral("eng"));
-        readAgain(piece, scale, japanese, m_japanese, QStringLiteral("jpn"));
+        if (!latin.isEmpty() || !japanese.isEmpty()) {
+            const double scale = readingScale(textHeight(spotsOf(piece.prepared)), piece.prepared.size());
+            readAgain(piece, scale, latin, m_latin, QStringLiteral("eng"));
+            readAgain(piece, scale, japanese, m_japanese, QStringLiteral("jpn"));
+        }
         for (Line *line : std::as_const(here)) {
+            const bool isVertical = line->isVertical;
             *line = lineOf(withoutNoise(line->symbols)).value_or(Line());
+            line->isVertical = isVertical;
             line->translate(-piece.place);
             if (boxes == Boxes::yes)
                 placeByInk(*line, piece.prepared);

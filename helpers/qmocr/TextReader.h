@@ -1,6 +1,7 @@
 #pragma once
 
 #include "helpers/qmocr/Engine.h"
+#include "helpers/qmocr/VerticalReader.h"
 
 #include <QImage>
 
@@ -35,6 +36,7 @@ private:
 
     QString m_languages;
     Engine m_first;
+    VerticalReader m_vertical;
     // For what the first is not sure of; loaded when first needed.
     std::optional<Engine> m_latin, m_japanese;
 };

@@ -1,3 +1,4 @@
+#include "helpers/qmocr/Columns.h"
 #include "helpers/qmocr/Frames.h"
 #include "helpers/qmocr/InkPlaces.h"
 #include "helpers/qmocr/Preprocess.h"
@@ -168,6 +169,33 @@ private Q_SLOTS:
         QCOMPARE(nonsense.words[0].box, QRect(50, 8, 9, 24));
     }
 
+    void columns()
+    {
+        // The letters' size and their distances, and how many of them there are across and down.
+        const std::tuple<QSize, QSize, QSize, bool> rows[] = {
+            {{18, 16}, {34, 20}, {4, 12}, true},  {{18, 16}, {20, 34}, {12, 8}, false},
+            {{18, 16}, {34, 20}, {1, 6}, true},   {{18, 16}, {34, 20}, {1, 3}, false}, // one column; hardly one
+            {{10, 20}, {12, 30}, {1, 12}, false}, {{20, 20}, {50, 44}, {1, 8}, false}, // narrow letters; icons
+            {{18, 40}, {60, 200}, {1, 1}, false}, {{18, 16}, {34, 23}, {8, 8}, true},  // wide spacing
+            {{18, 16}, {21, 22}, {8, 8}, false},  {{4, 60}, {90, 62}, {3, 6}, false},  // either way; rules
+        };
+        for (const auto &[letter, pitch, count, expected] : rows) {
+            QImage picture = plain({600, 500}, 255);
+            QRect all;
+            for (int column = 0; column < count.width(); ++column)
+                for (int i = 0; i < count.height() - column; ++i) { // and the last one is short
+                    const QRect box(QPoint(40 + column * pitch.width(), 30 + i * pitch.height()), letter);
+                    fill(picture, box, 0);
+                    all |= box;
+                }
+            const QList<Columns> found = columnsAmong(Components::dark(picture, darkBelow));
+            const QString row = QStringLiteral("%1 %2").arg(pitch.width()).arg(pitch.height());
+            QVERIFY2(found.size() == expected, qPrintable(row));
+            if (expected)
+                QVERIFY2(found[0].box == all && found[0].em == letter.width(), qPrintable(row));
+        }
+    }
+
     void lettersHeights()
     {
         const std::tuple<int, QSize, int> rows[] = {
@@ -178,7 +206,7 @@ private Q_SLOTS:
             QImage picture = plain({1000, 1200}, 255);
             for (int i = 0; i < count; ++i)
                 fill(picture, {QPoint(10 + i % 10 * 97, 10 + i / 10 * 97), spot}, 0);
-            QCOMPARE(textHeight(picture), expected);
+            QCOMPARE(textHeight(Components::dark(picture, darkBelow)), expected);
         }
     }
 
