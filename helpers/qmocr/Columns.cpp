@@ -1,7 +1,8 @@
 #include "helpers/qmocr/Columns.h"
 
+#include "helpers/qmocr/Unions.h"
+
 #include <algorithm>
-#include <numeric>
 #include <vector>
 
 namespace qm::ocr {
@@ -50,24 +51,16 @@ static bool isBelow(const QRect &above, const QRect &box)
 // boxes are sorted by their tops.
 static std::vector<Stack> stacksOf(const std::vector<QRect> &boxes)
 {
-    std::vector<size_t> parents(boxes.size());
-    std::iota(parents.begin(), parents.end(), size_t(0));
-    const auto rootOf = [&](size_t i) {
-        while (parents[i] != i)
-            i = parents[i] = parents[parents[i]];
-        return i;
-    };
+    Unions unions(boxes.size());
     const auto reach = int(largest * closeBelow);
     for (size_t i = 0; i < boxes.size(); ++i)
         for (size_t k = i + 1; k < boxes.size() && boxes[k].top() <= boxes[i].bottom() + reach; ++k)
-            if (isBelow(boxes[i], boxes[k])) {
-                const size_t one = rootOf(i), other = rootOf(k);
-                parents[std::max(one, other)] = std::min(one, other);
-            }
+            if (isBelow(boxes[i], boxes[k]))
+                unions.join(i, k);
 
     std::vector<Stack> stacks(boxes.size());
     for (size_t i = 0; i < boxes.size(); ++i) {
-        Stack &stack = stacks[rootOf(i)];
+        Stack &stack = stacks[unions.of(i)];
         const int bottom = stack.box.isNull() ? boxes[i].top() : stack.box.bottom() + 1;
         stack.inked += std::max(0, boxes[i].bottom() + 1 - std::max(bottom, boxes[i].top()));
         stack.pieces += stack.pieces == 0 || boxes[i].top() > bottom;

@@ -40,16 +40,6 @@ static QStringList others(QStringList installed)
     return installed;
 }
 
-static tesseract::PageSegMode modeFor(Engine::Layout layout)
-{
-    switch (layout) {
-    case Engine::Layout::sparse: return tesseract::PSM_SPARSE_TEXT;
-    case Engine::Layout::line: return tesseract::PSM_SINGLE_LINE;
-    case Engine::Layout::columns: return tesseract::PSM_SINGLE_BLOCK_VERT_TEXT;
-    }
-    Q_UNREACHABLE();
-}
-
 // The set, without parts that are not installed.
 static QString available(const QString &set, const QStringList &installed)
 {
@@ -60,6 +50,7 @@ static QString available(const QString &set, const QStringList &installed)
 
 Engine::Engine(const QStringList &languageSets, Layout layout)
     : m_api(new TessBaseAPI)
+    , m_layout(layout)
 {
     load(*m_api, languageSets.first());
     const QStringList found = installed(*m_api);
@@ -71,7 +62,6 @@ Engine::Engine(const QStringList &languageSets, Layout layout)
     }
     if (!m_ready)
         return;
-    m_api->SetPageSegMode(modeFor(layout));
     m_api->SetVariable("tessedit_do_invert", "0"); // pictures are made dark on light before
     m_api->SetVariable("preserve_interword_spaces", "1");
 }
@@ -139,6 +129,8 @@ QList<Line> Engine::read(const QImage &gray, double scale)
     Pix *pix = m_ready && !gray.isNull() ? scaled(gray, scale) : nullptr;
     if (!pix)
         return {};
+    m_api->SetPageSegMode(m_layout == Layout::columns ? tesseract::PSM_SINGLE_BLOCK_VERT_TEXT
+                                                      : tesseract::PSM_SPARSE_TEXT);
     m_api->SetImage(pix);
     pixDestroy(&pix); // the engine holds its own reference
     const QList<Line> lines = linesOf(*m_api, scale);
@@ -146,12 +138,13 @@ QList<Line> Engine::read(const QImage &gray, double scale)
     return lines;
 }
 
-QList<QList<Line>> Engine::read(const QImage &gray, double scale, const QList<QRect> &areas)
+QList<QList<Symbol>> Engine::readRows(const QImage &gray, double scale, const QList<QRect> &areas)
 {
-    QList<QList<Line>> read(areas.size());
+    QList<QList<Symbol>> read(areas.size());
     Pix *pix = m_ready && !gray.isNull() ? scaled(gray, scale) : nullptr;
     if (!pix)
         return read;
+    m_api->SetPageSegMode(tesseract::PSM_SINGLE_LINE);
     m_api->SetImage(pix);
     const QRect whole(0, 0, pixGetWidth(pix), pixGetHeight(pix));
     pixDestroy(&pix);
@@ -161,7 +154,9 @@ QList<QList<Line>> Engine::read(const QImage &gray, double scale, const QList<QR
         if (part.isEmpty())
             continue;
         m_api->SetRectangle(part.x(), part.y(), part.width(), part.height());
-        read[i] = linesOf(*m_api, scale);
+        const QList<Line> lines = linesOf(*m_api, scale);
+        for (const Line &line : lines)
+            read[i] += line.symbols;
     }
     m_api->Clear();
     return read;

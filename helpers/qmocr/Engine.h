@@ -19,7 +19,6 @@ class Engine
 public:
     enum class Layout {
         sparse,  // text anywhere, in any order: finds labels, cells and buttons
-        line,    // one line
         columns, // one block, read from top to bottom and from right to left
     };
 
@@ -33,11 +32,12 @@ public:
     // The lines of a grey picture, dark on light, which is first scaled; boxes are in the original picture's pixels. In
     // columns, the box of a symbol is that of its whole word.
     QList<Line> read(const QImage &gray, double scale);
-    // The same of parts of it, each for itself.
-    QList<QList<Line>> read(const QImage &gray, double scale, const QList<QRect> &areas);
+    // The same of parts of it, each of which holds one line, whatever the layout.
+    QList<QList<Symbol>> readRows(const QImage &gray, double scale, const QList<QRect> &areas);
 
 private:
     std::unique_ptr<tesseract::TessBaseAPI> m_api;
+    Layout m_layout;
     bool m_ready = false;
 };
 

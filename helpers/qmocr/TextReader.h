@@ -25,14 +25,8 @@ public:
     QList<Line> second(const QImage &gray, const QList<Line> &first, Boxes boxes);
 
 private:
-    // A part of the picture, made dark on white.
-    struct Piece {
-        QImage prepared;
-        QPoint place;
-    };
-    // Replaces the lines, which all stand in the piece, by what is better of another engine's reading.
-    void readAgain(const Piece &piece, double scale, const QList<Line *> &lines, std::optional<Engine> &engine,
-                   const QString &languages);
+    // Replaces what is doubtful in the lines, which are in the prepared picture's pixels; may leave empty ones.
+    void readAgain(QList<Line> &lines, const QImage &prepared);
 
     QString m_languages;
     Engine m_first;

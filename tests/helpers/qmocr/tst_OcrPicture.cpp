@@ -1,7 +1,9 @@
 #include "helpers/qmocr/Columns.h"
+#include "helpers/qmocr/Doubts.h"
 #include "helpers/qmocr/Frames.h"
 #include "helpers/qmocr/InkPlaces.h"
 #include "helpers/qmocr/Preprocess.h"
+#include "helpers/qmocr/Rows.h"
 #include "helpers/qmocr/Slices.h"
 
 #include <QRegion>
@@ -193,6 +195,50 @@ private Q_SLOTS:
             QVERIFY2(found.size() == expected, qPrintable(row));
             if (expected)
                 QVERIFY2(found[0].box == all && found[0].em == letter.width(), qPrintable(row));
+        }
+    }
+
+    // Two characters made of bars, which are 2 and 5 pixels apart; a sentence cut by an underscore; and an icon.
+    void doubts()
+    {
+        QImage picture = plain({600, 200}, 255);
+        for (int x : {20, 36})
+            for (int y : {20, 24, 31})
+                fill(picture, {x, y, 14, 2}, 0);
+        for (int i = 0; i < 24; ++i)
+            if (i != 8)
+                fill(picture, {200 + 12 * i, 80, 10, 12}, 0);
+        fill(picture, {296, 92, 10, 1}, 0);
+        for (int i = 0; i < 5; ++i)
+            fill(picture, {200 + 12 * i, 110, 10, 12}, 0); // the next line
+        fill(picture, {20, 150, 10, 10}, 0);
+        const QList<QRect> rows = rowsAmong(Components::dark(picture, darkBelow), 9);
+        const QRect bars(20, 20, 30, 13), sentence(200, 80, 286, 12), below(200, 110, 58, 12);
+        QVERIFY(rows.size() == 4 && rows.contains(bars) && rows.contains(sentence) && rows.contains(below));
+
+        const auto read = [](const QRect &box, const QString &text, double confidence) {
+            return Line{box, text, {}, {{.text = text, .box = box, .confidence = confidence}}};
+        };
+        const Line upper = read({20, 20, 30, 6}, QStringLiteral("="), 95);
+        const Line lower = read({20, 31, 30, 2}, QStringLiteral("="), 95);
+        const Line left = read({200, 80, 94, 12}, QStringLiteral("旅"), 95);
+        const Line right = read({308, 80, 178, 12}, QStringLiteral("京"), 95);
+        const Line sure = read(below, QStringLiteral("sure"), 90), unsure = read(below, QStringLiteral("unsure"), 70);
+        const std::tuple<QList<Line>, QList<QRect>, QList<qsizetype>> cases[] = {
+            {{right, upper, sure, left, lower}, {bars, sentence}, {1, 4, 3, 0}}, // fragments
+            {{left, right, unsure}, {bars, sentence, below}, {0, 1, 2}},         // bars, too, as nothing is read there
+        };
+        for (const auto &[lines, areas, indexes] : cases) {
+            QList<QRect> gotAreas;
+            QList<qsizetype> gotIndexes;
+            for (const Doubt &doubt : doubtsAmong(lines, rows, 9)) {
+                gotAreas += doubt.area;
+                gotIndexes += doubt.lines;
+                QCOMPARE(doubt.isJapanese, doubt.area != below);
+            }
+            std::sort(gotAreas.begin(), gotAreas.end(), [](auto &a, auto &b) { return a.top() < b.top(); });
+            QCOMPARE(gotAreas, areas);
+            QCOMPARE(gotIndexes, indexes);
         }
     }
 
