@@ -27,7 +27,7 @@ static bool areBeside(const QRect &a, const QRect &b, int textHeight)
 // Strokes of the same letters: too near to each other for two lines.
 static bool areHalves(const QRect &a, const QRect &b, int textHeight)
 {
-    return (a | b).height() * 5 <= textHeight * 9 && gapBelow(a, b) * 4 <= std::max(8, textHeight) &&
+    return (a | b).height() * 5 <= textHeight * 9 && gapBelow(a, b) * 2 <= textHeight &&
            -gapBeside(a, b) * 5 >= std::min(a.width(), b.width()) * 3;
 }
 

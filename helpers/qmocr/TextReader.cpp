@@ -46,7 +46,7 @@ QList<Line> TextReader::first(const QImage &gray)
     for (const QRect &piece : pieces) {
         QImage part = prepared(gray.copy(piece));
         const Components spots = spotsOf(part);
-        const QList<Line> vertical = m_languages.isEmpty() ? m_vertical.take(part, spots) : QList<Line>();
+        const QList<Line> vertical = m_languages.isEmpty() ? m_vertical.take(part, spots, m_first) : QList<Line>();
         QList<Line> lines = m_first.read(part, readingScale(textHeight(spots), part.size())) + vertical;
         for (Line &line : lines)
             line.translate(piece.topLeft());

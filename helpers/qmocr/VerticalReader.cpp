@@ -31,6 +31,18 @@ static bool isText(const QList<Line> &lines)
     return count >= 4 && japanese * 3 >= count * 2 && confidence >= sureConfidence * 0.75 * count;
 }
 
+// Read in rows, columns yield few characters, for most stand too far apart.
+static bool areRows(const QList<Line> &inRows, const QList<Line> &inColumns)
+{
+    qsizetype rows = 0, columns = 0;
+    for (const Line &line : inRows)
+        rows += std::count_if(line.symbols.begin(), line.symbols.end(),
+                              [](const Symbol &symbol) { return symbol.confidence >= sureConfidence; });
+    for (const Line &line : inColumns)
+        columns += line.symbols.size();
+    return rows * 5 > columns * 2;
+}
+
 // The engine tells where words begin and end in a column, which it takes for wider than it is.
 static Line placed(const Line &line, int em)
 {
@@ -54,7 +66,7 @@ static Line placed(const Line &line, int em)
     return result;
 }
 
-QList<Line> VerticalReader::take(QImage &prepared, const Components &spots)
+QList<Line> VerticalReader::take(QImage &prepared, const Components &spots, Engine &other)
 {
     QList<Line> lines;
     const QList<Columns> found = columnsAmong(spots);
@@ -66,7 +78,7 @@ QList<Line> VerticalReader::take(QImage &prepared, const Components &spots)
         const int margin = columns.em * 3 / 5;
         const QRect area = columns.box.adjusted(-margin, -margin, margin, margin) & prepared.rect();
         QList<Line> read = m_engine->read(prepared.copy(area), scaleFor(columns));
-        if (!isText(read))
+        if (!isText(read) || areRows(other.read(prepared.copy(area), scaleFor(columns)), read))
             continue;
         for (Line &line : read) {
             line = placed(line, columns.em);

@@ -15,8 +15,9 @@ class VerticalReader
 {
 public:
     // The columns' lines from right to left, in the pixels of a prepared picture. What was read is removed from the
-    // picture. spots are the picture's letters. None without the language data for it.
-    QList<Line> take(QImage &prepared, const Components &spots);
+    // picture. spots are the picture's letters. None without the language data for it, nor where the other engine makes
+    // rows of the same letters: widely spaced text looks like columns.
+    QList<Line> take(QImage &prepared, const Components &spots, Engine &other);
 
 private:
     std::optional<Engine> m_engine;
