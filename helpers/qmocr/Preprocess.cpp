@@ -16,7 +16,7 @@ namespace qm::ocr {
 static constexpr int tileEdge = 8;     // pixels
 static constexpr int reach = 8;        // tiles on either side that determine a tile's background
 static constexpr int bins = 64;        // of four grey levels each
-static constexpr int groundBins = 9;   // that the levels of one ground are taken to cover
+static constexpr int groundBins = 13;  // that the levels of one ground are taken to cover
 static constexpr int minContrast = 48; // grey levels; anything less is noise and stays faint
 static constexpr int fullContrast = 220;
 static constexpr int fewestLetters = 20;
