@@ -6,6 +6,7 @@
 namespace qm::ocr {
 
 static constexpr int evenStep = 2;     // grey levels from one pixel to the next
+static constexpr int evenRowStep = 4;  // the same from row to row: bars fade from top to bottom, and are low
 static constexpr int shortestEven = 4; // pixels
 
 Components Components::dark(const QImage &gray, int below)
@@ -42,7 +43,7 @@ Components Components::even(const QImage &gray)
                 const int left = std::max(above.left, run.left), right = std::min(above.right, run.right);
                 const int middle = (left + right) / 2;
                 return left < right &&
-                       std::abs(gray.constScanLine(above.y)[middle] - gray.constScanLine(run.y)[middle]) <= evenStep;
+                       std::abs(gray.constScanLine(above.y)[middle] - gray.constScanLine(run.y)[middle]) <= evenRowStep;
             }};
 }
 

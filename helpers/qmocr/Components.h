@@ -29,8 +29,8 @@ class Components
 public:
     // What is below the grey level: letters, parts of letters, lines. Neighbours across corners count.
     static Components dark(const QImage &gray, int below);
-    // Where the level changes by at most two from pixel to pixel: the surfaces that text stands on, gradients too. What is
-    // narrower than four pixels is left out.
+    // Where the level hardly changes from pixel to pixel: the surfaces that text stands on, gradients too. What is narrower
+    // than four pixels is left out.
     static Components even(const QImage &gray);
 
     Components(Components &&) = default;

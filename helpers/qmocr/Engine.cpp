@@ -29,8 +29,15 @@ static QStringList installed(TessBaseAPI &api)
     QStringList languages;
     for (const std::string &name : names)
         languages += QString::fromStdString(name);
-    languages.removeAll(QStringLiteral("osd")); // detects orientation, reads nothing
     return languages;
+}
+
+// What else can read horizontal text.
+static QStringList others(QStringList installed)
+{
+    installed.removeAll(QStringLiteral("osd")); // detects orientation, reads nothing
+    installed.removeIf([](const QString &name) { return name.endsWith(u"_vert"); });
+    return installed;
 }
 
 // The set, without parts that are not installed.
@@ -43,10 +50,11 @@ static QString available(const QString &set, const QStringList &installed)
 
 Engine::Engine(const QStringList &languageSets, Layout layout)
     : m_api(new TessBaseAPI)
+    , m_layout(layout)
 {
     load(*m_api, languageSets.first());
     const QStringList found = installed(*m_api);
-    for (const QString &set : languageSets + found) {
+    for (const QString &set : languageSets + (layout == Layout::columns ? QStringList() : others(found))) {
         const QString languages = available(set, found);
         m_ready = !languages.isEmpty() && load(*m_api, languages);
         if (m_ready)
@@ -54,15 +62,14 @@ Engine::Engine(const QStringList &languageSets, Layout layout)
     }
     if (!m_ready)
         return;
-    m_api->SetPageSegMode(layout == Layout::sparse ? tesseract::PSM_SPARSE_TEXT : tesseract::PSM_SINGLE_LINE);
     m_api->SetVariable("tessedit_do_invert", "0"); // pictures are made dark on light before
     m_api->SetVariable("preserve_interword_spaces", "1");
 }
 
 Engine::~Engine() = default;
 
-// The picture as Leptonica's own type, enlarged.
-static Pix *enlarged(const QImage &gray, double scale)
+// The picture as Leptonica's own type.
+static Pix *scaled(const QImage &gray, double scale)
 {
     Pix *pix = pixCreate(gray.width(), gray.height(), 8);
     if (!pix)
@@ -82,13 +89,14 @@ static Pix *enlarged(const QImage &gray, double scale)
 }
 
 // The symbols of the line at which the iterator stands; it is left at the first symbol of the next line.
-static QList<Symbol> symbolsOfLine(tesseract::ResultIterator &it, double scale, bool *more)
+static QList<Symbol> symbolsOfLine(tesseract::ResultIterator &it, tesseract::PageIteratorLevel boxed, double scale,
+                                   bool *more)
 {
     QList<Symbol> symbols;
     do {
         const std::unique_ptr<char[]> text(it.GetUTF8Text(tesseract::RIL_SYMBOL));
         int left = 0, top = 0, right = 0, bottom = 0;
-        if (text && it.BoundingBox(tesseract::RIL_SYMBOL, &left, &top, &right, &bottom)) {
+        if (text && it.BoundingBox(boxed, &left, &top, &right, &bottom)) {
             const bool beginsWord = it.IsAtBeginningOf(tesseract::RIL_WORD);
             symbols += {.text = QString::fromUtf8(text.get()),
                         .box = {left / scale, top / scale, (right - left) / scale, (bottom - top) / scale},
@@ -107,17 +115,22 @@ static QList<Line> linesOf(TessBaseAPI &api, double scale)
     if (api.Recognize(nullptr) != 0)
         return lines;
     const std::unique_ptr<tesseract::ResultIterator> it(api.GetIterator());
+    // What it says of single symbols is nonsense where they stand in columns.
+    const bool inColumns = api.GetPageSegMode() == tesseract::PSM_SINGLE_BLOCK_VERT_TEXT;
+    const tesseract::PageIteratorLevel boxed = inColumns ? tesseract::RIL_WORD : tesseract::RIL_SYMBOL;
     for (bool more = it && !it->Empty(tesseract::RIL_SYMBOL); more;)
-        if (const std::optional<Line> line = lineOf(symbolsOfLine(*it, scale, &more)))
+        if (const std::optional<Line> line = lineOf(symbolsOfLine(*it, boxed, scale, &more)))
             lines += *line;
     return lines;
 }
 
 QList<Line> Engine::read(const QImage &gray, double scale)
 {
-    Pix *pix = m_ready && !gray.isNull() ? enlarged(gray, scale) : nullptr;
+    Pix *pix = m_ready && !gray.isNull() ? scaled(gray, scale) : nullptr;
     if (!pix)
         return {};
+    m_api->SetPageSegMode(m_layout == Layout::columns ? tesseract::PSM_SINGLE_BLOCK_VERT_TEXT
+                                                      : tesseract::PSM_SPARSE_TEXT);
     m_api->SetImage(pix);
     pixDestroy(&pix); // the engine holds its own reference
     const QList<Line> lines = linesOf(*m_api, scale);
@@ -125,12 +138,13 @@ QList<Line> Engine::read(const QImage &gray, double scale)
     return lines;
 }
 
-QList<QList<Line>> Engine::read(const QImage &gray, double scale, const QList<QRect> &areas)
+QList<QList<Symbol>> Engine::readRows(const QImage &gray, double scale, const QList<QRect> &areas)
 {
-    QList<QList<Line>> read(areas.size());
-    Pix *pix = m_ready && !gray.isNull() ? enlarged(gray, scale) : nullptr;
+    QList<QList<Symbol>> read(areas.size());
+    Pix *pix = m_ready && !gray.isNull() ? scaled(gray, scale) : nullptr;
     if (!pix)
         return read;
+    m_api->SetPageSegMode(tesseract::PSM_SINGLE_LINE);
     m_api->SetImage(pix);
     const QRect whole(0, 0, pixGetWidth(pix), pixGetHeight(pix));
     pixDestroy(&pix);
@@ -140,7 +154,9 @@ QList<QList<Line>> Engine::read(const QImage &gray, double scale, const QList<QR
         if (part.isEmpty())
             continue;
         m_api->SetRectangle(part.x(), part.y(), part.width(), part.height());
-        read[i] = linesOf(*m_api, scale);
+        const QList<Line> lines = linesOf(*m_api, scale);
+        for (const Line &line : lines)
+            read[i] += line.symbols;
     }
     m_api->Clear();
     return read;

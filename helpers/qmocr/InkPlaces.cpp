@@ -149,7 +149,7 @@ static double innerGapCost(const Unit &unit, double gap)
     return unit.isCharacter ? squared(gap / 0.5) : squared(std::max(0.0, gap - smallestBlank) / 0.08);
 }
 
-void placeByInk(Line &line, const QImage &prepared)
+static void placeInRow(Line &line, const QImage &prepared)
 {
     const std::vector<Unit> units = unitsOf(line);
     double ems = 0;
@@ -209,6 +209,36 @@ void placeByInk(Line &line, const QImage &prepared)
         line.box |= word.box;
         end = size_t(best.from);
     }
+}
+
+static QRect turned(const QRect &box)
+{
+    return {box.y(), box.x(), box.height(), box.width()};
+}
+
+// Rows become columns.
+static void turn(Line &line)
+{
+    line.box = turned(line.box);
+    for (Word &word : line.words)
+        word.box = turned(word.box);
+}
+
+void placeByInk(Line &line, const QImage &prepared)
+{
+    if (!line.isVertical)
+        return placeInRow(line, prepared);
+    const int margin = line.box.width();
+    const QRect area = line.box.adjusted(-1, -margin, 1, margin) & prepared.rect();
+    QImage row(area.height(), area.width(), QImage::Format_Grayscale8);
+    for (int y = 0; y < area.height(); ++y)
+        for (int x = 0; x < area.width(); ++x)
+            row.scanLine(x)[y] = prepared.constScanLine(area.y() + y)[area.x() + x];
+    line.translate(-area.topLeft());
+    turn(line);
+    placeInRow(line, row);
+    turn(line);
+    line.translate(area.topLeft());
 }
 
 } // namespace qm::ocr

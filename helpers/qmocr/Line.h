@@ -27,6 +27,7 @@ struct Line {
     QString text;               // never empty, see lineOf()
     QList<Word> words;          // in the order of the text, of which they leave out the blanks
     QList<Symbol> symbols = {}; // what it was made of
+    bool isVertical = false;    // from top to bottom
 
     void translate(QPoint by)
     {

@@ -1,6 +1,5 @@
 #include "helpers/qmocr/Preprocess.h"
 
-#include "helpers/qmocr/Components.h"
 #include "helpers/qmocr/Surfaces.h"
 
 #include <QList>
@@ -8,6 +7,8 @@
 #include <algorithm>
 #include <array>
 #include <cmath>
+#include <cstdint>
+#include <numeric>
 #include <vector>
 
 namespace qm::ocr {
@@ -15,6 +16,7 @@ namespace qm::ocr {
 static constexpr int tileEdge = 8;     // pixels
 static constexpr int reach = 8;        // tiles on either side that determine a tile's background
 static constexpr int bins = 64;        // of four grey levels each
+static constexpr int groundBins = 13;  // that the levels of one ground are taken to cover
 static constexpr int minContrast = 48; // grey levels; anything less is noise and stays faint
 static constexpr int fullContrast = 220;
 static constexpr int fewestLetters = 20;
@@ -75,10 +77,21 @@ static void forEachTile(const QImage &gray, const Tell &tell)
     }
 }
 
+// Of a photograph, or a bar that fades, the ground takes many levels, and text only one: counted is what is near.
 static int mostFrequent(const Histogram &h)
 {
-    int mode = 0, most = -1;
-    for (int k = 0; k < bins; ++k) {
+    int from = 0;
+    int64_t most = -1;
+    for (int k = 0; k + groundBins <= bins; ++k) {
+        const auto count = std::accumulate(h.begin() + k, h.begin() + k + groundBins, int64_t(0));
+        if (count > most) {
+            most = count;
+            from = k;
+        }
+    }
+    int mode = 0;
+    most = -1;
+    for (int k = from; k < from + groundBins; ++k) {
         const int weight = 2 * h[k] + (k > 0 ? h[k - 1] : 0) + (k + 1 < bins ? h[k + 1] : 0);
         if (weight > most) {
             most = weight;
@@ -130,10 +143,9 @@ QImage normalised(const QImage &gray)
     return result;
 }
 
-int textHeight(const QImage &darkOnLight)
+int textHeight(const Components &spots)
 {
     std::vector<int> heights;
-    const Components spots = Components::dark(darkOnLight, darkBelow);
     for (const Component &spot : spots.all()) {
         const int w = spot.box.width(), h = spot.box.height();
         if (h >= 4 && h <= 80 && w >= 2 && w <= 4 * h && h <= 4 * w)

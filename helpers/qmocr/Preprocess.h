@@ -1,5 +1,7 @@
 #pragma once
 
+#include "helpers/qmocr/Components.h"
+
 #include <QImage>
 
 namespace qm::ocr {
@@ -17,9 +19,9 @@ QImage toGray(const QImage &picture);
 // other text.
 QImage normalised(const QImage &gray);
 
-// Median height in pixels of what looks like letters: connected dark spots with a letter's proportions. 0 if there are
-// too few to tell.
-int textHeight(const QImage &darkOnLight);
+// Median height in pixels of what looks like letters, of a normalised picture's dark spots: those with a letter's
+// proportions. 0 if there are too few to tell.
+int textHeight(const Components &spots);
 
 // Factor by which to enlarge a picture with letters of this height, so that they come near the height the recogniser
 // reads best: in quarters, 1 to 3, less if the result would exceed maxPixels or maxSide.

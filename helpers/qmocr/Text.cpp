@@ -116,6 +116,12 @@ std::optional<Line> lineOf(const QList<Symbol> &symbols)
     return line;
 }
 
+bool isSure(const Line &line)
+{
+    return std::all_of(line.symbols.begin(), line.symbols.end(),
+                       [](const Symbol &symbol) { return symbol.confidence >= sureConfidence; });
+}
+
 bool isJapanese(const Symbol &symbol)
 {
     return !symbol.text.isEmpty() && isJapanese(symbol.text.toUcs4().front());
@@ -168,7 +174,12 @@ static double confidenceOf(Stretch symbols)
     return symbols.empty() ? 0 : sum / double(symbols.size());
 }
 
-QList<Symbol> better(const QList<Symbol> &one, const QList<Symbol> &other)
+double confidenceOf(const QList<Symbol> &symbols)
+{
+    return confidenceOf(Stretch(symbols));
+}
+
+QList<Symbol> better(const QList<Symbol> &one, const QList<Symbol> &other, double agreed)
 {
     QList<Symbol> result;
     Match from{0, 0};
@@ -183,6 +194,8 @@ QList<Symbol> better(const QList<Symbol> &one, const QList<Symbol> &other)
         for (Symbol symbol : best) {
             if (isAgreed)
                 symbol.confidence = std::max(symbol.confidence, agreedConfidence);
+            if (common == 1 && best.size() == 1 && isJapanese(symbol))
+                symbol.confidence = std::max(symbol.confidence, agreed);
             if (common == 0 && symbol.confidence < sureConfidence && !isJapanese(symbol))
                 symbol.confidence /= 2; // the readings have nothing in common
             result += symbol;

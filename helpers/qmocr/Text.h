@@ -14,10 +14,14 @@ std::optional<Line> lineOf(const QList<Symbol> &symbols);
 
 constexpr double sureConfidence = 80; // of a word: nearly all that have it are right
 
+bool isSure(const Line &line);         // in all its words
 bool isJapanese(const Symbol &symbol); // or punctuation written among Japanese
 
-// Two readings of a line, put together: where their words differ, those with the higher confidence stand.
-QList<Symbol> better(const QList<Symbol> &one, const QList<Symbol> &other);
+// Two readings of a line, put together: where their words differ, those with the higher confidence stand. Japanese
+// characters that both have get at least the confidence `agreed`.
+QList<Symbol> better(const QList<Symbol> &one, const QList<Symbol> &other, double agreed = 0);
+
+double confidenceOf(const QList<Symbol> &symbols); // the mean; 0 of none
 
 // Without the words that icons, pictures and remains of frames were taken for.
 QList<Symbol> withoutNoise(const QList<Symbol> &symbols);

@@ -1,8 +1,10 @@
 #include "helpers/qmocr/TextReader.h"
 
+#include "helpers/qmocr/Doubts.h"
 #include "helpers/qmocr/Frames.h"
 #include "helpers/qmocr/InkPlaces.h"
 #include "helpers/qmocr/Preprocess.h"
+#include "helpers/qmocr/Rows.h"
 #include "helpers/qmocr/Slices.h"
 #include "helpers/qmocr/Text.h"
 
@@ -25,16 +27,16 @@ TextReader::TextReader(const QString &languages)
 {
 }
 
+static Components spotsOf(const QImage &prepared)
+{
+    return Components::dark(prepared, darkBelow);
+}
+
 static QImage prepared(const QImage &gray)
 {
     QImage result = normalised(gray);
-    removeFrames(result, textHeight(result));
+    removeFrames(result, textHeight(spotsOf(result)));
     return result;
-}
-
-static double scaleFor(const QImage &prepared)
-{
-    return readingScale(textHeight(prepared), prepared.size());
 }
 
 QList<Line> TextReader::first(const QImage &gray)
@@ -42,8 +44,10 @@ QList<Line> TextReader::first(const QImage &gray)
     const QList<QRect> pieces = slices(gray);
     QList<QList<Line>> read;
     for (const QRect &piece : pieces) {
-        const QImage part = prepared(gray.copy(piece));
-        QList<Line> lines = m_first.read(part, scaleFor(part));
+        QImage part = prepared(gray.copy(piece));
+        const Components spots = spotsOf(part);
+        const QList<Line> vertical = m_languages.isEmpty() ? m_vertical.take(part, spots, m_first) : QList<Line>();
+        QList<Line> lines = m_first.read(part, readingScale(textHeight(spots), part.size())) + vertical;
         for (Line &line : lines)
             line.translate(piece.topLeft());
         read += lines;
@@ -51,44 +55,68 @@ QList<Line> TextReader::first(const QImage &gray)
     return joined(pieces, read);
 }
 
-static bool isSure(const Line &line)
+// A row's box with some room around it, which the recogniser needs.
+static QRect withRoom(const QRect &row)
 {
-    return std::all_of(line.symbols.begin(), line.symbols.end(),
-                       [](const Symbol &symbol) { return symbol.confidence >= sureConfidence; });
+    const int margin = std::max(3, row.height() / 4);
+    return row.adjusted(-2 * margin, -margin, 2 * margin, margin);
 }
 
-// A line's box with some room around it, which the recogniser needs.
-static QRect areaOf(const Line &line)
+static Engine &loaded(std::optional<Engine> &engine, const QStringList &languageSets)
 {
-    const int margin = std::max(3, line.box.height() / 4);
-    return line.box.adjusted(-2 * margin, -margin, 2 * margin, margin);
-}
-
-static bool hasJapanese(const Line &line)
-{
-    return std::any_of(line.symbols.begin(), line.symbols.end(),
-                       [](const Symbol &symbol) { return isJapanese(symbol); });
-}
-
-void TextReader::readAgain(const Piece &piece, double scale, const QList<Line *> &lines, std::optional<Engine> &engine,
-                           const QString &languages)
-{
-    if (lines.isEmpty())
-        return;
     if (!engine)
-        engine.emplace(setsFor(m_languages, {languages}), Engine::Layout::line);
-    QList<QRect> areas;
-    for (const Line *line : lines)
-        areas += areaOf(*line).translated(-piece.place);
-    const QList<QList<Line>> again = engine->read(piece.prepared, scale, areas);
-    for (qsizetype i = 0; i < lines.size(); ++i) {
-        QList<Symbol> symbols;
-        for (Line line : again[i]) {
-            line.translate(piece.place);
-            symbols += line.symbols;
-        }
-        if (const std::optional<Line> line = lineOf(better(lines[i]->symbols, symbols)))
-            *lines[i] = *line;
+        engine.emplace(languageSets, Engine::Layout::sparse);
+    return *engine;
+}
+
+// What three readings of a line say together. The fragments that the first has of it stand only if the others are worse.
+static void settle(QList<Line> &lines, const Doubt &doubt, const QList<Symbol> &again)
+{
+    if (doubt.lines.isEmpty()) { // icons are hardly ever read with confidence
+        const std::optional<Line> line = lineOf(again);
+        if (line && line->text.size() > 1 && isSure(*line))
+            lines += *line;
+        return;
+    }
+    QList<Symbol> before;
+    bool sure = true;
+    for (const qsizetype i : doubt.lines) {
+        QList<Symbol> symbols = lines[i].symbols;
+        symbols.first().blankBefore = !before.isEmpty();
+        before += symbols;
+        sure = sure && isSure(lines[i]);
+    }
+    const bool isWhole = doubt.lines.size() == 1 || sure;
+    if (!isWhole && confidenceOf(again) < confidenceOf(before))
+        return;
+    const std::optional<Line> line = lineOf(isWhole ? better(before, again) : again);
+    for (const qsizetype i : doubt.lines)
+        lines[i] = i == doubt.lines.first() && line ? *line : Line();
+}
+
+void TextReader::readAgain(QList<Line> &lines, const QImage &prepared)
+{
+    const Components spots = spotsOf(prepared);
+    const int height = textHeight(spots);
+    const double scale = readingScale(height, prepared.size());
+    QList<Doubt> latin, japanese;
+    QList<QRect> latinAreas, japaneseAreas;
+    for (const Doubt &doubt : doubtsAmong(lines, rowsAmong(spots, height), height)) {
+        (doubt.isJapanese ? japanese : latin) += doubt;
+        (doubt.isJapanese ? japaneseAreas : latinAreas) += withRoom(doubt.area);
+    }
+    if (!latin.isEmpty()) {
+        Engine &engine = loaded(m_latin, setsFor(m_languages, {QStringLiteral("eng")}));
+        const QList<QList<Symbol>> again = engine.readRows(prepared, scale, latinAreas);
+        for (qsizetype i = 0; i < latin.size(); ++i)
+            settle(lines, latin[i], again[i]);
+    }
+    if (!japanese.isEmpty()) {
+        Engine &engine = loaded(m_japanese, setsFor(m_languages, {QStringLiteral("jpn")}));
+        const QList<QList<Symbol>> again = engine.readRows(prepared, scale, japaneseAreas);
+        const QList<QList<Symbol>> smaller = m_first.readRows(prepared, scale * 3 / 4, japaneseAreas);
+        for (qsizetype i = 0; i < japanese.size(); ++i)
+            settle(lines, japanese[i], better(again[i], smaller[i], sureConfidence));
     }
 }
 
@@ -97,27 +125,32 @@ QList<Line> TextReader::second(const QImage &gray, const QList<Line> &first, Box
     QList<Line> lines = first;
     QList<bool> done(lines.size(), false);
     for (const QRect &area : slices(gray)) {
-        QList<Line *> here, latin, japanese;
+        QList<qsizetype> places;
+        QList<Line> here;
         for (qsizetype i = 0; i < lines.size(); ++i) {
             if (done[i] || !area.contains(lines[i].box))
                 continue;
             done[i] = true;
-            here += &lines[i];
-            if (!isSure(lines[i]))
-                (hasJapanese(lines[i]) ? japanese : latin) += &lines[i];
+            places += i;
+            here += lines[i];
+            here.last().translate(-area.topLeft());
         }
-        if (latin.isEmpty() && japanese.isEmpty() && boxes == Boxes::no)
+        if (here.isEmpty() || (boxes == Boxes::no && std::all_of(here.begin(), here.end(), isSure)))
             continue;
-        const Piece piece{prepared(gray.copy(area)), area.topLeft()};
-        const double scale = latin.isEmpty() && japanese.isEmpty() ? 1 : scaleFor(piece.prepared);
-        readAgain(piece, scale, latin, m_latin, QStringLiteral("eng"));
-        readAgain(piece, scale, japanese, m_japanese, QStringLiteral("jpn"));
-        for (Line *line : std::as_const(here)) {
-            *line = lineOf(withoutNoise(line->symbols)).value_or(Line());
-            line->translate(-piece.place);
+        const QImage part = prepared(gray.copy(area));
+        readAgain(here, part);
+        for (qsizetype i = 0; i < here.size(); ++i) {
+            if (i >= places.size()) { // found only now
+                places += lines.size();
+                lines += Line();
+                done += true;
+            }
+            Line &line = lines[places[i]];
+            line = lineOf(withoutNoise(here[i].symbols)).value_or(Line());
+            line.isVertical = here[i].isVertical;
             if (boxes == Boxes::yes)
-                placeByInk(*line, piece.prepared);
-            line->translate(piece.place);
+                placeByInk(line, part);
+            line.translate(area.topLeft());
         }
     }
     lines.removeIf([](const Line &line) { return line.text.isEmpty(); });

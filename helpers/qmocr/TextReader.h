@@ -1,6 +1,7 @@
 #pragma once
 
 #include "helpers/qmocr/Engine.h"
+#include "helpers/qmocr/VerticalReader.h"
 
 #include <QImage>
 
@@ -24,17 +25,12 @@ public:
     QList<Line> second(const QImage &gray, const QList<Line> &first, Boxes boxes);
 
 private:
-    // A part of the picture, made dark on white.
-    struct Piece {
-        QImage prepared;
-        QPoint place;
-    };
-    // Replaces the lines, which all stand in the piece, by what is better of another engine's reading.
-    void readAgain(const Piece &piece, double scale, const QList<Line *> &lines, std::optional<Engine> &engine,
-                   const QString &languages);
+    // Replaces what is doubtful in the lines, which are in the prepared picture's pixels; may leave empty ones.
+    void readAgain(QList<Line> &lines, const QImage &prepared);
 
     QString m_languages;
     Engine m_first;
+    VerticalReader m_vertical;
     // For what the first is not sure of; loaded when first needed.
     std::optional<Engine> m_latin, m_japanese;
 };

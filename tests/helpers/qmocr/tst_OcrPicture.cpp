@@ -1,6 +1,9 @@
+#include "helpers/qmocr/Columns.h"
+#include "helpers/qmocr/Doubts.h"
 #include "helpers/qmocr/Frames.h"
 #include "helpers/qmocr/InkPlaces.h"
 #include "helpers/qmocr/Preprocess.h"
+#include "helpers/qmocr/Rows.h"
 #include "helpers/qmocr/Slices.h"
 
 #include <QRegion>
@@ -168,6 +171,77 @@ private Q_SLOTS:
         QCOMPARE(nonsense.words[0].box, QRect(50, 8, 9, 24));
     }
 
+    void columns()
+    {
+        // The letters' size and their distances, and how many of them there are across and down.
+        const std::tuple<QSize, QSize, QSize, bool> rows[] = {
+            {{18, 16}, {34, 20}, {4, 12}, true},  {{18, 16}, {20, 34}, {12, 8}, false},
+            {{18, 16}, {34, 20}, {1, 6}, true},   {{18, 16}, {34, 20}, {1, 3}, false}, // one column; hardly one
+            {{10, 20}, {12, 30}, {1, 12}, false}, {{20, 20}, {50, 44}, {1, 8}, false}, // narrow letters; icons
+            {{18, 40}, {60, 200}, {1, 1}, false}, {{18, 16}, {34, 23}, {8, 8}, true},  // wide spacing
+            {{18, 16}, {21, 22}, {8, 8}, false},  {{4, 60}, {90, 62}, {3, 6}, false},  // either way; rules
+        };
+        for (const auto &[letter, pitch, count, expected] : rows) {
+            QImage picture = plain({600, 500}, 255);
+            QRect all;
+            for (int column = 0; column < count.width(); ++column)
+                for (int i = 0; i < count.height() - column; ++i) { // and the last one is short
+                    const QRect box(QPoint(40 + column * pitch.width(), 30 + i * pitch.height()), letter);
+                    fill(picture, box, 0);
+                    all |= box;
+                }
+            const QList<Columns> found = columnsAmong(Components::dark(picture, darkBelow));
+            const QString row = QStringLiteral("%1 %2").arg(pitch.width()).arg(pitch.height());
+            QVERIFY2(found.size() == expected, qPrintable(row));
+            if (expected)
+                QVERIFY2(found[0].box == all && found[0].em == letter.width(), qPrintable(row));
+        }
+    }
+
+    // Two characters made of bars, which are 2 and 4 pixels apart; a sentence cut by an underscore; and an icon.
+    void doubts()
+    {
+        QImage picture = plain({600, 200}, 255);
+        for (int x : {20, 36})
+            for (int y : {20, 24, 30})
+                fill(picture, {x, y, 14, 2}, 0);
+        for (int i = 0; i < 24; ++i)
+            if (i != 8)
+                fill(picture, {200 + 12 * i - (i > 8 ? 6 : 0), 80, 10, 12}, 0);
+        fill(picture, {294, 92, 8, 1}, 0);
+        for (int i = 0; i < 5; ++i)
+            fill(picture, {200 + 12 * i, 110, 10, 12}, 0); // the next line
+        fill(picture, {20, 150, 10, 10}, 0);
+        const QList<QRect> rows = rowsAmong(Components::dark(picture, darkBelow), 9);
+        const QRect bars(20, 20, 30, 12), sentence(200, 80, 280, 13), below(200, 110, 58, 12);
+        QVERIFY(rows.size() == 4 && rows.contains(bars) && rows.contains(sentence) && rows.contains(below));
+
+        const auto read = [](const QRect &box, const QString &text, double confidence) {
+            return Line{box, text, {}, {{.text = text, .box = box, .confidence = confidence}}};
+        };
+        const Line upper = read({20, 20, 30, 6}, QStringLiteral("="), 95);
+        const Line lower = read({20, 30, 30, 2}, QStringLiteral("="), 95);
+        const Line left = read({200, 80, 94, 12}, QStringLiteral("旅"), 95);
+        const Line right = read({302, 80, 178, 12}, QStringLiteral("京"), 95);
+        const Line sure = read(below, QStringLiteral("sure"), 90), unsure = read(below, QStringLiteral("unsure"), 70);
+        const std::tuple<QList<Line>, QList<QRect>, QList<qsizetype>> cases[] = {
+            {{right, upper, sure, left, lower}, {bars, sentence}, {1, 4, 3, 0}}, // fragments
+            {{left, right, unsure}, {bars, sentence, below}, {0, 1, 2}},         // bars, too, as nothing is read there
+        };
+        for (const auto &[lines, areas, indexes] : cases) {
+            QList<QRect> gotAreas;
+            QList<qsizetype> gotIndexes;
+            for (const Doubt &doubt : doubtsAmong(lines, rows, 9)) {
+                gotAreas += doubt.area;
+                gotIndexes += doubt.lines;
+                QCOMPARE(doubt.isJapanese, doubt.area != below);
+            }
+            std::sort(gotAreas.begin(), gotAreas.end(), [](auto &a, auto &b) { return a.top() < b.top(); });
+            QCOMPARE(gotAreas, areas);
+            QCOMPARE(gotIndexes, indexes);
+        }
+    }
+
     void lettersHeights()
     {
         const std::tuple<int, QSize, int> rows[] = {
@@ -178,7 +252,7 @@ private Q_SLOTS:
             QImage picture = plain({1000, 1200}, 255);
             for (int i = 0; i < count; ++i)
                 fill(picture, {QPoint(10 + i % 10 * 97, 10 + i / 10 * 97), spot}, 0);
-            QCOMPARE(textHeight(picture), expected);
+            QCOMPARE(textHeight(Components::dark(picture, darkBelow)), expected);
         }
     }
 

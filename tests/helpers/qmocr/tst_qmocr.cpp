@@ -115,6 +115,37 @@ private Q_SLOTS:
             QCOMPARE(m_answers[name][u"text"].toString(u"none"_s), QString());
     }
 
+    // Two columns under ordinary text.
+    void columns()
+    {
+        const QStringList columns{u"名前はまだ無い"_s, u"記憶している"_s};
+        const QStringList names{u"columns.png"_s};
+        QImage page(640, 300, QImage::Format_RGB32);
+        page.fill(Qt::white);
+        QPainter painter(&page);
+        painter.drawImage(0, 0, TextPage{.lines = sentence}.painted());
+        QFont font(u"Noto Serif CJK JP"_s);
+        font.setPixelSize(20);
+        painter.setFont(font);
+        const auto placeOf = [](int column, int i) { return QRect(400 - 36 * column, 130 + 20 * i, 20, 20); };
+        for (int column = 0; column < 2; ++column)
+            for (int i = 0; i < columns[column].size(); ++i)
+                painter.drawText(placeOf(column, i), Qt::AlignCenter, columns[column].mid(i, 1));
+        painter.end();
+        save(names[0], page);
+
+        const QJsonObject answer = run(names, {}, {u"--boxes"_s})[names[0]];
+        const QStringList lines = answer[u"text"_s].toString().split(u'\n');
+        QVERIFY2(lines.contains(sentence[3]) && lines.mid(lines.size() - 2) == columns, qPrintable(lines.join(u'\n')));
+        for (int column = 0; column < 2; ++column)
+            for (int i = 0; i < columns[column].size(); ++i) {
+                const QJsonValue line = answer[u"lines"_s].toArray()[lines.size() - 2 + column];
+                const QJsonArray word = line[u"words"_s].toArray()[i].toArray();
+                const QRect box(word[2].toInt(), word[3].toInt(), word[4].toInt(), word[5].toInt());
+                QVERIFY((box.center() - placeOf(column, i).center()).manhattanLength() <= 6);
+            }
+    }
+
     // Answers come while the input is still open, and of two pictures the quick one does not wait for the slow one.
     void streams()
     {
