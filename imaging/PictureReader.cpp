@@ -8,6 +8,7 @@
 #include "imaging/WebpReader.h"
 
 #include <QImageReader>
+#include <QLoggingCategory>
 
 namespace qm {
 
@@ -82,8 +83,13 @@ static int orientation(QImageIOHandler::Transformations transformation)
 static Decoded readByQt(QIODevice &file, RowSink &sink)
 {
     // Qt's own limit, in megabytes and for the whole process, would count no more than the finished picture.
-    static const bool limited = (QImageReader::setAllocationLimit(int(DecodeBudget::shared().all() >> 20)), true);
-    Q_UNUSED(limited)
+    static const bool prepared = [] {
+        QImageReader::setAllocationLimit(int(DecodeBudget::shared().all() >> 20));
+        QLoggingCategory::setFilterRules(
+            QStringLiteral("qt.imageformats.*=false")); // damaged files are nothing unusual
+        return true;
+    }();
+    Q_UNUSED(prepared)
     QImageReader reader(&file);
     reader.setDecideFormatFromContent(true);
     if (!QList<QByteArray>{"gif", "jpeg", "tiff", "webp"}.contains(reader.format()))

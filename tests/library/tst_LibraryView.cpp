@@ -361,10 +361,11 @@ private Q_SLOTS:
     {
         Window window;
         QWidget *rows = window.list->viewport();
-        QTest::mouseDClick(rows, Qt::LeftButton, {}, {50, 500});
         window.select(0);
         QVERIFY(window.view.selection());
         QTest::mouseClick(rows, Qt::LeftButton, {}, {50, 500});
+        QVERIFY(!window.view.selection());
+        QTest::mouseDClick(rows, Qt::LeftButton, {}, {50, 500});
         QVERIFY(!window.view.selection() && !pasteboardHasImage());
         window.select(0);
         QTest::mouseDClick(rows, Qt::LeftButton, {}, {50, 20});
