@@ -145,8 +145,10 @@ void CaptureRun::look()
         return;
     const QImage frame = m_desktop.grab();
     if (frame.isNull()) {
-        if (const ScrollDesktop::Input input = m_desktop.wait(0ms); input.kind == ScrollDesktop::Input::Kind::gone)
-            return handle(input);
+        const ScrollDesktop::Input input = m_desktop.wait(0ms); // the display is gone, or the user has had enough
+        handle(input);
+        if (input.kind == ScrollDesktop::Input::Kind::gone || m_session.end() != ScrollSession::End::open)
+            return;
         if (m_joined.isNull())
             m_failure = QStringLiteral("the region could not be read from the screen");
         m_session.abandon();

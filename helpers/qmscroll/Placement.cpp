@@ -11,7 +11,7 @@ namespace {
 constexpr int fewestLandmarks = 8; // rows that exist only once: one line of small text
 constexpr int overlapShare = 4;    // one in so many of the moving rows has to agree
 constexpr int headerShare = 3;     // a header takes at most one in so many of the frame's rows
-constexpr int narrow = 1;          // bands that a caret or a blinking mark takes
+constexpr int caretHeight = 48;    // pixels: of a caret or a blinking mark, which is within one band
 constexpr int groupGap = 8;        // rows between two changes that count as one: less than a line of text
 constexpr int mostCandidates = 6;  // the page, a sidebar, and what content that grew has pushed away; and as many again
 constexpr int sideWidth = 48;      // pixels: a scroll bar with its track on a screen with two pixels per point
@@ -184,13 +184,24 @@ int Search::header(int at, const Bands &used, int to) const
 std::vector<Span> Search::changes(int at, const Bands &used, int from, int to) const
 {
     std::vector<Span> groups;
+    std::vector<Bands> bands; // of each
     for (int y = from; y < to; ++y) {
-        if ((differing(m_now.rows[size_t(y)], m_held[at + y]) & used).count() <= narrow)
+        const Bands here = differing(m_now.rows[size_t(y)], m_held[at + y]) & used;
+        if (here.none())
             continue;
-        if (groups.empty() || y - groups.back().to > groupGap)
+        if (groups.empty() || y - groups.back().to > groupGap) {
             groups.push_back({y, y});
+            bands.emplace_back();
+        }
         groups.back().to = y + 1;
+        bands.back() |= here;
     }
+    size_t kept = 0;
+    for (size_t i = 0; i < groups.size(); ++i) {
+        if (bands[i].count() > 1 || groups[i].to - groups[i].from > caretHeight)
+            groups[kept++] = groups[i];
+    }
+    groups.resize(kept);
     return groups;
 }
 

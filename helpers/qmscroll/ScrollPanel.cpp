@@ -266,7 +266,8 @@ QString statusText(ScrollSession::Mode mode, ScrollSession::Notice notice)
         return AppLocale::text(u"Paused: a key or a button is held down", u"一時停止中：キーかボタンを離してください");
     case Notice::otherWindow:
         return AppLocale::text(u"Paused: another window lies there", u"一時停止中：別のウィンドウがあります");
-    case Notice::placeLost: return AppLocale::text(u"Too far: scroll back a little", u"行きすぎ：少し戻してください");
+    case Notice::placeLost:
+        return AppLocale::text(u"Lost: return to where it was", u"見失いました：元の位置に戻してください");
     case Notice::none: break;
     }
     return mode == ScrollSession::Mode::manual
@@ -280,8 +281,7 @@ QString endText(ScrollSession::End end, bool mayBeStale)
     switch (end) {
     case End::height: return AppLocale::text(u"Height limit reached", u"高さの上限に達しました");
     case End::changed:
-        return AppLocale::text(u"Ended early: the page changed what was already captured",
-                               u"途中で終了：撮影済みの部分が変わりました");
+        return AppLocale::text(u"Ended early: the page has changed", u"途中で終了：ページが変わりました");
     case End::ambiguous:
         return AppLocale::text(u"Ended early: what follows is too similar",
                                u"途中で終了：似た内容が続き、つなげません");
@@ -289,8 +289,7 @@ QString endText(ScrollSession::End end, bool mayBeStale)
         return AppLocale::text(u"Ended early: what follows does not match", u"途中で終了：続きがつながりません");
     default: break;
     }
-    return mayBeStale ? AppLocale::text(u"Parts may have loaded after they were captured",
-                                        u"あとから読み込まれた部分が欠けているかもしれません")
+    return mayBeStale ? AppLocale::text(u"Parts may have loaded too late", u"読み込みの遅い部分があるかもしれません")
                       : QString();
 }
 

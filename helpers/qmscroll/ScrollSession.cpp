@@ -24,7 +24,7 @@ constexpr auto shortestAnswer = 150ms;
 
 constexpr double stepShare = 0.6; // fraction of the moving height; what remains in view has to be recognised
 constexpr int stepsToTrust = 6;
-constexpr int idleLimit = 2;
+constexpr int idleLimit = 3;                     // nearly two seconds, in which a list may load more
 constexpr int recoveryLimit = 5, lookLimit = 10; // the latter where the page changes: it may load several pictures
 constexpr int vainLimit = 3; // looks that found nothing changed: it springs back, or goes on changing
 constexpr auto firstPatience = 300ms, mostPatience = 1600ms; // with a page that loads what comes into view
@@ -124,23 +124,23 @@ ScrollSession::Order ScrollSession::joined(Milliseconds now, const Joint &joint)
     if (isFirst)
         m_state = State::resuming;
     m_progress.height = std::max(m_progress.height, joint.height);
+    m_progress.isCut = joint.height < m_progress.height;
     if (step == Joined::failed)
         return endWith(End::failed);
     if (step == Joined::joined)
         m_progress.scrolled = true;
+    m_progress.astray = step == Joined::doubtful    ? End::changed
+                        : step == Joined::ambiguous ? End::ambiguous
+                        : step == Joined::lost      ? End::lost
+                                                    : End::open;
     if (m_wish != Wish::none)
         return endByWish();
     if (joint.height >= m_options.heightLimit)
         return endWith(End::height);
     const bool underWay = m_pace.fine && m_state == State::forth && now - m_step.lastChange.value_or(0ms) < quietTime;
-    if (step == Joined::doubtful || step == Joined::ambiguous || step == Joined::lost) {
-        m_progress.astray = step == Joined::doubtful    ? End::changed
-                            : step == Joined::ambiguous ? End::ambiguous
-                                                        : End::lost;
+    if (m_progress.astray != End::open)
         return underWay ? rest(now) : recover(now, m_progress.astray);
-    }
 
-    m_progress.astray = End::open;
     m_notice = Notice::none;
     if (joint.renewed || grew)
         m_progress.vainLooks = 0;
@@ -238,12 +238,14 @@ ScrollSession::Order ScrollSession::recover(Milliseconds now, End reason)
 
 ScrollSession::Order ScrollSession::endByWish()
 {
-    return endWith(m_wish == Wish::finishIfScrolled && !m_progress.scrolled ? End::cancelled : End::wish);
+    if (m_wish == Wish::finishIfScrolled && !m_progress.scrolled)
+        return endWith(End::cancelled);
+    return endWith(m_progress.astray == End::open ? End::wish : m_progress.astray); // what is seen now is not in it
 }
 
 ScrollSession::Order ScrollSession::endWith(End end)
 {
-    m_end = end;
+    m_end = m_progress.isCut && (end == End::content || end == End::wish) ? End::changed : end;
     return {Order::Kind::end, 0, {}};
 }
 

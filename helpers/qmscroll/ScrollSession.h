@@ -141,6 +141,7 @@ private:
 
     struct Progress {
         int height = 0;         // of the picture, pixels
+        bool isCut = false;     // it has been higher
         bool scrolled = false;  // a frame was joined after the first one
         bool stale = false;     // see mayBeStale()
         int idleSteps = 0;      // consecutive steps without a shift

@@ -35,8 +35,9 @@ struct Stitcher::State {
     int lastShift = 0;
     bool renewed = false;
     Placement::Known known;
-    int doubts = 0;      // since the picture has grown
-    bool looked = false; // the latest was followed by a look that found nothing changed
+    int doubts = 0;       // since the picture has grown
+    bool refused = false; // the last frame, for a doubt
+    bool looked = false;  // the latest was followed by a look that found nothing changed
     bool failed = false;
 };
 
@@ -67,6 +68,7 @@ void Stitcher::State::take(const Frame &frame, const Placement &place)
 Stitcher::Step Stitcher::State::join(Frame frame, const Placement &place)
 {
     const int before = held.end();
+    refused = false;
     take(frame, place);
     lastShift = place.at - position;
     renewed = place.renewed;
@@ -106,7 +108,8 @@ Stitcher::Step Stitcher::State::add(const QImage &image, Heading heading)
     case Placement::Kind::ambiguous: return Step::ambiguous;
     case Placement::Kind::lost: return Step::lost;
     case Placement::Kind::doubtful:
-        ++doubts;
+        doubts += refused ? 0 : 1; // one, however many frames show it
+        refused = true;
         looked = false;
         return Step::doubtful;
     case Placement::Kind::found: break;
@@ -144,11 +147,6 @@ bool Stitcher::renewed() const
 int Stitcher::moving() const
 {
     return m_state->known.bottom - m_state->known.top;
-}
-
-int Stitcher::position() const
-{
-    return m_state->position;
 }
 
 QImage Stitcher::heldRows() const

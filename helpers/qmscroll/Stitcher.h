@@ -18,8 +18,8 @@ namespace qm {
 // repeat. What seems to have changed after it has left the frame makes a step doubtful; rows stay replaceable for one
 // height above the frame, so going back and looking mends it.
 //
-// One thread at a time. Lengths are pixels. Holds two frames and two heights of rows, never the whole picture; more of it
-// after scrolling back.
+// One thread at a time. Lengths are pixels. Holds two frames and the last two heights of rows (three within add()), never
+// the whole picture.
 class Stitcher
 {
 public:
@@ -49,7 +49,6 @@ public:
     int lastShift() const; // how far the content moved up in the last joined step; negative if scrolled back
     bool renewed() const;  // the last step that was not refused found part of what it shows changed, and took it anew
     int moving() const;    // height of the part of the frame that moves, as far as is known
-    int position() const;  // offset of the last joined frame below the first; negative above it
 
     QImage heldRows() const; // the rows not yet handed over, as they are now; valid until the next add()
 

@@ -212,20 +212,20 @@ private Q_SLOTS:
         QTest::addColumn<Case>("of");
         const auto row = [](const char *name, const Case &of) { QTest::newRow(name) << of; };
         row("plain", {.milliseconds = 2500});
-        row("nothing to scroll", {.view = {.page = region}, .milliseconds = 1600});
-        row("less than a click to scroll", {.view = {.page = region + 20}, .milliseconds = 1300});
+        row("nothing to scroll", {.view = {.page = region}, .milliseconds = 2200});
+        row("less than a click to scroll", {.view = {.page = region + 20}, .milliseconds = 1900});
         row("smooth", {.view = {.pixelsPerClick = 120, .smooth = 200ms}, .milliseconds = 8000});
         row("smooth, on a slow machine",
             {.view = {.pixelsPerClick = 120, .smooth = 200ms, .picture = 30ms}, .milliseconds = 8000});
         row("stalls once", {.view = {.stallsAt = 2000}, .milliseconds = 2700});
         row("slow to answer", {.view = {.answer = 300ms}, .milliseconds = 11'000});
         row("hardly moves", {.view = {.pixelsPerClick = 2}, .milliseconds = 2700});
-        row("one click is most of the region", {.view = {.pixelsPerClick = 470}, .milliseconds = 2000});
+        row("one click is most of the region", {.view = {.pixelsPerClick = 470}, .milliseconds = 2600});
         row("a caret", {.view = {.animation = 500ms}, .milliseconds = 2500});
         row("slow, with a movie", {.view = {.answer = 250ms, .animation = 90ms}, .milliseconds = 11'000});
         row("alike for a while: smaller steps", {.view = {.blankFrom = 2000}, .milliseconds = 5500});
         row("one click is too much, but shows its way",
-            {.view = {.pixelsPerClick = 500, .smooth = 200ms, .picture = 16ms}, .milliseconds = 5000});
+            {.view = {.pixelsPerClick = 500, .smooth = 200ms, .picture = 16ms}, .milliseconds = 6500});
         row("a list that loads more at its end",
             {.view = {.page = 1500, .loads = 5}, .furthest = 1500 + 5 * 900 - region, .milliseconds = 7500});
         row("springs back",
