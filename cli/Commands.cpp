@@ -181,8 +181,11 @@ Exit Commands::search(Console &console, const QString &searched, int limit)
 Exit Commands::forget(Console &console, const QStringList &files)
 {
     QList<QByteArray> paths;
-    for (const QString &file : files)
-        paths.append(QFile::encodeName(QDir::cleanPath(QFileInfo(file).absoluteFilePath())));
+    for (const QString &file : files) {
+        const QByteArray path = QFile::encodeName(QDir::cleanPath(QFileInfo(file).absoluteFilePath()));
+        if (!paths.contains(path))
+            paths.append(path);
+    }
     Database database(ShotStore::databasePath(), Database::Access::write);
     if (!database.open())
         return cannotOpen(console, database);

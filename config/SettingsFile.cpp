@@ -32,8 +32,9 @@ static QString brokenCopyOf(const QString &path)
 
 static Outcome writeWhole(QSaveFile &file, const QByteArray &bytes)
 {
-    // commit() syncs the content; but it does not notice that a buffer failed to reach the disk, which flush() does.
-    if (!file.open(QIODevice::WriteOnly) || file.write(bytes) != bytes.size() || !file.flush() || !file.commit())
+    // commit() notices neither that a buffer found the disk full nor that the content could not be synced.
+    if (!file.open(QIODevice::WriteOnly) || file.write(bytes) != bytes.size() || !file.flush() ||
+        !DiskSync::content(file.handle()) || !file.commit())
         return Outcome::failure(QStringLiteral("%1: %2").arg(file.fileName(), file.errorString()));
     DiskSync::names(file.fileName());
     return Outcome::success();

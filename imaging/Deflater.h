@@ -12,9 +12,11 @@ struct PrefixCode;
 
 // Deflates the filtered rows of a PNG (RFC 1950 and 1951). A general deflater finds repetitions by hashing alone; in
 // pictures most lie in predictable places, the pixel to the left and the row above, and looking there first is both
-// faster and smaller than that. Over real screenshots (bench/Deflate.cpp), libdeflate's level 1 takes 2.7 to 3.4 times as long
-// for files of 0.89 to 1.01 of the size, its level 4 3.6 to 4.8 times for 0.82 to 0.94; igzip takes 0.6 times as long for 1.06
-// to 1.16. And libdeflate wants all bytes at once, where a scrolling capture does not know how many there will be. Deterministic: the same bytes always give the same result. One thread at a time.
+// faster and smaller than that. Deterministic: the same bytes always give the same result. One thread at a time.
+//
+// Over real screenshots (bench/Deflate.cpp), libdeflate's level 1 takes 2.7 to 3.4 times as long for files of 0.89 to 1.01 of
+// the size, its level 4 3.6 to 4.8 times for 0.82 to 0.94; igzip takes 0.6 times as long for 1.06 to 1.16. And libdeflate wants
+// all bytes at once, where a scrolling capture does not know how many there will be.
 class Deflater
 {
 public:

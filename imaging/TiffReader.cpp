@@ -4,7 +4,11 @@
 
 #include <QIODevice>
 
+#include <algorithm>
+#include <array>
+#include <limits>
 #include <memory>
+#include <optional>
 #include <tiffio.h>
 #include <vector>
 
@@ -73,11 +77,16 @@ struct Samples {
 
 std::optional<Samples> samplesOf(TIFF *tiff)
 {
-    quint16 bits = 0, perPixel = 0, layout = 0, photometric = 0, extraCount = 0, *extra = nullptr;
+    quint16 packing = 0, bits = 0, perPixel = 0, layout = 0, photometric = 0, extraCount = 0, *extra = nullptr;
     TIFFGetFieldDefaulted(tiff, TIFFTAG_BITSPERSAMPLE, &bits);
     TIFFGetFieldDefaulted(tiff, TIFFTAG_SAMPLESPERPIXEL, &perPixel);
     TIFFGetFieldDefaulted(tiff, TIFFTAG_PLANARCONFIG, &layout);
     TIFFGetFieldDefaulted(tiff, TIFFTAG_EXTRASAMPLES, &extraCount, &extra);
+    TIFFGetFieldDefaulted(tiff, TIFFTAG_COMPRESSION, &packing);
+    constexpr std::array<quint16, 6> byRows = {COMPRESSION_NONE,     COMPRESSION_LZW,  COMPRESSION_ADOBE_DEFLATE,
+                                               COMPRESSION_PACKBITS, COMPRESSION_LZMA, COMPRESSION_ZSTD};
+    if (std::find(byRows.begin(), byRows.end(), packing) == byRows.end())
+        return std::nullopt; // unpacks a strip at once, which may be larger than the file
     if (!TIFFGetField(tiff, TIFFTAG_PHOTOMETRIC, &photometric) || bits != 8 || layout != PLANARCONFIG_CONTIG ||
         TIFFIsTiled(tiff) || extraCount != 1 || extra[0] == EXTRASAMPLE_UNSPECIFIED)
         return std::nullopt;

@@ -60,7 +60,9 @@ inline constexpr char countWaiting[] = "SELECT COUNT(*) FROM shots WHERE ocr_don
 // Those that failed come last: forty of them would otherwise keep all others waiting for ever.
 inline constexpr char waiting[] = "SELECT id, path FROM shots WHERE ocr_done = 0 "
                                   "ORDER BY id IN (SELECT shot_id FROM shot_failures), mtime_ms DESC LIMIT ?"; // limit
-inline constexpr char leaveWaiting[] = "UPDATE shots SET ocr_done = 0 WHERE id = ?";                           // id
+// Whether anything can be written: there and back, whatever the row says.
+inline constexpr char tryThere[] = "UPDATE shots SET ocr_done = ocr_done + 2 WHERE id = ?"; // id
+inline constexpr char tryBack[] = "UPDATE shots SET ocr_done = ocr_done - 2 WHERE id = ?";  // id
 // A shot that was forgotten while it was being read stays so: done, and without a text.
 inline constexpr char storeText[] = "UPDATE shots SET ocr_text = ?, ocr_done = 1 "
                                     "WHERE id = ? AND (ocr_done = 0 OR ocr_text IS NOT NULL)"; // text, id

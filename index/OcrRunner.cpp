@@ -121,11 +121,11 @@ Reading runHelper(const QString &helper, const std::vector<Pending> &rows, const
     return reading;
 }
 
-// Reading takes minutes, and would be in vain on a full disk. There and back: SQLite does not write what changes nothing.
+// Reading takes minutes, and would be in vain on a full disk. SQLite does not write what changes nothing.
 bool canWrite(Database &database, qint64 waitingId)
 {
     Transaction transaction(database);
-    for (const char *sql : {IndexSql::giveUp, IndexSql::leaveWaiting}) {
+    for (const char *sql : {IndexSql::tryThere, IndexSql::tryBack}) {
         Statement change = database.prepare(sql);
         change.bind(1, waitingId);
         if (!change.run())

@@ -8,7 +8,7 @@ namespace qm {
 // the name (fsync(2), "Notes"). Any thread; each takes milliseconds, on a busy disk more.
 namespace DiskSync {
 
-// Waits until the content of the open file is on the disk. False if the system could not write it; true also where a file
+// Waits until the content of the open file is on the disk (on macOS, in the drive's own cache). False if the system could not write it; true also where a file
 // system knows no such thing.
 bool content(int descriptor);
 

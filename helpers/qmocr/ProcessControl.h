@@ -17,8 +17,8 @@ void endWhenHungUp(int descriptor);
 void confineWorker(quint64 memoryLimit);
 
 // From here on, neither this process nor what it may become can write, create or remove files, run programs, open sockets or
-// reach other processes: a picture that takes over its decoder gets no further. Reading stays possible. False if the
-// system does not offer this; then nothing untrusted should be opened.
+// reach other processes: a picture that takes over its decoder gets no further. Reading stays possible. False if that
+// failed; then nothing untrusted should be opened. macOS has nothing of the kind: true, and nothing is confined.
 bool enterSandbox();
 
 // CPU time used by another process so far; zero if unknown.

@@ -5,6 +5,7 @@
 #include <linux/landlock.h>
 #include <memory>
 #include <seccomp.h>
+#include <sys/ioctl.h>
 #include <sys/prctl.h>
 #include <sys/syscall.h>
 #include <unistd.h>
@@ -75,6 +76,10 @@ bool enterSandbox()
           SCMP_SYS(setns), SCMP_SYS(bpf), SCMP_SYS(perf_event_open), SCMP_SYS(userfaultfd), SCMP_SYS(keyctl),
           SCMP_SYS(add_key), SCMP_SYS(request_key), SCMP_SYS(inotify_init1), SCMP_SYS(fanotify_init)})
         deny(call, EPERM);
+    deny(SCMP_SYS(rt_tgsigqueueinfo), EPERM);
+    deny(SCMP_SYS(tgkill), EPERM, {SCMP_A0_64(SCMP_CMP_NE, quint64(getpid()))}); // abort(3) sends itself one
+    for (const quint64 request : {quint64(TIOCSTI), quint64(TIOCLINUX)}) // types into the terminal that we run in
+        deny(SCMP_SYS(ioctl), EPERM, {SCMP_A1_64(SCMP_CMP_MASKED_EQ, 0xffffffff, request)});
     // Their arguments are out of a filter's sight; programs know that older kernels lack them.
     for (const int call : {SCMP_SYS(openat2), SCMP_SYS(io_uring_setup)})
         deny(call, ENOSYS);

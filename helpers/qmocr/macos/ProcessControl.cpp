@@ -49,7 +49,7 @@ void confineWorker(quint64 memoryLimit)
 
 bool enterSandbox()
 {
-    return true; // the bundle's entitlements would have to say it; a single process has no supported way here
+    return true;
 }
 
 std::chrono::milliseconds processorTime(qint64 process)

@@ -10,6 +10,7 @@
 #include <fcntl.h>
 #include <functional>
 #include <linux/landlock.h>
+#include <sys/ioctl.h>
 #include <sys/resource.h>
 #include <sys/socket.h>
 #include <sys/stat.h>
@@ -95,7 +96,6 @@ private Q_SLOTS:
 
     void aWorkerCanOnlyRead()
     {
-        m_home = std::make_unique<qm::TempHome>();
         m_home->write(u"file"_s, "x");
         const QByteArray file = m_home->file(u"file"_s).toUtf8(), other = file + "2";
         const QByteArray parent = "/proc/" + QByteArray::number(getpid()) + "/mem";
@@ -117,8 +117,10 @@ private Q_SLOTS:
             [&] { return socket(AF_INET, SOCK_STREAM, 0); },
             [&] { return socket(AF_UNIX, SOCK_STREAM, 0); },
             [&] { return kill(getppid(), 0); },
-            [&] { return int(syscall(SYS_io_uring_setup, 1, nullptr)); },
-            [&] { return int(syscall(SYS_openat2, AT_FDCWD, file.constData(), nullptr, 0)); },
+            [&] { return syscall(SYS_io_uring_setup, 1, nullptr) == -1 && errno == ENOSYS ? -1 : 0; },
+            [&] { return syscall(SYS_openat2, AT_FDCWD, "/", nullptr, 0) == -1 && errno == ENOSYS ? -1 : 0; },
+            [&] { return int(syscall(SYS_tgkill, getppid(), getppid(), 0)); },
+            [&] { return ioctl(writable, TIOCSTI, "x") == -1 && errno == EPERM ? -1 : 0; },
             [&] { return landlock ? open(parent.constData(), O_RDONLY) : -1; },
         };
         for (size_t i = 0; i < std::size(denied); ++i) {
