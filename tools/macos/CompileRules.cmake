@@ -23,7 +23,8 @@ endforeach()
 
 set(libraries ${CMAKE_BINARY_DIR}/include/libraries)
 file(MAKE_DIRECTORY ${libraries})
-foreach(header isa-l isa-l.h jconfig.h jerror.h jmorecfg.h jpeglib.h leptonica libdeflate.h libheif libpng16 sqlite3.h tesseract webp)
+foreach(header isa-l isa-l.h jconfig.h jerror.h jmorecfg.h jpeglib.h leptonica libdeflate.h libheif libpng16 sqlite3.h
+        tesseract tiff.h tiffconf.h tiffio.h tiffvers.h webp)
     foreach(folder /usr/include /usr/include/${CMAKE_LIBRARY_ARCHITECTURE})
         if(EXISTS ${folder}/${header})
             file(CREATE_LINK ${folder}/${header} ${libraries}/${header} SYMBOLIC)
