@@ -1,5 +1,6 @@
 #include "helpers/qmocr/Columns.h"
 
+#include "helpers/qmocr/Gaps.h"
 #include "helpers/qmocr/Unions.h"
 
 #include <algorithm>
@@ -30,16 +31,6 @@ struct Stack {
 };
 
 } // namespace
-
-static int gapBeside(const QRect &a, const QRect &b)
-{
-    return std::max(a.left(), b.left()) - std::min(a.right(), b.right()) - 1;
-}
-
-static int gapBelow(const QRect &a, const QRect &b)
-{
-    return std::max(a.top(), b.top()) - std::min(a.bottom(), b.bottom()) - 1;
-}
 
 static bool isBelow(const QRect &above, const QRect &box)
 {

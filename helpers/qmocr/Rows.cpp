@@ -1,21 +1,12 @@
 #include "helpers/qmocr/Rows.h"
 
+#include "helpers/qmocr/Gaps.h"
 #include "helpers/qmocr/Unions.h"
 
 #include <algorithm>
 #include <vector>
 
 namespace qm::ocr {
-
-static int gapBeside(const QRect &a, const QRect &b)
-{
-    return std::max(a.left(), b.left()) - std::min(a.right(), b.right()) - 1;
-}
-
-static int gapBelow(const QRect &a, const QRect &b)
-{
-    return std::max(a.top(), b.top()) - std::min(a.bottom(), b.bottom()) - 1;
-}
 
 // Letters of one row.
 static bool areBeside(const QRect &a, const QRect &b, int textHeight)

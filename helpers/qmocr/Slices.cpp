@@ -88,20 +88,17 @@ static bool mostlyIn(const QRect &box, const QRect &other)
     return 2 * area(box & other) > area(box);
 }
 
-// The part of a piece that is nearer to it than to any other: half of each overlap is left out.
-static QRect core(const QRect &piece, const QRect &whole)
+QRect clearPart(const QRect &piece, const QRect &whole, int margin)
 {
-    static constexpr int half = overlap / 2;
-    return piece.adjusted(piece.left() > whole.left() ? half : 0, piece.top() > whole.top() ? half : 0,
-                          piece.right() < whole.right() ? -half : 0, piece.bottom() < whole.bottom() ? -half : 0);
+    return piece.adjusted(piece.left() > whole.left() ? margin : 0, piece.top() > whole.top() ? margin : 0,
+                          piece.right() < whole.right() ? -margin : 0, piece.bottom() < whole.bottom() ? -margin : 0);
 }
 
-// True if the line ends at the piece's edge although the picture continues.
+// True if the line ends at the piece's edge although the picture continues below or above.
 static bool isStump(const QRect &box, const QRect &piece, const QRect &whole)
 {
-    static constexpr int near = 2;
-    return (piece.top() > whole.top() && box.top() <= piece.top() + near) ||
-           (piece.bottom() < whole.bottom() && box.bottom() >= piece.bottom() - near);
+    const QRect clear = clearPart(piece, whole, edge);
+    return box.top() < clear.top() || box.bottom() > clear.bottom();
 }
 
 QList<Line> joined(const QList<QRect> &pieces, const QList<QList<Line>> &read)
@@ -122,7 +119,7 @@ QList<Line> joined(const QList<QRect> &pieces, const QList<QList<Line>> &read)
     };
     QList<Spare> spare;
     for (qsizetype i = 0; i < pieces.size(); ++i) {
-        const QRect own = core(pieces[i], whole);
+        const QRect own = clearPart(pieces[i], whole, overlap / 2); // nearer to it than to any other
         const qsizetype before = lines.size();
         for (const Line &line : read[i]) {
             if (own.contains(line.box.center())) {

@@ -94,14 +94,16 @@ static void settle(QList<Line> &lines, const Doubt &doubt, const QList<Symbol> &
         lines[i] = i == doubt.lines.first() && line ? *line : Line();
 }
 
-void TextReader::readAgain(QList<Line> &lines, const QImage &prepared)
+void TextReader::readAgain(QList<Line> &lines, const QImage &prepared, const QRegion &elsewhere)
 {
     const Components spots = spotsOf(prepared);
     const int height = textHeight(spots);
     const double scale = readingScale(height, prepared.size());
+    QList<QRect> rows = rowsAmong(spots, height);
+    rows.removeIf([&](const QRect &row) { return elsewhere.intersects(row); });
     QList<Doubt> latin, japanese;
     QList<QRect> latinAreas, japaneseAreas;
-    for (const Doubt &doubt : doubtsAmong(lines, rowsAmong(spots, height), height)) {
+    for (const Doubt &doubt : doubtsAmong(lines, rows, height)) {
         (doubt.isJapanese ? japanese : latin) += doubt;
         (doubt.isJapanese ? japaneseAreas : latinAreas) += withRoom(doubt.area);
     }
@@ -127,9 +129,12 @@ QList<Line> TextReader::second(const QImage &gray, const QList<Line> &first, Box
     for (const QRect &area : slices(gray)) {
         QList<qsizetype> places;
         QList<Line> here;
+        QRegion elsewhere = QRegion(area) - clearPart(area, gray.rect(), edge);
         for (qsizetype i = 0; i < lines.size(); ++i) {
-            if (done[i] || !area.contains(lines[i].box))
+            if (done[i] || !area.contains(lines[i].box)) {
+                elsewhere += lines[i].box & area;
                 continue;
+            }
             done[i] = true;
             places += i;
             here += lines[i];
@@ -138,7 +143,7 @@ QList<Line> TextReader::second(const QImage &gray, const QList<Line> &first, Box
         if (here.isEmpty() || (boxes == Boxes::no && std::all_of(here.begin(), here.end(), isSure)))
             continue;
         const QImage part = prepared(gray.copy(area));
-        readAgain(here, part);
+        readAgain(here, part, elsewhere.translated(-area.topLeft()));
         for (qsizetype i = 0; i < here.size(); ++i) {
             if (i >= places.size()) { // found only now
                 places += lines.size();
