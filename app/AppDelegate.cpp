@@ -196,7 +196,8 @@ bool AppDelegate::stop(std::chrono::milliseconds limit)
     const auto left = std::max(0ms, limit - std::chrono::milliseconds(timer.elapsed()));
     const bool capturesStopped = m_captures.stop(indexStopped ? std::min(left, 200ms) : 0ms);
     const bool settingsStopped = !m_settingsController || m_settingsController->stop(std::min(left, 200ms));
-    return indexStopped && capturesStopped && settingsStopped;
+    const bool editorsStopped = m_annotationController.stop(std::min(left, 200ms));
+    return indexStopped && capturesStopped && settingsStopped && editorsStopped;
 }
 
 } // namespace qm

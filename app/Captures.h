@@ -12,7 +12,8 @@
 
 namespace qm {
 
-// Takes captures, of pictures or of the text in them, and does what follows: clipboard, card, or a notification of what went wrong. Main thread.
+// Takes captures, of pictures or of the text in them, and does what follows: clipboard, card, or a notification of what
+// went wrong. Main thread.
 class Captures
 {
 public:
@@ -26,7 +27,7 @@ public:
     void take(const Command &command, const QRect &menu = {});
     bool isCapturing() const;
 
-    // At quit. Returns false if a capture is still waiting for its user after the limit.
+    // At quit. Returns false if a capture is still waiting for its user, or for its text, after the limit.
     bool stop(std::chrono::milliseconds limit);
 
 private:

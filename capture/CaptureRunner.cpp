@@ -7,12 +7,12 @@
 #include "platform/ToolPaths.h"
 
 #include <QDateTime>
+#include <QDir>
 #include <QFile>
 #include <QFileInfo>
 #include <QJsonArray>
 #include <QJsonDocument>
 #include <QJsonObject>
-#include <QTemporaryDir>
 
 #include <cerrno>
 
@@ -24,6 +24,7 @@ using Way = CaptureTool::Request::Way;
 
 constexpr int mostAtOnce = 16;         // captures waiting for a user; far more than anyone starts
 constexpr double tallThumbnail = 4000; // pixels; the upper end of it is shown
+const QString textFolder = QStringLiteral("quillmere-text."); // followed by what makes it unique
 
 QRect rectangle(const QJsonArray &numbers)
 {
@@ -122,13 +123,24 @@ void CaptureRunner::captureText(CaptureTool::Request request, ReadText read)
     const std::optional<QString> tool = toolPaths().capture;
     if (!tool)
         return;
+    removeForgotten();
     // The folder goes when nobody needs the picture any more.
     const auto folder =
-        std::make_shared<QTemporaryDir>(ConfigStore::runtimeFolder() + QStringLiteral("/quillmere-text"));
+        std::make_shared<QTemporaryDir>(ConfigStore::runtimeFolder() + u'/' + textFolder + QStringLiteral("XXXXXX"));
+    if (!folder->isValid())
+        return (*m_done)({.textError = folder->errorString()});
+    m_textFolders.push_back(folder);
     const QString path = folder->filePath(QStringLiteral("picture.png"));
     request.trigger = rawValue(ConfigStore::resolveHotkey().modifier);
-    start(path, [tool = *tool, request, path, read = std::move(read), folder] {
+    const auto taken = [this, path, weak = std::weak_ptr(m_done)] { // reading takes seconds, in which others are free
+        m_main.post([this, path, weak] {
+            if (weak.lock())
+                m_promised.remove(path);
+        });
+    };
+    start(path, [tool = *tool, request, path, read = std::move(read), folder, taken] {
         std::optional<CaptureResult> result = captured(request, path, tool);
+        taken();
         if (!result || !result->color.isEmpty() || (!result->error.isEmpty() && result->area.isNull()))
             return result;
         Reading reading{{}, result->error};
@@ -138,7 +150,18 @@ void CaptureRunner::captureText(CaptureTool::Request request, ReadText read)
     });
 }
 
-// The path is promised until the work is done.
+// The private files of a process that was killed as it read them.
+void CaptureRunner::removeForgotten()
+{
+    std::erase_if(m_textFolders, [](const std::weak_ptr<QTemporaryDir> &folder) { return folder.expired(); });
+    if (!m_textFolders.empty())
+        return; // the others went before the first of these was made
+    QDir runtime(ConfigStore::runtimeFolder());
+    for (const QString &name : runtime.entryList({textFolder + u'*'}, QDir::Dirs | QDir::NoSymLinks))
+        QDir(runtime.filePath(name)).removeRecursively();
+}
+
+// The path is promised until the work is done, if it is not given back before.
 void CaptureRunner::start(const QString &path, std::function<std::optional<CaptureResult>()> work)
 {
     m_promised.insert(path);
@@ -171,7 +194,13 @@ bool CaptureRunner::isCapturing() const
 
 bool CaptureRunner::stop(std::chrono::milliseconds limit)
 {
-    return m_pool.waitForDone(int(limit.count()));
+    if (m_pool.waitForDone(int(limit.count())))
+        return true;
+    for (const std::weak_ptr<QTemporaryDir> &folder : m_textFolders) { // the process may end without its destructors
+        if (const auto left = folder.lock())
+            left->remove();
+    }
+    return false;
 }
 
 } // namespace qm

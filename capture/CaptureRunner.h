@@ -7,11 +7,13 @@
 #include <QImage>
 #include <QRect>
 #include <QSet>
+#include <QTemporaryDir>
 #include <QThreadPool>
 
 #include <functional>
 #include <memory>
 #include <optional>
+#include <vector>
 
 namespace qm {
 
@@ -58,19 +60,23 @@ public:
     // The same for the text of what is captured, which is in a private file of the session until it has been read.
     void captureText(CaptureTool::Request request, ReadText read);
 
-    bool isCapturing() const; // from runCapture() until the last picture has been read or its user has cancelled
+    // From runCapture() until the last picture is loaded, or its user has cancelled. Its text may be still being read.
+    bool isCapturing() const;
 
-    // At quit. Returns false if a capture is still waiting for its user after the limit.
+    // At quit. Returns false if a capture is still waiting for its user, or for its text, after the limit; the private files
+    // of texts are gone in either case.
     bool stop(std::chrono::milliseconds limit);
 
 private:
     void start(const QString &path, std::function<std::optional<CaptureResult>()> work);
     QString freePath(const QString &folder, CaptureTool::Request::Way way) const;
+    void removeForgotten();
 
     TaskQueue &m_main;
     std::shared_ptr<Done> m_done; // weak references keep late pictures from being delivered
     const Thumbnail m_thumbnail;
     QSet<QString> m_promised; // paths of pictures that are on their way
+    std::vector<std::weak_ptr<QTemporaryDir>> m_textFolders;
     QThreadPool m_pool;
 };
 

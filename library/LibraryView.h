@@ -83,12 +83,13 @@ private:
     bool fieldKey(const QKeyEvent &event);
     void escape();
 
-    Environment m_environment;
-    QList<Shot> m_shots;
     struct Trashed {
         QString path;
-        bool isMoved = false; // or about to be
+        bool isMoved = false; // false: it is about to be
     };
+
+    Environment m_environment;
+    QList<Shot> m_shots;
     QHash<qint64, Trashed> m_trashed; // hidden rows, which the next scan removes unless the file is put back before
     QString m_foundText;              // the search text of m_shots, trimmed
     SearchResult::Match m_match = SearchResult::Match::typed;

@@ -326,7 +326,7 @@ void PreviewPicture::paintEvent(QPaintEvent *)
     const QSize whole = wholePixels();
     if (const QRect seen = this->seen(whole); !isPaintedAsItIs() && !seen.isEmpty())
         m_sharp.ask(whole, seen);
-    if (!isExact() && m_sharp.part().image.isNull() && image.width() >= whole.width())
+    if (!isExact() && m_sharp.isMaking() && m_sharp.part().image.isNull() && image.width() >= whole.width())
         return; // made from the image, it is about to be there
     QPainter painter(viewport());
     const bool showsPixels = m_zoom.mode() == PictureZoom::Mode::fixed && scale() >= pixelsFrom;
@@ -404,7 +404,10 @@ void PreviewPicture::mouseMoveEvent(QMouseEvent *event)
         const QRectF inside = viewport()->rect();
         const QPointF nearest(std::clamp(m_pointer.x(), inside.left(), inside.right()),
                               std::clamp(m_pointer.y(), inside.top(), inside.bottom()));
-        scrollBy(m_pointer - nearest); // beyond the edge, what is there comes into view
+        if (m_pointer != nearest) { // beyond the edge, what is there comes into view
+            m_staysAtMark = false;
+            scrollBy(m_pointer - nearest);
+        }
         selectByUser(*m_anchor, m_text.positionAt(onPicture(nearest)));
     }
     showPointer();

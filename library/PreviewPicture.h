@@ -9,7 +9,7 @@
 namespace qm {
 
 // A picture with marks on its text. It is scaled to fit or zoomed: with Ctrl and the wheel, which keeps the point below the
-// pointer, with + and - and with 0 for all of it; 1 with Ctrl is its own size. The mouse selects text as in a document; where
+// pointer, with + and - and with 0 as it opened; 1 with Ctrl is its own size. The mouse selects text as in a document; where
 // there is none, with Space or with the middle button it moves a picture larger than the view. Main thread; scaling runs on
 // another, as on this one a large picture would make all this sluggish, and the painter's own is too coarse for small text.
 class PreviewPicture : public QAbstractScrollArea

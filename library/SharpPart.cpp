@@ -71,18 +71,24 @@ void SharpPart::ask(QSize whole, const QRect &seen)
     // Some of what is likely to be seen next, so that another part is ready by then.
     const int across = (part.width() - seen.width()) / 8, down = (part.height() - seen.height()) / 8;
     const QRect soon = seen.adjusted(-across, -down, across, down) & part;
-    if (m_image.isNull() || m_part.covers(whole, soon) || m_asked.covers(whole, soon))
+    if (m_image.isNull() || m_asked.covers(whole, soon))
         return;
-    m_asked = {{}, whole, part};
     if (m_wanted)
         m_wanted->store(false);
+    if (m_part.covers(whole, soon)) { // back from where another is being made for
+        m_making.drop();
+        m_asked = {{}, m_part.whole, m_part.rect};
+        return;
+    }
+    m_asked = {{}, whole, part};
     m_wanted = std::make_shared<std::atomic<bool>>(true);
     m_making.start([image = m_image, path = m_path, whole, part,
                     wanted = m_wanted] { return make(image, path, whole, part, [&] { return !wanted->load(); }); },
-                   [this, whole, part](const QImage &made) {
+                   [this, whole, part, soon](const QImage &made) {
                        if (made.isNull())
-                           return; // the file has changed or is gone: what there is stays
-                       m_part = {made, whole, part};
+                           m_asked = {{}, whole, soon}; // the file has changed or is gone: what there is stays
+                       else
+                           m_part = {made, whole, part};
                        if (onChange)
                            onChange();
                    });

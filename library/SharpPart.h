@@ -25,8 +25,8 @@ public:
         bool covers(QSize wholeSize, const QRect &wanted) const { return whole == wholeSize && rect.contains(wanted); }
     };
 
-    // Parts have at most this many pixels, or what is seen if that is more. While one replaces another there are two, so
-    // that with the image of the whole picture, for a screen, these are at most 40 million.
+    // Parts have at most this many pixels, or what is seen if that is more. While one replaces another there are two, beside
+    // the image of the whole picture for a screen.
     static constexpr qint64 mostPixels = 12'000'000;
 
     SharpPart() = default;
@@ -38,14 +38,15 @@ public:
 
     QSize pictureSize() const { return m_size; } // pixels as shown; empty until it is known, or if it cannot be
     bool isLookingForSize() const { return m_sizing.isUnderWay(); }
+    bool isMaking() const { return m_making.isUnderWay(); } // a part
     const QImage &image() const { return m_image; }
     const Part &part() const { return m_part; } // the latest; its image is null until there is one
 
-    // Makes another part unless there is, or is about to be, one that holds what is seen. whole is at most the picture's
-    // size.
+    // Makes another part unless there is, or is about to be, one that holds what is seen. One that cannot be made is tried
+    // again when something else is seen. whole is at most the picture's size.
     void ask(QSize whole, const QRect &seen);
 
-    std::function<void()> onChange; // of the size or the part
+    std::function<void()> onChange; // of the size or the part, or that it cannot be made
 
     // Of a picture this large, the part around what is seen.
     static QRect around(QSize whole, const QRect &seen, qint64 pixels = mostPixels);
@@ -57,8 +58,8 @@ private:
     Part m_part;
     Part m_asked; // without an image
     std::shared_ptr<std::atomic<bool>> m_wanted;
-    LatestJob m_sizing;
-    LatestJob m_making; // last, so that it ends first
+    LatestJob m_sizing{2};
+    LatestJob m_making{2}; // last, so that it ends first
 };
 
 } // namespace qm

@@ -29,13 +29,33 @@ AnnotationWindowController::~AnnotationWindowController()
     delete m_drafts;
 }
 
+void AnnotationWindowController::lookAtDrafts(std::function<void(const QList<Draft::Left> &)> seen)
+{
+    m_looking.start(
+        [left = Draft::left()] {
+            QList<Draft::Left> all;
+            for (const Draft::Left &one : left)
+                all << Draft::lookedAt(one);
+            return all;
+        },
+        std::move(seen));
+}
+
 void AnnotationWindowController::offerDrafts()
 {
-    if (m_drafts || Draft::left().isEmpty())
-        return;
-    m_drafts = new DraftsWindow([this](const QString &path) { open(path, Left::resume); });
-    WindowPlacement::placeOnActiveScreen(*m_drafts, topMargin);
-    m_drafts->show();
+    lookAtDrafts([this](const QList<Draft::Left> &left) {
+        if (m_drafts || left.isEmpty())
+            return;
+        const auto update = [this](const QList<Draft::Left> &now) {
+            if (m_drafts)
+                m_drafts->setLeft(now);
+        };
+        m_drafts = new DraftsWindow([this](const QString &path) { open(path, Left::resume); },
+                                    [this, update] { lookAtDrafts(update); });
+        m_drafts->setLeft(left);
+        WindowPlacement::placeOnActiveScreen(*m_drafts, topMargin);
+        m_drafts->show();
+    });
 }
 
 void AnnotationWindowController::open(const QString &path)
@@ -58,8 +78,11 @@ void AnnotationWindowController::open(const QString &path, Left left)
 
 void AnnotationWindowController::show(const QString &path, const ImageFile::Result &loaded, Left left)
 {
-    if (loaded.failure != ImageFile::Failure::none)
+    if (loaded.failure != ImageFile::Failure::none) {
+        if (m_drafts)
+            m_drafts->decided(path);
         return QApplication::beep();
+    }
 
     auto *window = new AnnotationView(AnnotationDoc{loaded.image, {}, {}}, path);
     QString name = QFileInfo(path).fileName();
@@ -81,7 +104,7 @@ void AnnotationWindowController::show(const QString &path, const ImageFile::Resu
     window->activateWindow();
     left == Left::resume ? window->resumeDraft() : window->offerDraft();
     if (m_drafts)
-        m_drafts->refresh();
+        m_drafts->decided(path);
 }
 
 void AnnotationWindowController::askAll(std::function<void()> done)
@@ -111,6 +134,12 @@ void AnnotationWindowController::endSession()
         if (window)
             window->endSession();
     }
+}
+
+bool AnnotationWindowController::stop(std::chrono::milliseconds limit)
+{
+    m_loading.clear();
+    return m_looking.stop(limit) && m_loading.waitForDone(int(limit.count()));
 }
 
 } // namespace qm

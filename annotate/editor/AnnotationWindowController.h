@@ -2,6 +2,7 @@
 
 #include "annotate/editor/AnnotationView.h"
 #include "imaging/ImageFile.h"
+#include "ui/LatestJob.h"
 
 #include <QList>
 #include <QPointer>
@@ -30,7 +31,8 @@ public:
     // The one opened last; null once it is closed.
     AnnotationView *window() const { return m_windows.isEmpty() ? nullptr : m_windows.last().data(); }
 
-    // At the start: a window with what was being drawn when the application ended, if anything was.
+    // At the start: a window with what was being drawn when the application ended, if anything was. It comes up once the
+    // pictures have been looked at, which may be on a slow network folder.
     void offerDrafts();
 
     // Before quitting. Windows with something to lose ask, one after the other; done is called when none is left that
@@ -39,13 +41,17 @@ public:
     void storeDrafts(); // of all windows, at once
     void endSession();  // the same, and none of them asks when it is closed
 
+    bool stop(std::chrono::milliseconds limit); // at quit; false if a picture is still being looked at or loaded then
+
 private:
     enum class Left { offer, resume }; // by an earlier editor of the picture
     void open(const QString &path, Left left);
     void show(const QString &path, const ImageFile::Result &loaded, Left left);
+    void lookAtDrafts(std::function<void(const QList<Draft::Left> &)> seen);
 
     QList<QPointer<AnnotationView>> m_windows; // in the order of opening; deleted when closed, since pictures are large
     QPointer<DraftsWindow> m_drafts;
+    LatestJob m_looking{2};
     QThreadPool m_loading; // when the memory for decoding is in use: the main thread can't wait for it
 };
 

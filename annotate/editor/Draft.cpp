@@ -86,22 +86,34 @@ static bool isPicture(const QString &path)
 }
 
 // A line with the edits, a line about the picture.
-std::optional<Draft::Left> Draft::load() const
+std::optional<Draft::Left> Draft::read(const QString &path, const QString &sourcePath)
 {
-    QFile file(m_path);
+    QFile file(path);
     if (!file.open(QIODevice::ReadOnly))
         return {};
     const std::optional<ItemCodec::Edits> edits = ItemCodec::decode(file.readLine());
     if (!edits)
         return {};
+    Left left{sourcePath, QFileInfo(file).lastModified(), *edits, {}};
     const QJsonObject source = QJsonDocument::fromJson(file.readLine()).object();
-    const Stamp read{source[QStringLiteral("size")].toInteger(), source[QStringLiteral("modified")].toInteger()};
-    Left left{m_sourcePath, QFileInfo(file).lastModified(), Left::Picture::same, *edits};
-    if (!isPicture(m_sourcePath))
+    if (!source.isEmpty())
+        left.read = Stamp{source[QStringLiteral("size")].toInteger(), source[QStringLiteral("modified")].toInteger()};
+    return left;
+}
+
+Draft::Left Draft::lookedAt(Left left)
+{
+    if (!isPicture(left.sourcePath))
         left.picture = Left::Picture::gone;
-    else if (read != m_stamp)
+    else if (left.read && *left.read != stampOf(left.sourcePath))
         left.picture = Left::Picture::changed;
     return left;
+}
+
+std::optional<Draft::Left> Draft::load() const
+{
+    const std::optional<Left> left = read(m_path, m_sourcePath);
+    return left ? std::optional(lookedAt(*left)) : std::nullopt;
 }
 
 bool Draft::store(const ItemCodec::Edits &edits)
@@ -141,10 +153,15 @@ QList<Draft::Left> Draft::left()
         if (source.isEmpty() || seen.contains(source))
             continue;
         seen << source;
-        if (const std::optional<Left> left = Draft(source).load())
+        if (const std::optional<Left> left = read(freeFile(source), source))
             all << *left;
     }
     return all;
+}
+
+void Draft::discard(const QString &sourcePath)
+{
+    QFile::remove(freeFile(sourcePath));
 }
 
 void Draft::removeOld()

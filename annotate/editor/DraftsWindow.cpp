@@ -3,12 +3,15 @@
 #include "ui/AppLocale.h"
 #include "ui/SystemLook.h"
 
+#include <QEvent>
 #include <QFileInfo>
 #include <QGridLayout>
 #include <QLabel>
 #include <QLocale>
 #include <QPushButton>
 #include <QVBoxLayout>
+
+#include <algorithm>
 
 namespace qm {
 
@@ -41,8 +44,9 @@ static QString detailOf(const Draft::Left &left)
     return when;
 }
 
-DraftsWindow::DraftsWindow(std::function<void(const QString &)> resume)
+DraftsWindow::DraftsWindow(std::function<void(const QString &)> resume, std::function<void()> look)
     : m_resume(std::move(resume))
+    , m_look(std::move(look))
 {
     setWindowTitle(QStringLiteral("Quillmere"));
     setAttribute(Qt::WA_DeleteOnClose);
@@ -53,7 +57,6 @@ DraftsWindow::DraftsWindow(std::function<void(const QString &)> resume)
     column->setSpacing(16);
     column->addWidget(new QLabel(AppLocale::text(u"These annotations were not saved when Quillmere ended.",
                                                  u"Quillmere の終了時に保存されなかった注釈があります。")));
-    refresh();
 }
 
 QWidget *DraftsWindow::row(const Draft::Left &left)
@@ -63,20 +66,25 @@ QWidget *DraftsWindow::row(const Draft::Left &left)
     title->setFont(SystemLook::semiboldFont());
     title->setText(title->fontMetrics().elidedText(name, Qt::ElideMiddle, textWidth));
     title->setToolTip(QStringLiteral("<span>%1</span>").arg(left.sourcePath.toHtmlEscaped()));
+    auto *made = new QWidget;
+    made->setDisabled(m_underWay.contains(left.sourcePath));
     const auto button = [&](const QString &text, auto action) {
-        auto *made = new QPushButton(text);
-        made->setAccessibleName(text + u' ' + name);
-        QObject::connect(made, &QPushButton::clicked, this, action);
-        return made;
+        auto *one = new QPushButton(text);
+        one->setAccessibleName(text + u' ' + name);
+        QObject::connect(one, &QPushButton::clicked, this, [this, made, path = left.sourcePath, action] {
+            made->setEnabled(false); // a picture may take long to load
+            m_underWay << path;
+            action(path);
+        });
+        return one;
     };
-    auto *resume = button(AppLocale::text(u"Continue", u"続ける"), [this, path = left.sourcePath] { m_resume(path); });
+    auto *resume = button(AppLocale::text(u"Continue", u"続ける"), m_resume);
     resume->setEnabled(left.picture != Draft::Left::Picture::gone);
-    auto *discard = button(AppLocale::text(u"Discard", u"破棄"), [this, path = left.sourcePath] {
-        Draft(path).remove();
-        refresh();
+    auto *discard = button(AppLocale::text(u"Discard", u"破棄"), [this](const QString &path) {
+        Draft::discard(path);
+        decided(path);
     });
 
-    auto *made = new QWidget;
     auto *grid = new QGridLayout(made);
     grid->setContentsMargins({});
     grid->setVerticalSpacing(2);
@@ -87,13 +95,8 @@ QWidget *DraftsWindow::row(const Draft::Left &left)
     return made;
 }
 
-void DraftsWindow::refresh()
+void DraftsWindow::showRows()
 {
-    const QList<Draft::Left> left = Draft::left();
-    if (left.isEmpty()) {
-        close();
-        return;
-    }
     if (m_rows) {
         m_rows->hide();
         m_rows->deleteLater(); // one of its buttons may have been clicked
@@ -102,12 +105,42 @@ void DraftsWindow::refresh()
     auto *column = new QVBoxLayout(m_rows);
     column->setContentsMargins({});
     column->setSpacing(12);
-    for (const Draft::Left &one : left.first(qMin(left.size(), mostRows))) // the others as these are decided
+    for (const Draft::Left &one : m_left.first(qMin(m_left.size(), mostRows))) // the others as these are decided
         column->addWidget(row(one));
     auto *later = new QPushButton(AppLocale::text(u"Later", u"あとで"));
     QObject::connect(later, &QPushButton::clicked, this, &QWidget::close);
     column->addWidget(later, 0, Qt::AlignRight);
     layout()->addWidget(m_rows);
+}
+
+// New rows only for news: the click that activates the window is on one of those that are there.
+void DraftsWindow::setLeft(const QList<Draft::Left> &left)
+{
+    if (left.isEmpty()) {
+        close();
+        return;
+    }
+    const auto isSame = [](const Draft::Left &one, const Draft::Left &other) {
+        return one.sourcePath == other.sourcePath && one.stored == other.stored && one.picture == other.picture;
+    };
+    if (std::equal(left.begin(), left.end(), m_left.begin(), m_left.end(), isSame))
+        return;
+    m_left = left;
+    showRows();
+}
+
+void DraftsWindow::decided(const QString &sourcePath)
+{
+    m_underWay.remove(sourcePath);
+    m_left.clear();
+    m_look();
+}
+
+bool DraftsWindow::event(QEvent *event)
+{
+    if (event->type() == QEvent::WindowActivate)
+        m_look();
+    return QDialog::event(event);
 }
 
 } // namespace qm

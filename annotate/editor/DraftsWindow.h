@@ -3,6 +3,7 @@
 #include "annotate/editor/Draft.h"
 
 #include <QDialog>
+#include <QSet>
 
 #include <functional>
 
@@ -14,14 +15,23 @@ namespace qm {
 class DraftsWindow : public QDialog
 {
 public:
-    explicit DraftsWindow(std::function<void(const QString &sourcePath)> resume);
+    // resume opens the picture and ends with decided(); look ends with setLeft(), later.
+    DraftsWindow(std::function<void(const QString &sourcePath)> resume, std::function<void()> look);
 
-    void refresh(); // closes when nothing is left
+    void setLeft(const QList<Draft::Left> &left); // closes when nothing is left
+    void decided(const QString &sourcePath);      // an editor has it, or the picture could not be opened
+
+protected:
+    bool event(QEvent *event) override;
 
 private:
+    void showRows();
     QWidget *row(const Draft::Left &left);
 
     const std::function<void(const QString &)> m_resume;
+    const std::function<void()> m_look;
+    QList<Draft::Left> m_left;
+    QSet<QString> m_underWay; // pictures of which a button has been clicked
     QWidget *m_rows = nullptr;
 };
 

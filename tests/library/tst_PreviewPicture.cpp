@@ -125,6 +125,26 @@ private Q_SLOTS:
         }
     }
 
+    void aPartIsMadeOnceAndTriedAgain()
+    {
+        const QImage image = QImage(m_path).scaled(70, 300);
+        const QRect seen(0, 0, 600, 400);
+        SharpPart part, lost;
+        part.open(image, m_path);
+        part.ask(tall, seen);
+        QTRY_VERIFY(part.part().covers(tall, seen));
+        part.ask(tall / 2, {0, 0, 300, 200});
+        part.ask(tall, seen);
+        QVERIFY(!part.isMaking());
+        lost.open(image, m_path + u".gone"_s);
+        lost.ask(tall, seen);
+        QTRY_VERIFY(!lost.isMaking());
+        lost.ask(tall, seen); // painted again
+        QVERIFY(!lost.isMaking());
+        lost.ask(tall, seen.translated(0, 1));
+        QVERIFY(lost.isMaking());
+    }
+
     void aScrollingCaptureOpensAtItsHit()
     {
         View view(m_path);
@@ -198,6 +218,11 @@ private Q_SLOTS:
         QCOMPARE(view.picture.selection().length, 5);
         QTest::mouseClick(view.viewport, Qt::LeftButton, {}, beside);
         QCOMPARE(view.picture.selection().length, 0);
+        view.picture.reveal();
+        const QPoint found = view.picture.onWidget({400, 2250, 100, 20}).center().toPoint();
+        view.drag(found, {0, -300}); // beyond the edge
+        view.picture.setMarks({{5, 5}}, 0);
+        QVERIFY(!view.markIsSeen());
     }
 };
 
