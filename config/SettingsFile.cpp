@@ -32,12 +32,9 @@ static QString brokenCopyOf(const QString &path)
 
 static Outcome writeWhole(QSaveFile &file, const QByteArray &bytes)
 {
-    // commit() notices neither that a buffer found the disk full nor that the content could not be synced.
-    if (!file.open(QIODevice::WriteOnly) || file.write(bytes) != bytes.size() || !file.flush() ||
-        !DiskSync::content(file.handle()) || !file.commit())
-        return Outcome::failure(QStringLiteral("%1: %2").arg(file.fileName(), file.errorString()));
-    DiskSync::names(file.fileName());
-    return Outcome::success();
+    const bool written = file.open(QIODevice::WriteOnly) && file.write(bytes) == bytes.size();
+    const Outcome saved = written ? DiskSync::commit(file) : Outcome::failure(file.errorString());
+    return saved ? saved : Outcome::failure(QStringLiteral("%1: %2").arg(file.fileName(), saved.reason()));
 }
 
 // Follows links and keeps the mode of the file that it replaces.

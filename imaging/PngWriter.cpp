@@ -257,16 +257,7 @@ Outcome PngWriter::write(const QString &path, const Image &image)
     QSaveFile file(path);
     if (!file.open(QIODevice::WriteOnly))
         return Outcome::failure(file.errorString());
-    const bool well = writeTo(file, image);
-    // commit() alone misses that the last buffered bytes found the disk full; flush() does not.
-    if (!well || !file.flush())
-        return Outcome::failure(file.errorString());
-    if (!DiskSync::content(file.handle())) // commit() does the same, but does not say whether it could
-        return Outcome::failure(qt_error_string(errno));
-    if (!file.commit())
-        return Outcome::failure(file.errorString());
-    DiskSync::names(path);
-    return Outcome::success();
+    return writeTo(file, image) ? DiskSync::commit(file) : Outcome::failure(file.errorString());
 }
 
 Outcome PngWriter::writeNew(const QString &path, const Image &image)

@@ -2,6 +2,7 @@
 
 #include <QFile>
 #include <QFileInfo>
+#include <QSaveFile>
 
 #include <cerrno>
 #include <fcntl.h>
@@ -26,6 +27,19 @@ void DiskSync::names(const QString &path)
         return; // names can be added where they can't be listed
     content(descriptor);
     close(descriptor);
+}
+
+Outcome DiskSync::commit(QSaveFile &file)
+{
+    // commit() alone notices neither that its buffer found the disk full nor that the content could not be synced.
+    if (!file.flush())
+        return Outcome::failure(file.errorString());
+    if (!content(file.handle()))
+        return Outcome::failure(qt_error_string(errno));
+    if (!file.commit())
+        return Outcome::failure(file.errorString());
+    names(file.fileName());
+    return Outcome::success();
 }
 
 } // namespace qm

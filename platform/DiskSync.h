@@ -1,6 +1,10 @@
 #pragma once
 
+#include "platform/Outcome.h"
+
 #include <QString>
+
+class QSaveFile;
 
 namespace qm {
 
@@ -15,6 +19,9 @@ bool content(int descriptor);
 // The same for the names in the folder of path, after one was added or replaced. As far as the system can: the content is
 // safe by then, under whatever name.
 void names(const QString &path);
+
+// Both, around giving the file its name. On failure the old file is untouched.
+Outcome commit(QSaveFile &file);
 
 } // namespace DiskSync
 } // namespace qm

@@ -1,6 +1,7 @@
 #include "annotate/editor/Export.h"
 
 #include "imaging/PngWriter.h"
+#include "platform/DiskSync.h"
 #include "ui/AppLocale.h"
 
 #include <QDir>
@@ -106,6 +107,7 @@ Export::Saved Export::save(const Image &image, const QString &sourcePath, const 
     QFile::remove(written);
     if (placed.how == Placed::How::failed)
         return {{}, reasonFor(folder, placed.reason)};
+    DiskSync::names(path);
     return {path, {}};
 }
 

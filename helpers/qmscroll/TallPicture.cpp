@@ -3,6 +3,7 @@
 #include "imaging/AreaAverage.h"
 #include "imaging/PngKernels.h"
 #include "imaging/PngWriter.h"
+#include "platform/DiskSync.h"
 
 #include <QSaveFile>
 
@@ -98,8 +99,7 @@ Outcome TallPicture::State::finish()
 {
     const bool whole = writer && writer->finish();
     writer.reset();
-    // commit() alone misses that the last buffered bytes found the disk full; flush() does not.
-    return whole && file.flush() && file.commit() ? Outcome::success() : Outcome::failure(file.errorString());
+    return whole ? DiskSync::commit(file) : Outcome::failure(file.errorString());
 }
 
 TallPicture::TallPicture(const QString &path, int width, double dpi)

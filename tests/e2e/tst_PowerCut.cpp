@@ -1,4 +1,6 @@
+#include "annotate/editor/Export.h"
 #include "config/SettingsFile.h"
+#include "helpers/qmscroll/TallPicture.h"
 #include "imaging/PngWriter.h"
 #include "tests/support/TempHome.h"
 
@@ -70,6 +72,13 @@ private Q_SLOTS:
         QTest::newRow("a picture over another") << Save([=](const QString &path) {
             return PngWriter::write(path, picture) && PngWriter::write(path, picture);
         }) << u"old.png"_s;
+        QTest::newRow("an annotated copy") << Save([=](const QString &path) {
+            return Export::save(picture, u"copy.png"_s, QFileInfo(path).path()).path == path;
+        }) << u"copy-annotated.png"_s;
+        QTest::newRow("a scrolling capture") << Save([=](const QString &path) {
+            TallPicture tall(path, image.width());
+            return tall.append(image) && tall.finish();
+        }) << u"tall.png"_s;
         QTest::newRow("settings") << Save([](const QString &path) {
             return SettingsFile(path).set({{u"hotkey"_s, u"a"_s}}) && SettingsFile(path).set({{u"hotkey"_s, u"b"_s}});
         }) << u"config.json"_s;
