@@ -27,9 +27,12 @@ if(NOT APPLE)
     pkg_check_modules(xcb REQUIRED IMPORTED_TARGET xcb xcb-composite xcb-randr xcb-render xcb-shm)
     pkg_check_modules(xcb_scroll REQUIRED IMPORTED_TARGET xcb-shape xcb-xtest)
     pkg_check_modules(xcb_test IMPORTED_TARGET xcb-xtest)
+    enable_language(C) # of the code that is generated for Wayland's protocols
+    pkg_check_modules(wayland REQUIRED IMPORTED_TARGET wayland-client wayland-protocols>=1.31)
+    pkg_check_modules(xkbcommon REQUIRED IMPORTED_TARGET xkbcommon)
 endif()
 
-add_compile_options(-Wall -Wextra -Wpedantic -Wshadow -Wnon-virtual-dtor)
+add_compile_options(-Wall -Wextra -Wpedantic -Wshadow $<$<COMPILE_LANGUAGE:CXX,OBJCXX>:-Wnon-virtual-dtor>)
 add_compile_options($<$<COMPILE_LANGUAGE:OBJCXX>:-fobjc-arc>)
 add_compile_definitions(
     QT_NO_CAST_FROM_ASCII QT_NO_CAST_TO_ASCII QT_NO_CAST_FROM_BYTEARRAY QT_NO_FOREACH QT_NO_KEYWORDS
@@ -89,3 +92,21 @@ function(qm_module name)
         OUTPUT_NAME ${name} PREFIX "" LIBRARY_OUTPUT_DIRECTORY ${CMAKE_RUNTIME_OUTPUT_DIRECTORY} CXX_VISIBILITY_PRESET hidden)
     qm_link(${name}_module USES ${arg_USES} LINKS ${arg_LINKS})
 endfunction()
+
+# qm_wayland_protocol(target name description)
+# The protocol described in an XML file becomes <protocol/NAME.h>, and part of the target.
+if(NOT APPLE)
+    find_program(QM_WAYLAND_SCANNER wayland-scanner REQUIRED)
+    function(qm_wayland_protocol target name description)
+        set(folder ${CMAKE_CURRENT_BINARY_DIR}/generated)
+        set(path ${folder}/protocol/${name})
+        file(MAKE_DIRECTORY ${folder}/protocol)
+        add_custom_command(OUTPUT ${path}.h COMMAND ${QM_WAYLAND_SCANNER} -s client-header ${description} ${path}.h
+            DEPENDS ${description} VERBATIM)
+        add_custom_command(OUTPUT ${path}.c COMMAND ${QM_WAYLAND_SCANNER} -s private-code ${description} ${path}.c
+            DEPENDS ${description} VERBATIM)
+        target_sources(${target} PRIVATE ${path}.c ${path}.h)
+        set_source_files_properties(${path}.c ${path}.h PROPERTIES SKIP_AUTOMOC ON)
+        target_include_directories(${target} SYSTEM PUBLIC ${folder})
+    endfunction()
+endif()

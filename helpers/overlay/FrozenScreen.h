@@ -5,6 +5,8 @@
 
 #include <QImage>
 
+#include <optional>
+
 namespace qm {
 
 // The screen and its windows as they were when the capture began. One thread. Rectangles are pixels of the whole
@@ -21,8 +23,13 @@ public:
     virtual const QList<ScreenWindow> &windows() const = 0; // bottom first
     virtual bool isComposited() const = 0;                  // windows keep their own pixels, even where covered
 
+    // The pointer's pixel; std::nullopt if it is not known.
+    virtual std::optional<QPoint> pointer() = 0;
+
     // The whole desktop, RGB32; areas that no monitor shows are black. Null if the desktop refuses.
     virtual const QImage &pixels() = 0;
+    // A window's own pixels, including covered parts. Null if it has none, or no longer.
+    virtual QImage windowPixels(int index) = 0;
 };
 
 } // namespace qm

@@ -9,12 +9,6 @@ namespace qm {
 
 namespace {
 
-void dim(quint32 *to, const quint32 *from, int count)
-{
-    for (int i = 0; i < count; ++i)
-        to[i] = dimmed(from[i]);
-}
-
 template<class T>
 void addDifference(QRegion &region, const QList<T> &of, const QList<T> &other, QRect (*area)(const T &))
 {
@@ -58,9 +52,9 @@ void paint(const OverlayFrame &frame, const QImage &frozen, QImage &target, QPoi
         const int clearFrom = crossed ? std::clamp(frame.clear.left() - area.left(), 0, area.width()) : area.width();
         const int clearTo =
             crossed ? std::clamp(frame.clear.right() + 1 - area.left(), clearFrom, area.width()) : area.width();
-        dim(to, from, clearFrom);
+        dim(to, from, size_t(clearFrom));
         std::memcpy(to + clearFrom, from + clearFrom, size_t(clearTo - clearFrom) * sizeof(quint32));
-        dim(to + clearTo, from + clearTo, area.width() - clearTo);
+        dim(to + clearTo, from + clearTo, size_t(area.width() - clearTo));
     }
     const bool bare = std::none_of(frame.fills.cbegin(), frame.fills.cend(),
                                    [&](const auto &fill) { return fill.area.intersects(area); }) &&

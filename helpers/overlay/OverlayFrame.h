@@ -1,5 +1,7 @@
 #pragma once
 
+#include "helpers/curtain/Dimming.h"
+
 #include <QImage>
 #include <QList>
 #include <QRect>
@@ -7,21 +9,6 @@
 #include <QRgb>
 
 namespace qm {
-
-// Alpha of the dimming, of 255: dark enough to set a selection off, light enough to read what one aims at.
-inline constexpr quint8 dimAlpha = 96;
-
-// Dims a pixel. Rounds like the usual implementation of the Render extension, so that areas dimmed by the server and
-// areas painted here match.
-inline quint32 dimmed(quint32 pixel)
-{
-    constexpr quint32 kept = 255 - dimAlpha;
-    quint32 redBlue = (pixel & 0xff00ff) * kept + 0x800080;
-    quint32 green = (pixel >> 8 & 0xff) * kept + 0x80;
-    redBlue = (redBlue + (redBlue >> 8 & 0xff00ff)) >> 8 & 0xff00ff;
-    green = (green + (green >> 8)) & 0xff00;
-    return 0xff000000 | redBlue | green;
-}
 
 // One state of the overlay: what lies on the frozen, dimmed screen. A value; comparing two yields the area to repaint,
 // so that a move costs only what it changes. Coordinates are pixels of the screen.

@@ -3,6 +3,7 @@
 #include "config/CaptureNames.h"
 #include "helpers/overlay/Fonts.h"
 #include "helpers/overlay/Overlay.h"
+#include "helpers/wayland/overlay/WaylandOverlay.h"
 #include "helpers/x11/overlay/X11Overlay.h"
 #include "imaging/PngWriter.h"
 #include "ui/AppLocale.h"
@@ -17,7 +18,6 @@
 #include <csignal>
 #include <cstdio>
 #include <sys/stat.h>
-#include <xcb/composite.h>
 
 using namespace qm;
 using namespace std::chrono_literals;
@@ -40,23 +40,26 @@ int fail(QJsonObject what, const QString &reason)
     return 1;
 }
 
-// The window's own pixels, including covered parts. Null if it no longer has any.
-QImage windowPixels(XConnection &server, ScreenGrab &grab, const ScreenWindow &window)
+std::unique_ptr<OverlayDesktop> overlayOn(const RaisedCurtain &curtain, const char *trigger)
 {
-    const xcb_pixmap_t pixmap = xcb_generate_id(server.get());
-    xcb_composite_name_window_pixmap(server.get(), window.top, pixmap);
-    const QImage pixels = grab.take(pixmap, window.depth, window.frame.translated(-window.topArea.topLeft()));
-    xcb_free_pixmap(server.get(), pixmap);
-    return pixels.copy();
+    if (curtain.wayland)
+        return std::make_unique<WaylandOverlay>(*curtain.wayland, trigger);
+    return std::make_unique<X11Overlay>(*curtain.x11, trigger);
 }
 
-QImage chosenPixels(XConnection &server, FrozenScreen &screen, const Overlay::Choice &choice)
+std::unique_ptr<FrozenScreen> screenBehind(const RaisedCurtain &curtain)
 {
-    if (choice.result == Picker::Result::window && screen.isComposited() &&
-        (!isWhollyVisible(screen.windows(), choice.window, server.area()) ||
+    if (curtain.wayland)
+        return std::make_unique<FrozenWaylandScreen>(*curtain.wayland);
+    return std::make_unique<FrozenX11Screen>(*curtain.x11);
+}
+
+QImage chosenPixels(FrozenScreen &screen, const Overlay::Choice &choice)
+{
+    if (choice.result == Picker::Result::window &&
+        (!isWhollyVisible(screen.windows(), choice.window, screen.area()) ||
          screen.windows()[choice.window].depth == 32)) {
-        ScreenGrab grab(server, choice.area.size());
-        QImage own = windowPixels(server, grab, screen.windows()[choice.window]);
+        QImage own = screen.windowPixels(choice.window);
         if (!own.isNull())
             return own;
     }
@@ -64,23 +67,20 @@ QImage chosenPixels(XConnection &server, FrozenScreen &screen, const Overlay::Ch
 }
 
 // A capture without a choice.
-QRect areaOf(const CaptureRequest &request, XConnection &server, const QList<Monitor> &monitors)
+QRect areaOf(const CaptureRequest &request, FrozenScreen &screen)
 {
     switch (request.way) {
     case CaptureRequest::Way::area: return request.area;
-    case CaptureRequest::Way::monitor: {
-        const Reply<xcb_query_pointer_reply_t> pointer(
-            xcb_query_pointer_reply(server.get(), xcb_query_pointer(server.get(), server.root()), nullptr));
-        return monitorAt(monitors, pointer ? QPoint(pointer->root_x, pointer->root_y) : QPoint()).area;
-    }
-    default: return server.area();
+    case CaptureRequest::Way::monitor:
+        return monitorAt(screen.monitors(), screen.pointer().value_or(QPoint())).area;
+    default: return screen.area();
     }
 }
 
-Overlay::Choice choiceWithoutAsking(Curtain &curtain, const CaptureRequest &request, FrozenScreen &screen)
+Overlay::Choice choiceWithoutAsking(const CaptureRequest &request, FrozenScreen &screen)
 {
     Overlay::Choice choice;
-    choice.area = areaOf(request, curtain.server(), screen.monitors()) & screen.area();
+    choice.area = areaOf(request, screen) & screen.area();
     choice.result = request.way == CaptureRequest::Way::area ? Picker::Result::region : Picker::Result::monitor;
     if (choice.area.isEmpty())
         choice.failure =
@@ -122,24 +122,24 @@ const char *name(Picker::Result result)
 
 } // namespace
 
-extern "C" Q_DECL_EXPORT int quillmereChoose(Curtain &curtain, const CaptureRequest &request)
+extern "C" Q_DECL_EXPORT int quillmereChoose(const RaisedCurtain &curtain, const CaptureRequest &request)
 {
     using Way = CaptureRequest::Way;
     qInstallMessageHandler([](QtMsgType, const QMessageLogContext &, const QString &) {});
     std::unique_ptr<QGuiApplication> fonts;
-    std::unique_ptr<X11Overlay> desktop;
-    std::unique_ptr<FrozenX11Screen> alone;
+    std::unique_ptr<OverlayDesktop> desktop;
+    std::unique_ptr<FrozenScreen> alone;
     Overlay::Choice choice;
     if (request.way == Way::region || request.way == Way::window) {
-        desktop = std::make_unique<X11Overlay>(curtain, request.trigger);
+        desktop = overlayOn(curtain, request.trigger);
         Overlay overlay(*desktop, {.mode = request.way == Way::region ? Picker::Mode::region : Picker::Mode::window,
                                    .lastRegion = request.lastRegion,
                                    .patience = request.isPatient ? 60s : 1s,
                                    .makeReadyForText = [&] { fonts = startFonts(); }});
         choice = overlay.run();
     } else {
-        alone = std::make_unique<FrozenX11Screen>(curtain);
-        choice = choiceWithoutAsking(curtain, request, *alone);
+        alone = screenBehind(curtain);
+        choice = choiceWithoutAsking(request, *alone);
     }
     FrozenScreen &screen = desktop ? desktop->screen() : *alone;
     if (!choice.failure.isEmpty())
@@ -155,7 +155,7 @@ extern "C" Q_DECL_EXPORT int quillmereChoose(Curtain &curtain, const CaptureRequ
     }
     what.insert(QStringLiteral("what"), QLatin1String(name(choice.result)));
 
-    const QImage pixels = chosenPixels(curtain.server(), screen, choice);
+    const QImage pixels = chosenPixels(screen, choice);
     // From here on, signals no longer stop the helper: the choice is made, and writing the file takes only a moment.
     for (const int signal : {SIGTERM, SIGINT, SIGHUP})
         std::signal(signal, SIG_IGN);

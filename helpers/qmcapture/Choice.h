@@ -5,6 +5,7 @@
 namespace qm {
 
 class Curtain;
+class WaylandCurtain;
 
 // What qmcapture has been asked for on its command line. Rectangles are pixels of the whole desktop.
 struct CaptureRequest {
@@ -18,10 +19,16 @@ struct CaptureRequest {
     const char *path = nullptr;
 };
 
+// The curtain of the display server in use; the other is null.
+struct RaisedCurtain {
+    Curtain *x11 = nullptr;
+    WaylandCurtain *wayland = nullptr;
+};
+
 // The rest of qmcapture after its curtain is up: lets the user choose and writes the picture. Returns the exit status
 // and says on standard output what became of the capture. It lives in qmcapture.so and is looked up by name, because
 // everything that needs Qt is loaded only after the curtain is up.
-using ChooseFunction = int (*)(Curtain &curtain, const CaptureRequest &request);
+using ChooseFunction = int (*)(const RaisedCurtain &curtain, const CaptureRequest &request);
 constexpr char chooseFunctionName[] = "quillmereChoose";
 constexpr char choiceLibraryName[] = "qmcapture.so"; // next to the program
 

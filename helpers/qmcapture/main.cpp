@@ -19,6 +19,8 @@
 // rest. Loading Qt takes longer than all of that, and a screen that responds late to a key feels broken.
 
 #include "helpers/qmcapture/Choice.h"
+#include "helpers/wayland/WaylandClaim.h"
+#include "helpers/wayland/WaylandCurtain.h"
 #include "helpers/x11/CaptureClaim.h"
 #include "helpers/x11/Curtain.h"
 #include "helpers/x11/ScreenRest.h"
@@ -26,6 +28,7 @@
 #include <climits>
 #include <csignal>
 #include <cstdio>
+#include <cstdlib>
 #include <dlfcn.h>
 #include <optional>
 #include <string>
@@ -105,6 +108,43 @@ ChooseFunction loadRest()
     return library ? reinterpret_cast<ChooseFunction>(dlsym(library, chooseFunctionName)) : nullptr;
 }
 
+// With what the curtain hides, once there is one.
+int choose(const RaisedCurtain &curtain, const CaptureRequest &request)
+{
+    const ChooseFunction function = loadRest();
+    if (!function)
+        return fail("cannot load ", std::string(choiceLibraryName) + ": " + dlerror());
+    return function(curtain, request);
+}
+
+bool asks(const CaptureRequest &request)
+{
+    return request.way == CaptureRequest::Way::region || request.way == CaptureRequest::Way::window;
+}
+
+int captureOnX11(XConnection &server, const CaptureRequest &request)
+{
+    if (!CaptureClaim::take(server))
+        return 0;
+    if (!request.rest.isNull())
+        waitForRest(server, request.rest);
+    Curtain curtain(server, asks(request) ? Curtain::Kind::covering : Curtain::Kind::unseen);
+    return choose({.x11 = &curtain}, request);
+}
+
+int captureOnWayland(WaylandServer &server, const CaptureRequest &request)
+{
+    using Kind = WaylandCurtain::Kind;
+    if (!WaylandClaim::take())
+        return 0;
+    WaylandCurtain curtain(server, asks(request)                                  ? Kind::covering
+                                   : request.way == CaptureRequest::Way::monitor ? Kind::unseen
+                                                                                 : Kind::absent);
+    if (!curtain.failure().empty())
+        return fail(curtain.failure().c_str());
+    return choose({.wayland = &curtain}, request);
+}
+
 } // namespace
 
 int main(int argc, char **argv)
@@ -116,17 +156,13 @@ int main(int argc, char **argv)
     if (!request)
         return fail("usage: qmcapture [OPTION...] -i|-iw|--monitor|--desktop|--area X,Y,W,H PATH");
 
-    const std::unique_ptr<XConnection> server = XConnection::open();
-    if (!server)
-        return fail("no X server");
-    if (!CaptureClaim::take(*server))
-        return 0;
-    if (!request->rest.isNull())
-        waitForRest(*server, request->rest);
-    const bool asks = request->way == CaptureRequest::Way::region || request->way == CaptureRequest::Way::window;
-    Curtain curtain(*server, asks ? Curtain::Kind::covering : Curtain::Kind::unseen);
-    const ChooseFunction choose = loadRest();
-    if (!choose)
-        return fail("cannot load ", std::string(choiceLibraryName) + ": " + dlerror());
-    return choose(curtain, *request);
+    const char *wanted = std::getenv("QUILLMERE_DISPLAY");
+    const bool mayBeWayland = !wanted || std::string_view(wanted) != "x11";
+    if (const char *display = std::getenv("WAYLAND_DISPLAY"); mayBeWayland && display && *display) {
+        if (const std::unique_ptr<WaylandServer> server = WaylandServer::connect())
+            return captureOnWayland(*server, *request);
+    }
+    if (const std::unique_ptr<XConnection> server = XConnection::open())
+        return captureOnX11(*server, *request);
+    return fail("no display server");
 }

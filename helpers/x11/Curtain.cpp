@@ -1,5 +1,6 @@
 #include "helpers/x11/Curtain.h"
 
+#include "helpers/curtain/Dimming.h"
 #include "helpers/x11/RenderDrawing.h"
 
 namespace qm {

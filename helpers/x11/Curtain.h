@@ -11,9 +11,6 @@ namespace qm {
 class Curtain
 {
 public:
-    // Alpha of the dimming, of 255: dark enough to set a selection off, light enough to read what one aims at.
-    static constexpr quint8 dimAlpha = 96;
-
     // Unseen: the screen is frozen, but neither covered nor is any input grabbed, as nothing is to be chosen.
     enum class Kind { covering, unseen };
     explicit Curtain(XConnection &server, Kind kind = Kind::covering); // returns once all has been sent to the server

@@ -16,7 +16,9 @@ public:
     const QList<Monitor> &monitors() const override { return m_monitors; }
     const QList<ScreenWindow> &windows() const override { return m_windows; }
     bool isComposited() const override { return m_curtain.windows().isComposited; }
+    std::optional<QPoint> pointer() override;
     const QImage &pixels() override;
+    QImage windowPixels(int index) override;
     const QImage &fetchedPixels() const { return m_pixels; } // null before the first call of pixels()
 
 private:

@@ -1,8 +1,8 @@
 #include "helpers/x11/overlay/X11Overlay.h"
 
+#include "helpers/overlay/KeySymbols.h"
 #include "helpers/overlay/OverlaySprites.h"
 
-#include <algorithm>
 #include <poll.h>
 
 namespace qm {
@@ -10,36 +10,6 @@ namespace qm {
 using namespace std::chrono_literals;
 
 static constexpr auto releaseLimit = 3s; // a key reported down for longer is stuck
-
-namespace {
-
-// Values from the X protocol's keysymdef.h.
-struct KeyMeaning {
-    quint32 symbol;
-    Picker::Key key;
-};
-constexpr KeyMeaning keys[] = {
-    {0xff1b, Picker::Key::escape},  {0xff0d, Picker::Key::enter},   {0xff8d, Picker::Key::enter}, // on the keypad
-    {0x0020, Picker::Key::space},   {0xffe1, Picker::Key::shift},   {0xffe2, Picker::Key::shift},
-    {0xffe3, Picker::Key::control}, {0xffe4, Picker::Key::control}, {0xff51, Picker::Key::left},
-    {0xff52, Picker::Key::up},      {0xff53, Picker::Key::right},   {0xff54, Picker::Key::down},
-    {'c', Picker::Key::color},      {'r', Picker::Key::again},
-};
-
-struct TriggerSymbol {
-    const char *name;
-    quint32 symbol;
-};
-constexpr TriggerSymbol triggers[] = {
-    {"rightShift", 0xffe2},   {"rightControl", 0xffe4}, {"rightOption", 0xffea}, // Alt
-    {"rightOption", 0xfe03},                                                     // AltGr
-    {"rightOption", 0xffe8},                                                     // Meta
-    {"rightCommand", 0xffec}, {"rightCommand", 0xffee},                          // Super, Hyper
-};
-
-} // namespace
-
-static_assert(Curtain::dimAlpha == dimAlpha, "what the server dims and what is painted lie side by side");
 
 X11Overlay::X11Overlay(Curtain &curtain, const QByteArray &trigger)
     : m_server(curtain.server())
@@ -137,14 +107,9 @@ std::optional<OverlayDesktop::Input> X11Overlay::translated(const xcb_generic_ev
 OverlayDesktop::Input X11Overlay::keyInput(Input::Kind kind, const xcb_key_press_event_t &event) const
 {
     const quint32 pressed = symbol(event);
-    const auto meant =
-        std::find_if(std::begin(keys), std::end(keys), [&](const KeyMeaning &k) { return k.symbol == pressed; });
-    const auto trigger = std::find_if(std::begin(triggers), std::end(triggers), [&](const TriggerSymbol &t) {
-        return t.symbol == pressed && t.name == m_trigger;
-    });
     return {.kind = kind,
-            .key = meant == std::end(keys) ? Picker::Key::other : meant->key,
-            .isTrigger = trigger != std::end(triggers)};
+            .key = KeySymbols::meaning(pressed),
+            .isTrigger = KeySymbols::isTrigger(pressed, m_trigger)};
 }
 
 // Without modifiers, of the keyboard layout in use. Where its alphabet is not Latin, of another layout that the user has:
@@ -162,7 +127,7 @@ quint32 X11Overlay::symbol(const xcb_key_press_event_t &event) const
     const xcb_keysym_t *symbols = xcb_get_keyboard_mapping_keysyms(m_keyboard.get()) + row;
     const int inUse = (event.state >> 13 & 3) * perLayout; // the layout, as the XKB extension reports it
     quint32 found = inUse < columns ? symbols[inUse] : XCB_NO_SYMBOL;
-    for (int i = 0; i < columns && (found == XCB_NO_SYMBOL || (found > 0xff && found < 0xfe00)); i += perLayout)
+    for (int i = 0; i < columns && !KeySymbols::isReachable(found); i += perLayout)
         found = symbols[i];
     return found;
 }

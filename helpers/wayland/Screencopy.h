@@ -1,0 +1,31 @@
+#pragma once
+
+#include "helpers/wayland/OutputPicture.h"
+#include "helpers/wayland/WaylandOutputs.h"
+
+struct wl_shm;
+struct zwlr_screencopy_manager_v1;
+
+namespace qm {
+
+// Takes pictures of monitors with wlroots' screencopy protocol. One thread.
+class Screencopy
+{
+public:
+    static bool isOffered(const WaylandServer &server);
+
+    Screencopy(WaylandServer &server, wl_shm *shm);
+    ~Screencopy();
+    Q_DISABLE_COPY_MOVE(Screencopy)
+
+    // One picture for each output, all requested together and without the pointer. Empty if the compositor refuses one, or
+    // does not answer for five seconds.
+    std::vector<OutputPicture> take(const WaylandOutputs &outputs);
+
+private:
+    WaylandServer &m_server;
+    wl_shm *m_shm;
+    zwlr_screencopy_manager_v1 *m_manager;
+};
+
+} // namespace qm

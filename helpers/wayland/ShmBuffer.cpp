@@ -1,0 +1,53 @@
+#include "helpers/wayland/ShmBuffer.h"
+
+#include <limits>
+#include <sys/mman.h>
+#include <unistd.h>
+#include <wayland-client-protocol.h>
+
+namespace qm {
+
+static size_t byteCount(QSize size, int bytesPerLine)
+{
+    return size_t(bytesPerLine) * size_t(size.height());
+}
+
+std::unique_ptr<ShmBuffer> ShmBuffer::create(wl_shm *shm, QSize size, int bytesPerLine, uint32_t format)
+{
+    if (size.isEmpty() || bytesPerLine / 4 < size.width())
+        return nullptr;
+    const size_t bytes = byteCount(size, bytesPerLine);
+    if (bytes > size_t(std::numeric_limits<int32_t>::max())) // the protocol's limit
+        return nullptr;
+    const int file = memfd_create("quillmere-screen", MFD_CLOEXEC);
+    if (file < 0)
+        return nullptr;
+    void *memory = MAP_FAILED;
+    if (ftruncate(file, off_t(bytes)) == 0)
+        memory = mmap(nullptr, bytes, PROT_READ | PROT_WRITE, MAP_SHARED, file, 0);
+    std::unique_ptr<ShmBuffer> buffer;
+    if (memory != MAP_FAILED) {
+        buffer.reset(new ShmBuffer);
+        buffer->m_pixels = static_cast<uint32_t *>(memory);
+        buffer->m_size = size;
+        buffer->m_bytesPerLine = bytesPerLine;
+        buffer->m_format = format;
+        wl_shm_pool *pool = wl_shm_create_pool(shm, file, int32_t(bytes));
+        buffer->m_handle = wl_shm_pool_create_buffer(pool, 0, size.width(), size.height(), bytesPerLine, format);
+        wl_shm_pool_destroy(pool);
+        static constexpr wl_buffer_listener listener = {
+            .release = [](void *self, wl_buffer *) { static_cast<ShmBuffer *>(self)->m_isRead = false; },
+        };
+        wl_buffer_add_listener(buffer->m_handle, &listener, buffer.get());
+    }
+    close(file); // the request has a copy
+    return buffer;
+}
+
+ShmBuffer::~ShmBuffer()
+{
+    wl_buffer_destroy(m_handle);
+    munmap(m_pixels, byteCount(m_size, m_bytesPerLine));
+}
+
+} // namespace qm

@@ -1,0 +1,84 @@
+#include "helpers/wayland/WaylandCurtain.h"
+
+#include "helpers/curtain/Dimming.h"
+#include "helpers/wayland/Screencopy.h"
+#include "helpers/wayland/SwayWindows.h"
+
+#include <algorithm>
+
+namespace qm {
+
+using namespace std::chrono_literals;
+
+static constexpr auto configureLimit = 2s; // of a compositor that is busy
+
+WaylandCurtain::WaylandCurtain(WaylandServer &server, Kind kind)
+    : m_server(server)
+    , m_globals(server)
+    , m_seat(server)
+    , m_outputs(server)
+{
+    freeze();
+    if (m_failure.empty() && kind != Kind::absent)
+        show(kind);
+}
+
+void WaylandCurtain::lift()
+{
+    m_surfaces.clear();
+    wl_display_flush(m_server.get());
+}
+
+void WaylandCurtain::freeze()
+{
+    if (m_outputs.all().empty() || !m_globals.suffice()) {
+        m_failure = "this compositor shows no monitor, or lets nothing be shown on one";
+        return;
+    }
+    if (!Screencopy::isOffered(m_server)) {
+        m_failure = "this compositor does not allow reading the screen";
+        return;
+    }
+    m_pictures = Screencopy(m_server, m_globals.shm).take(m_outputs);
+    if (m_pictures.empty())
+        m_failure = "the compositor refused the picture of a monitor";
+    m_windows = swayTree();
+}
+
+void WaylandCurtain::show(Kind kind)
+{
+    for (size_t i = 0; i < m_pictures.size(); ++i)
+        m_surfaces.push_back(std::make_unique<OutputSurface>(m_globals, *m_outputs.all()[i], m_pictures[i].size));
+    // While the compositor makes up its mind, the pictures are dimmed.
+    wl_display_flush(m_server.get());
+    std::vector<ShmBuffer *> buffers;
+    for (size_t i = 0; i < m_surfaces.size(); ++i) {
+        const OutputPicture &picture = m_pictures[i];
+        ShmBuffer *buffer = m_surfaces[i]->idleBuffer(kind == Kind::unseen ? OutputSurface::Alpha::clear
+                                                                           : OutputSurface::Alpha::opaque);
+        if (!buffer) {
+            m_failure = "not enough memory for the picture of a monitor";
+            return;
+        }
+        for (int y = 0; kind == Kind::covering && y < picture.size.height(); ++y)
+            dim(buffer->pixels() + size_t(y) * size_t(picture.size.width()), picture.row(y), size_t(picture.size.width()));
+        buffers.push_back(buffer);
+    }
+    const bool configured = m_server.waitFor(
+        [this] {
+            return std::all_of(m_surfaces.begin(), m_surfaces.end(),
+                               [](const auto &surface) { return surface->isConfigured() || surface->isClosed(); });
+        },
+        configureLimit);
+    if (!configured) {
+        m_failure = "the compositor does not show anything";
+        return;
+    }
+    for (size_t i = 0; i < m_surfaces.size(); ++i) {
+        const QRect all(QPoint(), m_pictures[i].size);
+        m_surfaces[i]->show(*buffers[i], {&all, 1});
+    }
+    wl_display_flush(m_server.get());
+}
+
+} // namespace qm

@@ -1,0 +1,51 @@
+#pragma once
+
+#include "helpers/wayland/OutputPicture.h"
+#include "helpers/wayland/OutputSurface.h"
+#include "helpers/wayland/WaylandOutputs.h"
+#include "helpers/wayland/WaylandSeat.h"
+
+#include <string>
+
+namespace qm {
+
+// Freezes all monitors and covers them with their frozen, dimmed pictures, so that the user sees at once that the key worked.
+// One thread.
+class WaylandCurtain
+{
+public:
+    // Unseen: the screen is frozen, and covered with something that cannot be seen: only so does one learn where the pointer
+    // is. Absent: it is frozen, and that is all.
+    enum class Kind { covering, unseen, absent };
+    WaylandCurtain(WaylandServer &server, Kind kind); // returns once all has been sent to the compositor
+    Q_DISABLE_COPY_MOVE(WaylandCurtain)
+
+    // Empty, or why there is no curtain: in English, for stderr.
+    const std::string &failure() const { return m_failure; }
+
+    WaylandServer &server() const { return m_server; }
+    WaylandSeat &seat() { return m_seat; }
+    const SurfaceGlobals &globals() const { return m_globals; }
+    // By monitor, in the same order. No surfaces if the curtain is absent.
+    const WaylandOutputs &outputs() const { return m_outputs; }
+    const std::vector<OutputPicture> &pictures() const { return m_pictures; }
+    const std::vector<std::unique_ptr<OutputSurface>> &surfaces() const { return m_surfaces; }
+    const std::string &windows() const { return m_windows; } // as swayTree() has them
+
+    void lift(); // takes it off the screen
+
+private:
+    void freeze();
+    void show(Kind kind);
+
+    WaylandServer &m_server;
+    const SurfaceGlobals m_globals;
+    WaylandSeat m_seat;
+    const WaylandOutputs m_outputs;
+    std::vector<OutputPicture> m_pictures;
+    std::vector<std::unique_ptr<OutputSurface>> m_surfaces;
+    std::string m_windows;
+    std::string m_failure;
+};
+
+} // namespace qm

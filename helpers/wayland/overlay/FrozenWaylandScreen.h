@@ -1,0 +1,33 @@
+#pragma once
+
+#include "helpers/overlay/FrozenScreen.h"
+#include "helpers/wayland/WaylandCurtain.h"
+#include "helpers/wayland/overlay/OutputLayout.h"
+
+namespace qm {
+
+// The screen as the curtain froze it.
+class FrozenWaylandScreen : public FrozenScreen
+{
+public:
+    explicit FrozenWaylandScreen(WaylandCurtain &curtain);
+
+    QRect area() const override { return m_layout.bounds(); }
+    const QList<Monitor> &monitors() const override { return m_monitors; }
+    const QList<ScreenWindow> &windows() const override { return m_windows; }
+    bool isComposited() const override { return false; } // they are, but nobody gets at the windows' own pixels
+    std::optional<QPoint> pointer() override; // only of a curtain that is not absent, and before an overlay has it
+    const QImage &pixels() override;
+    QImage windowPixels(int) override { return {}; }
+
+    const OutputLayout &layout() const { return m_layout; }
+
+private:
+    WaylandCurtain &m_curtain;
+    const OutputLayout m_layout;
+    QList<Monitor> m_monitors;
+    QList<ScreenWindow> m_windows;
+    QImage m_pixels;
+};
+
+} // namespace qm
