@@ -4,6 +4,7 @@
 #include "config/FolderPresence.h"
 #include "config/UserDefaults.h"
 #include "index/OcrRunner.h"
+#include "platform/Clipboard.h"
 #include "platform/Notification.h"
 #include "platform/QtQueue.h"
 #include "platform/ToolPaths.h"
@@ -11,9 +12,8 @@
 #include "ui/AppLocale.h"
 #include "ui/WindowPlacement.h"
 
-#include <QClipboard>
 #include <QFileInfo>
-#include <QGuiApplication>
+#include <QMimeData>
 #include <QScreen>
 
 namespace qm {
@@ -120,14 +120,14 @@ void Captures::sayWhatWasRead(const CaptureResult &result)
     const QString text = result.text->trimmed();
     if (text.isEmpty())
         return say(AppLocale::text(u"No text found", u"文字が見つかりませんでした"), {});
-    QGuiApplication::clipboard()->setText(text);
+    Clipboard::setText(text);
     say(AppLocale::text(u"Copied: %1", u"コピーしました: %1").arg(firstWords(text)), {});
 }
 
 void Captures::captured(const CaptureResult &result)
 {
     if (!result.color.isEmpty()) {
-        QGuiApplication::clipboard()->setText(result.color);
+        Clipboard::setText(result.color);
         return;
     }
     if (result.text || !result.textError.isEmpty())
@@ -184,9 +184,8 @@ void Captures::putOnClipboard(const Pasteboard::Content &content, const QString 
 {
     if (content.image.isNull())
         return;
-    Pasteboard::setContent(content);
+    m_onClipboard = Pasteboard::setContent(content);
     m_fileOnClipboard = file;
-    m_onClipboard = QGuiApplication::clipboard()->mimeData();
 }
 
 void Captures::moveToTrash(const QString &file)
@@ -196,9 +195,8 @@ void Captures::moveToTrash(const QString &file)
             return say(AppLocale::text(u"The screenshot was not deleted", u"スクリーンショットを削除できませんでした"),
                        outcome.reason());
         m_cards.remove(file);
-        QClipboard *clipboard = QGuiApplication::clipboard();
-        if (m_onClipboard && m_onClipboard == clipboard->mimeData() && m_fileOnClipboard == file)
-            clipboard->clear();
+        if (Clipboard::holds(m_onClipboard) && m_fileOnClipboard == file)
+            Clipboard::clear();
     });
 }
 

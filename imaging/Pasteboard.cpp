@@ -3,12 +3,11 @@
 #include "imaging/ImageFile.h"
 #include "imaging/PngReader.h"
 #include "imaging/PngWriter.h"
+#include "platform/Clipboard.h"
 
 #include <QBuffer>
-#include <QClipboard>
 #include <QFile>
 #include <QFileInfo>
-#include <QGuiApplication>
 #include <QMimeData>
 #include <QThreadPool>
 
@@ -79,9 +78,11 @@ Pasteboard::Content Pasteboard::contentOf(const QString &path)
     return content;
 }
 
-void Pasteboard::setContent(const Content &content)
+const QMimeData *Pasteboard::setContent(const Content &content)
 {
-    QGuiApplication::clipboard()->setMimeData(new PictureData(content));
+    auto *data = new PictureData(content);
+    Clipboard::set(data);
+    return data;
 }
 
 void Pasteboard::setImage(const Image &image)

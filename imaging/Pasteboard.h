@@ -4,6 +4,8 @@
 
 #include <QByteArray>
 
+class QMimeData;
+
 namespace qm {
 
 // The general pasteboard. Main thread.
@@ -18,8 +20,9 @@ struct Content {
 // The content of a file, with its own bytes if it is a PNG. Any thread. No image if it cannot be read.
 Content contentOf(const QString &path);
 
-// Both replace the current content.
-void setContent(const Content &content);
+// Both replace the current content. The pasteboard's own object for it, which others may have replaced by the next time the
+// event loop runs: for Clipboard::holds().
+const QMimeData *setContent(const Content &content);
 void setImage(const Image &image);
 
 } // namespace Pasteboard

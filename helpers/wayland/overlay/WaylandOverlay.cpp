@@ -29,7 +29,7 @@ struct WaylandOverlay::Listeners {
         };
         listener.button = [](void *self, wl_pointer *, uint32_t, uint32_t, uint32_t button, uint32_t state) {
             of(self).add({.kind = state == WL_POINTER_BUTTON_STATE_PRESSED ? Input::Kind::press : Input::Kind::release,
-                          .at = of(self).m_at,
+                          .at = of(self).m_pointer,
                           .button = button == BTN_LEFT    ? Picker::Button::left
                                     : button == BTN_RIGHT ? Picker::Button::right
                                                           : Picker::Button::other});
@@ -68,7 +68,7 @@ WaylandOverlay::WaylandOverlay(WaylandCurtain &curtain, const QByteArray &trigge
 {
     for (size_t i = 0; i < curtain.surfaces().size(); ++i)
         m_parts.append({curtain.surfaces()[i].get(), m_screen.layout().areas()[qsizetype(i)], {}, {}});
-    m_at = m_parts.isEmpty() ? QPoint() : m_parts.first().area.center();
+    m_at = m_pointer = m_parts.isEmpty() ? QPoint() : m_parts.first().area.center();
     static const wl_pointer_listener pointer = Listeners::pointer();
     curtain.seat().listen(pointer, Listeners::keyboard, this);
 }
@@ -77,6 +77,7 @@ OverlayDesktop::Start WaylandOverlay::start()
 {
     if (m_curtain.seat().pointer())
         m_server.waitFor([this] { return m_output >= 0; }, pointerLimit);
+    m_at = m_pointer;
     return {m_at, m_keymap.isShiftDown()};
 }
 
@@ -100,10 +101,28 @@ std::optional<OverlayDesktop::Input> WaylandOverlay::next()
         add(keyInput(Input::Kind::keyDown, *m_repeat.code));
         m_repeat.due.setRemainingTime(m_repeat.interval);
     }
-    if (!m_inputs.isEmpty())
-        return m_inputs.takeFirst();
-    present(); // what had to wait for the last frame
-    return {};
+    if (m_inputs.isEmpty()) {
+        present(); // what had to wait for the last frame
+        return {};
+    }
+    Input input = m_inputs.takeFirst();
+    if (input.kind <= Input::Kind::release)
+        input.at = placed(input.at);
+    return input;
+}
+
+// Where the user is while the pointer is at this pixel. At the desktop's edge the pointer catches up, or what lies there could
+// not be reached any more.
+QPoint WaylandOverlay::placed(QPoint pointer)
+{
+    const QRect area = m_screen.area();
+    m_at = {std::clamp(pointer.x() + m_offset.x(), area.left(), area.right()),
+            std::clamp(pointer.y() + m_offset.y(), area.top(), area.bottom())};
+    if (m_at - pointer != m_offset) {
+        m_offset = m_at - pointer;
+        showPointer();
+    }
+    return m_at;
 }
 
 void WaylandOverlay::wait(std::optional<std::chrono::milliseconds> limit)
@@ -132,16 +151,8 @@ void WaylandOverlay::moved(QPointF at)
 {
     if (m_output < 0)
         return;
-    const QPoint pixel = m_screen.layout().pixelAt(m_output, at);
-    const QRect area = m_screen.area();
-    // At the desktop's edge the pointer catches up, or what lies there could not be reached any more.
-    m_at = {std::clamp(pixel.x() + m_offset.x(), area.left(), area.right()),
-            std::clamp(pixel.y() + m_offset.y(), area.top(), area.bottom())};
-    if (m_at - pixel != m_offset) {
-        m_offset = m_at - pixel;
-        showPointer();
-    }
-    add({.kind = Input::Kind::move, .at = m_at});
+    m_pointer = m_screen.layout().pixelAt(m_output, at);
+    add({.kind = Input::Kind::move, .at = m_pointer});
 }
 
 void WaylandOverlay::key(quint32 code, bool isDown)
@@ -217,13 +228,10 @@ void WaylandOverlay::showPointer()
 
 void WaylandOverlay::movePointer(QPoint by)
 {
-    const QRect area = m_screen.area();
-    const QPoint to(std::clamp(m_at.x() + by.x(), area.left(), area.right()),
-                    std::clamp(m_at.y() + by.y(), area.top(), area.bottom()));
-    m_offset += to - m_at;
-    m_at = to;
+    // Ahead of what came after the key.
+    m_offset += by;
+    m_inputs.prepend({.kind = Input::Kind::move, .at = m_at - m_offset + by});
     showPointer();
-    add({.kind = Input::Kind::move, .at = m_at});
 }
 
 void WaylandOverlay::flush()

@@ -44,6 +44,7 @@ private:
 
     void entered(const wl_surface *surface, quint32 serial, QPointF at);
     void moved(QPointF at);
+    QPoint placed(QPoint pointer);
     void key(quint32 code, bool isDown);
     void add(const Input &input) { m_inputs.append(input); }
     Input keyInput(Input::Kind kind, quint32 code) const;
@@ -68,7 +69,8 @@ private:
     } m_repeat;
 
     int m_output = -1; // where the pointer is
-    QPoint m_at;       // pixels; where the user is, which arrow keys move
+    QPoint m_pointer;  // pixels; the newest that is known
+    QPoint m_at;       // where the user is, as far as input has been taken; arrow keys move it
     QPoint m_offset;   // from the pointer, which no client can move, to there
     quint32 m_serial = 0;
     PointerPicture m_picture;

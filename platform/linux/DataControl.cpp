@@ -1,0 +1,189 @@
+#include "platform/linux/DataControl.h"
+
+#include "platform/wayland/WaylandServer.h"
+
+#include <QBuffer>
+#include <QCoreApplication>
+#include <QImage>
+#include <QSocketNotifier>
+
+#include <csignal>
+#include <fcntl.h>
+#include <poll.h>
+#include <protocol/data-control.h>
+#include <thread>
+#include <unistd.h>
+#include <wayland-client-protocol.h>
+
+namespace qm {
+
+using namespace std::chrono_literals;
+using namespace Qt::StringLiterals;
+
+namespace {
+
+constexpr auto readerLimit = 30s; // for a program that asked for content and does not read it
+
+const QStringList textTypes = {u"text/plain;charset=utf-8"_s, u"text/plain"_s, u"UTF8_STRING"_s, u"STRING"_s, u"TEXT"_s};
+const QString pictureOfQt = u"application/x-qt-image"_s; // stands for every format that Qt can write
+struct PictureType {
+    QString type;
+    const char *format;
+};
+const QList<PictureType> pictureTypes = {{u"image/bmp"_s, "BMP"}, {u"image/jpeg"_s, "JPEG"}};
+
+// The names under which other programs look for it.
+QStringList typesOf(const QMimeData &content)
+{
+    QStringList types = content.formats();
+    if (content.hasText())
+        types += textTypes;
+    if (types.removeAll(pictureOfQt) > 0) {
+        for (const PictureType &picture : pictureTypes)
+            types.append(picture.type);
+    }
+    types.removeDuplicates();
+    return types;
+}
+
+QByteArray bytesOf(const QMimeData &content, const QString &type)
+{
+    if (content.hasFormat(type))
+        return content.data(type);
+    if (textTypes.contains(type))
+        return content.text().toUtf8();
+    for (const PictureType &picture : pictureTypes) {
+        if (picture.type == type) {
+            QBuffer file;
+            file.open(QIODevice::WriteOnly);
+            content.imageData().value<QImage>().save(&file, picture.format);
+            return file.data();
+        }
+    }
+    return {};
+}
+
+// On a thread of its own. Closes file.
+void writeAll(int file, const QByteArray &bytes)
+{
+    sigset_t brokenPipe;
+    sigemptyset(&brokenPipe);
+    sigaddset(&brokenPipe, SIGPIPE); // ends the process where it is not blocked
+    pthread_sigmask(SIG_BLOCK, &brokenPipe, nullptr);
+    fcntl(file, F_SETFL, O_NONBLOCK);
+    qsizetype written = 0;
+    while (written < bytes.size()) {
+        pollfd ready = {file, POLLOUT, 0};
+        if (poll(&ready, 1, int(std::chrono::milliseconds(readerLimit).count())) <= 0)
+            break;
+        const ssize_t count = write(file, bytes.constData() + written, size_t(bytes.size() - written));
+        if (count < 0 && errno != EAGAIN && errno != EINTR)
+            break; // it has enough, or has gone
+        written += std::max<ssize_t>(count, 0);
+    }
+    close(file);
+}
+
+} // namespace
+
+DataControl *DataControl::shared()
+{
+    static std::unique_ptr<DataControl> only;
+    static bool wasTried = false;
+    if (!wasTried && !qEnvironmentVariableIsEmpty("WAYLAND_DISPLAY")) {
+        only.reset(new DataControl);
+        qAddPostRoutine([] { only.reset(); }); // the content is Qt's
+    }
+    wasTried = true;
+    if (only && !only->isUsable())
+        only.reset();
+    return only.get();
+}
+
+DataControl::DataControl()
+    : m_server(WaylandServer::connect())
+{
+    if (!m_server)
+        return;
+    m_seat = m_server->bind<wl_seat>(wl_seat_interface, 1);
+    m_manager = m_server->bind<zwlr_data_control_manager_v1>(zwlr_data_control_manager_v1_interface, 1);
+    if (!m_seat || !m_manager)
+        return;
+    m_device = zwlr_data_control_manager_v1_get_data_device(m_manager, m_seat);
+    static constexpr zwlr_data_control_device_v1_listener listener = {
+        // What others offer is read by Qt.
+        .data_offer = [](void *, zwlr_data_control_device_v1 *,
+                         zwlr_data_control_offer_v1 *offer) { zwlr_data_control_offer_v1_destroy(offer); },
+        .selection = [](void *, zwlr_data_control_device_v1 *, zwlr_data_control_offer_v1 *) {},
+        .finished =
+            [](void *self, zwlr_data_control_device_v1 *device) {
+                zwlr_data_control_device_v1_destroy(device);
+                static_cast<DataControl *>(self)->m_device = nullptr;
+            },
+    };
+    zwlr_data_control_device_v1_add_listener(m_device, &listener, this);
+    m_notifier = std::make_unique<QSocketNotifier>(m_server->descriptor(), QSocketNotifier::Read);
+    QObject::connect(m_notifier.get(), &QSocketNotifier::activated, [this] {
+        if (!m_server->dispatch(0ms))
+            m_notifier->setEnabled(false); // the compositor has gone
+    });
+}
+
+DataControl::~DataControl()
+{
+    drop();
+    if (m_device)
+        zwlr_data_control_device_v1_destroy(m_device);
+    if (m_manager)
+        zwlr_data_control_manager_v1_destroy(m_manager);
+    if (m_seat)
+        wl_seat_destroy(m_seat);
+    if (m_server)
+        wl_display_flush(m_server->get());
+}
+
+bool DataControl::isUsable() const
+{
+    return m_device && !m_server->isBroken();
+}
+
+void DataControl::drop()
+{
+    if (m_source)
+        zwlr_data_control_source_v1_destroy(m_source);
+    m_source = nullptr;
+    m_content.reset();
+}
+
+void DataControl::set(std::unique_ptr<QMimeData> content)
+{
+    zwlr_data_control_source_v1 *source = nullptr;
+    if (content) {
+        source = zwlr_data_control_manager_v1_create_data_source(m_manager);
+        for (const QString &type : typesOf(*content))
+            zwlr_data_control_source_v1_offer(source, type.toUtf8().constData());
+        static constexpr zwlr_data_control_source_v1_listener listener = {
+            .send = [](void *self, zwlr_data_control_source_v1 *, const char *type,
+                       int32_t file) { static_cast<const DataControl *>(self)->send(type, file); },
+            .cancelled =
+                [](void *self, zwlr_data_control_source_v1 *cancelled) {
+                    auto *control = static_cast<DataControl *>(self);
+                    if (control->m_source == cancelled)
+                        control->drop();
+                },
+        };
+        zwlr_data_control_source_v1_add_listener(source, &listener, this);
+    }
+    zwlr_data_control_device_v1_set_selection(m_device, source);
+    drop();
+    m_source = source;
+    m_content = std::move(content);
+    wl_display_flush(m_server->get());
+}
+
+void DataControl::send(const char *type, int file) const
+{
+    std::thread(writeAll, file, bytesOf(*m_content, QString::fromUtf8(type))).detach();
+}
+
+} // namespace qm
