@@ -19,10 +19,10 @@ QString ShotActions::title(ShotAction action)
 {
     switch (action) {
     case ShotAction::copy: return AppLocale::text(u"Copy", u"コピー");
-    case ShotAction::annotate: return AppLocale::text(u"Annotate…", u"注釈…");
+    case ShotAction::annotate: return AppLocale::annotateTitle();
     case ShotAction::showInFolder: return AppLocale::showInFolderTitle();
     case ShotAction::open: return AppLocale::text(u"Open", u"開く");
-    case ShotAction::moveToTrash: return AppLocale::text(u"Move to Trash", u"ゴミ箱に入れる");
+    case ShotAction::moveToTrash: return AppLocale::trashTitle();
     }
     return {};
 }

@@ -23,6 +23,16 @@ QString AppLocale::text(QStringView english, QStringView japanese)
     return (isJapanese() ? japanese : english).toString();
 }
 
+QString AppLocale::annotateTitle()
+{
+    return text(u"Annotate…", u"注釈…");
+}
+
+QString AppLocale::trashTitle()
+{
+    return text(u"Move to Trash", u"ゴミ箱に入れる");
+}
+
 QString AppLocale::showInFolderTitle()
 {
     const QString browser = Workspace::fileBrowserName();

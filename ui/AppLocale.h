@@ -12,7 +12,10 @@ bool isJapanese();                                       // the first preferred 
 bool isJapanese(const QStringList &preferredLanguages);  // the same for a given list; an empty list means English
 QString text(QStringView english, QStringView japanese); // picks the text to show
 
-QString showInFolderTitle(); // of the command that shows a file in the desktop's file browser
+// Of the commands for one picture, wherever they stand.
+QString annotateTitle();
+QString showInFolderTitle(); // in the desktop's file browser
+QString trashTitle();
 
 } // namespace AppLocale
 } // namespace qm

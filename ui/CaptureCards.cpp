@@ -1,9 +1,12 @@
 #include "ui/CaptureCards.h"
 
+#include "platform/Notification.h"
+#include "ui/AppLocale.h"
 #include "ui/CardWindow.h"
 #include "ui/WindowPlacement.h"
 
 #include <QApplication>
+#include <QFileInfo>
 #include <QScreen>
 
 #include <algorithm>
@@ -25,8 +28,16 @@ CaptureCards::CaptureCards(Actions actions, TaskQueue &time)
 
 CaptureCards::~CaptureCards() = default;
 
+// On Wayland no window can choose its place or do without the focus, so the desktop shows a message in place of the card.
+static bool canPlaceWindows()
+{
+    return !QGuiApplication::platformName().startsWith(QLatin1StringView("wayland"));
+}
+
 void CaptureCards::show(const CaptureCard &card)
 {
+    if (!canPlaceWindows())
+        return offer(card.file);
     remove(card.file);
     for (const CaptureCard &earlier : std::exchange(m_takenAway, {}))
         open(earlier);
@@ -37,6 +48,16 @@ void CaptureCards::show(const CaptureCard &card)
         if (!entry.window->isVisible())
             entry.window->slideIn();
     }
+}
+
+void CaptureCards::offer(const QString &file)
+{
+    const auto with = [&file](const auto &action) { return [action, file] { action(file); }; };
+    Notification::offer(AppLocale::text(u"Screenshot saved", u"スクリーンショットを保存しました"),
+                        QFileInfo(file).fileName(), file,
+                        {{AppLocale::annotateTitle(), with(m_actions.open)},
+                         {AppLocale::showInFolderTitle(), with(m_actions.reveal)},
+                         {AppLocale::trashTitle(), with(m_actions.trash)}});
 }
 
 void CaptureCards::open(const CaptureCard &card)

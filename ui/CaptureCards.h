@@ -23,6 +23,7 @@ struct CaptureCard {
 // The previews that follow captures: cards in the lower right corner of the monitor, at most three and no more than fit,
 // the newest at the bottom. Each slides in, stays for 4 s, longer with the pointer on it, and takes neither keys nor the
 // focus. Main thread. Without a card in sight nothing here ever runs, except to forget, once, what a capture took away.
+// Where windows can't be placed, on Wayland, the desktop is asked to show a message with the same actions.
 class CaptureCards
 {
 public:
@@ -50,6 +51,7 @@ private:
         std::shared_ptr<CardWindow> window;
     };
 
+    void offer(const QString &file);
     void open(const CaptureCard &card);
     void arrange();
 

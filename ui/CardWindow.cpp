@@ -63,7 +63,7 @@ CardWindow::CardWindow(const QString &file, const QImage &thumbnail, QScreen &mo
     setCursor(Qt::PointingHandCursor);
 
     int x = padding;
-    addButton(QStringLiteral("pencil.and.outline"), text(u"Annotate…", u"注釈…"), x, [this] { open(); });
+    addButton(QStringLiteral("pencil.and.outline"), AppLocale::annotateTitle(), x, [this] { open(); });
     IconButton *copy = addButton(QStringLiteral("doc.on.doc"), text(u"Copy", u"コピー"), x += buttonWidth, {});
     connect(copy, &QToolButton::clicked, this, [this, copy] {
         m_actions.copy();
@@ -73,8 +73,7 @@ CardWindow::CardWindow(const QString &file, const QImage &thumbnail, QScreen &mo
         m_actions.reveal();
         m_actions.gone();
     });
-    addButton(QStringLiteral("trash"), text(u"Move to Trash", u"ゴミ箱に入れる"), x + buttonWidth,
-              [this] { m_actions.trash(); });
+    addButton(QStringLiteral("trash"), AppLocale::trashTitle(), x + buttonWidth, [this] { m_actions.trash(); });
     addButton(QStringLiteral("xmark"), text(u"Close", u"閉じる"), body()->width() - padding - buttonWidth,
               [this] { m_actions.gone(); });
 }

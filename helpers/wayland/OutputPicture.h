@@ -13,8 +13,8 @@ class ShmBuffer;
 // What one monitor showed: upright, one pixel per pixel of the monitor.
 struct OutputPicture {
     QSize size;
-    int stride = 0;                    // pixels from one row to the next
-    std::shared_ptr<uint32_t> pixels;  // 0xffRRGGBB; null if there is no picture
+    int stride = 0;                   // pixels from one row to the next
+    std::shared_ptr<uint32_t> pixels; // 0xffRRGGBB; null if there is no picture
     uint32_t *row(int y) const { return pixels.get() + size_t(y) * size_t(stride); }
 };
 
@@ -22,9 +22,9 @@ struct OutputPicture {
 struct RawPicture {
     QSize size;
     int bytesPerLine = 0;
-    uint32_t format = 0;      // a wl_shm.format
-    int transform = 0;        // a wl_output.transform, to be undone
-    bool isBottomUp = false;  // before the transform
+    uint32_t format = 0;     // a wl_shm.format
+    int transform = 0;       // a wl_output.transform, to be undone
+    bool isBottomUp = false; // before the transform
     std::shared_ptr<uint32_t> pixels;
 };
 

@@ -67,9 +67,9 @@ OutputSurface::OutputSurface(const SurfaceGlobals &globals, const WaylandOutput 
             .closed = [](void *self, zwlr_layer_surface_v1 *) { surfaceOf(self).m_isClosed = true; },
         };
         zwlr_layer_surface_v1_add_listener(m_layer, &listener, this);
-        zwlr_layer_surface_v1_set_anchor(m_layer, ZWLR_LAYER_SURFACE_V1_ANCHOR_TOP | ZWLR_LAYER_SURFACE_V1_ANCHOR_BOTTOM |
-                                                      ZWLR_LAYER_SURFACE_V1_ANCHOR_LEFT |
-                                                      ZWLR_LAYER_SURFACE_V1_ANCHOR_RIGHT);
+        zwlr_layer_surface_v1_set_anchor(m_layer,
+                                         ZWLR_LAYER_SURFACE_V1_ANCHOR_TOP | ZWLR_LAYER_SURFACE_V1_ANCHOR_BOTTOM |
+                                             ZWLR_LAYER_SURFACE_V1_ANCHOR_LEFT | ZWLR_LAYER_SURFACE_V1_ANCHOR_RIGHT);
         zwlr_layer_surface_v1_set_exclusive_zone(m_layer, -1);
         zwlr_layer_surface_v1_set_keyboard_interactivity(m_layer, 1);
     } else {

@@ -73,8 +73,8 @@ std::vector<OutputPicture> Screencopy::take(const WaylandOutputs &outputs)
 {
     std::vector<std::unique_ptr<Frame>> frames;
     for (const std::unique_ptr<WaylandOutput> &output : outputs.all())
-        frames.push_back(std::make_unique<Frame>(
-            m_shm, zwlr_screencopy_manager_v1_capture_output(m_manager, 0, output->handle)));
+        frames.push_back(
+            std::make_unique<Frame>(m_shm, zwlr_screencopy_manager_v1_capture_output(m_manager, 0, output->handle)));
     const bool answered = m_server.waitFor(
         [&frames] {
             return std::all_of(frames.begin(), frames.end(),

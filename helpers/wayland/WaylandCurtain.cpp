@@ -61,7 +61,8 @@ void WaylandCurtain::show(Kind kind)
             return;
         }
         for (int y = 0; kind == Kind::covering && y < picture.size.height(); ++y)
-            dim(buffer->pixels() + size_t(y) * size_t(picture.size.width()), picture.row(y), size_t(picture.size.width()));
+            dim(buffer->pixels() + size_t(y) * size_t(picture.size.width()), picture.row(y),
+                size_t(picture.size.width()));
         buffers.push_back(buffer);
     }
     const bool configured = m_server.waitFor(

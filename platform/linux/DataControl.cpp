@@ -24,7 +24,8 @@ namespace {
 
 constexpr auto readerLimit = 30s; // for a program that asked for content and does not read it
 
-const QStringList textTypes = {u"text/plain;charset=utf-8"_s, u"text/plain"_s, u"UTF8_STRING"_s, u"STRING"_s, u"TEXT"_s};
+const QStringList textTypes = {u"text/plain;charset=utf-8"_s, u"text/plain"_s, u"UTF8_STRING"_s, u"STRING"_s,
+                               u"TEXT"_s};
 const QString pictureOfQt = u"application/x-qt-image"_s; // stands for every format that Qt can write
 struct PictureType {
     QString type;

@@ -8,4 +8,7 @@ void Notification::show(const QString &, const QString &, const std::function<vo
     unserved();
 }
 
+// Windows of our own do that here.
+void Notification::offer(const QString &, const QString &, const QString &, const QList<Action> &) {}
+
 } // namespace qm

@@ -49,11 +49,16 @@ public Q_SLOTS:
     {
         if (refuses)
             sendErrorReply(QDBusError::LimitsExceeded);
-        else if (replaces == 0 && actions.isEmpty())
+        else if (replaces == 0 && !hints.contains(u"image-path"_s))
             shown << application + u'|' + icon + u'|' + title + u'|' + text + u'|' +
                          hints[u"desktop-entry"_s].toString();
-        return 1;
+        else
+            shown << title + u'|' + actions.join(u',') + u'|' + hints[u"image-path"_s].toString();
+        return uint(shown.size());
     }
+
+Q_SIGNALS:
+    void ActionInvoked(uint id, const QString &key);
 };
 
 // On a session bus of its own.
@@ -107,7 +112,8 @@ private Q_SLOTS:
 
         MessageServer server;
         auto there = QDBusConnection::connectToBus(qEnvironmentVariable("DBUS_SESSION_BUS_ADDRESS"), u"s"_s);
-        QVERIFY(there.registerObject(u"/org/freedesktop/Notifications"_s, &server, QDBusConnection::ExportAllSlots));
+        QVERIFY(there.registerObject(u"/org/freedesktop/Notifications"_s, &server,
+                                     QDBusConnection::ExportAllSlots | QDBusConnection::ExportAllSignals));
         QVERIFY(there.registerService(u"org.freedesktop.Notifications"_s));
         for (const auto &[capability, text] :
              {std::pair(u"body"_s, u"<b> & \"c\""_s), {u"body-markup"_s, u"&lt;b&gt; &amp; &quot;c&quot;"_s}}) {
@@ -119,6 +125,28 @@ private Q_SLOTS:
                 QStringList(u"Quillmere|org.quillmere.Quillmere|A & B|%1|org.quillmere.Quillmere"_s.arg(text)));
         }
         QCOMPARE(unserved, 1);
+
+        // What can be done about a picture, for the newest message and its own buttons only.
+        QStringList chosen;
+        const auto offer = [&](const QString &name) {
+            Notification::offer(name, {}, u"/日本 #1.png"_s,
+                                {{u"Open"_s, [&, name] { chosen << name + u" opened"_s; }},
+                                 {u"Copy"_s, [&, name] { chosen << name + u" copied"_s; }}});
+        };
+        for (const auto &[capability, actions] :
+             {std::pair(u"body"_s, u""_s), {u"actions"_s, u"default,Open,0,Open,1,Copy"_s}}) {
+            server.capabilities = {capability};
+            server.shown.clear();
+            offer(u"first"_s);
+            QTRY_COMPARE(server.shown,
+                         QStringList(u"first|"_s + actions + u"|file:///%E6%97%A5%E6%9C%AC%20%231.png"_s));
+        }
+        offer(u"second"_s);
+        QTRY_COMPARE(server.shown.size(), 2);
+        for (const auto &[id, key] : {std::pair(1U, u"1"_s), {2U, u"7"_s}, {2U, u"1"_s}, {2U, u"default"_s}})
+            Q_EMIT server.ActionInvoked(id, key);
+        QTRY_COMPARE(chosen, (QStringList{u"second copied"_s, u"second opened"_s}));
+
         server.refuses = true;
         show();
         QTRY_COMPARE(unserved, 2);

@@ -51,23 +51,25 @@ SwayDesktop::SwayDesktop(const QList<Output> &outputs)
                                "focus_follows_mouse no\nseat seat0 fallback true\n";
     for (qsizetype i = 0; i < outputs.size(); ++i) {
         const Output &output = outputs[i];
-        configuration += u"output HEADLESS-%1 resolution %2x%3 position %4 %5 scale %6 transform %7 bg #3d6a94 solid_color\n"_s
-                             .arg(i + 1)
-                             .arg(output.pixels.width())
-                             .arg(output.pixels.height())
-                             .arg(output.at.x())
-                             .arg(output.at.y())
-                             .arg(output.scale)
-                             .arg(QLatin1StringView(output.transform))
-                             .toUtf8();
-        const bool isTurned = QByteArrayView(output.transform).contains("90") || QByteArrayView(output.transform) == "270";
+        configuration +=
+            u"output HEADLESS-%1 resolution %2x%3 position %4 %5 scale %6 transform %7 bg #3d6a94 solid_color\n"_s
+                .arg(i + 1)
+                .arg(output.pixels.width())
+                .arg(output.pixels.height())
+                .arg(output.at.x())
+                .arg(output.at.y())
+                .arg(output.scale)
+                .arg(QLatin1StringView(output.transform))
+                .toUtf8();
+        const bool isTurned =
+            QByteArrayView(output.transform).contains("90") || QByteArrayView(output.transform) == "270";
         const QSize upright = isTurned ? output.pixels.transposed() : output.pixels;
         m_extent |= QRect(output.at, QSizeF(upright / output.scale).toSize());
     }
     m_home.write(u"sway.conf"_s, configuration);
     const QByteArray folder = m_runtime.path().toUtf8();
-    if (geteuid() == 0 && (chown(folder.constData(), nobody, nobody) != 0 ||
-                           chmod(m_home.path().toUtf8().constData(), 0755) != 0))
+    if (geteuid() == 0 &&
+        (chown(folder.constData(), nobody, nobody) != 0 || chmod(m_home.path().toUtf8().constData(), 0755) != 0))
         qFatal("cannot give %s away", folder.constData());
 
     qputenv("SWAYSOCK", folder + "/sway");
@@ -103,7 +105,8 @@ SwayDesktop::SwayDesktop(const QList<Output> &outputs)
     m_pointer = zwlr_virtual_pointer_manager_v1_create_virtual_pointer(pointers, seat);
     m_keyboard = zwp_virtual_keyboard_manager_v1_create_virtual_keyboard(keyboards, seat);
     xkb_context *context = xkb_context_new(XKB_CONTEXT_NO_FLAGS);
-    const xkb_rule_names layout = {.rules = nullptr, .model = nullptr, .layout = "us", .variant = nullptr, .options = nullptr};
+    const xkb_rule_names layout = {
+        .rules = nullptr, .model = nullptr, .layout = "us", .variant = nullptr, .options = nullptr};
     xkb_keymap *keymap = xkb_keymap_new_from_names(context, &layout, XKB_KEYMAP_COMPILE_NO_FLAGS);
     m_keys = xkb_state_new(keymap);
     char *text = xkb_keymap_get_as_string(keymap, XKB_KEYMAP_FORMAT_TEXT_V1);

@@ -40,8 +40,8 @@ public:
 
     QProcess &start(const QString &program, const QStringList &arguments, const QStringList &extraEnvironment = {});
     QByteArray run(const QString &program, const QStringList &arguments); // what it prints
-    void command(const QString &words);                                  // sway's own, as in its configuration
-    void stop();                                                         // as a crash would
+    void command(const QString &words);                                   // sway's own, as in its configuration
+    void stop();                                                          // as a crash would
 
     void movePointer(QPoint to);
     void buttonDown() { button(true); }

@@ -24,7 +24,8 @@ PointerPicture::~PointerPicture()
     wl_surface_destroy(m_surface);
 }
 
-void PointerPicture::set(wl_pointer *pointer, quint32 serial, OverlayDesktop::Pointer shape, double scale, QPoint offset)
+void PointerPicture::set(wl_pointer *pointer, quint32 serial, OverlayDesktop::Pointer shape, double scale,
+                         QPoint offset)
 {
     ShmBuffer *picture = drawn(shape, scale);
     if (!picture)

@@ -169,9 +169,7 @@ void WaylandOverlay::key(quint32 code, bool isDown)
 OverlayDesktop::Input WaylandOverlay::keyInput(Input::Kind kind, quint32 code) const
 {
     const quint32 symbol = m_keymap.symbol(code);
-    return {.kind = kind,
-            .key = KeySymbols::meaning(symbol),
-            .isTrigger = KeySymbols::isTrigger(symbol, m_trigger)};
+    return {.kind = kind, .key = KeySymbols::meaning(symbol), .isTrigger = KeySymbols::isTrigger(symbol, m_trigger)};
 }
 
 void WaylandOverlay::paint(const OverlayFrame &frame, const QRegion &region)

@@ -23,8 +23,7 @@ const QString program = QStringLiteral(QM_PROGRAMS "/qmcapture");
 constexpr QSize plain(1000, 600), fine(1200, 800);
 
 // A monitor of one pixel a point, one of two on its right, and below the first one that stands upright, of 1.25.
-const QList<SwayDesktop::Output> outputs = {
-    {plain, {0, 0}}, {fine, {1000, 0}, 2}, {{1000, 500}, {0, 600}, 1.25, "90"}};
+const QList<SwayDesktop::Output> outputs = {{plain, {0, 0}}, {fine, {1000, 0}, 2}, {{1000, 500}, {0, 600}, 1.25, "90"}};
 // Where the overlay has their pixels.
 constexpr QRect ground(0, 500, 300, 100); // where the pointer, which sway may paint itself, does not come
 const QList<QRect> areas = {{{0, 0}, plain}, {{1000, 0}, fine}, {0, 600, 500, 1000}};
@@ -77,13 +76,17 @@ private Q_SLOTS:
         const auto drags = [](QPoint from, QPoint to) { return Steps([=](SwayDesktop &d) { d.drag(from, to); }); };
         const QStringList region = {u"-i"_s}, window = {u"-iw"_s};
         QTest::newRow("plain") << region << drags({90, 120}, {489, 319}) << QRect(90, 120, 400, 200) << 72;
-        QTest::newRow("two pixels a point") << region << drags({1150, 100}, {1250, 200}) << QRect(1300, 200, 201, 201) << 144;
+        QTest::newRow("two pixels a point")
+            << region << drags({1150, 100}, {1250, 200}) << QRect(1300, 200, 201, 201) << 144;
         QTest::newRow("turned") << region << drags({80, 720}, {160, 840}) << QRect(100, 750, 101, 151) << 72;
         QTest::newRow("across monitors") << region << drags({900, 100}, {1010, 120}) << QRect(900, 100, 121, 141) << 72;
-        QTest::newRow("window") << window << Steps([](SwayDesktop &d) { d.drag({500, 100}, {500, 100}); })
-                                << QRect(450, 50, 300, 200) << 72;
-        QTest::newRow("covered window") << window << Steps([](SwayDesktop &d) { d.drag({200, 400}, {200, 400}); })
-                                        << QRect(100, 100, 500, 400) << 72;
+        QTest::newRow("window") << window << Steps([](SwayDesktop &d) {
+            d.drag({500, 100}, {500, 100});
+        }) << QRect(450, 50, 300, 200)
+                                << 72;
+        QTest::newRow("covered window") << window << Steps([](SwayDesktop &d) {
+            d.drag({200, 400}, {200, 400});
+        }) << QRect(100, 100, 500, 400) << 72;
         QTest::newRow("monitor by Return") << region << Steps([](SwayDesktop &d) {
             d.movePointer({1200, 300});
             d.tap(Key::enter);
@@ -102,7 +105,8 @@ private Q_SLOTS:
                                         << Steps([](SwayDesktop &d) { d.tap(Key::rightShift); }) << QRect() << 0;
         QTest::newRow("--desktop") << QStringList{u"--desktop"_s} << Steps() << m_before.rect() << 144;
         QTest::newRow("--monitor") << QStringList{u"--monitor"_s} << Steps() << areas[0] << 72;
-        QTest::newRow("--area") << QStringList{u"--area"_s, u"1100,60,50,40"_s} << Steps() << QRect(1100, 60, 50, 40) << 144;
+        QTest::newRow("--area") << QStringList{u"--area"_s, u"1100,60,50,40"_s} << Steps() << QRect(1100, 60, 50, 40)
+                                << 144;
     }
     void pictures()
     {
