@@ -38,6 +38,6 @@ set(CPACK_DEBIAN_PACKAGE_SHLIBDEPS ON)
 # Dependencies that no library implies: text recognition data, plugins for rarer formats, for the icons' SVG and for the
 # system's display. Recommended: data for Japanese in columns, Japanese fonts and the translations of Qt's own texts.
 set(CPACK_DEBIAN_PACKAGE_DEPENDS
-    "tesseract-ocr-eng, tesseract-ocr-jpn, tesseract-ocr-script-jpan, qt6-image-formats-plugins, libqt6svg6")
+    "tesseract-ocr-eng, tesseract-ocr-jpn, tesseract-ocr-script-jpan, qt6-image-formats-plugins, qt6-wayland, libqt6svg6")
 set(CPACK_DEBIAN_PACKAGE_RECOMMENDS "tesseract-ocr-script-jpan-vert, fonts-noto-cjk, qt6-translations-l10n")
 include(CPack)

@@ -43,6 +43,12 @@ if(NOT APPLE)
         DESTINATION ${CMAKE_INSTALL_DATADIR}/icons/hicolor/scalable/apps RENAME org.quillmere.Quillmere.svg)
     install(FILES packaging/org.quillmere.Quillmere.desktop packaging/org.quillmere.Quillmere.annotate.desktop
         DESTINATION ${CMAKE_INSTALL_DATADIR}/applications)
+    # KWin knows a program by its whole path, which is known when it is installed.
+    set(entry org.quillmere.Quillmere.capture.desktop)
+    install(CODE "
+        set(QM_CAPTURE_TOOL \"\${CMAKE_INSTALL_PREFIX}/${QM_PROGRAM_FOLDER}/qmcapture\")
+        configure_file(\"${CMAKE_SOURCE_DIR}/packaging/${entry}.in\" \"${CMAKE_BINARY_DIR}/${entry}\" @ONLY)")
+    install(FILES ${CMAKE_BINARY_DIR}/${entry} DESTINATION ${CMAKE_INSTALL_DATADIR}/applications)
     install(FILES packaging/org.quillmere.Quillmere.metainfo.xml DESTINATION ${CMAKE_INSTALL_DATADIR}/metainfo)
 endif()
 

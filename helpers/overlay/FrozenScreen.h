@@ -21,6 +21,7 @@ public:
     virtual QRect area() const = 0;
     virtual const QList<Monitor> &monitors() const = 0;     // at least one
     virtual const QList<ScreenWindow> &windows() const = 0; // bottom first
+    virtual bool knowsWindows() const = 0;                  // else there are none in the list
     virtual bool isComposited() const = 0;                  // windows keep their own pixels, even where covered
 
     // The pointer's pixel; std::nullopt if it is not known.

@@ -18,7 +18,7 @@ class Overlay
 public:
     struct Options {
         Picker::Mode mode = Picker::Mode::region;
-        Picker::Offer offer = Picker::Offer::both;
+        Picker::Offer offer = Picker::Offer::all;
         QRect lastRegion = {}; // may be taken again; null if there is none
         // How long to wait for keyboard and pointer while another program has them. The screen is frozen all the same.
         std::chrono::milliseconds patience = std::chrono::seconds(1);

@@ -115,11 +115,12 @@ QString OverlayScene::hintText(const Picker &picker, bool all) const
     const bool isRegion = picker.mode() == Picker::Mode::region;
     QStringList parts{isRegion ? AppLocale::text(u"Drag to select", u"ドラッグで範囲を選択")
                                : AppLocale::text(u"Click a window", u"クリックでウィンドウを選択")};
-    if (m_offer == Picker::Offer::both) {
+    if (m_offer != Picker::Offer::regionOnly) {
         if (isRegion && all)
             parts << AppLocale::text(u"Return for the screen", u"Return で画面全体");
-        parts << (isRegion ? AppLocale::text(u"Space for a window", u"スペースでウィンドウ")
-                           : AppLocale::text(u"Space for a region", u"スペースで範囲"));
+        if (m_offer == Picker::Offer::all)
+            parts << (isRegion ? AppLocale::text(u"Space for a window", u"スペースでウィンドウ")
+                               : AppLocale::text(u"Space for a region", u"スペースで範囲"));
         if (!picker.lastRegion().isNull() && all)
             parts << AppLocale::text(u"R for the last region", u"R で前回の範囲");
         if (isRegion && all)

@@ -11,7 +11,7 @@ constexpr double dragThreshold = 3; // points; a hand moves about that much duri
 Picker::Picker(Mode mode, Offer offer, const Start &start)
     : m_start(start)
     , m_offer(offer)
-    , m_mode(mode)
+    , m_mode(offer == Offer::all ? mode : Mode::region)
     , m_selection(start.bounds, int(std::lround(dragThreshold * start.scale)))
     , m_pointer(start.pointer)
     , m_shift(start.shift)
@@ -68,7 +68,7 @@ void Picker::keyDown(Key key, bool isTrigger)
     case Key::space:
         if (isDragging())
             m_selection.setMoving(true);
-        else if (!m_space && !m_pressed && m_offer == Offer::both)
+        else if (!m_space && !m_pressed && m_offer == Offer::all)
             m_mode = m_mode == Mode::region ? Mode::window : Mode::region;
         m_space = true;
         break;
@@ -78,7 +78,7 @@ void Picker::keyDown(Key key, bool isTrigger)
     case Key::down: nudge({0, 1}); break;
     case Key::control: m_control = true; break;
     case Key::color:
-        if (m_mode == Mode::region && m_offer == Offer::both)
+        if (m_mode == Mode::region && m_offer != Offer::regionOnly)
             choose(Result::color, QRect(m_pointer, QSize(1, 1)));
         break;
     case Key::again:
@@ -143,7 +143,7 @@ void Picker::finish()
 void Picker::finishByKey()
 {
     finish();
-    if (m_result != Result::open || m_mode == Mode::window || m_pressed || m_offer != Offer::both)
+    if (m_result != Result::open || m_mode == Mode::window || m_pressed || m_offer == Offer::regionOnly)
         return;
     for (const QRect &monitor : m_start.monitors) {
         if (monitor.contains(m_pointer))

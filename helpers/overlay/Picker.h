@@ -11,7 +11,7 @@ class Picker
 {
 public:
     enum class Mode { region, window };
-    enum class Offer { both, regionOnly };
+    enum class Offer { all, noWindows, regionOnly }; // noWindows: nobody knows where they are
     enum class Key { escape, enter, space, shift, control, left, right, up, down, color, again, other };
     enum class Button { left, right, other };
     enum class Result { open, cancelled, region, window, monitor, color };

@@ -3,6 +3,7 @@
 #include "config/CaptureNames.h"
 #include "helpers/overlay/Fonts.h"
 #include "helpers/overlay/Overlay.h"
+#include "helpers/wayland/desktop/DesktopFreeze.h"
 #include "helpers/wayland/overlay/WaylandOverlay.h"
 #include "helpers/x11/overlay/X11Overlay.h"
 #include "imaging/PngWriter.h"
@@ -56,9 +57,8 @@ std::unique_ptr<FrozenScreen> screenBehind(const RaisedCurtain &curtain)
 
 QImage chosenPixels(FrozenScreen &screen, const Overlay::Choice &choice)
 {
-    if (choice.result == Picker::Result::window &&
-        (!isWhollyVisible(screen.windows(), choice.window, screen.area()) ||
-         screen.windows()[choice.window].depth == 32)) {
+    if (choice.result == Picker::Result::window && (!isWhollyVisible(screen.windows(), choice.window, screen.area()) ||
+                                                    screen.windows()[choice.window].depth == 32)) {
         QImage own = screen.windowPixels(choice.window);
         if (!own.isNull())
             return own;
@@ -71,8 +71,7 @@ QRect areaOf(const CaptureRequest &request, FrozenScreen &screen)
 {
     switch (request.way) {
     case CaptureRequest::Way::area: return request.area;
-    case CaptureRequest::Way::monitor:
-        return monitorAt(screen.monitors(), screen.pointer().value_or(QPoint())).area;
+    case CaptureRequest::Way::monitor: return monitorAt(screen.monitors(), screen.pointer().value_or(QPoint())).area;
     default: return screen.area();
     }
 }
@@ -132,7 +131,9 @@ extern "C" Q_DECL_EXPORT int quillmereChoose(const RaisedCurtain &curtain, const
     Overlay::Choice choice;
     if (request.way == Way::region || request.way == Way::window) {
         desktop = overlayOn(curtain, request.trigger);
+        using Offer = Picker::Offer;
         Overlay overlay(*desktop, {.mode = request.way == Way::region ? Picker::Mode::region : Picker::Mode::window,
+                                   .offer = desktop->screen().knowsWindows() ? Offer::all : Offer::noWindows,
                                    .lastRegion = request.lastRegion,
                                    .patience = request.isPatient ? 60s : 1s,
                                    .makeReadyForText = [&] { fonts = startFonts(); }});
@@ -163,4 +164,10 @@ extern "C" Q_DECL_EXPORT int quillmereChoose(const RaisedCurtain &curtain, const
     return save(request, {pixels, QSizeF(pixels.size()) / scale}, what);
 }
 
+extern "C" Q_DECL_EXPORT WaylandCurtain::Frozen quillmereFreeze(const WaylandOutputs &outputs)
+{
+    return freezeByDesktop(outputs);
+}
+
 static_assert(std::is_same_v<ChooseFunction, decltype(&quillmereChoose)>);
+static_assert(std::is_same_v<FreezeFunction, decltype(&quillmereFreeze)>);

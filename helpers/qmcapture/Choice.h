@@ -1,11 +1,12 @@
 #pragma once
 
+#include "helpers/wayland/WaylandCurtain.h"
+
 #include <QRect>
 
 namespace qm {
 
 class Curtain;
-class WaylandCurtain;
 
 // What qmcapture has been asked for on its command line. Rectangles are pixels of the whole desktop.
 struct CaptureRequest {
@@ -30,6 +31,11 @@ struct RaisedCurtain {
 // everything that needs Qt is loaded only after the curtain is up.
 using ChooseFunction = int (*)(const RaisedCurtain &curtain, const CaptureRequest &request);
 constexpr char chooseFunctionName[] = "quillmereChoose";
+
+// Freezes the screen where a Wayland compositor does not let programs read it themselves.
+using FreezeFunction = WaylandCurtain::Frozen (*)(const WaylandOutputs &outputs);
+constexpr char freezeFunctionName[] = "quillmereFreeze";
+
 constexpr char choiceLibraryName[] = "qmcapture.so"; // next to the program
 
 } // namespace qm

@@ -9,6 +9,8 @@
 //   --patient        wait a minute, not a second, for a program that has grabbed the input: its menu is to be captured
 //   --trigger NAME   the modifier key that starts captures: tapped at once, it cancels
 //   --unsaved PATH   where the picture goes if PATH cannot be written
+// QUILLMERE_DISPLAY=x11 prefers X11 where both are; desktop asks the desktop for the pictures, as compositors demand that let
+// nobody read the screen.
 // Rectangles are pixels of the whole desktop. Standard output has one line of JSON about what became of it:
 //   {"area":[x,y,w,h],"what":"region"|"window"|"screen","file":PATH}
 //   {"area":[x,y,w,h],"color":"#rrggbb"}          the user took a colour
@@ -45,6 +47,12 @@ int fail(const char *reason, const std::string &subject = {})
 {
     std::fprintf(stderr, "qmcapture: %s%s\n", reason, subject.c_str());
     return 1;
+}
+
+std::string_view variable(const char *name) // empty if it is not set
+{
+    const char *value = std::getenv(name);
+    return value ? value : "";
 }
 
 std::string folderOf(const std::string &path)
@@ -99,19 +107,19 @@ std::optional<CaptureRequest> parse(int count, char **values)
     return request;
 }
 
-ChooseFunction loadRest()
+// What is to be found in the rest of this program, which needs Qt. Null if it cannot be loaded.
+void *fromRest(const char *name)
 {
     char program[PATH_MAX] = {};
     if (readlink("/proc/self/exe", program, sizeof program - 1) < 0)
         return nullptr;
     void *library = dlopen((folderOf(program) + '/' + choiceLibraryName).c_str(), RTLD_LAZY);
-    return library ? reinterpret_cast<ChooseFunction>(dlsym(library, chooseFunctionName)) : nullptr;
+    return library ? dlsym(library, name) : nullptr;
 }
 
-// With what the curtain hides, once there is one.
 int choose(const RaisedCurtain &curtain, const CaptureRequest &request)
 {
-    const ChooseFunction function = loadRest();
+    const auto function = reinterpret_cast<ChooseFunction>(fromRest(chooseFunctionName));
     if (!function)
         return fail("cannot load ", std::string(choiceLibraryName) + ": " + dlerror());
     return function(curtain, request);
@@ -132,14 +140,21 @@ int captureOnX11(XConnection &server, const CaptureRequest &request)
     return choose({.x11 = &curtain}, request);
 }
 
-int captureOnWayland(WaylandServer &server, const CaptureRequest &request)
+int captureOnWayland(WaylandServer &server, const CaptureRequest &request, WaylandCurtain::Freeze freeze)
 {
     using Kind = WaylandCurtain::Kind;
     if (!WaylandClaim::take())
         return 0;
-    WaylandCurtain curtain(server, asks(request)                                  ? Kind::covering
-                                   : request.way == CaptureRequest::Way::monitor ? Kind::unseen
-                                                                                 : Kind::absent);
+    WaylandCurtain curtain(server,
+                           asks(request)                                 ? Kind::covering
+                           : request.way == CaptureRequest::Way::monitor ? Kind::unseen
+                                                                         : Kind::absent,
+                           freeze, [](const WaylandOutputs &outputs) {
+                               const auto function = reinterpret_cast<FreezeFunction>(fromRest(freezeFunctionName));
+                               return function ? function(outputs) : WaylandCurtain::Frozen{.failure = dlerror()};
+                           });
+    if (curtain.isCancelled())
+        return 0;
     if (!curtain.failure().empty())
         return fail(curtain.failure().c_str());
     return choose({.wayland = &curtain}, request);
@@ -156,11 +171,13 @@ int main(int argc, char **argv)
     if (!request)
         return fail("usage: qmcapture [OPTION...] -i|-iw|--monitor|--desktop|--area X,Y,W,H PATH");
 
-    const char *wanted = std::getenv("QUILLMERE_DISPLAY");
-    const bool mayBeWayland = !wanted || std::string_view(wanted) != "x11";
-    if (const char *display = std::getenv("WAYLAND_DISPLAY"); mayBeWayland && display && *display) {
+    // An X server beside a Wayland compositor shows the windows of old programs, and black.
+    const std::string_view wanted = variable("QUILLMERE_DISPLAY");
+    if (wanted != "x11" && !variable("WAYLAND_DISPLAY").empty()) {
         if (const std::unique_ptr<WaylandServer> server = WaylandServer::connect())
-            return captureOnWayland(*server, *request);
+            return captureOnWayland(*server, *request,
+                                    wanted == "desktop" ? WaylandCurtain::Freeze::byDesktop
+                                                        : WaylandCurtain::Freeze::byCompositor);
     }
     if (const std::unique_ptr<XConnection> server = XConnection::open())
         return captureOnX11(*server, *request);

@@ -12,14 +12,15 @@ using namespace std::chrono_literals;
 
 static constexpr auto configureLimit = 2s; // of a compositor that is busy
 
-WaylandCurtain::WaylandCurtain(WaylandServer &server, Kind kind)
+WaylandCurtain::WaylandCurtain(WaylandServer &server, Kind kind, Freeze how,
+                               const std::function<Frozen(const WaylandOutputs &)> &byDesktop)
     : m_server(server)
     , m_globals(server)
     , m_seat(server)
     , m_outputs(server)
 {
-    freeze();
-    if (m_failure.empty() && kind != Kind::absent)
+    freeze(how, byDesktop);
+    if (!m_pictures.empty() && kind != Kind::absent)
         show(kind);
 }
 
@@ -29,19 +30,19 @@ void WaylandCurtain::lift()
     wl_display_flush(m_server.get());
 }
 
-void WaylandCurtain::freeze()
+void WaylandCurtain::freeze(Freeze how, const std::function<Frozen(const WaylandOutputs &)> &byDesktop)
 {
     if (m_outputs.all().empty() || !m_globals.suffice()) {
         m_failure = "this compositor shows no monitor, or lets nothing be shown on one";
         return;
     }
-    if (!Screencopy::isOffered(m_server)) {
-        m_failure = "this compositor does not allow reading the screen";
-        return;
+    if (how == Freeze::byCompositor && Screencopy::isOffered(m_server))
+        m_pictures = Screencopy(m_server, m_globals.shm).take(m_outputs);
+    if (m_pictures.empty()) {
+        Frozen frozen = byDesktop(m_outputs);
+        m_pictures = std::move(frozen.pictures);
+        m_failure = std::move(frozen.failure);
     }
-    m_pictures = Screencopy(m_server, m_globals.shm).take(m_outputs);
-    if (m_pictures.empty())
-        m_failure = "the compositor refused the picture of a monitor";
     m_windows = swayTree();
 }
 

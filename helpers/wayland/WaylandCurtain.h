@@ -5,6 +5,7 @@
 #include "helpers/wayland/WaylandOutputs.h"
 #include "helpers/wayland/WaylandSeat.h"
 
+#include <functional>
 #include <string>
 
 namespace qm {
@@ -17,11 +18,20 @@ public:
     // Unseen: the screen is frozen, and covered with something that cannot be seen: only so does one learn where the pointer
     // is. Absent: it is frozen, and that is all.
     enum class Kind { covering, unseen, absent };
-    WaylandCurtain(WaylandServer &server, Kind kind); // returns once all has been sent to the compositor
+    // The pictures of all monitors. Without any, and without a failure, the user has cancelled.
+    struct Frozen {
+        std::vector<OutputPicture> pictures = {};
+        std::string failure = {};
+    };
+    // byDesktop is how it is done wherever the compositor does not offer its pixels. Returns once all has been sent to the
+    // compositor.
+    enum class Freeze { byCompositor, byDesktop };
+    WaylandCurtain(WaylandServer &server, Kind kind, Freeze freeze,
+                   const std::function<Frozen(const WaylandOutputs &)> &byDesktop);
     Q_DISABLE_COPY_MOVE(WaylandCurtain)
 
-    // Empty, or why there is no curtain: in English, for stderr.
-    const std::string &failure() const { return m_failure; }
+    bool isCancelled() const { return m_pictures.empty() && m_failure.empty(); }
+    const std::string &failure() const { return m_failure; } // empty, or why there is no curtain
 
     WaylandServer &server() const { return m_server; }
     WaylandSeat &seat() { return m_seat; }
@@ -35,7 +45,7 @@ public:
     void lift(); // takes it off the screen
 
 private:
-    void freeze();
+    void freeze(Freeze freeze, const std::function<Frozen(const WaylandOutputs &)> &byDesktop);
     void show(Kind kind);
 
     WaylandServer &m_server;

@@ -15,6 +15,7 @@ public:
     QRect area() const override { return m_layout.bounds(); }
     const QList<Monitor> &monitors() const override { return m_monitors; }
     const QList<ScreenWindow> &windows() const override { return m_windows; }
+    bool knowsWindows() const override { return !m_curtain.windows().empty(); }
     bool isComposited() const override { return false; } // they are, but nobody gets at the windows' own pixels
     std::optional<QPoint> pointer() override; // only of a curtain that is not absent, and before an overlay has it
     const QImage &pixels() override;

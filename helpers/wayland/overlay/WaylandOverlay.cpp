@@ -151,7 +151,11 @@ void WaylandOverlay::moved(QPointF at)
 {
     if (m_output < 0)
         return;
-    m_pointer = m_screen.layout().pixelAt(m_output, at);
+    // GNOME may count in pixels where it places monitors, and in larger units on a surface.
+    const QSizeF logical = m_curtain.outputs().all()[size_t(m_output)]->logical.size();
+    const QSizeF own = m_parts[m_output].surface->size();
+    m_pointer = m_screen.layout().pixelAt(
+        m_output, {at.x() * logical.width() / own.width(), at.y() * logical.height() / own.height()});
     add({.kind = Input::Kind::move, .at = m_pointer});
 }
 

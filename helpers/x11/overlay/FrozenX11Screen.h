@@ -15,6 +15,7 @@ public:
     QRect area() const override { return m_curtain.server().area(); }
     const QList<Monitor> &monitors() const override { return m_monitors; }
     const QList<ScreenWindow> &windows() const override { return m_windows; }
+    bool knowsWindows() const override { return true; }
     bool isComposited() const override { return m_curtain.windows().isComposited; }
     std::optional<QPoint> pointer() override;
     const QImage &pixels() override;

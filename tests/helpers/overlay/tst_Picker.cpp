@@ -84,7 +84,7 @@ private Q_SLOTS:
         QFETCH(QString, steps);
         const QList<ScreenWindow> windows = {
             {.top = 1, .topArea = {100, 100, 300, 200}, .frame = {100, 100, 300, 200}, .depth = 24, .title = {}}};
-        Picker picker(mode, Picker::Offer::both,
+        Picker picker(mode, Picker::Offer::all,
                       {.windows = windows,
                        .monitors = {{0, 0, 600, 800}, {600, 0, 400, 700}},
                        .bounds = {0, 0, 1000, 800},

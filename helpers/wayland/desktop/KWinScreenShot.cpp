@@ -1,0 +1,114 @@
+#include "helpers/wayland/desktop/KWinScreenShot.h"
+
+#include "helpers/wayland/desktop/PictureOfImage.h"
+#include "helpers/wayland/desktop/UserBus.h"
+
+#include <QImage>
+
+#include <algorithm>
+#include <fcntl.h>
+#include <map>
+#include <poll.h>
+#include <unistd.h>
+
+namespace qm {
+
+using namespace std::chrono_literals;
+
+namespace {
+
+constexpr auto limit = 5s; // it takes a tenth of a second
+constexpr uint32_t largestSide = 32767;
+
+// The answer's numbers; it has texts, too, which are not needed.
+std::map<std::string, uint32_t> numbersOf(sd_bus_message *answer)
+{
+    std::map<std::string, uint32_t> numbers;
+    if (sd_bus_message_enter_container(answer, 'a', "{sv}") < 0)
+        return numbers;
+    while (sd_bus_message_enter_container(answer, 'e', "sv") > 0) {
+        const char *key = nullptr, *content = nullptr;
+        uint32_t number = 0;
+        if (sd_bus_message_read(answer, "s", &key) < 0)
+            break;
+        sd_bus_message_peek_type(answer, nullptr, &content);
+        if (content && *content == 'u' && sd_bus_message_read(answer, "v", "u", &number) > 0)
+            numbers[key] = number;
+        else
+            sd_bus_message_skip(answer, "v");
+        sd_bus_message_exit_container(answer);
+    }
+    return numbers;
+}
+
+// False if it does not all come in time.
+bool readAll(int file, uchar *to, size_t count)
+{
+    for (size_t received = 0; received < count;) {
+        pollfd ready = {file, POLLIN, 0};
+        if (poll(&ready, 1, int(std::chrono::milliseconds(limit).count())) <= 0)
+            return false;
+        const ssize_t got = read(file, to + received, count - received);
+        if (got <= 0)
+            return false;
+        received += size_t(got);
+    }
+    return true;
+}
+
+// What the answer says is not taken on trust: a wrong size would be read beyond the memory.
+QImage received(int file, const std::map<std::string, uint32_t> &numbers)
+{
+    const auto number = [&numbers](const char *key) {
+        const auto found = numbers.find(key);
+        return found == numbers.end() ? 0 : found->second;
+    };
+    const uint32_t width = number("width"), height = number("height"), stride = number("stride");
+    const auto format = QImage::Format(number("format"));
+    if (width < 1 || width > largestSide || height < 1 || height > largestSide || stride > largestSide * 8 ||
+        format <= QImage::Format_Indexed8 || format >= QImage::NImageFormats)
+        return {};
+    QImage image(int(width), int(height), format);
+    if (image.isNull() || stride < uint32_t(image.depth()) / 8 * width)
+        return {};
+    std::vector<uchar> row(stride);
+    for (int y = 0; y < image.height(); ++y) {
+        if (!readAll(file, row.data(), row.size()))
+            return {};
+        std::copy_n(row.data(), std::min(size_t(stride), size_t(image.bytesPerLine())), image.scanLine(y));
+    }
+    return image;
+}
+
+QImage takeOne(const UserBus &bus, const std::string &output)
+{
+    int ends[2];
+    if (pipe2(ends, O_CLOEXEC) != 0)
+        return {};
+    const BusMessage question =
+        bus.newCall("org.kde.KWin", "/org/kde/KWin/ScreenShot2", "org.kde.KWin.ScreenShot2", "CaptureScreen");
+    BusMessage answer;
+    if (question &&
+        sd_bus_message_append(question.get(), "sa{sv}h", output.c_str(), 1, "native-resolution", "b", 1, ends[1]) >= 0)
+        answer = bus.call(question, limit);
+    close(ends[1]); // or its end never comes
+    const QImage image = answer ? received(ends[0], numbersOf(answer.get())) : QImage();
+    close(ends[0]);
+    return image;
+}
+
+} // namespace
+
+std::vector<OutputPicture> KWinScreenShot::take(const UserBus &bus, const WaylandOutputs &outputs)
+{
+    std::vector<OutputPicture> pictures;
+    for (const std::unique_ptr<WaylandOutput> &output : outputs.all()) {
+        const QImage image = takeOne(bus, output->name);
+        if (image.isNull())
+            return {};
+        pictures.push_back(pictureOf(image));
+    }
+    return pictures;
+}
+
+} // namespace qm

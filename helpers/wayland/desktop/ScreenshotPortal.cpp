@@ -1,0 +1,138 @@
+#include "helpers/wayland/desktop/ScreenshotPortal.h"
+
+#include "helpers/wayland/desktop/PictureOfImage.h"
+#include "helpers/wayland/desktop/UserBus.h"
+#include "imaging/ImageFile.h"
+
+#include <QDeadlineTimer>
+#include <QElapsedTimer>
+#include <QFile>
+#include <QUrl>
+
+#include <algorithm>
+#include <cmath>
+#include <optional>
+
+namespace qm {
+
+using namespace std::chrono_literals;
+
+namespace {
+
+constexpr char service[] = "org.freedesktop.portal.Desktop";
+constexpr auto startLimit = 10s;   // for the portal itself, which the call may start
+constexpr auto questionLimit = 60s;
+constexpr auto humanly = 50ms; // no user answers faster
+constexpr char token[] = "quillmere";
+
+struct Response {
+    std::optional<uint32_t> code = {};
+    QString uri = {};
+};
+
+int responded(sd_bus_message *message, void *data, sd_bus_error *)
+{
+    Response &response = *static_cast<Response *>(data);
+    uint32_t code = 2;
+    if (sd_bus_message_read(message, "u", &code) < 0 || sd_bus_message_enter_container(message, 'a', "{sv}") < 0)
+        return 0;
+    while (sd_bus_message_enter_container(message, 'e', "sv") > 0) {
+        const char *key = nullptr, *content = nullptr, *text = nullptr;
+        if (sd_bus_message_read(message, "s", &key) < 0)
+            break;
+        sd_bus_message_peek_type(message, nullptr, &content);
+        if (std::string_view(key) == "uri" && content && *content == 's' &&
+            sd_bus_message_read(message, "v", "s", &text) > 0)
+            response.uri = QString::fromUtf8(text);
+        else
+            sd_bus_message_skip(message, "v");
+        sd_bus_message_exit_container(message);
+    }
+    response.code = code;
+    return 0;
+}
+
+// Where the answer will come, which is known before the question is asked: it may come before the call returns.
+std::string requestPath(const UserBus &bus)
+{
+    const char *name = nullptr;
+    if (!bus.get() || sd_bus_get_unique_name(bus.get(), &name) < 0)
+        return {};
+    std::string sender = name + 1; // without its colon
+    std::replace(sender.begin(), sender.end(), '.', '_');
+    return "/org/freedesktop/portal/desktop/request/" + sender + '/' + token;
+}
+
+// The file is ours to remove: the portal leaves it among the user's pictures.
+QImage takenFrom(const QString &uri)
+{
+    const QString path = QUrl(uri).toLocalFile();
+    QFile file(path);
+    if (path.isEmpty() || !file.open(QIODevice::ReadOnly))
+        return {};
+    const QImage picture = ImageFile::load(file).image.pixels;
+    file.remove();
+    return picture;
+}
+
+} // namespace
+
+ScreenshotPortal::Answer ScreenshotPortal::take(const UserBus &bus)
+{
+    const std::string path = requestPath(bus);
+    Response response;
+    sd_bus_slot *slot = nullptr;
+    if (path.empty() || sd_bus_match_signal(bus.get(), &slot, nullptr, path.c_str(), "org.freedesktop.portal.Request",
+                                            "Response", responded, &response) < 0)
+        return {};
+    const BusSlot listening(slot);
+    const BusMessage question = bus.newCall(service, "/org/freedesktop/portal/desktop",
+                                            "org.freedesktop.portal.Screenshot", "Screenshot");
+    if (!question || sd_bus_message_append(question.get(), "sa{sv}", "", 2, "handle_token", "s", token, "interactive",
+                                           "b", 0) < 0)
+        return {};
+    QElapsedTimer asked;
+    asked.start();
+    if (!bus.call(question, startLimit))
+        return {};
+    const QDeadlineTimer deadline(questionLimit);
+    while (!response.code && !deadline.hasExpired()) {
+        const int handled = sd_bus_process(bus.get(), nullptr);
+        if (handled < 0)
+            return {};
+        if (handled == 0)
+            sd_bus_wait(bus.get(), uint64_t(deadline.remainingTime()) * 1000);
+    }
+    if (response.code == 0U) {
+        const QImage picture = takenFrom(response.uri);
+        return {picture.isNull() ? Answer::Kind::failed : Answer::Kind::picture, picture};
+    }
+    if (response.code == 2U && std::chrono::milliseconds(asked.elapsed()) < humanly)
+        return {.kind = Answer::Kind::denied};
+    return {.kind = response.code ? Answer::Kind::cancelled : Answer::Kind::failed};
+}
+
+std::vector<OutputPicture> ScreenshotPortal::cut(const QImage &picture, const WaylandOutputs &outputs)
+{
+    QRect all;
+    for (const std::unique_ptr<WaylandOutput> &output : outputs.all())
+        all |= output->logical;
+    const double scale = double(picture.width()) / all.width();
+    if (std::abs(picture.height() - all.height() * scale) > 1)
+        return {};
+    std::vector<OutputPicture> pictures;
+    for (const std::unique_ptr<WaylandOutput> &output : outputs.all()) {
+        const QRect place = output->logical.translated(-all.topLeft());
+        const auto pixel = [scale](int at) { return int(std::lround(at * scale)); };
+        const QRect part(QPoint(pixel(place.left()), pixel(place.top())),
+                         QPoint(pixel(place.right() + 1) - 1, pixel(place.bottom() + 1) - 1));
+        const QSize own = output->transform % 2 ? output->mode.transposed() : output->mode;
+        QImage shown = picture.copy(part);
+        if (shown.size() != own)
+            shown = shown.scaled(own, Qt::IgnoreAspectRatio, Qt::SmoothTransformation);
+        pictures.push_back(pictureOf(shown));
+    }
+    return pictures;
+}
+
+} // namespace qm

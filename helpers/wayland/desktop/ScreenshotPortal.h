@@ -1,0 +1,31 @@
+#pragma once
+
+#include "helpers/wayland/OutputPicture.h"
+#include "helpers/wayland/WaylandOutputs.h"
+
+#include <QImage>
+
+namespace qm {
+
+class UserBus;
+
+// The desktop portal's screenshots: org.freedesktop.portal.Screenshot, which asks the user for permission, in general once.
+namespace ScreenshotPortal {
+
+struct Answer {
+    enum class Kind {
+        picture,
+        cancelled, // by the user
+        denied,    // by the user, some time ago: nothing was asked now
+        failed,
+    } kind = Kind::failed;
+    QImage picture = {}; // the whole desktop
+};
+Answer take(const UserBus &bus); // within a minute, for someone reads a question
+
+// What each monitor shows of such a picture, in the monitor's own pixels; empty if it is not one of the whole desktop. The
+// picture has one scale for all monitors, whatever theirs are.
+std::vector<OutputPicture> cut(const QImage &picture, const WaylandOutputs &outputs);
+
+} // namespace ScreenshotPortal
+} // namespace qm

@@ -1,0 +1,32 @@
+#include "helpers/wayland/desktop/UserBus.h"
+
+namespace qm {
+
+UserBus::UserBus()
+{
+    sd_bus *bus = nullptr;
+    if (sd_bus_open_user(&bus) >= 0)
+        m_bus.reset(bus);
+}
+
+BusMessage UserBus::newCall(const char *service, const char *path, const char *interface, const char *method) const
+{
+    sd_bus_message *message = nullptr;
+    if (get())
+        sd_bus_message_new_method_call(get(), &message, service, path, interface, method);
+    return BusMessage(message);
+}
+
+BusMessage UserBus::call(const BusMessage &message, std::chrono::milliseconds limit, QString *error) const
+{
+    sd_bus_message *answer = nullptr;
+    sd_bus_error fault = SD_BUS_ERROR_NULL;
+    if (message)
+        sd_bus_call(get(), message.get(), uint64_t(std::chrono::microseconds(limit).count()), &fault, &answer);
+    if (error)
+        *error = QString::fromUtf8(fault.name);
+    sd_bus_error_free(&fault);
+    return BusMessage(answer);
+}
+
+} // namespace qm

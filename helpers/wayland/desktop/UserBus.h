@@ -1,0 +1,38 @@
+#pragma once
+
+#include <QString>
+
+#include <chrono>
+#include <memory>
+#include <systemd/sd-bus.h>
+
+namespace qm {
+
+template<auto unref>
+struct BusDeleter {
+    template<class T>
+    void operator()(T *object) const
+    {
+        unref(object);
+    }
+};
+using BusMessage = std::unique_ptr<sd_bus_message, BusDeleter<sd_bus_message_unref>>;
+using BusSlot = std::unique_ptr<sd_bus_slot, BusDeleter<sd_bus_slot_unref>>;
+
+// The session bus, without an event loop. One thread, which waits.
+class UserBus
+{
+public:
+    UserBus();
+    sd_bus *get() const { return m_bus.get(); } // null if there is none
+
+    // A call without arguments yet; null without a bus.
+    BusMessage newCall(const char *service, const char *path, const char *interface, const char *method) const;
+    // The answer. Null if there is none in time or it is an error, whose name is then in error.
+    BusMessage call(const BusMessage &message, std::chrono::milliseconds limit, QString *error = nullptr) const;
+
+private:
+    std::unique_ptr<sd_bus, BusDeleter<sd_bus_flush_close_unref>> m_bus;
+};
+
+} // namespace qm

@@ -1,0 +1,230 @@
+// Captures where the compositor lets nobody read its pixels: of the desktop's services there are stand-ins here.
+
+#include "tests/support/PatternWindow.h"
+#include "tests/support/SwayDesktop.h"
+
+#include <QDBusConnection>
+#include <QDBusContext>
+#include <QDBusMessage>
+#include <QDBusObjectPath>
+#include <QDBusUnixFileDescriptor>
+#include <QDir>
+#include <QFile>
+#include <QPainter>
+#include <QTest>
+#include <QTimer>
+#include <QUrl>
+
+#include <csignal>
+#include <unistd.h>
+
+using namespace qm;
+using namespace Qt::StringLiterals;
+
+// KWin's service. Its pictures come through the pipe once the call has been answered.
+class KWin : public QObject, protected QDBusContext
+{
+    Q_OBJECT
+    Q_CLASSINFO("D-Bus Interface", "org.kde.KWin.ScreenShot2")
+
+public:
+    QHash<QString, QImage> pictures; // by monitor
+    QVariantMap instead;             // of what the answer says
+    int missingBytes = 0;            // at the end
+
+public Q_SLOTS:
+    QVariantMap CaptureScreen(const QString &name, const QVariantMap &, const QDBusUnixFileDescriptor &pipe)
+    {
+        const QImage picture = pictures.value(name);
+        if (picture.isNull()) {
+            sendErrorReply(u"org.kde.KWin.ScreenShot2.Error.NoAuthorized"_s, u"no"_s);
+            return {};
+        }
+        QTimer::singleShot(0, this, [this, picture, pipe] {
+            const int count = int(picture.sizeInBytes()) - missingBytes;
+            for (int sent = 0; sent < count;) { // larger than the pipe, whose reader is at work by now
+                const ssize_t written = write(pipe.fileDescriptor(), picture.constBits() + sent, size_t(count - sent));
+                if (written <= 0)
+                    return;
+                sent += int(written);
+            }
+        });
+        QVariantMap answer = {{u"type"_s, u"raw"_s},
+                              {u"width"_s, uint(picture.width())},
+                              {u"height"_s, uint(picture.height())},
+                              {u"stride"_s, uint(picture.bytesPerLine())},
+                              {u"format"_s, uint(picture.format())},
+                              {u"scale"_s, 1.0},
+                              {u"screen"_s, name}};
+        answer.insert(instead);
+        return answer;
+    }
+};
+
+class Portal : public QObject, protected QDBusContext
+{
+    Q_OBJECT
+    Q_CLASSINFO("D-Bus Interface", "org.freedesktop.portal.Screenshot")
+
+public:
+    QString file; // of the answer
+    uint code = 0;
+    int delay = 0; // ms
+
+public Q_SLOTS:
+    QDBusObjectPath Screenshot(const QString &, const QVariantMap &options)
+    {
+        const QString sender = message().service().mid(1).replace(u'.', u'_');
+        const QString path =
+            u"/org/freedesktop/portal/desktop/request/%1/%2"_s.arg(sender, options[u"handle_token"_s].toString());
+        QDBusMessage response = QDBusMessage::createSignal(path, u"org.freedesktop.portal.Request"_s, u"Response"_s);
+        response << code
+                 << (code ? QVariantMap()
+                          : QVariantMap{{u"uri"_s, QUrl::fromLocalFile(file).toString(QUrl::FullyEncoded)}});
+        if (delay)
+            QTimer::singleShot(delay, this, [response, bus = connection()] { bus.send(response); });
+        else
+            connection().send(response); // before the call has been answered
+        return QDBusObjectPath(path);
+    }
+};
+
+class tst_DesktopFreeze : public QObject
+{
+    Q_OBJECT
+
+private Q_SLOTS:
+    void initTestCase()
+    {
+        std::signal(SIGPIPE, SIG_IGN); // of a reader that gives up
+        m_bus.start(u"dbus-daemon"_s, {u"--session"_s, u"--nofork"_s, u"--print-address"_s});
+        QVERIFY(m_bus.waitForReadyRead());
+        const QByteArray address = m_bus.readLine().trimmed();
+        qputenv("DBUS_SESSION_BUS_ADDRESS", address);
+        m_services = QDBusConnection::connectToBus(QString::fromLatin1(address), u"services"_s);
+        m_desktop.showWindow(u"left"_s, PatternWindow::makePattern({300, 200}, 1), {50, 50});
+        m_desktop.showWindow(u"right"_s, PatternWindow::makePattern({200, 200}, 2), {850, 50});
+        m_desktop.movePointer({20, 20}); // sway may paint it itself
+        QVERIFY(m_desktop.shows(PatternWindow::makePattern({300, 200}, 1), {50, 50}));
+        for (int i = 0; i < 2; ++i)
+            m_shown.append(m_desktop.picture(i));
+        m_before = QImage(800 + 1200, 800, QImage::Format_RGB32);
+        m_before.fill(Qt::black);
+        QPainter painter(&m_before);
+        painter.drawImage(0, 0, m_shown[0]);
+        painter.drawImage(800, 0, m_shown[1]);
+    }
+    void cleanupTestCase()
+    {
+        QDBusConnection::disconnectFromBus(u"services"_s);
+        m_bus.kill();
+        QVERIFY(m_bus.waitForFinished());
+    }
+    void cleanup() { QFile::remove(m_result); }
+
+    void kwin_data()
+    {
+        QTest::addColumn<QImage::Format>("format");
+        QTest::addColumn<QVariantMap>("instead");
+        QTest::addColumn<int>("missingBytes");
+        QTest::addColumn<bool>("isGood");
+        QTest::newRow("opaque") << QImage::Format_RGB32 << QVariantMap() << 0 << true;
+        QTest::newRow("with alpha") << QImage::Format_ARGB32_Premultiplied << QVariantMap() << 0 << true;
+        QTest::newRow("three bytes a pixel") << QImage::Format_RGB888 << QVariantMap() << 0 << true;
+        QTest::newRow("row shorter than it is wide")
+            << QImage::Format_RGB32 << QVariantMap{{u"stride"_s, 64U}} << 0 << false;
+        QTest::newRow("no such format") << QImage::Format_RGB32 << QVariantMap{{u"format"_s, 4000U}} << 0 << false;
+        QTest::newRow("endless") << QImage::Format_RGB32 << QVariantMap{{u"height"_s, 4'000'000'000U}} << 0 << false;
+        QTest::newRow("ends early") << QImage::Format_RGB32 << QVariantMap() << 100 << false;
+    }
+    void kwin()
+    {
+        QFETCH(QImage::Format, format);
+        QFETCH(QVariantMap, instead);
+        QFETCH(int, missingBytes);
+        QFETCH(bool, isGood);
+        KWin kwin;
+        kwin.instead = instead;
+        kwin.missingBytes = missingBytes;
+        for (int i = 0; i < 2; ++i)
+            kwin.pictures.insert(u"HEADLESS-%1"_s.arg(i + 1), m_shown[i].convertToFormat(format));
+        serve(u"org.kde.KWin"_s, u"/org/kde/KWin/ScreenShot2"_s, kwin);
+        QProcess &helper = capture();
+        QCOMPARE(helper.exitCode(), isGood ? 0 : 1); // there is no portal
+        QCOMPARE(helper.readAllStandardError().count('\n'), isGood ? 0 : 1);
+        QCOMPARE(QImage(m_result).convertToFormat(QImage::Format_RGB32), isGood ? m_before : QImage());
+        QVERIFY(m_services.unregisterService(u"org.kde.KWin"_s));
+    }
+
+    void portal_data()
+    {
+        QTest::addColumn<double>("scale"); // of the picture; 0: there is none
+        QTest::addColumn<uint>("code");
+        QTest::addColumn<int>("delay");
+        QTest::addColumn<QByteArray>("error");
+        const QByteArray nothing = "qmcapture: this desktop does not give a picture of the screen\n";
+        QTest::newRow("of the finer monitor's scale") << 2.0 << 0U << 200 << QByteArray();
+        QTest::newRow("answered before the call has returned") << 2.0 << 0U << 0 << QByteArray();
+        QTest::newRow("cancelled") << 0.0 << 1U << 200 << QByteArray();
+        QTest::newRow("denied by someone") << 0.0 << 2U << 200 << QByteArray();
+        QTest::newRow("denied some time ago")
+            << 0.0 << 2U << 0 << QByteArray("qmcapture: this desktop has been told not to allow screenshots\n");
+        QTest::newRow("no file") << 0.0 << 0U << 0 << nothing;
+        QTest::newRow("of one window") << 0.5 << 0U << 0 << nothing;
+    }
+    void portal()
+    {
+        QFETCH(double, scale);
+        QFETCH(uint, code);
+        QFETCH(int, delay);
+        QFETCH(QByteArray, error);
+        Portal portal;
+        portal.code = code;
+        portal.delay = delay;
+        portal.file = m_desktop.home().file(u"Screenshot 日本.png"_s);
+        const bool isWhole = scale == 2;
+        if (isWhole) {
+            QImage all(QSize(1400, 600) * scale, QImage::Format_RGB32); // the first monitor enlarged
+            all.fill(Qt::black);
+            QPainter painter(&all);
+            painter.drawImage(QRect(0, 0, 1600, 1200), m_shown[0]);
+            painter.drawImage(1600, 0, m_shown[1]);
+            painter.end();
+            QVERIFY(all.save(portal.file));
+        } else if (scale > 0) {
+            QVERIFY(QImage(300, 200, QImage::Format_RGB32).save(portal.file));
+        }
+        serve(u"org.freedesktop.portal.Desktop"_s, u"/org/freedesktop/portal/desktop"_s, portal);
+        QProcess &helper = capture();
+        QCOMPARE(helper.readAllStandardError(), error);
+        QCOMPARE(helper.exitCode(), error.isEmpty() ? 0 : 1);
+        QCOMPARE(QImage(m_result).convertToFormat(QImage::Format_RGB32), isWhole ? m_before : QImage());
+        QVERIFY(!QFile::exists(portal.file)); // it would stay among the user's pictures
+        QVERIFY(m_services.unregisterService(u"org.freedesktop.portal.Desktop"_s));
+    }
+
+private:
+    void serve(const QString &name, const QString &path, QObject &object)
+    {
+        QVERIFY(m_services.registerObject(path, &object, QDBusConnection::ExportAllSlots));
+        QVERIFY(m_services.registerService(name));
+    }
+
+    QProcess &capture()
+    {
+        QProcess &helper = m_desktop.start(QStringLiteral(QM_PROGRAMS "/qmcapture"), {u"--desktop"_s, m_result},
+                                           {u"QUILLMERE_DISPLAY=desktop"_s});
+        Desktop::ended(helper);
+        return helper;
+    }
+
+    SwayDesktop m_desktop{{{{800, 600}, {0, 0}}, {{1200, 800}, {800, 0}, 2}}};
+    const QString m_result = m_desktop.home().file(u"a.png"_s);
+    QProcess m_bus;
+    QDBusConnection m_services{QString()};
+    QList<QImage> m_shown; // by each monitor
+    QImage m_before;       // as the overlay places them
+};
+
+QTEST_MAIN(tst_DesktopFreeze)
+#include "tst_DesktopFreeze.moc"
