@@ -41,9 +41,8 @@ Picker::Key KeySymbols::meaning(quint32 symbol)
 
 bool KeySymbols::isTrigger(quint32 symbol, QByteArrayView name)
 {
-    return std::any_of(std::begin(triggers), std::end(triggers), [&](const TriggerSymbol &trigger) {
-        return trigger.symbol == symbol && trigger.name == name;
-    });
+    return std::any_of(std::begin(triggers), std::end(triggers),
+                       [&](const TriggerSymbol &trigger) { return trigger.symbol == symbol && trigger.name == name; });
 }
 
 bool KeySymbols::isReachable(quint32 symbol)

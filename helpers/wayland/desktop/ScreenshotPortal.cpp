@@ -20,7 +20,7 @@ using namespace std::chrono_literals;
 namespace {
 
 constexpr char service[] = "org.freedesktop.portal.Desktop";
-constexpr auto startLimit = 10s;   // for the portal itself, which the call may start
+constexpr auto startLimit = 10s; // for the portal itself, which the call may start
 constexpr auto questionLimit = 60s;
 constexpr auto humanly = 50ms; // no user answers faster
 constexpr char token[] = "quillmere";
@@ -86,10 +86,10 @@ ScreenshotPortal::Answer ScreenshotPortal::take(const UserBus &bus)
                                             "Response", responded, &response) < 0)
         return {};
     const BusSlot listening(slot);
-    const BusMessage question = bus.newCall(service, "/org/freedesktop/portal/desktop",
-                                            "org.freedesktop.portal.Screenshot", "Screenshot");
-    if (!question || sd_bus_message_append(question.get(), "sa{sv}", "", 2, "handle_token", "s", token, "interactive",
-                                           "b", 0) < 0)
+    const BusMessage question =
+        bus.newCall(service, "/org/freedesktop/portal/desktop", "org.freedesktop.portal.Screenshot", "Screenshot");
+    if (!question ||
+        sd_bus_message_append(question.get(), "sa{sv}", "", 2, "handle_token", "s", token, "interactive", "b", 0) < 0)
         return {};
     QElapsedTimer asked;
     asked.start();

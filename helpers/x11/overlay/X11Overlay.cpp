@@ -107,9 +107,7 @@ std::optional<OverlayDesktop::Input> X11Overlay::translated(const xcb_generic_ev
 OverlayDesktop::Input X11Overlay::keyInput(Input::Kind kind, const xcb_key_press_event_t &event) const
 {
     const quint32 pressed = symbol(event);
-    return {.kind = kind,
-            .key = KeySymbols::meaning(pressed),
-            .isTrigger = KeySymbols::isTrigger(pressed, m_trigger)};
+    return {.kind = kind, .key = KeySymbols::meaning(pressed), .isTrigger = KeySymbols::isTrigger(pressed, m_trigger)};
 }
 
 // Without modifiers, of the keyboard layout in use. Where its alphabet is not Latin, of another layout that the user has:

@@ -130,6 +130,7 @@ private Q_SLOTS:
         m_desktop.movePointer(selection.topLeft());
         m_desktop.buttonDown();
         m_desktop.movePointer({1500, 650}); // more than is painted at once
+        QVERIFY(m_desktop.shows(m_before.copy(1100, 310, 150, 200), {1100, 310}));
         m_desktop.movePointer(selection.bottomRight());
         QVERIFY(m_desktop.shows(m_before.copy(selection), selection.topLeft()));
         QVERIFY(m_desktop.shows(0xffffffff, selection.topLeft() - QPoint(1, 1)));
@@ -250,10 +251,10 @@ private Q_SLOTS:
     void killedInTheMiddle_data()
     {
         QTest::addColumn<Steps>("end");
-        QTest::addColumn<bool>("tells"); // why it has failed
-        QTest::newRow("killed") << Steps([this](Desktop &) { m_helper->kill(); }) << false;
-        QTest::newRow("its display gone")
-            << Steps([](Desktop &d) { d.cutOff(d.selectionOwner("_QUILLMERE_CAPTURE")); }) << true;
+        QTest::addColumn<QString>("reason"); // if it tells one
+        QTest::newRow("killed") << Steps([this](Desktop &) { m_helper->kill(); }) << QString();
+        QTest::newRow("its display gone") << Steps([](Desktop &d) { d.cutOff(d.selectionOwner("_QUILLMERE_CAPTURE")); })
+                                          << u"the display server is gone"_s;
         QTest::newRow("the screen changed") << Steps([](Desktop &d) {
             xcb_configure_notify_event_t event = {};
             event.response_type = XCB_CONFIGURE_NOTIFY;
@@ -262,20 +263,23 @@ private Q_SLOTS:
             xcb_send_event(d.connection(), 0, d.root(), XCB_EVENT_MASK_STRUCTURE_NOTIFY,
                            reinterpret_cast<char *>(&event));
             xcb_flush(d.connection());
-        }) << true;
+        }) << u"the screen changed"_s;
     }
 
     void killedInTheMiddle()
     {
         QFETCH(Steps, end);
-        QFETCH(bool, tells);
+        QFETCH(QString, reason);
         QVERIFY(startCapture());
         m_desktop.movePointer({100, 100});
         m_desktop.buttonDown();
         m_desktop.movePointer({300, 300});
+        QVERIFY(m_desktop.shows(behindTheCurtain(m_before.copy(700, 500, 50, 50)), {700, 500}));
+        QVERIFY(m_desktop.shows(m_before.copy(110, 110, 50, 50), {110, 110}));
         end(m_desktop);
         m_desktop.releaseInput();
-        QCOMPARE(failed(), tells);
+        QCOMPARE(failed(), !reason.isEmpty());
+        QCOMPARE(saidByHelper()[u"error"_s].toString(), reason);
         QVERIFY(m_desktop.overlayIsGone());
         QCOMPARE(files(), QStringList());
         QVERIFY(m_desktop.shows(m_before));
