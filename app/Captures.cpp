@@ -1,5 +1,6 @@
 #include "app/Captures.h"
 
+#include "app/TextCapture.h"
 #include "config/ConfigStore.h"
 #include "config/FolderPresence.h"
 #include "config/UserDefaults.h"
@@ -10,6 +11,7 @@
 #include "platform/ToolPaths.h"
 #include "platform/Workspace.h"
 #include "ui/AppLocale.h"
+#include "ui/HelperReason.h"
 #include "ui/WindowPlacement.h"
 
 #include <QFileInfo>
@@ -100,28 +102,12 @@ void Captures::captureText(const CaptureTool::Request &request)
     });
 }
 
-// About a line of it.
-static QString firstWords(const QString &text)
-{
-    constexpr qsizetype most = 60;
-    const QString line = text.simplified();
-    if (line.size() <= most)
-        return line;
-    qsizetype end = line.lastIndexOf(u' ', most);
-    if (end < most / 2) // a long word, or Japanese
-        end = line[most].isLowSurrogate() ? most - 1 : most;
-    return line.left(end) + QStringLiteral(" …");
-}
-
 void Captures::sayWhatWasRead(const CaptureResult &result)
 {
-    if (!result.text)
-        return say(AppLocale::text(u"The text could not be read", u"文字を読み取れませんでした"), result.textError);
-    const QString text = result.text->trimmed();
-    if (text.isEmpty())
-        return say(AppLocale::text(u"No text found", u"文字が見つかりませんでした"), {});
-    Clipboard::setText(text);
-    say(AppLocale::text(u"Copied: %1", u"コピーしました: %1").arg(firstWords(text)), {});
+    const TextCapture what = TextCapture::of(result);
+    if (!what.copied.isEmpty())
+        Clipboard::setText(what.copied);
+    say(what.title, what.details);
 }
 
 void Captures::captured(const CaptureResult &result)
@@ -144,19 +130,19 @@ void Captures::captured(const CaptureResult &result)
 
 void Captures::sayWhatWentWrong(const CaptureResult &result)
 {
-    const QString folder = QFileInfo(result.path).path();
+    const QString folder = QFileInfo(result.path).path(), reason = HelperReason::shown(result.error);
     if (!result.picture.image.isNull()) {
         say(AppLocale::text(u"The screenshot was not saved", u"スクリーンショットを保存できませんでした"),
             AppLocale::text(u"It should be in %1, but: %2. It is on the clipboard.",
                             u"%1 に保存できませんでした: %2。画像はクリップボードにあります。")
-                .arg(folder, result.error));
+                .arg(folder, reason));
     } else if (!result.area.isNull()) {
         say(AppLocale::text(u"The screenshot is lost", u"スクリーンショットは失われました"),
             AppLocale::text(u"It should be in %1, but: %2. It is not on the clipboard either.",
                             u"%1 に保存できませんでした: %2。クリップボードにもありません。")
-                .arg(folder, result.error));
+                .arg(folder, reason));
     } else {
-        say(AppLocale::text(u"No screenshot was taken", u"撮影できませんでした"), result.error);
+        say(AppLocale::text(u"No screenshot was taken", u"撮影できませんでした"), reason);
     }
 }
 

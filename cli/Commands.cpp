@@ -13,6 +13,7 @@
 #include "platform/TerminationSignals.h"
 #include "platform/ToolPaths.h"
 #include "ui/AppLocale.h"
+#include "ui/HelperReason.h"
 
 #include <QDir>
 #include <QFile>
@@ -109,7 +110,7 @@ Exit Commands::ocr(Console &console, Batches batches)
     if (batch.trouble == OcrRunner::Batch::Trouble::helper)
         return console.fail(
             text(u"the text recognition helper failed: %1", u"文字認識の補助プログラムが失敗しました: %1")
-                .arg(batch.reason));
+                .arg(HelperReason::shown(batch.reason)));
     return read > 0 || waiting == 0 ? Exit::success : Exit::nothingFound;
 }
 

@@ -9,6 +9,7 @@
 #include "index/ShotStore.h"
 #include "platform/ToolPaths.h"
 #include "ui/AppLocale.h"
+#include "ui/HelperReason.h"
 
 #include <QFileInfo>
 
@@ -148,7 +149,7 @@ static std::vector<Fact> troubleFacts()
                              : text(u"the index could not be opened: %1", u"索引を開けませんでした: %1");
     return {{u"trouble",
              text(u"Last error", u"直近のエラー"),
-             what.arg(trouble->reason),
+             what.arg(HelperReason::shown(trouble->reason)),
              {trouble->since.toLocalTime().toString(QStringLiteral("yyyy-MM-dd HH:mm:ss"))}}};
 }
 
@@ -175,7 +176,8 @@ Exit Commands::failures(Console &console)
                          {QStringLiteral("since"), since.toUTC().toString(Qt::ISODate)}});
         else
             console.line(console.faint(since.toString(QStringLiteral("yyyy-MM-dd HH:mm:ss"))) + QStringLiteral("  ") +
-                         console.printable(failed.text(0)) + QStringLiteral(": ") + failed.text(1));
+                         console.printable(failed.text(0)) + QStringLiteral(": ") +
+                         HelperReason::shown(failed.text(1)));
     }
     return shown > 0 ? Exit::success : Exit::nothingFound;
 }

@@ -40,4 +40,6 @@ set(CPACK_DEBIAN_PACKAGE_SHLIBDEPS ON)
 set(CPACK_DEBIAN_PACKAGE_DEPENDS
     "tesseract-ocr-eng, tesseract-ocr-jpn, tesseract-ocr-script-jpan, qt6-image-formats-plugins, qt6-wayland, libqt6svg6")
 set(CPACK_DEBIAN_PACKAGE_RECOMMENDS "tesseract-ocr-script-jpan-vert, fonts-noto-cjk, qt6-translations-l10n")
+# GTK's light or dark colours, where the desktop uses it.
+set(CPACK_DEBIAN_PACKAGE_SUGGESTS "qt6-gtk-platformtheme")
 include(CPack)

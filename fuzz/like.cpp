@@ -57,15 +57,21 @@ static std::string spelt(const uint8_t *data, size_t size, const std::string &pa
                                          "\xFF",
                                          "\xE3\x81\xAE\x80",
                                          "\xC2\xA9",
+                                         "\xA9",
+                                         "\xE3\xA9",
+                                         "\xDF\x98\x80",
+                                         "\xF0\x87\xB4\x85",
                                          "aaaaaaaaaaaaaaaa"};
     std::string text;
     for (size_t i = 0; i < size; ++i) {
-        if (data[i] >= 0xC0 && i + 1 < size && !pattern.empty())
-            text += pattern.substr(data[++i] % pattern.size(), data[i] % 5);
-        else if (data[i] >= 0x80)
+        if (data[i] >= 0xC0 && i + 1 < size && !pattern.empty()) {
+            const uint8_t from = data[++i];
+            text += pattern.substr(from % pattern.size(), from % 5);
+        } else if (data[i] >= 0x80) {
             text += pieces[data[i] % std::size(pieces)];
-        else
+        } else {
             text += char(data[i]);
+        }
     }
     return text;
 }

@@ -79,6 +79,18 @@ public:
     {
     }
 
+    // Whether the rows between these two, with both, hold the same pixels. To be asked in rising order; it may not notice.
+    bool areAlike(int from, int to)
+    {
+        if (!m_direct)
+            return false;
+        for (m_compared = std::max(m_compared, from); m_compared < to; ++m_compared) {
+            if (std::memcmp(row(m_compared), row(m_compared + 1), size_t(m_width) * 4) != 0)
+                m_alikeFrom = m_compared + 1;
+        }
+        return m_alikeFrom <= from;
+    }
+
     const uchar *row(int y) // from pixel `first` on; valid until the next strip
     {
         if (m_direct)
@@ -98,6 +110,7 @@ private:
     const int m_first, m_width;
     QImage m_strip;
     int m_stripTop = 0;
+    int m_compared = 0, m_alikeFrom = 0; // the last row looked at, and the first of those like it
 };
 
 } // namespace
@@ -183,6 +196,11 @@ static QImage averaged(const QImage &source, const QRectF &window, QSize size, Q
         const Taps::Run &down = rows.runs[size_t(y)];
         if (down.count == 0 || bytes == 0) {
             std::memset(out, 0, means.size() * 4);
+            continue;
+        }
+        const Taps::Run &above = rows.runs[size_t(std::max(y - 1, 0))];
+        if (y > 0 && above.count > 0 && sourceRows.areAlike(above.first, down.first + down.count - 1)) {
+            std::memcpy(out, result.constScanLine(y - 1), means.size() * 4); // blank, or within a blur's cells
             continue;
         }
         std::fill(sums.begin(), sums.end(), quint16(down.count / 2));

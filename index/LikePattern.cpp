@@ -4,6 +4,7 @@
 #include <bit>
 #include <cstring>
 #include <limits>
+#include <utility>
 
 #ifdef __SSE2__
 #include <emmintrin.h>
@@ -13,19 +14,18 @@ namespace qm {
 
 namespace {
 
-using Byte = std::uint8_t;
 constexpr std::uint32_t anyCharacter = 0; // a pattern ends at a NUL
 constexpr std::uint32_t replacement = 0xFFFD;
 
 bool isContinuation(char c)
 {
-    return (Byte(c) & 0xC0) == 0x80;
+    return (std::uint8_t(c) & 0xC0) == 0x80;
 }
 
 // One character as SQLite reads it: whatever continuation bytes follow a leading one belong to it.
 std::uint32_t read(std::string_view text, size_t &position)
 {
-    const Byte first = Byte(text[position++]);
+    const std::uint8_t first = std::uint8_t(text[position++]);
     if (first < 0xC0)
         return first;
     std::uint32_t c = first < 0xE0 ? first & 0x1Fu : first < 0xF0 ? first & 0x0Fu : first < 0xF8 ? first & 0x07u : 0u;
@@ -34,7 +34,7 @@ std::uint32_t read(std::string_view text, size_t &position)
     else if (first == 0xFD)
         c = 1;
     for (; position < text.size() && isContinuation(text[position]); ++position)
-        c = (c << 6) + (Byte(text[position]) & 0x3Fu);
+        c = (c << 6) + (std::uint8_t(text[position]) & 0x3Fu);
     const bool none = c < 0x80 || (c & 0xFFFFF800u) == 0xD800u || (c & 0xFFFFFFFEu) == 0xFFFEu;
     return none ? replacement : c;
 }
@@ -45,39 +45,32 @@ Character small(Character c)
     return c >= 'A' && c <= 'Z' ? Character(c + ('a' - 'A')) : c;
 }
 
-void append(std::string &utf8, std::uint32_t c)
+// A small letter also matches its capital, which differs in one bit.
+std::uint8_t caseBit(std::uint32_t c)
 {
-    if (c < 0x80) {
-        utf8 += char(c);
-    } else if (c < 0x800) {
-        utf8 += {char(0xC0 | c >> 6), char(0x80 | (c & 0x3F))};
-    } else if (c < 0x10000) {
-        utf8 += {char(0xE0 | c >> 12), char(0x80 | (c >> 6 & 0x3F)), char(0x80 | (c & 0x3F))};
-    } else {
-        utf8 += {char(0xF0 | c >> 18), char(0x80 | (c >> 12 & 0x3F)), char(0x80 | (c >> 6 & 0x3F)),
-                 char(0x80 | (c & 0x3F))};
-    }
+    return c >= 'a' && c <= 'z' ? 0x20 : 0;
 }
 
-// How often a byte is met in English and Japanese, roughly.
-int commonness(char c)
+// Whether it always ends in the same bytes: what is malformed is read as one character, in many spellings.
+bool hasKnownEnd(std::uint32_t c)
+{
+    return c != anyCharacter && c != replacement && c <= 0x10FFFF;
+}
+
+// How often a character's last bytes are met in English and Japanese, roughly.
+int commonness(std::uint8_t byte)
 {
     constexpr std::string_view frequent = "etaoinsrhldcumfpgwybvkxjqz";
-    const Byte byte = Byte(c);
-    if (byte == 0xE3 || c == ' ')
+    if (byte == ' ')
         return 100;
-    if (byte >= 0xC0 || (byte >= 0x80 && byte <= 0x83))
-        return 80;
     if (byte >= 0x80)
-        return 25;
-    const size_t place = frequent.find(c);
+        return byte < 0x84 ? 80 : 25;
+    const size_t place = frequent.find(char(byte));
     return place == std::string_view::npos ? 20 : 60 - 2 * int(place);
 }
 
-// Sixteen bytes at once, as GCC and Clang support on every processor. Comparing gives 0xFF where it holds; for signed
-// numbers that is a single instruction where it takes two for others.
-using Bytes = Byte __attribute__((vector_size(16)));
-using SignedBytes = std::int8_t __attribute__((vector_size(16)));
+// Sixteen bytes at once, as GCC and Clang support on every processor. Comparing gives 0xFF where it holds.
+using Bytes = std::uint8_t __attribute__((vector_size(16)));
 
 Bytes load(const char *at)
 {
@@ -86,7 +79,7 @@ Bytes load(const char *at)
     return bytes;
 }
 
-Bytes filled(Byte value)
+Bytes filled(std::uint8_t value)
 {
     return Bytes{} + value;
 }
@@ -115,116 +108,67 @@ std::uint32_t bits(const Bytes &bytes)
 #endif
 }
 
-// A small letter also matches its capital, which differs in one bit.
-Byte caseBit(char c)
+// The first place at or after from where a probe's bytes are met and `holds` accepts that of the first of them; false if
+// there is none.
+template<class Probe, class Holds>
+bool search(const Probe &probe, std::string_view text, size_t from, Holds holds)
 {
-    return c >= 'a' && c <= 'z' ? 0x20 : 0;
-}
-
-bool isAt(std::string_view anchor, const char *text)
-{
-    for (size_t i = 0; i < anchor.size(); ++i) {
-        if (small(text[i]) != anchor[i])
-            return false;
-    }
-    return true;
-}
-
-// Where the anchor is found, or npos.
-size_t search(std::string_view anchor, const size_t (&probes)[2], std::string_view text, size_t from)
-{
-    if (text.size() < anchor.size())
-        return std::string_view::npos;
-    const size_t end = text.size() - anchor.size() + 1; // of the places it may begin at
-    const char *first = text.data() + probes[0], *second = text.data() + probes[1];
-    const Bytes firstCase = filled(caseBit(anchor[probes[0]])), firstByte = filled(Byte(anchor[probes[0]]));
-    const Bytes secondCase = filled(caseBit(anchor[probes[1]])), secondByte = filled(Byte(anchor[probes[1]]));
+    if (text.size() <= probe.distance)
+        return false;
+    const size_t end = text.size() - probe.distance; // of the places
+    const char *first = text.data(), *second = first + probe.distance;
+    const Bytes firstByte = filled(probe.first.bits), firstOpen = filled(probe.first.open);
+    const Bytes secondByte = filled(probe.second.bits), secondOpen = filled(probe.second.open);
     const auto hitsAt = [&](size_t at) {
-        return Bytes(((load(first + at) | firstCase) == firstByte) & ((load(second + at) | secondCase) == secondByte));
+        return Bytes(((load(first + at) | firstOpen) == firstByte) & ((load(second + at) | secondOpen) == secondByte));
     };
     constexpr size_t step = sizeof(Bytes);
-    const auto placeIn = [&](const Bytes &hits, size_t at) {
+    const auto holdsIn = [&](const Bytes &hits, size_t at) {
         for (std::uint32_t left = bits(hits); left != 0; left &= left - 1) {
-            const size_t place = at + size_t(std::countr_zero(left));
-            if (isAt(anchor, text.data() + place))
-                return place;
+            if (holds(at + size_t(std::countr_zero(left))))
+                return true;
         }
-        return std::string_view::npos;
+        return false;
     };
     size_t at = from;
     for (; at + 2 * step <= end; at += 2 * step) {
         const Bytes hits = hitsAt(at), more = hitsAt(at + step);
-        if (!any(hits | more))
-            continue;
-        const size_t place = std::min(placeIn(hits, at), placeIn(more, at + step));
-        if (place != std::string_view::npos)
-            return place;
+        if (any(hits | more) && (holdsIn(hits, at) || holdsIn(more, at + step)))
+            return true;
     }
     if (end >= from + step) { // the rest, with some that were looked at before
         for (; at < end; at += step) {
             at = std::min(at, end - step);
-            if (const size_t place = placeIn(hitsAt(at), at); place != std::string_view::npos)
-                return place;
+            if (holdsIn(hitsAt(at), at))
+                return true;
         }
-        return std::string_view::npos;
+        return false;
     }
     for (; at < end; ++at) {
-        if (small(first[at]) == anchor[probes[0]] && isAt(anchor, text.data() + at))
-            return at;
+        if (probe.first.fits(first[at]) && probe.second.fits(second[at]) && holds(at))
+            return true;
     }
-    return std::string_view::npos;
+    return false;
 }
 
-// Looks at every byte of a text and the two before it, many at once: whether `isBad` finds none of them to be so, and none
-// is the leading byte of four.
-template<class IsBad>
-bool isFree(std::string_view text, IsBad isBad)
+// The start of the last of so many characters that end before `end`; npos if there are fewer after from, which is the
+// start of one itself.
+size_t stepBack(std::string_view text, size_t from, size_t end, size_t count)
 {
-    Bytes bad{}, largest{};
-    const auto look = [&](const char *at) {
-        const Bytes here = load(at);
-        bad |= isBad(here, load(at - 1), load(at - 2));
-        largest = here > largest ? here : largest;
-    };
-    // Both ends are looked at in copies, with zeros around them.
-    constexpr size_t before = 2, step = sizeof(Bytes), last = before + step - 1;
-    char start[before + 2 * step] = {};
-    text.copy(start + before, 2 * step - 1);
-    look(start + before);
-    if (text.size() < 2 * step) {
-        look(start + before + step);
-    } else {
-        for (size_t at = step; at + step <= text.size(); at += step)
-            look(text.data() + at);
-        char end[before + step] = {};
-        std::memcpy(end, text.data() + text.size() - last, last);
-        look(end + before);
+    while (count > 0 && end > from) {
+        size_t run = end;
+        while (run > from && isContinuation(text[run - 1]))
+            --run;
+        if (run > from && std::uint8_t(text[run - 1]) >= 0xC0) {
+            end = run - 1;
+            --count;
+        } else { // nothing leads these bytes: each is a character
+            const size_t passed = std::clamp<size_t>(end - run, 1, count);
+            end -= passed;
+            count -= passed;
+        }
     }
-    return !any(bad | Bytes(largest >= filled(0xF0)));
-}
-
-Bytes continues(const Bytes &bytes)
-{
-    return Bytes(SignedBytes(bytes) < SignedBytes(filled(0xC0)));
-}
-
-// No leading byte has more continuation bytes than it announces, or announces three. Only such a sequence can spell a
-// character above U+07FF otherwise than in the usual way.
-bool isShort(std::string_view text)
-{
-    return isFree(text, [](const Bytes &here, const Bytes &before, const Bytes &second) {
-        const Bytes continuesOrTwo = Bytes(SignedBytes(second) < SignedBytes(filled(0xE0))); // leads no more than two
-        return continues(here) & continues(before) & continuesOrTwo;
-    });
-}
-
-// As many continuation bytes as the leading bytes announce, none of which announces three or may be longer than needed.
-bool isWellFormed(std::string_view text)
-{
-    return isFree(text, [](const Bytes &here, const Bytes &before, const Bytes &second) {
-        const Bytes expected = Bytes((before >= filled(0xC0)) | (second >= filled(0xE0)));
-        return (continues(here) ^ expected) | Bytes(here == filled(0xE0));
-    });
+    return count == 0 ? end : std::string_view::npos;
 }
 
 std::string_view untilNul(std::string_view text)
@@ -262,75 +206,78 @@ LikePattern::LikePattern(std::string_view utf8)
         addPart(std::move(part));
 }
 
-void LikePattern::addPart(Part part)
+LikePattern::Byte LikePattern::lastByteOf(std::uint32_t character)
 {
-    for (const std::uint32_t c : part.characters) {
-        if (c == replacement || c > 0x10FFFF)
-            m_others = Others::all; // many malformed sequences are read as the same
-        else if (c >= 0x80)
-            m_others = std::max(m_others, c < 0x800 ? Others::malformed : Others::tooLong);
-    }
-    int best = std::numeric_limits<int>::max();
-    for (size_t begin = 0; begin < part.characters.size();) {
-        size_t end = begin;
-        std::string run;
-        for (; end < part.characters.size() && part.characters[end] != anyCharacter; ++end)
-            append(run, part.characters[end]);
-        if (!run.empty()) {
-            const auto commonnessAt = [&](size_t i) {
-                const bool endsKana =
-                    i >= 2 && run[i - 2] == '\xE3'; // more frequent than the end of any other character
-                return commonness(run[i]) + (endsKana ? 15 : 0);
-            };
-            size_t rarest[2] = {0, run.size() - 1};
-            for (size_t i = 0; i < run.size(); ++i) {
-                if (commonnessAt(i) < commonnessAt(rarest[0])) {
-                    rarest[1] = rarest[0];
-                    rarest[0] = i;
-                } else if (i != rarest[0] && commonnessAt(i) < commonnessAt(rarest[1])) {
-                    rarest[1] = i;
-                }
-            }
-            const int cost = commonnessAt(rarest[0]) + (run.size() > 1 ? commonnessAt(rarest[1]) : 100);
-            if (cost < best) {
-                best = cost;
-                part.anchor = run;
-                part.anchorIndex = begin;
-                std::copy(std::begin(rarest), std::end(rarest), std::begin(part.probes));
-            }
-        }
-        begin = end + 1;
-    }
-    if (part.anchorIndex > 0)
-        m_others = std::max(m_others, Others::malformed); // characters before it are counted from their end
-    m_parts.push_back(std::move(part));
+    if (!hasKnownEnd(character))
+        return {};
+    if (character < 0x80)
+        return {std::uint8_t(character), caseBit(character)};
+    return {std::uint8_t(0x80 | (character & 0x3F)), 0};
 }
 
-// Where the part might begin, at or after from; npos if nowhere.
-size_t LikePattern::candidate(const Part &part, std::string_view text, size_t from, Spelling spelling)
+// A character above U+007F may be spelt with more bytes than it needs, but the last byte always has its last six bits, the
+// byte before that the six before those, and so on, as far as they don't fit into a leading byte. So what every spelling
+// has is a character's end and the ASCII that follows it.
+std::optional<LikePattern::Probe> LikePattern::probeFor(const std::vector<std::uint32_t> &characters)
 {
-    if (spelling == Spelling::any) {
-        while (from < text.size()) {
-            const size_t at = from;
-            if (small(read(text, from)) == part.characters.front())
-                return at;
+    struct Known {
+        Byte byte;
+        size_t character;
+        int commonness;
+    };
+    std::vector<Known> stretch; // bytes that follow each other
+    std::optional<Probe> best;
+    const auto endStretch = [&] {
+        if (stretch.empty())
+            return;
+        size_t rarest = 0, next = stretch.size() - 1;
+        for (size_t i = 1; i < stretch.size(); ++i) {
+            if (stretch[i].commonness < stretch[rarest].commonness)
+                next = std::exchange(rarest, i);
+            else if (stretch[i].commonness < stretch[next].commonness)
+                next = i;
         }
-        return std::string_view::npos;
-    }
-    for (size_t searched = from;;) {
-        size_t at = search(part.anchor, part.probes, text, searched);
-        if (at == std::string_view::npos)
-            return at;
-        searched = at + 1;
-        size_t back = part.anchorIndex;
-        for (; back > 0 && at > from; --back) {
-            do
-                --at;
-            while (at > from && isContinuation(text[at]));
+        const int sum = stretch[rarest].commonness + (rarest == next ? 100 : stretch[next].commonness);
+        if (!best || sum < best->commonness) {
+            const auto [first, second] = std::minmax(rarest, next);
+            const size_t character = stretch[first].character;
+            const Byte before = character > 0 ? lastByteOf(characters[character - 1]) : Byte();
+            best = Probe{stretch[first].byte, stretch[second].byte, second - first, character, before, sum};
         }
-        if (back == 0)
-            return at;
+        stretch.clear();
+    };
+    constexpr int rather = 80, endsKana = 15; // more common than the ends of other characters
+    for (size_t i = 0; i < characters.size(); ++i) {
+        const std::uint32_t c = characters[i];
+        if (c == anyCharacter || c >= 0x80)
+            endStretch();
+        if (!hasKnownEnd(c))
+            continue;
+        if (c >= 0xC0 && c < 0x800) { // any byte that may hold its upper bits
+            const std::uint32_t upper = c >> 6;
+            const std::uint8_t open = upper >= 16 ? 0x40 : upper >= 8 ? 0x60 : upper >= 4 ? 0x70 : 0x78;
+            stretch.push_back({{std::uint8_t(0x80 | upper | open), open}, i, rather});
+        }
+        if (c >= 0x800) { // not the third from the end: two may follow a leading byte that holds five bits
+            const std::uint8_t byte = std::uint8_t(0x80 | (c >> 6 & 0x3F));
+            stretch.push_back({{byte, 0}, i, commonness(byte)});
+        }
+        const Byte last = lastByteOf(c);
+        stretch.push_back({last, i, commonness(last.bits) + (c >> 12 == 3 ? endsKana : 0)});
     }
+    endStretch();
+    return best;
+}
+
+void LikePattern::addPart(Part part)
+{
+    part.probe = probeFor(part.characters);
+    m_parts.push_back(std::move(part));
+    const auto commonness = [&](size_t i) {
+        return m_parts[i].probe ? m_parts[i].probe->commonness : std::numeric_limits<int>::max();
+    };
+    if (commonness(m_parts.size() - 1) < commonness(m_rarest))
+        m_rarest = m_parts.size() - 1;
 }
 
 std::optional<size_t> LikePattern::endOf(const Part &part, std::string_view text, size_t from)
@@ -345,8 +292,38 @@ std::optional<size_t> LikePattern::endOf(const Part &part, std::string_view text
     return from;
 }
 
-std::optional<LikePattern::Match> LikePattern::match(std::string_view text, size_t from, Spelling spelling) const
+// The first place at or after from that the part matches; at the text's end, if it has to reach it.
+std::optional<LikePattern::Range> LikePattern::place(const Part &part, std::string_view text, size_t from,
+                                                     bool toTheEnd)
 {
+    Range range;
+    const auto matchesAt = [&](size_t begin) {
+        const std::optional<size_t> end = endOf(part, text, begin);
+        range = {begin, end.value_or(begin) - begin};
+        return end && (!toTheEnd || *end == text.size());
+    };
+    if (part.probe) {
+        const Probe &probe = *part.probe;
+        const bool found = search(probe, text, from, [&](size_t at) {
+            const size_t character = stepBack(text, from, at + 1, 1);
+            if (probe.character > 0 && (character == from || !probe.before.fits(text[character - 1])))
+                return false;
+            const size_t begin = stepBack(text, from, character, probe.character);
+            return begin != std::string_view::npos && matchesAt(begin);
+        });
+        return found ? std::optional(range) : std::nullopt;
+    }
+    for (size_t at = from; at < text.size(); read(text, at)) {
+        if (matchesAt(at))
+            return range;
+    }
+    return std::nullopt;
+}
+
+std::optional<LikePattern::Match> LikePattern::match(std::string_view text, size_t from) const
+{
+    if (m_rarest > 0 && !place(m_parts[m_rarest], text, from, false))
+        return std::nullopt;
     std::optional<size_t> start;
     size_t at = from, end = from;
     for (size_t i = 0; i < m_parts.size(); ++i) {
@@ -363,53 +340,30 @@ std::optional<LikePattern::Match> LikePattern::match(std::string_view text, size
                 return std::nullopt;
             start = at;
             at = end = *last;
-            continue;
-        }
-        while (!part.characters.empty()) {
-            const size_t begin = candidate(part, text, at, spelling);
-            if (begin == std::string_view::npos)
+        } else if (!part.characters.empty()) {
+            const std::optional<Range> found = place(part, text, at, toTheEnd);
+            if (!found)
                 return std::nullopt;
-            const std::optional<size_t> last = endOf(part, text, begin);
-            if (last && (!toTheEnd || *last == text.size())) {
-                start = start.value_or(begin);
-                at = end = *last;
-                break;
-            }
-            at = begin;
-            read(text, at);
+            start = start.value_or(found->start);
+            at = end = found->start + found->length;
         }
     }
     return Match{{start.value_or(end), start ? end - *start : 0}, at};
 }
 
-bool LikePattern::mayBeSpeltOtherwise(std::string_view text) const
-{
-    switch (m_others) {
-    case Others::none: return false;
-    case Others::tooLong: return !isShort(text);
-    case Others::malformed: return !isWellFormed(text);
-    case Others::all: break;
-    }
-    return true;
-}
-
 bool LikePattern::matches(std::string_view utf8) const
 {
     const std::string_view text = m_openEnd ? utf8 : untilNul(utf8);
-    if (const std::optional<Match> found = match(text, 0, Spelling::wellFormed)) {
-        if (untilNul(text.substr(0, found->end)).size() == found->end)
-            return true;
-    } else if (!mayBeSpeltOtherwise(text)) {
+    const std::optional<Match> found = match(text, 0);
+    if (!found)
         return false;
-    }
-    return match(untilNul(text), 0, Spelling::any).has_value();
+    // Only what was looked at has to be free of NULs.
+    return untilNul(text.substr(0, found->end)).size() == found->end || match(untilNul(text), 0);
 }
 
 std::optional<LikePattern::Range> LikePattern::find(std::string_view utf8, size_t from) const
 {
-    std::optional<Match> found = match(utf8, from, Spelling::wellFormed);
-    if (!found && mayBeSpeltOtherwise(utf8))
-        found = match(utf8, from, Spelling::any);
+    const std::optional<Match> found = match(utf8, from);
     return found && found->range.length > 0 ? std::optional(found->range) : std::nullopt;
 }
 

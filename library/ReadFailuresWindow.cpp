@@ -3,6 +3,7 @@
 #include "library/SecondaryLabel.h"
 #include "platform/Workspace.h"
 #include "ui/AppLocale.h"
+#include "ui/HelperReason.h"
 
 #include <QFileInfo>
 #include <QHeaderView>
@@ -24,9 +25,10 @@ ReadFailuresWindow::ReadFailuresWindow(const QList<ReadFailure> &failures, QWidg
     list->setRootIsDecorated(false);
     list->setUniformRowHeights(true);
     for (const ReadFailure &failure : failures) {
-        auto *row = new QTreeWidgetItem(list, {QFileInfo(failure.path).fileName(), failure.reason});
+        const QString reason = HelperReason::shown(failure.reason);
+        auto *row = new QTreeWidgetItem(list, {QFileInfo(failure.path).fileName(), reason});
         row->setToolTip(0, failure.path);
-        row->setToolTip(1, failure.reason);
+        row->setToolTip(1, reason);
     }
     list->header()->setSectionResizeMode(0, QHeaderView::ResizeToContents);
     connect(list, &QTreeWidget::itemActivated, this,

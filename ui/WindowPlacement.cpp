@@ -32,6 +32,42 @@ QPoint WindowPlacement::placed(const QRect &visibleFrame, QSize window, int topM
             inside(visibleFrame.top() + topMargin, visibleFrame.top(), window.height(), visibleFrame.height())};
 }
 
+QPoint WindowPlacement::clearOf(const QList<QRect> &inSight, QSize window, const QRect &visibleFrame)
+{
+    constexpr int gap = 8;
+    const QPoint least = visibleFrame.topLeft(), most(std::max(least.x(), visibleFrame.right() + 1 - window.width()),
+                                                      std::max(least.y(), visibleFrame.bottom() + 1 - window.height()));
+    const auto inFrame = [&](int x, int y) {
+        return QPoint(std::clamp(x, least.x(), most.x()), std::clamp(y, least.y(), most.y()));
+    };
+    QList<QPoint> places;
+    for (auto rect = inSight.rbegin(); rect != inSight.rend(); ++rect) {
+        const QPoint before = rect->topLeft() - QPoint(gap + window.width(), gap + window.height()),
+                     behind = rect->bottomRight() + QPoint(gap + 1, gap + 1);
+        for (const QPoint beside : {inFrame(behind.x(), rect->top()), inFrame(before.x(), rect->top()),
+                                    inFrame(rect->left(), behind.y()), inFrame(rect->left(), before.y())}) {
+            if (!rect->intersects(QRect(beside, window)))
+                places << beside;
+        }
+    }
+    places << most << QPoint(least.x(), most.y()) << QPoint(most.x(), least.y()) << least;
+
+    QPoint best;
+    QList<int> leastCovered;
+    for (const QPoint &place : places) {
+        QList<int> covered;
+        for (const QRect &rect : inSight) {
+            const QRect both = rect & QRect(place, window);
+            covered << both.width() * both.height();
+        }
+        if (leastCovered.isEmpty() || covered < leastCovered) {
+            best = place;
+            leastCovered = covered;
+        }
+    }
+    return best;
+}
+
 void WindowPlacement::placeOnActiveScreen(QWidget &window, int topMargin)
 {
     window.move(placed(activeScreenVisibleFrame(), window.frameGeometry().size(), topMargin));

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <QList>
 #include <QPoint>
 #include <QRect>
 
@@ -20,6 +21,10 @@ QRect activeScreenVisibleFrame();
 // inside.
 void placeOnActiveScreen(QWidget &window, int topMargin);
 QPoint placed(const QRect &visibleFrame, QSize window, int topMargin); // returns its top left corner
+
+// The top left corner for a window that is to cover as little as it can of the first of these, then of the second, and so
+// on, wholly within the frame if it fits. Beside the last of them where there is room.
+QPoint clearOf(const QList<QRect> &inSight, QSize window, const QRect &visibleFrame);
 
 QScreen *screenWithMost(const QRect &native);             // of this area; the active one if it is on none
 QRect toNative(const QRect &rect, const QScreen &screen); // which has the whole rectangle

@@ -37,6 +37,15 @@ CanvasMapping AnnotationCanvasView::mapping() const
     return CanvasMapping::of(size(), shownRegion(doc), m_zoom.zoom, m_zoom.pan);
 }
 
+QList<QRect> AnnotationCanvasView::inSight() const
+{
+    QList<QRect> places{m_marksRect, toWidget().mapRect(mapping().display).toAlignedRect()};
+    for (QRect &place : places)
+        place = QRect(mapToGlobal(QPoint()), size()) & place.translated(mapToGlobal(QPoint()));
+    places.removeIf([](const QRect &place) { return place.isEmpty(); });
+    return places;
+}
+
 AnnotationDoc AnnotationCanvasView::shownDoc() const
 {
     AnnotationDoc shown = doc;

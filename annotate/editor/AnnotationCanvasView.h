@@ -56,6 +56,7 @@ public:
     double mostZoom() const;
     void fit(); // the whole picture, centred
     CanvasMapping mapping() const;
+    QList<QRect> inSight() const; // on the screen: the selected item with its marks, if there is one, and the picture
 
     // State between a press and its release.
     const std::optional<Annotation> &draft() const { return m_draft; }

@@ -98,6 +98,7 @@ EditorActions AnnotationView::actions()
     };
     made.setBlurShape = [this](Annotation::BlurShape shape) { change([&] { m_state.blurShape = shape; }); };
     made.setColor = [this](const QColor &color) { change([&] { m_state.setColor(color); }); };
+    made.keepInSight = [this] { return m_canvas->inSight(); };
     made.setPlate = [this](Annotation::Plate plate) {
         settle();
         change([&] { m_state.setPlate(plate); });

@@ -2,6 +2,7 @@
 
 #include "annotate/editor/SwatchPanel.h"
 #include "ui/AppLocale.h"
+#include "ui/WindowPlacement.h"
 
 #include <QHideEvent>
 #include <QPainter>
@@ -40,24 +41,6 @@ void ColorWell::choose()
         ->openBelow(*this);
 }
 
-// Where it does not cover the window, or, if there is no such place, in the corner where it covers least of the picture.
-static QPoint beside(const QWidget &window, QSize dialog)
-{
-    constexpr int gap = 8;
-    const QRect room = window.screen()->availableGeometry(), frame = window.frameGeometry();
-    const int top = qBound(room.top(), frame.top(), qMax(room.top(), room.bottom() - dialog.height()));
-    if (frame.right() + gap + dialog.width() <= room.right())
-        return {frame.right() + gap, top};
-    if (frame.left() - gap - dialog.width() >= room.left())
-        return {frame.left() - gap - dialog.width(), top};
-    const int left = qBound(room.left(), frame.left(), qMax(room.left(), room.right() - dialog.width()));
-    if (frame.bottom() + gap + dialog.height() <= room.bottom())
-        return {left, frame.bottom() + gap};
-    if (frame.top() - gap - dialog.height() >= room.top())
-        return {left, frame.top() - gap - dialog.height()};
-    return room.bottomRight() - QPoint(dialog.width(), dialog.height());
-}
-
 void ColorWell::openDialog()
 {
     if (!m_dialog || !m_dialog->isVisible()) {
@@ -72,7 +55,12 @@ void ColorWell::openDialog()
         });
         QObject::connect(m_dialog, &QDialog::finished, this,
                          [dialog = m_dialog] { SwatchPanel::markUsed(dialog->currentColor()); });
-        m_dialog->move(beside(*window(), m_dialog->sizeHint()));
+        const QRect frame = window()->frameGeometry();
+        QList<QRect> inSight = keepInSight ? keepInSight() : QList<QRect>();
+        inSight << frame;
+        // Its own frame is not known yet; it is as wide as this window's.
+        const QSize size = m_dialog->sizeHint() + frame.size() - window()->size();
+        m_dialog->move(WindowPlacement::clearOf(inSight, size, screen()->availableGeometry()));
     }
     m_dialog->show();
     m_dialog->raise();

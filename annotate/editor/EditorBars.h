@@ -23,6 +23,7 @@ struct EditorActions {
     std::function<void(AnnotationTool)> setTool;
     std::function<void(Annotation::BlurShape)> setBlurShape;
     std::function<void(const QColor &)> setColor;
+    std::function<QList<QRect>()> keepInSight; // see ColorWell
     std::function<void(Annotation::Plate)> setPlate;
     std::function<void(double)> setLineWidth; // points
     std::function<void()> deleteSelected, zoomOut, resetZoom, zoomIn, undo, redo, save, copyAnnotated, close;

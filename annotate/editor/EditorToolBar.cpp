@@ -204,6 +204,7 @@ void EditorToolBar::addColorAndWidth()
 {
     m_color = new ColorWell(this);
     m_color->onChange = m_actions.setColor;
+    m_color->keepInSight = m_actions.keepInSight;
     layout()->addWidget(m_color);
     m_plate = new PlateButton(this);
     m_plate->onChange = m_actions.setPlate;

@@ -1,16 +1,19 @@
 #include "app/SingleInstance.h"
 #include "app/StatusMenu.h"
+#include "app/TextCapture.h"
 #include "platform/LoginItem.h"
 #include "tests/support/OrdinaryUser.h"
 #include "tests/support/Pixels.h"
 #include "tests/support/TempHome.h"
 #include "ui/AppLocale.h"
+#include "ui/HelperReason.h"
 #include "ui/Symbol.h"
 #include "ui/WindowPlacement.h"
 
 #include <QCoreApplication>
 #include <QDir>
 #include <QLocalSocket>
+#include <QRegularExpression>
 #include <QSignalSpy>
 #include <QTest>
 
@@ -153,6 +156,47 @@ private Q_SLOTS:
         QVERIFY(!AppLocale::isJapanese({u"en"_s, u"ja"_s}));
     }
 
+    // A reason added to the helper is found here, and fails.
+    void reasonsOfTheHelperAreTranslated()
+    {
+        static const QRegularExpression reason(u"(?:Error, \"|error = QStringLiteral\\(\"|\"qmocr: )([^\"\\\\]+)"_s);
+        QStringList untranslated;
+        int found = 0;
+        for (const QString &name : {u"Worker"_s, u"WorkerLink"_s, u"main"_s}) {
+            QFile source(QStringLiteral(QM_TEST_DATA "/../../helpers/qmocr/%1.cpp").arg(name));
+            QVERIFY(source.open(QIODevice::ReadOnly));
+            for (auto it = reason.globalMatch(QString::fromUtf8(source.readAll())); it.hasNext(); ++found) {
+                const QString english = it.next().captured(1);
+                if (HelperReason::japanese(english).isEmpty() && !english.contains(u"arguments"))
+                    untranslated << english;
+            }
+        }
+        QCOMPARE(untranslated, QStringList());
+        QVERIFY(found > 10);
+        QCOMPARE(HelperReason::japanese(u"/a b/qmocr cannot be started"_s), u"/a b/qmocr を起動できません"_s);
+    }
+
+    void textOfARegion()
+    {
+        const QString numbers = u"one two three four five six seven eight nine ten eleven twelve thirteen"_s;
+        const QString kana(70, u'あ'), faces = u'x' + u"😀"_s.repeated(40);
+        const struct {
+            std::optional<QString> text;
+            QStringList becomes; // what is copied, and said
+        } rows[] = {
+            {{}, {{}, u"The text could not be read"_s, u"too large"_s}},
+            {u" \n\n"_s, {{}, u"No text found"_s, {}}},
+            {u" Total\n 12 EUR\n"_s, {u"Total\n 12 EUR"_s, u"Copied: Total 12 EUR"_s, {}}},
+            {numbers, {numbers, u"Copied: "_s + numbers.first(numbers.indexOf(u" twelve")) + u" …"_s, {}}},
+            {kana, {kana, u"Copied: "_s + kana.first(60) + u" …"_s, {}}},
+            {faces, {faces, u"Copied: "_s + faces.first(59) + u" …"_s, {}}}, // no character is torn
+        };
+        for (const auto &[text, becomes] : rows) {
+            const TextCapture made = TextCapture::of({.text = text, .textError = u"too large"_s});
+            QCOMPARE(QStringList({made.copied, made.title, made.details}), becomes);
+        }
+    }
+
     void windowsStayInReach()
     {
         const struct {
@@ -167,6 +211,25 @@ private Q_SLOTS:
         };
         for (const auto &row : rows)
             QCOMPARE(WindowPlacement::placed(row.frame, row.window, 48), row.corner);
+    }
+
+    void windowsStayOutOfTheWay()
+    {
+        const QRect screen(0, 0, 1400, 900), full = screen, left(0, 0, 900, 900), picture(60, 90, 1280, 720);
+        const QSize dialog(500, 400);
+        const struct {
+            QList<QRect> inSight;
+            QPoint corner;
+        } rows[] = {
+            {{{100, 100, 50, 50}, left}, {900, 0}}, // beside the window; it must not leave the screen
+            {{{0, 300, 100, 100}, {0, 0, 800, 900}}, {808, 0}},
+            {{full}, {900, 500}},                               // no room: anywhere
+            {{{1000, 600, 200, 200}, picture, full}, {0, 500}}, // a corner, far from the item
+            {{{100, 600, 200, 200}, picture, full}, {900, 500}},
+            {{{100, 100, 1200, 700}, {60, 90, 1280, 720}, full}, {900, 500}}, // no place is free: the least
+        };
+        for (const auto &row : rows)
+            QCOMPARE(WindowPlacement::clearOf(row.inSight, dialog, screen), row.corner);
     }
 
     void menu()

@@ -61,6 +61,7 @@ private Q_SLOTS:
         white.fill(Qt::white);
         row("more rows than 16 bits sum", white, {5, 5});
         row("the same size", opaque, {120, 90});
+        row("rows alike, and some more so", noise({60, 23}, QImage::Format_RGB32).scaled(120, 92), {70, 53});
         row("with alpha", noise({97, 201}, premultiplied), {41, 90});
         row("straight alpha", noise({97, 201}, QImage::Format_ARGB32), {41, 90});
         // These are AreaResample's alone.

@@ -1,3 +1,4 @@
+#include "index/LikePattern.h"
 #include "index/TextMatch.h"
 
 #include <QRegularExpression>
@@ -43,6 +44,27 @@ private Q_SLOTS:
                 shown.insert(match.start + match.length, u']').insert(match.start, u'[');
             QCOMPARE(shown, row[2]);
         }
+    }
+
+    // As SQLite's own LIKE reads what is malformed or longer than it need be; fuzz/like.cpp compares far more.
+    void oddSpellings()
+    {
+        const struct {
+            const char *pattern, *text;
+            bool matches;
+        } rows[] = {
+            {"%é%", "x\xE0\x83\xA9", true},
+            {"%é%", "x\xFB\xA9", true},
+            {"%é%", "\xE3\x83\xA9", false}, // ends in the same bytes
+            {"%n©", "n\x80\xA9", false},
+            {"%_©", "n\x80\xA9", true}, // a byte by itself
+            {"%検索%", "\xC6\xA4\x9C\xF0\x87\xB4\xA2", true},
+            {"%😀%", "\xDF\x98\x80", true},
+            {"%.__q%", ".\x80\x80q", true},
+            {"%.__q%", ".\xE3\x80\x80q", false},
+        };
+        for (const auto &[pattern, text, matches] : rows)
+            QVERIFY2(LikePattern(pattern).matches(text) == matches, pattern);
     }
 };
 

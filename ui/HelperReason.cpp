@@ -1,0 +1,62 @@
+#include "ui/HelperReason.h"
+
+#include "ui/AppLocale.h"
+
+namespace qm {
+
+// "%1" stands for anything, which is kept.
+static constexpr std::pair<QStringView, QStringView> reasons[] = {
+    // of pictures whose text is to be read
+    {u"no such file", u"ファイルがありません"},
+    {u"not a file", u"ファイルではありません"},
+    {u"too large", u"画像が大きすぎます"},
+    {u"not a readable picture", u"画像として読めません"},
+    {u"incomplete, perhaps still being written", u"ファイルが途中で終わっています（書き込み中かもしれません）"},
+    {u"took too long", u"時間がかかりすぎたため中止しました"},
+    {u"not enough memory", u"メモリーが足りません"},
+    {u"not enough memory for the language data", u"言語データを読み込むメモリーが足りません"},
+    {u"no language data", u"文字認識の言語データがありません"},
+    {u"no Tesseract language data is installed", u"文字認識（Tesseract）の言語データがインストールされていません"},
+    {u"the reading process failed", u"文字認識のプロセスに問題が起きました"},
+    {u"the reading process ended unexpectedly", u"文字認識のプロセスが異常終了しました"},
+    {u"this system cannot confine the process that reads pictures",
+     u"このシステムでは、画像を読むプロセスを隔離できません"},
+    {u"unknown", u"不明"},
+    // of the helpers themselves
+    {u"%1 cannot be started", u"%1 を起動できません"},
+    {u"its answer is not UTF-8", u"応答が UTF-8 ではありません"},
+    {u"it ended before it had answered", u"応答する前に終了しました"},
+    {u"the capture tool cannot be started", u"撮影プログラムを起動できません"},
+    {u"no X server", u"X サーバーに接続できません"},
+    {u"no display to capture from", u"撮影できるディスプレイがありません"},
+    {u"cannot load %1", u"%1 を読み込めません"},
+    {u"cannot write to the folder %1", u"フォルダー %1 に書き込めません"},
+    // of the system, as programs without a translation get them
+    {u"Permission denied", u"アクセス権がありません"},
+    {u"No such file or directory", u"ファイルやフォルダーがありません"},
+    {u"No space left on device", u"ディスクに空きがありません"},
+    {u"Input/output error", u"入出力エラー"},
+};
+
+QString HelperReason::japanese(const QString &english)
+{
+    for (const auto &[pattern, translation] : reasons) {
+        if (english == pattern)
+            return translation.toString();
+        const qsizetype subject = pattern.indexOf(u"%1");
+        if (subject < 0)
+            continue;
+        const QStringView before = pattern.first(subject), after = pattern.sliced(subject + 2);
+        if (english.size() > before.size() + after.size() && english.startsWith(before) && english.endsWith(after))
+            return translation.toString().arg(english.sliced(before.size()).chopped(after.size()));
+    }
+    return {};
+}
+
+QString HelperReason::shown(const QString &english)
+{
+    const QString translated = AppLocale::isJapanese() ? japanese(english) : QString();
+    return translated.isEmpty() ? english : translated;
+}
+
+} // namespace qm
