@@ -48,6 +48,8 @@ static std::optional<PictureHeader> headerIn(const QByteArray &message)
     QByteArray profile;
     stream >> header.size >> header.rows >> format >> header.dpi >> orientation >> profile >> header.byRows >>
         header.decoding >> header.delivering >> header.whole;
+    if (format < QImage::Format_Invalid || format >= QImage::NImageFormats)
+        return std::nullopt;
     header.format = QImage::Format(format);
     header.orientation = orientation;
     const bool isPossible = stream.status() == QDataStream::Ok && !header.size.isEmpty() && !header.rows.isEmpty() &&
