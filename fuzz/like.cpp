@@ -60,12 +60,14 @@ static std::string spelt(const uint8_t *data, size_t size, const std::string &pa
                                          "aaaaaaaaaaaaaaaa"};
     std::string text;
     for (size_t i = 0; i < size; ++i) {
-        if (data[i] >= 0xC0 && i + 1 < size && !pattern.empty())
-            text += pattern.substr(data[++i] % pattern.size(), data[i] % 5);
-        else if (data[i] >= 0x80)
+        if (data[i] >= 0xC0 && i + 1 < size && !pattern.empty()) {
+            ++i;
+            text += pattern.substr(data[i] % pattern.size(), data[i] % 5);
+        } else if (data[i] >= 0x80) {
             text += pieces[data[i] % std::size(pieces)];
-        else
+        } else {
             text += char(data[i]);
+        }
     }
     return text;
 }
