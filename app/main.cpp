@@ -1,8 +1,10 @@
 #include "app/AppDelegate.h"
 #include "app/SingleInstance.h"
+#include "imaging/DecoderProcess.h"
 #include "platform/Memory.h"
 #include "platform/SystemStartup.h"
 #include "platform/TerminationSignals.h"
+#include "platform/ToolPaths.h"
 #include "ui/AppLocale.h"
 #include "ui/Symbol.h"
 
@@ -93,6 +95,7 @@ int main(int argc, char **argv)
         translator.load(QStringLiteral("qtbase_ja"), QLibraryInfo::path(QLibraryInfo::TranslationsPath)))
         QApplication::installTranslator(&translator);
 
+    DecoderProcess::use(toolPaths().decode.value_or(QString()));
     TerminationSignals::defer();                                    // log-out: what has been read is kept
     TerminationSignals::whenReceived([] { QApplication::exit(); }); // quit() would ask every window first
 

@@ -1,5 +1,5 @@
 # Quillmere.app: the application, with the helpers next to its executable, where it looks for them.
-set(helpers qms qmocr qmscroll)
+set(helpers qms qmdecode qmocr qmscroll)
 set_target_properties(quillmere PROPERTIES
     OUTPUT_NAME Quillmere
     MACOSX_BUNDLE ON

@@ -8,6 +8,7 @@
 
 #include <QFile>
 #include <QRandomGenerator>
+#include <QtEndian>
 
 #include <zlib.h>
 

@@ -1,12 +1,14 @@
 #include "imaging/PictureReader.h"
 
 #include "imaging/DecodeBudget.h"
+#include "imaging/DecoderProcess.h"
 #include "imaging/ExifTags.h"
 #include "imaging/HeifReader.h"
 #include "imaging/JpegReader.h"
 #include "imaging/TiffReader.h"
 #include "imaging/WebpReader.h"
 
+#include <QFileDevice>
 #include <QImageReader>
 #include <QLoggingCategory>
 
@@ -14,6 +16,8 @@ namespace qm {
 
 // What every decoder gets, in bytes: room for a header with its colour profile and EXIF data, and for rows of any usual width.
 static constexpr qint64 headerBytes = 48'000'000, usualRows = 4'000'000;
+// In another process: more, as it would have to be started once more.
+static constexpr qint64 usualPicture = 64'000'000;
 
 namespace {
 
@@ -111,6 +115,8 @@ static Decoded readByQt(QIODevice &file, RowSink &sink)
         return Decoded::nothing; // a codec that can't tell the size in advance could allocate anything
     header.byRows = false;
     header.decoding = header.delivering = heldByQt(reader, header.size, tags);
+    const QImage::Format format = reader.imageFormat();
+    header.whole = PictureHeader::bytes(header.size, format == QImage::Format_Invalid ? QImage::Format_ARGB32 : format);
     if (!sink.begin(header))
         return Decoded::stopped;
     QImage image;
@@ -120,9 +126,23 @@ static Decoded readByQt(QIODevice &file, RowSink &sink)
     return sink.addWhole(image) ? Decoded::whole : Decoded::stopped;
 }
 
+static bool isLeftToAnother(const QByteArray &head)
+{
+    return DecoderProcess::isUsed() && !PngReader::isPng(head) && !JpegReader::isJpeg(head);
+}
+
+static bool isOfAnyFormat(const QByteArray &head)
+{
+    return HeifReader::isHeif(head) || WebpReader::isWebp(head) || TiffReader::isTiff(head) || head.startsWith("GIF8");
+}
+
 static Decoded readByFormat(QIODevice &file, const PictureReader::Wish &wish, RowSink &sink)
 {
     const QByteArray head = file.peek(HeifReader::headBytes);
+    if (isLeftToAnother(head)) {
+        const auto *onDisk = qobject_cast<QFileDevice *>(&file);
+        return onDisk && isOfAnyFormat(head) ? DecoderProcess::read(onDisk->fileName(), wish, sink) : Decoded::nothing;
+    }
     if (PngReader::isPng(head))
         return PngReader::read(file, wish.depth, sink);
     if (HeifReader::isHeif(head))
@@ -153,7 +173,8 @@ Decoded PictureReader::read(QIODevice &file, const Wish &wish, RowSink &sink)
 {
     DecodeBudget &budget = DecodeBudget::shared();
     const qint64 always = headerBytes + heldOfFile(file);
-    for (qint64 room = usualRows; always + room <= budget.all();) {
+    const bool elsewhere = isLeftToAnother(file.peek(HeifReader::headBytes));
+    for (qint64 room = elsewhere ? usualPicture : usualRows; always + room <= budget.all();) {
         const DecodeBudget::Share share = budget.take(always + room);
         if (!share)
             return Decoded::busy;

@@ -8,7 +8,7 @@ class QIODevice;
 namespace qm {
 
 // Picks the reader for a file by its first bytes: PNG, JPEG, WebP, HEIC and TIFF with alpha have one here; GIF, other TIFF,
-// animated WebP and CMYK JPEG are left to Qt.
+// animated WebP and CMYK JPEG are left to Qt. What is neither PNG nor JPEG is left to DecoderProcess where that is used.
 //
 // Memory is bounded whatever the file says: nothing is decoded before its header told what that takes, all of which comes from
 // DecodeBudget. Rows that arrive one after the other take little; how many may come is up to the sink.

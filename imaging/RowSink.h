@@ -17,6 +17,7 @@ struct PictureHeader {
     bool byRows = true;    // the reader holds a few rows; otherwise the picture, in whatever form
     qint64 decoding = 0;   // bytes it holds until the first row, with what a sink needs for one row
     qint64 delivering = 0; // bytes it holds while rows are delivered
+    qint64 whole = 0;      // bytes of the picture if it is delivered whole; part of `delivering`
 
     static qint64 bytes(QSize size, QImage::Format format)
     {

@@ -24,7 +24,8 @@ ToolPaths toolPaths()
 {
     return {.capture = besideExecutable(QString::fromUtf16(captureTool)),
             .scroll = besideExecutable(QStringLiteral("qmscroll")),
-            .ocr = besideExecutable(QStringLiteral("qmocr"))};
+            .ocr = besideExecutable(QStringLiteral("qmocr")),
+            .decode = besideExecutable(QStringLiteral("qmdecode"))};
 }
 
 } // namespace qm

@@ -6,6 +6,7 @@
 #include "helpers/qmocr/Text.h"
 #include "helpers/qmocr/TextReader.h"
 #include "helpers/qmocr/WireFormat.h"
+#include "helpers/sandbox/Sandbox.h"
 #include "imaging/ImageFile.h"
 
 #include <QFile>
@@ -17,6 +18,7 @@
 #include <fcntl.h>
 #include <new>
 #include <optional>
+#include <sys/resource.h>
 #include <unistd.h>
 #include <utility>
 
@@ -97,11 +99,12 @@ static void read(TextReader &reader, const QString &path, Boxes boxes, const Rep
 int runWorker(const QString &languages, quint64 memoryLimit, Boxes boxes)
 {
     const ReplyPipe replies;
-    confineWorker(memoryLimit);
+    setpriority(PRIO_PROCESS, 0, 10); // in the background
+    Sandbox::limit(memoryLimit);
 #ifdef __SANITIZE_ADDRESS__
     const bool confined = true; // its reports could not be written
 #else
-    const bool confined = enterSandbox();
+    const bool confined = Sandbox::enter();
 #endif
     endWhenHungUp(STDIN_FILENO);
     std::optional<TextReader> reader;

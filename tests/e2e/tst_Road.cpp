@@ -80,6 +80,7 @@ private Q_SLOTS:
                                       "printf '{\"path\": \"%s\", \"text\": \"%s\"}\\n' \"$p\" \"$t\"; done");
         m_home.script(u"bin/qmcapture"_s, "for word; do case $word in -i*) echo $word >>$HOME/asked; esac; done\n"
                                           "exec " QM_PROGRAMS "/qmcapture \"$@\"");
+        m_home.script(u"bin/qmdecode"_s, "echo \"$*\" >>$HOME/decoded; exec " QM_PROGRAMS "/qmdecode \"$@\"");
         for (const QString &name : {u"quillmere"_s, u"qms"_s})
             QVERIFY(QFile::copy(QStringLiteral(QM_PROGRAMS "/") + name, m_home.file(u"bin/"_s + name)));
         m_home.write(u".quillmere/config.json"_s, "{\"cloud\": \"~/cloud\"}");
@@ -215,6 +216,14 @@ private Q_SLOTS:
         run(u"quillmere"_s, {u"annotate"_s, folder() + u"/oat-annotated.png"_s}); // answered after it
         QVERIFY(waitForWindow(u"Annotate — oat-annotated.png"_s));
         QCOMPARE(m_desktop.windows().size(), before + 1);
+    }
+
+    void otherFormatsAreDecodedElsewhere()
+    {
+        run(u"quillmere"_s, {u"annotate"_s, QStringLiteral(QM_TEST_DATA "/formats/quarters.gif")});
+        QVERIFY(waitForWindow(u"Annotate — quarters.gif"_s));
+        QCOMPARE(m_home.read(u"decoded"_s), QByteArray("0\n"));
+        m_desktop.tap(Key::escape);
     }
 
     void whatWasBeingDrawnIsOfferedAgain()

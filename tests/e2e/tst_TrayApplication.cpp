@@ -165,6 +165,24 @@ private Q_SLOTS:
         m_desktop.tap(Key::rightShift); // and it does not need one
         QCOMPARE(asked(3), QByteArray("-iw --region -i"));
         QCOMPARE(m_desktop.home().read(u"asked"_s).count("--rest "), 2);
+        m_desktop.start(u"tint2"_s, {});
+        QVERIFY(Desktop::wait([&] { return trayIcon(m_desktop).has_value(); }));
+    }
+
+    // What does not need the bus goes on without; what a lost display ends leaves nothing in the next start's way.
+    void theDesktopGoes()
+    {
+        start();
+        quillmere(u"library"_s);
+        const auto library = [&] { return m_desktop.windowTitled(u"Quillmere Library"_s); };
+        QVERIFY(Desktop::wait([&] { return library().has_value(); })); // Qt itself asks the bus while it starts
+        m_desktop.stopSessionBus();
+        m_desktop.tap(Key::rightShift);
+        QCOMPARE(asked(1), QByteArray("-i"));
+        m_desktop.cutOff(library()->id);
+        QVERIFY(Desktop::ended(*m_application));
+        QVERIFY(QFile::remove(at(u"asked"_s)));
+        start();
     }
 };
 

@@ -55,6 +55,7 @@ Desktop::Desktop(const Options &options)
     QProcess &bus = start(u"dbus-daemon"_s, {u"--session"_s, u"--nofork"_s, u"--nopidfile"_s, u"--print-address=1"_s,
                                              u"--address=unix:path="_s + m_home.file(u".run/bus"_s)});
     m_busAddress = QString::fromLatin1(firstLine(bus, "dbus-daemon"));
+    m_bus = &bus;
 
     for (int i = 0; i < options.monitors.size(); ++i) {
         const QRect &area = options.monitors[i];
@@ -165,6 +166,12 @@ void Desktop::stopWindowManager()
 {
     m_windowManager->kill();
     m_windowManager->waitForFinished();
+}
+
+void Desktop::stopSessionBus()
+{
+    m_bus->kill();
+    m_bus->waitForFinished();
 }
 
 // It takes the selection before it takes the windows' pixels.

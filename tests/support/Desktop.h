@@ -79,6 +79,7 @@ public:
     // The files it writes have room for 16 kB.
     QProcess &startOnFullDisk(const QString &program, const QStringList &arguments);
     void stopWindowManager();                      // as a crash would
+    void stopSessionBus();                         // likewise
     void setResource(const QByteArray &resources); // the X resources, "Xft.dpi:\t192\n"
 
     // Keyboard and pointer.
@@ -154,6 +155,7 @@ private:
     QString m_busAddress;
     std::vector<std::unique_ptr<QProcess>> m_processes; // ended last first
     QProcess *m_windowManager = nullptr;
+    QProcess *m_bus = nullptr;
     xcb_connection_t *m_connection = nullptr;
     quint32 m_root = 0;
     QList<std::pair<int, int>> m_down; // type of the press, key or button

@@ -3,11 +3,8 @@
 #include <cerrno>
 #include <cstdlib>
 #include <ctime>
-#include <fcntl.h>
 #include <poll.h>
-#include <sys/resource.h>
 #include <thread>
-#include <unistd.h>
 
 namespace qm::ocr {
 
@@ -24,20 +21,6 @@ void endWhenHungUp(int descriptor)
                 std::_Exit(0);
         }
     }).detach();
-}
-
-void confineWorker(quint64 memoryLimit)
-{
-    setpriority(PRIO_PROCESS, 0, 10);
-    const rlimit memory{rlim_t(memoryLimit), rlim_t(memoryLimit)};
-    setrlimit(RLIMIT_AS, &memory);
-    const rlimit none{0, 0};
-    setrlimit(RLIMIT_CORE, &none);
-    const int file = open("/proc/self/oom_score_adj", O_WRONLY | O_CLOEXEC); // proc(5): raising it needs no privilege
-    if (file >= 0) {
-        [[maybe_unused]] const ssize_t written = write(file, "1000", 4);
-        close(file);
-    }
 }
 
 std::chrono::milliseconds processorTime(qint64 process)

@@ -38,20 +38,6 @@ void endWhenHungUp(int descriptor)
     }).detach();
 }
 
-void confineWorker(quint64 memoryLimit)
-{
-    setpriority(PRIO_PROCESS, 0, 10);
-    const rlimit memory{rlim_t(memoryLimit), rlim_t(memoryLimit)};
-    setrlimit(RLIMIT_AS, &memory); // accepted, but not every version of the system enforces it
-    const rlimit none{0, 0};
-    setrlimit(RLIMIT_CORE, &none);
-}
-
-bool enterSandbox()
-{
-    return true;
-}
-
 std::chrono::milliseconds processorTime(qint64 process)
 {
     rusage_info_v0 used{};

@@ -1,4 +1,4 @@
-#include "helpers/qmocr/ProcessControl.h"
+#include "helpers/sandbox/Sandbox.h"
 
 #include <cerrno>
 #include <fcntl.h>
@@ -7,10 +7,11 @@
 #include <seccomp.h>
 #include <sys/ioctl.h>
 #include <sys/prctl.h>
+#include <sys/resource.h>
 #include <sys/syscall.h>
 #include <unistd.h>
 
-namespace qm::ocr {
+namespace qm {
 
 namespace {
 
@@ -38,7 +39,24 @@ void allowReadingOnly()
 
 } // namespace
 
-bool enterSandbox()
+void Sandbox::limit(quint64 memory, std::chrono::seconds time)
+{
+    const auto set = [](auto resource, rlim_t most) {
+        const rlimit both{most, most};
+        setrlimit(resource, &both);
+    };
+    set(RLIMIT_AS, rlim_t(memory));
+    set(RLIMIT_CORE, 0);
+    if (time.count() > 0)
+        set(RLIMIT_CPU, rlim_t(time.count()));
+    const int file = open("/proc/self/oom_score_adj", O_WRONLY | O_CLOEXEC); // proc(5): raising it needs no privilege
+    if (file >= 0) {
+        [[maybe_unused]] const ssize_t written = write(file, "1000", 4);
+        close(file);
+    }
+}
+
+bool Sandbox::enter()
 {
     if (prctl(PR_SET_NO_NEW_PRIVS, 1, 0, 0, 0) != 0)
         return false;
@@ -92,4 +110,4 @@ bool enterSandbox()
     return complete && seccomp_load(filter.get()) == 0;
 }
 
-} // namespace qm::ocr
+} // namespace qm
