@@ -106,7 +106,10 @@ static std::vector<BarRow> barRowsOf(QImage &normalised, const Component &compon
 static bool clearBar(QImage &normalised, const Component &component, int unit)
 {
     const int width = component.box.width(), height = component.box.height();
-    if (height < unit || height > 5 * unit || width * 5 < height * 6 || component.pixels * 2 < qint64(width) * height)
+    // A single letter may be like a narrow bar, but does not fill as much.
+    const int leastPercent = width < 2 * height ? 75 : 50;
+    if (height < unit || height > 5 * unit || width * 5 < height * 6 ||
+        component.pixels * 100 < qint64(width) * height * leastPercent)
         return false;
     const std::vector<BarRow> rows = barRowsOf(normalised, component);
     int contrast = 0;
