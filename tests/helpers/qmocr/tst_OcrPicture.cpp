@@ -143,6 +143,7 @@ private Q_SLOTS:
         QImage picture = plain({400, 120}, 255);
         fill(picture, {20, 20, 150, 14}, 60);
         fill(picture, {20, 34, 150, 14}, 130);
+        fill(picture, {19, 20, 1, 28}, 180); // a smooth end
         for (int x = 24; x < 164; x += 6) {
             fill(picture, {x, 20, 2, 13}, 255);
             fill(picture, {x, 36, 2, 12}, 0);
@@ -151,7 +152,7 @@ private Q_SLOTS:
         fill(picture, {24, 84, 18, 3}, 255);
         fill(picture, {60, 80, 1, 22}, 0);
         removeFrames(picture, 10);
-        for (const QPoint ground : {QPoint(22, 25), {27, 30}, {168, 40}, {27, 47}, {22, 84}, {60, 90}})
+        for (const QPoint ground : {QPoint(22, 25), {19, 25}, {27, 30}, {168, 40}, {27, 47}, {22, 84}, {60, 90}})
             QCOMPARE(level(picture, ground.x(), ground.y()), 255);
         for (const QPoint letter : {QPoint(24, 20), {150, 30}, {24, 40}, {150, 47}, {30, 85}})
             QVERIFY(level(picture, letter.x(), letter.y()) < darkBelow);
