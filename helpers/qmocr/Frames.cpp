@@ -14,13 +14,6 @@ static constexpr int frameBelow = 200;  // grey level; frames are often fainter 
 static constexpr int barLevels = 8;     // by which a bar may differ from itself
 static constexpr int fewestLevels = 48; // by which something on a bar differs from it
 
-// The component's box is relative to the origin.
-static void clear(QImage &normalised, const Component &component, QPoint origin = {})
-{
-    for (const Run &run : component.runs)
-        std::fill_n(normalised.scanLine(origin.y() + run.y) + origin.x() + run.left, run.width(), uchar(255));
-}
-
 // Clears the long straight parts of a frame or line, and whatever small bits then remain of it.
 static void clearFrame(QImage &normalised, const Component &component, int unit)
 {
@@ -44,11 +37,15 @@ static void clearFrame(QImage &normalised, const Component &component, int unit)
             }
         }
     }
+    const auto clear = [&](const Run &run) {
+        std::fill_n(normalised.scanLine(box.top() + run.y) + box.left() + run.left, run.width(), uchar(255));
+    };
     const Components rest = Components::dark(mask, 50);
     for (const Component &bit : rest.all())
         if (const int size = std::max(bit.box.width(), bit.box.height());
             size < unit * 6 / 10 || bit.box.height() < 3 || (size < 5 * unit / 4 && bit.pixels < 9 * size / 5))
-            clear(normalised, bit, box.topLeft());
+            for (const Run &run : bit.runs)
+                clear(run);
     for (int y = 0; y < box.height(); ++y) {
         const uchar *in = mask.constScanLine(y);
         uchar *out = normalised.scanLine(box.top() + y) + box.left();
@@ -126,24 +123,14 @@ static bool clearBar(QImage &normalised, const Component &component, int unit)
     return true;
 }
 
-// What is left between two cells of a table where the frame goes no further; no letter is as thin.
-static bool isRule(const QRect &box, int unit)
-{
-    return box.height() >= 2 * unit && box.height() >= 20 * box.width();
-}
-
 void removeFrames(QImage &normalised, int textHeight)
 {
     const int unit = std::clamp(textHeight, 8, 32);
     const Components components = Components::dark(normalised, frameBelow);
-    for (const Component &component : components.all()) {
-        if (clearBar(normalised, component, unit))
-            continue;
-        if (isRule(component.box, unit))
-            clear(normalised, component);
-        else if (component.box.width() > 10 * unit || component.box.height() > 5 * unit)
+    for (const Component &component : components.all())
+        if (!clearBar(normalised, component, unit) &&
+            (component.box.width() > 10 * unit || component.box.height() > 5 * unit))
             clearFrame(normalised, component, unit);
-    }
 }
 
 } // namespace qm::ocr
