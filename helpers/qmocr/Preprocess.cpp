@@ -18,6 +18,8 @@ static constexpr int reach = 8;        // tiles on either side that determine a 
 static constexpr int bins = 64;        // of four grey levels each
 static constexpr int groundBins = 13;  // that the levels of one ground are taken to cover
 static constexpr int minContrast = 48; // grey levels; anything less is noise and stays faint
+static constexpr int noiseRoom = 20;   // times what most pixels of a noisy ground exceed, hardly any of them does
+static constexpr int mostNoise = 160;
 static constexpr int fullContrast = 220;
 static constexpr int fewestLetters = 20;
 static constexpr double bestHeight = 20; // pixels
@@ -116,6 +118,33 @@ static int exceededByFew(const Histogram &h)
     return k * 4;
 }
 
+// The level that two pixels of three exceed: 0 on an even ground, however much stands on it.
+static int exceededByMost(const Histogram &h)
+{
+    const int total = std::accumulate(h.begin(), h.end(), 0);
+    int k = 0;
+    for (int below = h[0]; below * 3 <= total && k < bins - 1; below += h[k])
+        ++k;
+    return k * 4;
+}
+
+// Where bold letters take most of a tile, its level is theirs; but above and below them is the ground.
+static void steady(QImage &levels)
+{
+    const QImage before = levels;
+    for (int top = tileEdge; top + tileEdge < levels.height(); top += tileEdge) {
+        const uchar *above = before.constScanLine(top - tileEdge), *own = before.constScanLine(top),
+                    *below = before.constScanLine(top + tileEdge);
+        uchar *first = levels.scanLine(top);
+        for (int x = 0; x < levels.width(); ++x) {
+            const auto [low, high] = std::minmax(above[x], below[x]);
+            first[x] = std::clamp(own[x], low, high);
+        }
+        for (int y = top + 1; y < top + tileEdge; ++y)
+            std::copy_n(first, levels.width(), levels.scanLine(y));
+    }
+}
+
 QImage normalised(const QImage &gray)
 {
     QImage levels(gray.size(), QImage::Format_Grayscale8);
@@ -124,6 +153,7 @@ QImage normalised(const QImage &gray)
         for (int y = tile.top(); y <= tile.bottom(); ++y)
             std::fill_n(levels.scanLine(y) + tile.left(), tile.width(), level);
     });
+    steady(levels);
 
     QImage result = grounds(gray, std::move(levels)); // the distances from the ground, then the result
     for (int y = 0; y < gray.height(); ++y) {
@@ -133,7 +163,8 @@ QImage normalised(const QImage &gray)
             out[x] = uchar(std::abs(in[x] - out[x]));
     }
     forEachTile(result, [&](const QRect &tile, const Histogram &strip) {
-        const int contrast = std::max(minContrast, exceededByFew(strip));
+        const int noise = std::min(noiseRoom * exceededByMost(strip), mostNoise);
+        const int contrast = std::max({minContrast, exceededByFew(strip), noise});
         for (int y = tile.top(); y <= tile.bottom(); ++y) {
             uchar *out = result.scanLine(y);
             for (int x = tile.left(); x <= tile.right(); ++x)

@@ -22,6 +22,14 @@ static bool areHalves(const QRect &a, const QRect &b, int textHeight)
            -gapBeside(a, b) * 5 >= std::min(a.width(), b.width()) * 3;
 }
 
+// Single characters, each in a cell of its own: terminals give them two of a font that is not made for them.
+static bool areApart(const QRect &a, const QRect &b)
+{
+    const int em = std::max(a.height(), b.height());
+    return a.width() * 4 <= em * 5 && b.width() * 4 <= em * 5 && gapBeside(a, b) * 2 <= em * 3 &&
+           -gapBelow(a, b) * 2 >= std::min(a.height(), b.height());
+}
+
 // The boxes around those that belong together; near tells it of two that are at most reach pixels apart in x.
 template<class Near>
 static std::vector<QRect> united(std::vector<QRect> boxes, int reach, const Near &near)
@@ -49,6 +57,7 @@ QList<QRect> rowsAmong(const Components &spots, int textHeight)
     std::vector<QRect> rows = united(std::move(letters), std::max(textHeight, highest * 6 / 10),
                                      [&](const QRect &a, const QRect &b) { return areBeside(a, b, textHeight); });
     rows = united(std::move(rows), 0, [&](const QRect &a, const QRect &b) { return areHalves(a, b, textHeight); });
+    rows = united(std::move(rows), highest * 3 / 2, areApart);
     QList<QRect> result;
     std::copy_if(rows.begin(), rows.end(), std::back_inserter(result),
                  [&](const QRect &row) { return row.height() * 3 >= textHeight * 2; });

@@ -1,8 +1,11 @@
 #include "helpers/qmocr/Slices.h"
 
+#include "helpers/qmocr/Text.h"
+
 #include <algorithm>
 #include <cmath>
 #include <cstdlib>
+#include <limits>
 #include <vector>
 
 namespace qm::ocr {
@@ -101,6 +104,23 @@ static bool isStump(const QRect &box, const QRect &piece, const QRect &whole)
     return box.top() < clear.top() || box.bottom() > clear.bottom();
 }
 
+// Two readings of one row, which reach into each other: every word is left to the one that has more around it. The right
+// one may become empty.
+static void shareOut(Line &left, Line &right)
+{
+    const QRect common = left.box & right.box;
+    const bool goesOn = left.box.left() + edge < right.box.left() && left.box.right() + edge < right.box.right() &&
+                        common.height() * 2 > std::min(left.box.height(), right.box.height());
+    if (!goesOn || left.isVertical || right.isVertical)
+        return;
+    static constexpr double infinite = std::numeric_limits<double>::infinity();
+    const std::optional<Line> before = lineOf(wordsBetween(left.symbols, -infinite, common.center().x()));
+    if (!before)
+        return;
+    left = *before;
+    right = lineOf(wordsBetween(right.symbols, left.box.right(), infinite)).value_or(Line());
+}
+
 QList<Line> joined(const QList<QRect> &pieces, const QList<QList<Line>> &read)
 {
     QRect whole;
@@ -123,8 +143,11 @@ QList<Line> joined(const QList<QRect> &pieces, const QList<QList<Line>> &read)
         const qsizetype before = lines.size();
         for (const Line &line : read[i]) {
             if (own.contains(line.box.center())) {
-                if (!isKnown(line, before))
-                    lines += line;
+                Line rest = line;
+                for (qsizetype k = 0; k < before; ++k)
+                    shareOut(lines[k], rest);
+                if (!rest.text.isEmpty() && !isKnown(rest, before))
+                    lines += rest;
             } else if (!isStump(line.box, pieces[i], whole)) {
                 spare += {line, lines.size()};
             }

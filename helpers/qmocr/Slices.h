@@ -20,7 +20,7 @@ QRect clearPart(const QRect &piece, const QRect &whole, int margin);
 
 // The lines of all pieces, without duplicates: read.at(i) are the lines of piece i, in pixels of the whole picture. A
 // line in an overlap is taken from the piece to which its middle is nearer. Lines found only by the other piece are kept,
-// unless they are stumps cut off by its edge.
+// unless they are stumps cut off by its edge. Of a line that goes on in the piece beside, each says a part.
 QList<Line> joined(const QList<QRect> &pieces, const QList<QList<Line>> &read);
 
 constexpr int overlap = 192; // pixels; more than the tallest line that can be read

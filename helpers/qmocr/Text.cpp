@@ -216,6 +216,21 @@ QList<Symbol> better(const QList<Symbol> &one, const QList<Symbol> &other, doubl
     return result;
 }
 
+QList<Symbol> wordsBetween(const QList<Symbol> &symbols, double left, double right)
+{
+    QList<Symbol> result;
+    for (qsizetype start = 0, end; start < symbols.size(); start = end) {
+        QRectF box = symbols[start].box;
+        for (end = start + 1; end < symbols.size() && !symbols[end].beginsWord && !isJapanese(symbols[end]) &&
+                              !isJapanese(symbols[end - 1]);
+             ++end)
+            box |= symbols[end].box;
+        if (const double middle = box.center().x(); middle >= left && middle < right)
+            result += symbols.mid(start, end - start);
+    }
+    return result;
+}
+
 QList<Symbol> withoutNoise(const QList<Symbol> &symbols)
 {
     static constexpr double least = 40; // confidence

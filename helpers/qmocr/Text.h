@@ -23,6 +23,9 @@ QList<Symbol> better(const QList<Symbol> &one, const QList<Symbol> &other, doubl
 
 double confidenceOf(const QList<Symbol> &symbols); // the mean; 0 of none
 
+// The words whose middle lies from `left` up to but not including `right`, in the pixels of their boxes.
+QList<Symbol> wordsBetween(const QList<Symbol> &symbols, double left, double right);
+
 // Without the words that icons, pictures and remains of frames were taken for.
 QList<Symbol> withoutNoise(const QList<Symbol> &symbols);
 

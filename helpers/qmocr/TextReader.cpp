@@ -4,6 +4,7 @@
 #include "helpers/qmocr/Frames.h"
 #include "helpers/qmocr/InkPlaces.h"
 #include "helpers/qmocr/Preprocess.h"
+#include "helpers/qmocr/ReadingOrder.h"
 #include "helpers/qmocr/Rows.h"
 #include "helpers/qmocr/Slices.h"
 #include "helpers/qmocr/Text.h"
@@ -11,6 +12,9 @@
 #include <algorithm>
 
 namespace qm::ocr {
+
+static constexpr double less = 0.75; // of the scale, for a second opinion
+static constexpr int tiniest = 6;    // textHeight() in pixels, of fonts up to 10
 
 static QStringList setsFor(const QString &languages, const QStringList &otherwise)
 {
@@ -72,12 +76,6 @@ static Engine &loaded(std::optional<Engine> &engine, const QStringList &language
 // What three readings of a line say together. The fragments that the first has of it stand only if the others are worse.
 static void settle(QList<Line> &lines, const Doubt &doubt, const QList<Symbol> &again)
 {
-    if (doubt.lines.isEmpty()) { // icons are hardly ever read with confidence
-        const std::optional<Line> line = lineOf(again);
-        if (line && line->text.size() > 1 && isSure(*line))
-            lines += *line;
-        return;
-    }
     QList<Symbol> before;
     bool sure = true;
     for (const qsizetype i : doubt.lines) {
@@ -94,8 +92,16 @@ static void settle(QList<Line> &lines, const Doubt &doubt, const QList<Symbol> &
         lines[i] = i == doubt.lines.first() && line ? *line : Line();
 }
 
-void TextReader::readAgain(QList<Line> &lines, const QImage &prepared, const QRegion &elsewhere)
+QList<Line> TextReader::readAgain(QList<Line> &lines, const QImage &prepared, const QRegion &elsewhere)
 {
+    QList<Line> missed;
+    const auto take = [&](const Doubt &doubt, const QList<Symbol> &again) {
+        if (!doubt.lines.isEmpty())
+            return settle(lines, doubt, again);
+        const std::optional<Line> line = lineOf(again);
+        if (line && line->text.size() > 1 && isSure(*line)) // icons are hardly ever read with confidence
+            missed += *line;
+    };
     const Components spots = spotsOf(prepared);
     const int height = textHeight(spots);
     const double scale = readingScale(height, prepared.size());
@@ -111,25 +117,30 @@ void TextReader::readAgain(QList<Line> &lines, const QImage &prepared, const QRe
         Engine &engine = loaded(m_latin, setsFor(m_languages, {QStringLiteral("eng")}));
         const QList<QList<Symbol>> again = engine.readRows(prepared, scale, latinAreas);
         for (qsizetype i = 0; i < latin.size(); ++i)
-            settle(lines, latin[i], again[i]);
+            take(latin[i], again[i]);
     }
     if (!japanese.isEmpty()) {
         Engine &engine = loaded(m_japanese, setsFor(m_languages, {QStringLiteral("jpn")}));
-        const QList<QList<Symbol>> again = engine.readRows(prepared, scale, japaneseAreas);
-        const QList<QList<Symbol>> smaller = m_first.readRows(prepared, scale * 3 / 4, japaneseAreas);
+        // The two see different things if one picture is smaller. Of tiny text, it is the other one.
+        const bool isTiny = height <= tiniest;
+        const QList<QList<Symbol>> again = engine.readRows(prepared, scale * (isTiny ? less : 1), japaneseAreas);
+        const QList<QList<Symbol>> other = m_first.readRows(prepared, scale * (isTiny ? 1 : less), japaneseAreas);
         for (qsizetype i = 0; i < japanese.size(); ++i)
-            settle(lines, japanese[i], better(again[i], smaller[i], sureConfidence));
+            take(japanese[i], better(again[i], other[i], sureConfidence));
     }
+    return missed;
 }
 
 QList<Line> TextReader::second(const QImage &gray, const QList<Line> &first, Boxes boxes)
 {
-    QList<Line> lines = first;
+    QList<Line> lines = first, late;
     QList<bool> done(lines.size(), false);
     for (const QRect &area : slices(gray)) {
         QList<qsizetype> places;
         QList<Line> here;
         QRegion elsewhere = QRegion(area) - clearPart(area, gray.rect(), edge);
+        for (const Line &line : std::as_const(late))
+            elsewhere += line.box & area;
         for (qsizetype i = 0; i < lines.size(); ++i) {
             if (done[i] || !area.contains(lines[i].box)) {
                 elsewhere += lines[i].box & area;
@@ -143,22 +154,25 @@ QList<Line> TextReader::second(const QImage &gray, const QList<Line> &first, Box
         if (here.isEmpty() || (boxes == Boxes::no && std::all_of(here.begin(), here.end(), isSure)))
             continue;
         const QImage part = prepared(gray.copy(area));
-        readAgain(here, part, elsewhere.translated(-area.topLeft()));
-        for (qsizetype i = 0; i < here.size(); ++i) {
-            if (i >= places.size()) { // found only now
-                places += lines.size();
-                lines += Line();
-                done += true;
-            }
-            Line &line = lines[places[i]];
-            line = lineOf(withoutNoise(here[i].symbols)).value_or(Line());
-            line.isVertical = here[i].isVertical;
+        const QList<Line> missed = readAgain(here, part, elsewhere.translated(-area.topLeft()));
+        const auto finished = [&](const Line &line) {
+            Line result = lineOf(withoutNoise(line.symbols)).value_or(Line());
+            result.isVertical = line.isVertical;
             if (boxes == Boxes::yes)
-                placeByInk(line, part);
-            line.translate(area.topLeft());
-        }
+                placeByInk(result, part);
+            result.translate(area.topLeft());
+            return result;
+        };
+        for (qsizetype i = 0; i < here.size(); ++i)
+            lines[places[i]] = finished(here[i]);
+        for (const Line &line : missed)
+            late += finished(line);
     }
-    lines.removeIf([](const Line &line) { return line.text.isEmpty(); });
+    const auto isEmpty = [](const Line &line) { return line.text.isEmpty(); };
+    lines.removeIf(isEmpty);
+    late.removeIf(isEmpty);
+    for (const Line &line : std::as_const(late))
+        insertInOrder(lines, line);
     return lines;
 }
 

@@ -26,9 +26,9 @@ public:
     QList<Line> second(const QImage &gray, const QList<Line> &first, Boxes boxes);
 
 private:
-    // Replaces what is doubtful in the lines, which are in the prepared picture's pixels; may leave empty ones. Rows that
-    // reach into `elsewhere` are other pieces' business.
-    void readAgain(QList<Line> &lines, const QImage &prepared, const QRegion &elsewhere);
+    // Replaces what is doubtful in the lines, which are in the prepared picture's pixels; may leave empty ones. Gives the
+    // lines that were missing. Rows that reach into `elsewhere` are other pieces' business.
+    QList<Line> readAgain(QList<Line> &lines, const QImage &prepared, const QRegion &elsewhere);
 
     QString m_languages;
     Engine m_first;

@@ -3,9 +3,12 @@
 #include "helpers/qmocr/Frames.h"
 #include "helpers/qmocr/InkPlaces.h"
 #include "helpers/qmocr/Preprocess.h"
+#include "helpers/qmocr/ReadingOrder.h"
 #include "helpers/qmocr/Rows.h"
 #include "helpers/qmocr/Slices.h"
+#include "helpers/qmocr/Text.h"
 
+#include <QRandomGenerator>
 #include <QRegion>
 #include <QTest>
 
@@ -117,6 +120,41 @@ private Q_SLOTS:
                 QVERIFY2(level(result, letter.x(), letter.y()) < 100,
                          qPrintable(QStringLiteral("%1 %2 on %3").arg(letter.x()).arg(letter.y()).arg(page)));
         }
+    }
+
+    // Bold letters on a ground without any surface, whose grey changes from pixel to pixel.
+    void photographs()
+    {
+        QImage picture = plain({600, 120}, 0);
+        QRandomGenerator random(1);
+        for (int y = 0; y < 120; ++y)
+            for (int x = 0; x < 600; ++x)
+                picture.scanLine(y)[x] = uchar(60 + x / 12 + random.bounded(40));
+        for (int x = 20; x < 300; x += 6)
+            fill(picture, {x, 46, 4, 12}, 255);
+        const QImage result = normalised(picture);
+        QVERIFY(level(result, 21, 50) < 100 && level(result, 159, 50) < 100 && level(result, 297, 57) < 100);
+        QVERIFY(Components::dark(result, darkBelow).all().size() < 60); // 47 of them are the letters
+    }
+
+    // Two bars of a table as high as their letters, one upon the other, and one of two characters.
+    void tightBars()
+    {
+        QImage picture = plain({400, 120}, 255);
+        fill(picture, {20, 20, 150, 14}, 60);
+        fill(picture, {20, 34, 150, 14}, 130);
+        fill(picture, {19, 20, 1, 28}, 180); // a smooth end
+        for (int x = 24; x < 164; x += 6) {
+            fill(picture, {x, 20, 2, 13}, 255);
+            fill(picture, {x, 36, 2, 12}, 0);
+        }
+        fill(picture, {20, 80, 26, 20}, 0);
+        fill(picture, {24, 84, 18, 3}, 255);
+        removeFrames(picture, 10);
+        for (const QPoint ground : {QPoint(22, 25), {19, 25}, {27, 30}, {168, 40}, {27, 47}, {22, 84}})
+            QCOMPARE(level(picture, ground.x(), ground.y()), 255);
+        for (const QPoint letter : {QPoint(24, 20), {150, 30}, {24, 40}, {150, 47}, {30, 85}})
+            QVERIFY(level(picture, letter.x(), letter.y()) < darkBelow);
     }
 
     void frames()
@@ -242,6 +280,37 @@ private Q_SLOTS:
         }
     }
 
+    void charactersApart()
+    {
+        const std::tuple<QSize, int, int> rows[] = {
+            {{20, 20}, 44, 1},
+            {{12, 20}, 40, 1}, // in the cells of a terminal
+            {{20, 20}, 56, 5},
+            {{40, 20}, 64, 5}, // icons; cells with two characters each
+        };
+        for (const auto &[size, pitch, expected] : rows) {
+            QImage picture = plain({400, 60}, 255);
+            for (int i = 0; i < 5; ++i)
+                fill(picture, {QPoint(20 + i * pitch, 20), size}, 0);
+            QCOMPARE(rowsAmong(Components::dark(picture, darkBelow), 20).size(), expected);
+        }
+    }
+
+    // Where each line of a page goes if it alone was left out: between two in its row, or rows; beside higher ones.
+    void order()
+    {
+        const QList<QRect> page{{20, 20, 120, 20},  {220, 24, 120, 20}, {420, 16, 120, 28},
+                                {220, 50, 120, 20}, {20, 80, 120, 20},  {220, 74, 300, 30}};
+        for (qsizetype missing = 0; missing < page.size(); ++missing) {
+            QList<Line> lines;
+            for (const QRect &box : page)
+                lines += {box, QStringLiteral("x"), {}};
+            const Line line = lines.takeAt(missing);
+            insertInOrder(lines, line);
+            QCOMPARE(lines[missing].box, line.box);
+        }
+    }
+
     void lettersHeights()
     {
         const std::tuple<int, QSize, int> rows[] = {
@@ -336,6 +405,38 @@ private Q_SLOTS:
                     got += line.text;
                 QCOMPARE(got, expected);
             }
+    }
+
+    // Rows of words through two cuts; what a piece sees of a word that it cuts reads as "stump".
+    void seamsBeside()
+    {
+        static constexpr int width = 3000, piece = 1200, pitch = 50;
+        for (int shift = 0; shift < pitch; ++shift) {
+            QList<QRect> pieces;
+            for (int left = 0; left + overlap < width; left += piece - overlap)
+                pieces += QRect(left, 0, std::min(piece, width - left), 400);
+            QList<QList<Line>> read(pieces.size());
+            QStringList expected, got;
+            for (int row = 0; row < 3; ++row)
+                for (int i = 0; i < pieces.size(); ++i) {
+                    QList<Symbol> symbols;
+                    for (int x = shift + 700 * row; x + 40 <= width - 300 * row; x += pitch) {
+                        const QRect word(x + (i % 2 ? 3 : 0), 20 + 60 * row + i % 2, 40, 20), seen = word & pieces[i];
+                        const QString text = QStringLiteral("%1:%2").arg(row).arg(x);
+                        if (i == 0)
+                            expected += text;
+                        if (!seen.isEmpty())
+                            symbols += {seen == word ? text : QStringLiteral("stump"), seen, true, true};
+                    }
+                    if (const std::optional<Line> line = lineOf(symbols))
+                        read[i] += *line;
+                }
+            for (const Line &line : joined(pieces, read))
+                got += line.text.split(u' ');
+            got.sort();
+            expected.sort();
+            QCOMPARE(got, expected);
+        }
     }
 };
 
