@@ -255,9 +255,10 @@ QImage ScrollPanel::picture() const
     return image;
 }
 
-QString statusText(ScrollSession::Mode mode, ScrollSession::Notice notice)
+QString statusText(ScrollSession::Mode mode, ScrollSession::Notice notice, ScrollSession::Activity activity)
 {
     using Notice = ScrollSession::Notice;
+    using Activity = ScrollSession::Activity;
     switch (notice) {
     case Notice::pointerAway:
         return AppLocale::text(u"Paused: the pointer is outside the frame", u"一時停止中：ポインターが枠の外です");
@@ -268,11 +269,21 @@ QString statusText(ScrollSession::Mode mode, ScrollSession::Notice notice)
         return AppLocale::text(u"Paused: another window lies there", u"一時停止中：別のウィンドウがあります");
     case Notice::placeLost:
         return AppLocale::text(u"Lost: return to where it was", u"見失いました：元の位置に戻してください");
+    case Notice::wheelDoesNothing:
+        return AppLocale::text(u"The wheel does nothing: scroll it yourself, or press Done",
+                               u"ホイールが効きません：手でスクロールするか「完了」を");
     case Notice::none: break;
     }
-    return mode == ScrollSession::Mode::manual
-               ? AppLocale::text(u"Scroll the page, not too fast", u"ゆっくりスクロール")
-               : AppLocale::text(u"Scrolling…", u"スクロール中…");
+    if (mode == ScrollSession::Mode::manual)
+        return AppLocale::text(u"Scroll the page, not too fast", u"ゆっくりスクロール");
+    switch (activity) {
+    case Activity::waiting: return AppLocale::text(u"Loading…", u"読み込み待ち…");
+    case Activity::lookingBack: return AppLocale::text(u"Looking back…", u"見直し中…");
+    case Activity::again:
+        return AppLocale::text(u"Once more: parts have loaded late", u"遅れて読み込まれたため、もう一度撮影中…");
+    case Activity::scrolling: break;
+    }
+    return AppLocale::text(u"Scrolling…", u"スクロール中…");
 }
 
 QString endText(ScrollSession::End end, bool mayBeStale)

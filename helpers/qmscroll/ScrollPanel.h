@@ -60,7 +60,7 @@ private:
 };
 
 // Text of the status line.
-QString statusText(ScrollSession::Mode mode, ScrollSession::Notice notice);
+QString statusText(ScrollSession::Mode mode, ScrollSession::Notice notice, ScrollSession::Activity activity);
 QString endText(ScrollSession::End end, bool mayBeStale); // empty if the end needs no words
 
 // Position of the panel. Pixels of the whole desktop.

@@ -1,0 +1,43 @@
+#pragma once
+
+#include "helpers/qmscroll/Stitcher.h"
+#include "helpers/qmscroll/TallPicture.h"
+
+#include <QDeadlineTimer>
+#include <QList>
+
+namespace qm {
+
+// One way down the page: frames are joined, and the rows go into a file as time allows. One thread. Pixels.
+class Take
+{
+public:
+    struct Options {
+        QString path;
+        QSize frame;
+        double dpi = 72;
+        int heightLimit = 0;
+    };
+    explicit Take(const Options &options);
+
+    Stitcher::Step join(const QImage &frame, Heading heading); // the frame's pixels must not change later
+    const Stitcher &stitcher() const { return m_stitcher; }
+    int height() const; // of the picture, if it were finished now
+
+    bool hasUnwritten() const { return !m_pending.isEmpty(); }
+    void write(QDeadlineTimer until);
+    QImage thumbnail() const; // of all rows
+    Outcome finish();         // reports any earlier failure, too; call nothing afterwards but height()
+
+private:
+    bool keep(const QImage &rows);
+
+    const Options m_options;
+    TallPicture m_picture;
+    Stitcher m_stitcher;
+    QList<QImage> m_pending; // rows not yet in the file; written while the view scrolls
+    int m_rows = 0;          // delivered by the stitcher, including pending ones
+    bool m_writes = true;    // no write has failed so far
+};
+
+} // namespace qm
