@@ -3,6 +3,7 @@
 #include "helpers/qmscroll/HeldRows.h"
 
 #include <algorithm>
+#include <bit>
 
 namespace qm {
 
@@ -23,6 +24,11 @@ static quint32 maskOf(const Bands &bands)
     for (size_t band = 0; band < bandCount; ++band)
         mask = mask << 2 | (bands[band] ? 3 : 0);
     return mask;
+}
+
+static int bandsIn(quint32 marks)
+{
+    return std::popcount((marks | marks >> 1) & 0x55555555);
 }
 
 // Of all the frame's rows.
@@ -47,15 +53,16 @@ std::optional<int> RowLedger::find(const Part &part, const HeldRows &held, int n
     const quint32 mask = maskOf(part.bands);
     const std::vector<quint32> here = marksOf(part);
     const std::vector<quint32> picture = withHeld(held);
+    const int aside = bandsIn(mask) / 4; // columns that go their own way
     int marked = 0;
     for (int y = part.from + 1; y < part.to; ++y)
-        marked += ((here[size_t(y)] ^ here[size_t(y - 1)]) & mask) != 0;
+        marked += bandsIn((here[size_t(y)] ^ here[size_t(y - 1)]) & mask) > aside;
     const int allowed = std::min(pointedAt, marked / 4), end = int(picture.size());
     const auto isAt = [&](int at) {
         const int from = std::max(part.from, -at), to = std::min(part.to, end - at);
         int differ = 2 * (to - from) < part.to - part.from ? allowed + 1 : 0;
         for (int y = from; y < to && differ <= allowed; ++y)
-            differ += ((here[size_t(y)] ^ picture[size_t(at + y)]) & mask) != 0;
+            differ += bandsIn((here[size_t(y)] ^ picture[size_t(at + y)]) & mask) > aside;
         return differ <= allowed;
     };
     for (int away = 0; away <= end + part.frame.height(); ++away) {

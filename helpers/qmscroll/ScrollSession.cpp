@@ -18,6 +18,7 @@ constexpr auto restInterval = 30ms;   // while nothing happens
 constexpr auto shortest = 40ms;       // minimum duration of a step
 constexpr auto longest = 600ms;       // and maximum, even if the screen does not come to rest
 constexpr auto longestStart = 1500ms; // until whatever covered the region has faded away
+constexpr auto doubtTime = 300ms;     // what still differs then is different
 constexpr auto longestJump = 2000ms;  // over many heights, on a slow machine
 constexpr auto quietTime = 35ms;      // longer than a slow browser's pause between two frames of one movement
 constexpr auto uncoverTime = 250ms;   // until other programs have repainted what our windows covered
@@ -32,6 +33,7 @@ constexpr auto firstPatience = 300ms, mostPatience = 1600ms; // with a page that
 constexpr int mostTakesAgain = 2;                            // of the whole page
 constexpr int rewindLimit = 40;                              // heights by which a page may have grown
 constexpr auto offerTime = 6s;                               // to begin to scroll where the wheel does nothing
+constexpr int changesOfACaret = 6;                           // while a step shows that nothing moves
 constexpr int newsLimit = 3; // a list loads more within so many waits, or it is an animation
 
 } // namespace
@@ -92,6 +94,7 @@ ScrollSession::Order ScrollSession::look(Milliseconds now, const Sight &sight)
         if (!m_step.lastChange)
             m_step.answer = now - *m_step.since;
         m_step.lastChange = now;
+        ++m_step.changes;
     }
     if (!isSettled(now, sight))
         return rest(now);
@@ -228,7 +231,8 @@ ScrollSession::Order ScrollSession::idle(Milliseconds now)
     if (!m_progress.scrolled)
         return offerTheWheel(now);
     const bool isChecked = std::exchange(m_progress.checkedHeight, m_progress.height) == m_progress.height;
-    if (isChecked || (m_progress.stale && m_takesAgain == mostTakesAgain) ||
+    const bool isMovie = m_step.changes > changesOfACaret; // of which looking back tells nothing
+    if (isChecked || isMovie || (m_progress.stale && m_takesAgain == mostTakesAgain) ||
         !m_lookBack.begin(m_progress.position, m_options.regionHeight))
         return endWith(End::content);
     return m_progress.stale ? rewind(now, {}) : step(now, State::checking, m_lookBack.nextClicks());
@@ -247,8 +251,12 @@ ScrollSession::Order ScrollSession::found(Milliseconds now, const Found &found)
 {
     switch (m_state) {
     case State::checking:
-        // An animation tells nothing.
-        m_progress.stale = calm(now) >= quietTime && !m_lookBack.agrees(found.at);
+        if (!m_lookBack.agrees(found.at)) {
+            // It may be still under way, or an animation, which tells nothing.
+            if (!std::exchange(m_step.isDoubted, true))
+                return {Order::Kind::look, 0, doubtTime};
+            m_progress.stale = calm(now) >= doubtTime;
+        }
         if (m_progress.stale)
             return m_takesAgain == mostTakesAgain ? endWith(End::content) : rewind(now, found);
         if (const int clicks = m_lookBack.nextClicks())

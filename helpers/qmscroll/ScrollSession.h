@@ -162,6 +162,8 @@ private:
         std::optional<Milliseconds> since;      // empty until the next look starts the step
         std::optional<Milliseconds> lastChange; // during the step
         Milliseconds answer{0};                 // time until the first change
+        int changes = 0;                        // looks that found one
+        bool isDoubted = false;                 // looking back, it was not what was expected
         bool moved = false;                     // frames were joined during the step
         bool news = false;                      // nothing moved, but something new appeared
     } m_step;

@@ -31,7 +31,10 @@ struct Stitcher::State {
     Step join(Frame frame, const Placement &place);
     bool handOver(int end);
     bool showsAgain(const Frame &frame, const Placement &place) const;
-    RowLedger::Part part(const Frame &frame, int from) const { return {frame, known.moving, from, known.bottom}; }
+    RowLedger::Part part(const Frame &frame, int from) const
+    {
+        return {frame, known.moving.any() ? known.moving : Bands().set(), from, known.bottom};
+    }
 
     const QSize size;
     const Rows rows;
