@@ -52,21 +52,29 @@ CaptureRun::Result CaptureRun::run()
     capture();
 
     m_desktop.hideFrame();
-    Result result = {m_session.end(), 0, m_session.mayBeStale(), m_failure};
+    Result result = {.end = m_session.end(), .mayBeStale = m_session.mayBeStale(), .failure = m_failure};
     if (result.end == End::cancelled) {
         hidePanel();
+        m_take.reset(); // at once: the key may be held for long, and the process end by a signal
+        m_earlier.reset();
         m_desktop.letGo();
         return result;
     }
     chooseTake(&result);
-    const QString status = endText(result.end, result.mayBeStale);
+    QString status = endText(result.end, result.mayBeStale);
     if (status.isEmpty())
         hidePanel();
-    if (const Outcome written = m_take->finish(); !written)
-        result.failure = QStringLiteral("cannot write %1: %2").arg(m_options.path, written.reason());
+    const Outcome written = m_take->finish();
     result.height = m_take->height();
+    if (!written) {
+        status = unwrittenText(written.reason(), result.height > 0);
+        if (result.height > 0)
+            result.cut = written.reason();
+        else
+            result.failure = QStringLiteral("cannot write %1: %2").arg(m_options.path, written.reason());
+    }
     m_desktop.letGo();
-    if (!status.isEmpty() && result.failure.isEmpty())
+    if (!status.isEmpty())
         linger(status);
     return result;
 }

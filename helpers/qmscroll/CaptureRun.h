@@ -28,6 +28,7 @@ public:
         ScrollSession::End end = ScrollSession::End::cancelled;
         int height = 0;          // of the picture, pixels
         bool mayBeStale = false; // see ScrollSession
+        QString cut;             // why the file ends early, if it could not be written further
         QString failure;         // empty if a file was written or the capture was cancelled
     };
 

@@ -286,6 +286,13 @@ QString statusText(ScrollSession::Mode mode, ScrollSession::Notice notice, Scrol
     return AppLocale::text(u"Scrolling…", u"スクロール中…");
 }
 
+QString unwrittenText(const QString &reason, bool isPart)
+{
+    return (isPart ? AppLocale::text(u"Ended early: %1", u"途中で終了：%1")
+                   : AppLocale::text(u"Not saved: %1", u"保存できませんでした：%1"))
+        .arg(reason);
+}
+
 QString endText(ScrollSession::End end, bool mayBeStale)
 {
     using End = ScrollSession::End;

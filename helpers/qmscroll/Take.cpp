@@ -3,16 +3,18 @@
 #include <QPainter>
 
 #include <algorithm>
+#include <chrono>
 
 namespace qm {
 
 static constexpr int thumbnailWidth = 160; // pixels, same as TallPicture's
 static constexpr int rowsAtOnce = 48;      // written between two looks at the clock
+static constexpr auto keepInterval = std::chrono::seconds(1);
 
 Take::Take(const Options &options)
     : m_options(options)
     , m_picture(options.path, options.frame.width(), options.dpi)
-    , m_stitcher(options.frame, [this](const QImage &rows) { return keep(rows); })
+    , m_stitcher(options.frame, [this](const QImage &rows) { return accept(rows); })
 {
 }
 
@@ -25,10 +27,10 @@ Stitcher::Step Take::join(const QImage &frame, Heading heading)
 
 int Take::height() const
 {
-    return std::min(m_stitcher.height(), m_options.heightLimit);
+    return m_isFinished ? m_picture.height() : std::min(m_stitcher.height(), m_options.heightLimit);
 }
 
-bool Take::keep(const QImage &rows)
+bool Take::accept(const QImage &rows)
 {
     const int count = std::min(rows.height(), m_options.heightLimit - m_rows);
     if (count > 0)
@@ -48,6 +50,17 @@ void Take::write(QDeadlineTimer until)
         else
             m_pending.removeFirst();
     }
+    if (m_pending.isEmpty() && m_nextKeep.hasExpired() && m_keptHeight != height())
+        keep();
+}
+
+// What the stitcher still holds back belongs to it.
+void Take::keep()
+{
+    const QImage held = m_stitcher.heldRows();
+    m_picture.keep(held.copy(0, 0, held.width(), std::min(held.height(), m_options.heightLimit - m_rows)));
+    m_keptHeight = height();
+    m_nextKeep.setRemainingTime(keepInterval);
 }
 
 // What is in the file, plus what the stitcher still holds back.
@@ -69,6 +82,7 @@ Outcome Take::finish()
 {
     m_stitcher.finish();
     write(QDeadlineTimer(QDeadlineTimer::Forever));
+    m_isFinished = true;
     return m_picture.finish();
 }
 

@@ -270,7 +270,7 @@ private Q_SLOTS:
         row("a list that loads more at its end",
             {.view = {.page = 1500, .loads = 5}, .furthest = 1500 + 5 * 900 - region, .milliseconds = 7500});
         row("grows out of view: once more from the beginning",
-            {.view = {.growsAt = 1500}, .furthest = 6300 - region, .milliseconds = 5000});
+            {.view = {.growsAt = 1500}, .furthest = 6300 - region, .milliseconds = 5500});
         row("springs back",
             {.view = {.springsBack = true}, .end = End::changed, .furthest = somewhere, .milliseconds = 4500});
         row("the height limit",
