@@ -107,8 +107,8 @@ ScrollPanel::Layout ScrollPanel::layout(Shape shape)
     switch (shape) {
     case Shape::wide:
         return {.thumbnail = {12, 12, 88, 88},
-                .height = {112, 10, 200, 24},
-                .status = {112, 35, 200, 34},
+                .height = {112, 8, 200, 24},
+                .status = {112, 32, 200, 38},
                 .done = {216, 72, 96, 28},
                 .cancel = {112, 72, 96, 28}};
     case Shape::tall:
@@ -120,7 +120,7 @@ ScrollPanel::Layout ScrollPanel::layout(Shape shape)
     case Shape::bar:
         return {.thumbnail = {7, 6, 28, 28},
                 .height = {44, 8, 170, 24},
-                .status = {44, 4, 170, 32},
+                .status = {44, 1, 170, 38},
                 .done = {312, 6, 84, 28},
                 .cancel = {222, 6, 84, 28}};
     }
@@ -231,7 +231,7 @@ QImage ScrollPanel::picture() const
         painter.setPen(faintInk);
         QRectF room = places.status;
         if (m_closing) // use the buttons' space
-            room.setRight(places.done.right());
+            room = QRectF(room.topLeft(), QPointF(places.done.right(), std::max(room.bottom(), places.done.bottom())));
         drawLines(painter, scaled(room), m_status, m_shape == Shape::bar ? Qt::AlignVCenter : Qt::AlignTop);
     }
 
@@ -270,8 +270,8 @@ QString statusText(ScrollSession::Mode mode, ScrollSession::Notice notice, Scrol
     case Notice::placeLost:
         return AppLocale::text(u"Lost: return to where it was", u"見失いました：元の位置に戻してください");
     case Notice::wheelDoesNothing:
-        return AppLocale::text(u"The wheel does nothing: scroll it yourself, or press Done",
-                               u"ホイールが効きません：手でスクロールするか「完了」を");
+        return AppLocale::text(u"The wheel does nothing: scroll by hand",
+                               u"ホイールが効きません：手でスクロールしてください");
     case Notice::none: break;
     }
     if (mode == ScrollSession::Mode::manual)
