@@ -51,6 +51,7 @@ void AppDelegate::applicationDidFinishLaunching()
     OcrIndexer::shared().start();
     SystemStartup::whenOpenedAgain([this] { openLibrary(); });
     offerDrafts();
+    m_captures.completeLeft();
 }
 
 void AppDelegate::createStatusItem()

@@ -125,6 +125,8 @@ void Captures::captured(const CaptureResult &result)
         return sayWhatWentWrong(result);
     if (!result.thumbnail.isNull() && ConfigStore::showPreview())
         m_cards.show({.file = result.path, .thumbnail = result.thumbnail, .area = result.area});
+    if (!result.cut.isEmpty())
+        say(AppLocale::text(u"The scrolling capture ends early", u"スクロールキャプチャは途中までです"), result.cut);
     sayWhereCapturesGo();
 }
 
@@ -183,6 +185,15 @@ void Captures::moveToTrash(const QString &file)
         m_cards.remove(file);
         if (Clipboard::holds(m_onClipboard) && m_fileOnClipboard == file)
             Clipboard::clear();
+    });
+}
+
+void Captures::completeLeft()
+{
+    m_runner.completeLeft([this](const QStringList &pictures) {
+        say(AppLocale::text(u"A scrolling capture was interrupted", u"スクロールキャプチャが中断されていました"),
+            AppLocale::text(u"What there is of it is saved: %1", u"途中までの画像を保存しました: %1")
+                .arg(pictures.join(QStringLiteral(", "))));
     });
 }
 

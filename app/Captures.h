@@ -27,6 +27,9 @@ public:
     void take(const Command &command, const QRect &menu = {});
     bool isCapturing() const;
 
+    // Makes pictures of the scrolling captures that an earlier run was killed in, and tells of them.
+    void completeLeft();
+
     // At quit. Returns false if a capture is still waiting for its user, or for its text, after the limit.
     bool stop(std::chrono::milliseconds limit);
 

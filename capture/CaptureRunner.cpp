@@ -2,6 +2,7 @@
 
 #include "config/CaptureNames.h"
 #include "config/ConfigStore.h"
+#include "config/UnfinishedPictures.h"
 #include "imaging/Thumbnailer.h"
 #include "platform/ChildProcess.h"
 #include "platform/ToolPaths.h"
@@ -72,7 +73,12 @@ std::optional<CaptureResult> scrolled(const CaptureTool::Request &request, const
     const auto said = ChildProcess::run(tool, CaptureTool::scrollArguments(request, target));
     CaptureResult result;
     result.path = path;
+    if (!QFileInfo::exists(target) && UnfinishedPictures::complete(QFileInfo(target).path()).contains(target))
+        result.cut = QStringLiteral("qmscroll has ended unexpectedly");
+    else if (said && said->exitCode != 0)
+        result.cut = complaint(said->errors);
     if (!QFileInfo::exists(target)) {
+        result.cut.clear();
         result.error = complaint(said ? said->errors : "the capture tool cannot be started");
         return result.error.isEmpty() ? std::nullopt : std::optional(result);
     }
@@ -185,6 +191,21 @@ QString CaptureRunner::freePath(const QString &folder, Way way) const
     while (m_promised.contains(path) || QFileInfo::exists(path))
         path = CaptureNames::aSecondLater(path);
     return path;
+}
+
+void CaptureRunner::completeLeft(std::function<void(const QStringList &)> done)
+{
+    Q_ASSERT(m_main.isCurrent());
+    m_pool.start(
+        [this, folder = ConfigStore::resolveCaptureDir(), done = std::move(done), weak = std::weak_ptr(m_done)] {
+            const QStringList pictures = UnfinishedPictures::complete(folder);
+            if (pictures.isEmpty())
+                return;
+            m_main.post([pictures, done, weak] {
+                if (weak.lock())
+                    done(pictures);
+            });
+        });
 }
 
 bool CaptureRunner::isCapturing() const

@@ -27,6 +27,7 @@ struct CaptureResult {
     bool isRegion = false; // area is a region of the user's own
     QString color = {};    // "#rrggbb", if the user took one
     QString error = {};    // why there is no file; empty if there is one
+    QString cut = {};      // why the file ends early, if it could not be written further
 
     // Of captureText(), for which there is never a file.
     std::optional<QString> text = {}; // empty if there is none in the picture
@@ -59,6 +60,10 @@ public:
 
     // The same for the text of what is captured, which is in a private file of the session until it has been read.
     void captureText(CaptureTool::Request request, ReadText read);
+
+    // Of captures whose tool was killed, what there is becomes a picture; on a thread of the pool. done is called on main if
+    // there were any.
+    void completeLeft(std::function<void(const QStringList &pictures)> done);
 
     // From runCapture() until the last picture is loaded, or its user has cancelled. Its text may be still being read.
     bool isCapturing() const;

@@ -1,4 +1,6 @@
 #include "cli/Commands.h"
+#include "config/ConfigStore.h"
+#include "config/UnfinishedPictures.h"
 #include "ui/AppLocale.h"
 
 #include <QCommandLineParser>
@@ -109,6 +111,10 @@ int main(int argc, char **argv)
         console.line(QStringLiteral("qms " QM_VERSION));
         return 0;
     }
+    for (const QString &picture : UnfinishedPictures::complete(ConfigStore::resolveCaptureDir()))
+        console.remark(text(u"An interrupted scrolling capture is saved as far as it went: %1",
+                         u"中断されたスクロールキャプチャを途中まで保存しました: %1")
+                        .arg(picture));
     Exit exit = run(parser, console);
     if (std::fflush(stdout) != 0)
         exit = console.fail(text(u"the output could not be written", u"出力を書き込めませんでした"));

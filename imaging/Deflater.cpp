@@ -129,6 +129,28 @@ Deflater::Deflater(int pixel, qint64 row, size_t mostAtOnce, Sink sink, qint64 p
     put(0x01, 8); // fastest compressor, no dictionary; makes the header a multiple of 31
 }
 
+Deflater::Deflater(const Deflater &other, Sink sink)
+    : m_pixel(other.m_pixel)
+    , m_row(other.m_row)
+    , m_sink(std::move(sink))
+    , m_window(other.m_window)
+    , m_filled(other.m_filled)
+    , m_next(other.m_next)
+    , m_origin(other.m_origin)
+    , m_adler(other.m_adler)
+    , m_worthFar(other.m_worthFar)
+    , m_places(other.m_places)
+    , m_tokens(other.m_tokens)
+    , m_tokenCount(other.m_tokenCount)
+    , m_valueCounts(other.m_valueCounts)
+    , m_distanceCounts(other.m_distanceCounts)
+    , m_out(other.m_out)
+    , m_at(m_out.data() + (other.m_at - other.m_out.data()))
+    , m_bits(other.m_bits)
+    , m_bitCount(other.m_bitCount)
+{
+}
+
 void Deflater::put(quint64 bits, int count)
 {
     m_bits |= bits << m_bitCount;

@@ -25,6 +25,7 @@ public:
     // Distances in bytes to the pixel on the left and to the row above. The sink receives the compressed bytes. position: so
     // many zeros have gone before; lets a test be where a picture gets only after minutes.
     Deflater(int pixel, qint64 row, size_t mostAtOnce, Sink sink, qint64 position = 0);
+    Deflater(const Deflater &other, Sink sink); // goes on from where the other is, into a sink of its own
 
     // Where to write the next bytes, up to mostAtOnce plus a few that may be overwritten; changes with every add().
     uchar *room() { return m_window.data() + m_filled; }

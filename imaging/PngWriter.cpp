@@ -73,10 +73,15 @@ static QByteArray profileChunk(const QByteArray &profile)
 
 struct PngWriter::State {
     State(QIODevice &device, const Header &h);
+    State(const State &other, QIODevice &device); // goes on from there into a device of its own
 
     bool append(const QImage &image);
+    bool keep(const QImage &rows);
+    int fallBack();
     bool finish();
-    bool put(const QByteArray &bytes) { return m_well = m_well && out.write(bytes) == bytes.size(); }
+    bool put(const QByteArray &bytes);
+    void putEnd();
+    bool putHeight(int rows);
     void addDeflated(const uchar *bytes, size_t count);
     void writeChunk();
     void addRow(const quint32 *words);
@@ -85,7 +90,7 @@ struct PngWriter::State {
     QIODevice &out;
     const Header header;
     const PngKernels &kernels = PngKernels::best();
-    const qint64 start = out.pos();
+    const qint64 start;
     const int channels = header.opaque ? 3 : 4;
     const size_t bytesInRow = size_t(qMax(0, header.width)) * size_t(channels);
     int height = 0; // rows so far
@@ -95,11 +100,19 @@ struct PngWriter::State {
     size_t filtered = 0; // bytes not yet passed to the deflater
     QByteArray chunk = QByteArray(chunkFrame, '\0');
     Deflater deflater;
+
+    struct Kept {
+        qint64 at = 0;
+        QByteArray end; // of the file, from there on
+        int height = 0;
+    } kept;
+    QByteArray unwritten; // what follows until the next time
 };
 
 PngWriter::State::State(QIODevice &device, const Header &h)
     : out(device)
     , header(h)
+    , start(device.pos())
     , deflater(channels, qint64(bytesInRow) + 1, filteredPerStep + rowsInGroup * (bytesInRow + 1),
                [this](const uchar *bytes, size_t count) { addDeflated(bytes, count); })
 {
@@ -119,6 +132,31 @@ PngWriter::State::State(QIODevice &device, const Header &h)
     put(sealed("pHYs", density + density + perMetre));
 }
 
+PngWriter::State::State(const State &other, QIODevice &device)
+    : out(device)
+    , header(other.header)
+    , start(other.start)
+    , height(other.height)
+    , m_well(other.m_well)
+    , inGroup(other.inGroup)
+    , filtered(other.filtered)
+    , chunk(other.chunk)
+    , deflater(other.deflater, [this](const uchar *bytes, size_t count) { addDeflated(bytes, count); })
+{
+    std::copy(std::begin(other.rows), std::end(other.rows), rows);
+}
+
+// A file that is filled takes a part of it, and says only to the rest why.
+bool PngWriter::State::put(const QByteArray &bytes)
+{
+    for (qint64 done = 0; m_well && done < bytes.size();) {
+        const qint64 written = out.write(bytes.constData() + done, bytes.size() - done);
+        m_well = written > 0;
+        done += written;
+    }
+    return m_well;
+}
+
 // Writes a chunk whenever one is full.
 void PngWriter::State::addDeflated(const uchar *bytes, size_t count)
 {
@@ -135,7 +173,10 @@ void PngWriter::State::addDeflated(const uchar *bytes, size_t count)
 void PngWriter::State::writeChunk()
 {
     seal(chunk, "IDAT");
-    put(chunk);
+    if (kept.height > 0)
+        unwritten += chunk;
+    else
+        put(chunk);
     chunk.resize(chunkFrame);
 }
 
@@ -185,22 +226,58 @@ bool PngWriter::State::append(const QImage &image)
     return m_well;
 }
 
-bool PngWriter::State::finish()
+// Whatever follows what has been written so far.
+void PngWriter::State::putEnd()
 {
-    m_well = m_well && height > 0 && (!header.height || height == *header.height);
     if (inGroup > 0)
         filterGroup();
     deflater.add(filtered);
     deflater.finish();
     if (chunk.size() > chunkFrame)
         writeChunk();
-    put(sealed("IEND", {}));
-    if (!header.height && m_well) {
-        const qint64 end = out.pos();
-        m_well = out.seek(start + 8);
-        put(headerChunk(header, height));
-        m_well = m_well && out.seek(end);
-    }
+    put(std::exchange(unwritten, {}) + sealed("IEND", {}));
+}
+
+// The device stays at its position.
+bool PngWriter::State::putHeight(int rows)
+{
+    const qint64 end = out.pos();
+    m_well = m_well && out.seek(start + 8);
+    put(headerChunk(header, rows));
+    return m_well = m_well && out.seek(end);
+}
+
+bool PngWriter::State::keep(const QImage &more)
+{
+    QBuffer end;
+    end.open(QIODevice::WriteOnly);
+    State copy(*this, end);
+    m_well = !header.height && (more.isNull() || copy.append(more));
+    copy.putEnd();
+    if (!m_well)
+        return false;
+    Kept next{out.pos() + unwritten.size(), end.data(), copy.height};
+    if (!put(unwritten + next.end) || !putHeight(next.height))
+        return false;
+    unwritten.clear();
+    kept = std::move(next);
+    return m_well = out.seek(kept.at);
+}
+
+int PngWriter::State::fallBack()
+{
+    m_well = kept.height > 0 && out.seek(kept.at);
+    put(kept.end);
+    putHeight(kept.height);
+    return std::exchange(m_well, false) ? kept.height : 0;
+}
+
+bool PngWriter::State::finish()
+{
+    m_well = m_well && height > 0 && (!header.height || height == *header.height);
+    putEnd();
+    if (!header.height)
+        putHeight(height);
     return std::exchange(m_well, false); // nothing may follow
 }
 
@@ -214,6 +291,16 @@ PngWriter::~PngWriter() = default;
 bool PngWriter::append(const QImage &rows)
 {
     return m_state->append(rows);
+}
+
+bool PngWriter::keep(const QImage &rows)
+{
+    return m_state->keep(rows);
+}
+
+int PngWriter::fallBack()
+{
+    return m_state->fallBack();
 }
 
 bool PngWriter::finish()

@@ -45,6 +45,7 @@ std::optional<ChildProcess::Result> ChildProcess::run(const QString &program, co
         }
     }
     take();
+    result.exitCode = process.exitCode();
     return result;
 }
 

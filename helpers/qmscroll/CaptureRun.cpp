@@ -3,7 +3,7 @@
 #include "helpers/qmscroll/FrameChange.h"
 #include "ui/AppLocale.h"
 
-#include <QPainter>
+#include <QDeadlineTimer>
 
 #include <algorithm>
 
@@ -20,12 +20,10 @@ using End = ScrollSession::End;
 constexpr auto hintTime = 1500ms; // how long a panel that has to disappear is shown
 constexpr auto lingerTime = 4s;   // time to read a line
 constexpr double pointsPerInch = 72;
-constexpr int thumbnailWidth = 160; // pixels, same as TallPicture's
-constexpr int rowsAtOnce = 48;      // written between two looks
 
 bool isPause(Notice notice)
 {
-    return notice != Notice::none && notice != Notice::placeLost;
+    return notice != Notice::none && notice != Notice::placeLost && notice != Notice::wheelDoesNothing;
 }
 
 } // namespace
@@ -35,8 +33,7 @@ CaptureRun::CaptureRun(ScrollDesktop &desktop, const ScrollDesktop::Region &regi
     , m_region(region)
     , m_options(options)
     , m_session({.mode = options.mode, .regionHeight = region.area.height(), .heightLimit = options.heightLimit})
-    , m_picture(options.path, region.area.width(), pointsPerInch * region.pictureScale)
-    , m_stitcher(region.area.size(), [this](const QImage &rows) { return keep(rows); })
+    , m_take(newTake())
 {
 }
 
@@ -45,7 +42,7 @@ CaptureRun::Result CaptureRun::run()
     m_clock.start();
     m_place = m_desktop.showFrame();
     m_panel.emplace(m_place.shape, m_place.scale);
-    m_panel->setStatus(statusText(m_options.mode, Notice::none), ScrollPanel::Importance::ordinary);
+    m_panel->setStatus(status(), ScrollPanel::Importance::ordinary);
     if (m_place.coversRegion) {
         m_panel->setStatus(AppLocale::text(u"Return when done, Escape to cancel", u"Return で完了、Esc でキャンセル"),
                            ScrollPanel::Importance::toBeRead);
@@ -54,20 +51,30 @@ CaptureRun::Result CaptureRun::run()
     showPanel();
     capture();
 
-    const QString status = endText(m_session.end(), m_session.mayBeStale());
     m_desktop.hideFrame();
-    if (status.isEmpty())
-        hidePanel();
-    Result result = {m_session.end(), 0, m_session.mayBeStale(), m_failure};
+    Result result = {.end = m_session.end(), .mayBeStale = m_session.mayBeStale(), .failure = m_failure};
     if (result.end == End::cancelled) {
+        hidePanel();
+        m_take.reset(); // at once: the key may be held for long, and the process end by a signal
+        m_earlier.reset();
         m_desktop.letGo();
         return result;
     }
-    if (const Outcome written = finish(); !written)
-        result.failure = QStringLiteral("cannot write %1: %2").arg(m_options.path, written.reason());
-    result.height = m_picture.height();
+    chooseTake(&result);
+    QString status = endText(result.end, result.mayBeStale);
+    if (status.isEmpty())
+        hidePanel();
+    const Outcome written = m_take->finish();
+    result.height = m_take->height();
+    if (!written) {
+        status = unwrittenText(written.reason(), result.height > 0);
+        if (result.height > 0)
+            result.cut = written.reason();
+        else
+            result.failure = QStringLiteral("cannot write %1: %2").arg(m_options.path, written.reason());
+    }
     m_desktop.letGo();
-    if (!status.isEmpty() && result.failure.isEmpty())
+    if (!status.isEmpty())
         linger(status);
     return result;
 }
@@ -75,9 +82,9 @@ CaptureRun::Result CaptureRun::run()
 void CaptureRun::capture()
 {
     while (m_session.end() == End::open) {
-        writePending(m_nextLook);
-        if (m_pending.isEmpty() && std::exchange(m_thumbnailDue, false)) {
-            m_panel->setThumbnail(thumbnail());
+        m_take->write(QDeadlineTimer(std::max(m_nextLook - now(), 0ms)));
+        if (!m_take->hasUnwritten() && std::exchange(m_thumbnailDue, false)) {
+            m_panel->setThumbnail(m_take->thumbnail());
             updatePanel();
         }
         const ScrollDesktop::Input input = m_desktop.wait(std::max(m_nextLook - now(), 0ms));
@@ -177,6 +184,10 @@ bool CaptureRun::coveredLook(const ScrollSession::Sight &sight)
 void CaptureRun::act(const Order &order)
 {
     Order next = order;
+    if (next.kind == Order::Kind::find)
+        next = m_session.found(now(), find(next.near));
+    if (next.kind == Order::Kind::again)
+        next = takeAgain();
     if (next.kind == Order::Kind::join)
         next = join(next.heading);
     if (next.kind == Order::Kind::scroll) {
@@ -192,70 +203,64 @@ void CaptureRun::act(const Order &order)
 
 Order CaptureRun::join(Heading heading)
 {
-    if (m_pending.size() > 1)
-        writePending(Milliseconds::max()); // the file is slower than the view
     m_joined = m_frame.copy();
     m_fresh = false;
-    const int before = m_stitcher.height();
-    const Stitcher::Step step = m_stitcher.add(m_joined, heading);
-    m_thumbnailDue = m_thumbnailDue || m_stitcher.height() > before;
-    return m_session.joined(
-        now(), {step, m_stitcher.lastShift(), m_stitcher.height(), m_stitcher.moving(), m_stitcher.renewed()});
+    const int before = m_take->height();
+    const Stitcher::Step step = m_take->join(m_joined, heading);
+    const Stitcher &stitcher = m_take->stitcher();
+    m_thumbnailDue = m_thumbnailDue || m_take->height() > before;
+    return m_session.joined(now(),
+                            {step, stitcher.lastShift(), stitcher.height(), stitcher.moving(), stitcher.renewed()});
 }
 
-bool CaptureRun::keep(const QImage &rows)
+ScrollSession::Found CaptureRun::find(int near) const
 {
-    const int count = std::min(rows.height(), m_options.heightLimit - m_rows);
-    if (count > 0)
-        m_pending.append(rows.copy(0, 0, rows.width(), count));
-    m_rows += std::max(count, 0);
-    return m_writes;
+    const Stitcher &stitcher = m_take->stitcher();
+    return {stitcher.find(m_frame, near), stitcher.isBeginning(m_frame)};
 }
 
-// Writes as many of the pending rows as time allows.
-void CaptureRun::writePending(Milliseconds until)
+std::unique_ptr<Take> CaptureRun::newTake() const
 {
-    while (!m_pending.isEmpty() && m_writes && now() < until) {
-        QImage &rows = m_pending.first();
-        const int count = std::min(rows.height(), rowsAtOnce);
-        m_writes = m_picture.append(rows.copy(0, 0, rows.width(), count));
-        if (count < rows.height())
-            rows = rows.copy(0, count, rows.width(), rows.height() - count);
-        else
-            m_pending.removeFirst();
+    return std::make_unique<Take>(Take::Options{.path = m_options.path,
+                                                .frame = m_region.area.size(),
+                                                .dpi = pointsPerInch * m_region.pictureScale,
+                                                .heightLimit = m_options.heightLimit});
+}
+
+Order CaptureRun::takeAgain()
+{
+    if (!m_earlier || m_take->height() >= m_earlier->height()) {
+        m_earlier = std::move(m_take);
+        m_earlierEnd = m_session.earlierEnd();
     }
+    m_take = newTake();
+    m_joined = {};
+    return {.kind = Order::Kind::join};
 }
 
-// What is in the file, plus what the stitcher still holds back.
-QImage CaptureRun::thumbnail() const
+// The later take may have come to an early end.
+void CaptureRun::chooseTake(Result *result)
 {
-    const QImage kept = m_picture.thumbnail();
-    const QImage held = m_stitcher.heldRows();
-    const int width = kept.isNull() ? std::min(held.width(), thumbnailWidth) : kept.width();
-    const QSize size(width, std::max(1, qRound(held.height() * double(width) / held.width())));
-    const QImage rest = held.scaled(size, Qt::IgnoreAspectRatio, Qt::SmoothTransformation);
-    QImage all(width, kept.height() + rest.height(), QImage::Format_RGB32);
-    QPainter painter(&all);
-    painter.drawImage(0, 0, kept);
-    painter.drawImage(0, kept.height(), rest);
-    return all;
-}
-
-Outcome CaptureRun::finish()
-{
-    m_stitcher.finish();
-    writePending(Milliseconds::max());
-    return m_picture.finish(); // reports any earlier failure, too
+    if (!m_earlier || result->end == End::content || m_take->height() >= m_earlier->height())
+        return;
+    m_take = std::move(m_earlier);
+    result->end = m_earlierEnd;
+    result->mayBeStale = true;
 }
 
 void CaptureRun::updatePanel()
 {
     const Notice notice = m_session.notice();
-    m_panel->setStatus(statusText(m_options.mode, notice),
+    m_panel->setStatus(status(),
                        notice == Notice::none ? ScrollPanel::Importance::ordinary : ScrollPanel::Importance::toBeRead);
-    m_panel->setHeight(std::min(m_stitcher.height(), m_options.heightLimit));
+    m_panel->setHeight(m_take->height());
     if (!m_place.coversRegion || isPause(notice))
         showPanel();
+}
+
+QString CaptureRun::status() const
+{
+    return statusText(m_session.mode(), m_session.notice(), m_session.activity());
 }
 
 void CaptureRun::showPanel()

@@ -3,18 +3,18 @@
 #include "helpers/qmscroll/ScrollDesktop.h"
 #include "helpers/qmscroll/ScrollPanel.h"
 #include "helpers/qmscroll/ScrollSession.h"
-#include "helpers/qmscroll/TallPicture.h"
+#include "helpers/qmscroll/Take.h"
 
 #include <QElapsedTimer>
-#include <QList>
 
 #include <functional>
+#include <memory>
 #include <optional>
 
 namespace qm {
 
 // One scrolling capture, from the selected region to the file: the session decides, this class carries it out with
-// desktop, stitcher and picture. One thread, blocked until the end.
+// desktop and take. One thread, blocked until the end.
 class CaptureRun
 {
 public:
@@ -28,6 +28,7 @@ public:
         ScrollSession::End end = ScrollSession::End::cancelled;
         int height = 0;          // of the picture, pixels
         bool mayBeStale = false; // see ScrollSession
+        QString cut;             // why the file ends early, if it could not be written further
         QString failure;         // empty if a file was written or the capture was cancelled
     };
 
@@ -42,11 +43,12 @@ private:
     bool coveredLook(const ScrollSession::Sight &sight);
     void act(const ScrollSession::Order &order);
     ScrollSession::Order join(Heading heading);
-    bool keep(const QImage &rows);
-    void writePending(ScrollSession::Milliseconds until);
-    QImage thumbnail() const;
-    Outcome finish();
+    ScrollSession::Found find(int near) const;
+    ScrollSession::Order takeAgain();
+    std::unique_ptr<Take> newTake() const;
+    void chooseTake(Result *result);
     void updatePanel();
+    QString status() const;
     void showPanel();
     void hidePanel();
     void linger(const QString &status);
@@ -58,8 +60,8 @@ private:
     const Options m_options;
     QElapsedTimer m_clock;
     ScrollSession m_session;
-    TallPicture m_picture;
-    Stitcher m_stitcher;
+    std::unique_ptr<Take> m_take, m_earlier; // earlier: the higher one of those before it was begun again
+    ScrollSession::End m_earlierEnd = ScrollSession::End::open;
     PanelPlace m_place;
     std::optional<ScrollPanel> m_panel;
     bool m_panelShown = false;
@@ -70,10 +72,6 @@ private:
     QImage m_frame;       // of the latest look
     QImage m_joined;      // last passed to the stitcher
     bool m_fresh = false; // m_frame differs from m_joined
-
-    QList<QImage> m_pending; // rows not yet in the file; written while the view scrolls
-    int m_rows = 0;          // delivered by the stitcher, including pending ones
-    bool m_writes = true;    // no write has failed so far
     bool m_thumbnailDue = false;
 };
 

@@ -107,8 +107,8 @@ ScrollPanel::Layout ScrollPanel::layout(Shape shape)
     switch (shape) {
     case Shape::wide:
         return {.thumbnail = {12, 12, 88, 88},
-                .height = {112, 10, 200, 24},
-                .status = {112, 35, 200, 34},
+                .height = {112, 8, 200, 24},
+                .status = {112, 32, 200, 38},
                 .done = {216, 72, 96, 28},
                 .cancel = {112, 72, 96, 28}};
     case Shape::tall:
@@ -120,7 +120,7 @@ ScrollPanel::Layout ScrollPanel::layout(Shape shape)
     case Shape::bar:
         return {.thumbnail = {7, 6, 28, 28},
                 .height = {44, 8, 170, 24},
-                .status = {44, 4, 170, 32},
+                .status = {44, 1, 170, 38},
                 .done = {312, 6, 84, 28},
                 .cancel = {222, 6, 84, 28}};
     }
@@ -231,7 +231,7 @@ QImage ScrollPanel::picture() const
         painter.setPen(faintInk);
         QRectF room = places.status;
         if (m_closing) // use the buttons' space
-            room.setRight(places.done.right());
+            room = QRectF(room.topLeft(), QPointF(places.done.right(), std::max(room.bottom(), places.done.bottom())));
         drawLines(painter, scaled(room), m_status, m_shape == Shape::bar ? Qt::AlignVCenter : Qt::AlignTop);
     }
 
@@ -255,9 +255,10 @@ QImage ScrollPanel::picture() const
     return image;
 }
 
-QString statusText(ScrollSession::Mode mode, ScrollSession::Notice notice)
+QString statusText(ScrollSession::Mode mode, ScrollSession::Notice notice, ScrollSession::Activity activity)
 {
     using Notice = ScrollSession::Notice;
+    using Activity = ScrollSession::Activity;
     switch (notice) {
     case Notice::pointerAway:
         return AppLocale::text(u"Paused: the pointer is outside the frame", u"一時停止中：ポインターが枠の外です");
@@ -268,11 +269,28 @@ QString statusText(ScrollSession::Mode mode, ScrollSession::Notice notice)
         return AppLocale::text(u"Paused: another window lies there", u"一時停止中：別のウィンドウがあります");
     case Notice::placeLost:
         return AppLocale::text(u"Lost: return to where it was", u"見失いました：元の位置に戻してください");
+    case Notice::wheelDoesNothing:
+        return AppLocale::text(u"The wheel does nothing: scroll by hand",
+                               u"ホイールが効きません：手でスクロールしてください");
     case Notice::none: break;
     }
-    return mode == ScrollSession::Mode::manual
-               ? AppLocale::text(u"Scroll the page, not too fast", u"ゆっくりスクロール")
-               : AppLocale::text(u"Scrolling…", u"スクロール中…");
+    if (mode == ScrollSession::Mode::manual)
+        return AppLocale::text(u"Scroll the page, not too fast", u"ゆっくりスクロール");
+    switch (activity) {
+    case Activity::waiting: return AppLocale::text(u"Loading…", u"読み込み待ち…");
+    case Activity::lookingBack: return AppLocale::text(u"Looking back…", u"見直し中…");
+    case Activity::again:
+        return AppLocale::text(u"Once more: parts have loaded late", u"遅れて読み込まれたため、もう一度撮影中…");
+    case Activity::scrolling: break;
+    }
+    return AppLocale::text(u"Scrolling…", u"スクロール中…");
+}
+
+QString unwrittenText(const QString &reason, bool isPart)
+{
+    return (isPart ? AppLocale::text(u"Ended early: %1", u"途中で終了：%1")
+                   : AppLocale::text(u"Not saved: %1", u"保存できませんでした：%1"))
+        .arg(reason);
 }
 
 QString endText(ScrollSession::End end, bool mayBeStale)

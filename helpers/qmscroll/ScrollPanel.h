@@ -60,7 +60,9 @@ private:
 };
 
 // Text of the status line.
-QString statusText(ScrollSession::Mode mode, ScrollSession::Notice notice);
+QString statusText(ScrollSession::Mode mode, ScrollSession::Notice notice, ScrollSession::Activity activity);
+// The file could not be written (on); isPart: what was written before is there.
+QString unwrittenText(const QString &reason, bool isPart);
 QString endText(ScrollSession::End end, bool mayBeStale); // empty if the end needs no words
 
 // Position of the panel. Pixels of the whole desktop.

@@ -18,6 +18,8 @@ constexpr auto restInterval = 30ms;   // while nothing happens
 constexpr auto shortest = 40ms;       // minimum duration of a step
 constexpr auto longest = 600ms;       // and maximum, even if the screen does not come to rest
 constexpr auto longestStart = 1500ms; // until whatever covered the region has faded away
+constexpr auto doubtTime = 300ms;     // what still differs then is different
+constexpr auto longestJump = 2000ms;  // over many heights, on a slow machine
 constexpr auto quietTime = 35ms;      // longer than a slow browser's pause between two frames of one movement
 constexpr auto uncoverTime = 250ms;   // until other programs have repainted what our windows covered
 constexpr auto shortestAnswer = 150ms;
@@ -28,12 +30,17 @@ constexpr int idleLimit = 3;                     // nearly two seconds, in which
 constexpr int recoveryLimit = 5, lookLimit = 10; // the latter where the page changes: it may load several pictures
 constexpr int vainLimit = 3; // looks that found nothing changed: it springs back, or goes on changing
 constexpr auto firstPatience = 300ms, mostPatience = 1600ms; // with a page that loads what comes into view
+constexpr int mostTakesAgain = 2;                            // of the whole page
+constexpr int rewindLimit = 40;                              // heights by which a page may have grown
+constexpr auto offerTime = 6s;                               // to begin to scroll where the wheel does nothing
+constexpr int changesOfACaret = 6;                           // while a step shows that nothing moves
 constexpr int newsLimit = 3; // a list loads more within so many waits, or it is an animation
 
 } // namespace
 
 ScrollSession::ScrollSession(const Options &options)
     : m_options(options)
+    , m_mode(options.mode)
 {
 }
 
@@ -68,12 +75,14 @@ ScrollSession::Order ScrollSession::look(Milliseconds now, const Sight &sight)
         return endWith(m_end);
     if (const Notice obstacle = m_wish != Wish::none ? Notice::none : this->obstacle(sight); obstacle != Notice::none) {
         m_notice = obstacle;
-        if (m_state != State::opening)
+        if (isLookingBack())
+            m_lookBack.loseCount();
+        else if (m_state != State::opening)
             m_state = State::resuming;
         m_step.since.reset();
         return {Order::Kind::look, 0, restInterval};
     }
-    if (m_notice != Notice::placeLost)
+    if (m_notice != Notice::placeLost && m_notice != Notice::wheelDoesNothing)
         m_notice = Notice::none;
     if (!m_step.since) {
         m_step.since = now;
@@ -81,13 +90,16 @@ ScrollSession::Order ScrollSession::look(Milliseconds now, const Sight &sight)
     }
     if (m_state == State::watching)
         return watch(now, sight);
-    if (sight.changed || (sight.fresh && !m_step.lastChange)) {
+    if (sight.changed || (sight.fresh && !m_step.lastChange && !isLookingBack())) {
         if (!m_step.lastChange)
             m_step.answer = now - *m_step.since;
         m_step.lastChange = now;
+        ++m_step.changes;
     }
     if (!isSettled(now, sight))
         return rest(now);
+    if (isLookingBack())
+        return m_wish != Wish::none ? endByWish() : Order{.kind = Order::Kind::find, .near = m_lookBack.expected()};
     if (sight.fresh || m_state == State::opening)
         return join();
     if (m_wish != Wish::none)
@@ -107,6 +119,8 @@ ScrollSession::Order ScrollSession::watch(Milliseconds now, const Sight &sight)
         m_step.lastChange = now;
     else
         m_step.since = now; // start of the movement
+    if (m_offerEnd && now >= *m_offerEnd)
+        return endWith(End::content);
     const bool still = !sight.changed || now - *m_step.since >= longest;
     if (still && sight.fresh)
         return join();
@@ -127,8 +141,11 @@ ScrollSession::Order ScrollSession::joined(Milliseconds now, const Joint &joint)
     m_progress.isCut = joint.height < m_progress.height;
     if (step == Joined::failed)
         return endWith(End::failed);
-    if (step == Joined::joined)
+    if (step == Joined::joined) {
         m_progress.scrolled = true;
+        m_progress.position += joint.shift;
+        m_offerEnd.reset();
+    }
     m_progress.astray = step == Joined::doubtful    ? End::changed
                         : step == Joined::ambiguous ? End::ambiguous
                         : step == Joined::lost      ? End::lost
@@ -141,7 +158,7 @@ ScrollSession::Order ScrollSession::joined(Milliseconds now, const Joint &joint)
     if (m_progress.astray != End::open)
         return underWay ? rest(now) : recover(now, m_progress.astray);
 
-    m_notice = Notice::none;
+    m_notice = m_offerEnd ? Notice::wheelDoesNothing : Notice::none;
     if (joint.renewed || grew)
         m_progress.vainLooks = 0;
     if (m_state == State::back && joint.renewed) {
@@ -194,12 +211,13 @@ ScrollSession::Order ScrollSession::step(Milliseconds now, State direction, int 
     m_step = {};
     m_step.clicks = clicks;
     m_step.since = now;
-    return {Order::Kind::scroll, direction == State::back ? -clicks : clicks, firstLook};
+    const bool isUp = direction == State::back || direction == State::checking || direction == State::rewinding;
+    return {Order::Kind::scroll, isUp ? -clicks : clicks, firstLook};
 }
 
 ScrollSession::Order ScrollSession::proceed(Milliseconds now)
 {
-    if (m_options.mode == Mode::automatic)
+    if (m_mode == Mode::automatic)
         return step(now, State::forth, m_pace.nextClicks);
     m_state = State::watching;
     return {Order::Kind::look, 0, lookInterval};
@@ -208,7 +226,83 @@ ScrollSession::Order ScrollSession::proceed(Milliseconds now)
 // Handles a step that moved nothing.
 ScrollSession::Order ScrollSession::idle(Milliseconds now)
 {
-    return ++m_progress.idleSteps >= idleLimit ? endWith(End::content) : proceed(now);
+    if (++m_progress.idleSteps < idleLimit)
+        return proceed(now);
+    if (!m_progress.scrolled)
+        return offerTheWheel(now);
+    const bool isChecked = std::exchange(m_progress.checkedHeight, m_progress.height) == m_progress.height;
+    const bool isMovie = m_step.changes > changesOfACaret; // of which looking back tells nothing
+    if (isChecked || isMovie || (m_progress.stale && m_takesAgain == mostTakesAgain) ||
+        !m_lookBack.begin(m_progress.position, m_options.regionHeight))
+        return endWith(End::content);
+    return m_progress.stale ? rewind(now, {}) : step(now, State::checking, m_lookBack.nextClicks());
+}
+
+ScrollSession::Order ScrollSession::offerTheWheel(Milliseconds now)
+{
+    m_mode = Mode::manual;
+    m_state = State::watching;
+    m_notice = Notice::wheelDoesNothing;
+    m_offerEnd = now + offerTime;
+    return {Order::Kind::look, 0, lookInterval};
+}
+
+ScrollSession::Order ScrollSession::found(Milliseconds now, const Found &found)
+{
+    switch (m_state) {
+    case State::checking:
+        if (!m_lookBack.agrees(found.at)) {
+            // It may be still under way, or an animation, which tells nothing.
+            if (!std::exchange(m_step.isDoubted, true))
+                return {Order::Kind::look, 0, doubtTime};
+            m_progress.stale = calm(now) >= doubtTime;
+        }
+        if (m_progress.stale)
+            return m_takesAgain == mostTakesAgain ? endWith(End::content) : rewind(now, found);
+        if (const int clicks = m_lookBack.nextClicks())
+            return step(now, State::checking, clicks);
+        return step(now, State::returning, m_lookBack.clicksForth());
+    case State::rewinding: return rewind(now, found);
+    default: break;
+    }
+    if (found.at)
+        return endWith(End::content);
+    m_state = State::forth; // a list has loaded more meanwhile
+    return join();
+}
+
+// Goes back until the beginning is seen. Where it does not look as it did, or the region was drawn further down, the page's
+// upper end is reached instead.
+ScrollSession::Order ScrollSession::rewind(Milliseconds now, const Found &found)
+{
+    if (found.isBeginning) {
+        ++m_takesAgain;
+        m_earlierEnd = m_progress.reached;
+        m_earlierHeight = m_progress.height;
+        m_state = State::opening;
+        m_step = {};
+        m_progress = {};
+        m_lookBack = {};
+        return {.kind = Order::Kind::again};
+    }
+    const bool isStuck = m_state == State::rewinding && !m_step.lastChange;
+    if (isStuck || ++m_progress.rewinds > rewindLimit)
+        return endWith(m_progress.reached);
+    return step(now, State::rewinding, m_lookBack.clicksHome());
+}
+
+bool ScrollSession::isLookingBack() const
+{
+    return m_state == State::checking || m_state == State::returning || m_state == State::rewinding;
+}
+
+ScrollSession::Activity ScrollSession::activity() const
+{
+    if (isLookingBack())
+        return Activity::lookingBack;
+    if (m_progress.idleSteps > 0 || m_pace.patience > 0ms)
+        return Activity::waiting;
+    return m_takesAgain > 0 ? Activity::again : Activity::scrolling;
 }
 
 // The frame could not be joined. Our own steps are undone and made smaller; if the user has scrolled, only the user can
@@ -221,9 +315,9 @@ ScrollSession::Order ScrollSession::recover(Milliseconds now, End reason)
         return {Order::Kind::look, 0, lookInterval};
     }
     if (++m_progress.recoveries >= (reason == End::changed ? lookLimit : recoveryLimit))
-        return endWith(reason);
+        return giveUp(now, reason);
     if (reason == End::changed && m_state == State::forth && ++m_progress.vainLooks > vainLimit)
-        return endWith(reason);
+        return giveUp(now, reason);
     m_pace.smoothSteps = 0;
     if (m_state == State::back) // has not gone back far enough
         return step(now, State::back, reason == End::changed ? m_step.clicks : 1);
@@ -234,6 +328,20 @@ ScrollSession::Order ScrollSession::recover(Milliseconds now, End reason)
         m_pace.fine = true; // steps cannot get smaller, but a smoothly moving view shows intermediate positions
     m_pace.nextClicks = m_pace.mostClicks = std::max(1, m_step.clicks / 2);
     return step(now, State::back, m_step.clicks);
+}
+
+// Where the page has changed too much, all of it may be taken once more. Where it is only too much alike, that is in vain.
+ScrollSession::Order ScrollSession::giveUp(Milliseconds now, End reason)
+{
+    const bool mayHelp = (reason == End::changed || (reason == End::lost && m_progress.scrolled)) &&
+                         m_progress.height > m_earlierHeight; // further than the last time
+    if (!mayHelp || m_takesAgain == mostTakesAgain)
+        return endWith(reason);
+    m_lookBack.begin(m_progress.position, m_options.regionHeight);
+    m_progress.reached = reason;
+    m_state = State::rewinding; // it may be here
+    m_step.lastChange = now;
+    return {.kind = Order::Kind::find};
 }
 
 ScrollSession::Order ScrollSession::endByWish()
@@ -251,7 +359,7 @@ ScrollSession::Order ScrollSession::endWith(End end)
 
 ScrollSession::Notice ScrollSession::obstacle(const Sight &sight) const
 {
-    if (m_options.mode == Mode::manual)
+    if (m_mode == Mode::manual)
         return Notice::none;
     switch (sight.pointer) {
     case Pointer::overPanel: return Notice::pointerOverPanel;
@@ -266,10 +374,14 @@ ScrollSession::Notice ScrollSession::obstacle(const Sight &sight) const
 bool ScrollSession::isSettled(Milliseconds now, const Sight &sight) const
 {
     const Milliseconds passed = now - *m_step.since;
-    if (passed >= (m_state == State::opening ? longestStart : longest + m_pace.patience))
+    if (passed >= (m_state == State::opening ? longestStart
+                   : isLookingBack()         ? longestJump
+                                             : longest + m_pace.patience))
         return true;
     if (sight.changed)
         return false;
+    if (isLookingBack() && passed < 2 * m_pace.slowestAnswer)
+        return false; // what has changed may be something else
     if (m_state == State::opening || m_state == State::resuming)
         return calm(now) >= quietTime &&
                passed >= (sight.trusted && m_state == State::opening ? shortest : uncoverTime);
@@ -296,6 +408,10 @@ Milliseconds ScrollSession::answerLimit() const
 
 void ScrollSession::learn(const Joint &joint)
 {
+    if (m_step.moved)
+        m_lookBack.loseCount(); // this was only its end
+    else
+        m_lookBack.measure(m_step.clicks, joint.shift);
     // The last step of a page is a short one: lower the estimate slowly, as a page may grow while being read.
     m_pace.pixelsPerClick = std::max(double(joint.shift) / m_step.clicks, m_pace.pixelsPerClick * 0.75);
     const int wanted = int(std::lround(stepShare * joint.moving / m_pace.pixelsPerClick));

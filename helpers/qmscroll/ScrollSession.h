@@ -1,5 +1,6 @@
 #pragma once
 
+#include "helpers/qmscroll/LookBack.h"
 #include "helpers/qmscroll/Stitcher.h"
 
 #include <chrono>
@@ -16,6 +17,9 @@ namespace qm {
 //     if (order.kind == Order::Kind::scroll)
 //         ...                                   // order.clicks of the wheel
 //     ...                                       // and look again after order.wait
+//
+// The end of the page is not the end: a few looks further up tell whether it is still as it was taken. If not, all of it is
+// taken once more, as by then it has loaded.
 class ScrollSession
 {
 public:
@@ -39,8 +43,15 @@ public:
         pointerOverPanel,
         keyHeld,
         otherWindow,
-        placeLost
-    }; // why it does not get on
+        placeLost,
+        wheelDoesNothing // the user may scroll instead
+    };                   // why it does not get on
+    enum class Activity {
+        scrolling,
+        waiting,
+        lookingBack,
+        again
+    }; // waiting: for what loads; again: from the beginning
 
     struct Options {
         Mode mode = Mode::automatic;
@@ -57,10 +68,18 @@ public:
         bool strange = false; // another window than at first lies under the pointer, and would get the wheel
     };
     struct Order {
-        enum class Kind { look, join, scroll, end } kind = Kind::look;
+        enum class Kind {
+            look,
+            join,  // the frame; ends with joined()
+            find,  // where it lies, without joining it; ends with found()
+            again, // it is the beginning of a new picture: join it there
+            scroll,
+            end
+        } kind = Kind::look;
         int clicks = 0;                 // wheel clicks; negative: up
         Milliseconds wait{0};           // until the next look
         Heading heading = Heading::any; // for join: where the frame can lie
+        int near = 0;                   // for find: the row of the picture with which it should begin
     };
     // What became of Order::Kind::join. Pixels.
     struct Joint {
@@ -71,10 +90,16 @@ public:
         bool renewed = false; // part of what was taken before had changed
     };
 
+    struct Found {
+        std::optional<int> at;    // the row of the picture with which the frame begins
+        bool isBeginning = false; // it begins as the picture does
+    };
+
     explicit ScrollSession(const Options &options);
 
     Order look(Milliseconds now, const Sight &sight);
     Order joined(Milliseconds now, const Joint &joint); // reports the result of Order::Kind::join
+    Order found(Milliseconds now, const Found &found);  // and of Order::Kind::find
 
     // These take effect at the next look.
     void finish();         // still joins what is on the screen
@@ -84,16 +109,23 @@ public:
 
     End end() const { return m_end; }
     Notice notice() const { return m_notice; }
+    Mode mode() const { return m_mode; } // manual also where the wheel does nothing
+    Activity activity() const;
+    // What became of the picture that was given up for another from the beginning.
+    End earlierEnd() const { return m_earlierEnd; }
     // The page loads so late that the picture may show some of it as it was before.
     bool mayBeStale() const { return m_progress.stale; }
 
 private:
     enum class State {
-        opening,  // whatever covered the region fades away, then the first frame is joined
-        forth,    // one of our steps is under way
-        back,     // one of our steps is being undone
-        resuming, // after an obstacle: any movement was the user's doing
-        watching  // the user scrolls: in manual mode, or because we lost our place
+        opening,   // whatever covered the region fades away, then the first frame is joined
+        forth,     // one of our steps is under way
+        back,      // one of our steps is being undone
+        resuming,  // after an obstacle: any movement was the user's doing
+        watching,  // the user scrolls: in manual mode, or because we lost our place
+        checking,  // the end was reached; looks further up
+        returning, // from there
+        rewinding  // to the beginning
     };
     enum class Wish { none, finish, finishIfScrolled };
 
@@ -103,6 +135,10 @@ private:
     Order step(Milliseconds now, State direction, int clicks);
     Order proceed(Milliseconds now);
     Order idle(Milliseconds now);
+    Order offerTheWheel(Milliseconds now);
+    Order rewind(Milliseconds now, const Found &found);
+    Order giveUp(Milliseconds now, End reason);
+    bool isLookingBack() const;
     Order recover(Milliseconds now, End reason);
     Order endByWish();
     Order endWith(End end);
@@ -115,6 +151,7 @@ private:
     static constexpr int mostClicks = 200; // per step, for a view that hardly moves
 
     const Options m_options;
+    Mode m_mode;
     State m_state = State::opening;
     End m_end = End::open;
     Notice m_notice = Notice::none;
@@ -125,6 +162,8 @@ private:
         std::optional<Milliseconds> since;      // empty until the next look starts the step
         std::optional<Milliseconds> lastChange; // during the step
         Milliseconds answer{0};                 // time until the first change
+        int changes = 0;                        // looks that found one
+        bool isDoubted = false;                 // looking back, it was not what was expected
         bool moved = false;                     // frames were joined during the step
         bool news = false;                      // nothing moved, but something new appeared
     } m_step;
@@ -140,16 +179,26 @@ private:
     } m_pace;
 
     struct Progress {
-        int height = 0;         // of the picture, pixels
-        bool isCut = false;     // it has been higher
-        bool scrolled = false;  // a frame was joined after the first one
-        bool stale = false;     // see mayBeStale()
-        int idleSteps = 0;      // consecutive steps without a shift
-        int news = 0;           // steps without a shift that showed something new, since the picture last grew
-        int vainLooks = 0;      // consecutive ones that found nothing changed
-        int recoveries = 0;     // since the picture last grew
-        End astray = End::open; // why the last frame was not joined; open if it was
+        int height = 0;             // of the picture, pixels
+        int position = 0;           // the picture's row with which the last joined frame begins
+        int checkedHeight = 0;      // when the page was looked at from further up; 0: not yet
+        End reached = End::content; // before going back to the beginning
+        int rewinds = 0;            // steps towards it
+        bool isCut = false;         // it has been higher
+        bool scrolled = false;      // a frame was joined after the first one
+        bool stale = false;         // see mayBeStale()
+        int idleSteps = 0;          // consecutive steps without a shift
+        int news = 0;               // steps without a shift that showed something new, since the picture last grew
+        int vainLooks = 0;          // consecutive ones that found nothing changed
+        int recoveries = 0;         // since the picture last grew
+        End astray = End::open;     // why the last frame was not joined; open if it was
     } m_progress;
+
+    LookBack m_lookBack;
+    End m_earlierEnd = End::open;
+    int m_earlierHeight = 0;
+    int m_takesAgain = 0;                   // from the beginning, so far
+    std::optional<Milliseconds> m_offerEnd; // until then the user may begin to scroll
 };
 
 } // namespace qm

@@ -1,5 +1,7 @@
 #include "helpers/qmscroll/Stitcher.h"
 
+#include "helpers/qmscroll/RowLedger.h"
+
 #include <algorithm>
 #include <utility>
 
@@ -9,6 +11,8 @@ namespace {
 
 // An advertisement may change at every look.
 constexpr int mostLooks = 3;
+constexpr int headerShare = 3;   // a header takes at most one in so many of a frame's rows
+constexpr int repeatedShare = 4; // one in so many of the moving rows is no coincidence
 
 } // namespace
 
@@ -26,10 +30,16 @@ struct Stitcher::State {
     void take(const Frame &frame, const Placement &place);
     Step join(Frame frame, const Placement &place);
     bool handOver(int end);
+    bool showsAgain(const Frame &frame, const Placement &place) const;
+    RowLedger::Part part(const Frame &frame, int from) const
+    {
+        return {frame, known.moving.any() ? known.moving : Bands().set(), from, known.bottom};
+    }
 
     const QSize size;
     const Rows rows;
     HeldRows held;
+    RowLedger written;
     Frame last; // joined
     int position = 0;
     int lastShift = 0;
@@ -45,6 +55,8 @@ bool Stitcher::State::handOver(int end)
 {
     if (end > held.first() && !failed) {
         failed = !rows(held.pixels(held.first(), end));
+        for (int row = held.first(); row < end; ++row)
+            written.add(held[row]);
         held.drop(end);
     }
     return !failed;
@@ -90,6 +102,14 @@ Stitcher::Step Stitcher::State::join(Frame frame, const Placement &place)
     return lastShift != 0 ? Step::joined : place.renewed ? Step::renewed : Step::still;
 }
 
+// True if what would be new is in the picture already, and not because the page repeats itself.
+bool Stitcher::State::showsAgain(const Frame &frame, const Placement &place) const
+{
+    const int fresh = std::max(held.end() - place.at, place.top);
+    const RowLedger::Part part{frame, place.moving, fresh, place.bottom};
+    return fresh < place.bottom && written.hasWritten(part, (place.bottom - place.top) / repeatedShare);
+}
+
 Stitcher::Step Stitcher::State::add(const QImage &image, Heading heading)
 {
     failed = failed || image.size() != size || image.format() != QImage::Format_RGB32;
@@ -103,7 +123,9 @@ Stitcher::Step Stitcher::State::add(const QImage &image, Heading heading)
     }
     known.heading = heading;
     known.looked = looked || doubts >= mostLooks;
-    const Placement place = Placement::find(held, last, position, frame, known);
+    Placement place = Placement::find(held, last, position, frame, known);
+    if (place.kind == Placement::Kind::found && !known.looked && showsAgain(frame, place))
+        place.kind = Placement::Kind::doubtful;
     switch (place.kind) {
     case Placement::Kind::ambiguous: return Step::ambiguous;
     case Placement::Kind::lost: return Step::lost;
@@ -127,6 +149,21 @@ Stitcher::~Stitcher() = default;
 Stitcher::Step Stitcher::add(const QImage &frame, Heading heading)
 {
     return m_state->add(frame, heading);
+}
+
+std::optional<int> Stitcher::find(const QImage &image, int near) const
+{
+    const State &state = *m_state;
+    const Frame frame(image);
+    const int from = std::max(state.known.top, frame.height() / headerShare);
+    return state.written.find(state.part(frame, from), state.held, near);
+}
+
+bool Stitcher::isBeginning(const QImage &image) const
+{
+    const State &state = *m_state;
+    const Frame frame(image);
+    return state.written.beginsAlike(state.part(frame, state.known.top), state.held);
 }
 
 int Stitcher::height() const

@@ -6,6 +6,7 @@
 
 #include <functional>
 #include <memory>
+#include <optional>
 
 namespace qm {
 
@@ -16,10 +17,10 @@ namespace qm {
 //
 // Rows agree to the pixel or not at all, and a frame must agree with a quarter of its height, by something that does not
 // repeat. What seems to have changed after it has left the frame makes a step doubtful; rows stay replaceable for one
-// height above the frame, so going back and looking mends it.
+// height above the frame, so going back and looking mends it. So does a step that brings again what is written.
 //
-// One thread at a time. Lengths are pixels. Holds two frames and the last two heights of rows (three within add()), never
-// the whole picture.
+// One thread at a time. Lengths are pixels. Holds two frames and the last two heights of rows (three within add()), and four
+// bytes of each row that is handed over.
 class Stitcher
 {
 public:
@@ -49,6 +50,12 @@ public:
     int lastShift() const; // how far the content moved up in the last joined step; negative if scrolled back
     bool renewed() const;  // the last step that was not refused found part of what it shows changed, and took it anew
     int moving() const;    // height of the part of the frame that moves, as far as is known
+
+    // Where in the picture a frame lies, without joining it: the picture's row that its first row shows, of several the one
+    // nearest to `near`. What is at the top may be a header that was not there before, and does not count. std::nullopt if
+    // what it shows is not in the picture.
+    std::optional<int> find(const QImage &frame, int near) const;
+    bool isBeginning(const QImage &frame) const; // it begins as the picture does
 
     QImage heldRows() const; // the rows not yet handed over, as they are now; valid until the next add()
 

@@ -1,13 +1,16 @@
 #include "helpers/qmscroll/TallPicture.h"
 
+#include "config/UnfinishedPictures.h"
 #include "imaging/AreaAverage.h"
 #include "imaging/PngKernels.h"
 #include "imaging/PngWriter.h"
 #include "platform/DiskSync.h"
 
-#include <QSaveFile>
+#include <QFile>
 
 #include <algorithm>
+#include <cerrno>
+#include <cstdio>
 #include <cstring>
 #include <optional>
 #include <vector>
@@ -32,15 +35,21 @@ static QImage stacked(const QImage &above, const QImage &below, int rowsBelow)
 // Averaging needs the height in advance, so the picture is shrunk in squares: each square becomes a square, and no
 // pixel of the thumbnail crosses the border between two.
 struct TallPicture::State {
-    State(const QString &path, int width, double dpi);
+    State(const QString &target, int width, double dpi);
+    ~State();
 
     bool append(const QImage &rows);
     void shrink(const QImage &rows);
     QImage thumbnail() const;
+    void keep(const QImage &below);
+    void fail();
     Outcome finish();
+    Outcome moveToPath();
 
-    QSaveFile file;                  // unnamed until committed, on systems that support it
-    std::optional<PngWriter> writer; // empty after the first failure
+    const QString path;
+    QFile file;
+    std::optional<PngWriter> writer;
+    QString failure; // the first one's reason; empty while there was none
     int height = 0;
 
     const int width, shrunkWidth;
@@ -50,8 +59,8 @@ struct TallPicture::State {
     QImage wholeSquares;                // the completed squares, shrunk
 };
 
-TallPicture::State::State(const QString &path, int w, double dpi)
-    : file(path)
+TallPicture::State::State(const QString &target, int w, double dpi)
+    : path(target)
     , width(std::max(0, w))
     , shrunkWidth(std::min(width, thumbnailWidth))
     , packed(size_t(3 * width + beyondRow))
@@ -59,8 +68,17 @@ TallPicture::State::State(const QString &path, int w, double dpi)
     PngWriter::Header header;
     header.width = width;
     header.dpi = dpi;
-    if (file.open(QIODevice::WriteOnly))
+    UnfinishedPictures::begin(file, target);
+    if (file.isOpen())
         writer.emplace(file, header);
+    else
+        failure = file.errorString();
+}
+
+TallPicture::State::~State()
+{
+    if (file.isOpen())
+        file.remove();
 }
 
 void TallPicture::State::shrink(const QImage &rows)
@@ -80,13 +98,24 @@ void TallPicture::State::shrink(const QImage &rows)
 
 bool TallPicture::State::append(const QImage &rows)
 {
-    if (!writer || rows.format() != QImage::Format_RGB32 || !writer->append(rows)) {
-        writer.reset();
+    if (failure.isEmpty() && (rows.format() != QImage::Format_RGB32 || !writer->append(rows)))
+        fail();
+    if (!failure.isEmpty())
         return false;
-    }
     height += rows.height();
     shrink(rows);
     return true;
+}
+
+void TallPicture::State::keep(const QImage &below)
+{
+    if (failure.isEmpty() && !writer->keep(below))
+        fail();
+}
+
+void TallPicture::State::fail()
+{
+    failure = file.errorString();
 }
 
 QImage TallPicture::State::thumbnail() const
@@ -97,9 +126,31 @@ QImage TallPicture::State::thumbnail() const
 
 Outcome TallPicture::State::finish()
 {
-    const bool whole = writer && writer->finish();
+    if (failure.isEmpty() && !writer->finish())
+        fail();
+    if (!failure.isEmpty())
+        height = writer ? writer->fallBack() : 0;
     writer.reset();
-    return whole ? DiskSync::commit(file) : Outcome::failure(file.errorString());
+    if (height > 0) {
+        if (const Outcome moved = moveToPath(); !moved) {
+            height = 0;
+            return moved;
+        }
+    }
+    return failure.isEmpty() ? Outcome::success() : Outcome::failure(failure);
+}
+
+Outcome TallPicture::State::moveToPath()
+{
+    // What was kept once may have been longer.
+    if (!file.resize(file.pos()))
+        return Outcome::failure(file.errorString());
+    const QByteArray from = QFile::encodeName(file.fileName()), to = QFile::encodeName(path);
+    if (!DiskSync::content(file.handle()) || std::rename(from.constData(), to.constData()) != 0)
+        return Outcome::failure(qt_error_string(errno));
+    file.close();
+    DiskSync::names(path);
+    return Outcome::success();
 }
 
 TallPicture::TallPicture(const QString &path, int width, double dpi)
@@ -112,6 +163,11 @@ TallPicture::~TallPicture() = default;
 bool TallPicture::append(const QImage &rows)
 {
     return m_state->append(rows);
+}
+
+void TallPicture::keep(const QImage &below)
+{
+    m_state->keep(below);
 }
 
 int TallPicture::height() const

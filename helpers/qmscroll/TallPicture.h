@@ -10,9 +10,8 @@
 namespace qm {
 
 // A picture that grows downwards into a PNG file as its rows arrive. No file appears at the path before finish(): until
-// then the bytes go to an unnamed file in the same folder or, on systems without those, to one whose name is not a
-// picture's. An unfinished picture leaves nothing behind, even if the process is killed, where unnamed files exist. One
-// thread at a time. Memory is a few rows and the thumbnail, whatever the height.
+// then it is a hidden one beside it, which is removed with this object, but survives the process if that is killed; see
+// UnfinishedPictures. One thread at a time. Memory is a few rows, the thumbnail, and what has come since keep().
 class TallPicture
 {
 public:
@@ -25,6 +24,10 @@ public:
     // reason.
     [[nodiscard]] bool append(const QImage &rows);
 
+    // Makes the rows so far, with these below them, survive: a later failure, or the end of the process. Takes as long as
+    // writing them. Failures are reported as those of append().
+    void keep(const QImage &below);
+
     int height() const; // of the rows so far, in pixels
 
     // The rows so far, area-averaged to at most 160 pixels in width, up to the last complete thumbnail row: RGB32, null
@@ -32,7 +35,8 @@ public:
     QImage thumbnail() const;
 
     // Completes the file and moves it to the path, replacing any existing file. After any failure, including an earlier
-    // one, the existing file is untouched. Call nothing afterwards.
+    // one, that becomes the file what was kept last; height() is then its height, or 0 if there is none and the existing
+    // file is untouched. Call nothing else afterwards.
     Outcome finish();
 
 private:

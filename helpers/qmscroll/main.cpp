@@ -3,8 +3,11 @@
 // the user scrolls. The picture ends at 30,000 pixels unless told otherwise. With --rest a menu was shown in that part of
 // the screen (pixels): what lay below must come to rest before the screen is frozen.
 // Exit status 0: written, or cancelled (no file), with a line on stderr if the picture ends early because what follows
-// could not be joined, or if parts of it may have loaded too late. 1: failed, with one line on stderr and no file.
+// could not be joined, or if parts of it may have loaded too late. 1: failed, with one line on stderr; there is a file only if
+// the disk was full before all of it was written. What an earlier process left that was killed becomes a picture first, which
+// is told on stdout.
 
+#include "config/UnfinishedPictures.h"
 #include "helpers/qmscroll/CaptureRun.h"
 #include "platform/ParentDeath.h"
 
@@ -98,6 +101,8 @@ int main(int argc, char **argv)
     const QFileInfo folder(QFileInfo(arguments->path).path());
     if (!folder.isDir() || !folder.isWritable())
         return fail(QStringLiteral("cannot write to the folder %1").arg(folder.filePath()));
+    for (const QString &picture : UnfinishedPictures::complete(folder.filePath()))
+        std::printf("qmscroll: an earlier capture is saved as far as it went: %s\n", qPrintable(picture));
 
     ScrollDesktop desktop;
     switch (desktop.open()) {
@@ -125,6 +130,8 @@ int main(int argc, char **argv)
     const CaptureRun::Result result = run.run();
     if (!result.failure.isEmpty())
         return fail(result.failure);
+    if (!result.cut.isEmpty())
+        return fail(QStringLiteral("the picture ends at %1 pixels: %2").arg(result.height).arg(result.cut));
     if (result.end == ScrollSession::End::cancelled && endingSignal) {
         std::signal(endingSignal, SIG_DFL); // so that the parent process sees the signal
         std::raise(endingSignal);

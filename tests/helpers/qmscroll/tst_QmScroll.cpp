@@ -206,6 +206,9 @@ private Q_SLOTS:
         QProcess &helper = m_desktop.start(u"/bin/sh"_s, {u"-c"_s, parent, program, u"--region"_s, m_driver->path()});
         m_driver->drawRegion(place);
         QVERIFY(m_driver->hasScrolled());
+        const QString left =
+            m_driver->path().section(u'/', 0, -2) + u"/."_s + m_driver->path().section(u'/', -1) + u".unfinished"_s;
+        QVERIFY(Desktop::wait([&left] { return QFileInfo(left).size() > 1000; })); // its first rows
         if (signal)
             kill(pid_t(helper.processId()), signal > 0 ? signal : SIGKILL);
         else
@@ -213,6 +216,13 @@ private Q_SLOTS:
         QVERIFY(signal ? Desktop::ended(helper) : failed(helper));
         QCOMPARE(helper.exitStatus() == QProcess::CrashExit, signal != 0); // as Qt calls the end by a signal
         QVERIFY(m_desktop.overlayIsGone());
+        if (signal == SIGKILL) { // the next one saves what there is
+            QProcess &next = m_desktop.start(u"env"_s, {u"DISPLAY=:59999"_s, program, u"--region"_s, m_driver->path()});
+            QVERIFY(Desktop::ended(next));
+            QVERIFY(next.readAllStandardOutput().contains(m_driver->path().toUtf8()));
+            QCOMPARE(m_driver->compare(place), QString());
+            QVERIFY(QFile::remove(m_driver->path()));
+        }
         QCOMPARE(m_driver->files(), QStringList());
     }
 

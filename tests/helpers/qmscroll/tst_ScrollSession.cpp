@@ -33,10 +33,12 @@ struct View {
     Milliseconds animation = 0ms; // something small changes that often; 0: nothing does
     int blankFrom = 0;            // where, for 700 pixels, only steps up to 60 can be joined; 0: nowhere
     bool springsBack = false;
-    int stallsAt = 0;      // once it is this far down, one click is answered after 450 ms; 0: none
-    int changesAt = 0;     // once it is this far down, nothing matches what was there before; 0: never
-    bool goesAway = false; // and it does not move any more
-    int loads = 0;         // so often 900 pixels more appear at its end, half a second after it was reached
+    int stallsAt = 0;       // once it is this far down, one click is answered after 450 ms; 0: none
+    int changesAt = 0;      // once it is this far down, nothing matches what was there before; 0: never
+    bool goesAway = false;  // and it does not move any more
+    int growsAt = 0;        // there 300 pixels appear when it has left the view, which stays where it is; 0: nowhere
+    bool beginsLow = false; // what is further up was not in the region at first
+    int loads = 0;          // so often 900 pixels more appear at its end, half a second after it was reached
 };
 
 // What the user does, and when.
@@ -71,6 +73,10 @@ public:
             Order order = m_session.look(now, sight());
             if (m_session.notice() != Notice::none)
                 notice = m_session.notice();
+            if (order.kind == Order::Kind::find)
+                order = m_session.found(now, {find(), shown() == 0 && !view.beginsLow});
+            if (order.kind == Order::Kind::again)
+                order = beginAgain();
             if (order.kind == Order::Kind::join)
                 order = join(order.heading);
             if (order.kind == Order::Kind::end)
@@ -82,6 +88,7 @@ public:
             look = now + std::max<Milliseconds>(order.wait, 1ms);
         }
         end = m_session.end();
+        stale = m_session.mayBeStale();
     }
 
     // The wheel turned, by whomever.
@@ -101,7 +108,7 @@ public:
             m_to -= 400;
     }
 
-    int page() const { return view.page + 900 * m_loads; }
+    int page() const { return view.page + 900 * m_loads + m_grown; }
 
     const View view;
     Pointer pointer = Pointer::inside;
@@ -113,6 +120,7 @@ public:
     std::vector<int> joins;       // positions of the frames that were joined
     int furthest = nowhere;       // of these
     bool moving = false;          // a frame was joined in the middle of a movement
+    bool stale = false;
 
 private:
     int position() const
@@ -122,6 +130,37 @@ private:
         const Milliseconds since = (now - m_moved - m_answer) / view.picture * view.picture;
         const double share = view.smooth == 0ms ? 1 : std::min(1.0, double(since / 1ms) / (view.smooth / 1ms));
         return int(m_from + (m_to - m_from) * share);
+    }
+
+    // The row of the picture with which the region begins.
+    int shown() const
+    {
+        const bool isHidden = position() >= view.growsAt && !m_isAgain;
+        return position() - (isHidden ? m_grown : 0);
+    }
+
+    std::optional<int> find() const
+    {
+        const bool isNew =
+            m_grown > 0 && !m_isAgain && position() > view.growsAt - region && position() < view.growsAt + m_grown;
+        return isNew ? std::nullopt : std::optional(shown());
+    }
+
+    Order beginAgain()
+    {
+        m_isAgain = true;
+        joins.clear();
+        furthest = m_at = 0;
+        return {Order::Kind::join};
+    }
+
+    void grow()
+    {
+        if (view.growsAt == 0 || m_grown > 0 || position() < view.growsAt + 2 * region)
+            return;
+        m_grown = 300;
+        m_from += m_grown;
+        m_to += m_grown;
     }
 
     void loadMore()
@@ -136,7 +175,8 @@ private:
     {
         ScrollSession::Sight sight;
         loadMore();
-        const std::pair frame(position(), view.animation == 0ms ? m_loads : int(now / view.animation));
+        grow();
+        const std::pair frame(shown(), view.animation == 0ms ? m_loads : int(now / view.animation));
         sight.changed = frame != m_frame;
         m_frame = frame;
         sight.fresh = frame != m_joined;
@@ -147,7 +187,7 @@ private:
 
     Order join(Heading heading)
     {
-        const int at = position(), shift = at - m_at;
+        const int at = shown(), shift = at - m_at;
         m_joined = m_frame;
         const bool isNew = std::exchange(m_joinedLoads, m_loads) != m_loads;
         Step step = Step::joined;
@@ -162,7 +202,7 @@ private:
         else if (view.blankFrom && std::abs(shift) > 60 && at + region > view.blankFrom && at < view.blankFrom + 700)
             step = Step::ambiguous;
         if (step == Step::first || step == Step::joined) {
-            moving |= at != int(m_to) && m_mode == Mode::automatic;
+            moving |= position() != int(m_to) && m_mode == Mode::automatic;
             joins.push_back(at);
             furthest = std::max(furthest, at);
             m_at = at;
@@ -171,7 +211,8 @@ private:
     }
 
     const Mode m_mode;
-    int m_loads = 0, m_joinedLoads = 0;
+    int m_loads = 0, m_joinedLoads = 0, m_grown = 0;
+    bool m_isAgain = false;
     std::optional<Milliseconds> m_endReached;
     ScrollSession m_session;
     double m_from = 0, m_to = 0;
@@ -211,25 +252,27 @@ private Q_SLOTS:
     {
         QTest::addColumn<Case>("of");
         const auto row = [](const char *name, const Case &of) { QTest::newRow(name) << of; };
-        row("plain", {.milliseconds = 2500});
-        row("nothing to scroll", {.view = {.page = region}, .milliseconds = 2200});
+        row("plain", {.milliseconds = 2700});
+        row("nothing to scroll", {.view = {.page = region}, .milliseconds = 8200, .notice = Notice::wheelDoesNothing});
         row("less than a click to scroll", {.view = {.page = region + 20}, .milliseconds = 1900});
         row("smooth", {.view = {.pixelsPerClick = 120, .smooth = 200ms}, .milliseconds = 8000});
         row("smooth, on a slow machine",
             {.view = {.pixelsPerClick = 120, .smooth = 200ms, .picture = 30ms}, .milliseconds = 8000});
-        row("stalls once", {.view = {.stallsAt = 2000}, .milliseconds = 2700});
-        row("slow to answer", {.view = {.answer = 300ms}, .milliseconds = 11'000});
+        row("stalls once", {.view = {.stallsAt = 2000}, .milliseconds = 3000});
+        row("slow to answer", {.view = {.answer = 300ms}, .milliseconds = 12'000});
         row("hardly moves", {.view = {.pixelsPerClick = 2}, .milliseconds = 2700});
         row("one click is most of the region", {.view = {.pixelsPerClick = 470}, .milliseconds = 2600});
-        row("a caret", {.view = {.animation = 500ms}, .milliseconds = 2500});
-        row("slow, with a movie", {.view = {.answer = 250ms, .animation = 90ms}, .milliseconds = 11'000});
+        row("a caret", {.view = {.animation = 500ms}, .milliseconds = 2700});
+        row("slow, with a movie", {.view = {.answer = 250ms, .animation = 90ms}, .milliseconds = 12'000});
         row("alike for a while: smaller steps", {.view = {.blankFrom = 2000}, .milliseconds = 5500});
         row("one click is too much, but shows its way",
             {.view = {.pixelsPerClick = 500, .smooth = 200ms, .picture = 16ms}, .milliseconds = 6500});
         row("a list that loads more at its end",
             {.view = {.page = 1500, .loads = 5}, .furthest = 1500 + 5 * 900 - region, .milliseconds = 7500});
+        row("grows out of view: once more from the beginning",
+            {.view = {.growsAt = 1500}, .furthest = 6300 - region, .milliseconds = 5500});
         row("springs back",
-            {.view = {.springsBack = true}, .end = End::changed, .furthest = somewhere, .milliseconds = 2500});
+            {.view = {.springsBack = true}, .end = End::changed, .furthest = somewhere, .milliseconds = 4500});
         row("the height limit",
             {.view = {.page = 100'000}, .end = End::height, .furthest = somewhere, .milliseconds = 2500});
         row("alike at every step", {.view = {.pixelsPerClick = 90, .blankFrom = 2000},
@@ -239,7 +282,7 @@ private Q_SLOTS:
         row("one click is too much",
             {.view = {.pixelsPerClick = 500}, .end = End::lost, .furthest = 0, .milliseconds = 900});
         row("changes under way",
-            {.view = {.changesAt = 3000}, .end = End::lost, .furthest = somewhere, .milliseconds = 1500});
+            {.view = {.changesAt = 3000}, .end = End::lost, .furthest = somewhere, .milliseconds = 4500});
         row("goes away", {.view = {.changesAt = 3000, .goesAway = true},
                           .end = End::lost,
                           .furthest = somewhere,
@@ -301,6 +344,7 @@ private Q_SLOTS:
                  QByteArray::number(qint64(simulation.now / 1ms)).constData());
         QCOMPARE(simulation.notice, of.notice);
         QVERIFY(simulation.isPatient);
+        QVERIFY(!simulation.stale);
     }
 
     void stepsFollowTheView()
@@ -312,6 +356,15 @@ private Q_SLOTS:
                 largest = std::max(largest, joins[i] - joins[i - 1]);
             QVERIFY2(largest < region * 3 / 4 && largest > region / 2, QByteArray::number(largest).constData());
         }
+    }
+
+    // Where it cannot be begun again, it is said.
+    void whatGrowsOutOfViewIsSaid()
+    {
+        const Simulation simulation({.view = {.growsAt = 1500, .beginsLow = true}});
+        QCOMPARE(simulation.end, End::content);
+        QCOMPARE(simulation.furthest, 6000 - region);
+        QVERIFY(simulation.stale);
     }
 
     // A step of several clicks is taken back as it was made, and made smaller.

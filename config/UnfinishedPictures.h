@@ -1,0 +1,22 @@
+#pragma once
+
+#include <QString>
+#include <QStringList>
+
+class QFile;
+
+namespace qm {
+
+// A picture that takes long lies in a hidden file beside its place, locked for as long as the process lives that makes it,
+// and whole as far as it goes. Of a process that was killed the others make a picture. Any thread; takes as long as the
+// folder does.
+namespace UnfinishedPictures {
+
+// Makes such a file, and opens it for writing without a buffer. On failure the file is not open and says why.
+void begin(QFile &file, const QString &picture);
+
+// Gives those in the folder whose process is gone their names, or similar ones where these are taken. Returns the paths.
+QStringList complete(const QString &folder);
+
+} // namespace UnfinishedPictures
+} // namespace qm

@@ -1,0 +1,63 @@
+#include "helpers/qmscroll/LookBack.h"
+
+#include <algorithm>
+#include <cmath>
+#include <utility>
+
+namespace qm {
+
+static constexpr int mostLooks = 4; // a sample: looking at every row again would take as long as the capture
+
+void LookBack::measure(int clicks, int shift)
+{
+    const double away = m_clicks > 0 ? shift - double(m_pixels) * clicks / m_clicks : 0;
+    if (m_hasShort || away > clicks) // a pixel a click is rounding
+        m_isEven = false;
+    m_hasShort = away < -clicks;
+    if (!m_hasShort) {
+        m_clicks += clicks;
+        m_pixels += shift;
+    }
+}
+
+bool LookBack::begin(int position, int frameHeight)
+{
+    m_position = position;
+    m_back = 0;
+    m_left = m_pixels > 0 ? int(qint64(position) * m_clicks / m_pixels) : 0;
+    if (m_left <= 0)
+        return false;
+    m_atOnce = std::max((m_left + mostLooks - 1) / mostLooks, int(qint64(frameHeight) * m_clicks / m_pixels));
+    return true;
+}
+
+int LookBack::nextClicks()
+{
+    const int clicks = std::min(m_left, m_atOnce);
+    m_left -= clicks;
+    m_back += clicks;
+    return clicks;
+}
+
+int LookBack::clicksForth()
+{
+    return std::exchange(m_back, 0);
+}
+
+int LookBack::clicksHome()
+{
+    return std::max(std::exchange(m_left, 0), m_atOnce);
+}
+
+int LookBack::expected() const
+{
+    return m_back > 0 ? m_position - int(std::lround(double(m_back) * m_pixels / m_clicks)) : m_position;
+}
+
+bool LookBack::agrees(std::optional<int> seen) const
+{
+    constexpr int least = 2, clicksPerPixel = 16; // what rounding adds up to
+    return seen && (!m_isEven || std::abs(*seen - expected()) <= least + m_back / clicksPerPixel);
+}
+
+} // namespace qm

@@ -1,0 +1,35 @@
+#pragma once
+
+#include <QtGlobal>
+
+#include <optional>
+
+namespace qm {
+
+// The looks further up that a capture ends with, to see whether the page is still as it was taken. What has grown
+// above the view shows in no frame on the way down, as browsers keep in place what is looked at; but from where the page ends,
+// the same wheel clicks then no longer lead to the same rows. Rows in pixels.
+class LookBack
+{
+public:
+    // While the page is captured: a step of so many clicks has moved it by that much. The last may be a short one.
+    void measure(int clicks, int shift);
+
+    // From the frame whose first row is the picture's row `position`. False if the wheel's effect is not known.
+    bool begin(int position, int frameHeight);
+    int nextClicks();  // to go back for the next look; 0: that was the last one
+    int clicksHome();  // to go back to the beginning; where that has been tried, a height further
+    int clicksForth(); // to where they began; no looks follow
+
+    int expected() const; // the row that the frame's first row should show now
+    bool agrees(std::optional<int> seen) const;
+    void loseCount() { m_isEven = false; } // somebody else may have scrolled
+
+private:
+    int m_clicks = 0, m_pixels = 0; // measured
+    bool m_hasShort = false;        // the latest step was shorter than the others
+    bool m_isEven = true;           // all others went the same way per click
+    int m_position = 0, m_back = 0, m_left = 0, m_atOnce = 1;
+};
+
+} // namespace qm

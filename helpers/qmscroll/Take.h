@@ -1,0 +1,47 @@
+#pragma once
+
+#include "helpers/qmscroll/Stitcher.h"
+#include "helpers/qmscroll/TallPicture.h"
+
+#include <QDeadlineTimer>
+#include <QList>
+
+namespace qm {
+
+// One way down the page: frames are joined, and the rows go into a file as time allows. One thread. Pixels.
+class Take
+{
+public:
+    struct Options {
+        QString path;
+        QSize frame;
+        double dpi = 72;
+        int heightLimit = 0;
+    };
+    explicit Take(const Options &options);
+
+    Stitcher::Step join(const QImage &frame, Heading heading); // the frame's pixels must not change later
+    const Stitcher &stitcher() const { return m_stitcher; }
+    int height() const; // of the picture, if it were finished now; after that, of what is in the file
+
+    bool hasUnwritten() const { return !m_pending.isEmpty(); }
+    void write(QDeadlineTimer until); // what there is by then survives a failure and the process, up to a second of it
+    QImage thumbnail() const;         // of all rows
+    Outcome finish(); // reports any earlier failure, too, after which height() may be 0; call nothing else afterwards
+
+private:
+    bool accept(const QImage &rows);
+    void keep();
+
+    const Options m_options;
+    TallPicture m_picture;
+    Stitcher m_stitcher;
+    QList<QImage> m_pending; // rows not yet in the file; written while the view scrolls
+    int m_rows = 0;          // delivered by the stitcher, including pending ones
+    bool m_writes = true;    // no write has failed so far
+    bool m_isFinished = false;
+    int m_keptHeight = 0;      // when what there was last began to survive
+    QDeadlineTimer m_nextKeep; // due at once
+};
+
+} // namespace qm
