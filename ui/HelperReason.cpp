@@ -27,7 +27,11 @@ static constexpr std::pair<QStringView, QStringView> reasons[] = {
     {u"its answer is not UTF-8", u"応答が UTF-8 ではありません"},
     {u"it ended before it had answered", u"応答する前に終了しました"},
     {u"the capture tool cannot be started", u"撮影プログラムを起動できません"},
-    {u"no X server", u"X サーバーに接続できません"},
+    {u"no display server", u"ディスプレイサーバーに接続できません"},
+    {u"this compositor shows no monitor, or lets nothing be shown on one",
+     u"モニターがないか、このコンポジターではモニターに何も表示できません"},
+    {u"not enough memory for the picture of a monitor", u"モニターの画像を保持するメモリーが足りません"},
+    {u"the compositor does not show anything", u"コンポジターが画面に何も表示しません"},
     {u"no display to capture from", u"撮影できるディスプレイがありません"},
     {u"cannot load %1", u"%1 を読み込めません"},
     {u"cannot write to the folder %1", u"フォルダー %1 に書き込めません"},
@@ -40,9 +44,11 @@ static constexpr std::pair<QStringView, QStringView> reasons[] = {
 
 QString HelperReason::japanese(const QString &english)
 {
-    for (const auto &[pattern, translation] : reasons) {
-        if (english == pattern)
+    for (const auto &[reason, translation] : reasons) {
+        if (english == reason)
             return translation.toString();
+    }
+    for (const auto &[pattern, translation] : reasons) {
         const qsizetype subject = pattern.indexOf(u"%1");
         if (subject < 0)
             continue;

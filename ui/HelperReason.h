@@ -4,7 +4,8 @@
 
 namespace qm {
 
-// The helper programs say in English why something failed, and the index keeps it like that. Any thread.
+// Most of what the helper programs say of a failure is English, and the index keeps it like that. What is already in the
+// user's language stays as it is. Any thread.
 namespace HelperReason {
 
 QString shown(const QString &english);    // in the user's language

@@ -156,24 +156,28 @@ private Q_SLOTS:
         QVERIFY(!AppLocale::isJapanese({u"en"_s, u"ja"_s}));
     }
 
-    // A reason added to the helper is found here, and fails.
-    void reasonsOfTheHelperAreTranslated()
+    // A reason added to a helper is found here, and fails.
+    void reasonsOfTheHelpersAreTranslated()
     {
-        static const QRegularExpression reason(u"(?:Error, \"|error = QStringLiteral\\(\"|\"qmocr: )([^\"\\\\]+)"_s);
+        static const QRegularExpression reason(
+            u"(?:Error, \"|error = QStringLiteral\\(\"|\"qmocr: |fail\\(\"|m_failure = \")([^\"\\\\]+)"_s);
         QStringList untranslated;
         int found = 0;
-        for (const QString &name : {u"Worker"_s, u"WorkerLink"_s, u"main"_s}) {
-            QFile source(QStringLiteral(QM_TEST_DATA "/../../helpers/qmocr/%1.cpp").arg(name));
+        for (const QString &name : {u"qmocr/Worker"_s, u"qmocr/WorkerLink"_s, u"qmocr/main"_s, u"qmcapture/main"_s,
+                                    u"wayland/WaylandCurtain"_s}) {
+            QFile source(QStringLiteral(QM_TEST_DATA "/../../helpers/%1.cpp").arg(name));
             QVERIFY(source.open(QIODevice::ReadOnly));
             for (auto it = reason.globalMatch(QString::fromUtf8(source.readAll())); it.hasNext(); ++found) {
-                const QString english = it.next().captured(1);
-                if (HelperReason::japanese(english).isEmpty() && !english.contains(u"arguments"))
+                const QString english = it.next().captured(1), subject = english.endsWith(u' ') ? u"x"_s : QString();
+                const bool isOfDevelopers = english.contains(u"arguments") || english.startsWith(u"usage:");
+                if (!isOfDevelopers && HelperReason::japanese(english + subject).isEmpty())
                     untranslated << english;
             }
         }
         QCOMPARE(untranslated, QStringList());
-        QVERIFY(found > 10);
+        QVERIFY(found > 15);
         QCOMPARE(HelperReason::japanese(u"/a b/qmocr cannot be started"_s), u"/a b/qmocr を起動できません"_s);
+        QCOMPARE(HelperReason::japanese(u"the capture tool cannot be started"_s), u"撮影プログラムを起動できません"_s);
     }
 
     void textOfARegion()
