@@ -113,8 +113,8 @@ int main(int argc, char **argv)
     }
     for (const QString &picture : UnfinishedPictures::complete(ConfigStore::resolveCaptureDir()))
         console.remark(text(u"An interrupted scrolling capture is saved as far as it went: %1",
-                         u"中断されたスクロールキャプチャを途中まで保存しました: %1")
-                        .arg(picture));
+                            u"中断されたスクロールキャプチャを途中まで保存しました: %1")
+                           .arg(picture));
     Exit exit = run(parser, console);
     if (std::fflush(stdout) != 0)
         exit = console.fail(text(u"the output could not be written", u"出力を書き込めませんでした"));

@@ -1,6 +1,6 @@
 // A libFuzzer target: whatever a region shows while it is scrolled, a stitcher hands over as many rows as it says, and never
-// places a frame out of sight of those it holds. The first bytes are a page, a byte a row; of the rest each
-// pair is a frame: where it stands on the page, and which of its rows has changed, if any.
+// places a frame out of sight of those it holds. The first bytes are a page, a byte a row; of the rest each pair is a frame:
+// where it stands on the page, and which of its rows has changed, if any.
 
 #include "helpers/qmscroll/Stitcher.h"
 
