@@ -35,7 +35,7 @@ public:
     bool addWhole(const QImage &image) override
     {
         const QImage colours = image.convertToFormat(QImage::Format_ARGB32);
-        if (image.size() != m_header.rows || colours.isNull())
+        if (image.size() != m_header.rows || image.sizeInBytes() > m_header.whole || colours.isNull())
             std::abort();
         return true;
     }

@@ -5,7 +5,12 @@
 
 #include <QProcess>
 
+#include <chrono>
+
 namespace qm {
+
+// For a whole picture, however large it is and busy the machine. A process that drips bytes is not waited for longer.
+static constexpr std::chrono::minutes patience{5};
 
 static std::optional<QString> &chosen()
 {
@@ -34,7 +39,7 @@ Decoded DecoderProcess::read(const QString &path, const PictureReader::Wish &wis
     process.start(QIODevice::ReadOnly);
     if (!process.waitForStarted(-1))
         return Decoded::nothing;
-    const Decoded decoded = RowStream::read(process, sink);
+    const Decoded decoded = RowStream::read(process, sink, QDeadlineTimer(patience));
     process.kill();
     process.waitForFinished(-1);
     return decoded;

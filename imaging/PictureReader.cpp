@@ -64,7 +64,7 @@ static qint64 heldByQt(const QImageReader &reader, QSize size, const ExifTags &t
         return pixels * 8; // the picture, and what was below it
     if (format == "jpeg" || format == "webp")
         return pixels * 12; // coefficients of four colours; a frame, the one before and its unpacked form
-    const qint64 bytes = PictureHeader::bytes(size, reader.imageFormat());
+    const qint64 bytes = PictureHeader::paddedBytes(size, reader.imageFormat());
     const qint64 all = DecodeBudget::shared().all();
     return bytes > 0 ? bytes + qint64(qMin(double(all), tags.pieceBytes.value_or(double(all)))) : all;
 }
@@ -116,7 +116,8 @@ static Decoded readByQt(QIODevice &file, RowSink &sink)
     header.byRows = false;
     header.decoding = header.delivering = heldByQt(reader, header.size, tags);
     const QImage::Format format = reader.imageFormat();
-    header.whole = PictureHeader::bytes(header.size, format == QImage::Format_Invalid ? QImage::Format_ARGB32 : format);
+    header.whole =
+        PictureHeader::paddedBytes(header.size, format == QImage::Format_Invalid ? QImage::Format_ARGB32 : format);
     if (!sink.begin(header))
         return Decoded::stopped;
     QImage image;

@@ -17,11 +17,22 @@ struct PictureHeader {
     bool byRows = true;    // the reader holds a few rows; otherwise the picture, in whatever form
     qint64 decoding = 0;   // bytes it holds until the first row, with what a sink needs for one row
     qint64 delivering = 0; // bytes it holds while rows are delivered
-    qint64 whole = 0;      // bytes of the picture if it is delivered whole; part of `delivering`
+    qint64 whole = 0;      // bytes of the picture, as a QImage, if it is delivered whole; part of `delivering`
 
+    // Bits from a pixel to the next; those of 12, 15, 18 and 23 bits begin with a byte as well.
+    static int depth(QImage::Format format)
+    {
+        const int used = QImage::toPixelFormat(format).bitsPerPixel();
+        return used > 8 ? (used + 7) / 8 * 8 : used;
+    }
     static qint64 bytes(QSize size, QImage::Format format)
     {
-        return qint64(size.width()) * size.height() * QImage::toPixelFormat(format).bitsPerPixel() / 8;
+        return qint64(size.width()) * size.height() * depth(format) / 8;
+    }
+    // With what fills up each row of a QImage, which is far more than the pixels if the picture is narrow.
+    static qint64 paddedBytes(QSize size, QImage::Format format)
+    {
+        return (qint64(size.width()) * depth(format) + 31) / 32 * 4 * size.height();
     }
 };
 

@@ -13,13 +13,12 @@ namespace qm {
 static constexpr auto version = QDataStream::Qt_6_0;
 static constexpr quint32 largestText = 8 << 20; // bytes of a header with its colour profile
 static constexpr qsizetype writtenTogether = 64 << 10;
-static constexpr int patience = 120'000; // ms; a decoder that is still busy after that is not waited for
 
 static constexpr char headerType = 'h', wholeType = 'w', rowType = 'r', endType = 'e';
 
 static qint64 bytesPerRow(int width, QImage::Format format)
 {
-    return (qint64(width) * QImage::toPixelFormat(format).bitsPerPixel() + 7) / 8;
+    return (qint64(width) * PictureHeader::depth(format) + 7) / 8;
 }
 
 static bool isRowFormat(QImage::Format format)
@@ -91,7 +90,7 @@ static std::optional<QImage> wholeIn(const QByteArray &message, const PictureHea
     stream.setVersion(version);
     stream >> size >> format >> profile >> colours;
     if (stream.status() != QDataStream::Ok || size != header.rows || format <= QImage::Format_Invalid ||
-        format >= QImage::NImageFormats || PictureHeader::bytes(size, QImage::Format(format)) > header.whole)
+        format >= QImage::NImageFormats || PictureHeader::paddedBytes(size, QImage::Format(format)) > header.whole)
         return std::nullopt;
     QImage image(size, QImage::Format(format));
     if (image.isNull())
@@ -159,9 +158,10 @@ namespace {
 class Reader
 {
 public:
-    Reader(QIODevice &pipe, RowSink &sink)
+    Reader(QIODevice &pipe, RowSink &sink, QDeadlineTimer deadline)
         : m_pipe(pipe)
         , m_sink(sink)
+        , m_deadline(deadline)
     {
     }
 
@@ -170,7 +170,7 @@ public:
         for (;;) {
             char type = 0;
             quint32 length = 0;
-            if (!take(&type, sizeof type) || !take(&length, sizeof length))
+            if (m_deadline.hasExpired() || !take(&type, sizeof type) || !take(&length, sizeof length))
                 return Decoded::nothing;
             if (type == rowType) {
                 if (m_rowsLeft <= 0 || length != quint32(m_row.size()) || !take(m_row.data(), m_row.size()))
@@ -198,7 +198,7 @@ private:
         for (auto *to = static_cast<char *>(bytes); count > 0;) {
             qint64 read = m_pipe.read(to, count);
             if (read == 0) {
-                m_pipe.waitForReadyRead(patience);
+                m_pipe.waitForReadyRead(int(m_deadline.remainingTime()));
                 read = m_pipe.read(to, count); // also when it has ended: what came before that
             }
             if (read <= 0)
@@ -262,6 +262,7 @@ private:
 
     QIODevice &m_pipe;
     RowSink &m_sink;
+    const QDeadlineTimer m_deadline;
     std::optional<PictureHeader> m_header;
     bool m_isRefused = false;
     QImage m_image; // if it comes as a whole
@@ -271,9 +272,9 @@ private:
 
 } // namespace
 
-Decoded RowStream::read(QIODevice &pipe, RowSink &sink)
+Decoded RowStream::read(QIODevice &pipe, RowSink &sink, QDeadlineTimer deadline)
 {
-    return Reader(pipe, sink).read();
+    return Reader(pipe, sink, deadline).read();
 }
 
 } // namespace qm

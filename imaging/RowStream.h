@@ -3,6 +3,7 @@
 #include "imaging/RowSink.h"
 
 #include <QByteArray>
+#include <QDeadlineTimer>
 
 class QIODevice;
 
@@ -38,8 +39,8 @@ private:
 
 // The other end. A picture may have taken over the process that writes: nothing is handed on that a reader in this process
 // could not have said, and no more memory is taken than the header announced and the sink agreed to. Blocks. False promises,
-// two minutes of silence, and an end without a last message are Decoded::nothing.
-Decoded read(QIODevice &pipe, RowSink &sink);
+// an end without a last message, and a picture that is not complete by the deadline are Decoded::nothing.
+Decoded read(QIODevice &pipe, RowSink &sink, QDeadlineTimer deadline = QDeadlineTimer::Forever);
 
 } // namespace RowStream
 } // namespace qm
