@@ -17,7 +17,7 @@ namespace DecoderProcess {
 void use(const std::optional<QString> &program);
 bool isUsed();
 
-// For the file at the path, like PictureReader::read. Any thread; blocks. When the sink has seen enough,
+// For the file at the path, like PictureReader::read, and some 20 ms slower. Any thread; blocks. When the sink has seen enough,
 // or after five minutes, the process is ended.
 Decoded read(const QString &path, const PictureReader::Wish &wish, RowSink &sink);
 
