@@ -160,7 +160,7 @@ private Q_SLOTS:
     void reasonsOfTheHelpersAreTranslated()
     {
         static const QRegularExpression reason(
-            u"(?:Error, \"|error = QStringLiteral\\(\"|\"qmocr: |fail\\(\"|m_failure = \")([^\"\\\\]+)"_s);
+            u"(?:Error, \"|error = QStringLiteral\\(\"|\"qmocr: |(?:fail|std::string)\\(\"|m_failure = \")(\\w[^\"\\\\]+)"_s);
         QStringList untranslated;
         int found = 0;
         for (const QString &name : {u"qmocr/Worker"_s, u"qmocr/WorkerLink"_s, u"qmocr/main"_s, u"qmcapture/main"_s,
