@@ -239,11 +239,11 @@ void PngWriter::State::putEnd()
 }
 
 // The device stays at its position.
-bool PngWriter::State::putHeight(int rows)
+bool PngWriter::State::putHeight(int total)
 {
     const qint64 end = out.pos();
     m_well = m_well && out.seek(start + 8);
-    put(headerChunk(header, rows));
+    put(headerChunk(header, total));
     return m_well = m_well && out.seek(end);
 }
 
