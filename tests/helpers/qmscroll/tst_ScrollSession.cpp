@@ -37,6 +37,7 @@ struct View {
     int changesAt = 0;      // once it is this far down, nothing matches what was there before; 0: never
     bool goesAway = false;  // and it does not move any more
     int growsAt = 0;        // there 300 pixels appear when it has left the view, which stays where it is; 0: nowhere
+    bool isDeaf = false;    // only the user's wheel moves it
     bool sticks = false;    // once it is to be taken again
     bool beginsLow = false; // what is further up was not in the region at first
     int loads = 0;          // so often 900 pixels more appear at its end, half a second after it was reached
@@ -84,7 +85,7 @@ public:
                 break;
             if (order.kind == Order::Kind::scroll) {
                 isPatient &= pointer == Pointer::inside && !held && m_mode == Mode::automatic;
-                move(order.clicks * view.pixelsPerClick);
+                move(view.isDeaf ? 0 : order.clicks * view.pixelsPerClick);
             }
             look = now + std::max<Milliseconds>(order.wait, 1ms);
         }
@@ -255,6 +256,13 @@ private Q_SLOTS:
         const auto row = [](const char *name, const Case &of) { QTest::newRow(name) << of; };
         row("plain", {.milliseconds = 2700});
         row("nothing to scroll", {.view = {.page = region}, .milliseconds = 8200, .notice = Notice::wheelDoesNothing});
+        row("the user scrolls too far where the wheel does nothing",
+            {.view = {.isDeaf = true},
+             .events = {wheel(4000ms, 2000), wish(9000ms, &ScrollSession::finish)},
+             .end = End::lost,
+             .furthest = 0,
+             .milliseconds = 9100,
+             .notice = Notice::placeLost});
         row("less than a click to scroll", {.view = {.page = region + 20}, .milliseconds = 1900});
         row("smooth", {.view = {.pixelsPerClick = 120, .smooth = 200ms}, .milliseconds = 8000});
         row("smooth, on a slow machine",
