@@ -159,20 +159,26 @@ private Q_SLOTS:
     // A reason added to the helper is found here, and fails.
     void reasonsOfTheHelperAreTranslated()
     {
-        static const QRegularExpression reason(u"(?:Error, \"|error = QStringLiteral\\(\"|\"qmocr: )([^\"\\\\]+)"_s);
+        static const QRegularExpression reason(
+            u"(?:Error, \"|(?:error|failure|cut) = QStringLiteral\\(\"|fail\\(QStringLiteral\\(\"|\"qmocr: )([^\"\\\\]+)"_s);
         QStringList untranslated;
         int found = 0;
-        for (const QString &name : {u"Worker"_s, u"WorkerLink"_s, u"main"_s}) {
-            QFile source(QStringLiteral(QM_TEST_DATA "/../../helpers/qmocr/%1.cpp").arg(name));
+        for (const QString &name :
+             {u"helpers/qmocr/Worker"_s, u"helpers/qmocr/WorkerLink"_s, u"helpers/qmocr/main"_s,
+              u"helpers/qmscroll/CaptureRun"_s, u"helpers/qmscroll/main"_s, u"capture/CaptureRunner"_s}) {
+            QFile source(QStringLiteral(QM_TEST_DATA "/../../%1.cpp").arg(name));
             QVERIFY(source.open(QIODevice::ReadOnly));
             for (auto it = reason.globalMatch(QString::fromUtf8(source.readAll())); it.hasNext(); ++found) {
                 const QString english = it.next().captured(1);
-                if (HelperReason::japanese(english).isEmpty() && !english.contains(u"arguments"))
+                if (HelperReason::japanese(english).isEmpty() && !english.contains(u"arguments") &&
+                    !english.startsWith(u"usage"))
                     untranslated << english;
             }
         }
         QCOMPARE(untranslated, QStringList());
-        QVERIFY(found > 10);
+        QVERIFY(found > 16);
+        QCOMPARE(HelperReason::japanese(u"cannot write /a: No space left on device"_s),
+                 u"/a に書き込めません（ディスクに空きがありません）"_s);
         QCOMPARE(HelperReason::japanese(u"/a b/qmocr cannot be started"_s), u"/a b/qmocr を起動できません"_s);
     }
 
