@@ -126,7 +126,8 @@ void Captures::captured(const CaptureResult &result)
     if (!result.thumbnail.isNull() && ConfigStore::showPreview())
         m_cards.show({.file = result.path, .thumbnail = result.thumbnail, .area = result.area});
     if (!result.cut.isEmpty())
-        say(AppLocale::text(u"The scrolling capture ends early", u"スクロールキャプチャは途中までです"), result.cut);
+        say(AppLocale::text(u"The scrolling capture ends early", u"スクロールキャプチャは途中までです"),
+            HelperReason::shown(result.cut));
     sayWhereCapturesGo();
 }
 

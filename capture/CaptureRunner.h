@@ -61,8 +61,8 @@ public:
     // The same for the text of what is captured, which is in a private file of the session until it has been read.
     void captureText(CaptureTool::Request request, ReadText read);
 
-    // Of captures whose tool was killed, what there is becomes a picture; on a thread of the pool. done is called on main if
-    // there were any.
+    // Makes pictures of what captures left whose tool was killed; on a thread of the pool. done is called on main if there
+    // were any.
     void completeLeft(std::function<void(const QStringList &pictures)> done);
 
     // From runCapture() until the last picture is loaded, or its user has cancelled. Its text may be still being read.

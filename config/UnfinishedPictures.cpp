@@ -6,7 +6,9 @@
 #include <QDir>
 #include <QFile>
 #include <QFileInfo>
+#include <QRegularExpression>
 
+#include <cerrno>
 #include <sys/file.h>
 #include <sys/stat.h>
 
@@ -15,6 +17,18 @@ namespace qm {
 static const QString ending = QStringLiteral(".unfinished");
 static constexpr qint64 headerBytes = 64; // a PNG file with no more holds no rows
 static constexpr int secondsToBegin = 60;
+
+// The name of the picture of which that is the file; empty if it is none of ours.
+static QString pictureName(const QString &name)
+{
+    static const QRegularExpression pattern(QStringLiteral("^\\.(.+)\\.unfinished[2-9]?$"));
+    return pattern.match(name).captured(1);
+}
+
+static bool isOurs(QFile &file)
+{
+    return file.size() == 0 || file.read(8) == QByteArrayView("\x89PNG\r\n\x1a\n");
+}
 
 // Until the descriptor is closed. False if another process has the file.
 static bool lock(int descriptor)
@@ -32,8 +46,9 @@ void UnfinishedPictures::begin(QFile &file, const QString &picture)
         if (!file.open(QIODevice::ReadWrite | QIODevice::NewOnly | QIODevice::Unbuffered) && !file.exists())
             return;
     }
-    if (file.isOpen())
-        lock(file.handle());
+    // Another process may look at it at this moment.
+    while (file.isOpen() && flock(file.handle(), LOCK_EX) != 0 && errno == EINTR) {
+    }
 }
 
 // Its owner may have renamed it since it was opened.
@@ -48,8 +63,11 @@ static bool isAt(const QFile &file, const QString &path)
 static QString completed(const QFileInfo &left)
 {
     constexpr int mostOfAName = 99;
+    const QFileInfo name(pictureName(left.fileName()));
     QFile file(left.filePath());
-    if (!file.open(QIODevice::ReadOnly) || !lock(file.handle()) || !isAt(file, left.filePath()))
+    // Network file systems lock for writing only what can be written to.
+    if (name.fileName().isEmpty() || !file.open(QIODevice::ReadWrite | QIODevice::ExistingOnly) ||
+        !lock(file.handle()) || !isAt(file, left.filePath()) || !isOurs(file))
         return {};
     if (file.size() <= headerBytes) { // or it has only just been made
         if (left.lastModified().secsTo(QDateTime::currentDateTime()) > secondsToBegin)
@@ -57,10 +75,10 @@ static QString completed(const QFileInfo &left)
         return {};
     }
     DiskSync::content(file.handle());
-    const QFileInfo name(left.fileName().sliced(1, left.fileName().lastIndexOf(ending) - 1));
+    const QString suffix = name.suffix().isEmpty() ? QString() : u'.' + name.suffix();
     for (int copy = 1; copy <= mostOfAName; ++copy) {
         const QString number = copy == 1 ? QString() : QStringLiteral(" %1").arg(copy);
-        const QString path = left.path() + u'/' + name.completeBaseName() + number + u'.' + name.suffix();
+        const QString path = left.path() + u'/' + name.completeBaseName() + number + suffix;
         if (QFile::rename(left.filePath(), path)) { // never over another file
             DiskSync::names(path);
             return path;

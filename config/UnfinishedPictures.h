@@ -8,8 +8,8 @@ class QFile;
 namespace qm {
 
 // A picture that takes long lies in a hidden file beside its place, locked for as long as the process lives that makes it,
-// and whole as far as it goes. Of a process that was killed the others make a picture. Any thread; takes as long as the
-// folder does.
+// and whole as far as it goes. If that process was killed, the next one to look makes a picture of it. Any thread; takes
+// as long as the folder does.
 namespace UnfinishedPictures {
 
 // Makes such a file, and opens it for writing without a buffer. On failure the file is not open and says why.

@@ -81,7 +81,7 @@ struct PngWriter::State {
     bool finish();
     bool put(const QByteArray &bytes);
     void putEnd();
-    bool putHeight(int rows);
+    bool putHeight(int count);
     void addDeflated(const uchar *bytes, size_t count);
     void writeChunk();
     void addRow(const quint32 *words);
@@ -239,11 +239,11 @@ void PngWriter::State::putEnd()
 }
 
 // The device stays at its position.
-bool PngWriter::State::putHeight(int rows)
+bool PngWriter::State::putHeight(int count)
 {
     const qint64 end = out.pos();
     m_well = m_well && out.seek(start + 8);
-    put(headerChunk(header, rows));
+    put(headerChunk(header, count));
     return m_well = m_well && out.seek(end);
 }
 
@@ -252,7 +252,7 @@ bool PngWriter::State::keep(const QImage &more)
     QBuffer end;
     end.open(QIODevice::WriteOnly);
     State copy(*this, end);
-    m_well = !header.height && (more.isNull() || copy.append(more));
+    m_well = m_well && !header.height && (more.isNull() || copy.append(more));
     copy.putEnd();
     if (!m_well)
         return false;

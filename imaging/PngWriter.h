@@ -33,9 +33,9 @@ public:
     // failure: of the device, or because rows do not fit the header.
     [[nodiscard]] bool append(const QImage &rows);
 
-    // Makes what was appended so far, with these rows below it (may be null), a whole picture in the device. From then
-    // on the device is only written to by the next call and by finish(): what is appended meanwhile waits in memory,
-    // deflated. The device must be seekable, and the header without a height. False if a write failed.
+    // Makes what was appended so far, with these rows below it (may be null), a whole picture in the device. From then on
+    // the device is only written to by the next call and by finish(): what is appended meanwhile waits in memory, deflated.
+    // The device must be seekable, and the header without a height. False if a write failed, now or earlier.
     [[nodiscard]] bool keep(const QImage &rows);
 
     // After a failure: writes again what was kept last, over what came later; nothing may follow. Returns its height in rows,

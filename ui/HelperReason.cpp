@@ -2,9 +2,11 @@
 
 #include "ui/AppLocale.h"
 
+#include <QRegularExpression>
+
 namespace qm {
 
-// "%1" stands for anything, which is kept.
+// "%1" stands for anything, which is kept; "%2" for what is another reason, perhaps.
 static constexpr std::pair<QStringView, QStringView> reasons[] = {
     // of pictures whose text is to be read
     {u"no such file", u"ファイルがありません"},
@@ -35,11 +37,20 @@ static constexpr std::pair<QStringView, QStringView> reasons[] = {
     {u"no display to capture from", u"撮影できるディスプレイがありません"},
     {u"cannot load %1", u"%1 を読み込めません"},
     {u"cannot write to the folder %1", u"フォルダー %1 に書き込めません"},
+    // of scrolling captures
+    {u"qmscroll has ended unexpectedly", u"qmscroll が異常終了しました"},
+    {u"the display is gone", u"ディスプレイとの接続が切れました"},
+    {u"the region could not be read from the screen", u"範囲を画面から読み取れませんでした"},
+    {u"cannot write %1: %2", u"%1 に書き込めません（%2）"},
+    {u"the picture ends at %1 pixels: %2", u"画像は %1 ピクセルまでです（%2）"},
     // of the system, as programs without a translation get them
     {u"Permission denied", u"アクセス権がありません"},
     {u"No such file or directory", u"ファイルやフォルダーがありません"},
     {u"No space left on device", u"ディスクに空きがありません"},
     {u"Input/output error", u"入出力エラー"},
+    {u"Disk quota exceeded", u"ディスクの割り当てを使い切りました"},
+    {u"File too large", u"ファイルが大きすぎます"},
+    {u"Read-only file system", u"書き込みが禁止されたディスクです"},
 };
 
 QString HelperReason::japanese(const QString &english)
@@ -49,12 +60,17 @@ QString HelperReason::japanese(const QString &english)
             return translation.toString();
     }
     for (const auto &[pattern, translation] : reasons) {
-        const qsizetype subject = pattern.indexOf(u"%1");
-        if (subject < 0)
+        if (!pattern.contains(u"%1"))
             continue;
-        const QStringView before = pattern.first(subject), after = pattern.sliced(subject + 2);
-        if (english.size() > before.size() + after.size() && english.startsWith(before) && english.endsWith(after))
-            return translation.toString().arg(english.sliced(before.size()).chopped(after.size()));
+        QString expression = QRegularExpression::escape(pattern);
+        for (const QStringView placeholder : {u"%1", u"%2"})
+            expression.replace(QRegularExpression::escape(placeholder), QStringLiteral("(.+)"));
+        const auto match = QRegularExpression(QRegularExpression::anchoredPattern(expression)).match(english);
+        if (!match.hasMatch())
+            continue;
+        const QString first = match.captured(1), second = match.captured(2), reason = japanese(second);
+        return second.isEmpty() ? translation.toString().arg(first)
+                                : translation.toString().arg(first, reason.isEmpty() ? second : reason);
     }
     return {};
 }

@@ -36,16 +36,20 @@
 #include <string>
 #include <string_view>
 #include <sys/prctl.h>
+#include <thread>
 #include <unistd.h>
 #include <utility>
 
 using namespace qm;
+using namespace std::chrono_literals;
 
 namespace {
 
-int fail(const char *reason, const std::string &subject = {})
+constexpr auto restTime = 400ms; // compositors fade what has gone for up to 250
+
+int fail(const std::string &reason)
 {
-    std::fprintf(stderr, "qmcapture: %s%s\n", reason, subject.c_str());
+    std::fprintf(stderr, "qmcapture: %s\n", reason.c_str());
     return 1;
 }
 
@@ -107,6 +111,12 @@ std::optional<CaptureRequest> parse(int count, char **values)
     return request;
 }
 
+std::string whyNotLoaded()
+{
+    const char *reason = dlerror();
+    return std::string("cannot load ") + choiceLibraryName + (reason ? std::string(": ") + reason : "");
+}
+
 // What is to be found in the rest of this program, which needs Qt. Null if it cannot be loaded.
 void *fromRest(const char *name)
 {
@@ -121,7 +131,7 @@ int choose(const RaisedCurtain &curtain, const CaptureRequest &request)
 {
     const auto function = reinterpret_cast<ChooseFunction>(fromRest(chooseFunctionName));
     if (!function)
-        return fail("cannot load ", std::string(choiceLibraryName) + ": " + dlerror());
+        return fail(whyNotLoaded());
     return function(curtain, request);
 }
 
@@ -145,18 +155,20 @@ int captureOnWayland(WaylandServer &server, const CaptureRequest &request, Wayla
     using Kind = WaylandCurtain::Kind;
     if (!WaylandClaim::take())
         return 0;
+    if (!request.rest.isNull()) // where X11 looks on, one can only wait for what fades
+        std::this_thread::sleep_for(restTime);
     WaylandCurtain curtain(server,
                            asks(request)                                 ? Kind::covering
                            : request.way == CaptureRequest::Way::monitor ? Kind::unseen
                                                                          : Kind::absent,
                            freeze, [](const WaylandOutputs &outputs) {
                                const auto function = reinterpret_cast<FreezeFunction>(fromRest(freezeFunctionName));
-                               return function ? function(outputs) : WaylandCurtain::Frozen{.failure = dlerror()};
+                               return function ? function(outputs) : WaylandCurtain::Frozen{.failure = whyNotLoaded()};
                            });
     if (curtain.isCancelled())
         return 0;
     if (!curtain.failure().empty())
-        return fail(curtain.failure().c_str());
+        return fail(curtain.failure());
     return choose({.wayland = &curtain}, request);
 }
 

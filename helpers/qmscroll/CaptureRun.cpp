@@ -52,7 +52,7 @@ CaptureRun::Result CaptureRun::run()
     capture();
 
     m_desktop.hideFrame();
-    Result result = {.end = m_session.end(), .mayBeStale = m_session.mayBeStale(), .failure = m_failure};
+    Result result = {.end = m_session.end(), .mayBeStale = m_session.mayBeStale(), .cut = {}, .failure = m_failure};
     if (result.end == End::cancelled) {
         hidePanel();
         m_take.reset(); // at once: the key may be held for long, and the process end by a signal
@@ -238,10 +238,11 @@ Order CaptureRun::takeAgain()
     return {.kind = Order::Kind::join};
 }
 
-// The later take may have come to an early end.
+// The later take may have come to an early end, or not have moved at all.
 void CaptureRun::chooseTake(Result *result)
 {
-    if (!m_earlier || result->end == End::content || m_take->height() >= m_earlier->height())
+    const bool isWhole = result->end == End::content && m_take->height() > m_region.area.height();
+    if (!m_earlier || isWhole || m_take->height() >= m_earlier->height())
         return;
     m_take = std::move(m_earlier);
     result->end = m_earlierEnd;

@@ -3,6 +3,7 @@
 #include "helpers/overlay/Fonts.h"
 #include "helpers/overlay/Pixels.h"
 #include "ui/AppLocale.h"
+#include "ui/HelperReason.h"
 
 #include <QFontMetricsF>
 #include <QLocale>
@@ -290,7 +291,7 @@ QString unwrittenText(const QString &reason, bool isPart)
 {
     return (isPart ? AppLocale::text(u"Ended early: %1", u"途中で終了：%1")
                    : AppLocale::text(u"Not saved: %1", u"保存できませんでした：%1"))
-        .arg(reason);
+        .arg(HelperReason::shown(reason));
 }
 
 QString endText(ScrollSession::End end, bool mayBeStale)

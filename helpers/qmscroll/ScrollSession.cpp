@@ -75,10 +75,12 @@ ScrollSession::Order ScrollSession::look(Milliseconds now, const Sight &sight)
         return endWith(m_end);
     if (const Notice obstacle = m_wish != Wish::none ? Notice::none : this->obstacle(sight); obstacle != Notice::none) {
         m_notice = obstacle;
-        if (isLookingBack())
+        if (isLookingBack()) {
             m_lookBack.loseCount();
-        else if (m_state != State::opening)
+            m_step.isInterrupted = true;
+        } else if (m_state != State::opening) {
             m_state = State::resuming;
+        }
         m_step.since.reset();
         return {Order::Kind::look, 0, restInterval};
     }
@@ -119,7 +121,7 @@ ScrollSession::Order ScrollSession::watch(Milliseconds now, const Sight &sight)
         m_step.lastChange = now;
     else
         m_step.since = now; // start of the movement
-    if (m_offerEnd && now >= *m_offerEnd)
+    if (m_offerEnd && !sight.changed && now >= *m_offerEnd)
         return endWith(End::content);
     const bool still = !sight.changed || now - *m_step.since >= longest;
     if (still && sight.fresh)
@@ -144,8 +146,9 @@ ScrollSession::Order ScrollSession::joined(Milliseconds now, const Joint &joint)
     if (step == Joined::joined) {
         m_progress.scrolled = true;
         m_progress.position += joint.shift;
-        m_offerEnd.reset();
     }
+    if (step != Joined::still && step != Joined::renewed)
+        m_offerEnd.reset(); // the user has begun to scroll
     m_progress.astray = step == Joined::doubtful    ? End::changed
                         : step == Joined::ambiguous ? End::ambiguous
                         : step == Joined::lost      ? End::lost
@@ -282,10 +285,11 @@ ScrollSession::Order ScrollSession::rewind(Milliseconds now, const Found &found)
         m_state = State::opening;
         m_step = {};
         m_progress = {};
+        m_progress.scrolled = true; // as the earlier take was
         m_lookBack = {};
         return {.kind = Order::Kind::again};
     }
-    const bool isStuck = m_state == State::rewinding && !m_step.lastChange;
+    const bool isStuck = m_state == State::rewinding && !m_step.lastChange && !m_step.isInterrupted;
     if (isStuck || ++m_progress.rewinds > rewindLimit)
         return endWith(m_progress.reached);
     return step(now, State::rewinding, m_lookBack.clicksHome());

@@ -165,6 +165,7 @@ private:
         int changes = 0;                        // looks that found one
         bool isDoubted = false;                 // looking back, it was not what was expected
         bool moved = false;                     // frames were joined during the step
+        bool isInterrupted = false;             // looking back, changes during an obstacle were not seen
         bool news = false;                      // nothing moved, but something new appeared
     } m_step;
 
@@ -185,7 +186,7 @@ private:
         End reached = End::content; // before going back to the beginning
         int rewinds = 0;            // steps towards it
         bool isCut = false;         // it has been higher
-        bool scrolled = false;      // a frame was joined after the first one
+        bool scrolled = false;      // a frame was joined after the first one, in this take or an earlier one
         bool stale = false;         // see mayBeStale()
         int idleSteps = 0;          // consecutive steps without a shift
         int news = 0;               // steps without a shift that showed something new, since the picture last grew

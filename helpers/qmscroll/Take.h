@@ -25,7 +25,7 @@ public:
     int height() const; // of the picture, if it were finished now; after that, of what is in the file
 
     bool hasUnwritten() const { return !m_pending.isEmpty(); }
-    void write(QDeadlineTimer until); // what there is by then survives a failure and the process, up to a second of it
+    void write(QDeadlineTimer until); // all of it but the last second survives a failure, and the process
     QImage thumbnail() const;         // of all rows
     Outcome finish(); // reports any earlier failure, too, after which height() may be 0; call nothing else afterwards
 

@@ -133,6 +133,7 @@ Outcome TallPicture::State::finish()
     writer.reset();
     if (height > 0) {
         if (const Outcome moved = moveToPath(); !moved) {
+            file.close(); // it is left for UnfinishedPictures
             height = 0;
             return moved;
         }

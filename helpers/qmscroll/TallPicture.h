@@ -35,8 +35,8 @@ public:
     QImage thumbnail() const;
 
     // Completes the file and moves it to the path, replacing any existing file. After any failure, including an earlier
-    // one, that becomes the file what was kept last; height() is then its height, or 0 if there is none and the existing
-    // file is untouched. Call nothing else afterwards.
+    // one, what was kept last becomes the file; height() is then its height, or 0 if there is none and the existing file
+    // is untouched. A file that only could not be moved is left for UnfinishedPictures. Call nothing else afterwards.
     Outcome finish();
 
 private:

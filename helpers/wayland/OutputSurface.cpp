@@ -162,10 +162,4 @@ void OutputSurface::show(ShmBuffer &buffer, std::span<const QRect> damage)
     wl_surface_commit(m_surface);
 }
 
-void OutputSurface::hide()
-{
-    wl_surface_attach(m_surface, nullptr, 0, 0);
-    wl_surface_commit(m_surface);
-}
-
 } // namespace qm

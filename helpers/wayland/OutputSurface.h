@@ -57,7 +57,6 @@ public:
     bool awaitsFrame() const { return m_frame != nullptr; }
     // Shows the buffer, of which this damage (pixels) differs from what was shown before.
     void show(ShmBuffer &buffer, std::span<const QRect> damage);
-    void hide();
 
 private:
     void configured(QSize size);

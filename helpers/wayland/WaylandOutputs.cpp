@@ -1,5 +1,7 @@
 #include "helpers/wayland/WaylandOutputs.h"
 
+#include <algorithm>
+#include <iterator>
 #include <protocol/xdg-output.h>
 #include <wayland-client-protocol.h>
 
@@ -57,8 +59,10 @@ WaylandOutputs::WaylandOutputs(WaylandServer &server)
         m_outputs.push_back(std::move(output));
     }
     server.roundTrip();
-    // Those that are switched off have no mode.
-    std::erase_if(m_outputs, [](const std::unique_ptr<WaylandOutput> &output) { return output->mode.isEmpty(); });
+    const auto off = std::stable_partition(m_outputs.begin(), m_outputs.end(),
+                                           [](const auto &output) { return !output->mode.isEmpty(); });
+    std::move(off, m_outputs.end(), std::back_inserter(m_switchedOff));
+    m_outputs.erase(off, m_outputs.end());
     for (const std::unique_ptr<WaylandOutput> &output : m_outputs) {
         if (output->logical.isEmpty()) {
             const bool isTurned = output->transform % 2;
@@ -75,8 +79,10 @@ WaylandOutputs::~WaylandOutputs()
         zxdg_output_v1_destroy(detail);
     if (m_places)
         zxdg_output_manager_v1_destroy(m_places);
-    for (const std::unique_ptr<WaylandOutput> &output : m_outputs)
-        wl_output_destroy(output->handle);
+    for (const auto *outputs : {&m_outputs, &m_switchedOff}) {
+        for (const std::unique_ptr<WaylandOutput> &output : *outputs)
+            wl_output_destroy(output->handle);
+    }
 }
 
 bool WaylandOutputs::haveChanged() const
@@ -85,7 +91,9 @@ bool WaylandOutputs::haveChanged() const
         if (!m_server.hasGlobal(m_outputs[i]->id) || !(shape(*m_outputs[i]) == m_atFirst[i]))
             return true;
     }
-    return m_server.globals(wl_output_interface).size() > m_outputs.size();
+    const bool isOneOn = std::any_of(m_switchedOff.begin(), m_switchedOff.end(),
+                                     [](const auto &output) { return !output->mode.isEmpty(); });
+    return isOneOn || m_server.globals(wl_output_interface).size() > m_outputs.size() + m_switchedOff.size();
 }
 
 WaylandOutputs::Shape WaylandOutputs::shape(const WaylandOutput &output)

@@ -34,7 +34,7 @@ public:
 
 private:
     WaylandServer &m_server;
-    std::vector<std::unique_ptr<WaylandOutput>> m_outputs;
+    std::vector<std::unique_ptr<WaylandOutput>> m_outputs, m_switchedOff;
     zxdg_output_manager_v1 *m_places = nullptr;
     std::vector<zxdg_output_v1 *> m_details;
     struct Shape {

@@ -4,8 +4,8 @@
 
 #include <QBuffer>
 #include <QCoreApplication>
+#include <QDeadlineTimer>
 #include <QImage>
-#include <QSocketNotifier>
 
 #include <csignal>
 #include <fcntl.h>
@@ -22,6 +22,7 @@ using namespace Qt::StringLiterals;
 
 namespace {
 
+constexpr auto endLimit = 500ms;
 constexpr auto readerLimit = 30s; // for a program that asked for content and does not read it
 
 const QStringList textTypes = {u"text/plain;charset=utf-8"_s, u"text/plain"_s, u"UTF8_STRING"_s, u"STRING"_s,
@@ -101,13 +102,16 @@ DataControl *DataControl::shared()
     return only.get();
 }
 
+DataControl::Connection::~Connection() = default;
+
 DataControl::DataControl()
-    : m_server(WaylandServer::connect())
+    : m_connection(std::make_shared<Connection>(WaylandServer::connect()))
 {
-    if (!m_server)
+    const WaylandServer *server = m_connection->server.get();
+    if (!server)
         return;
-    m_seat = m_server->bind<wl_seat>(wl_seat_interface, 1);
-    m_manager = m_server->bind<zwlr_data_control_manager_v1>(zwlr_data_control_manager_v1_interface, 1);
+    m_seat = server->bind<wl_seat>(wl_seat_interface, 1);
+    m_manager = server->bind<zwlr_data_control_manager_v1>(zwlr_data_control_manager_v1_interface, 1);
     if (!m_seat || !m_manager)
         return;
     m_device = zwlr_data_control_manager_v1_get_data_device(m_manager, m_seat);
@@ -116,75 +120,73 @@ DataControl::DataControl()
         .data_offer = [](void *, zwlr_data_control_device_v1 *,
                          zwlr_data_control_offer_v1 *offer) { zwlr_data_control_offer_v1_destroy(offer); },
         .selection = [](void *, zwlr_data_control_device_v1 *, zwlr_data_control_offer_v1 *) {},
-        .finished =
-            [](void *self, zwlr_data_control_device_v1 *device) {
-                zwlr_data_control_device_v1_destroy(device);
-                static_cast<DataControl *>(self)->m_device = nullptr;
-            },
+        .finished = [](void *connection,
+                       zwlr_data_control_device_v1 *) { static_cast<Connection *>(connection)->ends = true; },
     };
-    zwlr_data_control_device_v1_add_listener(m_device, &listener, this);
-    m_notifier = std::make_unique<QSocketNotifier>(m_server->descriptor(), QSocketNotifier::Read);
-    QObject::connect(m_notifier.get(), &QSocketNotifier::activated, [this] {
-        if (!m_server->dispatch(0ms))
-            m_notifier->setEnabled(false); // the compositor has gone
+    zwlr_data_control_device_v1_add_listener(m_device, &listener, m_connection.get());
+    m_answers = std::thread([connection = m_connection] {
+        while (!connection->ends && connection->server->dispatch(1h)) {
+        }
+        connection->isOver = true;
     });
 }
 
 DataControl::~DataControl()
 {
-    drop();
+    if (m_answers.joinable()) {
+        m_connection->ends = true;
+        wl_callback *wake = wl_display_sync(m_connection->server->get()); // whose answer ends the thread's waiting
+        wl_display_flush(m_connection->server->get());
+        const QDeadlineTimer deadline(endLimit);
+        while (!m_connection->isOver && !deadline.hasExpired())
+            std::this_thread::sleep_for(1ms);
+        if (!m_connection->isOver) {
+            m_answers.detach();
+            return;
+        }
+        m_answers.join();
+        wl_callback_destroy(wake);
+    }
     if (m_device)
         zwlr_data_control_device_v1_destroy(m_device);
     if (m_manager)
         zwlr_data_control_manager_v1_destroy(m_manager);
     if (m_seat)
         wl_seat_destroy(m_seat);
-    if (m_server)
-        wl_display_flush(m_server->get());
 }
 
 bool DataControl::isUsable() const
 {
-    return m_device && !m_server->isBroken();
-}
-
-void DataControl::drop()
-{
-    if (m_source)
-        zwlr_data_control_source_v1_destroy(m_source);
-    m_source = nullptr;
-    m_content.reset();
+    return m_device && !m_connection->isOver;
 }
 
 void DataControl::set(std::unique_ptr<QMimeData> content)
 {
     zwlr_data_control_source_v1 *source = nullptr;
+    m_offer.reset(); // its source lives until the compositor has cancelled it
     if (content) {
         source = zwlr_data_control_manager_v1_create_data_source(m_manager);
         for (const QString &type : typesOf(*content))
             zwlr_data_control_source_v1_offer(source, type.toUtf8().constData());
         static constexpr zwlr_data_control_source_v1_listener listener = {
-            .send = [](void *self, zwlr_data_control_source_v1 *, const char *type,
-                       int32_t file) { static_cast<const DataControl *>(self)->send(type, file); },
+            .send =
+                [](void *offer, zwlr_data_control_source_v1 *, const char *type, int32_t file) {
+                    const QMimeData &offered = *(*static_cast<std::shared_ptr<Offer> *>(offer))->content;
+                    std::thread(writeAll, file, bytesOf(offered, QString::fromUtf8(type))).detach();
+                },
             .cancelled =
-                [](void *self, zwlr_data_control_source_v1 *cancelled) {
-                    auto *control = static_cast<DataControl *>(self);
-                    if (control->m_source == cancelled)
-                        control->drop();
+                [](void *data, zwlr_data_control_source_v1 *cancelled) {
+                    zwlr_data_control_source_v1_destroy(cancelled);
+                    std::unique_ptr<std::shared_ptr<Offer>> offer(static_cast<std::shared_ptr<Offer> *>(data));
+                    // The content goes where it came from.
+                    QMetaObject::invokeMethod(qApp, [gone = std::move(*offer)] { gone->content.reset(); });
                 },
         };
-        zwlr_data_control_source_v1_add_listener(source, &listener, this);
+        m_offer = std::make_shared<Offer>(std::move(content));
+        zwlr_data_control_source_v1_add_listener(source, &listener, new std::shared_ptr<Offer>(m_offer));
     }
     zwlr_data_control_device_v1_set_selection(m_device, source);
-    drop();
-    m_source = source;
-    m_content = std::move(content);
-    wl_display_flush(m_server->get());
-}
-
-void DataControl::send(const char *type, int file) const
-{
-    std::thread(writeAll, file, bytesOf(*m_content, QString::fromUtf8(type))).detach();
+    wl_display_flush(m_connection->server->get());
 }
 
 } // namespace qm

@@ -2,9 +2,10 @@
 
 #include <QMimeData>
 
+#include <atomic>
 #include <memory>
+#include <thread>
 
-class QSocketNotifier;
 struct wl_seat;
 struct zwlr_data_control_device_v1;
 struct zwlr_data_control_manager_v1;
@@ -14,8 +15,8 @@ namespace qm {
 
 class WaylandServer;
 
-// The clipboard of a Wayland compositor with wlroots' data control, on a connection of its own. Main thread; what is pasted
-// is written to the other program on a thread, as that may take its time.
+// The clipboard of a Wayland compositor with wlroots' data control, on a connection of its own. Main thread. A thread of its
+// own answers those who paste: one of them may be a window of this program, and the main thread waits for the answer then.
 class DataControl
 {
 public:
@@ -24,22 +25,31 @@ public:
     ~DataControl();
     Q_DISABLE_COPY_MOVE(DataControl)
 
-    void set(std::unique_ptr<QMimeData> content); // null: nothing
-    bool holds(const QMimeData *content) const { return content && content == m_content.get(); }
+    void set(std::unique_ptr<QMimeData> content); // null: nothing. It is read on another thread, too
+    bool holds(const QMimeData *content) const { return content && m_offer && content == m_offer->content.get(); }
 
 private:
+    // What one source offers. It belongs to the thread that answers until the compositor has cancelled the source.
+    struct Offer {
+        std::shared_ptr<const QMimeData> content;
+    };
+    // Outlives this object where the compositor hangs, and the thread with it.
+    struct Connection {
+        std::unique_ptr<WaylandServer> server;
+        std::atomic<bool> ends = false;   // said by the main thread
+        std::atomic<bool> isOver = false; // by the other: nothing is answered any more
+        ~Connection();
+    };
+
     DataControl();
     bool isUsable() const;
-    void send(const char *type, int file) const;
-    void drop();
 
-    std::unique_ptr<WaylandServer> m_server;
-    std::unique_ptr<QSocketNotifier> m_notifier;
+    const std::shared_ptr<Connection> m_connection;
     wl_seat *m_seat = nullptr;
     zwlr_data_control_manager_v1 *m_manager = nullptr;
     zwlr_data_control_device_v1 *m_device = nullptr;
-    zwlr_data_control_source_v1 *m_source = nullptr;
-    std::unique_ptr<QMimeData> m_content;
+    std::shared_ptr<Offer> m_offer; // the newest
+    std::thread m_answers;
 };
 
 } // namespace qm

@@ -1,5 +1,7 @@
 #pragma once
 
+#include "platform/wayland/CallingDeleter.h"
+
 #include <chrono>
 #include <cstdint>
 #include <functional>
@@ -11,18 +13,6 @@
 struct wl_registry;
 
 namespace qm {
-
-// Deletes an object of the protocol: WaylandPointer<wl_surface, wl_surface_destroy>.
-template<auto destroy>
-struct WaylandDeleter {
-    template<class T>
-    void operator()(T *object) const
-    {
-        destroy(object);
-    }
-};
-template<class T, auto destroy>
-using WaylandPointer = std::unique_ptr<T, WaylandDeleter<destroy>>;
 
 // The connection to the compositor that WAYLAND_DISPLAY names, and the globals it offers. One thread. Requests are made with
 // the protocol's own calls; objects made with bind() must be destroyed before the connection.
@@ -65,7 +55,7 @@ private:
     explicit WaylandServer(wl_display *display);
     void *bound(const wl_interface &interface, uint32_t newestVersion, uint32_t id) const;
 
-    WaylandPointer<wl_display, wl_display_disconnect> m_display;
+    std::unique_ptr<wl_display, CallingDeleter<wl_display_disconnect>> m_display;
     wl_registry *m_registry = nullptr;
     std::vector<Global> m_globals;
 };

@@ -160,22 +160,27 @@ private Q_SLOTS:
     void reasonsOfTheHelpersAreTranslated()
     {
         static const QRegularExpression reason(
-            u"(?:Error, \"|error = QStringLiteral\\(\"|\"qmocr: |(?:fail|std::string)\\(\"|m_failure = \")(\\w[^\"\\\\]+)"_s);
+            u"(?:Error, \"|(?:error|failure|cut) = (?:QStringLiteral\\()?\"|\"qmocr: |"
+            u"(?:fail|std::string)\\((?:QStringLiteral\\()?\")(\\w[^\"\\\\]+)"_s);
         QStringList untranslated;
         int found = 0;
-        for (const QString &name : {u"qmocr/Worker"_s, u"qmocr/WorkerLink"_s, u"qmocr/main"_s, u"qmcapture/main"_s,
-                                    u"wayland/WaylandCurtain"_s}) {
-            QFile source(QStringLiteral(QM_TEST_DATA "/../../helpers/%1.cpp").arg(name));
+        for (const QString &name :
+             {u"helpers/qmocr/Worker"_s, u"helpers/qmocr/WorkerLink"_s, u"helpers/qmocr/main"_s,
+              u"helpers/qmcapture/main"_s, u"helpers/wayland/WaylandCurtain"_s, u"helpers/qmscroll/CaptureRun"_s,
+              u"helpers/qmscroll/main"_s, u"capture/CaptureRunner"_s}) {
+            QFile source(QStringLiteral(QM_TEST_DATA "/../../%1.cpp").arg(name));
             QVERIFY(source.open(QIODevice::ReadOnly));
             for (auto it = reason.globalMatch(QString::fromUtf8(source.readAll())); it.hasNext(); ++found) {
                 const QString english = it.next().captured(1), subject = english.endsWith(u' ') ? u"x"_s : QString();
-                const bool isOfDevelopers = english.contains(u"arguments") || english.startsWith(u"usage:");
+                const bool isOfDevelopers = english.contains(u"arguments") || english.startsWith(u"usage");
                 if (!isOfDevelopers && HelperReason::japanese(english + subject).isEmpty())
                     untranslated << english;
             }
         }
         QCOMPARE(untranslated, QStringList());
-        QVERIFY(found > 15);
+        QVERIFY(found > 22);
+        QCOMPARE(HelperReason::japanese(u"cannot write /a: No space left on device"_s),
+                 u"/a に書き込めません（ディスクに空きがありません）"_s);
         QCOMPARE(HelperReason::japanese(u"/a b/qmocr cannot be started"_s), u"/a b/qmocr を起動できません"_s);
         QCOMPARE(HelperReason::japanese(u"the capture tool cannot be started"_s), u"撮影プログラムを起動できません"_s);
     }

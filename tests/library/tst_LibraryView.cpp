@@ -101,7 +101,9 @@ private:
         }
         void type(const QString &text)
         {
+            const bool wasLoading = view.isLoading();
             field->setText(text);
+            QCOMPARE(view.isLoading(), wasLoading); // not with each key
             queue.advance(LibraryView::debounce);
         }
         void search(const QString &text)

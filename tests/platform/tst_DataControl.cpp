@@ -43,6 +43,16 @@ private Q_SLOTS:
         QCOMPARE(m_desktop.run(u"wl-paste"_s, {u"--list-types"_s}), QByteArray());
     }
 
+    // A window of this program may be the one that pastes, and waits.
+    void whileTheMainThreadWaits()
+    {
+        Clipboard::setText(u"lighthouse"_s);
+        QProcess paste;
+        paste.start(u"wl-paste"_s, {u"--no-newline"_s});
+        QVERIFY(paste.waitForFinished()); // no events of this program
+        QCOMPARE(paste.readAllStandardOutput(), QByteArray("lighthouse"));
+    }
+
     // It asks, and goes away without reading.
     void aReaderThatGoes()
     {

@@ -474,6 +474,9 @@ private Q_SLOTS:
         QVERIFY(!testing && !testKey()->isChecked());
         show();
         testKey()->click();
+        m_application->queue.advance(30s); // without any gesture
+        QVERIFY(!testing);
+        testKey()->click();
         m_window->setWindowState(Qt::WindowMinimized);
         turn();
         QVERIFY(!testing);

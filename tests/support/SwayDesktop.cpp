@@ -62,7 +62,7 @@ SwayDesktop::SwayDesktop(const QList<Output> &outputs)
                 .arg(QLatin1StringView(output.transform))
                 .toUtf8();
         const bool isTurned =
-            QByteArrayView(output.transform).contains("90") || QByteArrayView(output.transform) == "270";
+            QByteArrayView(output.transform).endsWith("90") || QByteArrayView(output.transform).endsWith("270");
         const QSize upright = isTurned ? output.pixels.transposed() : output.pixels;
         m_extent |= QRect(output.at, QSizeF(upright / output.scale).toSize());
     }

@@ -85,13 +85,14 @@ QImage takeOne(const UserBus &bus, const std::string &output)
     int ends[2];
     if (pipe2(ends, O_CLOEXEC) != 0)
         return {};
-    const BusMessage question =
+    BusMessage question =
         bus.newCall("org.kde.KWin", "/org/kde/KWin/ScreenShot2", "org.kde.KWin.ScreenShot2", "CaptureScreen");
     BusMessage answer;
     if (question &&
         sd_bus_message_append(question.get(), "sa{sv}h", output.c_str(), 1, "native-resolution", "b", 1, ends[1]) >= 0)
         answer = bus.call(question, limit);
-    close(ends[1]); // or its end never comes
+    question.reset(); // it has a copy of the writing end: as long as that is open, the reading end never ends
+    close(ends[1]);
     const QImage image = answer ? received(ends[0], numbersOf(answer.get())) : QImage();
     close(ends[0]);
     return image;

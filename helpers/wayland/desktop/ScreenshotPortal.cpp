@@ -91,10 +91,10 @@ ScreenshotPortal::Answer ScreenshotPortal::take(const UserBus &bus)
     if (!question ||
         sd_bus_message_append(question.get(), "sa{sv}", "", 2, "handle_token", "s", token, "interactive", "b", 0) < 0)
         return {};
-    QElapsedTimer asked;
-    asked.start();
     if (!bus.call(question, startLimit))
         return {};
+    QElapsedTimer asked; // not before: the call may have had to start the portal
+    asked.start();
     const QDeadlineTimer deadline(questionLimit);
     while (!response.code && !deadline.hasExpired()) {
         const int handled = sd_bus_process(bus.get(), nullptr);

@@ -17,15 +17,11 @@ BusMessage UserBus::newCall(const char *service, const char *path, const char *i
     return BusMessage(message);
 }
 
-BusMessage UserBus::call(const BusMessage &message, std::chrono::milliseconds limit, QString *error) const
+BusMessage UserBus::call(const BusMessage &message, std::chrono::milliseconds limit) const
 {
     sd_bus_message *answer = nullptr;
-    sd_bus_error fault = SD_BUS_ERROR_NULL;
     if (message)
-        sd_bus_call(get(), message.get(), uint64_t(std::chrono::microseconds(limit).count()), &fault, &answer);
-    if (error)
-        *error = QString::fromUtf8(fault.name);
-    sd_bus_error_free(&fault);
+        sd_bus_call(get(), message.get(), uint64_t(std::chrono::microseconds(limit).count()), nullptr, &answer);
     return BusMessage(answer);
 }
 

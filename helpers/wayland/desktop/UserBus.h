@@ -1,6 +1,6 @@
 #pragma once
 
-#include <QString>
+#include "platform/wayland/CallingDeleter.h"
 
 #include <chrono>
 #include <memory>
@@ -8,16 +8,8 @@
 
 namespace qm {
 
-template<auto unref>
-struct BusDeleter {
-    template<class T>
-    void operator()(T *object) const
-    {
-        unref(object);
-    }
-};
-using BusMessage = std::unique_ptr<sd_bus_message, BusDeleter<sd_bus_message_unref>>;
-using BusSlot = std::unique_ptr<sd_bus_slot, BusDeleter<sd_bus_slot_unref>>;
+using BusMessage = std::unique_ptr<sd_bus_message, CallingDeleter<sd_bus_message_unref>>;
+using BusSlot = std::unique_ptr<sd_bus_slot, CallingDeleter<sd_bus_slot_unref>>;
 
 // The session bus, without an event loop. One thread, which waits.
 class UserBus
@@ -28,11 +20,11 @@ public:
 
     // A call without arguments yet; null without a bus.
     BusMessage newCall(const char *service, const char *path, const char *interface, const char *method) const;
-    // The answer. Null if there is none in time or it is an error, whose name is then in error.
-    BusMessage call(const BusMessage &message, std::chrono::milliseconds limit, QString *error = nullptr) const;
+    // The answer. Null if there is none in time, or it is an error.
+    BusMessage call(const BusMessage &message, std::chrono::milliseconds limit) const;
 
 private:
-    std::unique_ptr<sd_bus, BusDeleter<sd_bus_flush_close_unref>> m_bus;
+    std::unique_ptr<sd_bus, CallingDeleter<sd_bus_flush_close_unref>> m_bus;
 };
 
 } // namespace qm

@@ -25,13 +25,16 @@ FrozenWaylandScreen::FrozenWaylandScreen(WaylandCurtain &curtain)
         m_monitors.append({QByteArray::fromStdString(name), m_layout.areas()[i], m_layout.scale(int(i))});
         names.append(QString::fromStdString(name));
     }
-    m_windows = swayWindows(QByteArray::fromStdString(curtain.windows()), names, m_layout);
+    const auto windows = swayWindows(QByteArray::fromStdString(curtain.windows()), names, m_layout);
+    m_knowsWindows = windows.has_value();
+    m_windows = windows.value_or(QList<ScreenWindow>());
 }
 
 std::optional<QPoint> FrozenWaylandScreen::pointer()
 {
-    WaylandOverlay unseen(m_curtain); // compositors tell it to what the pointer is on, and to nobody else
-    return unseen.start().pointer;
+    if (!m_unseen)
+        m_unseen = std::make_unique<WaylandOverlay>(m_curtain);
+    return m_unseen->start().pointer;
 }
 
 const QImage &FrozenWaylandScreen::pixels()

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "helpers/overlay/FrozenScreen.h"
+#include "helpers/overlay/OverlayDesktop.h"
 #include "helpers/wayland/WaylandCurtain.h"
 #include "helpers/wayland/overlay/OutputLayout.h"
 
@@ -15,7 +16,7 @@ public:
     QRect area() const override { return m_layout.bounds(); }
     const QList<Monitor> &monitors() const override { return m_monitors; }
     const QList<ScreenWindow> &windows() const override { return m_windows; }
-    bool knowsWindows() const override { return !m_curtain.windows().empty(); }
+    bool knowsWindows() const override { return m_knowsWindows; }
     bool isComposited() const override { return false; } // they are, but nobody gets at the windows' own pixels
     std::optional<QPoint> pointer() override; // only of a curtain that is not absent, and before an overlay has it
     const QImage &pixels() override;
@@ -28,6 +29,8 @@ private:
     const OutputLayout m_layout;
     QList<Monitor> m_monitors;
     QList<ScreenWindow> m_windows;
+    bool m_knowsWindows = false;
+    std::unique_ptr<OverlayDesktop> m_unseen; // the compositor tells it where the pointer is, and nobody else
     QImage m_pixels;
 };
 

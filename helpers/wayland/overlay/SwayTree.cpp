@@ -47,9 +47,12 @@ void collect(const QJsonObject &node, bool isFloating, const OutputLayout &layou
 
 } // namespace
 
-QList<ScreenWindow> swayWindows(const QByteArray &tree, const QStringList &outputNames, const OutputLayout &layout)
+std::optional<QList<ScreenWindow>> swayWindows(const QByteArray &tree, const QStringList &outputNames,
+                                               const OutputLayout &layout)
 {
     const QJsonObject root = QJsonDocument::fromJson(tree).object();
+    if (root.isEmpty())
+        return {};
     Found found;
     for (const QJsonValue &output : root["nodes"_L1].toArray()) {
         const QString name = output["name"_L1].toString();

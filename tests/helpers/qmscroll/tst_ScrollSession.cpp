@@ -37,6 +37,8 @@ struct View {
     int changesAt = 0;      // once it is this far down, nothing matches what was there before; 0: never
     bool goesAway = false;  // and it does not move any more
     int growsAt = 0;        // there 300 pixels appear when it has left the view, which stays where it is; 0: nowhere
+    bool isDeaf = false;    // only the user's wheel moves it
+    bool sticks = false;    // once it is to be taken again
     bool beginsLow = false; // what is further up was not in the region at first
     int loads = 0;          // so often 900 pixels more appear at its end, half a second after it was reached
 };
@@ -83,7 +85,7 @@ public:
                 break;
             if (order.kind == Order::Kind::scroll) {
                 isPatient &= pointer == Pointer::inside && !held && m_mode == Mode::automatic;
-                move(order.clicks * view.pixelsPerClick);
+                move(view.isDeaf ? 0 : order.clicks * view.pixelsPerClick);
             }
             look = now + std::max<Milliseconds>(order.wait, 1ms);
         }
@@ -95,7 +97,7 @@ public:
     void move(double by)
     {
         m_from = position();
-        if (view.goesAway && m_from >= view.changesAt)
+        if ((view.goesAway && m_from >= view.changesAt) || (view.sticks && m_isAgain))
             return;
         m_to = std::clamp(m_to + by, 0.0, double(page() - region));
         m_moved = now;
@@ -254,6 +256,13 @@ private Q_SLOTS:
         const auto row = [](const char *name, const Case &of) { QTest::newRow(name) << of; };
         row("plain", {.milliseconds = 2700});
         row("nothing to scroll", {.view = {.page = region}, .milliseconds = 8200, .notice = Notice::wheelDoesNothing});
+        row("the user scrolls too far where the wheel does nothing",
+            {.view = {.isDeaf = true},
+             .events = {wheel(4000ms, 2000), wish(9000ms, &ScrollSession::finish)},
+             .end = End::lost,
+             .furthest = 0,
+             .milliseconds = 9100,
+             .notice = Notice::placeLost});
         row("less than a click to scroll", {.view = {.page = region + 20}, .milliseconds = 1900});
         row("smooth", {.view = {.pixelsPerClick = 120, .smooth = 200ms}, .milliseconds = 8000});
         row("smooth, on a slow machine",
@@ -271,6 +280,13 @@ private Q_SLOTS:
             {.view = {.page = 1500, .loads = 5}, .furthest = 1500 + 5 * 900 - region, .milliseconds = 7500});
         row("grows out of view: once more from the beginning",
             {.view = {.growsAt = 1500}, .furthest = 6300 - region, .milliseconds = 5500});
+        row("and does not move any more",
+            {.view = {.growsAt = 1500, .sticks = true}, .furthest = 0, .milliseconds = 5500});
+        row("nor before Escape", {.view = {.growsAt = 1500, .sticks = true},
+                                  .events = {wish(4000ms, &ScrollSession::finishOrCancel)},
+                                  .end = End::wish,
+                                  .furthest = 0,
+                                  .milliseconds = 4700});
         row("springs back",
             {.view = {.springsBack = true}, .end = End::changed, .furthest = somewhere, .milliseconds = 4500});
         row("the height limit",
@@ -296,6 +312,13 @@ private Q_SLOTS:
         pause("the pointer is elsewhere", point(400ms, Pointer::away), back, Notice::pointerAway);
         pause("the pointer is over the panel", point(400ms, Pointer::overPanel), back, Notice::pointerOverPanel);
         pause("a key is held", hold(400ms, true), hold(2000ms, false), Notice::keyHeld);
+
+        row("the pointer is elsewhere while it goes back to the beginning",
+            {.view = {.answer = 60ms, .growsAt = 1500},
+             .events = {point(4130ms, Pointer::away), point(4630ms, Pointer::inside)},
+             .furthest = 6300 - region,
+             .milliseconds = 9500,
+             .notice = Notice::pointerAway});
 
         const auto wished = [&](const char *name, const View &view, const std::vector<Event> &events, End end,
                                 int furthest = somewhere, Mode mode = Mode::automatic) {

@@ -90,10 +90,16 @@ private Q_SLOTS:
             QCOMPARE(read.convertToFormat(QImage::Format_RGB32), whole.copy(0, 0, whole.width(), y + 100));
             y += 700;
         }
+        // What only looks like one belongs to others.
+        QVERIFY(QFile::copy(names.last(), folder.filePath(u".left.png.unfinished.bak"_s)));
+        QFile notes(folder.filePath(u".notes.unfinished"_s));
+        QVERIFY(notes.open(QIODevice::WriteOnly) && notes.write(QByteArray(100, 'x')) == 100);
+        notes.close();
+        QCOMPARE(UnfinishedPictures::complete(folder.path()), QStringList());
         QVERIFY(picture.finish());
         QCOMPARE(ImageFile::load(folder.filePath(u"tall.png"_s)).image.pixels.convertToFormat(QImage::Format_RGB32),
                  whole);
-        QCOMPARE(filesIn(folder).size(), 4);
+        QCOMPARE(filesIn(folder).size(), 6);
     }
 
     void whatWasKeptOutlivesAFullDisk()
@@ -112,6 +118,19 @@ private Q_SLOTS:
         QCOMPARE(picture.height(), 500);
         QCOMPARE(ImageFile::load(path).image.pixels.convertToFormat(QImage::Format_RGB32),
                  whole.copy(0, 0, whole.width(), 500));
+    }
+
+    void whatCannotBeMovedIsFound()
+    {
+        QTemporaryDir folder;
+        QVERIFY(QDir(folder.path()).mkdir(u"tall"_s));
+        {
+            TallPicture picture(folder.filePath(u"tall"_s), 40);
+            QVERIFY(picture.append(RenderedScreen::photo({40, 50})));
+            QVERIFY(!picture.finish());
+        }
+        QCOMPARE(UnfinishedPictures::complete(folder.path()), QStringList(folder.filePath(u"tall 2"_s)));
+        QCOMPARE(ImageFile::load(folder.filePath(u"tall 2"_s)).image.pixels.height(), 50);
     }
 
     // 500 to 160 leaves parts of pixels, and 1300 rows fill two squares and a half.
