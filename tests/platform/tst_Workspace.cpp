@@ -78,7 +78,7 @@ private Q_SLOTS:
     }
     void cleanupTestCase()
     {
-        m_bus.kill();
+        m_bus.terminate(); // killed, it would leave its socket
         QVERIFY(m_bus.waitForFinished());
     }
 

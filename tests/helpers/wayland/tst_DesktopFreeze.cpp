@@ -98,9 +98,10 @@ private Q_SLOTS:
     {
         std::signal(SIGPIPE, SIG_IGN); // of a reader that gives up
         // The session's own configuration would start the machine's services in place of these.
-        m_desktop.home().write(u"bus.conf"_s, "<busconfig><type>session</type><listen>unix:tmpdir=/tmp</listen>"
-                                              "<policy context=\"default\"><allow send_destination=\"*\"/>"
-                                              "<allow receive_sender=\"*\"/><allow own=\"*\"/></policy></busconfig>");
+        m_desktop.home().write(
+            u"bus.conf"_s, "<busconfig><type>session</type><listen>unix:tmpdir=" + m_desktop.home().path().toUtf8() +
+                               "</listen><policy context=\"default\"><allow send_destination=\"*\"/>"
+                               "<allow receive_sender=\"*\"/><allow own=\"*\"/></policy></busconfig>");
         m_bus.start(u"dbus-daemon"_s,
                     {u"--config-file="_s + m_desktop.home().file(u"bus.conf"_s), u"--nofork"_s, u"--print-address"_s});
         QVERIFY(m_bus.waitForReadyRead());
@@ -122,7 +123,7 @@ private Q_SLOTS:
     void cleanupTestCase()
     {
         QDBusConnection::disconnectFromBus(u"services"_s);
-        m_bus.kill();
+        m_bus.terminate(); // killed, it would leave its socket
         QVERIFY(m_bus.waitForFinished());
     }
     void cleanup() { QFile::remove(m_result); }
