@@ -73,15 +73,16 @@ std::optional<CaptureResult> scrolled(const CaptureTool::Request &request, const
     const auto said = ChildProcess::run(tool, CaptureTool::scrollArguments(request, target));
     CaptureResult result;
     result.path = path;
-    if (!QFileInfo::exists(target) && UnfinishedPictures::complete(QFileInfo(target).path()).contains(target))
-        result.cut = QStringLiteral("qmscroll has ended unexpectedly");
-    else if (said && said->exitCode != 0)
-        result.cut = complaint(said->errors);
+    const bool wasKilled =
+        !QFileInfo::exists(target) && UnfinishedPictures::complete(QFileInfo(target).path()).contains(target);
     if (!QFileInfo::exists(target)) {
-        result.cut.clear();
         result.error = complaint(said ? said->errors : "the capture tool cannot be started");
         return result.error.isEmpty() ? std::nullopt : std::optional(result);
     }
+    if (wasKilled)
+        result.cut = QStringLiteral("qmscroll has ended unexpectedly");
+    else if (said && said->exitCode != 0)
+        result.cut = complaint(said->errors);
     if (!canSave) {
         result.error = qt_error_string(folder.isDir() ? EACCES : ENOENT);
         result.picture = Pasteboard::contentOf(target);

@@ -1,5 +1,7 @@
 #include "helpers/wayland/ShmBuffer.h"
 
+#include "helpers/curtain/MemoryFile.h"
+
 #include <limits>
 #include <sys/mman.h>
 #include <unistd.h>
@@ -19,28 +21,22 @@ std::unique_ptr<ShmBuffer> ShmBuffer::create(wl_shm *shm, QSize size, int bytesP
     const size_t bytes = byteCount(size, bytesPerLine);
     if (bytes > size_t(std::numeric_limits<int32_t>::max())) // the protocol's limit
         return nullptr;
-    const int file = memfd_create("quillmere-screen", MFD_CLOEXEC);
-    if (file < 0)
+    const MemoryFile file = MemoryFile::create(bytes);
+    if (!file.memory)
         return nullptr;
-    void *memory = MAP_FAILED;
-    if (ftruncate(file, off_t(bytes)) == 0)
-        memory = mmap(nullptr, bytes, PROT_READ | PROT_WRITE, MAP_SHARED, file, 0);
-    std::unique_ptr<ShmBuffer> buffer;
-    if (memory != MAP_FAILED) {
-        buffer.reset(new ShmBuffer);
-        buffer->m_pixels = static_cast<uint32_t *>(memory);
-        buffer->m_size = size;
-        buffer->m_bytesPerLine = bytesPerLine;
-        buffer->m_format = format;
-        wl_shm_pool *pool = wl_shm_create_pool(shm, file, int32_t(bytes));
-        buffer->m_handle = wl_shm_pool_create_buffer(pool, 0, size.width(), size.height(), bytesPerLine, format);
-        wl_shm_pool_destroy(pool);
-        static constexpr wl_buffer_listener listener = {
-            .release = [](void *self, wl_buffer *) { static_cast<ShmBuffer *>(self)->m_isRead = false; },
-        };
-        wl_buffer_add_listener(buffer->m_handle, &listener, buffer.get());
-    }
-    close(file); // the request has a copy
+    std::unique_ptr<ShmBuffer> buffer(new ShmBuffer);
+    buffer->m_pixels = static_cast<uint32_t *>(file.memory);
+    buffer->m_size = size;
+    buffer->m_bytesPerLine = bytesPerLine;
+    buffer->m_format = format;
+    wl_shm_pool *pool = wl_shm_create_pool(shm, file.descriptor, int32_t(bytes));
+    close(file.descriptor); // the request has a copy
+    buffer->m_handle = wl_shm_pool_create_buffer(pool, 0, size.width(), size.height(), bytesPerLine, format);
+    wl_shm_pool_destroy(pool);
+    static constexpr wl_buffer_listener listener = {
+        .release = [](void *self, wl_buffer *) { static_cast<ShmBuffer *>(self)->m_isRead = false; },
+    };
+    wl_buffer_add_listener(buffer->m_handle, &listener, buffer.get());
     return buffer;
 }
 

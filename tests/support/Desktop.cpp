@@ -79,14 +79,19 @@ Desktop::~Desktop()
 {
     if (m_connection)
         xcb_disconnect(m_connection);
-    while (!m_processes.empty()) {
-        QProcess &process = *m_processes.back();
+    end(m_processes);
+}
+
+void Desktop::end(std::vector<std::unique_ptr<QProcess>> &processes)
+{
+    while (!processes.empty()) {
+        QProcess &process = *processes.back();
         process.terminate();
         if (process.state() != QProcess::NotRunning && !process.waitForFinished(10'000)) {
             process.kill();
             process.waitForFinished();
         }
-        m_processes.pop_back();
+        processes.pop_back();
     }
 }
 

@@ -72,7 +72,8 @@ public:
     // Waits for a condition while the test's own events run; false when it did not come about in time.
     static bool wait(const std::function<bool()> &condition,
                      std::chrono::milliseconds limit = std::chrono::seconds(20));
-    static bool ended(const QProcess &process); // waits for it
+    static bool ended(const QProcess &process);                         // waits for it
+    static void end(std::vector<std::unique_ptr<QProcess>> &processes); // the last one first
 
     // Programs. The desktop owns them and ends them; a test may end one earlier.
     QProcess &start(const QString &program, const QStringList &arguments, const QStringList &extraEnvironment = {});

@@ -123,15 +123,7 @@ SwayDesktop::~SwayDesktop()
 {
     xkb_state_unref(m_keys);
     m_server.reset();
-    while (!m_processes.empty()) {
-        QProcess &process = *m_processes.back();
-        process.terminate();
-        if (process.state() != QProcess::NotRunning && !process.waitForFinished(10'000)) {
-            process.kill();
-            process.waitForFinished();
-        }
-        m_processes.pop_back();
-    }
+    Desktop::end(m_processes);
 }
 
 void SwayDesktop::start(QProcess &process, const QString &program, const QStringList &arguments, bool asOrdinaryUser)

@@ -1,7 +1,8 @@
 #include "helpers/x11/overlay/SharedMemory.h"
 
+#include "helpers/curtain/MemoryFile.h"
+
 #include <sys/mman.h>
-#include <unistd.h>
 #include <xcb/shm.h>
 
 namespace qm {
@@ -10,19 +11,12 @@ std::unique_ptr<SharedMemory> SharedMemory::create(XConnection &server, size_t b
 {
     if (!server.hasExtension(xcb_shm_id))
         return nullptr;
-    const int file = memfd_create("quillmere-screen", MFD_CLOEXEC);
-    if (file < 0)
+    const MemoryFile file = MemoryFile::create(bytes);
+    if (!file.memory)
         return nullptr;
-    void *memory = MAP_FAILED;
-    if (ftruncate(file, off_t(bytes)) == 0)
-        memory = mmap(nullptr, bytes, PROT_READ | PROT_WRITE, MAP_SHARED, file, 0);
-    if (memory == MAP_FAILED) {
-        close(file);
-        return nullptr;
-    }
-    std::unique_ptr<SharedMemory> shared(new SharedMemory(server, static_cast<uchar *>(memory), bytes));
+    std::unique_ptr<SharedMemory> shared(new SharedMemory(server, static_cast<uchar *>(file.memory), bytes));
     const xcb_void_cookie_t attached =
-        xcb_shm_attach_fd_checked(server.get(), shared->m_segment, file, 0); // closes file
+        xcb_shm_attach_fd_checked(server.get(), shared->m_segment, file.descriptor, 0); // closes it
     if (const Reply<xcb_generic_error_t> error(xcb_request_check(server.get(), attached)); error) {
         shared->m_segment = 0;
         return nullptr;
