@@ -42,8 +42,10 @@ void WaylandCurtain::freeze(Freeze how, const std::function<Frozen(const Wayland
         Frozen frozen = byDesktop(m_outputs);
         m_pictures = std::move(frozen.pictures);
         m_failure = std::move(frozen.failure);
+        m_windows = std::move(frozen.windows);
     }
-    m_windows = swayTree();
+    if (m_windows.source == Windows::Source::nobody)
+        m_windows = {Windows::Source::sway, swayTree()};
 }
 
 void WaylandCurtain::show(Kind kind)

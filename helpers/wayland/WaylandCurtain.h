@@ -18,10 +18,17 @@ public:
     // Unseen: the screen is frozen, and covered with something that cannot be seen: only so does one learn where the pointer
     // is. Absent: it is frozen, and that is all.
     enum class Kind { covering, unseen, absent };
+    // The windows that were on the screen, in the words of whoever knows them.
+    struct Windows {
+        enum class Source { nobody, sway, kwin } source = Source::nobody;
+        std::string text = {};     // as swayTree() or KWinWindows::list() have it
+        bool havePictures = false; // of their own, which KWin gives
+    };
     // The pictures of all monitors. Without any, and without a failure, the user has cancelled.
     struct Frozen {
         std::vector<OutputPicture> pictures = {};
         std::string failure = {};
+        Windows windows = {};
     };
     // byDesktop is how it is done wherever the compositor does not offer its pixels. Returns once all has been sent to the
     // compositor.
@@ -40,7 +47,7 @@ public:
     const WaylandOutputs &outputs() const { return m_outputs; }
     const std::vector<OutputPicture> &pictures() const { return m_pictures; }
     const std::vector<std::unique_ptr<OutputSurface>> &surfaces() const { return m_surfaces; }
-    const std::string &windows() const { return m_windows; } // as swayTree() has them
+    const Windows &windows() const { return m_windows; }
 
     void lift(); // takes it off the screen
 
@@ -54,7 +61,7 @@ private:
     const WaylandOutputs m_outputs;
     std::vector<OutputPicture> m_pictures;
     std::vector<std::unique_ptr<OutputSurface>> m_surfaces;
-    std::string m_windows;
+    Windows m_windows;
     std::string m_failure;
 };
 

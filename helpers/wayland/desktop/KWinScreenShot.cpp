@@ -80,16 +80,15 @@ QImage received(int file, const std::map<std::string, uint32_t> &numbers)
     return image;
 }
 
-QImage takeOne(const UserBus &bus, const std::string &output)
+QImage takeOne(const UserBus &bus, const char *method, const std::string &subject)
 {
     int ends[2];
     if (pipe2(ends, O_CLOEXEC) != 0)
         return {};
-    BusMessage question =
-        bus.newCall("org.kde.KWin", "/org/kde/KWin/ScreenShot2", "org.kde.KWin.ScreenShot2", "CaptureScreen");
+    BusMessage question = bus.newCall("org.kde.KWin", "/org/kde/KWin/ScreenShot2", "org.kde.KWin.ScreenShot2", method);
     BusMessage answer;
-    if (question &&
-        sd_bus_message_append(question.get(), "sa{sv}h", output.c_str(), 1, "native-resolution", "b", 1, ends[1]) >= 0)
+    if (question && sd_bus_message_append(question.get(), "sa{sv}h", subject.c_str(), 3, "native-resolution", "b", 1,
+                                          "include-decoration", "b", 1, "include-shadow", "b", 0, ends[1]) >= 0)
         answer = bus.call(question, limit);
     question.reset(); // it has a copy of the writing end: as long as that is open, the reading end never ends
     close(ends[1]);
@@ -104,12 +103,20 @@ std::vector<OutputPicture> KWinScreenShot::take(const UserBus &bus, const Waylan
 {
     std::vector<OutputPicture> pictures;
     for (const std::unique_ptr<WaylandOutput> &output : outputs.all()) {
-        const QImage image = takeOne(bus, output->name);
+        const QImage image = takeOne(bus, "CaptureScreen", output->name);
         if (image.isNull())
             return {};
         pictures.push_back(pictureOf(image));
     }
     return pictures;
+}
+
+QImage KWinScreenShot::takeWindow(const UserBus &bus, const std::string &id)
+{
+    QImage image = takeOne(bus, "CaptureWindow", id);
+    if (image.format() == QImage::Format_ARGB32) // is what KWin 5.27 says
+        image.reinterpretAsFormat(QImage::Format_ARGB32_Premultiplied);
+    return image.convertToFormat(QImage::Format_ARGB32_Premultiplied);
 }
 
 } // namespace qm

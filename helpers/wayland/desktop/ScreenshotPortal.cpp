@@ -4,7 +4,6 @@
 #include "helpers/wayland/desktop/UserBus.h"
 #include "imaging/ImageFile.h"
 
-#include <QDeadlineTimer>
 #include <QElapsedTimer>
 #include <QFile>
 #include <QUrl>
@@ -95,21 +94,15 @@ ScreenshotPortal::Answer ScreenshotPortal::take(const UserBus &bus)
         return {};
     QElapsedTimer asked; // not before: the call may have had to start the portal
     asked.start();
-    const QDeadlineTimer deadline(questionLimit);
-    while (!response.code && !deadline.hasExpired()) {
-        const int handled = sd_bus_process(bus.get(), nullptr);
-        if (handled < 0)
-            return {};
-        if (handled == 0)
-            sd_bus_wait(bus.get(), uint64_t(deadline.remainingTime()) * 1000);
-    }
+    if (!bus.waitFor([&response] { return response.code.has_value(); }, questionLimit))
+        return {};
     if (response.code == 0U) {
         const QImage picture = takenFrom(response.uri);
         return {picture.isNull() ? Answer::Kind::failed : Answer::Kind::picture, picture};
     }
     if (response.code == 2U && std::chrono::milliseconds(asked.elapsed()) < humanly)
         return {.kind = Answer::Kind::denied};
-    return {.kind = response.code ? Answer::Kind::cancelled : Answer::Kind::failed};
+    return {.kind = Answer::Kind::cancelled};
 }
 
 std::vector<OutputPicture> ScreenshotPortal::cut(const QImage &picture, const WaylandOutputs &outputs)

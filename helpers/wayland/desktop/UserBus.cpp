@@ -1,5 +1,7 @@
 #include "helpers/wayland/desktop/UserBus.h"
 
+#include <QDeadlineTimer>
+
 namespace qm {
 
 UserBus::UserBus()
@@ -23,6 +25,19 @@ BusMessage UserBus::call(const BusMessage &message, std::chrono::milliseconds li
     if (message)
         sd_bus_call(get(), message.get(), uint64_t(std::chrono::microseconds(limit).count()), nullptr, &answer);
     return BusMessage(answer);
+}
+
+bool UserBus::waitFor(const std::function<bool()> &condition, std::chrono::milliseconds limit) const
+{
+    const QDeadlineTimer deadline(limit);
+    while (!condition()) {
+        const int handled = get() ? sd_bus_process(get(), nullptr) : -1;
+        if (handled < 0 || deadline.hasExpired())
+            return false;
+        if (handled == 0)
+            sd_bus_wait(get(), uint64_t(deadline.remainingTime()) * 1000);
+    }
+    return true;
 }
 
 } // namespace qm

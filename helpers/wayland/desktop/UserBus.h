@@ -3,6 +3,7 @@
 #include "platform/wayland/CallingDeleter.h"
 
 #include <chrono>
+#include <functional>
 #include <memory>
 #include <systemd/sd-bus.h>
 
@@ -22,6 +23,8 @@ public:
     BusMessage newCall(const char *service, const char *path, const char *interface, const char *method) const;
     // The answer. Null if there is none in time, or it is an error.
     BusMessage call(const BusMessage &message, std::chrono::milliseconds limit) const;
+    // Handles what comes until a condition holds. False if it does not in time.
+    bool waitFor(const std::function<bool()> &condition, std::chrono::milliseconds limit) const;
 
 private:
     std::unique_ptr<sd_bus, CallingDeleter<sd_bus_flush_close_unref>> m_bus;

@@ -1,5 +1,9 @@
 #include "helpers/wayland/overlay/FrozenWaylandScreen.h"
 
+#include "helpers/wayland/desktop/KWinScreenShot.h"
+#include "helpers/wayland/desktop/UserBus.h"
+#include "helpers/wayland/desktop/WindowFrame.h"
+#include "helpers/wayland/overlay/KWinList.h"
 #include "helpers/wayland/overlay/SwayTree.h"
 #include "helpers/wayland/overlay/WaylandOverlay.h"
 
@@ -25,9 +29,17 @@ FrozenWaylandScreen::FrozenWaylandScreen(WaylandCurtain &curtain)
         m_monitors.append({QByteArray::fromStdString(name), m_layout.areas()[i], m_layout.scale(int(i))});
         names.append(QString::fromStdString(name));
     }
-    const auto windows = swayWindows(QByteArray::fromStdString(curtain.windows()), names, m_layout);
-    m_knowsWindows = windows.has_value();
-    m_windows = windows.value_or(QList<ScreenWindow>());
+    const WaylandCurtain::Windows &known = curtain.windows();
+    const QByteArray text = QByteArray::fromStdString(known.text);
+    if (known.source == WaylandCurtain::Windows::Source::kwin) {
+        KWinList list = kwinWindows(text, m_layout, known.havePictures);
+        m_knowsWindows = true;
+        m_windows = std::move(list.windows);
+        m_windowIds = std::move(list.ids);
+    } else if (auto windows = swayWindows(text, names, m_layout)) {
+        m_knowsWindows = true;
+        m_windows = std::move(*windows);
+    }
 }
 
 std::optional<QPoint> FrozenWaylandScreen::pointer()
@@ -35,6 +47,28 @@ std::optional<QPoint> FrozenWaylandScreen::pointer()
     if (!m_unseen)
         m_unseen = std::make_unique<WaylandOverlay>(m_curtain);
     return m_unseen->start().pointer;
+}
+
+// Programs draw a window another way once the overlay has its keyboard, and much may happen while the user chooses: where the
+// frozen screen shows the window alone, it is right.
+QImage FrozenWaylandScreen::windowPixels(int index)
+{
+    if (!isComposited())
+        return {};
+    const QRect frame = m_windows[index].frame;
+    QImage picture =
+        withoutShadow(KWinScreenShot::takeWindow(UserBus(), m_windowIds[index].toStdString()), frame.size());
+    if (picture.size() != frame.size() || !isWhollyVisible(m_windows, index, area()))
+        return picture;
+    for (int y = 0; y < frame.height(); ++y) {
+        const auto *frozen = reinterpret_cast<const QRgb *>(pixels().constScanLine(frame.top() + y)) + frame.left();
+        auto *row = reinterpret_cast<QRgb *>(picture.scanLine(y));
+        for (int x = 0; x < frame.width(); ++x) {
+            if (qAlpha(row[x]) == 255)
+                row[x] = frozen[x];
+        }
+    }
+    return picture;
 }
 
 const QImage &FrozenWaylandScreen::pixels()

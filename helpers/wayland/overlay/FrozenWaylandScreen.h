@@ -17,10 +17,10 @@ public:
     const QList<Monitor> &monitors() const override { return m_monitors; }
     const QList<ScreenWindow> &windows() const override { return m_windows; }
     bool knowsWindows() const override { return m_knowsWindows; }
-    bool isComposited() const override { return false; } // they are, but nobody gets at the windows' own pixels
+    bool isComposited() const override { return m_curtain.windows().havePictures; } // else nobody gets at them
     std::optional<QPoint> pointer() override; // only of a curtain that is not absent, and before an overlay has it
     const QImage &pixels() override;
-    QImage windowPixels(int) override { return {}; }
+    QImage windowPixels(int index) override;
 
     const OutputLayout &layout() const { return m_layout; }
 
@@ -29,6 +29,7 @@ private:
     const OutputLayout m_layout;
     QList<Monitor> m_monitors;
     QList<ScreenWindow> m_windows;
+    QStringList m_windowIds; // of KWin's windows
     bool m_knowsWindows = false;
     std::unique_ptr<OverlayDesktop> m_unseen; // the compositor tells it where the pointer is, and nobody else
     QImage m_pixels;

@@ -90,13 +90,13 @@ QPoint OutputLayout::pixelAt(int output, QPointF point) const
     return {area.left() + std::clamp(x, 0, area.width() - 1), area.top() + std::clamp(y, 0, area.height() - 1)};
 }
 
-QRect OutputLayout::pixels(const QRect &logical) const
+QRect OutputLayout::pixels(const QRectF &logical) const
 {
     qsizetype most = -1;
-    qint64 largest = 0;
+    double largest = 0;
     for (qsizetype i = 0; i < m_outputs.size(); ++i) {
-        const QRect shown = m_outputs[i].logical & logical;
-        const qint64 size = shown.isEmpty() ? 0 : qint64(shown.width()) * shown.height();
+        const QRectF shown = QRectF(m_outputs[i].logical) & logical;
+        const double size = shown.isEmpty() ? 0 : shown.width() * shown.height();
         if (size > largest) {
             largest = size;
             most = i;
@@ -106,10 +106,9 @@ QRect OutputLayout::pixels(const QRect &logical) const
         return {};
     const QRect &from = m_outputs[most].logical;
     const QRect &to = m_areas[most];
-    const auto x = [&](int at) { return to.left() + int(std::lround((at - from.left()) * scale(int(most)))); };
-    const auto y = [&](int at) { return to.top() + int(std::lround((at - from.top()) * scale(int(most)))); };
-    return {QPoint(x(logical.left()), y(logical.top())),
-            QPoint(x(logical.right() + 1) - 1, y(logical.bottom() + 1) - 1)};
+    const auto x = [&](double at) { return to.left() + int(std::lround((at - from.left()) * scale(int(most)))); };
+    const auto y = [&](double at) { return to.top() + int(std::lround((at - from.top()) * scale(int(most)))); };
+    return {QPoint(x(logical.left()), y(logical.top())), QPoint(x(logical.right()) - 1, y(logical.bottom()) - 1)};
 }
 
 } // namespace qm

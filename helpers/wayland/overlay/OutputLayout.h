@@ -26,7 +26,7 @@ public:
     // there; where none is, the nearest pixel of this one is meant.
     QPoint pixelAt(int output, QPointF point) const;
     // A rectangle in the compositor's coordinates, as large as the output that shows most of it has it; null if none does.
-    QRect pixels(const QRect &logical) const;
+    QRect pixels(const QRectF &logical) const;
 
 private:
     QList<Output> m_outputs;

@@ -11,6 +11,7 @@
 #include <QDir>
 #include <QFile>
 #include <QPainter>
+#include <QRegularExpression>
 #include <QTest>
 #include <QTimer>
 #include <QUrl>
@@ -21,6 +22,8 @@
 using namespace qm;
 using namespace Qt::StringLiterals;
 
+static const QString program = QStringLiteral(QM_PROGRAMS "/qmcapture");
+
 // KWin's service. Its pictures come through the pipe once the call has been answered.
 class KWin : public QObject, protected QDBusContext
 {
@@ -28,11 +31,15 @@ class KWin : public QObject, protected QDBusContext
     Q_CLASSINFO("D-Bus Interface", "org.kde.KWin.ScreenShot2")
 
 public:
-    QHash<QString, QImage> pictures; // by monitor
+    QHash<QString, QImage> pictures; // by monitor, and by window
     QVariantMap instead;             // of what the answer says
     int missingBytes = 0;            // at the end
 
 public Q_SLOTS:
+    QVariantMap CaptureWindow(const QString &id, const QVariantMap &options, const QDBusUnixFileDescriptor &pipe)
+    {
+        return CaptureScreen(id, options, pipe);
+    }
     QVariantMap CaptureScreen(const QString &name, const QVariantMap &, const QDBusUnixFileDescriptor &pipe)
     {
         const QImage picture = pictures.value(name);
@@ -58,6 +65,55 @@ public Q_SLOTS:
                               {u"screen"_s, name}};
         answer.insert(instead);
         return answer;
+    }
+};
+
+// Takes scripts, of which it understands only whom they call.
+class Scripting : public QObject
+{
+    Q_OBJECT
+    Q_CLASSINFO("D-Bus Interface", "org.kde.kwin.Scripting")
+
+public:
+    QString file, script;
+    bool isPrivate = false;
+    QStringList loaded;
+
+public Q_SLOTS:
+    int loadScript(const QString &path, const QString &name)
+    {
+        QFile source(path);
+        isPrivate = source.permissions() == (QFile::ReadOwner | QFile::WriteOwner | QFile::ReadUser | QFile::WriteUser);
+        script = source.open(QIODevice::ReadOnly) ? QString::fromUtf8(source.readAll()) : QString();
+        file = path;
+        loaded.append(name);
+        return 7;
+    }
+    bool unloadScript(const QString &name) { return loaded.removeOne(name); }
+};
+
+class Script : public QObject, protected QDBusContext
+{
+    Q_OBJECT
+    Q_CLASSINFO("D-Bus Interface", "org.kde.kwin.Script")
+
+public:
+    Scripting &scripting;
+    QString list;
+    Script(Scripting &all, const QString &answer)
+        : scripting(all)
+        , list(answer)
+    {
+    }
+
+public Q_SLOTS:
+    void run()
+    {
+        static const QRegularExpression call(u"callDBus\\(\"([^\"]+)\", \"([^\"]+)\", \"([^\"]+)\", \"([^\"]+)\""_s);
+        const QRegularExpressionMatch whom = call.match(scripting.script);
+        QDBusMessage message =
+            QDBusMessage::createMethodCall(whom.captured(1), whom.captured(2), whom.captured(3), whom.captured(4));
+        connection().send(message << list);
     }
 };
 
@@ -162,6 +218,71 @@ private Q_SLOTS:
         QVERIFY(m_services.unregisterService(u"org.kde.KWin"_s));
     }
 
+    // The window's own pixels come with a shadow, which says nothing about its size.
+    void kwinWindow_data()
+    {
+        QTest::addColumn<QString>("script"); // where KWin has it
+        QTest::addColumn<bool>("isCovered");
+        QTest::addColumn<bool>("isThere");
+        QTest::newRow("alone") << u"/7"_s << false << true;
+        QTest::newRow("below a menu") << u"/Scripting/Script7"_s << true << true;
+        QTest::newRow("closed meanwhile") << u"/7"_s << false << false;
+    }
+    void kwinWindow()
+    {
+        QFETCH(QString, script);
+        QFETCH(bool, isCovered);
+        QFETCH(bool, isThere);
+        const QRect frame(50, 50, 300, 200);
+        QImage own(frame.size(), QImage::Format_ARGB32_Premultiplied);
+        own.fill(qRgb(200, 0, 0));
+        own.setPixel(0, 0, 0);          // a round corner
+        own.setPixel(9, 9, 0x80400000); // translucent
+        QImage withShadow(340, 260, own.format());
+        withShadow.fill(0x30000000);
+        QPainter painter(&withShadow);
+        painter.setCompositionMode(QPainter::CompositionMode_Source);
+        painter.drawImage(12, 7, own);
+        painter.end();
+        KWin kwin;
+        kwin.pictures = {{u"HEADLESS-1"_s, m_shown[0]}, {u"HEADLESS-2"_s, m_shown[1]}};
+        if (isThere)
+            kwin.pictures.insert(u"{1-2}"_s, withShadow);
+        kwin.instead = {{u"format"_s, uint(QImage::Format_ARGB32)}}; // as the real one errs
+        Scripting scripting;
+        Script list(
+            scripting,
+            uR"([{"id":"{1-2}","title":"one","x":50,"y":50,"width":300,"height":200})"_s +
+                (isCovered ? uR"(,{"id":"{3}","isPopup":true,"x":60,"y":60,"width":90,"height":90})"_s : QString()) +
+                u']');
+        serve(u"org.kde.KWin"_s, u"/org/kde/KWin/ScreenShot2"_s, kwin);
+        serve(u"org.kde.KWin"_s, u"/Scripting"_s, scripting);
+        serve(u"org.kde.KWin"_s, script, list);
+
+        m_desktop.movePointer({100, 100});
+        QProcess &helper = m_desktop.start(program, {u"-iw"_s, m_result}, {u"QUILLMERE_DISPLAY=desktop"_s});
+        QImage edge(1, 1, QImage::Format_RGB32);
+        edge.fill(0xff0a84ff);
+        QVERIFY(m_desktop.shows(edge, frame.topLeft()));
+        QVERIFY(scripting.isPrivate);
+        QVERIFY(!QFile::exists(scripting.file));
+        QCOMPARE(scripting.loaded, QStringList());
+        m_desktop.drag({100, 100}, {100, 100});
+        QVERIFY(Desktop::ended(helper));
+        QImage wanted = isThere ? own : m_shown[0].copy(frame);
+        if (isThere && !isCovered) { // opaque pixels of the frozen screen
+            wanted = m_shown[0].copy(frame).convertToFormat(own.format());
+            for (const QPoint at : {QPoint(0, 0), QPoint(9, 9)})
+                wanted.setPixel(at, *reinterpret_cast<const QRgb *>(own.constScanLine(at.y()) + at.x() * 4));
+        }
+        const QImage saved(m_result);
+        QCOMPARE(saved.hasAlphaChannel(), isThere);
+        QCOMPARE(saved.convertToFormat(QImage::Format_ARGB32), wanted.convertToFormat(QImage::Format_ARGB32));
+        m_services.unregisterObject(script);
+        QVERIFY(m_services.unregisterService(u"org.kde.KWin"_s));
+        m_desktop.movePointer({20, 20});
+    }
+
     void portal_data()
     {
         QTest::addColumn<double>("scale"); // of the picture; 0: there is none
@@ -218,8 +339,7 @@ private:
 
     QProcess &capture()
     {
-        QProcess &helper = m_desktop.start(QStringLiteral(QM_PROGRAMS "/qmcapture"), {u"--desktop"_s, m_result},
-                                           {u"QUILLMERE_DISPLAY=desktop"_s});
+        QProcess &helper = m_desktop.start(program, {u"--desktop"_s, m_result}, {u"QUILLMERE_DISPLAY=desktop"_s});
         Desktop::ended(helper);
         return helper;
     }
