@@ -4,6 +4,8 @@
 #include "helpers/overlay/Fonts.h"
 #include "helpers/overlay/Overlay.h"
 #include "helpers/wayland/desktop/DesktopFreeze.h"
+#include "helpers/wayland/desktop/ScreenshotPortal.h"
+#include "helpers/wayland/desktop/UserBus.h"
 #include "helpers/wayland/overlay/WaylandOverlay.h"
 #include "helpers/x11/overlay/X11Overlay.h"
 #include "imaging/PngWriter.h"
@@ -16,6 +18,7 @@
 #include <QJsonDocument>
 #include <QJsonObject>
 
+#include <algorithm>
 #include <csignal>
 #include <cstdio>
 #include <sys/stat.h>
@@ -114,6 +117,26 @@ int save(const CaptureRequest &request, const Image &image, QJsonObject what)
     return fail(what, written.reason());
 }
 
+// The user chooses in a dialog of the desktop, on the screen as it is.
+int captureByDialog(const CaptureRequest &request, const WaylandOutputs &outputs)
+{
+    using Way = CaptureRequest::Way;
+    const ScreenshotPortal::Answer answer = request.way == Way::area // which cannot be chosen there
+                                                ? ScreenshotPortal::Answer()
+                                                : ScreenshotPortal::take(UserBus(), ScreenshotPortal::Manner::dialog);
+    using Kind = ScreenshotPortal::Answer::Kind;
+    if (answer.kind == Kind::cancelled)
+        return 0;
+    if (answer.kind != Kind::picture)
+        return fail({}, noPictureOfScreen());
+    const int scale = outputs.all().front()->scale;
+    const bool isCommon = std::all_of(outputs.all().begin(), outputs.all().end(),
+                                      [scale](const auto &output) { return output->scale == scale; });
+    const QString what = request.way == Way::window ? QStringLiteral("window") : QStringLiteral("screen");
+    return save(request, {answer.picture, QSizeF(answer.picture.size()) / (isCommon ? scale : 1)},
+                {{QStringLiteral("what"), what}});
+}
+
 const char *name(Picker::Result result)
 {
     return result == Picker::Result::window ? "window" : result == Picker::Result::region ? "region" : "screen";
@@ -125,6 +148,8 @@ extern "C" Q_DECL_EXPORT int quillmereChoose(const RaisedCurtain &curtain, const
 {
     using Way = CaptureRequest::Way;
     qInstallMessageHandler([](QtMsgType, const QMessageLogContext &, const QString &) {});
+    if (curtain.wayland && !curtain.wayland->isUp())
+        return captureByDialog(request, curtain.wayland->outputs());
     std::unique_ptr<QGuiApplication> fonts;
     std::unique_ptr<OverlayDesktop> desktop;
     std::unique_ptr<FrozenScreen> alone;
@@ -164,9 +189,10 @@ extern "C" Q_DECL_EXPORT int quillmereChoose(const RaisedCurtain &curtain, const
     return save(request, {pixels, QSizeF(pixels.size()) / scale}, what);
 }
 
-extern "C" Q_DECL_EXPORT WaylandCurtain::Frozen quillmereFreeze(const WaylandOutputs &outputs)
+extern "C" Q_DECL_EXPORT WaylandCurtain::Frozen quillmereFreeze(const WaylandOutputs &outputs,
+                                                                const CaptureRequest &request)
 {
-    return freezeByDesktop(outputs);
+    return freezeByDesktop(outputs, request.way == CaptureRequest::Way::window ? FreezeFor::window : FreezeFor::region);
 }
 
 static_assert(std::is_same_v<ChooseFunction, decltype(&quillmereChoose)>);

@@ -20,7 +20,7 @@ struct CaptureRequest {
     const char *path = nullptr;
 };
 
-// The curtain of the display server in use; the other is null.
+// The curtain of the display server in use; the other is null. On Wayland it is up, unless a dialog takes its place.
 struct RaisedCurtain {
     Curtain *x11 = nullptr;
     WaylandCurtain *wayland = nullptr;
@@ -33,7 +33,7 @@ using ChooseFunction = int (*)(const RaisedCurtain &curtain, const CaptureReques
 constexpr char chooseFunctionName[] = "quillmereChoose";
 
 // Freezes the screen where a Wayland compositor does not let programs read it themselves.
-using FreezeFunction = WaylandCurtain::Frozen (*)(const WaylandOutputs &outputs);
+using FreezeFunction = WaylandCurtain::Frozen (*)(const WaylandOutputs &outputs, const CaptureRequest &request);
 constexpr char freezeFunctionName[] = "quillmereFreeze";
 
 constexpr char choiceLibraryName[] = "qmcapture.so"; // next to the program

@@ -15,7 +15,9 @@
 //   {"area":[x,y,w,h],"what":"region"|"window"|"screen","file":PATH}
 //   {"area":[x,y,w,h],"color":"#rrggbb"}          the user took a colour
 //   {"error":REASON}, with "area", "what" and, if the picture is there, "unsaved":PATH, if it could not be written
-// and nothing if the user cancelled. Exit status 0: written, or cancelled; 1: failed, with one line on stderr.
+// and nothing if the user cancelled. Without an area if the user chose in a dialog of the desktop, which does not tell it. Exit
+// status 0: written, or cancelled; 1: failed, with one line on stderr; 3: the same because the user has not allowed the desktop
+// to let screenshots be taken, and is not asked again.
 //
 // This program is only the first stage: it grabs the input, freezes the screen, shows it dimmed, and then loads the
 // rest. Loading Qt takes longer than all of that, and a screen that responds late to a key feels broken.
@@ -45,6 +47,7 @@ using namespace std::chrono_literals;
 
 namespace {
 
+constexpr int deniedStatus = 3;
 constexpr auto restTime = 400ms; // compositors fade what has gone for up to 250
 
 int fail(const std::string &reason)
@@ -153,6 +156,7 @@ int captureOnX11(XConnection &server, const CaptureRequest &request)
 int captureOnWayland(WaylandServer &server, const CaptureRequest &request, WaylandCurtain::Freeze freeze)
 {
     using Kind = WaylandCurtain::Kind;
+    using Instead = WaylandCurtain::Instead;
     if (!WaylandClaim::take())
         return 0;
     if (!request.rest.isNull()) // where X11 looks on, one can only wait for what fades
@@ -161,14 +165,20 @@ int captureOnWayland(WaylandServer &server, const CaptureRequest &request, Wayla
                            asks(request)                                 ? Kind::covering
                            : request.way == CaptureRequest::Way::monitor ? Kind::unseen
                                                                          : Kind::absent,
-                           freeze, [](const WaylandOutputs &outputs) {
+                           freeze, [&request](const WaylandOutputs &outputs) {
                                const auto function = reinterpret_cast<FreezeFunction>(fromRest(freezeFunctionName));
-                               return function ? function(outputs) : WaylandCurtain::Frozen{.failure = whyNotLoaded()};
+                               return function ? function(outputs, request)
+                                               : WaylandCurtain::Frozen{.instead = Instead::failed,
+                                                                        .reason = whyNotLoaded()};
                            });
-    if (curtain.isCancelled())
-        return 0;
-    if (!curtain.failure().empty())
-        return fail(curtain.failure());
+    if (!curtain.isUp()) {
+        switch (curtain.instead()) {
+        case Instead::cancelled: return 0;
+        case Instead::failed: return fail(curtain.reason());
+        case Instead::denied: fail(curtain.reason()); return deniedStatus;
+        case Instead::dialog: break;
+        }
+    }
     return choose({.wayland = &curtain}, request);
 }
 

@@ -20,7 +20,7 @@ WaylandCurtain::WaylandCurtain(WaylandServer &server, Kind kind, Freeze how,
     , m_outputs(server)
 {
     freeze(how, byDesktop);
-    if (!m_pictures.empty() && kind != Kind::absent)
+    if (isUp() && kind != Kind::absent)
         show(kind);
 }
 
@@ -32,37 +32,35 @@ void WaylandCurtain::lift()
 
 void WaylandCurtain::freeze(Freeze how, const std::function<Frozen(const WaylandOutputs &)> &byDesktop)
 {
-    if (m_outputs.all().empty() || !m_globals.suffice()) {
-        m_failure = "this compositor shows no monitor, or lets nothing be shown on one";
-        return;
-    }
+    if (m_outputs.all().empty() || !m_globals.suffice())
+        return giveUp("this compositor shows no monitor, or lets nothing be shown on one");
     if (how == Freeze::byCompositor && Screencopy::isOffered(m_server))
-        m_pictures = Screencopy(m_server, m_globals.shm).take(m_outputs);
-    if (m_pictures.empty()) {
-        Frozen frozen = byDesktop(m_outputs);
-        m_pictures = std::move(frozen.pictures);
-        m_failure = std::move(frozen.failure);
-        m_windows = std::move(frozen.windows);
-    }
-    if (m_windows.source == Windows::Source::nobody)
-        m_windows = {Windows::Source::sway, swayTree()};
+        m_frozen.pictures = Screencopy(m_server, m_globals.shm).take(m_outputs);
+    if (!isUp())
+        m_frozen = byDesktop(m_outputs);
+    if (m_frozen.windows.source == Windows::Source::nobody)
+        m_frozen.windows = {Windows::Source::sway, swayTree()};
+}
+
+void WaylandCurtain::giveUp(const char *reason)
+{
+    m_frozen = {.instead = Instead::failed, .reason = reason};
 }
 
 void WaylandCurtain::show(Kind kind)
 {
-    for (size_t i = 0; i < m_pictures.size(); ++i)
-        m_surfaces.push_back(std::make_unique<OutputSurface>(m_globals, *m_outputs.all()[i], m_pictures[i].size));
+    for (size_t i = 0; i < m_frozen.pictures.size(); ++i)
+        m_surfaces.push_back(
+            std::make_unique<OutputSurface>(m_globals, *m_outputs.all()[i], m_frozen.pictures[i].size));
     // While the compositor makes up its mind, the pictures are dimmed.
     wl_display_flush(m_server.get());
     std::vector<ShmBuffer *> buffers;
     for (size_t i = 0; i < m_surfaces.size(); ++i) {
-        const OutputPicture &picture = m_pictures[i];
+        const OutputPicture &picture = m_frozen.pictures[i];
         ShmBuffer *buffer = m_surfaces[i]->idleBuffer(kind == Kind::unseen ? OutputSurface::Alpha::clear
                                                                            : OutputSurface::Alpha::opaque);
-        if (!buffer) {
-            m_failure = "not enough memory for the picture of a monitor";
-            return;
-        }
+        if (!buffer)
+            return giveUp("not enough memory for the picture of a monitor");
         for (int y = 0; kind == Kind::covering && y < picture.size.height(); ++y)
             dim(buffer->pixels() + size_t(y) * size_t(picture.size.width()), picture.row(y),
                 size_t(picture.size.width()));
@@ -74,12 +72,10 @@ void WaylandCurtain::show(Kind kind)
                                [](const auto &surface) { return surface->isConfigured() || surface->isClosed(); });
         },
         configureLimit);
-    if (!configured) {
-        m_failure = "the compositor does not show anything";
-        return;
-    }
+    if (!configured)
+        return giveUp("the compositor does not show anything");
     for (size_t i = 0; i < m_surfaces.size(); ++i) {
-        const QRect all(QPoint(), m_pictures[i].size);
+        const QRect all(QPoint(), m_frozen.pictures[i].size);
         m_surfaces[i]->show(*buffers[i], {&all, 1});
     }
     wl_display_flush(m_server.get());

@@ -24,11 +24,14 @@ public:
         std::string text = {};     // as swayTree() or KWinWindows::list() have it
         bool havePictures = false; // of their own, which KWin gives
     };
-    // The pictures of all monitors. Without any, and without a failure, the user has cancelled.
+    // What there may be in place of pictures. Denied: the user did not allow them, some time ago. Dialog: the desktop lets the user
+    // choose by one of its own, and tells nothing before.
+    enum class Instead { cancelled, failed, denied, dialog };
     struct Frozen {
-        std::vector<OutputPicture> pictures = {};
-        std::string failure = {};
+        std::vector<OutputPicture> pictures = {}; // of all monitors
         Windows windows = {};
+        Instead instead = Instead::cancelled; // if there are no pictures
+        std::string reason = {};              // of a failure, or a denial
     };
     // byDesktop is how it is done wherever the compositor does not offer its pixels. Returns once all has been sent to the
     // compositor.
@@ -37,32 +40,32 @@ public:
                    const std::function<Frozen(const WaylandOutputs &)> &byDesktop);
     Q_DISABLE_COPY_MOVE(WaylandCurtain)
 
-    bool isCancelled() const { return m_pictures.empty() && m_failure.empty(); }
-    const std::string &failure() const { return m_failure; } // empty, or why there is no curtain
+    bool isUp() const { return !m_frozen.pictures.empty(); } // however little of it is to be seen
+    Instead instead() const { return m_frozen.instead; }     // if it is not
+    const std::string &reason() const { return m_frozen.reason; }
 
     WaylandServer &server() const { return m_server; }
     WaylandSeat &seat() { return m_seat; }
     const SurfaceGlobals &globals() const { return m_globals; }
     // By monitor, in the same order. No surfaces if the curtain is absent.
     const WaylandOutputs &outputs() const { return m_outputs; }
-    const std::vector<OutputPicture> &pictures() const { return m_pictures; }
+    const std::vector<OutputPicture> &pictures() const { return m_frozen.pictures; }
     const std::vector<std::unique_ptr<OutputSurface>> &surfaces() const { return m_surfaces; }
-    const Windows &windows() const { return m_windows; }
+    const Windows &windows() const { return m_frozen.windows; }
 
     void lift(); // takes it off the screen
 
 private:
     void freeze(Freeze freeze, const std::function<Frozen(const WaylandOutputs &)> &byDesktop);
     void show(Kind kind);
+    void giveUp(const char *reason);
 
     WaylandServer &m_server;
     const SurfaceGlobals m_globals;
     WaylandSeat m_seat;
     const WaylandOutputs m_outputs;
-    std::vector<OutputPicture> m_pictures;
+    Frozen m_frozen;
     std::vector<std::unique_ptr<OutputSurface>> m_surfaces;
-    Windows m_windows;
-    std::string m_failure;
 };
 
 } // namespace qm

@@ -8,10 +8,8 @@
 
 namespace qm {
 
-static WaylandCurtain::Frozen failure(QStringView english, QStringView japanese)
-{
-    return {.failure = AppLocale::text(english, japanese).toStdString()};
-}
+using Frozen = WaylandCurtain::Frozen;
+using Instead = WaylandCurtain::Instead;
 
 static WaylandCurtain::Windows windowsOf(const UserBus &bus)
 {
@@ -21,7 +19,34 @@ static WaylandCurtain::Windows windowsOf(const UserBus &bus)
     return {source, std::move(list)};
 }
 
-WaylandCurtain::Frozen freezeByDesktop(const WaylandOutputs &outputs)
+QString noPictureOfScreen()
+{
+    return AppLocale::text(u"this desktop does not give a picture of the screen",
+                           u"このデスクトップからは画面の画像を取得できません");
+}
+
+static Frozen frozenByPortal(const UserBus &bus, const WaylandOutputs &outputs)
+{
+    const ScreenshotPortal::Answer answer = ScreenshotPortal::take(bus, ScreenshotPortal::Manner::silent);
+    using Kind = ScreenshotPortal::Answer::Kind;
+    switch (answer.kind) {
+    case Kind::cancelled: return {};
+    case Kind::refused: return {.instead = Instead::dialog};
+    case Kind::denied:
+        return {.instead = Instead::denied,
+                .reason = AppLocale::text(u"this desktop has been told not to allow screenshots",
+                                          u"このデスクトップでは、スクリーンショットが許可されていません")
+                              .toStdString()};
+    case Kind::picture:
+    case Kind::failed: break;
+    }
+    std::vector<OutputPicture> pictures = ScreenshotPortal::cut(answer.picture, outputs);
+    if (pictures.empty())
+        return {.instead = Instead::failed, .reason = noPictureOfScreen().toStdString()};
+    return {.pictures = std::move(pictures)};
+}
+
+Frozen freezeByDesktop(const WaylandOutputs &outputs, FreezeFor what)
 {
     const UserBus bus;
     std::vector<OutputPicture> pictures = KWinScreenShot::take(bus, outputs);
@@ -29,20 +54,11 @@ WaylandCurtain::Frozen freezeByDesktop(const WaylandOutputs &outputs)
     windows.havePictures = !pictures.empty(); // whom KWin refuses the screen, it refuses windows
     if (!pictures.empty())
         return {.pictures = std::move(pictures), .windows = std::move(windows)};
-    const ScreenshotPortal::Answer answer = ScreenshotPortal::take(bus);
-    using Kind = ScreenshotPortal::Answer::Kind;
-    switch (answer.kind) {
-    case Kind::cancelled: return {};
-    case Kind::denied:
-        return failure(u"this desktop has been told not to allow screenshots",
-                       u"このデスクトップでは、スクリーンショットが許可されていません");
-    case Kind::picture: pictures = ScreenshotPortal::cut(answer.picture, outputs); break;
-    case Kind::failed: break;
-    }
-    if (pictures.empty())
-        return failure(u"this desktop does not give a picture of the screen",
-                       u"このデスクトップからは画面の画像を取得できません");
-    return {.pictures = std::move(pictures), .windows = std::move(windows)};
+    if (what == FreezeFor::window && windows.source == WaylandCurtain::Windows::Source::nobody)
+        return {.instead = Instead::dialog};
+    Frozen frozen = frozenByPortal(bus, outputs);
+    frozen.windows = std::move(windows);
+    return frozen;
 }
 
 } // namespace qm

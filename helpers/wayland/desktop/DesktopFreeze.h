@@ -2,9 +2,15 @@
 
 #include "helpers/wayland/WaylandCurtain.h"
 
+#include <QString>
+
 namespace qm {
 
-// Asks the desktop for the pictures of all monitors: KWin itself, otherwise the portal.
-WaylandCurtain::Frozen freezeByDesktop(const WaylandOutputs &outputs);
+// Asks the desktop for the pictures of all monitors: KWin itself, otherwise the portal. Where that refuses, its dialog is left,
+// and for a window also where nobody knows the windows.
+enum class FreezeFor { region, window };
+WaylandCurtain::Frozen freezeByDesktop(const WaylandOutputs &outputs, FreezeFor what);
+
+QString noPictureOfScreen(); // the reason where none of these gives one
 
 } // namespace qm

@@ -19,6 +19,7 @@ using namespace std::chrono_literals;
 namespace {
 
 constexpr char service[] = "org.freedesktop.portal.Desktop";
+constexpr char requests[] = "org.freedesktop.portal.Request";
 constexpr auto startLimit = 10s; // for the portal itself, which the call may start
 constexpr auto questionLimit = 60s;
 constexpr auto humanly = 50ms; // no user answers faster
@@ -62,6 +63,33 @@ std::string requestPath(const UserBus &bus)
     return "/org/freedesktop/portal/desktop/request/" + sender + '/' + token;
 }
 
+// Whether the user's answer to the question for permission is kept, and was no. It is kept by application: programs outside of
+// sandboxes have no name there, or that of their desktop file.
+bool isDenied(const UserBus &bus)
+{
+    const BusMessage question =
+        bus.newCall("org.freedesktop.impl.portal.PermissionStore", "/org/freedesktop/impl/portal/PermissionStore",
+                    "org.freedesktop.impl.portal.PermissionStore", "Lookup");
+    if (!question || sd_bus_message_append(question.get(), "ss", "screenshot", "screenshot") < 0)
+        return false;
+    const BusMessage answer = bus.call(question, startLimit);
+    if (!answer || sd_bus_message_enter_container(answer.get(), 'a', "{sas}") < 0)
+        return false;
+    bool isDenied = false;
+    while (sd_bus_message_enter_container(answer.get(), 'e', "sas") > 0) {
+        const char *application = "", *permission = "";
+        if (sd_bus_message_read(answer.get(), "s", &application) < 0 ||
+            sd_bus_message_enter_container(answer.get(), 'a', "s") < 0)
+            return false;
+        const bool isOurs = !*application || std::string_view(application) == "org.quillmere.Quillmere";
+        while (sd_bus_message_read(answer.get(), "s", &permission) > 0)
+            isDenied |= isOurs && std::string_view(permission) == "no";
+        sd_bus_message_exit_container(answer.get());
+        sd_bus_message_exit_container(answer.get());
+    }
+    return isDenied;
+}
+
 // The file is ours to remove: the portal leaves it among the user's pictures.
 QImage takenFrom(const QString &uri)
 {
@@ -76,37 +104,43 @@ QImage takenFrom(const QString &uri)
 
 } // namespace
 
-ScreenshotPortal::Answer ScreenshotPortal::take(const UserBus &bus)
+ScreenshotPortal::Answer ScreenshotPortal::take(const UserBus &bus, Manner manner)
 {
+    using Kind = Answer::Kind;
+    const bool isSilent = manner == Manner::silent;
     const std::string path = requestPath(bus);
     Response response;
     sd_bus_slot *slot = nullptr;
-    if (path.empty() || sd_bus_match_signal(bus.get(), &slot, nullptr, path.c_str(), "org.freedesktop.portal.Request",
-                                            "Response", responded, &response) < 0)
+    if (path.empty() ||
+        sd_bus_match_signal(bus.get(), &slot, nullptr, path.c_str(), requests, "Response", responded, &response) < 0)
         return {};
     const BusSlot listening(slot);
     const BusMessage question =
         bus.newCall(service, "/org/freedesktop/portal/desktop", "org.freedesktop.portal.Screenshot", "Screenshot");
-    if (!question ||
-        sd_bus_message_append(question.get(), "sa{sv}", "", 2, "handle_token", "s", token, "interactive", "b", 0) < 0)
+    if (!question || sd_bus_message_append(question.get(), "sa{sv}", "", 2, "handle_token", "s", token, "interactive",
+                                           "b", isSilent ? 0 : 1) < 0)
         return {};
     if (!bus.call(question, startLimit))
-        return {};
+        return {.kind = isSilent ? Kind::refused : Kind::failed};
     QElapsedTimer asked; // not before: the call may have had to start the portal
     asked.start();
-    if (!bus.waitFor([&response] { return response.code.has_value(); }, questionLimit))
+    if (!bus.waitFor([&response] { return response.code.has_value(); }, questionLimit)) {
+        bus.call(bus.newCall(service, path.c_str(), requests, "Close"), startLimit); // or the dialog stays
         return {};
+    }
     if (response.code == 0U) {
         const QImage picture = takenFrom(response.uri);
-        return {picture.isNull() ? Answer::Kind::failed : Answer::Kind::picture, picture};
+        return {picture.isNull() ? Kind::failed : Kind::picture, picture};
     }
-    if (response.code == 2U && std::chrono::milliseconds(asked.elapsed()) < humanly)
-        return {.kind = Answer::Kind::denied};
-    return {.kind = Answer::Kind::cancelled};
+    if (response.code == 1U || std::chrono::milliseconds(asked.elapsed()) >= humanly)
+        return {.kind = Kind::cancelled};
+    return {.kind = !isSilent ? Kind::failed : isDenied(bus) ? Kind::denied : Kind::refused};
 }
 
 std::vector<OutputPicture> ScreenshotPortal::cut(const QImage &picture, const WaylandOutputs &outputs)
 {
+    if (picture.isNull())
+        return {};
     QRect all;
     for (const std::unique_ptr<WaylandOutput> &output : outputs.all())
         all |= output->logical;

@@ -17,13 +17,16 @@ struct Answer {
         picture,
         cancelled, // by the user
         denied,    // by the user, some time ago: nothing was asked now
+        refused,   // by the portal, which asked nobody
         failed,
     } kind = Kind::failed;
-    QImage picture = {}; // the whole desktop
+    QImage picture = {}; // the whole desktop, or what was chosen in the dialog
 };
-Answer take(const UserBus &bus); // within a minute, for someone reads a question
+// Within a minute, for someone reads a question. Silent: nothing else is asked than for permission.
+enum class Manner { silent, dialog };
+Answer take(const UserBus &bus, Manner manner);
 
-// What each monitor shows of such a picture, in the monitor's own pixels; empty if it is not one of the whole desktop. The
+// What each monitor shows of such a picture, in the monitor's own pixels; empty if it is null, or not one of the whole desktop. The
 // picture has one scale for all monitors, whatever theirs are.
 std::vector<OutputPicture> cut(const QImage &picture, const WaylandOutputs &outputs);
 

@@ -6,6 +6,7 @@
 #include <QDBusConnection>
 #include <QDBusContext>
 #include <QDBusMessage>
+#include <QDBusMetaType>
 #include <QDBusObjectPath>
 #include <QDBusUnixFileDescriptor>
 #include <QDir>
@@ -125,23 +126,46 @@ class Portal : public QObject, protected QDBusContext
 public:
     QString file; // of the answer
     uint code = 0;
-    int delay = 0; // ms
+    std::optional<uint> dialogCode = {}; // if it differs
+    int delay = 0;                       // ms
+    QList<bool> asked = {};              // for a dialog?
 
 public Q_SLOTS:
     QDBusObjectPath Screenshot(const QString &, const QVariantMap &options)
     {
+        asked.append(options[u"interactive"_s].toBool());
+        const uint answer = asked.last() ? dialogCode.value_or(code) : code;
         const QString sender = message().service().mid(1).replace(u'.', u'_');
         const QString path =
             u"/org/freedesktop/portal/desktop/request/%1/%2"_s.arg(sender, options[u"handle_token"_s].toString());
         QDBusMessage response = QDBusMessage::createSignal(path, u"org.freedesktop.portal.Request"_s, u"Response"_s);
-        response << code
-                 << (code ? QVariantMap()
+        response << answer
+                 << (answer ? QVariantMap()
                           : QVariantMap{{u"uri"_s, QUrl::fromLocalFile(file).toString(QUrl::FullyEncoded)}});
         if (delay)
             QTimer::singleShot(delay, this, [response, bus = connection()] { bus.send(response); });
         else
             connection().send(response); // before the call has been answered
         return QDBusObjectPath(path);
+    }
+};
+
+using Permissions = QMap<QString, QStringList>; // by application
+
+class PermissionStore : public QObject, protected QDBusContext
+{
+    Q_OBJECT
+    Q_CLASSINFO("D-Bus Interface", "org.freedesktop.impl.portal.PermissionStore")
+
+public:
+    Permissions kept;
+
+public Q_SLOTS:
+    void Lookup(const QString &table, const QString &, const QDBusMessage &message)
+    {
+        setDelayedReply(true);
+        connection().send(message.createReply({QVariant::fromValue(table == u"screenshot" ? kept : Permissions()),
+                                               QVariant::fromValue(QDBusVariant(0))}));
     }
 };
 
@@ -152,6 +176,7 @@ class tst_DesktopFreeze : public QObject
 private Q_SLOTS:
     void initTestCase()
     {
+        qDBusRegisterMetaType<Permissions>();
         std::signal(SIGPIPE, SIG_IGN); // of a reader that gives up
         // The session's own configuration would start the machine's services in place of these.
         m_desktop.home().write(
@@ -294,8 +319,6 @@ private Q_SLOTS:
         QTest::newRow("answered before the call has returned") << 2.0 << 0U << 0 << QByteArray();
         QTest::newRow("cancelled") << 0.0 << 1U << 200 << QByteArray();
         QTest::newRow("denied by someone") << 0.0 << 2U << 200 << QByteArray();
-        QTest::newRow("denied some time ago")
-            << 0.0 << 2U << 0 << QByteArray("qmcapture: this desktop has been told not to allow screenshots\n");
         QTest::newRow("no file") << 0.0 << 0U << 0 << nothing;
         QTest::newRow("of one window") << 0.5 << 0U << 0 << nothing;
     }
@@ -330,6 +353,53 @@ private Q_SLOTS:
         QVERIFY(m_services.unregisterService(u"org.freedesktop.portal.Desktop"_s));
     }
 
+    // Where the portal refuses, or nobody knows the windows, its own dialog is left.
+    void dialog_data()
+    {
+        QTest::addColumn<QString>("way");
+        QTest::addColumn<Permissions>("kept");
+        QTest::addColumn<uint>("dialogCode");
+        QTest::addColumn<QList<bool>>("asked"); // for a dialog?
+        QTest::addColumn<int>("exitCode");
+        const Permissions none, others{{u"org.example.Other"_s, {u"no"_s}}}, ours{{QString(), {u"no"_s}}};
+        const QString all = u"--desktop"_s, window = u"-iw"_s;
+        QTest::newRow("refused") << all << none << 0U << QList<bool>{false, true} << 0;
+        QTest::newRow("denied to another program") << all << others << 0U << QList<bool>{false, true} << 0;
+        QTest::newRow("denied some time ago") << all << ours << 0U << QList<bool>{false} << 3;
+        QTest::newRow("not shown either") << all << none << 2U << QList<bool>{false, true} << 1;
+        QTest::newRow("a window") << window << ours << 0U << QList<bool>{true} << 0;
+        QTest::newRow("cancelled") << window << none << 1U << QList<bool>{true} << 0;
+    }
+    void dialog()
+    {
+        QFETCH(QString, way);
+        QFETCH(Permissions, kept);
+        QFETCH(uint, dialogCode);
+        QFETCH(QList<bool>, asked);
+        QFETCH(int, exitCode);
+        Portal portal;
+        portal.code = 2;
+        portal.dialogCode = dialogCode;
+        portal.file = m_desktop.home().file(u"Screenshot.png"_s);
+        const QImage window = m_shown[0].copy(50, 50, 300, 200);
+        if (asked.last() && dialogCode == 0)
+            QVERIFY(window.save(portal.file));
+        PermissionStore store;
+        store.kept = kept;
+        serve(u"org.freedesktop.portal.Desktop"_s, u"/org/freedesktop/portal/desktop"_s, portal);
+        serve(u"org.freedesktop.impl.portal.PermissionStore"_s, u"/org/freedesktop/impl/portal/PermissionStore"_s,
+              store);
+        const bool isTaken = QFile::exists(portal.file);
+        QProcess &helper = capture(way);
+        QCOMPARE(portal.asked, asked);
+        QCOMPARE(helper.exitCode(), exitCode);
+        QCOMPARE(helper.readAllStandardError().isEmpty(), exitCode == 0);
+        QCOMPARE(QImage(m_result).convertToFormat(QImage::Format_RGB32), isTaken ? window : QImage());
+        QVERIFY(!QFile::exists(portal.file));
+        QVERIFY(m_services.unregisterService(u"org.freedesktop.impl.portal.PermissionStore"_s));
+        QVERIFY(m_services.unregisterService(u"org.freedesktop.portal.Desktop"_s));
+    }
+
 private:
     void serve(const QString &name, const QString &path, QObject &object)
     {
@@ -337,9 +407,9 @@ private:
         QVERIFY(m_services.registerService(name));
     }
 
-    QProcess &capture()
+    QProcess &capture(const QString &way = u"--desktop"_s)
     {
-        QProcess &helper = m_desktop.start(program, {u"--desktop"_s, m_result}, {u"QUILLMERE_DISPLAY=desktop"_s});
+        QProcess &helper = m_desktop.start(program, {way, m_result}, {u"QUILLMERE_DISPLAY=desktop"_s});
         Desktop::ended(helper);
         return helper;
     }
