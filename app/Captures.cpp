@@ -5,6 +5,7 @@
 #include "config/FolderPresence.h"
 #include "config/UserDefaults.h"
 #include "index/OcrRunner.h"
+#include "platform/CaptureRoad.h"
 #include "platform/Clipboard.h"
 #include "platform/Notification.h"
 #include "platform/QtQueue.h"
@@ -48,6 +49,9 @@ Captures::~Captures() = default;
 
 void Captures::take(const Command &command, const QRect &menu)
 {
+    m_latest = command;
+    m_latest.delay = 0s;
+    m_latest.isFromMenu = false;
     CaptureTool::Request request;
     switch (command.verb) {
     case Command::Verb::captureWindow: request.way = Way::window; break;
@@ -145,8 +149,17 @@ void Captures::sayWhatWentWrong(const CaptureResult &result)
                             u"%1 に保存できませんでした: %2。クリップボードにもありません。")
                 .arg(folder, reason));
     } else {
-        say(AppLocale::text(u"No screenshot was taken", u"撮影できませんでした"), reason);
+        const QString title = AppLocale::text(u"No screenshot was taken", u"撮影できませんでした");
+        result.isDenied ? sayItIsDenied(title, reason) : say(title, reason);
     }
+}
+
+// The desktop keeps the answer for ever, and many have forgotten that they gave it.
+void Captures::sayItIsDenied(const QString &title, const QString &reason)
+{
+    const auto askAgain = [this] { CaptureRoad::askAgain([this] { take(m_latest); }); };
+    Notification::offer(title, reason, {}, {{AppLocale::text(u"Ask Again", u"もう一度確認"), askAgain}},
+                        [this, title, reason] { m_trayMessage(title, reason); });
 }
 
 void Captures::sayWhereCapturesGo()

@@ -39,6 +39,7 @@ private:
     void sayWhatWasRead(const CaptureResult &result);
     void captured(const CaptureResult &result);
     void sayWhatWentWrong(const CaptureResult &result);
+    void sayItIsDenied(const QString &title, const QString &reason);
     void sayWhereCapturesGo(); // if it is not where the settings say
     void say(const QString &title, const QString &text);
     void copyFile(const QString &file);
@@ -49,6 +50,7 @@ private:
     CaptureCards m_cards;
     std::unique_ptr<Countdown> m_countdown; // to a capture that was asked for with a delay
     CaptureRunner m_runner;
+    Command m_latest;                        // of the capture commands
     QString m_fileOnClipboard;               // what was put there last
     QPointer<const QMimeData> m_onClipboard; // and the clipboard's own object for it
 };

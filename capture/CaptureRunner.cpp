@@ -58,6 +58,7 @@ std::optional<CaptureResult> captured(const CaptureTool::Request &request, const
     result.picture = Pasteboard::contentOf(result.error.isEmpty() ? result.path : unsaved);
     if (result.picture.image.isNull() && result.error.isEmpty())
         result.error = complaint(said ? said->errors : "the capture tool cannot be started");
+    result.isDenied = said && said->exitCode == CaptureTool::deniedStatus;
     return result.picture.image.isNull() && result.error.isEmpty() ? std::nullopt : std::optional(result);
 }
 
@@ -111,6 +112,7 @@ void CaptureRunner::runCapture(CaptureTool::Request request)
     const QString folder = ConfigStore::resolveCaptureDir();
     ConfigStore::createFolder(folder); // where that fails, the picture is saved elsewhere
     const QString path = freePath(folder, request.way);
+    request.isForClipboard = true;
     request.trigger = rawValue(ConfigStore::resolveHotkey().modifier);
     request.unsaved = ConfigStore::runtimeFolder() + QStringLiteral("/quillmere-unsaved.png");
     start(path, [tool = *tool, request, path, thumbnail = m_thumbnail] {

@@ -27,6 +27,7 @@ struct CaptureResult {
     bool isRegion = false; // area is a region of the user's own
     QString color = {};    // "#rrggbb", if the user took one
     QString error = {};    // why there is no file; empty if there is one
+    bool isDenied = false; // it is because the user once forbade the desktop to give pictures of the screen
     QString cut = {};      // why the file ends early, if it could not be written further
 
     // Of captureText(), for which there is never a file.

@@ -7,9 +7,11 @@
 #include "index/IndexTrouble.h"
 #include "index/OcrRunner.h"
 #include "index/ShotStore.h"
+#include "platform/CaptureRoad.h"
 #include "platform/ToolPaths.h"
 #include "ui/AppLocale.h"
 #include "ui/HelperReason.h"
+#include "ui/RoadName.h"
 
 #include <QFileInfo>
 
@@ -65,6 +67,19 @@ struct Fact {
 
 } // namespace
 
+static Fact roadFact()
+{
+    static constexpr std::array names = {u"none", u"system", u"x11", u"compositor", u"kwin", u"portal"};
+    const CaptureRoad road = CaptureRoad::current();
+    const QString name = QString::fromUtf16(names[size_t(road.kind)]);
+    return {u"road",
+            text(u"Screenshots by", u"画面の取得方法"),
+            name,
+            {roadName(road.kind), road.isDenied ? text(u"not allowed; the settings window can ask again",
+                                                       u"許可されていません（設定ウィンドウで確認し直せます）")
+                                                : QString()}};
+}
+
 static std::vector<Fact> settingsFacts()
 {
     const Hotkey hotkey = ConfigStore::resolveHotkey();
@@ -92,6 +107,7 @@ static std::vector<Fact> settingsFacts()
          text(u"Screenshot folder", u"スクリーンショットのフォルダー"),
          source,
          {origin(u"source"), folderState(source)}},
+        roadFact(),
         {u"hotkey", text(u"Trigger key", u"トリガーキー"), rawValue(hotkey.modifier), {origin(u"hotkey")}},
         {u"holdThreshold",
          text(u"Hold threshold (s)", u"長押しの時間（秒）"),

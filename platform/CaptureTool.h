@@ -23,10 +23,14 @@ struct Request {
     QRect area;       // for Way::area
     QRect lastRegion; // offered to be taken again; null if there is none
     QRect rest;       // something of ours was shown there: wait until what lay below has come to rest; may be null
-    bool isPatient = false; // an open menu is to be captured: wait until its program lets go of the keyboard
-    QString trigger;        // name of the key that starts captures
-    QString unsaved;        // where the picture goes if it cannot be written to its path; empty: nowhere
+    bool isPatient = false;      // an open menu is to be captured: wait until its program lets go of the keyboard
+    bool isForClipboard = false; // the tool may put the picture there, if it alone can
+    QString trigger;             // name of the key that starts captures
+    QString unsaved;             // where the picture goes if it cannot be written to its path; empty: nowhere
 };
+
+// With which the system's tool ends if the user once forbade the desktop to give pictures of the screen.
+constexpr int deniedStatus = 3;
 
 QString text(const QRect &area); // "x,y,w,h"
 

@@ -5,6 +5,7 @@
 #include "settings/FittedScrollArea.h"
 #include "settings/FolderField.h"
 #include "settings/KeyTest.h"
+#include "settings/RoadField.h"
 #include "ui/AppLocale.h"
 #include "ui/Symbol.h"
 #include "ui/SystemLook.h"
@@ -175,6 +176,9 @@ void GeneralForm::addStorage(QFormLayout &form)
     m_captions.append(caption);
     form.addRow(QString(), caption);
 
+    m_road = new RoadField;
+    form.addRow(text(u"Screenshots by", u"画面の取得方法"), m_road);
+
     m_showPreview = addCheckBox(form, text(u"Show a preview after each capture", u"撮影後にプレビューを表示する"),
                                 &GeneralSettings::showPreview);
 }
@@ -257,6 +261,7 @@ void GeneralForm::reload()
     if (m_state.cloud == m_saved.cloud)
         follow(GeneralSettings::read()); // otherwise with the answer about the folder that was entered
     askForSource();
+    m_road->refresh();
     check();
     scheduleRefresh();
 }

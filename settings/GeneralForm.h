@@ -22,6 +22,7 @@ namespace qm {
 
 class FolderField;
 class KeyTest;
+class RoadField;
 
 // The "Settings" tab. Edits a copy of the settings; save() writes what the user has touched. Unsaved edits survive hiding,
 // and values the user has not touched are updated from the files whenever the form is shown. The folders that are entered
@@ -87,6 +88,7 @@ private:
     QSlider *m_threshold = nullptr;
     QLabel *m_thresholdValue = nullptr;
     KeyTest *m_keyTest = nullptr;
+    RoadField *m_road = nullptr;
     QCheckBox *m_showPreview = nullptr;
     QCheckBox *m_autoOcr = nullptr;
     QCheckBox *m_launchAtLogin = nullptr;

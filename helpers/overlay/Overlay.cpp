@@ -35,9 +35,11 @@ Overlay::Choice Overlay::run()
 
     Choice choice;
     choice.failure = loop();
-    m_desktop.lift();
     if (choice.failure.isEmpty() && m_picker->result() != Picker::Result::open)
         choice.result = m_picker->result();
+    if (m_options.chosen && choice.result != Picker::Result::cancelled)
+        m_options.chosen(choice.result);
+    m_desktop.lift();
     if (choice.result == Picker::Result::window) {
         choice.window = m_picker->window();
         choice.area = m_scene.windowArea(choice.window);

@@ -25,6 +25,7 @@ public:
         // Called once the screen is dimmed; must create a QGuiApplication, of any platform, for the fonts. Starting one
         // takes longer than everything before it.
         std::function<void()> makeReadyForText;
+        std::function<void(Picker::Result)> chosen = {}; // called, if it is there, with the overlay still on the screen
     };
     struct Choice {
         Picker::Result result = Picker::Result::cancelled;

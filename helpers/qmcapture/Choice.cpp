@@ -6,6 +6,7 @@
 #include "helpers/wayland/desktop/DesktopFreeze.h"
 #include "helpers/wayland/desktop/ScreenshotPortal.h"
 #include "helpers/wayland/desktop/UserBus.h"
+#include "helpers/wayland/overlay/ClipboardOffer.h"
 #include "helpers/wayland/overlay/WaylandOverlay.h"
 #include "helpers/x11/overlay/X11Overlay.h"
 #include "imaging/PngWriter.h"
@@ -44,11 +45,18 @@ int fail(QJsonObject what, const QString &reason)
     return 1;
 }
 
-std::unique_ptr<OverlayDesktop> overlayOn(const RaisedCurtain &curtain, const char *trigger)
+struct OverlayInUse {
+    std::unique_ptr<OverlayDesktop> desktop = {};
+    WaylandOverlay *wayland = nullptr; // the same, if it is one
+};
+
+OverlayInUse overlayOn(const RaisedCurtain &curtain, const char *trigger)
 {
-    if (curtain.wayland)
-        return std::make_unique<WaylandOverlay>(*curtain.wayland, trigger);
-    return std::make_unique<X11Overlay>(*curtain.x11, trigger);
+    if (!curtain.wayland)
+        return {std::make_unique<X11Overlay>(*curtain.x11, trigger)};
+    auto overlay = std::make_unique<WaylandOverlay>(*curtain.wayland, trigger);
+    WaylandOverlay *wayland = overlay.get();
+    return {std::move(overlay), wayland};
 }
 
 std::unique_ptr<FrozenScreen> screenBehind(const RaisedCurtain &curtain)
@@ -94,8 +102,13 @@ Overlay::Choice choiceWithoutAsking(const CaptureRequest &request, FrozenScreen 
 
 // Writes the picture to the request's path. If that is one of our names and meanwhile belongs to another capture, the
 // next second's is taken. Where that fails, to the request's other path, for this user's eyes only.
-int save(const CaptureRequest &request, const Image &image, QJsonObject what)
+int save(const CaptureRequest &request, const Image &image, QJsonObject what, ClipboardOffer *offer = nullptr)
 {
+    const auto deliver = [offer](const QString &path) {
+        QFile file(path);
+        if (offer && file.open(QIODevice::ReadOnly))
+            offer->deliver(file.readAll());
+    };
     QString path = QFile::decodeName(request.path);
     const bool isOurName = CaptureNames::takenAt(QFileInfo(path).fileName()).has_value();
     Outcome written = isOurName ? PngWriter::writeNew(path, image) : PngWriter::write(path, image);
@@ -106,13 +119,16 @@ int save(const CaptureRequest &request, const Image &image, QJsonObject what)
     if (written) {
         what.insert(QStringLiteral("file"), path);
         say(what);
+        deliver(path);
         return 0;
     }
     if (request.unsaved) {
         umask(S_IRWXG | S_IRWXO);
         const QString unsaved = QFile::decodeName(request.unsaved);
-        if (PngWriter::write(unsaved, image))
+        if (PngWriter::write(unsaved, image)) {
             what.insert(QStringLiteral("unsaved"), unsaved);
+            deliver(unsaved);
+        }
     }
     return fail(what, written.reason());
 }
@@ -151,23 +167,33 @@ extern "C" Q_DECL_EXPORT int quillmereChoose(const RaisedCurtain &curtain, const
     if (curtain.wayland && !curtain.wayland->isUp())
         return captureByDialog(request, curtain.wayland->outputs());
     std::unique_ptr<QGuiApplication> fonts;
-    std::unique_ptr<OverlayDesktop> desktop;
+    OverlayInUse inUse;
+    std::unique_ptr<ClipboardOffer> offer;
     std::unique_ptr<FrozenScreen> alone;
     Overlay::Choice choice;
     if (request.way == Way::region || request.way == Way::window) {
-        desktop = overlayOn(curtain, request.trigger);
+        inUse = overlayOn(curtain, request.trigger);
+        const auto offerTo = [&](Picker::Result result) {
+            using What = ClipboardOffer::What;
+            if (inUse.wayland && request.isForClipboard)
+                offer = ClipboardOffer::make(curtain.wayland->server(), curtain.wayland->seat(),
+                                             inUse.wayland->latestSerial(),
+                                             result == Picker::Result::color ? What::text : What::picture);
+        };
         using Offer = Picker::Offer;
-        Overlay overlay(*desktop, {.mode = request.way == Way::region ? Picker::Mode::region : Picker::Mode::window,
-                                   .offer = desktop->screen().knowsWindows() ? Offer::all : Offer::noWindows,
-                                   .lastRegion = request.lastRegion,
-                                   .patience = request.isPatient ? 60s : 1s,
-                                   .makeReadyForText = [&] { fonts = startFonts(); }});
+        Overlay overlay(*inUse.desktop,
+                        {.mode = request.way == Way::region ? Picker::Mode::region : Picker::Mode::window,
+                         .offer = inUse.desktop->screen().knowsWindows() ? Offer::all : Offer::noWindows,
+                         .lastRegion = request.lastRegion,
+                         .patience = request.isPatient ? 60s : 1s,
+                         .makeReadyForText = [&] { fonts = startFonts(); },
+                         .chosen = offerTo});
         choice = overlay.run();
     } else {
         alone = screenBehind(curtain);
         choice = choiceWithoutAsking(request, *alone);
     }
-    FrozenScreen &screen = desktop ? desktop->screen() : *alone;
+    FrozenScreen &screen = inUse.desktop ? inUse.desktop->screen() : *alone;
     if (!choice.failure.isEmpty())
         return fail({}, choice.failure);
     if (choice.result == Picker::Result::cancelled)
@@ -175,8 +201,11 @@ extern "C" Q_DECL_EXPORT int quillmereChoose(const RaisedCurtain &curtain, const
     const QRect &area = choice.area;
     QJsonObject what{{QStringLiteral("area"), QJsonArray{area.x(), area.y(), area.width(), area.height()}}};
     if (choice.result == Picker::Result::color) {
-        what.insert(QStringLiteral("color"), QColor(screen.pixels().pixel(area.topLeft())).name());
+        const QString color = QColor(screen.pixels().pixel(area.topLeft())).name();
+        what.insert(QStringLiteral("color"), color);
         say(what);
+        if (offer)
+            offer->deliver(color.toLatin1());
         return 0;
     }
     what.insert(QStringLiteral("what"), QLatin1String(name(choice.result)));
@@ -186,7 +215,7 @@ extern "C" Q_DECL_EXPORT int quillmereChoose(const RaisedCurtain &curtain, const
     for (const int signal : {SIGTERM, SIGINT, SIGHUP})
         std::signal(signal, SIG_IGN);
     const int scale = pictureScale(screen.monitors(), area);
-    return save(request, {pixels, QSizeF(pixels.size()) / scale}, what);
+    return save(request, {pixels, QSizeF(pixels.size()) / scale}, what, offer.get());
 }
 
 extern "C" Q_DECL_EXPORT WaylandCurtain::Frozen quillmereFreeze(const WaylandOutputs &outputs,

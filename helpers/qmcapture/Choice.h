@@ -15,6 +15,7 @@ struct CaptureRequest {
     QRect lastRegion; // may be taken again; null if there is none
     QRect rest;       // must come to rest before the screen is frozen; null: nothing has to
     bool isPatient = false;
+    bool isForClipboard = false;   // where only the overlay can fill it, it does
     const char *trigger = "";      // name of the modifier key that starts captures
     const char *unsaved = nullptr; // where the picture goes if path cannot be written; null: nowhere
     const char *path = nullptr;

@@ -7,6 +7,7 @@
 //   --rest X,Y,W,H   a menu was there: what lay below must come to rest before the screen is frozen
 //   --last X,Y,W,H   the last region, which can be taken again
 //   --patient        wait a minute, not a second, for a program that has grabbed the input: its menu is to be captured
+//   --clipboard      what is chosen also goes to the clipboard where the caller cannot put it there: on Wayland without data control
 //   --trigger NAME   the modifier key that starts captures: tapped at once, it cancels
 //   --unsaved PATH   where the picture goes if PATH cannot be written
 // QUILLMERE_DISPLAY=x11 prefers X11 where both are; desktop asks the desktop for the pictures, as compositors demand that let
@@ -94,17 +95,18 @@ std::optional<CaptureRequest> parse(int count, char **values)
             into = given.value_or(QRect());
             return given.has_value();
         };
-        const bool makesSense = option == "-i"          ? take(Way::region)
-                                : option == "-iw"       ? take(Way::window)
-                                : option == "--monitor" ? take(Way::monitor)
-                                : option == "--desktop" ? take(Way::desktop)
-                                : option == "--area"    ? take(Way::area) && takeRectangle(request.area)
-                                : option == "--rest"    ? takeRectangle(request.rest)
-                                : option == "--last"    ? takeRectangle(request.lastRegion)
-                                : option == "--patient" ? (request.isPatient = true)
-                                : option == "--trigger" ? (request.trigger = values[++i]) != nullptr
-                                : option == "--unsaved" ? (request.unsaved = values[++i]) != nullptr
-                                                        : false;
+        const bool makesSense = option == "-i"            ? take(Way::region)
+                                : option == "-iw"         ? take(Way::window)
+                                : option == "--monitor"   ? take(Way::monitor)
+                                : option == "--desktop"   ? take(Way::desktop)
+                                : option == "--area"      ? take(Way::area) && takeRectangle(request.area)
+                                : option == "--rest"      ? takeRectangle(request.rest)
+                                : option == "--last"      ? takeRectangle(request.lastRegion)
+                                : option == "--patient"   ? (request.isPatient = true)
+                                : option == "--clipboard" ? (request.isForClipboard = true)
+                                : option == "--trigger"   ? (request.trigger = values[++i]) != nullptr
+                                : option == "--unsaved"   ? (request.unsaved = values[++i]) != nullptr
+                                                          : false;
         if (!makesSense || i + 1 >= count)
             return {};
     }

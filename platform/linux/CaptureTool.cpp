@@ -14,6 +14,8 @@ QStringList CaptureTool::arguments(const Request &request, const QString &path)
     add(QStringLiteral("--last"), request.lastRegion);
     if (request.isPatient)
         words << QStringLiteral("--patient");
+    if (request.isForClipboard)
+        words << QStringLiteral("--clipboard");
     if (!request.trigger.isEmpty())
         words << QStringLiteral("--trigger") << request.trigger;
     if (!request.unsaved.isEmpty())

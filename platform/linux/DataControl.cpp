@@ -1,5 +1,6 @@
 #include "platform/linux/DataControl.h"
 
+#include "platform/wayland/ReaderPipe.h"
 #include "platform/wayland/WaylandServer.h"
 
 #include <QBuffer>
@@ -7,12 +8,8 @@
 #include <QDeadlineTimer>
 #include <QImage>
 
-#include <csignal>
-#include <fcntl.h>
-#include <poll.h>
 #include <protocol/data-control.h>
 #include <thread>
-#include <unistd.h>
 #include <wayland-client-protocol.h>
 
 namespace qm {
@@ -23,7 +20,6 @@ using namespace Qt::StringLiterals;
 namespace {
 
 constexpr auto endLimit = 500ms;
-constexpr auto readerLimit = 30s; // for a program that asked for content and does not read it
 
 const QStringList textTypes = {u"text/plain;charset=utf-8"_s, u"text/plain"_s, u"UTF8_STRING"_s, u"STRING"_s,
                                u"TEXT"_s};
@@ -63,27 +59,6 @@ QByteArray bytesOf(const QMimeData &content, const QString &type)
         }
     }
     return {};
-}
-
-// On a thread of its own. Closes file.
-void writeAll(int file, const QByteArray &bytes)
-{
-    sigset_t brokenPipe;
-    sigemptyset(&brokenPipe);
-    sigaddset(&brokenPipe, SIGPIPE); // ends the process where it is not blocked
-    pthread_sigmask(SIG_BLOCK, &brokenPipe, nullptr);
-    fcntl(file, F_SETFL, O_NONBLOCK);
-    qsizetype written = 0;
-    while (written < bytes.size()) {
-        pollfd ready = {file, POLLOUT, 0};
-        if (poll(&ready, 1, int(std::chrono::milliseconds(readerLimit).count())) <= 0)
-            break;
-        const ssize_t count = write(file, bytes.constData() + written, size_t(bytes.size() - written));
-        if (count < 0 && errno != EAGAIN && errno != EINTR)
-            break; // it has enough, or has gone
-        written += std::max<ssize_t>(count, 0);
-    }
-    close(file);
 }
 
 } // namespace
@@ -172,7 +147,9 @@ void DataControl::set(std::unique_ptr<QMimeData> content)
             .send =
                 [](void *offer, zwlr_data_control_source_v1 *, const char *type, int32_t file) {
                     const QMimeData &offered = *(*static_cast<std::shared_ptr<Offer> *>(offer))->content;
-                    std::thread(writeAll, file, bytesOf(offered, QString::fromUtf8(type))).detach();
+                    std::thread([file, bytes = bytesOf(offered, QString::fromUtf8(type))] {
+                        writeToReader(file, {bytes.constData(), size_t(bytes.size())});
+                    }).detach();
                 },
             .cancelled =
                 [](void *data, zwlr_data_control_source_v1 *cancelled) {

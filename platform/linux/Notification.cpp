@@ -110,10 +110,10 @@ void Notification::show(const QString &title, const QString &text, const std::fu
 }
 
 void Notification::offer(const QString &title, const QString &text, const QString &picture,
-                         const QList<Action> &actions)
+                         const QList<Action> &actions, const std::function<void()> &unserved)
 {
     Offers::shared(); // listens before the message can be answered
-    send({title, text, picture, actions}, [] {});
+    send({title, text, picture, actions}, unserved);
 }
 
 } // namespace qm

@@ -9,6 +9,10 @@ void Notification::show(const QString &, const QString &, const std::function<vo
 }
 
 // Windows of our own do that here.
-void Notification::offer(const QString &, const QString &, const QString &, const QList<Action> &) {}
+void Notification::offer(const QString &, const QString &, const QString &, const QList<Action> &,
+                         const std::function<void()> &unserved)
+{
+    unserved();
+}
 
 } // namespace qm

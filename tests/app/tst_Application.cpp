@@ -161,7 +161,7 @@ private Q_SLOTS:
     {
         static const QRegularExpression reason(
             u"(?:Error, \"|(?:error|failure|cut) = (?:QStringLiteral\\()?\"|\"qmocr: |"
-            u"(?:fail|std::string)\\((?:QStringLiteral\\()?\")(\\w[^\"\\\\]+)"_s);
+            u"(?:fail|giveUp|std::string)\\((?:QStringLiteral\\()?\")(\\w[^\"\\\\]+)"_s);
         QStringList untranslated;
         int found = 0;
         for (const QString &name :

@@ -27,7 +27,8 @@ struct WaylandOverlay::Listeners {
         listener.motion = [](void *self, wl_pointer *, uint32_t, wl_fixed_t x, wl_fixed_t y) {
             of(self).moved(point(x, y));
         };
-        listener.button = [](void *self, wl_pointer *, uint32_t, uint32_t, uint32_t button, uint32_t state) {
+        listener.button = [](void *self, wl_pointer *, uint32_t serial, uint32_t, uint32_t button, uint32_t state) {
+            of(self).m_inputSerial = serial;
             of(self).add({.kind = state == WL_POINTER_BUTTON_STATE_PRESSED ? Input::Kind::press : Input::Kind::release,
                           .at = of(self).m_pointer,
                           .button = button == BTN_LEFT    ? Picker::Button::left
@@ -47,8 +48,11 @@ struct WaylandOverlay::Listeners {
                      uint32_t size) { of(self).m_keymap.read(file, size); },
         .enter = [](void *self, wl_keyboard *, uint32_t, wl_surface *, wl_array *) { of(self).m_hasKeyboard = true; },
         .leave = [](void *self, wl_keyboard *, uint32_t, wl_surface *) { of(self).m_repeat.code = {}; },
-        .key = [](void *self, wl_keyboard *, uint32_t, uint32_t, uint32_t code,
-                  uint32_t state) { of(self).key(code, state == WL_KEYBOARD_KEY_STATE_PRESSED); },
+        .key =
+            [](void *self, wl_keyboard *, uint32_t serial, uint32_t, uint32_t code, uint32_t state) {
+                of(self).m_inputSerial = serial;
+                of(self).key(code, state == WL_KEYBOARD_KEY_STATE_PRESSED);
+            },
         .modifiers = [](void *self, wl_keyboard *, uint32_t, uint32_t depressed, uint32_t latched, uint32_t locked,
                         uint32_t group) { of(self).m_keymap.setModifiers(depressed, latched, locked, group); },
         .repeat_info =

@@ -19,6 +19,8 @@ public:
     // trigger: the modifier key that starts captures, named as in the settings; empty if it has no meaning here.
     explicit WaylandOverlay(WaylandCurtain &curtain, const QByteArray &trigger = {});
 
+    quint32 latestSerial() const { return m_inputSerial; } // of a button or a key
+
     FrozenWaylandScreen &screen() override { return m_screen; }
     Start start() override;
     bool isDimmed() const override { return true; }
@@ -68,11 +70,12 @@ private:
         QDeadlineTimer due;
     } m_repeat;
 
-    int m_output = -1; // where the pointer is
-    QPoint m_pointer;  // pixels; the newest that is known
-    QPoint m_at;       // where the user is, as far as input has been taken; arrow keys move it
-    QPoint m_offset;   // from the pointer, which no client can move, to there
-    quint32 m_serial = 0;
+    int m_output = -1;    // where the pointer is
+    QPoint m_pointer;     // pixels; the newest that is known
+    QPoint m_at;          // where the user is, as far as input has been taken; arrow keys move it
+    QPoint m_offset;      // from the pointer, which no client can move, to there
+    quint32 m_serial = 0; // of the pointer's coming
+    quint32 m_inputSerial = 0;
     PointerPicture m_picture;
     std::optional<std::pair<Pointer, double>> m_shape;
 };

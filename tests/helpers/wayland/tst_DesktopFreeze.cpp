@@ -141,7 +141,7 @@ public Q_SLOTS:
         QDBusMessage response = QDBusMessage::createSignal(path, u"org.freedesktop.portal.Request"_s, u"Response"_s);
         response << answer
                  << (answer ? QVariantMap()
-                          : QVariantMap{{u"uri"_s, QUrl::fromLocalFile(file).toString(QUrl::FullyEncoded)}});
+                            : QVariantMap{{u"uri"_s, QUrl::fromLocalFile(file).toString(QUrl::FullyEncoded)}});
         if (delay)
             QTimer::singleShot(delay, this, [response, bus = connection()] { bus.send(response); });
         else
@@ -398,6 +398,49 @@ private Q_SLOTS:
         QVERIFY(!QFile::exists(portal.file));
         QVERIFY(m_services.unregisterService(u"org.freedesktop.impl.portal.PermissionStore"_s));
         QVERIFY(m_services.unregisterService(u"org.freedesktop.portal.Desktop"_s));
+    }
+
+    // What is said of the road, without taking it.
+    void road_data()
+    {
+        QTest::addColumn<QString>("display");
+        QTest::addColumn<QString>("served"); // by KWin
+        QTest::addColumn<Permissions>("kept");
+        QTest::addColumn<QString>("road");
+        const QString anybody, desktop = u"desktop"_s;
+        QTest::newRow("what sway offers") << anybody << program << Permissions() << u"compositor"_s;
+        QTest::newRow("KWin") << desktop << program << Permissions() << u"kwin"_s;
+        QTest::newRow("KWin that serves others") << desktop << u"/bin/sh"_s << Permissions() << u"portal"_s;
+        QTest::newRow("denied") << desktop << QString() << Permissions{{QString(), {u"no"_s}}} << u"portal"_s;
+    }
+    void road()
+    {
+        QFETCH(QString, display);
+        QFETCH(QString, served);
+        QFETCH(Permissions, kept);
+        QFETCH(QString, road);
+        KWin kwin;
+        Portal portal;
+        PermissionStore store;
+        store.kept = kept;
+        m_desktop.home().write(u"applications/org.quillmere.Quillmere.capture.desktop"_s,
+                               "[Desktop Entry]\nExec=" + served.toUtf8() + "\n");
+        if (!served.isEmpty())
+            serve(u"org.kde.KWin"_s, u"/org/kde/KWin/ScreenShot2"_s, kwin);
+        serve(u"org.freedesktop.portal.Desktop"_s, u"/org/freedesktop/portal/desktop"_s, portal);
+        serve(u"org.freedesktop.impl.portal.PermissionStore"_s, u"/org/freedesktop/impl/portal/PermissionStore"_s,
+              store);
+        QProcess &qms =
+            m_desktop.start(QStringLiteral(QM_PROGRAMS "/qms"), {u"status"_s},
+                            {u"QUILLMERE_DISPLAY="_s + display, u"XDG_DATA_HOME="_s + m_desktop.home().path()});
+        QVERIFY(Desktop::ended(qms));
+        const QString said = QString::fromUtf8(qms.readAllStandardOutput());
+        QVERIFY2(said.contains(u"Screenshots by: "_s + road), qPrintable(said));
+        QCOMPARE(said.contains(u"not allowed"_s), !kept.isEmpty());
+        QCOMPARE(portal.asked, QList<bool>());
+        for (const QString &name :
+             {u"org.kde.KWin"_s, u"org.freedesktop.portal.Desktop"_s, u"org.freedesktop.impl.portal.PermissionStore"_s})
+            m_services.unregisterService(name);
     }
 
 private:

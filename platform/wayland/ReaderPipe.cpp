@@ -1,0 +1,33 @@
+#include "platform/wayland/ReaderPipe.h"
+
+#include <algorithm>
+#include <cerrno>
+#include <csignal>
+#include <fcntl.h>
+#include <poll.h>
+#include <unistd.h>
+
+namespace qm {
+
+static constexpr int limit = 30'000; // ms; for a program that asked for content and does not read it
+
+void writeToReader(int pipe, std::span<const char> bytes)
+{
+    sigset_t brokenPipe;
+    sigemptyset(&brokenPipe);
+    sigaddset(&brokenPipe, SIGPIPE); // ends the process where it is not blocked
+    pthread_sigmask(SIG_BLOCK, &brokenPipe, nullptr);
+    fcntl(pipe, F_SETFL, O_NONBLOCK);
+    while (!bytes.empty()) {
+        pollfd ready = {pipe, POLLOUT, 0};
+        if (poll(&ready, 1, limit) <= 0)
+            break;
+        const ssize_t count = write(pipe, bytes.data(), bytes.size());
+        if (count < 0 && errno != EAGAIN && errno != EINTR)
+            break; // it has enough, or has gone
+        bytes = bytes.subspan(size_t(std::max<ssize_t>(count, 0)));
+    }
+    close(pipe);
+}
+
+} // namespace qm
