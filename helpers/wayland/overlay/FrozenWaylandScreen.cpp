@@ -25,9 +25,12 @@ FrozenWaylandScreen::FrozenWaylandScreen(WaylandCurtain &curtain)
 {
     QStringList names;
     for (qsizetype i = 0; i < m_layout.areas().size(); ++i) {
-        const std::string &name = curtain.outputs().all()[size_t(i)]->name;
-        m_monitors.append({QByteArray::fromStdString(name), m_layout.areas()[i], m_layout.scale(int(i))});
-        names.append(QString::fromStdString(name));
+        const WaylandOutput &output = *curtain.outputs().all()[size_t(i)];
+        // GNOME places monitors by their pixels; how large things are is then told by what it asks of clients.
+        const double placed = m_layout.scale(int(i));
+        m_monitors.append(
+            {QByteArray::fromStdString(output.name), m_layout.areas()[i], placed == 1 ? output.scale : placed});
+        names.append(QString::fromStdString(output.name));
     }
     const WaylandCurtain::Windows &known = curtain.windows();
     const QByteArray text = QByteArray::fromStdString(known.text);
