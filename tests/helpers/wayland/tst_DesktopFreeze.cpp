@@ -1,5 +1,6 @@
 // Captures where the compositor lets nobody read its pixels: of the desktop's services there are stand-ins here.
 
+#include "platform/CaptureRoad.h"
 #include "tests/support/PatternWindow.h"
 #include "tests/support/SwayDesktop.h"
 
@@ -161,6 +162,11 @@ public:
     Permissions kept;
 
 public Q_SLOTS:
+    void DeletePermission(const QString &table, const QString &permission, const QString &application)
+    {
+        if (table == u"screenshot" && permission == u"screenshot")
+            kept.remove(application);
+    }
     void Lookup(const QString &table, const QString &, const QDBusMessage &message)
     {
         setDelayedReply(true);
@@ -441,6 +447,20 @@ private Q_SLOTS:
         for (const QString &name :
              {u"org.kde.KWin"_s, u"org.freedesktop.portal.Desktop"_s, u"org.freedesktop.impl.portal.PermissionStore"_s})
             m_services.unregisterService(name);
+    }
+
+    void askAgain()
+    {
+        const QStringList no = {u"no"_s};
+        PermissionStore store;
+        store.kept = {{QString(), no}, {u"org.quillmere.Quillmere"_s, no}, {u"org.example.Other"_s, no}};
+        serve(u"org.freedesktop.impl.portal.PermissionStore"_s, u"/org/freedesktop/impl/portal/PermissionStore"_s,
+              store);
+        bool isDone = false;
+        CaptureRoad::askAgain([&isDone] { isDone = true; });
+        QTRY_VERIFY(isDone);
+        QCOMPARE(store.kept, (Permissions{{u"org.example.Other"_s, no}}));
+        QVERIFY(m_services.unregisterService(u"org.freedesktop.impl.portal.PermissionStore"_s));
     }
 
 private:
