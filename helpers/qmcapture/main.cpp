@@ -10,8 +10,8 @@
 //   --clipboard      what is chosen also goes to the clipboard where the caller cannot put it there: on Wayland without data control
 //   --trigger NAME   the modifier key that starts captures: tapped at once, it cancels
 //   --unsaved PATH   where the picture goes if PATH cannot be written
-// QUILLMERE_DISPLAY=x11 prefers X11 where both are; desktop asks the desktop for the pictures, as compositors demand that let
-// nobody read the screen.
+// QUILLMERE_DISPLAY=x11 prefers X11 where both are; desktop asks the desktop for the pictures, and fills the clipboard here, as
+// compositors demand that let nobody read the screen.
 // Rectangles are pixels of the whole desktop. Standard output has one line of JSON about what became of it:
 //   {"area":[x,y,w,h],"what":"region"|"window"|"screen","file":PATH}
 //   {"area":[x,y,w,h],"color":"#rrggbb"}          the user took a colour

@@ -13,7 +13,7 @@ namespace qm {
 
 using namespace std::chrono_literals;
 
-static constexpr auto limit = 2s;
+static constexpr auto limit = 5s;
 
 ClipboardOffer::ClipboardOffer(WaylandServer &server)
     : m_server(server)
@@ -24,7 +24,9 @@ ClipboardOffer::ClipboardOffer(WaylandServer &server)
 std::unique_ptr<ClipboardOffer> ClipboardOffer::make(WaylandServer &server, const WaylandSeat &seat, uint32_t serial,
                                                      What what)
 {
-    if (!server.globals(zwlr_data_control_manager_v1_interface).empty() || !seat.handle())
+    const bool canApplication = qgetenv("QUILLMERE_DISPLAY") != "desktop" && // which wants what GNOME needs
+                                !server.globals(zwlr_data_control_manager_v1_interface).empty();
+    if (canApplication || !seat.handle())
         return nullptr;
     std::unique_ptr<ClipboardOffer> offer(new ClipboardOffer(server));
     if (!offer->m_manager)

@@ -28,7 +28,7 @@ public:
     ClipboardOffer(const ClipboardOffer &) = delete;
     ClipboardOffer &operator=(const ClipboardOffer &) = delete;
 
-    // Returns once the compositor has it, or something else is on the clipboard, or nobody has asked for it in two seconds. A
+    // Returns once the compositor has it, or something else is on the clipboard, or nobody has asked for it in five seconds. A
     // picture is a PNG file, a text UTF-8.
     void deliver(const QByteArray &content);
 

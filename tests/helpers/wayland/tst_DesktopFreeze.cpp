@@ -1,5 +1,6 @@
 // Captures where the compositor lets nobody read its pixels: of the desktop's services there are stand-ins here.
 
+#include "helpers/curtain/Dimming.h"
 #include "platform/CaptureRoad.h"
 #include "tests/support/PatternWindow.h"
 #include "tests/support/SwayDesktop.h"
@@ -404,6 +405,28 @@ private Q_SLOTS:
         QVERIFY(!QFile::exists(portal.file));
         QVERIFY(m_services.unregisterService(u"org.freedesktop.impl.portal.PermissionStore"_s));
         QVERIFY(m_services.unregisterService(u"org.freedesktop.portal.Desktop"_s));
+    }
+
+    // Only who has the keyboard may fill the clipboard there; the helper stays until its picture has been fetched.
+    void clipboard()
+    {
+        KWin kwin;
+        kwin.pictures = {{u"HEADLESS-1"_s, m_shown[0]}, {u"HEADLESS-2"_s, m_shown[1]}};
+        serve(u"org.kde.KWin"_s, u"/org/kde/KWin/ScreenShot2"_s, kwin);
+        QProcess &helper =
+            m_desktop.start(program, {u"--clipboard"_s, u"-i"_s, m_result}, {u"QUILLMERE_DISPLAY=desktop"_s});
+        QImage dimmed = m_shown[0].copy(0, 500, 200, 100);
+        dim(reinterpret_cast<quint32 *>(dimmed.bits()), reinterpret_cast<quint32 *>(dimmed.bits()),
+            size_t(dimmed.width() * dimmed.height()));
+        QVERIFY(m_desktop.shows(dimmed, {0, 500}));
+        m_desktop.drag({60, 60}, {200, 150});
+        QTRY_VERIFY(QFile::exists(m_result));
+        QFile file(m_result);
+        QVERIFY(file.open(QIODevice::ReadOnly));
+        QCOMPARE(m_desktop.run(u"wl-paste"_s, {u"--no-newline"_s, u"--type"_s, u"image/png"_s}), file.readAll());
+        QVERIFY(Desktop::ended(helper));
+        QVERIFY(m_services.unregisterService(u"org.kde.KWin"_s));
+        m_desktop.movePointer({20, 20});
     }
 
     // What is said of the road, without taking it.
