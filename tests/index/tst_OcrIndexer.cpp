@@ -9,10 +9,27 @@
 #include <QTest>
 
 #include <memory>
+#ifdef __SANITIZE_ADDRESS__
+#include <sanitizer/allocator_interface.h>
+#elif defined __GLIBC__
+#include <malloc.h>
+#endif
 
 using namespace qm;
 using namespace Qt::StringLiterals;
 using namespace std::chrono_literals;
+
+// Bytes that this process has not freed.
+static qint64 allocated()
+{
+#ifdef __SANITIZE_ADDRESS__
+    return qint64(__sanitizer_get_current_allocated_bytes());
+#elif defined __GLIBC__
+    return qint64(mallinfo2().uordblks);
+#else
+    return 0;
+#endif
+}
 
 // Every test runs in virtual time; only the folder's own events need the event loop.
 class tst_OcrIndexer : public QObject
@@ -248,6 +265,32 @@ private Q_SLOTS:
         QCOMPARE(state(), u"0 0 0"_s);
         m_queue->advance(60s);
         QCOMPARE(state(), u"1 0 0"_s);
+    }
+
+    // A picture every ten minutes; in the evening two thousand at once.
+    void aDayLeavesNothingBehind()
+    {
+        installHelper();
+        start();
+        int shots = 0;
+        const auto add = [&](int count) {
+            for (const int end = shots + count; shots < end; ++shots)
+                addShot(u"%1.png"_s.arg(shots));
+            QTRY_VERIFY(m_queue->hasTasks());
+            m_queue->advance(10min);
+            QCoreApplication::processEvents(); // what the watch tells later
+        };
+        const auto descriptors = [] { return QDir(u"/proc/self/fd"_s).count(); };
+        for (int i = 0; i < 48; ++i)
+            add(1);
+        const qint64 before = allocated();
+        const auto openBefore = descriptors();
+        for (int i = 0; i < 16 * 6; ++i)
+            add(1);
+        QVERIFY2(allocated() < before + 25'000, qPrintable(QString::number(allocated() - before)));
+        QCOMPARE(descriptors(), openBefore);
+        add(2000);
+        QVERIFY2(state().startsWith(u"%1 %1 "_s.arg(shots)), qPrintable(state()));
     }
 
     void lateTasksOfAGoneIndexerDoNothing()
