@@ -2,6 +2,7 @@
 #include "imaging/HeifStructure.h"
 #include "imaging/ImageFile.h"
 #include "imaging/PngWriter.h"
+#include "imaging/RowSink.h"
 #include "tests/support/Pixels.h"
 #include "tests/support/PngForge.h"
 
