@@ -1,6 +1,7 @@
 #pragma once
 
 #include <algorithm>
+#include <cstdlib>
 #include <ctime>
 #include <functional>
 #include <limits>
@@ -25,6 +26,13 @@ inline double bestOf(int runs, const std::function<void()> &work, const std::fun
         best = std::min(best, now() - start);
     }
     return best;
+}
+
+// Rows of the index that a benchmark fills: 100,000, or QM_BENCH_ROWS from the environment.
+inline int rows()
+{
+    const char *wanted = std::getenv("QM_BENCH_ROWS");
+    return wanted ? std::atoi(wanted) : 100'000;
 }
 
 } // namespace qm::bench

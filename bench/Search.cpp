@@ -17,7 +17,7 @@
 
 using namespace qm;
 
-static constexpr int shots = 100'000;
+static const int shots = bench::rows();
 static constexpr int runs = 9;
 
 static void fill(const QString &path)

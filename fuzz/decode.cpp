@@ -14,7 +14,6 @@
 #include <QTemporaryFile>
 #include <QtEndian>
 
-#include <sanitizer/allocator_interface.h>
 #include <zlib.h>
 
 #include <atomic>
@@ -22,6 +21,11 @@
 #include <cstdlib>
 
 using namespace qm;
+
+// GCC comes without sanitizer/allocator_interface.h.
+extern "C" size_t __sanitizer_get_current_allocated_bytes();
+extern "C" int __sanitizer_install_malloc_and_free_hooks(void (*)(const volatile void *, size_t),
+                                                         void (*)(const volatile void *));
 
 static constexpr qint64 mostPixelsKept = 4'000'000; // a picture that comes by rows takes as much as it shows
 

@@ -4,6 +4,8 @@
 #include <QImage>
 #include <QSize>
 
+#include <limits>
+
 namespace qm {
 
 // Contents of a file's header.
@@ -27,12 +29,20 @@ struct PictureHeader {
     }
     static qint64 bytes(QSize size, QImage::Format format)
     {
-        return qint64(size.width()) * size.height() * depth(format) / 8;
+        return times(size.height(), qint64(size.width()) * depth(format)) / 8;
     }
     // With what fills up each row of a QImage, which is far more than the pixels if the picture is narrow.
     static qint64 paddedBytes(QSize size, QImage::Format format)
     {
-        return (qint64(size.width()) * depth(format) + 31) / 32 * 4 * size.height();
+        return times(size.height(), (qint64(size.width()) * depth(format) + 31) / 32 * 4);
+    }
+
+private:
+    // A header may claim more than fits the type; that is refused like anything else that is too large.
+    static qint64 times(int rows, qint64 row)
+    {
+        constexpr qint64 most = std::numeric_limits<qint64>::max() / 16;
+        return row > 0 && rows > most / row ? most : rows * row;
     }
 };
 

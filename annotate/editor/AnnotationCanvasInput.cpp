@@ -154,7 +154,7 @@ void AnnotationCanvasView::dragTo(QPointF view, Qt::KeyboardModifiers modifiers)
     } else if (m_dragStart) {
         extendCourse(mapping().toImage(view));
         m_draft = drawn(view, modifiers);
-    } else if (m_itemDrag && names(selectedIndex) && m_itemDrag->index == *selectedIndex) {
+    } else if (m_itemDrag && names(m_itemDrag->index)) {
         replaceItem(m_itemDrag->index, m_itemDrag->dragged(doc.items[m_itemDrag->index], view, mapping(), modifiers));
     }
     redisplay();

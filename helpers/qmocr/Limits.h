@@ -13,6 +13,8 @@ namespace qm::ocr {
 struct Limits {
     // For a picture of up to 1920 x 1080; grows with its pixels beyond that. Reading takes about a tenth of it.
     std::chrono::milliseconds time = std::chrono::seconds(30);
+    // For a worker to begin. Loading takes a tenth of a second; what takes longer is not the picture's fault.
+    std::chrono::milliseconds start = std::chrono::seconds(30);
     // Bytes of a worker's address space: the largest picture at eight bytes per pixel, decoded and once more while it is
     // turned, plus a gigabyte for codecs and the recogniser.
 #ifdef __SANITIZE_ADDRESS__

@@ -11,9 +11,8 @@ namespace qm::ocr {
 using Kind = Reply::Kind;
 using namespace std::chrono_literals;
 
-static constexpr std::chrono::milliseconds toBegin = 30s; // loading takes a tenth of a second; not the picture's fault
-static constexpr int mostLooks = 20;                      // how often a late worker gets more time
-static constexpr int patience = 1000;                     // ms for a killed process to exit
+static constexpr int mostLooks = 20;  // how often a late worker gets more time
+static constexpr int patience = 1000; // ms for a killed process to exit
 
 WorkerLink::WorkerLink(const WorkerProgram &program, const Limits &limits)
     : m_program(program)
@@ -74,7 +73,7 @@ void WorkerLink::read(const QByteArray &path, Finished finished)
     if (!m_process)
         start();
     m_limit = m_limits.timeFor(0);
-    m_timer.start(toBegin);
+    m_timer.start(m_limits.start);
     m_process->write(encoded(path));
 }
 

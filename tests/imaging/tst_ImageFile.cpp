@@ -2,6 +2,7 @@
 #include "imaging/HeifStructure.h"
 #include "imaging/ImageFile.h"
 #include "imaging/PngWriter.h"
+#include "imaging/RowSink.h"
 #include "tests/support/Pixels.h"
 #include "tests/support/PngForge.h"
 
@@ -278,6 +279,8 @@ private Q_SLOTS:
         };
         for (const auto &[name, file, failure] : rows)
             QVERIFY2(load(file).failure == failure, name);
+        const QSize largest(2'147'483'647, 2'147'483'647);
+        QVERIFY(PictureHeader::paddedBytes(largest, QImage::Format_RGBA64) > DecodeBudget::shared().all());
         QCOMPARE(HeifStructure::largestPicture(kept("quarters.heic")), 64 * 64);                     // one tile
         const char *ends = "000000226d65746100000000 0000001669696e66000000000001 00000008696e6665"; // within an item
         QCOMPARE(HeifStructure::largestPicture(QByteArray::fromHex(ends)), 0);

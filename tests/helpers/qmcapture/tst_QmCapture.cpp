@@ -457,7 +457,15 @@ private Q_SLOTS:
             QVERIFY(Desktop::ended(each->start(u"xsetroot"_s, QStringList{u"-mod"_s, u"13"_s, u"7"_s} + colors)));
         }
         const QImage expected = m_desktop.picture({100, 100, 100, 60});
-        const QImage picture = taken(desktop, u"-i"_s, [](Desktop &d) { d.drag({100, 100}, {199, 159}); });
+        const QImage before = depth == 24 ? desktop.stillPicture().copy(100, 100, 300, 200) : QImage();
+        const QImage picture = taken(desktop, u"-i"_s, [&](Desktop &d) {
+            d.movePointer({100, 100});
+            d.buttonDown(Button::left);
+            d.movePointer({599, 449}); // painted in several pieces
+            QVERIFY(depth != 24 || d.shows(before, {100, 100}));
+            d.movePointer({199, 159});
+            d.buttonUp(Button::left);
+        });
         QCOMPARE(picture.size(), expected.size());
         for (int i = 0; i < 100 * 60; ++i)
             QVERIFY(Pixels::near(picture.pixel(i % 100, i / 100), expected.pixel(i % 100, i / 100), tolerance));

@@ -47,11 +47,13 @@ private:
                 .noData = [this] { ++m_noData; }};
     }
     // Path to text, or "!" and the error.
-    QMultiMap<QString, QString> run(const QString &program, const QByteArrayList &paths)
+    QMultiMap<QString, QString> run(const QString &program, const QByteArrayList &paths,
+                                    const Limits &limits = Limits::fromEnvironment())
     {
         QMultiMap<QString, QString> answers;
         bool emptied = false;
         Supervisor::Options how = options(program);
+        how.limits = limits;
         how.emitLine = [&](const QByteArray &bytes) {
             const QJsonObject line = QJsonDocument::fromJson(bytes).object();
             QString answer = line[u"text"].toString();
@@ -146,6 +148,14 @@ private Q_SLOTS:
         const auto answers = run(script("printf 'n\\0'"), {path, path});
         QVERIFY(answers.size() == 2 && answers.first().startsWith(u'!')); // never the fault of the file, however old
         QCOMPARE(m_noData, 1);
+    }
+
+    void neverBegins()
+    {
+        Limits limits;
+        limits.start = std::chrono::milliseconds(200);
+        const auto answers = run(m_home->script(u"worker"_s, "read -r never"), {"/one", "/two"}, limits);
+        QCOMPARE(answers.values(), QStringList(2, u"!took too long"_s));
     }
 
     void givesUpAtOnceWhenDestroyed()
