@@ -13,9 +13,8 @@ namespace Notification {
 // Both are plain text. Calls unserved on this thread, at once or up to 10 s later, if nothing shows it.
 void show(const QString &title, const QString &text, const std::function<void()> &unserved);
 
-// The same about a picture, if its path is not empty, with something to do about it: the first action is also that of a click on the message. Only the
-// newest message's actions are heard. What does not show actions shows the message alone; if nothing shows it, unserved is
-// called as above.
+// The same about a picture, or about none if its path is empty, with something to do about it: the first action is also that of
+// a click on the message. Only the newest message's actions are heard. What does not show actions shows the message alone.
 struct Action {
     QString label;
     std::function<void()> chosen;

@@ -9,7 +9,7 @@ class QPushButton;
 
 namespace qm {
 
-// Says where pictures of the screen come from. If the user has once forbidden the desktop to give any, a button makes the desktop ask
+// Says where pictures of the screen come from. If the user has once forbidden the desktop to give any, a button makes it ask
 // again. Main thread; what is shown is found out on another.
 class RoadField : public QWidget
 {

@@ -7,7 +7,8 @@
 //   --rest X,Y,W,H   a menu was there: what lay below must come to rest before the screen is frozen
 //   --last X,Y,W,H   the last region, which can be taken again
 //   --patient        wait a minute, not a second, for a program that has grabbed the input: its menu is to be captured
-//   --clipboard      what is chosen also goes to the clipboard where the caller cannot put it there: on Wayland without data control
+//   --clipboard      what is chosen also goes to the clipboard where the caller cannot put it there: on Wayland without
+//                    data control
 //   --trigger NAME   the modifier key that starts captures: tapped at once, it cancels
 //   --unsaved PATH   where the picture goes if PATH cannot be written
 // QUILLMERE_DISPLAY=x11 prefers X11 where both are; desktop asks the desktop for the pictures, and fills the clipboard here, as

@@ -24,8 +24,8 @@ public:
         std::string text = {};     // as swayTree() or KWinWindows::list() have it
         bool havePictures = false; // of their own, which KWin gives
     };
-    // What there may be in place of pictures. Denied: the user did not allow them, some time ago. Dialog: the desktop lets the user
-    // choose by one of its own, and tells nothing before.
+    // What there may be in place of pictures. Denied: the user did not allow them, some time ago. Dialog: the desktop lets the
+    // user choose by one of its own, and tells nothing before.
     enum class Instead { cancelled, failed, denied, dialog };
     struct Frozen {
         std::vector<OutputPicture> pictures = {}; // of all monitors

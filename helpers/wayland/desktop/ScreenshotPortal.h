@@ -26,8 +26,8 @@ struct Answer {
 enum class Manner { silent, dialog };
 Answer take(const UserBus &bus, Manner manner);
 
-// What each monitor shows of such a picture, in the monitor's own pixels; empty if it is null, or not one of the whole desktop. The
-// picture has one scale for all monitors, whatever theirs are.
+// What each monitor shows of such a picture, in the monitor's own pixels; empty if it is null, or not one of the whole desktop.
+// The picture has one scale for all monitors, whatever theirs are.
 std::vector<OutputPicture> cut(const QImage &picture, const WaylandOutputs &outputs);
 
 } // namespace ScreenshotPortal
