@@ -14,7 +14,8 @@ namespace Notification {
 void show(const QString &title, const QString &text, const std::function<void()> &unserved);
 
 // The same about a picture, or about none if its path is empty, with something to do about it: the first action is also that of
-// a click on the message. Only the newest message's actions are heard. What does not show actions shows the message alone.
+// a click on the message. Only the newest message's actions are heard. What does not show actions shows the message alone;
+// unserved is called as above.
 struct Action {
     QString label;
     std::function<void()> chosen;
