@@ -30,7 +30,7 @@ CaptureCards::~CaptureCards() = default;
 
 void CaptureCards::show(const CaptureCard &card)
 {
-    if (!WindowPlacement::isOurs())
+    if (!FloatingPanel::isPossible())
         return offer(card.file);
     remove(card.file);
     for (const CaptureCard &earlier : std::exchange(m_takenAway, {}))
