@@ -1,6 +1,6 @@
 // Time until qmcapture's overlay is seen on Wayland, and from the selection to the file, compared with the minimum possible. What
 // is seen is asked of the compositor: a program that is told when its picture was shown may be too busy to listen. Wall clock,
-// the median of several runs; sway draws 250 times a second here.
+// the best of several runs; sway draws 250 times a second here.
 
 #include "imaging/PngWriter.h"
 #include "platform/wayland/WaylandServer.h"
@@ -83,10 +83,9 @@ private:
     bool m_isReady = false;
 };
 
-double median(QList<double> all)
+double least(const QList<double> &all)
 {
-    std::sort(all.begin(), all.end());
-    return all[all.size() / 2];
+    return *std::min_element(all.begin(), all.end());
 }
 
 } // namespace
@@ -106,6 +105,8 @@ int main(int argc, char **argv)
     painter.end();
     desktop.showWindow(u"desk"_s, desk, {0, 0});
     desktop.movePointer({1200, 700});
+    if (!desktop.shows(desk.copy(0, 0, 100, 100)))
+        qFatal("sway does not show the window");
     Corner corner;
     const quint32 before = corner.seen();
     const QString folder = QCoreApplication::applicationDirPath() + u'/';
@@ -156,7 +157,7 @@ int main(int argc, char **argv)
     }
     std::printf(
         "start to overlay seen       %6.1f ms  %.2f x a bare client that takes the screen and shows it (%.1f ms)\n",
-        median(overlays), median(overlays) / median(floors), median(floors));
-    std::printf("release to file in place    %6.1f ms  %.2f x encoding alone (%.1f ms)\n", median(files),
-                median(files) / median(encodings), median(encodings));
+        least(overlays), least(overlays) / least(floors), least(floors));
+    std::printf("release to file in place    %6.1f ms  %.2f x encoding alone (%.1f ms)\n", least(files),
+                least(files) / least(encodings), least(encodings));
 }
