@@ -9,6 +9,7 @@ import ctypes
 import os
 import pathlib
 import shutil
+import signal
 import subprocess
 import sys
 import tempfile
@@ -33,6 +34,7 @@ if not shutil.which("kwin_wayland") or os.geteuid() != 0:
     print("SKIP: this needs kwin_wayland, and root")
     sys.exit(77)
 if "QM_INSIDE" not in os.environ:
+    signal.signal(signal.SIGTERM, lambda *_: sys.exit(1))  # the folder goes then, too
     with tempfile.TemporaryDirectory() as folder:
         sys.exit(subprocess.run(["unshare", "--mount", "--pid", "--fork", "--kill-child", "--mount-proc", *sys.argv],
                                 env=dict(os.environ, QM_INSIDE=folder)).returncode)
