@@ -6,8 +6,10 @@
 #include "platform/LoginItem.h"
 #include "platform/QtQueue.h"
 #include "platform/SystemStartup.h"
+#include "platform/WindowActivation.h"
 #include "platform/Workspace.h"
 #include "ui/Symbol.h"
+#include "ui/WindowPlacement.h"
 
 #include <QApplication>
 #include <QElapsedTimer>
@@ -61,8 +63,12 @@ void AppDelegate::createStatusItem()
     m_statusItem->setToolTip(QStringLiteral("Quillmere"));
     m_statusItem->setContextMenu(m_menu.get());
     QObject::connect(m_statusItem.get(), &QSystemTrayIcon::activated, m_menu.get(), [this](auto reason) {
-        if (reason == QSystemTrayIcon::Trigger && !trayOpensMenus())
+        if (reason != QSystemTrayIcon::Trigger || trayOpensMenus())
+            return;
+        if (WindowPlacement::isOurs())
             m_menu->popup(QCursor::pos());
+        else
+            perform({.verb = Command::Verb::library}); // a menu would be a window in the middle
     });
     m_statusItem->show();
 }
@@ -125,6 +131,7 @@ KeyListener AppDelegate::keyListener()
 
 void AppDelegate::perform(const Command &command, const QRect &menu)
 {
+    const WindowActivation activation(command.activation);
     switch (command.verb) {
     case Command::Verb::open:
     case Command::Verb::library: return openLibrary();

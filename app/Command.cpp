@@ -3,6 +3,7 @@
 #include <QDir>
 #include <QJsonArray>
 #include <QJsonDocument>
+#include <QJsonObject>
 
 #include <algorithm>
 
@@ -14,6 +15,7 @@ using Verb = Command::Verb;
 static constexpr QLatin1String delayOption("--delay");
 static constexpr QLatin1String allOption("--all");
 static constexpr QLatin1String menuOption("--from-menu"); // in the desktop entry's actions
+static constexpr QLatin1String activationKey("activation");
 static constexpr auto longestDelay = 3600s;
 
 static constexpr std::pair<Verb, const char16_t *> names[] = {
@@ -81,6 +83,8 @@ QByteArray Command::toMessage() const
         words.append(QString(allOption));
     if (isFromMenu)
         words.append(QString(menuOption));
+    if (!activation.isEmpty())
+        words.append(QJsonObject{{activationKey, activation}});
     return QJsonDocument(words).toJson(QJsonDocument::Compact) + '\n';
 }
 
@@ -89,13 +93,22 @@ std::optional<Command> Command::fromMessage(const QByteArray &message)
     const QJsonDocument document = QJsonDocument::fromJson(message);
     if (!document.isArray())
         return std::nullopt;
+    QJsonArray array = document.array();
+    QString activation;
+    if (const QJsonValue last = array.isEmpty() ? QJsonValue() : array.last(); last.isObject()) {
+        activation = last[activationKey].toString();
+        array.removeLast();
+    }
     QStringList words;
-    for (const QJsonValue &word : document.array()) {
+    for (const QJsonValue &word : std::as_const(array)) {
         if (!word.isString())
             return std::nullopt;
         words.append(word.toString());
     }
-    return fromWords(words);
+    std::optional<Command> command = fromWords(words);
+    if (command)
+        command->activation = activation;
+    return command;
 }
 
 } // namespace qm

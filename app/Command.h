@@ -33,6 +33,8 @@ struct Command {
     bool isWholeDesktop = false; // captureScreen: all monitors
     bool isFromMenu = false;     // the user chose it from a menu that is only just disappearing
 
+    QString activation = {}; // of another process; see WindowActivation. Not among the words
+
     // Parses the command line after the program name; std::nullopt if it is not a command.
     static std::optional<Command> fromWords(const QStringList &words);
 

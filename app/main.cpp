@@ -5,6 +5,7 @@
 #include "platform/SystemStartup.h"
 #include "platform/TerminationSignals.h"
 #include "platform/ToolPaths.h"
+#include "platform/WindowActivation.h"
 #include "ui/AppLocale.h"
 #include "ui/Symbol.h"
 
@@ -65,6 +66,7 @@ static std::optional<int> doneWithoutADisplay(int argc, char **argv, std::option
         std::fputs(qUtf8Printable(usage()), stderr);
         return 2;
     }
+    command->activation = WindowActivation::takeOwn();
     if (SingleInstance::handOver(*command) || command->verb == Command::Verb::quit)
         return 0;
     if (!SystemStartup::hasDisplay()) {

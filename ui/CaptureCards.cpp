@@ -28,15 +28,9 @@ CaptureCards::CaptureCards(Actions actions, TaskQueue &time)
 
 CaptureCards::~CaptureCards() = default;
 
-// On Wayland no window can choose its place or do without the focus, so the desktop shows a message in place of the card.
-static bool canPlaceWindows()
-{
-    return !QGuiApplication::platformName().startsWith(QLatin1StringView("wayland"));
-}
-
 void CaptureCards::show(const CaptureCard &card)
 {
-    if (!canPlaceWindows())
+    if (!FloatingPanel::isPossible())
         return offer(card.file);
     remove(card.file);
     for (const CaptureCard &earlier : std::exchange(m_takenAway, {}))

@@ -23,8 +23,8 @@ struct CaptureCard {
 // The previews that follow captures: cards in the lower right corner of the monitor, at most three and no more than fit,
 // the newest at the bottom. Each slides in, stays for 4 s, longer with the pointer on it, and takes neither keys nor the
 // focus. Main thread. Without a card in sight nothing here ever runs, except to forget, once, what a capture took away.
-// Where windows cannot be placed, on Wayland, the desktop is asked to show a message with the same actions but copying,
-// which has just been done.
+// Where a desktop lets nobody put anything there (see FloatingPanel), it is asked to show a message with the same actions
+// but copying, which has just been done.
 class CaptureCards
 {
 public:

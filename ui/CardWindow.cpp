@@ -5,12 +5,9 @@
 #include "ui/Symbol.h"
 
 #include <QApplication>
-#include <QDrag>
-#include <QMimeData>
 #include <QMouseEvent>
 #include <QPainter>
 #include <QScreen>
-#include <QUrl>
 
 #include <cmath>
 
@@ -170,14 +167,13 @@ void CardWindow::drag()
     const std::shared_ptr<CardWindow> alive = shared_from_this(); // other programs' time passes meanwhile
     m_dragging = true;
     m_leave.cancel();
-    auto *mime = new QMimeData;
-    mime->setUrls({QUrl::fromLocalFile(m_file)});
-    auto *drag = new QDrag(qApp); // the other program asks for the data once it has ended here, and the card is gone
-    drag->setMimeData(mime);
-    drag->setPixmap(QPixmap::fromImage(m_thumbnail));
-    const Qt::DropAction dropped = drag->exec(Qt::CopyAction);
+    dragFile(m_file, m_thumbnail);
+}
+
+void CardWindow::dragEnded(bool isDropped)
+{
     m_dragging = false;
-    if (dropped != Qt::IgnoreAction)
+    if (isDropped)
         m_actions.gone();
     else if (!underMouse())
         waitToLeave();

@@ -9,6 +9,11 @@
 
 namespace qm {
 
+bool WindowPlacement::isOurs()
+{
+    return !QGuiApplication::platformName().startsWith(QLatin1StringView("wayland"));
+}
+
 QScreen *WindowPlacement::activeScreen()
 {
     QScreen *screen = QGuiApplication::screenAt(QCursor::pos());

@@ -13,6 +13,9 @@ namespace qm {
 // called native: pixels of the whole desktop.
 namespace WindowPlacement {
 
+// Whether windows stand where they are put and can do without the focus. On Wayland the compositor alone places them.
+bool isOurs();
+
 QScreen *activeScreen(); // the one with the pointer, the primary one if it is on none; null without any
 // Its available area, without panels.
 QRect activeScreenVisibleFrame();

@@ -92,7 +92,8 @@ void AnnotationWindowController::show(const QString &path, const ImageFile::Resu
 
     const QSize room = WindowPlacement::activeScreenVisibleFrame().size();
     window->setMinimumSize(smallest);
-    window->setMaximumSize(QSize(room.width(), room.height() - 40).expandedTo(smallest));
+    if (WindowPlacement::isOurs()) // elsewhere the desktop may make it as large as it likes
+        window->setMaximumSize(QSize(room.width(), room.height() - 40).expandedTo(smallest));
     window->resize(QSize(room.width() - 120, room.height() - 160).boundedTo(largestAtFirst));
     WindowPlacement::placeOnActiveScreen(*window, topMargin);
 

@@ -48,10 +48,9 @@ SurfaceGlobals::~SurfaceGlobals()
         wl_compositor_destroy(compositor);
 }
 
-OutputSurface::OutputSurface(const SurfaceGlobals &globals, const WaylandOutput &output, QSize pixels)
+OutputSurface::OutputSurface(const SurfaceGlobals &globals, const WaylandOutput &output)
     : m_surface(wl_compositor_create_surface(globals.compositor))
     , m_shm(globals.shm)
-    , m_pixels(pixels)
 {
     if (globals.viewporter)
         m_viewport = wp_viewporter_get_viewport(globals.viewporter, m_surface);
@@ -120,12 +119,14 @@ void OutputSurface::configured(QSize size)
     if (size.isEmpty() || size == m_size)
         return;
     m_size = size;
-    if (m_viewport) {
-        wp_viewport_set_destination(m_viewport, size.width(), size.height());
-    } else {
-        const int scale = std::max(1, m_pixels.width() / size.width());
-        wl_surface_set_buffer_scale(m_surface, scale);
-    }
+}
+
+void OutputSurface::scale()
+{
+    if (m_viewport)
+        wp_viewport_set_destination(m_viewport, m_size.width(), m_size.height());
+    else
+        wl_surface_set_buffer_scale(m_surface, std::max(1, m_pixels.width() / m_size.width()));
 }
 
 ShmBuffer *OutputSurface::idleBuffer(Alpha alpha)
@@ -147,6 +148,7 @@ ShmBuffer *OutputSurface::idleBuffer(Alpha alpha)
 void OutputSurface::show(ShmBuffer &buffer, std::span<const QRect> damage)
 {
     buffer.handOver();
+    scale(); // the pixels may have become known after the size
     wl_surface_attach(m_surface, buffer.handle(), 0, 0);
     for (const QRect &part : damage)
         wl_surface_damage_buffer(m_surface, part.x(), part.y(), part.width(), part.height());

@@ -39,10 +39,12 @@ struct SurfaceGlobals {
 class OutputSurface
 {
 public:
-    // pixels: of the buffers. Not shown before a buffer has been.
-    OutputSurface(const SurfaceGlobals &globals, const WaylandOutput &output, QSize pixels);
+    // Not shown before a buffer has been.
+    OutputSurface(const SurfaceGlobals &globals, const WaylandOutput &output);
     ~OutputSurface();
     Q_DISABLE_COPY_MOVE(OutputSurface)
+
+    void setPixels(QSize pixels) { m_pixels = pixels; } // the buffers' size; before the first one
 
     wl_surface *handle() const { return m_surface; }
     bool isConfigured() const { return !m_size.isEmpty(); }
@@ -60,6 +62,7 @@ public:
 
 private:
     void configured(QSize size);
+    void scale();
 
     wl_surface *m_surface;
     zwlr_layer_surface_v1 *m_layer = nullptr;
@@ -68,7 +71,7 @@ private:
     wp_viewport *m_viewport = nullptr;
     wl_callback *m_frame = nullptr;
     wl_shm *m_shm;
-    const QSize m_pixels;
+    QSize m_pixels;
     QSize m_asked; // of a full-screen window
     QSize m_size;
     bool m_isClosed = false;

@@ -16,7 +16,7 @@ static size_t byteCount(QSize size, int bytesPerLine)
 
 std::unique_ptr<ShmBuffer> ShmBuffer::create(wl_shm *shm, QSize size, int bytesPerLine, uint32_t format)
 {
-    if (size.isEmpty() || bytesPerLine / 4 < size.width())
+    if (size.isEmpty() || bytesPerLine / 4 < size.width() || bytesPerLine % 4 != 0)
         return nullptr;
     const size_t bytes = byteCount(size, bytesPerLine);
     if (bytes > size_t(std::numeric_limits<int32_t>::max())) // the protocol's limit

@@ -14,7 +14,8 @@ namespace qm {
 class ShmBuffer
 {
 public:
-    // format: a wl_shm.format of four bytes a pixel; the memory is zero. Null if there is not so much memory.
+    // format: a wl_shm.format of four bytes a pixel; the memory is zero. Null if there is not so much memory, or if
+    // rows of this length do not hold whole pixels.
     static std::unique_ptr<ShmBuffer> create(wl_shm *shm, QSize size, int bytesPerLine, uint32_t format);
     ~ShmBuffer();
     Q_DISABLE_COPY_MOVE(ShmBuffer)

@@ -19,9 +19,27 @@ WaylandCurtain::WaylandCurtain(WaylandServer &server, Kind kind, Freeze how,
     , m_seat(server)
     , m_outputs(server)
 {
-    freeze(how, byDesktop);
-    if (isUp() && kind != Kind::absent)
+    if (m_outputs.all().empty() || !m_globals.suffice()) {
+        giveUp("this compositor shows no monitor, or lets nothing be shown on one");
+        return;
+    }
+    const bool isQuick = how == Freeze::byCompositor && Screencopy::isOffered(m_server);
+    if (isQuick && kind != Kind::absent)
+        openSurfaces(); // the compositor says how large they are while it copies; nothing is seen of them yet
+    if (isQuick)
+        m_frozen.pictures = Screencopy(m_server, m_globals.shm).take(m_outputs);
+    if (!isUp()) {
+        m_surfaces.clear();
+        m_frozen = byDesktop(m_outputs);
+    }
+    if (isUp() && kind != Kind::absent) {
+        if (m_surfaces.empty())
+            openSurfaces();
         show(kind);
+    }
+    // Last: it takes a moment, and the curtain is none of them.
+    if (isUp() && m_frozen.windows.source == Windows::Source::nobody)
+        m_frozen.windows = {Windows::Source::sway, swayTree()};
 }
 
 void WaylandCurtain::lift()
@@ -30,16 +48,11 @@ void WaylandCurtain::lift()
     wl_display_flush(m_server.get());
 }
 
-void WaylandCurtain::freeze(Freeze how, const std::function<Frozen(const WaylandOutputs &)> &byDesktop)
+void WaylandCurtain::openSurfaces()
 {
-    if (m_outputs.all().empty() || !m_globals.suffice())
-        return giveUp("this compositor shows no monitor, or lets nothing be shown on one");
-    if (how == Freeze::byCompositor && Screencopy::isOffered(m_server))
-        m_frozen.pictures = Screencopy(m_server, m_globals.shm).take(m_outputs);
-    if (!isUp())
-        m_frozen = byDesktop(m_outputs);
-    if (m_frozen.windows.source == Windows::Source::nobody)
-        m_frozen.windows = {Windows::Source::sway, swayTree()};
+    for (const std::unique_ptr<WaylandOutput> &output : m_outputs.all())
+        m_surfaces.push_back(std::make_unique<OutputSurface>(m_globals, *output));
+    wl_display_flush(m_server.get());
 }
 
 void WaylandCurtain::giveUp(const char *reason)
@@ -49,14 +62,11 @@ void WaylandCurtain::giveUp(const char *reason)
 
 void WaylandCurtain::show(Kind kind)
 {
-    for (size_t i = 0; i < m_frozen.pictures.size(); ++i)
-        m_surfaces.push_back(
-            std::make_unique<OutputSurface>(m_globals, *m_outputs.all()[i], m_frozen.pictures[i].size));
     // While the compositor makes up its mind, the pictures are dimmed.
-    wl_display_flush(m_server.get());
     std::vector<ShmBuffer *> buffers;
     for (size_t i = 0; i < m_surfaces.size(); ++i) {
         const OutputPicture &picture = m_frozen.pictures[i];
+        m_surfaces[i]->setPixels(picture.size);
         ShmBuffer *buffer = m_surfaces[i]->idleBuffer(kind == Kind::unseen ? OutputSurface::Alpha::clear
                                                                            : OutputSurface::Alpha::opaque);
         if (!buffer)

@@ -56,7 +56,7 @@ public:
     void lift(); // takes it off the screen
 
 private:
-    void freeze(Freeze freeze, const std::function<Frozen(const WaylandOutputs &)> &byDesktop);
+    void openSurfaces();
     void show(Kind kind);
     void giveUp(const char *reason);
 

@@ -1,5 +1,6 @@
 #include "platform/Notification.h"
 
+#include "platform/WindowActivation.h"
 #include "platform/linux/SessionBus.h"
 
 #include <QDBusConnection>
@@ -42,10 +43,13 @@ public:
     }
 
 private Q_SLOTS:
-    void ActionInvoked(uint id, const QString &key) // the signal's name
+    // Named after the signals. The token comes first.
+    void ActivationToken(uint id, const QString &token) { m_token = id == m_id ? token : QString(); }
+    void ActionInvoked(uint id, const QString &key)
     {
         if (id != m_id)
             return;
+        const WindowActivation activation(std::exchange(m_token, {}));
         const qsizetype index = key == QLatin1StringView("default") ? 0 : key.toInt();
         if (index < m_actions.size())
             QList(m_actions)[index].chosen(); // which may offer something new
@@ -54,11 +58,15 @@ private Q_SLOTS:
 private:
     Offers()
     {
-        QDBusConnection::sessionBus().connect(service, object, service, QStringLiteral("ActionInvoked"), this,
-                                              SLOT(ActionInvoked(uint, QString)));
+        QDBusConnection bus = QDBusConnection::sessionBus();
+        bus.connect(service, object, service, QStringLiteral("ActivationToken"), this,
+                    SLOT(ActivationToken(uint, QString)));
+        bus.connect(service, object, service, QStringLiteral("ActionInvoked"), this,
+                    SLOT(ActionInvoked(uint, QString)));
     }
 
     uint m_id = 0;
+    QString m_token; // for the window that the next action opens
     QList<Notification::Action> m_actions;
 };
 

@@ -50,7 +50,10 @@ private Q_SLOTS:
                                       u"capture-screen --all", u"capture-last --delay 3600 --from-menu"}) {
             const auto command = Command::fromWords(QString::fromUtf16(words).split(u' ', Qt::SkipEmptyParts));
             QVERIFY2(command, qPrintable(QString::fromUtf16(words)));
-            QCOMPARE(Command::fromMessage(command->toMessage()), command);
+            Command activating = *command;
+            activating.activation = u"a \"token\""_s;
+            for (const Command &each : {*command, activating})
+                QCOMPARE(Command::fromMessage(each.toMessage()), each);
         }
         for (const char16_t *words :
              {u"annotate", u"annotate a b", u"library now", u"nonsense", u"--quit", u"capture-region --all",

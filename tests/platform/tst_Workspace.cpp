@@ -1,4 +1,5 @@
 #include "platform/Notification.h"
+#include "platform/WindowActivation.h"
 #include "platform/Workspace.h"
 #include "tests/support/TempHome.h"
 
@@ -58,6 +59,7 @@ public Q_SLOTS:
     }
 
 Q_SIGNALS:
+    void ActivationToken(uint id, const QString &token);
     void ActionInvoked(uint id, const QString &key);
 };
 
@@ -129,9 +131,10 @@ private Q_SLOTS:
         // What can be done about a picture, for the newest message and its own buttons only.
         QStringList chosen;
         const auto offer = [&](const QString &name) {
-            Notification::offer(name, {}, u"/日本 #1.png"_s,
-                                {{u"Open"_s, [&, name] { chosen << name + u" opened"_s; }},
-                                 {u"Copy"_s, [&, name] { chosen << name + u" copied"_s; }}});
+            Notification::offer(
+                name, {}, u"/日本 #1.png"_s,
+                {{u"Open"_s, [&, name] { chosen << name + u" opened by "_s + WindowActivation::takeOwn(); }},
+                 {u"Copy"_s, [&, name] { chosen << name + u" copied"_s; }}});
         };
         for (const auto &[capability, actions] :
              {std::pair(u"body"_s, u""_s), {u"actions"_s, u"default,Open,0,Open,1,Copy"_s}}) {
@@ -145,7 +148,9 @@ private Q_SLOTS:
         QTRY_COMPARE(server.shown.size(), 2);
         for (const auto &[id, key] : {std::pair(1U, u"1"_s), {2U, u"7"_s}, {2U, u"1"_s}, {2U, u"default"_s}})
             Q_EMIT server.ActionInvoked(id, key);
-        QTRY_COMPARE(chosen, (QStringList{u"second copied"_s, u"second opened"_s}));
+        Q_EMIT server.ActivationToken(2, u"token"_s);
+        Q_EMIT server.ActionInvoked(2, u"0"_s);
+        QTRY_COMPARE(chosen, (QStringList{u"second copied"_s, u"second opened by "_s, u"second opened by token"_s}));
 
         server.refuses = true;
         show();

@@ -10,6 +10,7 @@
 #include <cstring>
 #include <linux/input-event-codes.h>
 #include <protocol/virtual-input.h>
+#include <protocol/xdg-activation.h>
 #include <protocol/xdg-shell.h>
 #include <sys/mman.h>
 #include <sys/stat.h>
@@ -260,6 +261,39 @@ void SwayDesktop::showWindow(const QString &title, const QImage &picture, QPoint
     wl_surface_commit(window.surface);
     m_server->roundTrip();
     command(u"[title=\"%1\"] move absolute position %2 %3"_s.arg(title).arg(at.x()).arg(at.y()));
+}
+
+QString SwayDesktop::activationToken()
+{
+    auto *activation = m_server->bind<xdg_activation_v1>(xdg_activation_v1_interface, 1);
+    auto *seat = m_server->bind<wl_seat>(wl_seat_interface, 1);
+    if (!activation || !seat)
+        qFatal("sway has no activation");
+    uint32_t serial = 0; // sway knows by it that the user has been there
+    static const wl_pointer_listener entered = [] {
+        wl_pointer_listener all = {};
+        all.enter = [](void *to, wl_pointer *, uint32_t number, wl_surface *, wl_fixed_t, wl_fixed_t) {
+            *static_cast<uint32_t *>(to) = number;
+        };
+        return all;
+    }();
+    wl_pointer *pointer = wl_seat_get_pointer(seat);
+    wl_pointer_add_listener(pointer, &entered, &serial);
+    if (!wait([&] { return serial != 0; }))
+        qFatal("the pointer is on no window");
+    wl_pointer_destroy(pointer);
+    xdg_activation_token_v1 *token = xdg_activation_v1_get_activation_token(activation);
+    QString words;
+    static constexpr xdg_activation_token_v1_listener listener = {
+        .done = [](void *to, xdg_activation_token_v1 *,
+                   const char *made) { *static_cast<QString *>(to) = QString::fromLatin1(made); },
+    };
+    xdg_activation_token_v1_add_listener(token, &listener, &words);
+    xdg_activation_token_v1_set_serial(token, serial, seat);
+    xdg_activation_token_v1_commit(token);
+    if (!wait([&] { return !words.isEmpty(); }))
+        qFatal("sway gives no token");
+    return words;
 }
 
 QImage SwayDesktop::picture(int output)

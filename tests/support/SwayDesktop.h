@@ -54,6 +54,9 @@ public:
     // A window with these pixels, floating with its content there; returns once it is shown. It goes with the desktop.
     void showWindow(const QString &title, const QImage &picture, QPoint at);
 
+    // With which the program whose window the pointer is on lets another one come to the front. The window is one of these.
+    QString activationToken();
+
     // What a monitor shows, in its own pixels; without the pointer.
     QImage picture(int output = 0);
     bool shows(const QImage &picture, QPoint at = {}, int output = 0); // waits for it; pixels

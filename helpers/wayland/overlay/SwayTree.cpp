@@ -21,18 +21,29 @@ struct Found {
     QList<ScreenWindow> tiled, floating, fullScreen; // in which order sway draws them
 };
 
-void collect(const QJsonObject &node, bool isFloating, const OutputLayout &layout, Found &into)
+// A window with its border, and its title bar if that is above it alone: not a tab, nor one bar of a stack that stands above
+// another window's.
+QRect frameOf(const QJsonObject &window, bool isFloating, const QJsonObject &around)
+{
+    const QRect frame = rectangle(window["rect"_L1]); // without the title bar
+    const QRect bar = rectangle(window["deco_rect"_L1]);
+    const bool isInStack = !isFloating && around["layout"_L1] == "stacked"_L1;
+    const int top = rectangle(around["rect"_L1]).top() + bar.top(); // of a tiled window's
+    if (bar.width() != frame.width() || (isInStack && top + bar.height() != frame.top()))
+        return frame;
+    return frame.adjusted(0, -bar.height(), 0, 0);
+}
+
+void collect(const QJsonObject &node, bool isFloating, const QJsonObject &around, const OutputLayout &layout,
+             Found &into)
 {
     const QJsonArray inner = node["nodes"_L1].toArray();
     const QJsonArray above = node["floating_nodes"_L1].toArray();
     const bool isView = node["pid"_L1].isDouble() && inner.isEmpty() && above.isEmpty();
     if (isView && node["visible"_L1].toBool()) {
-        // The rectangle is without the title bar, whose own is relative to the container around it.
-        QRect frame = rectangle(node["rect"_L1]);
-        frame.setTop(frame.top() - rectangle(node["deco_rect"_L1]).height());
         ScreenWindow window;
         window.top = quint32(node["id"_L1].toInteger());
-        window.frame = window.topArea = layout.pixels(frame);
+        window.frame = window.topArea = layout.pixels(frameOf(node, isFloating, around));
         window.depth = 24;
         window.title = node["name"_L1].toString();
         const bool isFull = node["fullscreen_mode"_L1].toInt() != 0;
@@ -40,9 +51,9 @@ void collect(const QJsonObject &node, bool isFloating, const OutputLayout &layou
             (isFull ? into.fullScreen : isFloating ? into.floating : into.tiled).append(window);
     }
     for (const QJsonValue &child : inner)
-        collect(child.toObject(), isFloating, layout, into);
+        collect(child.toObject(), isFloating, node, layout, into);
     for (const QJsonValue &child : above)
-        collect(child.toObject(), true, layout, into);
+        collect(child.toObject(), true, node, layout, into);
 }
 
 } // namespace
@@ -60,7 +71,7 @@ std::optional<QList<ScreenWindow>> swayWindows(const QByteArray &tree, const QSt
             continue;
         if (!outputNames.contains(name))
             return {};
-        collect(output.toObject(), false, layout, found);
+        collect(output.toObject(), false, root, layout, found);
     }
     return found.tiled + found.floating + found.fullScreen;
 }
