@@ -53,7 +53,7 @@ int runKeys(const std::optional<LoginSession> &session, std::initializer_list<in
         devices.addTo(waiting);
         if (poll(waiting.data(), nfds_t(waiting.size()), -1) < 0 && errno != EINTR)
             return complain("qmkeys: waiting failed\n");
-        if (waiting[0].revents != 0)
+        if (waiting[0].revents != 0 || (waiting[1].revents & ~POLLIN) != 0)
             return 0;
         if (waiting[1].revents != 0)
             lines += devices.setSeat(session->activeSeat());
