@@ -42,6 +42,7 @@ static QString text(const char16_t *english, const char16_t *japanese)
 struct Application {
     ManualQueue queue;
     std::optional<KeyMonitor::Started> started = KeyMonitor::Started::yes;
+    KeyRoad road = KeyRoad::displayServer;
     Hotkey tested;
     std::function<void(HotkeyGesture)> test;
     int saved = 0;
@@ -49,6 +50,7 @@ struct Application {
         queue,
         [this] { ++saved; },
         {.started = [this] { return started; },
+         .road = [this] { return road; },
          .keyName = [](int code) { return code == keyCode(HotkeyModifier::rightOption) ? u"AltGr"_s : QString(); },
          .beginTest = [this](const Hotkey &hotkey, auto recognized) { tested = hotkey, test = std::move(recognized); },
          .endTest = [this] { test = nullptr; }}};
