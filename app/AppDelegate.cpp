@@ -134,6 +134,9 @@ KeyListener AppDelegate::keyListener()
 
 void AppDelegate::perform(const Command &command, const QRect &menu)
 {
+    const bool isWindow = command.verb == Command::Verb::captureWindow;
+    if (m_keyTest && menu.isNull() && (isWindow || command.verb == Command::Verb::captureRegion))
+        return m_keyTest(isWindow ? HotkeyGesture::hold : HotkeyGesture::tap); // a shortcut of the desktop's is tried
     switch (command.verb) {
     case Command::Verb::open:
     case Command::Verb::library: return openLibrary();
