@@ -14,6 +14,7 @@
 
 namespace qm {
 
+static constexpr int spare = 6;                            // points, without which a bar is shown
 static constexpr qsizetype fewestLines = 2, mostLines = 3; // that are seen without scrolling
 
 CommandBox::CommandBox()
@@ -49,7 +50,7 @@ void CommandBox::set(const QString &where, const QString &lines)
     m_lines->setPlainText(lines);
     const auto shown = std::clamp(lines.count(u'\n') + 1, fewestLines, mostLines);
     const int frame = m_lines->frameWidth() + int(m_lines->document()->documentMargin());
-    m_lines->setFixedHeight(int(shown) * m_lines->fontMetrics().lineSpacing() + 2 * frame);
+    m_lines->setFixedHeight(int(shown) * m_lines->fontMetrics().lineSpacing() + 2 * frame + spare);
 }
 
 void CommandBox::copy()

@@ -1,6 +1,7 @@
 #include "platform/linux/KeyMonitorWayland.h"
 
 #include "platform/linux/KeyProgram.h"
+#include "platform/linux/PortalShortcuts.h"
 #include "platform/linux/SwayBindings.h"
 
 namespace qm {
@@ -19,6 +20,12 @@ public:
     {
         m_program = std::make_unique<KeyProgram>(m_keyProgram, handle);
         m_sway = std::make_unique<SwayBindings>(handle);
+        m_portal = std::make_unique<PortalShortcuts>([this, handle](PortalShortcuts::Capture capture) {
+            handle({.type = KeyEvent::Type::usedAlone,
+                    .keyCode = m_trigger,
+                    .held = capture == PortalShortcuts::Capture::region ? std::chrono::milliseconds::zero()
+                                                                        : std::chrono::milliseconds::max()});
+        });
         QObject::connect(m_program.get(), &KeyProgram::changed, m_program.get(), [this] { chooseRoad(); });
         m_program->start();
         return Started::yes;
@@ -37,7 +44,9 @@ public:
     {
         if (m_program && m_program->isListening())
             return KeyRoad::inputDevices;
-        return m_sway && m_sway->isListening() ? KeyRoad::compositor : KeyRoad::none;
+        if (m_sway && m_sway->isListening())
+            return KeyRoad::compositor;
+        return m_portal && m_portal->isListening() ? KeyRoad::portal : KeyRoad::none;
     }
 
     QString keyName(int) const override { return {}; }
@@ -45,16 +54,21 @@ public:
 private:
     void chooseRoad()
     {
-        if (m_program->isListening())
+        if (m_program->isListening()) {
             m_sway->stop();
-        else
-            m_sway->start(m_trigger);
+            m_portal->stop();
+        } else if (m_sway->start(m_trigger)) {
+            m_portal->stop();
+        } else {
+            m_portal->start();
+        }
     }
 
     const QString m_keyProgram;
     int m_trigger = 0;
     std::unique_ptr<KeyProgram> m_program;
     std::unique_ptr<SwayBindings> m_sway;
+    std::unique_ptr<PortalShortcuts> m_portal; // whose shortcuts stand for a tap and a hold
 };
 
 } // namespace
