@@ -113,6 +113,12 @@ void KeyTest::refresh()
     QString state;
     if (running)
         state = stateOf(road);
+    else if (started)
+        state = AppLocale::text(
+            u"The trigger key cannot be heard in this session. Two shortcuts of the desktop's can do the "
+            "same, for “quillmere capture-region” and “quillmere capture-window”.",
+            u"このセッションではトリガーキーを受け取れません。デスクトップのショートカットを"
+            "「quillmere capture-region」と「quillmere capture-window」に割り当てれば、同じことができます。");
     else if (listener == KeyMonitor::Started::notYet)
         state = AppLocale::text(u"The trigger key does not work yet. Allow Quillmere to monitor the keyboard in the "
                                 "system's privacy settings; the key then works at once.",
