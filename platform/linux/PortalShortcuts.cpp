@@ -73,9 +73,12 @@ PortalShortcuts::PortalShortcuts(std::function<void(Capture)> activated)
     qDBusRegisterMetaType<PortalShortcutList>();
     connect(&m_portal, &QDBusServiceWatcher::serviceOwnerChanged, this,
             [this](const QString &, const QString &, const QString &owner) {
-                ended();
-                if (m_isWanted && !owner.isEmpty())
-                    makeSession();
+                if (owner.isEmpty()) {
+                    m_hasVanished = true;
+                    ended();
+                } else if (m_isWanted && std::exchange(m_hasVanished, false)) {
+                    makeSession(); // otherwise it was started by what it is asked already
+                }
             });
     QDBusConnection::sessionBus().connect(service, object, interface, QStringLiteral("Activated"), this,
                                           SLOT(activated(QDBusMessage)));
@@ -143,8 +146,7 @@ void PortalShortcuts::bound(uint, const QVariantMap &results)
 void PortalShortcuts::activated(const QDBusMessage &signal)
 {
     const QString id = signal.arguments().value(1).toString();
-    if (signal.arguments().value(0).value<QDBusObjectPath>().path() == m_session &&
-        (id == regionId || id == windowId))
+    if (signal.arguments().value(0).value<QDBusObjectPath>().path() == m_session && (id == regionId || id == windowId))
         m_activated(id == regionId ? Capture::region : Capture::window);
 }
 

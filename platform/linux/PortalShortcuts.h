@@ -45,6 +45,7 @@ private:
     int m_requests = 0;
     bool m_isWanted = false;
     bool m_isBound = false;
+    bool m_hasVanished = false; // the portal, since the last session was asked for
 };
 
 } // namespace qm
