@@ -10,12 +10,10 @@
 #include <QPlainTextEdit>
 #include <QPushButton>
 
-#include <algorithm>
-
 namespace qm {
 
-static constexpr int spare = 6;                            // points, without which a bar is shown
-static constexpr qsizetype fewestLines = 2, mostLines = 3; // that are seen without scrolling
+static constexpr int spare = 6;      // points, without which a bar is shown
+static constexpr int linesShown = 3; // without scrolling
 
 CommandBox::CommandBox()
     : m_where(new QLabel)
@@ -27,6 +25,8 @@ CommandBox::CommandBox()
     m_lines->setWordWrapMode(QTextOption::WrapAnywhere);
     m_lines->setHorizontalScrollBarPolicy(Qt::ScrollBarAlwaysOff);
     m_lines->setFont(QFontDatabase::systemFont(QFontDatabase::FixedFont));
+    const int frame = m_lines->frameWidth() + int(m_lines->document()->documentMargin());
+    m_lines->setFixedHeight(linesShown * m_lines->fontMetrics().lineSpacing() + 2 * frame + spare);
     auto *button = new QPushButton(AppLocale::text(u"Copy", u"コピー"));
     button->setAutoDefault(false);
     connect(button, &QPushButton::clicked, this, [this] { copy(); });
@@ -48,9 +48,6 @@ void CommandBox::set(const QString &where, const QString &lines)
     m_where->setText(where);
     m_lines->setAccessibleName(where);
     m_lines->setPlainText(lines);
-    const auto shown = std::clamp(lines.count(u'\n') + 1, fewestLines, mostLines);
-    const int frame = m_lines->frameWidth() + int(m_lines->document()->documentMargin());
-    m_lines->setFixedHeight(int(shown) * m_lines->fontMetrics().lineSpacing() + 2 * frame + spare);
 }
 
 void CommandBox::copy()
