@@ -47,6 +47,7 @@ void AppDelegate::applicationDidFinishLaunching()
     registerLoginItemOnce();
     SystemStartup::askForAccessibility();
     m_eventTap = makeKeyMonitor();
+    useHotkey(ConfigStore::resolveHotkey());
     startEventTap();
     OcrIndexer::shared().tellProgress(
         [this](const ReadingProgress &reading) { m_libraryController.setReading(reading); });
@@ -101,6 +102,13 @@ void AppDelegate::startEventTap()
         m_eventTapRetry = QtQueue::main().postAfter(1s, [this] { startEventTap(); });
 }
 
+void AppDelegate::useHotkey(const Hotkey &hotkey)
+{
+    m_trigger.setHotkey(hotkey);
+    if (m_eventTap)
+        m_eventTap->setTrigger(keyCode(hotkey.modifier));
+}
+
 // A little after the start, at log-in too, as that is what follows a crash. The window does not take the focus. It waits for
 // a capture: it would be in the picture.
 void AppDelegate::offerDrafts()
@@ -117,20 +125,24 @@ KeyListener AppDelegate::keyListener()
 {
     KeyListener listener;
     listener.started = [this] { return m_eventTapStarted; };
+    listener.road = [this] { return m_eventTap ? m_eventTap->road() : KeyRoad::none; };
     listener.keyName = [this](int keyCode) { return m_eventTap ? m_eventTap->keyName(keyCode) : QString(); };
     listener.beginTest = [this](const Hotkey &hotkey, std::function<void(HotkeyGesture)> recognized) {
         m_keyTest = std::move(recognized);
-        m_trigger.setHotkey(hotkey);
+        useHotkey(hotkey);
     };
     listener.endTest = [this] {
         m_keyTest = nullptr;
-        m_trigger.setHotkey(ConfigStore::resolveHotkey());
+        useHotkey(ConfigStore::resolveHotkey());
     };
     return listener;
 }
 
 void AppDelegate::perform(const Command &command, const QRect &menu)
 {
+    const bool isWindow = command.verb == Command::Verb::captureWindow;
+    if (m_keyTest && menu.isNull() && (isWindow || command.verb == Command::Verb::captureRegion))
+        return m_keyTest(isWindow ? HotkeyGesture::hold : HotkeyGesture::tap); // a shortcut of the desktop's is tried
     const WindowActivation activation(command.activation);
     switch (command.verb) {
     case Command::Verb::open:
@@ -176,7 +188,7 @@ void AppDelegate::openSettings()
         m_settingsController = std::make_unique<SettingsWindowController>(
             QtQueue::main(),
             [this] {
-                m_trigger.setHotkey(ConfigStore::resolveHotkey());
+                useHotkey(ConfigStore::resolveHotkey());
                 OcrIndexer::shared().settingsChanged();
             },
             keyListener());
@@ -197,6 +209,7 @@ void AppDelegate::sessionEnds()
 bool AppDelegate::stop(std::chrono::milliseconds limit)
 {
     m_annotationController.storeDrafts();
+    m_eventTap.reset(); // a desktop that it has told of the key is told to forget it
     // A capture ends when its user does; a picture just being put on the clipboard gets a moment more.
     QElapsedTimer timer;
     timer.start();

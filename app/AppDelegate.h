@@ -37,6 +37,7 @@ private:
     void createStatusItem();
     void registerLoginItemOnce();
     void startEventTap();
+    void useHotkey(const Hotkey &hotkey);
     void offerDrafts();
     KeyListener keyListener(); // what the settings window sees of the key monitor
 

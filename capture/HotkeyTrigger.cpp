@@ -28,6 +28,9 @@ void HotkeyTrigger::handle(const KeyEvent &event)
             triggerPressed(event.othersDown || (m_isOurs && m_isOurs()));
         else
             triggerReleased();
+    } else if (event.type == KeyEvent::Type::usedAlone) {
+        if (isTrigger && !(m_isOurs && m_isOurs()))
+            m_recognized(event.held < threshold() ? HotkeyGesture::tap : HotkeyGesture::hold);
     } else if (event.type != KeyEvent::Type::disabled) {
         anotherKey();
     }
@@ -43,8 +46,7 @@ void HotkeyTrigger::triggerPressed(bool isChord)
     m_holdTimer.cancel();
     if (isChord)
         return;
-    const auto threshold = std::chrono::milliseconds(std::lround(m_hotkey.holdThreshold * 1000));
-    m_holdTimer = m_queue.postAfter(threshold, [this] { thresholdElapsed(); });
+    m_holdTimer = m_queue.postAfter(threshold(), [this] { thresholdElapsed(); });
 }
 
 void HotkeyTrigger::triggerReleased()
@@ -63,6 +65,11 @@ void HotkeyTrigger::anotherKey()
         return;
     m_usedAsModifier = true;
     m_holdTimer.cancel();
+}
+
+std::chrono::milliseconds HotkeyTrigger::threshold() const
+{
+    return std::chrono::milliseconds(std::lround(m_hotkey.holdThreshold * 1000));
 }
 
 void HotkeyTrigger::thresholdElapsed()

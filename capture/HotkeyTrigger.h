@@ -27,6 +27,7 @@ private:
     void triggerReleased();
     void anotherKey();
     void thresholdElapsed();
+    std::chrono::milliseconds threshold() const;
 
     TaskQueue &m_queue;
     Hotkey m_hotkey;

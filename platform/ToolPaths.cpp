@@ -24,6 +24,7 @@ ToolPaths toolPaths()
 {
     return {.capture = besideExecutable(QString::fromUtf16(captureTool)),
             .scroll = besideExecutable(QStringLiteral("qmscroll")),
+            .keys = besideExecutable(QStringLiteral("qmkeys")),
             .ocr = besideExecutable(QStringLiteral("qmocr")),
             .decode = besideExecutable(QStringLiteral("qmdecode"))};
 }

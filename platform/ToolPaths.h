@@ -10,6 +10,7 @@ namespace qm {
 struct ToolPaths {
     std::optional<QString> capture; // the system's capture tool; here qmcapture next to this process's executable
     std::optional<QString> scroll;  // qmscroll, next to this process's executable
+    std::optional<QString> keys;    // qmkeys, likewise; not on macOS
     std::optional<QString> ocr;     // qmocr, likewise
     std::optional<QString> decode;  // qmdecode, likewise
 };

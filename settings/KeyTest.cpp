@@ -1,5 +1,6 @@
 #include "settings/KeyTest.h"
 
+#include "settings/KeyAdvice.h"
 #include "settings/Lamp.h"
 #include "ui/AppLocale.h"
 #include "ui/Symbol.h"
@@ -25,6 +26,7 @@ KeyTest::KeyTest(TaskQueue &main, KeyListener listener)
     , m_toggle(new QPushButton(AppLocale::text(u"Test the key", u"キーを試す")))
     , m_tap(new Lamp(AppLocale::text(u"Tap", u"タップ")))
     , m_hold(new Lamp(AppLocale::text(u"Hold", u"長押し")))
+    , m_advice(new KeyAdvice)
 {
     m_toggle->setCheckable(true);
     m_toggle->setAutoDefault(false);
@@ -48,6 +50,7 @@ KeyTest::KeyTest(TaskQueue &main, KeyListener listener)
     layout->setContentsMargins(0, 0, 0, 0);
     layout->addLayout(test);
     layout->addLayout(state);
+    layout->addWidget(m_advice);
 
     connect(m_toggle, &QPushButton::toggled, this, [this](bool down) { down ? begin() : end(); });
     refresh();
@@ -103,12 +106,20 @@ void KeyTest::poll()
 
 void KeyTest::refresh()
 {
-    const std::optional<KeyMonitor::Started> started = m_listener.started();
-    const bool running = started == KeyMonitor::Started::yes;
+    const std::optional<KeyMonitor::Started> listener = m_listener.started();
+    const bool started = listener == KeyMonitor::Started::yes;
+    const KeyRoad road = started ? m_listener.road() : KeyRoad::none;
+    const bool running = road != KeyRoad::none;
     QString state;
     if (running)
-        state = AppLocale::text(u"Quillmere is listening for the trigger key.", u"トリガーキーを待ち受けています。");
-    else if (started == KeyMonitor::Started::notYet)
+        state = stateOf(road);
+    else if (started)
+        state = AppLocale::text(
+            u"The trigger key cannot be heard in this session. Two shortcuts of the desktop's can do the "
+            "same, for “quillmere capture-region” and “quillmere capture-window”.",
+            u"このセッションではトリガーキーを受け取れません。デスクトップのショートカットを"
+            "「quillmere capture-region」と「quillmere capture-window」に割り当てれば、同じことができます。");
+    else if (listener == KeyMonitor::Started::notYet)
         state = AppLocale::text(u"The trigger key does not work yet. Allow Quillmere to monitor the keyboard in the "
                                 "system's privacy settings; the key then works at once.",
                                 u"まだトリガーキーを受け取れません。システムのプライバシー設定で Quillmere "
@@ -122,12 +133,38 @@ void KeyTest::refresh()
                                 "割り当ててください。");
     if (m_state->text() != state)
         m_state->setText(state);
-    m_toggle->setEnabled(running);
-    if (!running)
+    m_advice->setRoad(listener == KeyMonitor::Started::notYet ? KeyRoad::displayServer : road);
+    m_toggle->setEnabled(started); // the desktop's own shortcuts can be tried as well
+    if (!started)
         end();
     const QIcon icon = running ? Symbol::icon(QStringLiteral("checkmark.circle"), SystemLook::secondaryText(palette()))
                                : Symbol::icon(QStringLiteral("exclamationmark.triangle"), QColor(SystemLook::red));
     m_stateIcon->setPixmap(icon.pixmap({iconSize, iconSize}, devicePixelRatioF()));
+}
+
+QString KeyTest::stateOf(KeyRoad road) const
+{
+    switch (road) {
+    case KeyRoad::none:
+    case KeyRoad::displayServer: break;
+    case KeyRoad::inputDevices:
+        return AppLocale::text(
+            u"Quillmere is listening for the trigger key, with the right to read keyboards: tap and hold.",
+            u"キーボードを読み取る権限で、トリガーキー（タップと長押し）を待ち受けています。");
+    case KeyRoad::compositor:
+        return AppLocale::text(
+            u"sway tells Quillmere of the trigger key: tap and hold. A hold counts when the key is released, "
+            "and a click while it is down is not noticed.",
+            u"トリガーキー（タップと長押し）を sway から受け取っています。長押しはキーを離したときに"
+            "認識され、押している間のクリックは区別されません。");
+    case KeyRoad::portal:
+        return AppLocale::text(
+            u"The desktop tells Quillmere of two shortcuts, for a region and for a window, in place of the "
+            "trigger key. Choose their keys in the desktop's keyboard settings.",
+            u"トリガーキーの代わりに、範囲用とウィンドウ用のショートカットをデスクトップから受け取ります。"
+            "キーはデスクトップのキーボード設定で選べます。");
+    }
+    return AppLocale::text(u"Quillmere is listening for the trigger key.", u"トリガーキーを待ち受けています。");
 }
 
 void KeyTest::showEvent(QShowEvent *event)

@@ -10,6 +10,7 @@ class QPushButton;
 
 namespace qm {
 
+class KeyAdvice;
 class Lamp;
 
 // Shows whether the trigger key is heard, and lets the user try it: while "Test the key" is down, gestures light a lamp
@@ -35,6 +36,7 @@ private:
     void recognized(HotkeyGesture gesture);
     void refresh();
     void poll();
+    QString stateOf(KeyRoad road) const;
 
     TaskQueue &m_main;
     KeyListener m_listener;
@@ -45,6 +47,7 @@ private:
     QPushButton *m_toggle;
     Lamp *m_tap;
     Lamp *m_hold;
+    KeyAdvice *m_advice;
     Timer m_poll; // the listener may start late
     Timer m_lit;
     Timer m_forgotten;

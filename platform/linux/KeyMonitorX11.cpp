@@ -1,4 +1,6 @@
-#include "platform/KeyMonitor.h"
+#include "platform/linux/KeyMonitorX11.h"
+
+#include "platform/linux/ModifierKeys.h"
 #include "platform/x11/X11Server.h"
 
 #include <QSocketNotifier>
@@ -25,22 +27,6 @@ Reply<T> owned(T *reply)
 {
     return Reply<T>(reply);
 }
-
-constexpr quint32 shift = 0x20000, control = 0x40000, option = 0x80000, command = 0x100000;
-
-// The modifier keys by XKB name (which identifies the position, independent of the layout), with the virtual key codes
-// and the flags they set.
-struct ModifierKey {
-    const char *xkbName;
-    int keyCode;
-    quint32 flag;
-};
-constexpr std::array modifierKeys{
-    ModifierKey{"LFSH", 56, shift},   ModifierKey{"RTSH", 60, shift},   ModifierKey{"LCTL", 59, control},
-    ModifierKey{"RCTL", 62, control}, ModifierKey{"LALT", 58, option},  ModifierKey{"RALT", 61, option},
-    ModifierKey{"LWIN", 55, command}, ModifierKey{"RWIN", 54, command},
-};
-constexpr int noModifier = -1; // code for every other key
 
 // Raw key events of XInput 2 on a connection of our own. Raw events arrive even while the keyboard is grabbed (XI 2.1
 // on), and selecting them takes nothing away from other clients.
@@ -304,9 +290,9 @@ QString KeyMonitorX11::keyName(int keyCode) const
 
 } // namespace
 
-std::unique_ptr<KeyMonitor> makeKeyMonitor()
+std::unique_ptr<KeyMonitor> makeKeyMonitorX11()
 {
-    return qEnvironmentVariableIsEmpty("DISPLAY") ? nullptr : std::make_unique<KeyMonitorX11>();
+    return std::make_unique<KeyMonitorX11>();
 }
 
 } // namespace qm

@@ -13,7 +13,8 @@ class tst_HotkeyTrigger : public QObject
 private Q_SLOTS:
     // "press" and "release" are the trigger's, the right Shift key, "held:shift" its press while another modifier or a
     // button is down; "busy" and "free" are what our own captures are; "left:shift" is another modifier going down or up and
-    // the flags after it, "key" any other key, "399" milliseconds that pass, "rightControl=0.2" new settings.
+    // the flags after it, "key" any other key, "399" milliseconds that pass, "rightControl=0.2" new
+    // settings, "alone:399" a press that is told of afterwards.
     void gestures_data()
     {
         QTest::addColumn<QString>("steps");
@@ -44,6 +45,9 @@ private Q_SLOTS:
         row("a use is forgotten only at the next press", u"press key release release"_s, {});
         row("disabled does not count as a key", u"press disabled release"_s, u"tap at 0"_s);
 
+        row("told afterwards, a tap and a hold", u"alone:399 alone:400"_s, u"tap at 0, hold at 0"_s);
+        row("told afterwards, for a capture or of another key", u"busy alone:9 free rightControl=0.4 alone:9"_s, {});
+
         row("another key from the settings", u"rightControl=0.4 press release control:control control:none"_s,
             u"tap at 0"_s);
         row("another threshold holds from the next press", u"press rightShift=0.2 399 release press 1000"_s,
@@ -67,7 +71,11 @@ private Q_SLOTS:
         steps.replace(u"press"_s, u"right:shift"_s).replace(u"release"_s, u"right:none"_s);
         for (const QString &step : steps.split(u' ')) {
             const QStringList key = step.split(u':'), setting = step.split(u'=');
-            if (key.size() == 2)
+            if (key[0] == u"alone")
+                trigger.handle({.type = KeyEvent::Type::usedAlone,
+                                .keyCode = keys[u"right"_s],
+                                .held = std::chrono::milliseconds(key[1].toInt())});
+            else if (key.size() == 2)
                 trigger.handle({KeyEvent::Type::flagsChanged, keys[key[0]], flags[key[1]], key[0] == u"held"});
             else if (step == u"busy" || step == u"free")
                 busy = step == u"busy";

@@ -23,7 +23,7 @@ import sys
 import time
 
 ROOT = pathlib.Path(__file__).resolve().parents[2]
-PROGRAMS = ["quillmere", "qms", "qmdecode", "qmocr", "qmcapture", "qmscroll"]
+PROGRAMS = ["quillmere", "qms", "qmdecode", "qmkeys", "qmocr", "qmcapture", "qmscroll"]
 FAILED_TEST = re.compile(r"^\s*\d+ - (\S+) \((.*)\)$", re.M)
 FAILED_FUNCTION = re.compile(r"^FAIL!  : \w+::(\w+)\(", re.M)
 

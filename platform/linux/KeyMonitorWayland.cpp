@@ -1,0 +1,81 @@
+#include "platform/linux/KeyMonitorWayland.h"
+
+#include "platform/linux/KeyProgram.h"
+#include "platform/linux/PortalShortcuts.h"
+#include "platform/linux/SwayBindings.h"
+
+namespace qm {
+
+namespace {
+
+class KeyMonitorWayland : public KeyMonitor
+{
+public:
+    explicit KeyMonitorWayland(const QString &keyProgram)
+        : m_keyProgram(keyProgram)
+    {
+    }
+
+    Started start(std::function<void(const KeyEvent &)> handle) override
+    {
+        m_program = std::make_unique<KeyProgram>(m_keyProgram, handle);
+        m_sway = std::make_unique<SwayBindings>(handle);
+        m_portal = std::make_unique<PortalShortcuts>([this, handle](PortalShortcuts::Capture capture) {
+            handle({.type = KeyEvent::Type::usedAlone,
+                    .keyCode = m_trigger,
+                    .held = capture == PortalShortcuts::Capture::region ? std::chrono::milliseconds::zero()
+                                                                        : std::chrono::milliseconds::max()});
+        });
+        QObject::connect(m_program.get(), &KeyProgram::changed, m_program.get(), [this] { chooseRoad(); });
+        m_program->start();
+        return Started::yes;
+    }
+
+    void enable() override {} // nothing here is ever disabled
+
+    void setTrigger(int keyCode) override
+    {
+        m_trigger = keyCode;
+        if (m_sway && m_sway->isListening())
+            chooseRoad();
+    }
+
+    KeyRoad road() const override
+    {
+        if (m_program && m_program->isListening())
+            return KeyRoad::inputDevices;
+        if (m_sway && m_sway->isListening())
+            return KeyRoad::compositor;
+        return m_portal && m_portal->isListening() ? KeyRoad::portal : KeyRoad::none;
+    }
+
+    QString keyName(int) const override { return {}; }
+
+private:
+    void chooseRoad()
+    {
+        if (m_program->isListening()) {
+            m_sway->stop();
+            m_portal->stop();
+        } else if (m_sway->start(m_trigger)) {
+            m_portal->stop();
+        } else {
+            m_portal->start();
+        }
+    }
+
+    const QString m_keyProgram;
+    int m_trigger = 0;
+    std::unique_ptr<KeyProgram> m_program;
+    std::unique_ptr<SwayBindings> m_sway;
+    std::unique_ptr<PortalShortcuts> m_portal; // whose shortcuts stand for a tap and a hold
+};
+
+} // namespace
+
+std::unique_ptr<KeyMonitor> makeKeyMonitorWayland(const QString &keyProgram)
+{
+    return std::make_unique<KeyMonitorWayland>(keyProgram);
+}
+
+} // namespace qm
