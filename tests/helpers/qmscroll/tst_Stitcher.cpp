@@ -1,3 +1,4 @@
+#include "helpers/qmscroll/FrameChange.h"
 #include "helpers/qmscroll/Stitcher.h"
 #include "tests/helpers/qmscroll/ScrollScene.h"
 
@@ -272,6 +273,18 @@ private Q_SLOTS:
             painter.end();
             QCOMPARE(stitcher.add(lit), Step::renewed);
         }
+    }
+
+    // Servers leave the fourth byte as whoever has painted there.
+    void whatIsNoColourDoesNotCount()
+    {
+        const QImage frame = ScrollScene({.content = Content::text}, 1).frame(0);
+        QImage other = frame.copy();
+        reinterpret_cast<QRgb *>(other.scanLine(20))[7] ^= 0xff000000;
+        QVERIFY(!differs(frame, other));
+        QVERIFY(hashRows(frame) == hashRows(other));
+        reinterpret_cast<QRgb *>(other.scanLine(20))[7] ^= 1;
+        QVERIFY(differs(frame, other));
     }
 
     void failures()
