@@ -190,6 +190,8 @@ private Q_SLOTS:
         row("a block over and over", {.content = Content::cards}, {0, 140, 30}, {Step::ambiguous, Step::ambiguous});
         row("a block over and over, a caret in what leaves", {.content = Content::cards, .caret = true}, {140, 30},
             {Step::ambiguous});
+        row("losses that differ at every place", {.content = Content::text, .isEncoded = true}, {0, 60, 123, 57},
+            {Step::lost, Step::lost, Step::lost});
         row("blank", {.blankRows = 2400}, {0, 60}, {Step::ambiguous});
         row("blank under a header that is known",
             {.content = Content::text, .header = 40, .blankFrom = 300, .blankRows = 900}, {0, 60, 330, 480},
