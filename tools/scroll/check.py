@@ -15,6 +15,7 @@ import fnmatch
 import os
 import pathlib
 import shutil
+import signal
 import socket
 import struct
 import subprocess
@@ -197,6 +198,7 @@ def main():
     qmscroll, *rows = sys.argv[1:]
     if any(row.split(":")[0] in BROWSERS for row in rows):
         without_network()
+    signal.signal(signal.SIGTERM, lambda *_: sys.exit(1))  # what was started ends with it
     is_right, has_run = True, False
     for row in rows:
         program, page = row.split(":")
@@ -205,8 +207,12 @@ def main():
             print(f"{row}: not installed", flush=True)
             continue
         for name in fnmatch.filter(VIEWS.get(program, PAGES), page):
-            is_right &= check(qmscroll, program, name, float(scale or 1))
             has_run = True
+            try:
+                is_right &= check(qmscroll, program, name, float(scale or 1))
+            except (OSError, RuntimeError, ValueError) as failure:
+                print(f"{program}:{name}: {failure}", flush=True)
+                is_right = False
     return 0 if is_right and has_run else 77 if is_right else 1
 
 

@@ -136,8 +136,8 @@ class Firefox(Browser):
         profile.joinpath("user.js").write_text(
             "".join(f"user_pref({json.dumps(key)}, {json.dumps(value)});\n" for key, value in preferences.items()))
         super().__init__(screen, home,
-                         [self.command, "--marionette", "--no-remote", "--profile", str(profile), "--width", "900",
-                          "--height", "800", f"file://{page}"],
+                         [self.command, "--marionette", "--no-remote", "--profile", str(profile),
+                          "--width", str(int(900 / scale)), "--height", str(int(800 / scale)), f"file://{page}"],
                          {"MOZ_USE_XINPUT2": "1", "MOZ_CRASHREPORTER_DISABLE": "1"})
         self._calls = 0
         self._socket = answer_of(lambda: socket.create_connection(("127.0.0.1", 2828)))

@@ -60,6 +60,8 @@ class Screen:
         """The pixels as the server has them; equal pictures have equal ones."""
         cookie = self._xcb.xcb_get_image(self._connection, Z_PIXMAP, self._root, *part, ALL_PLANES)
         reply = self._xcb.xcb_get_image_reply(self._connection, cookie, None)
+        if not reply:
+            raise ValueError(f"{part} is not on the screen")
         data = bytearray(ctypes.string_at(self._xcb.xcb_get_image_data(reply), self._xcb.xcb_get_image_data_length(reply)))
         self._xcb.free(reply)
         data[3::4] = bytes(len(data) // 4)  # no colour
