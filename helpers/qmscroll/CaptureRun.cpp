@@ -196,6 +196,7 @@ void CaptureRun::act(const Order &order)
             m_window = m_desktop.pointer().window;
         }
         m_desktop.turnWheel(next.clicks);
+        m_session.turned(now());
     }
     m_nextLook = now() + next.wait;
     updatePanel();

@@ -62,7 +62,7 @@ public:
     Pointer pointer() const;
     void movePointer(QPoint to);
     bool canTurnWheel() const;
-    void turnWheel(int clicks); // at the pointer; negative: up
+    void turnWheel(int clicks); // at the pointer; negative: up. Returns after the last; many take 4 ms each
 
     // The frame lies around the region, never inside. The panel is placed once and shows pictures of one size; from
     // then on Return and Escape are reported, whichever program has the keyboard.

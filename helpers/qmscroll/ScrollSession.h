@@ -101,6 +101,8 @@ public:
     Order joined(Milliseconds now, const Joint &joint); // reports the result of Order::Kind::join
     Order found(Milliseconds now, const Found &found);  // and of Order::Kind::find
 
+    void turned(Milliseconds now) { m_step.since = now; } // the wheel, as told; many clicks take a while
+
     // These take effect at the next look.
     void finish();         // still joins what is on the screen
     void finishOrCancel(); // the same, but without a picture if nothing has scrolled

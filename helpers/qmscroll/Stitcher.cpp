@@ -66,10 +66,7 @@ bool Stitcher::State::handOver(int end)
 void Stitcher::State::take(const Frame &frame, const Placement &place)
 {
     const int end = place.at + frame.height();
-    const bool endsAbove = end < held.end();
-    if (endsAbove && !place.renewed)
-        return;
-    if (endsAbove && place.settled == place.compared) {
+    if (end < held.end() && place.settled == place.compared) {
         held.take(frame, place.at, place.top, place.compared);
         return;
     }

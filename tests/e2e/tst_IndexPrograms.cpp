@@ -63,6 +63,15 @@ private Q_SLOTS:
             QVERIFY(QFile::copy(QStringLiteral(QM_PROGRAMS "/") + name, program(name)));
     }
 
+    void whatACaptureLeftIsTold()
+    {
+        const QString picture = m_home->file(u".quillmere/captures/a.png"_s);
+        m_home->write(u".quillmere/captures/.a.png.unfinished"_s, "\x89PNG\r\n\x1a\n" + QByteArray(100, 'x'));
+        QCOMPARE(qms(u"status"_s), 0);
+        QVERIFY2(m_error.contains(picture), qPrintable(m_error));
+        QVERIFY(QFile::exists(picture));
+    }
+
     void fromScanToSearch()
     {
         addShots(45);

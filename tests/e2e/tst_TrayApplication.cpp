@@ -77,7 +77,8 @@ private Q_SLOTS:
     {
         for (const QString &tool : {u"bin/qmcapture"_s, u"bin/qmscroll"_s})
             m_desktop.home().script(tool, "for word; do case $word in -i|-iw|--region) way=$word; esac; done\n"
-                                          "echo \"$way $*\" >>\"$HOME/asked\"; : >\"$word\""); // its picture, empty
+                                          "echo \"$way $*\" >>\"$HOME/asked\"; : >\"$word\"\n" // its picture, empty
+                                          "[ ! -e \"$HOME/full\" ] || { echo 'tool: ends: no room' >&2; exit 1; }");
         QVERIFY(QFile::copy(QStringLiteral(QM_PROGRAMS "/quillmere"), at(u"bin/quillmere"_s)));
     }
     void cleanup()
@@ -121,6 +122,26 @@ private Q_SLOTS:
             return Desktop::wait([&] { return m_desktop.home().read(u"asked"_s).count('\n') == 2; }, 2s);
         }));
         QCOMPARE(asked(2), QByteArray("-i -iw"));
+    }
+
+    void whatIsNotWholeIsTold()
+    {
+        const TempHome &home = m_desktop.home();
+        const auto isSaid = [&](const QByteArray &what) {
+            return Desktop::wait([&] { return home.read(u"said"_s).contains(what); });
+        };
+        home.write(u"said"_s, {});
+        QProcess &notifications =
+            m_desktop.start(QStringLiteral(QM_TEST_DATA "/../e2e/notifications.py"), {at(u"said"_s)});
+        QVERIFY(isSaid("ready"));
+        home.write(u".quillmere/captures/.left.png.unfinished"_s, "\x89PNG\r\n\x1a\n" + QByteArray(100, 'x'));
+        home.write(u"full"_s, {});
+        start();
+        QVERIFY(isSaid("The scrolling capture ends early: ends: no room\n"));
+        QVERIFY(isSaid("captures/left.png\n"));
+        QVERIFY(QFile::remove(at(u"full"_s)));
+        notifications.terminate();
+        QVERIFY(Desktop::ended(notifications));
     }
 
     void commands()

@@ -3,6 +3,7 @@
 #include "tests/support/Pixels.h"
 #include "tests/support/RenderedScreen.h"
 
+#include <QBuffer>
 #include <QLinearGradient>
 #include <QPainter>
 #include <QStringList>
@@ -97,6 +98,15 @@ QRgb mixed(QRgb a, QRgb b, double share)
     return qRgb(channel(qRed(a), qRed(b)), channel(qGreen(a), qGreen(b)), channel(qBlue(a), qBlue(b)));
 }
 
+QImage encoded(const QImage &image)
+{
+    QByteArray bytes;
+    QBuffer buffer(&bytes);
+    buffer.open(QIODevice::WriteOnly);
+    image.save(&buffer, "JPEG", 80);
+    return QImage::fromData(bytes).convertToFormat(QImage::Format_RGB32);
+}
+
 QRgb hovered(QRgb pixel)
 {
     return mixed(pixel, qRgb(60, 120, 240), 0.2);
@@ -164,7 +174,7 @@ QImage ScrollScene::frame(int offset)
     QImage image = window(offset);
     addMoment(image, offset);
     addBars(image, offset);
-    return image;
+    return m_look.isEncoded ? encoded(image) : image;
 }
 
 void ScrollScene::addMoment(QImage &image, int offset)

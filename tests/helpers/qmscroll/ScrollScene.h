@@ -34,6 +34,7 @@ public:
         int sidebar = 0;           // columns at the left that stay
         int sidebarSticks = 0;     // they move along up to this offset
         bool caret = false, animation = false, hover = false;
+        bool isEncoded = false;           // with losses, as a remote desktop sends its pictures
         int blankFrom = 0, blankRows = 0; // of the page
         int lateFrom = 0, lateRows = 0;   // a picture on the page that is there after load()
         bool lateGrows = false;           // and has no room reserved before

@@ -14,6 +14,7 @@ namespace qm {
 namespace {
 
 constexpr int rowsPerClick = 57;
+constexpr int mostTurnsAtOnce = 6; // the others are lost, as in browsers
 
 QImage pageOf(int width, int lines)
 {
@@ -66,8 +67,13 @@ void ScrolledPage::close()
 void ScrolledPage::readEvents()
 {
     while (auto *event = xcb_poll_for_event(m_connection)) {
-        const auto button = reinterpret_cast<const xcb_button_press_event_t *>(event)->detail;
-        if ((event->response_type & 0x7f) == XCB_BUTTON_PRESS && (button == 4 || button == 5)) {
+        const auto [button, time] = [event] {
+            const auto &press = *reinterpret_cast<const xcb_button_press_event_t *>(event);
+            return std::pair(press.detail, press.time);
+        }();
+        m_turns = time - m_lastTurn < 2 ? m_turns + 1 : 1;
+        m_lastTurn = time;
+        if ((button == 4 || button == 5) && m_turns <= mostTurnsAtOnce) {
             const int by = button == 5 ? rowsPerClick : -rowsPerClick;
             m_offset = std::clamp(m_offset + by, 0, std::max(0, content.height() - area.height()));
             const auto y = uint32_t(-m_offset);

@@ -26,7 +26,8 @@ private:
 
     xcb_connection_t *m_connection;
     quint32 m_window, m_page;
-    int m_offset = 0;
+    int m_offset = 0, m_turns = 0; // turns: since the wheel was still for two milliseconds
+    quint32 m_lastTurn = 0;        // the server's time
     std::unique_ptr<QSocketNotifier> m_events;
 };
 

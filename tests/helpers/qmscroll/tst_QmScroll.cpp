@@ -92,8 +92,9 @@ private Q_SLOTS:
         QProcess &helper = m_driver->startCapture(place, {u"--max-height"_s, u"1234"_s});
         QVERIFY(Desktop::wait([this] { return m_driver->files().size() == 1; }));
         QVERIFY(m_desktop.overlayIsGone());
-        QCOMPARE(helper.state(), QProcess::Running);
+        const QImage told = m_desktop.picture();
         QVERIFY(Desktop::ended(helper));
+        QVERIFY(m_desktop.picture() != told);
         QCOMPARE(helper.readAllStandardError(), QByteArray());
         QCOMPARE(m_driver->picture().height(), 1234);
         QCOMPARE(m_driver->compare(place), QString());
@@ -165,9 +166,8 @@ private Q_SLOTS:
     void pauses_data()
     {
         QTest::addColumn<Steps>("begin");
-        QTest::newRow("the pointer is elsewhere") << Steps([](Desktop &d, ViewDriver &) {
-            d.movePointer({1100, 300});
-        });
+        QTest::newRow("the pointer is elsewhere in the window")
+            << Steps([](Desktop &d, ViewDriver &) { d.movePointer(place.topLeft() + QPoint(20, 20)); });
         QTest::newRow("a key is held") << Steps([](Desktop &d, ViewDriver &) { d.keyDown(Key::leftShift); });
     }
 
@@ -175,18 +175,20 @@ private Q_SLOTS:
     {
         QFETCH(Steps, begin);
         const ScrolledPage &view = m_driver->startView(place, 200);
-        QProcess &helper = m_driver->startCapture(place);
+        const QRect region = place.adjusted(0, 40, 0, 0);
+        QProcess &helper = m_driver->startCapture(region);
         const QRect words = secondLine();
         const QImage empty = m_desktop.picture(words);
         QVERIFY(m_driver->hasScrolled());
+        QCOMPARE(m_desktop.pointer(), region.center());
         begin(m_desktop, *m_driver);
         QVERIFY(Desktop::wait([&] { return m_desktop.picture(words) != empty; }));
         QVERIFY(view.offset() + place.height() < view.content.height());
         m_desktop.releaseInput();
         m_desktop.movePointer(place.center());
         QVERIFY(Desktop::ended(helper));
-        QCOMPARE(m_driver->compare(place), QString());
-        QCOMPARE(m_driver->picture().height(), view.content.height());
+        QCOMPARE(m_driver->compare(region), QString());
+        QCOMPARE(m_driver->picture().height(), view.content.height() - 40);
     }
 
     void killed_data()
@@ -229,7 +231,10 @@ private Q_SLOTS:
     // The wheel would turn whatever lies there now.
     void aWindowThatIsGonePauses()
     {
-        const PatternWindow below(m_desktop, u"below"_s, QRect(QPoint(), screen), 3, PatternWindow::Kind::unmanaged);
+        const ScrolledPage below(m_desktop, place.adjusted(-40, -40, 40, 40), 100);
+        m_desktop.click(place.center(), Button::wheelDown);
+        QVERIFY(Desktop::wait([&below] { return below.offset() > 0; }));
+        const int offset = below.offset();
         m_driver->startView(place, 600);
         QProcess &helper = m_driver->startCapture(place);
         const QRect words = secondLine();
@@ -243,6 +248,7 @@ private Q_SLOTS:
         QVERIFY2(said.startsWith("qmscroll: the picture ends at ") && said.endsWith(" what follows does not match\n"),
                  said.constData());
         QCOMPARE(m_driver->compare(place), QString());
+        QCOMPARE(below.offset(), offset);
     }
 
     void failures()

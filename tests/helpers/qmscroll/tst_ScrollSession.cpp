@@ -40,7 +40,8 @@ struct View {
     bool isDeaf = false;    // only the user's wheel moves it
     bool sticks = false;    // once it is to be taken again
     bool beginsLow = false; // what is further up was not in the region at first
-    int loads = 0;          // so often 900 pixels more appear at its end, half a second after it was reached
+    int loads = 0;          // so often 900 pixels more appear at its end, this long after it was reached
+    Milliseconds loading = 500ms;
 };
 
 // What the user does, and when.
@@ -169,7 +170,7 @@ private:
     {
         const bool atEnd = position() == page() - region && m_loads < view.loads;
         m_endReached = !atEnd ? std::nullopt : m_endReached ? m_endReached : now;
-        if (m_endReached && now - *m_endReached >= 500ms)
+        if (m_endReached && now - *m_endReached >= view.loading)
             ++m_loads;
     }
 
@@ -272,12 +273,16 @@ private Q_SLOTS:
         row("hardly moves", {.view = {.pixelsPerClick = 2}, .milliseconds = 2700});
         row("one click is most of the region", {.view = {.pixelsPerClick = 470}, .milliseconds = 2600});
         row("a caret", {.view = {.animation = 500ms}, .milliseconds = 2700});
+        row("slow, with a caret", {.view = {.answer = 400ms, .animation = 410ms}, .milliseconds = 16'000});
         row("slow, with a movie", {.view = {.answer = 250ms, .animation = 90ms}, .milliseconds = 12'000});
         row("alike for a while: smaller steps", {.view = {.blankFrom = 2000}, .milliseconds = 5500});
         row("one click is too much, but shows its way",
             {.view = {.pixelsPerClick = 500, .smooth = 200ms, .picture = 16ms}, .milliseconds = 6500});
         row("a list that loads more at its end",
             {.view = {.page = 1500, .loads = 5}, .furthest = 1500 + 5 * 900 - region, .milliseconds = 7500});
+        row("a list that loads more slowly", {.view = {.page = 1500, .loads = 2, .loading = 1000ms},
+                                              .furthest = 1500 + 2 * 900 - region,
+                                              .milliseconds = 9500});
         row("grows out of view: once more from the beginning",
             {.view = {.growsAt = 1500}, .furthest = 6300 - region, .milliseconds = 5500});
         row("and does not move any more",

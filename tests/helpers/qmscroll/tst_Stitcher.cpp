@@ -1,3 +1,4 @@
+#include "helpers/qmscroll/FrameChange.h"
 #include "helpers/qmscroll/Stitcher.h"
 #include "tests/helpers/qmscroll/ScrollScene.h"
 
@@ -189,6 +190,8 @@ private Q_SLOTS:
         row("a block over and over", {.content = Content::cards}, {0, 140, 30}, {Step::ambiguous, Step::ambiguous});
         row("a block over and over, a caret in what leaves", {.content = Content::cards, .caret = true}, {140, 30},
             {Step::ambiguous});
+        row("losses that differ at every place", {.content = Content::text, .isEncoded = true}, {0, 60, 123, 57},
+            {Step::lost, Step::lost, Step::lost});
         row("blank", {.blankRows = 2400}, {0, 60}, {Step::ambiguous});
         row("blank under a header that is known",
             {.content = Content::text, .header = 40, .blankFrom = 300, .blankRows = 900}, {0, 60, 330, 480},
@@ -272,6 +275,18 @@ private Q_SLOTS:
             painter.end();
             QCOMPARE(stitcher.add(lit), Step::renewed);
         }
+    }
+
+    // Servers leave the fourth byte as whoever has painted there.
+    void whatIsNoColourDoesNotCount()
+    {
+        const QImage frame = ScrollScene({.content = Content::text}, 1).frame(0);
+        QImage other = frame.copy();
+        reinterpret_cast<QRgb *>(other.scanLine(20))[7] ^= 0xff000000;
+        QVERIFY(!differs(frame, other));
+        QVERIFY(hashRows(frame) == hashRows(other));
+        reinterpret_cast<QRgb *>(other.scanLine(20))[7] ^= 1;
+        QVERIFY(differs(frame, other));
     }
 
     void failures()
