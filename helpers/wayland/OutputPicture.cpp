@@ -1,39 +1,35 @@
 #include "helpers/wayland/OutputPicture.h"
 
+#include <algorithm>
 #include <new>
-#include <type_traits>
 #include <wayland-client-protocol.h>
 
 namespace qm {
 
 namespace {
 
-using Convert = uint32_t (*)(uint32_t);
-
-// nullptr if the format is unknown.
-Convert conversionFrom(uint32_t format)
+// Calls use with the function that makes our pixel of one in this format; every format's is a type of its own, so that the
+// loops over a monitor's pixels are compiled for each. False if the format is unknown.
+template<class Use>
+bool withConversionFrom(uint32_t format, const Use &use)
 {
     switch (format) {
     case WL_SHM_FORMAT_XRGB8888:
-    case WL_SHM_FORMAT_ARGB8888: return [](uint32_t p) { return p | 0xff000000; };
+    case WL_SHM_FORMAT_ARGB8888: use([](uint32_t p) { return p | 0xff000000; }); return true;
     case WL_SHM_FORMAT_XBGR8888:
     case WL_SHM_FORMAT_ABGR8888:
-        return [](uint32_t p) { return 0xff000000 | (p & 0xff) << 16 | (p & 0xff00) | (p >> 16 & 0xff); };
+        use([](uint32_t p) { return 0xff000000 | (p & 0xff) << 16 | (p & 0xff00) | (p >> 16 & 0xff); });
+        return true;
     case WL_SHM_FORMAT_XRGB2101010:
     case WL_SHM_FORMAT_ARGB2101010:
-        return [](uint32_t p) { return 0xff000000 | (p >> 6 & 0xff0000) | (p >> 4 & 0xff00) | (p >> 2 & 0xff); };
+        use([](uint32_t p) { return 0xff000000 | (p >> 6 & 0xff0000) | (p >> 4 & 0xff00) | (p >> 2 & 0xff); });
+        return true;
     case WL_SHM_FORMAT_XBGR2101010:
     case WL_SHM_FORMAT_ABGR2101010:
-        return [](uint32_t p) { return 0xff000000 | (p << 14 & 0xff0000) | (p >> 4 & 0xff00) | (p >> 22 & 0xff); };
-    default: return nullptr;
+        use([](uint32_t p) { return 0xff000000 | (p << 14 & 0xff0000) | (p >> 4 & 0xff00) | (p >> 22 & 0xff); });
+        return true;
+    default: return false;
     }
-}
-
-template<class Step>
-void copyRow(uint32_t *to, const uint32_t *from, int count, Step step, Convert convert)
-{
-    for (int x = 0; x < count; ++x)
-        to[x] = convert(from[x * step]);
 }
 
 } // namespace
@@ -42,8 +38,7 @@ void copyRow(uint32_t *to, const uint32_t *from, int count, Step step, Convert c
 // content was turned to suit the screen's own rows, and the pixels come in that order.
 OutputPicture upright(const RawPicture &raw)
 {
-    const Convert convert = conversionFrom(raw.format);
-    if (!convert || !raw.pixels || raw.size.isEmpty())
+    if (!raw.pixels || raw.size.isEmpty())
         return {};
     const ptrdiff_t line = raw.bytesPerLine / 4;
     const bool isTurned = raw.transform % 2;
@@ -52,9 +47,11 @@ OutputPicture upright(const RawPicture &raw)
     if (raw.transform == 0 && !raw.isBottomUp) {
         picture.stride = int(line);
         picture.pixels = raw.pixels;
-        for (int y = 0; y < picture.size.height(); ++y)
-            copyRow(picture.row(y), picture.row(y), picture.size.width(), std::integral_constant<int, 1>(), convert);
-        return picture;
+        const bool isKnown = withConversionFrom(raw.format, [&](auto convert) {
+            for (int y = 0; y < picture.size.height(); ++y)
+                std::transform(picture.row(y), picture.row(y) + picture.size.width(), picture.row(y), convert);
+        });
+        return isKnown ? picture : OutputPicture();
     }
 
     picture.stride = picture.size.width();
@@ -85,9 +82,14 @@ OutputPicture upright(const RawPicture &raw)
     const ptrdiff_t first = offset(0, 0);
     const ptrdiff_t perX = picture.size.width() > 1 ? offset(1, 0) - first : 0;
     const ptrdiff_t perY = picture.size.height() > 1 ? offset(0, 1) - first : 0;
-    for (int y = 0; y < picture.size.height(); ++y)
-        copyRow(picture.row(y), raw.pixels.get() + first + y * perY, picture.size.width(), perX, convert);
-    return picture;
+    const bool isKnown = withConversionFrom(raw.format, [&](auto convert) {
+        for (int y = 0; y < picture.size.height(); ++y) {
+            const uint32_t *from = raw.pixels.get() + first + y * perY;
+            for (int x = 0; x < picture.size.width(); ++x)
+                picture.row(y)[x] = convert(from[x * perX]);
+        }
+    });
+    return isKnown ? picture : OutputPicture();
 }
 
 } // namespace qm
