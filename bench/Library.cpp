@@ -1,5 +1,5 @@
-// The library window over an index of 100,000 shots or more: time to open, load on the main thread, and memory with 200
-// thumbnails. Needs no display.
+// The library window over an index of 100,000 shots, or as many as QM_BENCH_ROWS says: time to open, load on the main
+// thread, and memory with 200 thumbnails. Needs no display.
 
 #include "bench/Measure.h"
 #include "bench/ScreenText.h"

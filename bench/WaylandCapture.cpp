@@ -65,7 +65,7 @@ public:
         return *m_pixel;
     }
 
-    // Milliseconds until it is another one, or this one again.
+    // Milliseconds until it is another one.
     double untilNot(quint32 color, Clock::time_point start)
     {
         while (seen() == color && Clock::now() - start < 20s)

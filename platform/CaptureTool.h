@@ -29,7 +29,8 @@ struct Request {
     QString unsaved;             // where the picture goes if it cannot be written to its path; empty: nowhere
 };
 
-// With which the system's tool ends if the user once forbade the desktop to give pictures of the screen.
+// With which the system's tool ends if the user once forbade the desktop to give pictures of the screen; as in qmcapture's
+// main.cpp.
 constexpr int deniedStatus = 3;
 
 QString text(const QRect &area); // "x,y,w,h"

@@ -17,7 +17,7 @@ QString roadName(CaptureRoad::Kind road)
     case CaptureRoad::Kind::portal:
         return text(u"the desktop's portal (Wayland)", u"デスクトップのポータル（Wayland）");
     }
-    return text(u"nothing: no display server answers", u"なし（ディスプレイサーバーに接続できません）");
+    return text(u"nothing: the screen cannot be read here", u"なし（この環境では画面の画像を取得できません）");
 }
 
 } // namespace qm

@@ -3,6 +3,7 @@
 #include "config/CaptureNames.h"
 #include "helpers/overlay/Fonts.h"
 #include "helpers/overlay/Overlay.h"
+#include "helpers/wayland/WaylandClaim.h"
 #include "helpers/wayland/desktop/DesktopFreeze.h"
 #include "helpers/wayland/desktop/ScreenshotPortal.h"
 #include "helpers/wayland/desktop/UserBus.h"
@@ -109,6 +110,9 @@ int save(const CaptureRequest &request, const Image &image, QJsonObject what, Cl
         if (offer && file.open(QIODevice::ReadOnly))
             offer->deliver(file.readAll());
     };
+    // From here on, signals no longer stop the helper: the choice is made, and writing the file takes only a moment.
+    for (const int signal : {SIGTERM, SIGINT, SIGHUP})
+        std::signal(signal, SIG_IGN);
     QString path = QFile::decodeName(request.path);
     const bool isOurName = CaptureNames::takenAt(QFileInfo(path).fileName()).has_value();
     Outcome written = isOurName ? PngWriter::writeNew(path, image) : PngWriter::write(path, image);
@@ -145,12 +149,19 @@ int captureByDialog(const CaptureRequest &request, const WaylandOutputs &outputs
         return 0;
     if (answer.kind != Kind::picture)
         return fail({}, noPictureOfScreen());
-    const int scale = outputs.all().front()->scale;
+    // Which monitor it is from is not told.
+    const auto scaleOn = [](const std::unique_ptr<WaylandOutput> &output) {
+        return pictureScale({{.area = output->logical, .scale = output->pointScale()}}, output->logical);
+    };
+    const int scale = scaleOn(outputs.all().front());
     const bool isCommon = std::all_of(outputs.all().begin(), outputs.all().end(),
-                                      [scale](const auto &output) { return output->scale == scale; });
+                                      [&](const auto &output) { return scaleOn(output) == scale; });
     const QString what = request.way == Way::window ? QStringLiteral("window") : QStringLiteral("screen");
-    return save(request, {answer.picture, QSizeF(answer.picture.size()) / (isCommon ? scale : 1)},
-                {{QStringLiteral("what"), what}});
+    const int status = save(request, {answer.picture, QSizeF(answer.picture.size()) / (isCommon ? scale : 1)},
+                            {{QStringLiteral("what"), what}});
+    if (status == 0) // else it is all that the user has
+        QFile::remove(answer.file);
+    return status;
 }
 
 const char *name(Picker::Result result)
@@ -189,6 +200,8 @@ extern "C" Q_DECL_EXPORT int quillmereChoose(const RaisedCurtain &curtain, const
                          .makeReadyForText = [&] { fonts = startFonts(); },
                          .chosen = offerTo});
         choice = overlay.run();
+        if (curtain.claim) // the next capture need not wait until somebody has fetched this one from the clipboard
+            curtain.claim->giveUp();
     } else {
         alone = screenBehind(curtain);
         choice = choiceWithoutAsking(request, *alone);
@@ -211,9 +224,6 @@ extern "C" Q_DECL_EXPORT int quillmereChoose(const RaisedCurtain &curtain, const
     what.insert(QStringLiteral("what"), QLatin1String(name(choice.result)));
 
     const QImage pixels = chosenPixels(screen, choice);
-    // From here on, signals no longer stop the helper: the choice is made, and writing the file takes only a moment.
-    for (const int signal : {SIGTERM, SIGINT, SIGHUP})
-        std::signal(signal, SIG_IGN);
     const int scale = pictureScale(screen.monitors(), area);
     return save(request, {pixels, QSizeF(pixels.size()) / scale}, what, offer.get());
 }
@@ -221,7 +231,10 @@ extern "C" Q_DECL_EXPORT int quillmereChoose(const RaisedCurtain &curtain, const
 extern "C" Q_DECL_EXPORT WaylandCurtain::Frozen quillmereFreeze(const WaylandOutputs &outputs,
                                                                 const CaptureRequest &request)
 {
-    return freezeByDesktop(outputs, request.way == CaptureRequest::Way::window ? FreezeFor::window : FreezeFor::region);
+    using Way = CaptureRequest::Way;
+    return freezeByDesktop(outputs, request.way == Way::window   ? FreezeFor::window
+                                    : request.way == Way::region ? FreezeFor::region
+                                                                 : FreezeFor::noChoice);
 }
 
 static_assert(std::is_same_v<ChooseFunction, decltype(&quillmereChoose)>);

@@ -7,6 +7,7 @@
 namespace qm {
 
 class Curtain;
+class WaylandClaim;
 
 // What qmcapture has been asked for on its command line. Rectangles are pixels of the whole desktop.
 struct CaptureRequest {
@@ -25,6 +26,7 @@ struct CaptureRequest {
 struct RaisedCurtain {
     Curtain *x11 = nullptr;
     WaylandCurtain *wayland = nullptr;
+    WaylandClaim *claim = nullptr; // on Wayland
 };
 
 // The rest of qmcapture after its curtain is up: lets the user choose and writes the picture. Returns the exit status

@@ -49,7 +49,7 @@ using namespace std::chrono_literals;
 
 namespace {
 
-constexpr int deniedStatus = 3;
+constexpr int deniedStatus = 3;  // as in platform/CaptureTool.h, which needs Qt
 constexpr auto restTime = 400ms; // compositors fade what has gone for up to 250
 
 int fail(const std::string &reason)
@@ -160,7 +160,8 @@ int captureOnWayland(WaylandServer &server, const CaptureRequest &request, Wayla
 {
     using Kind = WaylandCurtain::Kind;
     using Instead = WaylandCurtain::Instead;
-    if (!WaylandClaim::take())
+    WaylandClaim claim;
+    if (!claim.isOurs())
         return 0;
     if (!request.rest.isNull()) // where X11 looks on, one can only wait for what fades
         std::this_thread::sleep_for(restTime);
@@ -182,7 +183,7 @@ int captureOnWayland(WaylandServer &server, const CaptureRequest &request, Wayla
         case Instead::dialog: break;
         }
     }
-    return choose({.wayland = &curtain}, request);
+    return choose({.wayland = &curtain, .claim = &claim}, request);
 }
 
 } // namespace

@@ -116,9 +116,8 @@ OutputSurface::~OutputSurface()
 // A full-screen window may be told another size first, and its true one a little later.
 void OutputSurface::configured(QSize size)
 {
-    if (size.isEmpty() || size == m_size)
-        return;
-    m_size = size;
+    if (!size.isEmpty())
+        m_size = size;
 }
 
 void OutputSurface::scale()

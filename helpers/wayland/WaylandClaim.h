@@ -3,10 +3,19 @@
 namespace qm {
 
 // Only one helper lets the user choose at a time: meanwhile it has a lock in the runtime folder, one for each compositor.
-namespace WaylandClaim {
+class WaylandClaim
+{
+public:
+    WaylandClaim();
+    ~WaylandClaim() { giveUp(); }
+    WaylandClaim(const WaylandClaim &) = delete;
+    WaylandClaim &operator=(const WaylandClaim &) = delete;
 
-// False if another helper has it. Until the process ends.
-[[nodiscard]] bool take();
+    bool isOurs() const { return m_isOurs; } // false if another helper has it
+    void giveUp();                           // lets the next one have it
 
-} // namespace WaylandClaim
+private:
+    int m_file = -1;
+    bool m_isOurs = true; // without a runtime folder, the next capture is not kept out
+};
 } // namespace qm

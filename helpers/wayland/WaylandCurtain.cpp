@@ -37,7 +37,7 @@ WaylandCurtain::WaylandCurtain(WaylandServer &server, Kind kind, Freeze how,
             openSurfaces();
         show(kind);
     }
-    // Last: it takes a moment, and the curtain is none of them.
+    // Last, because asking takes a moment; the curtain is not among the windows that sway tells of.
     if (isUp() && m_frozen.windows.source == Windows::Source::nobody)
         m_frozen.windows = {Windows::Source::sway, swayTree()};
 }

@@ -19,6 +19,14 @@ struct WaylandOutput {
     QSize mode = {};       // pixels, before the transform
     int transform = 0;     // a wl_output.transform: how the screen is turned
     int scale = 1;         // what the compositor asks of clients that know whole scales only
+
+    QSize pixels() const { return transform % 2 ? mode.transposed() : mode; }
+    // Pixels per point. GNOME places monitors by their pixels: how large things are is then told by what it asks of clients.
+    double pointScale() const
+    {
+        const double placed = double(pixels().width()) / logical.width();
+        return placed == 1 ? scale : placed;
+    }
 };
 
 // The compositor's monitors when the capture began. One thread.

@@ -20,12 +20,15 @@ void writeToReader(int pipe, std::span<const char> bytes)
     fcntl(pipe, F_SETFL, O_NONBLOCK);
     while (!bytes.empty()) {
         pollfd ready = {pipe, POLLOUT, 0};
-        if (poll(&ready, 1, limit) <= 0)
+        const int count = poll(&ready, 1, limit);
+        if (count < 0 && errno == EINTR)
+            continue;
+        if (count <= 0)
             break;
-        const ssize_t count = write(pipe, bytes.data(), bytes.size());
-        if (count < 0 && errno != EAGAIN && errno != EINTR)
+        const ssize_t written = write(pipe, bytes.data(), bytes.size());
+        if (written < 0 && errno != EAGAIN && errno != EINTR)
             break; // it has enough, or has gone
-        bytes = bytes.subspan(size_t(std::max<ssize_t>(count, 0)));
+        bytes = bytes.subspan(size_t(std::max<ssize_t>(written, 0)));
     }
     close(pipe);
 }

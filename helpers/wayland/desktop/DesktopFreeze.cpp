@@ -6,6 +6,8 @@
 #include "helpers/wayland/desktop/UserBus.h"
 #include "ui/AppLocale.h"
 
+#include <QFile>
+
 namespace qm {
 
 using Frozen = WaylandCurtain::Frozen;
@@ -37,7 +39,7 @@ static Frozen frozenByPortal(const UserBus &bus, const WaylandOutputs &outputs)
                 .reason = AppLocale::text(u"this desktop has been told not to allow screenshots",
                                           u"このデスクトップでは、スクリーンショットが許可されていません")
                               .toStdString()};
-    case Kind::picture:
+    case Kind::picture: QFile::remove(answer.file); break;
     case Kind::failed: break;
     }
     std::vector<OutputPicture> pictures = ScreenshotPortal::cut(answer.picture, outputs);
@@ -50,7 +52,7 @@ Frozen freezeByDesktop(const WaylandOutputs &outputs, FreezeFor what)
 {
     const UserBus bus;
     std::vector<OutputPicture> pictures = KWinScreenShot::take(bus, outputs);
-    WaylandCurtain::Windows windows = windowsOf(bus);
+    WaylandCurtain::Windows windows = what == FreezeFor::noChoice ? WaylandCurtain::Windows() : windowsOf(bus);
     windows.havePictures = !pictures.empty(); // whom KWin refuses the screen, it refuses windows
     if (!pictures.empty())
         return {.pictures = std::move(pictures), .windows = std::move(windows)};

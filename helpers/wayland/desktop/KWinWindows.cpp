@@ -14,7 +14,7 @@ using namespace std::chrono_literals;
 
 namespace {
 
-constexpr auto limit = 1s; // it takes a hundredth of that
+constexpr auto limit = 1s; // of each question; all take a hundredth of that
 constexpr char kwin[] = "org.kde.KWin";
 constexpr char scripting[] = "org.kde.kwin.Scripting";
 constexpr char object[] = "/org/quillmere/Windows"; // of ours, which the script calls
@@ -35,7 +35,7 @@ function description(w) {
             x: frame.x, y: frame.y, width: frame.width, height: frame.height};
 }
 var windows = workspace.windowList ? workspace.windowList() : workspace.clientList();
-var visible = windows.filter(w => w.managed && !w.minimized && !w.hidden && isOnDesktop(w) && isInActivity(w));
+var visible = windows.filter(w => (w.managed || w.popupWindow) && !w.minimized && !w.hidden && isOnDesktop(w) && isInActivity(w));
 visible.sort((a, b) => a.stackingOrder - b.stackingOrder);
 callDBus("%1", "/org/quillmere/Windows", "org.quillmere.Windows", "Tell", JSON.stringify(visible.map(description)));
 )js";

@@ -90,16 +90,15 @@ bool isDenied(const UserBus &bus)
     return isDenied;
 }
 
-// The file is ours to remove: the portal leaves it among the user's pictures.
-QImage takenFrom(const QString &uri)
+ScreenshotPortal::Answer takenFrom(const QString &uri)
 {
+    using Kind = ScreenshotPortal::Answer::Kind;
     const QString path = QUrl(uri).toLocalFile();
     QFile file(path);
     if (path.isEmpty() || !file.open(QIODevice::ReadOnly))
         return {};
     const QImage picture = ImageFile::load(file).image.pixels;
-    file.remove();
-    return picture;
+    return {picture.isNull() ? Kind::failed : Kind::picture, picture, path};
 }
 
 } // namespace
@@ -128,11 +127,9 @@ ScreenshotPortal::Answer ScreenshotPortal::take(const UserBus &bus, Manner manne
         bus.call(bus.newCall(service, path.c_str(), requests, "Close"), startLimit); // or the dialog stays
         return {};
     }
-    if (response.code == 0U) {
-        const QImage picture = takenFrom(response.uri);
-        return {picture.isNull() ? Kind::failed : Kind::picture, picture};
-    }
-    if (response.code == 1U || std::chrono::milliseconds(asked.elapsed()) >= humanly)
+    if (response.code == 0U)
+        return takenFrom(response.uri);
+    if (response.code == 1U || (isSilent && std::chrono::milliseconds(asked.elapsed()) >= humanly))
         return {.kind = Kind::cancelled};
     return {.kind = !isSilent ? Kind::failed : isDenied(bus) ? Kind::denied : Kind::refused};
 }
@@ -153,10 +150,9 @@ std::vector<OutputPicture> ScreenshotPortal::cut(const QImage &picture, const Wa
         const auto pixel = [scale](int at) { return int(std::lround(at * scale)); };
         const QRect part(QPoint(pixel(place.left()), pixel(place.top())),
                          QPoint(pixel(place.right() + 1) - 1, pixel(place.bottom() + 1) - 1));
-        const QSize own = output->transform % 2 ? output->mode.transposed() : output->mode;
         QImage shown = picture.copy(part);
-        if (shown.size() != own)
-            shown = shown.scaled(own, Qt::IgnoreAspectRatio, Qt::SmoothTransformation);
+        if (shown.size() != output->pixels())
+            shown = shown.scaled(output->pixels(), Qt::IgnoreAspectRatio, Qt::SmoothTransformation);
         pictures.push_back(pictureOf(shown));
     }
     return pictures;

@@ -21,6 +21,7 @@ struct Answer {
         failed,
     } kind = Kind::failed;
     QImage picture = {}; // the whole desktop, or what was chosen in the dialog
+    QString file = {};   // of the picture: the caller's to remove, for the portal leaves it among the user's pictures
 };
 // Within a minute, for someone reads a question. Silent: nothing else is asked than for permission.
 enum class Manner { silent, dialog };

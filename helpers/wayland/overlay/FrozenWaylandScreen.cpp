@@ -26,10 +26,7 @@ FrozenWaylandScreen::FrozenWaylandScreen(WaylandCurtain &curtain)
     QStringList names;
     for (qsizetype i = 0; i < m_layout.areas().size(); ++i) {
         const WaylandOutput &output = *curtain.outputs().all()[size_t(i)];
-        // GNOME places monitors by their pixels; how large things are is then told by what it asks of clients.
-        const double placed = m_layout.scale(int(i));
-        m_monitors.append(
-            {QByteArray::fromStdString(output.name), m_layout.areas()[i], placed == 1 ? output.scale : placed});
+        m_monitors.append({QByteArray::fromStdString(output.name), m_layout.areas()[i], output.pointScale()});
         names.append(QString::fromStdString(output.name));
     }
     const WaylandCurtain::Windows &known = curtain.windows();

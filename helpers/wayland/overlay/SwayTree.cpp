@@ -23,11 +23,11 @@ struct Found {
 
 // A window with its border, and its title bar if that is above it alone: not a tab, nor one bar of a stack that stands above
 // another window's.
-QRect frameOf(const QJsonObject &window, bool isFloating, const QJsonObject &around)
+QRect frameOf(const QJsonObject &window, const QJsonObject &around)
 {
     const QRect frame = rectangle(window["rect"_L1]); // without the title bar
     const QRect bar = rectangle(window["deco_rect"_L1]);
-    const bool isInStack = !isFloating && around["layout"_L1] == "stacked"_L1;
+    const bool isInStack = window["type"_L1] != "floating_con"_L1 && around["layout"_L1] == "stacked"_L1;
     const int top = rectangle(around["rect"_L1]).top() + bar.top(); // of a tiled window's
     if (bar.width() != frame.width() || (isInStack && top + bar.height() != frame.top()))
         return frame;
@@ -43,7 +43,7 @@ void collect(const QJsonObject &node, bool isFloating, const QJsonObject &around
     if (isView && node["visible"_L1].toBool()) {
         ScreenWindow window;
         window.top = quint32(node["id"_L1].toInteger());
-        window.frame = window.topArea = layout.pixels(frameOf(node, isFloating, around));
+        window.frame = window.topArea = layout.pixels(frameOf(node, around));
         window.depth = 24;
         window.title = node["name"_L1].toString();
         const bool isFull = node["fullscreen_mode"_L1].toInt() != 0;

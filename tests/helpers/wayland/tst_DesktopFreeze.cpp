@@ -144,8 +144,8 @@ public Q_SLOTS:
         response << answer
                  << (answer ? QVariantMap()
                             : QVariantMap{{u"uri"_s, QUrl::fromLocalFile(file).toString(QUrl::FullyEncoded)}});
-        if (delay)
-            QTimer::singleShot(delay, this, [response, bus = connection()] { bus.send(response); });
+        if (const int wait = asked.last() ? 200 : delay) // nobody chooses faster, while a service may fail later
+            QTimer::singleShot(wait, this, [response, bus = connection()] { bus.send(response); });
         else
             connection().send(response); // before the call has been answered
         return QDBusObjectPath(path);
@@ -214,7 +214,11 @@ private Q_SLOTS:
         m_bus.terminate(); // killed, it would leave its socket
         QVERIFY(m_bus.waitForFinished());
     }
-    void cleanup() { QFile::remove(m_result); }
+    void cleanup()
+    {
+        QFile::remove(m_result);
+        QDir().rmdir(m_result);
+    }
 
     void kwin_data()
     {
@@ -376,6 +380,7 @@ private Q_SLOTS:
         QTest::newRow("not shown either") << all << none << 2U << QList<bool>{false, true} << 1;
         QTest::newRow("a window") << window << ours << 0U << QList<bool>{true} << 0;
         QTest::newRow("cancelled") << window << none << 1U << QList<bool>{true} << 0;
+        QTest::newRow("cannot be saved") << window << none << 0U << QList<bool>{true} << 1;
     }
     void dialog()
     {
@@ -384,6 +389,8 @@ private Q_SLOTS:
         QFETCH(uint, dialogCode);
         QFETCH(QList<bool>, asked);
         QFETCH(int, exitCode);
+        const bool isInTheWay = dialogCode == 0 && exitCode == 1;
+        QVERIFY(!isInTheWay || QDir().mkdir(m_result));
         Portal portal;
         portal.code = 2;
         portal.dialogCode = dialogCode;
@@ -401,29 +408,56 @@ private Q_SLOTS:
         QCOMPARE(portal.asked, asked);
         QCOMPARE(helper.exitCode(), exitCode);
         QCOMPARE(helper.readAllStandardError().isEmpty(), exitCode == 0);
-        QCOMPARE(QImage(m_result).convertToFormat(QImage::Format_RGB32), isTaken ? window : QImage());
-        QVERIFY(!QFile::exists(portal.file));
+        QCOMPARE(QImage(m_result).convertToFormat(QImage::Format_RGB32), isTaken && !isInTheWay ? window : QImage());
+        QCOMPARE(QFile::remove(portal.file), isInTheWay); // else nobody would have it
         QVERIFY(m_services.unregisterService(u"org.freedesktop.impl.portal.PermissionStore"_s));
         QVERIFY(m_services.unregisterService(u"org.freedesktop.portal.Desktop"_s));
     }
 
-    // Only who has the keyboard may fill the clipboard there; the helper stays until its picture has been fetched.
+    // Only who has the keyboard may fill the clipboard there; the helper stays until its picture has been fetched, and keeps
+    // nobody from the next one.
+    void clipboard_data()
+    {
+        QTest::addColumn<QStringList>("options");
+        QTest::addColumn<QString>("type");
+        const QString wanted = u"--clipboard"_s, picture = u"image/png"_s;
+        QTest::newRow("a picture") << QStringList{wanted} << picture;
+        QTest::newRow("not saved") << QStringList{wanted, u"--unsaved"_s, m_unsaved} << picture;
+        QTest::newRow("a colour") << QStringList{wanted} << u"text/plain"_s;
+        QTest::newRow("not wanted") << QStringList() << picture;
+    }
     void clipboard()
     {
+        QFETCH(QStringList, options);
+        QFETCH(QString, type);
+        const bool isSaved = !options.contains(m_unsaved), isColor = type != u"image/png"_s;
+        QVERIFY(isSaved || QDir().mkdir(m_result));
         KWin kwin;
         kwin.pictures = {{u"HEADLESS-1"_s, m_shown[0]}, {u"HEADLESS-2"_s, m_shown[1]}};
         serve(u"org.kde.KWin"_s, u"/org/kde/KWin/ScreenShot2"_s, kwin);
         QProcess &helper =
-            m_desktop.start(program, {u"--clipboard"_s, u"-i"_s, m_result}, {u"QUILLMERE_DISPLAY=desktop"_s});
+            m_desktop.start(program, options + QStringList{u"-i"_s, m_result}, {u"QUILLMERE_DISPLAY=desktop"_s});
         QImage dimmed = m_shown[0].copy(0, 500, 200, 100);
         dim(reinterpret_cast<quint32 *>(dimmed.bits()), reinterpret_cast<quint32 *>(dimmed.bits()),
             size_t(dimmed.width() * dimmed.height()));
         QVERIFY(m_desktop.shows(dimmed, {0, 500}));
-        m_desktop.drag({60, 60}, {200, 150});
-        QTRY_VERIFY(QFile::exists(m_result));
-        QFile file(m_result);
-        QVERIFY(file.open(QIODevice::ReadOnly));
-        QCOMPARE(m_desktop.run(u"wl-paste"_s, {u"--no-newline"_s, u"--type"_s, u"image/png"_s}), file.readAll());
+        QByteArray content;
+        if (isColor) {
+            m_desktop.movePointer({60, 60});
+            m_desktop.tap(Key::c);
+            QTRY_VERIFY(helper.bytesAvailable() > 0);
+            content = m_shown[0].pixelColor(60, 60).name().toLatin1();
+        } else {
+            m_desktop.drag({60, 60}, {200, 150});
+            QFile file(isSaved ? m_result : m_unsaved);
+            QTRY_VERIFY(file.exists());
+            QVERIFY(file.open(QIODevice::ReadOnly));
+            content = file.readAll();
+        }
+        QVERIFY(Desktop::ended(m_desktop.start(program, {u"--desktop"_s, m_next}, {u"QUILLMERE_DISPLAY=desktop"_s})));
+        QVERIFY(QFile::remove(m_next));
+        QCOMPARE(m_desktop.run(u"wl-paste"_s, {u"--no-newline"_s, u"--type"_s, type}),
+                 options.isEmpty() ? QByteArray() : content);
         QVERIFY(Desktop::ended(helper));
         QVERIFY(m_services.unregisterService(u"org.kde.KWin"_s));
         m_desktop.movePointer({20, 20});
@@ -502,6 +536,7 @@ private:
 
     SwayDesktop m_desktop{{{{800, 600}, {0, 0}}, {{1200, 800}, {800, 0}, 2}}};
     const QString m_result = m_desktop.home().file(u"a.png"_s);
+    const QString m_unsaved = m_desktop.home().file(u"unsaved.png"_s), m_next = m_desktop.home().file(u"next.png"_s);
     QProcess m_bus;
     QDBusConnection m_services{QString()};
     QList<QImage> m_shown; // by each monitor

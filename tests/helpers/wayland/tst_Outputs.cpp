@@ -152,7 +152,8 @@ private Q_SLOTS:
     {
         QTest::addColumn<QByteArray>("content");  // of a workspace
         QTest::addColumn<QList<QRect>>("frames"); // logical, bottom first
-        const auto window = [](const QRect &rect, const QRect &bar, const char *more = "\"visible\": true") {
+        const auto window = [](const QRect &rect, const QRect &bar, const char *more = "\"visible\": true",
+                               const char *type = "con") -> QByteArray {
             const auto text = [](const QRect &r) {
                 return u"{\"x\": %1, \"y\": %2, \"width\": %3, \"height\": %4}"_s.arg(r.x())
                     .arg(r.y())
@@ -160,8 +161,8 @@ private Q_SLOTS:
                     .arg(r.height())
                     .toUtf8();
             };
-            return "{\"pid\": 7, \"type\": \"con\", \"rect\": " + text(rect) + ", \"deco_rect\": " + text(bar) + ", " +
-                   more + "}";
+            return QByteArray("{\"pid\": 7, \"type\": \"") + type + "\", \"rect\": " + text(rect) +
+                   ", \"deco_rect\": " + text(bar) + ", " + more + "}";
         };
         const auto container = [](const char *layout, const QByteArrayList &nodes,
                                   const QByteArrayList &floating = {}) {
@@ -169,7 +170,8 @@ private Q_SLOTS:
                    "\", \"rect\": {\"x\": 0, \"y\": 0, \"width\": 640, \"height\": 400}, \"nodes\": [" +
                    nodes.join(',') + "], \"floating_nodes\": [" + floating.join(',') + "]}";
         };
-        const char hidden[] = "\"visible\": false", full[] = "\"visible\": true, \"fullscreen_mode\": 1";
+        const char shown[] = "\"visible\": true", hidden[] = "\"visible\": false",
+                   full[] = "\"visible\": true, \"fullscreen_mode\": 1";
         const QRect half(0, 25, 320, 375), all(0, 25, 640, 375), stacked(0, 75, 640, 325);
         QTest::newRow("title bars") << container("splith", {window(half, {0, 0, 320, 25}),
                                                             window(half.translated(320, 0), {320, 0, 320, 25})})
@@ -183,12 +185,18 @@ private Q_SLOTS:
                                                              window(stacked, {0, 25, 640, 25}),
                                                              window(stacked, {0, 50, 640, 25}, hidden)})
                                     << QList<QRect>{stacked};
+        QTest::newRow("in a floating stack")
+            << container(
+                   "splith", {},
+                   {container("stacked", {window(stacked, {0, 0, 640, 25}, hidden), window(stacked, {0, 25, 640, 25}),
+                                          window(stacked, {0, 50, 640, 25}, hidden)})})
+            << QList<QRect>{stacked};
         QTest::newRow("last of a stack") << container("stacked", {window(stacked, {0, 25, 640, 25}, hidden),
                                                                   window(stacked, {0, 50, 640, 25})})
                                          << QList<QRect>{stacked.adjusted(0, -25, 0, 0)};
         QTest::newRow("floating above a stack, full screen above all")
             << container("stacked", {window({0, 0, 640, 400}, {}, full), window(stacked, {0, 50, 640, 25})},
-                         {window({100, 125, 200, 100}, {100, 100, 200, 25})})
+                         {window({100, 125, 200, 100}, {100, 100, 200, 25}, shown, "floating_con")})
             << QList<QRect>{stacked.adjusted(0, -25, 0, 0), {100, 100, 200, 125}, {0, 0, 640, 400}};
         QTest::newRow("of a hidden workspace") << container("splith", {window(all, {}, hidden)}) << QList<QRect>();
     }
