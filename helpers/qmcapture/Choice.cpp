@@ -151,7 +151,7 @@ int captureByDialog(const CaptureRequest &request, const WaylandOutputs &outputs
         return fail({}, noPictureOfScreen());
     // Which monitor it is from is not told.
     const auto scaleOn = [](const std::unique_ptr<WaylandOutput> &output) {
-        return pictureScale({{.area = output->logical, .scale = output->pointScale()}}, output->logical);
+        return pictureScale({{.name = {}, .area = output->logical, .scale = output->pointScale()}}, output->logical);
     };
     const int scale = scaleOn(outputs.all().front());
     const bool isCommon = std::all_of(outputs.all().begin(), outputs.all().end(),

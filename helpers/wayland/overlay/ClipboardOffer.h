@@ -28,8 +28,8 @@ public:
     ClipboardOffer(const ClipboardOffer &) = delete;
     ClipboardOffer &operator=(const ClipboardOffer &) = delete;
 
-    // Returns once the compositor has it, or something else is on the clipboard, or nobody has asked for it in five seconds. A
-    // picture is a PNG file, a text UTF-8.
+    // Returns once somebody has read it (who asks and does not read is given 30 s), or something else is on the clipboard, or
+    // nobody has asked in five seconds. A picture is a PNG file, a text UTF-8.
     void deliver(const QByteArray &content);
 
 private:
