@@ -6,8 +6,8 @@ usage: check.py QMSCROLL ROW...
 A row is PROGRAM:PAGE or PROGRAM:PAGE@SCALE, where the page may be a pattern: "chromium:*", "firefox:late*",
 "chromium:plain@2", "gtk3:text". Its line says how high the content is and the picture, how many of its rows are wrong, doubled
 and missing, how long it took, in seconds and as a multiple of a bare loop that turns the wheel as far and waits for rest,
-and how it ended. The exit status is 1 if a picture is neither whole nor of a page that may end early, and says so. Browsers that are
-not installed are left out.
+and how it ended. The exit status is 1 if a picture is neither whole nor of a page that may end early, and says so.
+Browsers that are not installed are left out.
 """
 import difflib
 import fcntl
