@@ -17,8 +17,9 @@ struct WaylandOutput {
     std::string name = {}; // "DP-1"
     QRect logical = {};    // its place among the others, in the compositor's coordinates
     QSize mode = {};       // pixels, before the transform
-    int transform = 0;     // a wl_output.transform: how the screen is turned
-    int scale = 1;         // what the compositor asks of clients that know whole scales only
+    QSize pixels() const { return transform % 2 ? mode.transposed() : mode; }
+    int transform = 0; // a wl_output.transform: how the screen is turned
+    int scale = 1;     // what the compositor asks of clients that know whole scales only
 };
 
 // The compositor's monitors when the capture began. One thread.
