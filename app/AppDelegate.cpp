@@ -141,7 +141,8 @@ KeyListener AppDelegate::keyListener()
 void AppDelegate::perform(const Command &command, const QRect &menu)
 {
     const bool isWindow = command.verb == Command::Verb::captureWindow;
-    if (m_keyTest && menu.isNull() && (isWindow || command.verb == Command::Verb::captureRegion))
+    const bool mayBeAShortcut = menu.isNull() && !command.isFromMenu && command.delay.count() == 0;
+    if (m_keyTest && mayBeAShortcut && (isWindow || command.verb == Command::Verb::captureRegion))
         return m_keyTest(isWindow ? HotkeyGesture::hold : HotkeyGesture::tap); // a shortcut of the desktop's is tried
     const WindowActivation activation(command.activation);
     switch (command.verb) {

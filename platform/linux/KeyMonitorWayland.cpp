@@ -59,8 +59,8 @@ private:
             m_portal->stop();
         } else if (m_sway->start(m_trigger)) {
             m_portal->stop();
-        } else {
-            m_portal->start();
+        } else if (!qEnvironmentVariable("XDG_CURRENT_DESKTOP").split(u':').contains(QStringLiteral("Hyprland"))) {
+            m_portal->start(); // there it would take the shortcuts, but never give them keys
         }
     }
 

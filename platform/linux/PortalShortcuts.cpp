@@ -97,9 +97,14 @@ void PortalShortcuts::stop()
 {
     m_isWanted = false;
     if (!m_session.isEmpty())
-        QDBusConnection::sessionBus().asyncCall(
-            QDBusMessage::createMethodCall(service, m_session, sessionInterface, QStringLiteral("Close")));
+        close(m_session);
     ended();
+}
+
+void PortalShortcuts::close(const QString &session)
+{
+    QDBusConnection::sessionBus().asyncCall(
+        QDBusMessage::createMethodCall(service, session, sessionInterface, QStringLiteral("Close")));
 }
 
 // Desktops keep the keys by the application's identity; portals that do not ask for it, by the session's name.
@@ -117,9 +122,12 @@ void PortalShortcuts::makeSession()
 
 void PortalShortcuts::sessionMade(uint code, const QVariantMap &results)
 {
-    m_session = results.value(QStringLiteral("session_handle")).toString();
-    if (code != 0 || m_session.isEmpty())
+    const QString session = results.value(QStringLiteral("session_handle")).toString();
+    if (code != 0 || session.isEmpty())
         return ended();
+    if (!m_isWanted)
+        return close(session);
+    m_session = session;
     QDBusConnection::sessionBus().connect(service, m_session, sessionInterface, QStringLiteral("Closed"), this,
                                           SLOT(ended()));
     // Asked for what is there already, some desktops open their settings each time.
@@ -129,6 +137,8 @@ void PortalShortcuts::sessionMade(uint code, const QVariantMap &results)
 
 void PortalShortcuts::listed(uint, const QVariantMap &results)
 {
+    if (m_session.isEmpty())
+        return;
     if (hasAll(results))
         return bound(0, results);
     request(QStringLiteral("BindShortcuts"),
@@ -139,22 +149,21 @@ void PortalShortcuts::listed(uint, const QVariantMap &results)
 // The code does not count: GNOME's portal says 2 though it has done it.
 void PortalShortcuts::bound(uint, const QVariantMap &results)
 {
-    m_isBound = hasAll(results);
-    Q_EMIT changed();
+    m_isBound = !m_session.isEmpty() && hasAll(results);
 }
 
 void PortalShortcuts::activated(const QDBusMessage &signal)
 {
     const QString id = signal.arguments().value(1).toString();
-    if (signal.arguments().value(0).value<QDBusObjectPath>().path() == m_session && (id == regionId || id == windowId))
+    if (m_isBound && signal.arguments().value(0).value<QDBusObjectPath>().path() == m_session &&
+        (id == regionId || id == windowId))
         m_activated(id == regionId ? Capture::region : Capture::window);
 }
 
 void PortalShortcuts::ended()
 {
     m_session.clear();
-    if (std::exchange(m_isBound, false))
-        Q_EMIT changed();
+    m_isBound = false;
 }
 
 // The answer comes as a signal of an object that the request names itself, so that it cannot be missed. There may never be one,

@@ -25,9 +25,6 @@ public:
     void stop();
     bool isListening() const { return m_isBound; }
 
-Q_SIGNALS:
-    void changed(); // it has begun to listen, or does not any more
-
 private Q_SLOTS:
     void sessionMade(uint code, const QVariantMap &results);
     void listed(uint code, const QVariantMap &results);
@@ -37,6 +34,7 @@ private Q_SLOTS:
 
 private:
     void makeSession();
+    void close(const QString &session);
     void request(const QString &method, QVariantList arguments, QVariantMap options, const char *answered);
 
     const std::function<void(Capture)> m_activated;
