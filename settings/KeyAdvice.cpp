@@ -89,12 +89,15 @@ void KeyAdvice::lookForShortcuts()
 void KeyAdvice::toggleShortcuts()
 {
     m_set->setEnabled(false);
-    m_change.start([on = !*m_areSet, program = programToType()] { return DesktopShortcuts::set(on, program); },
-                   [this](const Outcome &outcome) {
-                       m_failure = outcome ? QString() : outcome.reason();
-                       m_set->setEnabled(true);
-                       lookForShortcuts();
-                   });
+    const DesktopShortcuts::Names names = {text(u"Quillmere: Capture Region", u"Quillmere：範囲を撮る"),
+                                           text(u"Quillmere: Capture Window", u"Quillmere：ウィンドウを撮る")};
+    m_change.start(
+        [on = !*m_areSet, program = programToType(), names] { return DesktopShortcuts::set(on, program, names); },
+        [this](const Outcome &outcome) {
+            m_failure = outcome ? QString() : outcome.reason();
+            m_set->setEnabled(true);
+            lookForShortcuts();
+        });
 }
 
 void KeyAdvice::refresh()

@@ -43,17 +43,15 @@ static const QDBusArgument &operator>>(const QDBusArgument &argument, PortalShor
 
 using PortalShortcutList = QList<PortalShortcut>;
 
-// What is asked for. The keys are a wish, in freedesktop.org's words for them; where a desktop shows the descriptions is its
-// own language unknown to us.
-static PortalShortcutList wanted()
+// What is asked for. The keys are a wish, in freedesktop.org's words for them.
+static PortalShortcutList wanted(const QString &regionName, const QString &windowName)
 {
-    const auto shortcut = [](const QString &id, const char16_t *description, const char16_t *keys) {
+    const auto shortcut = [](const QString &id, const QString &description, const char16_t *keys) {
         return PortalShortcut{id,
-                              {{QStringLiteral("description"), QString::fromUtf16(description)},
+                              {{QStringLiteral("description"), description},
                                {QStringLiteral("preferred_trigger"), QString::fromUtf16(keys)}}};
     };
-    return {shortcut(regionId, u"Capture Region", u"LOGO+SHIFT+r"),
-            shortcut(windowId, u"Capture Window", u"LOGO+SHIFT+w")};
+    return {shortcut(regionId, regionName, u"LOGO+SHIFT+r"), shortcut(windowId, windowName, u"LOGO+SHIFT+w")};
 }
 
 static bool hasAll(const QVariantMap &results)
@@ -65,8 +63,11 @@ static bool hasAll(const QVariantMap &results)
     return has(regionId) && has(windowId);
 }
 
-PortalShortcuts::PortalShortcuts(std::function<void(Capture)> activated)
-    : m_activated(std::move(activated))
+PortalShortcuts::PortalShortcuts(const QString &regionName, const QString &windowName,
+                                 std::function<void(Capture)> activated)
+    : m_regionName(regionName)
+    , m_windowName(windowName)
+    , m_activated(std::move(activated))
     , m_portal(service, QDBusConnection::sessionBus(), QDBusServiceWatcher::WatchForOwnerChange)
 {
     qDBusRegisterMetaType<PortalShortcut>();
@@ -116,7 +117,8 @@ void PortalShortcuts::makeSession()
     QDBusConnection::sessionBus().asyncCall(identity); // older portals have no such method
     request(QStringLiteral("CreateSession"), {},
             {{QStringLiteral("session_handle_token"), QStringLiteral("quillmere")},
-             {QStringLiteral("shortcuts"), QVariant::fromValue(wanted())}}, // KDE's takes them here, before Plasma 6
+             {QStringLiteral("shortcuts"),
+              QVariant::fromValue(wanted(m_regionName, m_windowName))}}, // KDE's takes them here, before Plasma 6
             SLOT(sessionMade(uint, QVariantMap)));
 }
 
@@ -142,8 +144,9 @@ void PortalShortcuts::listed(uint, const QVariantMap &results)
     if (hasAll(results))
         return bound(0, results);
     request(QStringLiteral("BindShortcuts"),
-            {QVariant::fromValue(QDBusObjectPath(m_session)), QVariant::fromValue(wanted()), QString()}, {},
-            SLOT(bound(uint, QVariantMap)));
+            {QVariant::fromValue(QDBusObjectPath(m_session)), QVariant::fromValue(wanted(m_regionName, m_windowName)),
+             QString()},
+            {}, SLOT(bound(uint, QVariantMap)));
 }
 
 // The code does not count: GNOME's portal says 2 though it has done it.

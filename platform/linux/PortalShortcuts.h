@@ -19,7 +19,8 @@ class PortalShortcuts : public QObject
 public:
     enum class Capture { region, window };
 
-    explicit PortalShortcuts(std::function<void(Capture)> activated);
+    // The names are shown by the desktop, beside the keys.
+    PortalShortcuts(const QString &regionName, const QString &windowName, std::function<void(Capture)> activated);
 
     void start(); // again after the portal has come back, by itself
     void stop();
@@ -37,6 +38,7 @@ private:
     void close(const QString &session);
     void request(const QString &method, QVariantList arguments, QVariantMap options, const char *answered);
 
+    const QString m_regionName, m_windowName;
     const std::function<void(Capture)> m_activated;
     QDBusServiceWatcher m_portal;
     QString m_session; // object path; empty without one

@@ -156,7 +156,7 @@ private Q_SLOTS:
     {
         Portal portal(QDBusConnection::connectToBus(qEnvironmentVariable("DBUS_SESSION_BUS_ADDRESS"), u"portal"_s),
                       Mood::hesitates);
-        PortalShortcuts shortcuts([](PortalShortcuts::Capture) {});
+        PortalShortcuts shortcuts({}, {}, [](PortalShortcuts::Capture) {});
         shortcuts.start();
         QTRY_VERIFY(portal.calls().contains(u"CreateSession"_s));
         shortcuts.stop();
