@@ -76,6 +76,7 @@ PortalShortcuts::PortalShortcuts(const QString &regionName, const QString &windo
             [this](const QString &, const QString &, const QString &owner) {
                 if (owner.isEmpty()) {
                     m_hasVanished = true;
+                    m_isAskedForSession = false;
                     ended();
                 } else if (m_isWanted && std::exchange(m_hasVanished, false)) {
                     makeSession(); // otherwise it was started by what it is asked already
@@ -111,6 +112,8 @@ void PortalShortcuts::close(const QString &session)
 // Desktops keep the keys by the application's identity; portals that do not ask for it, by the session's name.
 void PortalShortcuts::makeSession()
 {
+    if (std::exchange(m_isAskedForSession, true))
+        return;
     QDBusMessage identity = QDBusMessage::createMethodCall(
         service, object, QStringLiteral("org.freedesktop.host.portal.Registry"), QStringLiteral("Register"));
     identity << QStringLiteral("org.quillmere.Quillmere") << QVariantMap();
@@ -124,6 +127,7 @@ void PortalShortcuts::makeSession()
 
 void PortalShortcuts::sessionMade(uint code, const QVariantMap &results)
 {
+    m_isAskedForSession = false;
     const QString session = results.value(QStringLiteral("session_handle")).toString();
     if (code != 0 || session.isEmpty())
         return ended();
@@ -186,8 +190,10 @@ void PortalShortcuts::request(const QString &method, QVariantList arguments, QVa
     auto *watcher = new QDBusPendingCallWatcher(bus.asyncCall(call), this);
     connect(watcher, &QDBusPendingCallWatcher::finished, this, [this, watcher] {
         watcher->deleteLater();
-        if (watcher->isError()) // this desktop's portal has no shortcuts
+        if (watcher->isError()) { // this desktop's portal has no shortcuts
+            m_isAskedForSession = false;
             ended();
+        }
     });
 }
 

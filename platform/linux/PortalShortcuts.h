@@ -43,6 +43,7 @@ private:
     QDBusServiceWatcher m_portal;
     QString m_session; // object path; empty without one
     int m_requests = 0;
+    bool m_isAskedForSession = false; // and has not answered; a second of the same name would be refused
     bool m_isWanted = false;
     bool m_isBound = false;
     bool m_hasVanished = false; // the portal, since the last session was asked for

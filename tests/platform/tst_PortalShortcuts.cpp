@@ -160,8 +160,11 @@ private Q_SLOTS:
         shortcuts.start();
         QTRY_VERIFY(portal.calls().contains(u"CreateSession"_s));
         shortcuts.stop();
+        shortcuts.start(); // asks for no second one
+        shortcuts.stop();
         portal.answerAtLast();
         QTRY_COMPARE(portal.calls().constLast(), u"Close"_s);
+        QCOMPARE(portal.calls().count(u"CreateSession"_s), 1);
     }
 
 private:
