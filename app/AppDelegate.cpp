@@ -8,6 +8,7 @@
 #include "platform/SystemStartup.h"
 #include "platform/WindowActivation.h"
 #include "platform/Workspace.h"
+#include "ui/AppLocale.h"
 #include "ui/Symbol.h"
 #include "ui/WindowPlacement.h"
 
@@ -97,6 +98,8 @@ void AppDelegate::startEventTap()
         else
             m_trigger.handle(event);
     };
+    m_eventTap->setShortcutNames(AppLocale::text(u"Capture Region", u"範囲を撮る"),
+                                 AppLocale::text(u"Capture Window", u"ウィンドウを撮る"));
     m_eventTapStarted = m_eventTap->start(handle);
     if (m_eventTapStarted == KeyMonitor::Started::notYet)
         m_eventTapRetry = QtQueue::main().postAfter(1s, [this] { startEventTap(); });
@@ -141,7 +144,8 @@ KeyListener AppDelegate::keyListener()
 void AppDelegate::perform(const Command &command, const QRect &menu)
 {
     const bool isWindow = command.verb == Command::Verb::captureWindow;
-    if (m_keyTest && menu.isNull() && (isWindow || command.verb == Command::Verb::captureRegion))
+    const bool mayBeAShortcut = menu.isNull() && !command.isFromMenu && command.delay.count() == 0;
+    if (m_keyTest && mayBeAShortcut && (isWindow || command.verb == Command::Verb::captureRegion))
         return m_keyTest(isWindow ? HotkeyGesture::hold : HotkeyGesture::tap); // a shortcut of the desktop's is tried
     const WindowActivation activation(command.activation);
     switch (command.verb) {

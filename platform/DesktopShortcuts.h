@@ -10,8 +10,12 @@ namespace qm {
 // Shift+Super+W for a window. Any thread except the main one: blocks while another program works.
 namespace DesktopShortcuts {
 
-std::optional<bool> areSet();                 // std::nullopt on other desktops
-Outcome set(bool on, const QString &program); // program: the path of Quillmere, or its name
+std::optional<bool> areSet(); // std::nullopt on other desktops
+
+struct Names { // as the desktop's settings show them
+    QString region, window;
+};
+Outcome set(bool on, const QString &program, const Names &names); // program: the path of Quillmere, or its name
 
 } // namespace DesktopShortcuts
 } // namespace qm

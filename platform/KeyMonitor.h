@@ -46,8 +46,14 @@ public:
 
     virtual ~KeyMonitor() = default;
     virtual Started start(std::function<void(const KeyEvent &)> handle) = 0;
-    virtual void enable() = 0;                                      // after Type::disabled
-    virtual void setTrigger(int keyCode) { Q_UNUSED(keyCode) }      // other modifier keys may go unheard
+    virtual void enable() = 0;                                 // after Type::disabled
+    virtual void setTrigger(int keyCode) { Q_UNUSED(keyCode) } // other modifier keys may go unheard
+    // What the desktop shows of shortcuts that stand for a tap and a hold. Before start().
+    virtual void setShortcutNames(const QString &tap, const QString &hold)
+    {
+        Q_UNUSED(tap)
+        Q_UNUSED(hold)
+    }
     virtual KeyRoad road() const { return KeyRoad::displayServer; } // once started; may change at any time
     virtual QString keyName(int keyCode) const = 0; // label of the key on this keyboard; empty if it has none
 };

@@ -41,6 +41,10 @@ static constexpr std::array libraries{
     Library{u"libdeflate", u"MIT"},
     Library{u"XCB", u"MIT"},
     Library{u"xkbcommon", u"MIT"},
+    Library{u"Wayland", u"MIT"},
+    Library{u"libevdev", u"MIT"},
+    Library{u"libseccomp", u"LGPL-2.1"},
+    Library{u"systemd", u"LGPL-2.1"},
 };
 
 QString appVersion(const std::optional<QString> &shortVersion, const std::optional<QString> &version)

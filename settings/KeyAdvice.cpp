@@ -66,11 +66,12 @@ KeyAdvice::KeyAdvice()
     refresh();
 }
 
-void KeyAdvice::setRoad(KeyRoad road)
+void KeyAdvice::setRoad(KeyRoad road, bool isMonitored)
 {
-    if (m_road == road)
+    if (m_road == road && m_isMonitored == isMonitored)
         return;
     m_road = road;
+    m_isMonitored = isMonitored;
     if (m_road == KeyRoad::none)
         lookForShortcuts();
     refresh();
@@ -78,22 +79,25 @@ void KeyAdvice::setRoad(KeyRoad road)
 
 void KeyAdvice::lookForShortcuts()
 {
-    m_job.start([] { return DesktopShortcuts::areSet(); },
-                [this](std::optional<bool> areSet) {
-                    m_areSet = areSet;
-                    refresh();
-                });
+    m_look.start([] { return DesktopShortcuts::areSet(); },
+                 [this](std::optional<bool> areSet) {
+                     m_areSet = areSet;
+                     refresh();
+                 });
 }
 
 void KeyAdvice::toggleShortcuts()
 {
     m_set->setEnabled(false);
-    m_job.start([on = !*m_areSet, program = programToType()] { return DesktopShortcuts::set(on, program); },
-                [this](const Outcome &outcome) {
-                    m_failure = outcome ? QString() : outcome.reason();
-                    m_set->setEnabled(true);
-                    lookForShortcuts();
-                });
+    const DesktopShortcuts::Names names = {text(u"Quillmere: Capture Region", u"Quillmere：範囲を撮る"),
+                                           text(u"Quillmere: Capture Window", u"Quillmere：ウィンドウを撮る")};
+    m_change.start(
+        [on = !*m_areSet, program = programToType(), names] { return DesktopShortcuts::set(on, program, names); },
+        [this](const Outcome &outcome) {
+            m_failure = outcome ? QString() : outcome.reason();
+            m_set->setEnabled(true);
+            lookForShortcuts();
+        });
 }
 
 void KeyAdvice::refresh()
@@ -113,7 +117,7 @@ void KeyAdvice::refresh()
         m_message->clear();
     m_message->setToolTip(m_failure);
     const bool mayGainMore = m_road != KeyRoad::displayServer && m_road != KeyRoad::inputDevices;
-    m_right->setVisible(mayGainMore && toolPaths().keys);
+    m_right->setVisible(mayGainMore && m_isMonitored && toolPaths().keys);
 }
 
 } // namespace qm

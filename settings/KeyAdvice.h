@@ -20,7 +20,7 @@ class KeyAdvice : public QWidget
 public:
     KeyAdvice();
 
-    void setRoad(KeyRoad road);
+    void setRoad(KeyRoad road, bool isMonitored); // isMonitored: otherwise nothing would start our program
 
 private:
     void lookForShortcuts();
@@ -28,13 +28,14 @@ private:
     void refresh();
 
     KeyRoad m_road = KeyRoad::displayServer;
+    bool m_isMonitored = false;
     std::optional<bool> m_areSet; // the desktop's shortcuts, if a program can set them
     QString m_failure;
     CommandBox *m_shortcuts;
     QPushButton *m_set;
     QLabel *m_message;
     CommandBox *m_right;
-    LatestJob m_job;
+    LatestJob m_look, m_change;
 };
 
 } // namespace qm

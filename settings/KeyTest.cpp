@@ -133,7 +133,7 @@ void KeyTest::refresh()
                                 "割り当ててください。");
     if (m_state->text() != state)
         m_state->setText(state);
-    m_advice->setRoad(listener == KeyMonitor::Started::notYet ? KeyRoad::displayServer : road);
+    m_advice->setRoad(listener == KeyMonitor::Started::notYet ? KeyRoad::displayServer : road, started);
     m_toggle->setEnabled(started); // the desktop's own shortcuts can be tried as well
     if (!started)
         end();

@@ -11,8 +11,8 @@ namespace qm {
 // Main thread. Derived classes fill body(), or paint over it after paintEvent() here.
 //
 // Where programs may not place windows, the desktop sees no window: it gets a picture of this one, and says what the pointer
-// does there, which this window then hears as if it was above it. There are no tool tips then. Where not even that is
-// possible, it is an ordinary window.
+// does there, which this window then hears as if it was above it. There are no tool tips then, and nothing is
+// shown if the desktop refuses the picture. Where it offers no place for one, this is an ordinary window.
 class FloatingPanel : public QWidget
 {
 public:

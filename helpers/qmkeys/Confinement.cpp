@@ -39,7 +39,8 @@ bool Confinement::enter(std::initializer_list<int> moreCalls)
         complete &= added == 0 || added == -EDOM; // calls that this architecture never had
     };
     for (const int call :
-         {SCMP_SYS(read), SCMP_SYS(close), SCMP_SYS(poll), SCMP_SYS(ppoll), SCMP_SYS(recvmsg), // events and udev's news
+         {SCMP_SYS(read), SCMP_SYS(close), SCMP_SYS(poll), SCMP_SYS(ppoll), // events and udev's news
+          SCMP_SYS(recvfrom), SCMP_SYS(recvmsg),
           // Finding a device and its properties.
           SCMP_SYS(fstat), SCMP_SYS(lstat), SCMP_SYS(stat), SCMP_SYS(newfstatat), SCMP_SYS(statx), SCMP_SYS(fstatfs),
           SCMP_SYS(statfs), SCMP_SYS(access), SCMP_SYS(faccessat), SCMP_SYS(faccessat2), SCMP_SYS(readlink),

@@ -173,6 +173,12 @@ std::string InputDevices::read(int descriptor)
 std::string InputDevices::readMonitor()
 {
     const UdevDevice found(udev_monitor_receive_device(m_monitor.get()));
+    if (!found && errno != EAGAIN && errno != EINTR) {
+        // News was lost, or is still there and would wake us without end. What it told of is there to be seen.
+        char start = 0;
+        [[maybe_unused]] const ssize_t taken = ::read(udev_monitor_get_fd(m_monitor.get()), &start, 1);
+        return lookForDevices();
+    }
     const char *action = found ? udev_device_get_action(found.get()) : nullptr;
     if (!action)
         return {};

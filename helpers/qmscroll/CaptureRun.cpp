@@ -20,6 +20,7 @@ using End = ScrollSession::End;
 constexpr auto hintTime = 1500ms; // how long a panel that has to disappear is shown
 constexpr auto lingerTime = 4s;   // time to read a line
 constexpr double pointsPerInch = 72;
+constexpr int clicksAtOnce = 16; // some 60 ms
 
 bool isPause(Notice notice)
 {
@@ -141,13 +142,7 @@ void CaptureRun::handle(const ScrollDesktop::Input &input)
 
 void CaptureRun::look()
 {
-    const ScrollDesktop::Pointer pointer = m_desktop.pointer();
-    ScrollSession::Sight sight;
-    sight.held = pointer.held;
-    if (m_window) { // the pointer's place right after the region was drawn means nothing
-        sight.pointer = place(pointer.at);
-        sight.strange = pointer.window != *m_window;
-    }
+    ScrollSession::Sight sight = pointerSeen();
     if (coveredLook(sight))
         return;
     const QImage frame = m_desktop.grab();
@@ -168,6 +163,18 @@ void CaptureRun::look()
     sight.trusted = m_joined.isNull() && !differs(frame, m_region.before);
     m_frame = frame;
     act(m_session.look(now(), sight));
+}
+
+ScrollSession::Sight CaptureRun::pointerSeen() const
+{
+    const ScrollDesktop::Pointer pointer = m_desktop.pointer();
+    ScrollSession::Sight sight;
+    sight.held = pointer.held;
+    if (m_window) { // the pointer's place right after the region was drawn means nothing
+        sight.pointer = place(pointer.at);
+        sight.strange = pointer.window != *m_window;
+    }
+    return sight;
 }
 
 // A panel over the region is shown only while nothing happens, and no frame is taken meanwhile.
@@ -195,11 +202,36 @@ void CaptureRun::act(const Order &order)
             m_desktop.movePointer(m_region.area.center());
             m_window = m_desktop.pointer().window;
         }
-        m_desktop.turnWheel(next.clicks);
+        turnWheel(next.clicks);
         m_session.turned(now());
     }
     m_nextLook = now() + next.wait;
     updatePanel();
+}
+
+// The way back over a long page is hundreds of clicks. In between the user is heard, and nothing else is scrolled when something
+// gets in the way; the next look sees what it was.
+void CaptureRun::turnWheel(int clicks)
+{
+    using Kind = ScrollDesktop::Input::Kind;
+    for (int left = clicks; left != 0;) {
+        const int part = std::clamp(left, -clicksAtOnce, clicksAtOnce);
+        m_desktop.turnWheel(part);
+        left -= part;
+        if (left == 0)
+            return;
+        Kind kind = Kind::none;
+        do {
+            const ScrollDesktop::Input input = m_desktop.wait(0ms);
+            kind = input.kind;
+            handle(input);
+            if (kind == Kind::enter || kind == Kind::escape || kind == Kind::release || kind == Kind::gone)
+                return;
+        } while (kind != Kind::none);
+        const ScrollSession::Sight sight = pointerSeen();
+        if (sight.held || sight.strange || sight.pointer != ScrollSession::Pointer::inside || m_options.isAskedToEnd())
+            return;
+    }
 }
 
 Order CaptureRun::join(Heading heading)

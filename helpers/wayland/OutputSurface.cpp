@@ -128,6 +128,13 @@ void OutputSurface::scale()
         wl_surface_set_buffer_scale(m_surface, std::max(1, m_pixels.width() / m_size.width()));
 }
 
+void OutputSurface::setPixels(QSize pixels)
+{
+    if (pixels != m_pixels)
+        m_buffers.clear();
+    m_pixels = pixels;
+}
+
 ShmBuffer *OutputSurface::idleBuffer(Alpha alpha)
 {
     for (const std::unique_ptr<ShmBuffer> &buffer : m_buffers) {

@@ -44,7 +44,7 @@ public:
     ~OutputSurface();
     Q_DISABLE_COPY_MOVE(OutputSurface)
 
-    void setPixels(QSize pixels) { m_pixels = pixels; } // the buffers' size; before the first one
+    void setPixels(QSize pixels); // the buffers' size; before the first one is shown
 
     wl_surface *handle() const { return m_surface; }
     bool isConfigured() const { return !m_size.isEmpty(); }

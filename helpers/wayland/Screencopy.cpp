@@ -69,18 +69,20 @@ Screencopy::~Screencopy()
         zwlr_screencopy_manager_v1_destroy(m_manager);
 }
 
-std::vector<OutputPicture> Screencopy::take(const WaylandOutputs &outputs)
+std::vector<OutputPicture> Screencopy::take(const WaylandOutputs &outputs, const std::function<void()> &meanwhile)
 {
     std::vector<std::unique_ptr<Frame>> frames;
     for (const std::unique_ptr<WaylandOutput> &output : outputs.all())
         frames.push_back(
             std::make_unique<Frame>(m_shm, zwlr_screencopy_manager_v1_capture_output(m_manager, 0, output->handle)));
-    const bool answered = m_server.waitFor(
-        [&frames] {
-            return std::all_of(frames.begin(), frames.end(),
-                               [](const auto &frame) { return frame->isReady || frame->hasFailed; });
-        },
-        patience);
+    const auto all = [&](auto is) {
+        return m_server.waitFor([&] { return std::all_of(frames.begin(), frames.end(), is); }, patience);
+    };
+    if (!all([](const auto &frame) { return frame->buffer || frame->hasFailed; }))
+        return {};
+    wl_display_flush(m_server.get()); // the requests to copy
+    meanwhile();
+    const bool answered = all([](const auto &frame) { return frame->isReady || frame->hasFailed; });
     std::vector<OutputPicture> pictures;
     for (size_t i = 0; answered && i < frames.size(); ++i) {
         const Frame &frame = *frames[i];

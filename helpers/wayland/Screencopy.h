@@ -3,6 +3,8 @@
 #include "helpers/wayland/OutputPicture.h"
 #include "helpers/wayland/WaylandOutputs.h"
 
+#include <functional>
+
 struct wl_shm;
 struct zwlr_screencopy_manager_v1;
 
@@ -19,8 +21,8 @@ public:
     Q_DISABLE_COPY_MOVE(Screencopy)
 
     // One picture for each output, all requested together and without the pointer. Empty if the compositor refuses one, or
-    // does not answer for five seconds.
-    std::vector<OutputPicture> take(const WaylandOutputs &outputs);
+    // does not answer for five seconds. meanwhile is called while it copies, which takes several milliseconds.
+    std::vector<OutputPicture> take(const WaylandOutputs &outputs, const std::function<void()> &meanwhile);
 
 private:
     WaylandServer &m_server;

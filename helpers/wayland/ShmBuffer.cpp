@@ -40,6 +40,12 @@ std::unique_ptr<ShmBuffer> ShmBuffer::create(wl_shm *shm, QSize size, int bytesP
     return buffer;
 }
 
+void ShmBuffer::populate()
+{
+    // Kernels before 5.14 do not know it; nothing is lost then.
+    (void)madvise(m_pixels, byteCount(m_size, m_bytesPerLine), MADV_POPULATE_WRITE);
+}
+
 ShmBuffer::~ShmBuffer()
 {
     wl_buffer_destroy(m_handle);

@@ -26,6 +26,8 @@ public:
     int bytesPerLine() const { return m_bytesPerLine; }
     uint32_t format() const { return m_format; }
 
+    void populate(); // the memory is there then: writing it for the first time takes no longer than later
+
     bool isRead() const { return m_isRead; } // the compositor may still read it: do not write
     void handOver() { m_isRead = true; }     // attached, about to be committed
 

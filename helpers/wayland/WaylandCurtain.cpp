@@ -12,6 +12,11 @@ using namespace std::chrono_literals;
 
 static constexpr auto configureLimit = 2s; // of a compositor that is busy
 
+static OutputSurface::Alpha alphaOf(WaylandCurtain::Kind kind)
+{
+    return kind == WaylandCurtain::Kind::unseen ? OutputSurface::Alpha::clear : OutputSurface::Alpha::opaque;
+}
+
 WaylandCurtain::WaylandCurtain(WaylandServer &server, Kind kind, Freeze how,
                                const std::function<Frozen(const WaylandOutputs &)> &byDesktop)
     : m_server(server)
@@ -27,7 +32,7 @@ WaylandCurtain::WaylandCurtain(WaylandServer &server, Kind kind, Freeze how,
     if (isQuick && kind != Kind::absent)
         openSurfaces(); // the compositor says how large they are while it copies; nothing is seen of them yet
     if (isQuick)
-        m_frozen.pictures = Screencopy(m_server, m_globals.shm).take(m_outputs);
+        m_frozen.pictures = Screencopy(m_server, m_globals.shm).take(m_outputs, [&] { makeBuffers(kind); });
     if (!isUp()) {
         m_surfaces.clear();
         m_frozen = byDesktop(m_outputs);
@@ -55,9 +60,21 @@ void WaylandCurtain::openSurfaces()
     wl_display_flush(m_server.get());
 }
 
+// Ahead of the pictures, which nearly always have the size of the monitor's mode.
+void WaylandCurtain::makeBuffers(Kind kind)
+{
+    for (size_t i = 0; i < m_surfaces.size(); ++i) {
+        m_surfaces[i]->setPixels(m_outputs.all()[i]->pixels());
+        if (ShmBuffer *buffer = m_surfaces[i]->idleBuffer(alphaOf(kind)))
+            buffer->populate();
+    }
+}
+
 void WaylandCurtain::giveUp(const char *reason)
 {
-    m_frozen = {.instead = Instead::failed, .reason = reason};
+    m_frozen = {};
+    m_frozen.instead = Instead::failed;
+    m_frozen.reason = reason;
 }
 
 void WaylandCurtain::show(Kind kind)
@@ -67,8 +84,7 @@ void WaylandCurtain::show(Kind kind)
     for (size_t i = 0; i < m_surfaces.size(); ++i) {
         const OutputPicture &picture = m_frozen.pictures[i];
         m_surfaces[i]->setPixels(picture.size);
-        ShmBuffer *buffer = m_surfaces[i]->idleBuffer(kind == Kind::unseen ? OutputSurface::Alpha::clear
-                                                                           : OutputSurface::Alpha::opaque);
+        ShmBuffer *buffer = m_surfaces[i]->idleBuffer(alphaOf(kind));
         if (!buffer)
             return giveUp("not enough memory for the picture of a monitor");
         for (int y = 0; kind == Kind::covering && y < picture.size.height(); ++y)

@@ -57,6 +57,7 @@ public:
 
 private:
     void openSurfaces();
+    void makeBuffers(Kind kind);
     void show(Kind kind);
     void giveUp(const char *reason);
 

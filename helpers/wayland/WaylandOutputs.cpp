@@ -65,9 +65,8 @@ WaylandOutputs::WaylandOutputs(WaylandServer &server)
     m_outputs.erase(off, m_outputs.end());
     for (const std::unique_ptr<WaylandOutput> &output : m_outputs) {
         if (output->logical.isEmpty()) {
-            const bool isTurned = output->transform % 2;
-            const QSize upright = isTurned ? QSize(output->mode.height(), output->mode.width()) : output->mode;
-            output->logical.setSize({upright.width() / output->scale, upright.height() / output->scale});
+            const QSize pixels = output->pixels();
+            output->logical.setSize({pixels.width() / output->scale, pixels.height() / output->scale});
         }
         m_atFirst.push_back(shape(*output));
     }

@@ -15,13 +15,13 @@ const QString folder = QStringLiteral("/org/gnome/settings-daemon/plugins/media-
 
 struct Shortcut {
     const char16_t *path; // below folder
-    const char16_t *name;
+    QString DesktopShortcuts::Names::*name;
     const char16_t *command;
     const char16_t *keys;
 };
 constexpr Shortcut shortcuts[] = {
-    {u"quillmere-region/", u"Quillmere region", u"capture-region", u"<Shift><Super>r"},
-    {u"quillmere-window/", u"Quillmere window", u"capture-window", u"<Shift><Super>w"},
+    {u"quillmere-region/", &DesktopShortcuts::Names::region, u"capture-region", u"<Shift><Super>r"},
+    {u"quillmere-window/", &DesktopShortcuts::Names::window, u"capture-window", u"<Shift><Super>w"},
 };
 
 // As GVariant writes text.
@@ -63,7 +63,7 @@ std::optional<bool> DesktopShortcuts::areSet()
     return paths ? std::optional(paths->contains(folder + QString::fromUtf16(shortcuts[0].path))) : std::nullopt;
 }
 
-Outcome DesktopShortcuts::set(bool on, const QString &program)
+Outcome DesktopShortcuts::set(bool on, const QString &program, const Names &names)
 {
     std::optional<QStringList> paths = customShortcuts();
     QString reason = keys;
@@ -80,7 +80,7 @@ Outcome DesktopShortcuts::set(bool on, const QString &program)
         }
         *paths += path;
         const std::pair<QString, QString> values[] = {
-            {QStringLiteral("name"), QString::fromUtf16(shortcut.name)},
+            {QStringLiteral("name"), names.*shortcut.name},
             {QStringLiteral("command"), program + u' ' + QString::fromUtf16(shortcut.command)},
             {QStringLiteral("binding"), QString::fromUtf16(shortcut.keys)}};
         for (const auto &[name, value] : values)

@@ -20,7 +20,7 @@ public:
     {
         m_program = std::make_unique<KeyProgram>(m_keyProgram, handle);
         m_sway = std::make_unique<SwayBindings>(handle);
-        m_portal = std::make_unique<PortalShortcuts>([this, handle](PortalShortcuts::Capture capture) {
+        m_portal = std::make_unique<PortalShortcuts>(m_tap, m_hold, [this, handle](PortalShortcuts::Capture capture) {
             handle({.type = KeyEvent::Type::usedAlone,
                     .keyCode = m_trigger,
                     .held = capture == PortalShortcuts::Capture::region ? std::chrono::milliseconds::zero()
@@ -38,6 +38,12 @@ public:
         m_trigger = keyCode;
         if (m_sway && m_sway->isListening())
             chooseRoad();
+    }
+
+    void setShortcutNames(const QString &tap, const QString &hold) override
+    {
+        m_tap = tap;
+        m_hold = hold;
     }
 
     KeyRoad road() const override
@@ -59,13 +65,14 @@ private:
             m_portal->stop();
         } else if (m_sway->start(m_trigger)) {
             m_portal->stop();
-        } else {
-            m_portal->start();
+        } else if (!qEnvironmentVariable("XDG_CURRENT_DESKTOP").split(u':').contains(QStringLiteral("Hyprland"))) {
+            m_portal->start(); // there it would take the shortcuts, but never give them keys
         }
     }
 
     const QString m_keyProgram;
     int m_trigger = 0;
+    QString m_tap, m_hold; // what their shortcuts are called
     std::unique_ptr<KeyProgram> m_program;
     std::unique_ptr<SwayBindings> m_sway;
     std::unique_ptr<PortalShortcuts> m_portal; // whose shortcuts stand for a tap and a hold

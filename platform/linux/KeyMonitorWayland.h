@@ -4,8 +4,8 @@
 
 namespace qm {
 
-// Wayland tells no program of keys that are pressed in another. What there is instead is tried in this order, and each steps in
-// where, and while, those before it do not work: qmkeys, where the administrator lets it read the keyboards; sway; and shortcuts of the desktop's portal.
+// Wayland tells no program of keys that are pressed in another. Three ways are tried in this order, each while those before it
+// do not work: qmkeys, where the administrator lets it read the keyboards; sway's bindings; shortcuts of the desktop's portal.
 // keyProgram is the path of qmkeys, or empty.
 std::unique_ptr<KeyMonitor> makeKeyMonitorWayland(const QString &keyProgram);
 

@@ -43,8 +43,11 @@ void KeyProgram::start()
     }
     if (!m_rights.files().contains(m_path))
         m_rights.addPath(m_path); // forgets a file that was replaced
-    m_process.kill();
-    m_process.waitForFinished();
+    {
+        const QSignalBlocker restarting(this); // nobody shall take its place meanwhile
+        m_process.kill();
+        m_process.waitForFinished();
+    }
     m_process.start(QIODevice::ReadOnly);
     QTimer::singleShot(patience, this, &KeyProgram::changed);
 }

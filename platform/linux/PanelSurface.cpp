@@ -1,5 +1,6 @@
 #include "platform/PanelSurface.h"
 
+#include "platform/wayland/ReaderPipe.h"
 #include "platform/wayland/WaylandServer.h"
 
 #include <QFile>
@@ -9,7 +10,7 @@
 #include <linux/input-event-codes.h>
 #include <protocol/layer-shell.h>
 #include <sys/mman.h>
-#include <unistd.h>
+#include <thread>
 #include <wayland-client-protocol.h>
 #include <wayland-cursor.h>
 
@@ -133,13 +134,16 @@ public:
         m_shape = shape;
         if (!m_themed) {
             const int size = qEnvironmentVariableIntValue("XCURSOR_SIZE");
-            m_themed = wl_cursor_theme_load(qgetenv("XCURSOR_THEME").constData(),
+            const QByteArray theme = qgetenv("XCURSOR_THEME");
+            m_themed = wl_cursor_theme_load(theme.isEmpty() ? nullptr : theme.constData(),
                                             (size > 0 ? size : cursorSize) * m_scale, m_shm);
             m_cursor = wl_compositor_create_surface(m_compositor);
         }
         wl_cursor *cursor = nullptr;
-        if (m_themed && shape == Qt::PointingHandCursor)
-            cursor = wl_cursor_theme_get_cursor(m_themed, "hand2");
+        for (const char *hand : {"pointer", "hand2", "hand1"}) { // themes differ
+            if (m_themed && !cursor && shape == Qt::PointingHandCursor)
+                cursor = wl_cursor_theme_get_cursor(m_themed, hand);
+        }
         if (m_themed && !cursor)
             cursor = wl_cursor_theme_get_cursor(m_themed, "left_ptr");
         if (!cursor)
@@ -164,9 +168,9 @@ public:
             .target = [](void *, wl_data_source *, const char *) {},
             .send =
                 [](void *self, wl_data_source *, const char *, int32_t file) {
-                    const QByteArray &all = of(self).m_dragged; // less than a pipe holds
-                    (void)!write(file, all.constData(), size_t(all.size()));
-                    close(file);
+                    std::thread([file, all = of(self).m_dragged] {
+                        writeToReader(file, {all.constData(), size_t(all.size())});
+                    }).detach();
                 },
             .cancelled = [](void *self, wl_data_source *) { of(self).endDrag(false); },
             .dnd_drop_performed = [](void *, wl_data_source *) {},

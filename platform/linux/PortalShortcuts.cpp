@@ -43,17 +43,15 @@ static const QDBusArgument &operator>>(const QDBusArgument &argument, PortalShor
 
 using PortalShortcutList = QList<PortalShortcut>;
 
-// What is asked for. The keys are a wish, in freedesktop.org's words for them; where a desktop shows the descriptions is its
-// own language unknown to us.
-static PortalShortcutList wanted()
+// What is asked for. The keys are a wish, in freedesktop.org's words for them.
+static PortalShortcutList wanted(const QString &regionName, const QString &windowName)
 {
-    const auto shortcut = [](const QString &id, const char16_t *description, const char16_t *keys) {
+    const auto shortcut = [](const QString &id, const QString &description, const char16_t *keys) {
         return PortalShortcut{id,
-                              {{QStringLiteral("description"), QString::fromUtf16(description)},
+                              {{QStringLiteral("description"), description},
                                {QStringLiteral("preferred_trigger"), QString::fromUtf16(keys)}}};
     };
-    return {shortcut(regionId, u"Capture Region", u"LOGO+SHIFT+r"),
-            shortcut(windowId, u"Capture Window", u"LOGO+SHIFT+w")};
+    return {shortcut(regionId, regionName, u"LOGO+SHIFT+r"), shortcut(windowId, windowName, u"LOGO+SHIFT+w")};
 }
 
 static bool hasAll(const QVariantMap &results)
@@ -65,8 +63,11 @@ static bool hasAll(const QVariantMap &results)
     return has(regionId) && has(windowId);
 }
 
-PortalShortcuts::PortalShortcuts(std::function<void(Capture)> activated)
-    : m_activated(std::move(activated))
+PortalShortcuts::PortalShortcuts(const QString &regionName, const QString &windowName,
+                                 std::function<void(Capture)> activated)
+    : m_regionName(regionName)
+    , m_windowName(windowName)
+    , m_activated(std::move(activated))
     , m_portal(service, QDBusConnection::sessionBus(), QDBusServiceWatcher::WatchForOwnerChange)
 {
     qDBusRegisterMetaType<PortalShortcut>();
@@ -75,6 +76,7 @@ PortalShortcuts::PortalShortcuts(std::function<void(Capture)> activated)
             [this](const QString &, const QString &, const QString &owner) {
                 if (owner.isEmpty()) {
                     m_hasVanished = true;
+                    m_isAskedForSession = false;
                     ended();
                 } else if (m_isWanted && std::exchange(m_hasVanished, false)) {
                     makeSession(); // otherwise it was started by what it is asked already
@@ -97,29 +99,41 @@ void PortalShortcuts::stop()
 {
     m_isWanted = false;
     if (!m_session.isEmpty())
-        QDBusConnection::sessionBus().asyncCall(
-            QDBusMessage::createMethodCall(service, m_session, sessionInterface, QStringLiteral("Close")));
+        close(m_session);
     ended();
+}
+
+void PortalShortcuts::close(const QString &session)
+{
+    QDBusConnection::sessionBus().asyncCall(
+        QDBusMessage::createMethodCall(service, session, sessionInterface, QStringLiteral("Close")));
 }
 
 // Desktops keep the keys by the application's identity; portals that do not ask for it, by the session's name.
 void PortalShortcuts::makeSession()
 {
+    if (std::exchange(m_isAskedForSession, true))
+        return;
     QDBusMessage identity = QDBusMessage::createMethodCall(
         service, object, QStringLiteral("org.freedesktop.host.portal.Registry"), QStringLiteral("Register"));
     identity << QStringLiteral("org.quillmere.Quillmere") << QVariantMap();
     QDBusConnection::sessionBus().asyncCall(identity); // older portals have no such method
     request(QStringLiteral("CreateSession"), {},
             {{QStringLiteral("session_handle_token"), QStringLiteral("quillmere")},
-             {QStringLiteral("shortcuts"), QVariant::fromValue(wanted())}}, // KDE's takes them here, before Plasma 6
+             {QStringLiteral("shortcuts"),
+              QVariant::fromValue(wanted(m_regionName, m_windowName))}}, // KDE's takes them here, before Plasma 6
             SLOT(sessionMade(uint, QVariantMap)));
 }
 
 void PortalShortcuts::sessionMade(uint code, const QVariantMap &results)
 {
-    m_session = results.value(QStringLiteral("session_handle")).toString();
-    if (code != 0 || m_session.isEmpty())
+    m_isAskedForSession = false;
+    const QString session = results.value(QStringLiteral("session_handle")).toString();
+    if (code != 0 || session.isEmpty())
         return ended();
+    if (!m_isWanted)
+        return close(session);
+    m_session = session;
     QDBusConnection::sessionBus().connect(service, m_session, sessionInterface, QStringLiteral("Closed"), this,
                                           SLOT(ended()));
     // Asked for what is there already, some desktops open their settings each time.
@@ -129,32 +143,34 @@ void PortalShortcuts::sessionMade(uint code, const QVariantMap &results)
 
 void PortalShortcuts::listed(uint, const QVariantMap &results)
 {
+    if (m_session.isEmpty())
+        return;
     if (hasAll(results))
         return bound(0, results);
     request(QStringLiteral("BindShortcuts"),
-            {QVariant::fromValue(QDBusObjectPath(m_session)), QVariant::fromValue(wanted()), QString()}, {},
-            SLOT(bound(uint, QVariantMap)));
+            {QVariant::fromValue(QDBusObjectPath(m_session)), QVariant::fromValue(wanted(m_regionName, m_windowName)),
+             QString()},
+            {}, SLOT(bound(uint, QVariantMap)));
 }
 
 // The code does not count: GNOME's portal says 2 though it has done it.
 void PortalShortcuts::bound(uint, const QVariantMap &results)
 {
-    m_isBound = hasAll(results);
-    Q_EMIT changed();
+    m_isBound = !m_session.isEmpty() && hasAll(results);
 }
 
 void PortalShortcuts::activated(const QDBusMessage &signal)
 {
     const QString id = signal.arguments().value(1).toString();
-    if (signal.arguments().value(0).value<QDBusObjectPath>().path() == m_session && (id == regionId || id == windowId))
+    if (m_isBound && signal.arguments().value(0).value<QDBusObjectPath>().path() == m_session &&
+        (id == regionId || id == windowId))
         m_activated(id == regionId ? Capture::region : Capture::window);
 }
 
 void PortalShortcuts::ended()
 {
     m_session.clear();
-    if (std::exchange(m_isBound, false))
-        Q_EMIT changed();
+    m_isBound = false;
 }
 
 // The answer comes as a signal of an object that the request names itself, so that it cannot be missed. There may never be one,
@@ -174,8 +190,10 @@ void PortalShortcuts::request(const QString &method, QVariantList arguments, QVa
     auto *watcher = new QDBusPendingCallWatcher(bus.asyncCall(call), this);
     connect(watcher, &QDBusPendingCallWatcher::finished, this, [this, watcher] {
         watcher->deleteLater();
-        if (watcher->isError()) // this desktop's portal has no shortcuts
+        if (watcher->isError()) { // this desktop's portal has no shortcuts
+            m_isAskedForSession = false;
             ended();
+        }
     });
 }
 

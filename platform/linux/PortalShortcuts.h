@@ -19,14 +19,12 @@ class PortalShortcuts : public QObject
 public:
     enum class Capture { region, window };
 
-    explicit PortalShortcuts(std::function<void(Capture)> activated);
+    // The names are shown by the desktop, beside the keys.
+    PortalShortcuts(const QString &regionName, const QString &windowName, std::function<void(Capture)> activated);
 
     void start(); // again after the portal has come back, by itself
     void stop();
     bool isListening() const { return m_isBound; }
-
-Q_SIGNALS:
-    void changed(); // it has begun to listen, or does not any more
 
 private Q_SLOTS:
     void sessionMade(uint code, const QVariantMap &results);
@@ -37,12 +35,15 @@ private Q_SLOTS:
 
 private:
     void makeSession();
+    void close(const QString &session);
     void request(const QString &method, QVariantList arguments, QVariantMap options, const char *answered);
 
+    const QString m_regionName, m_windowName;
     const std::function<void(Capture)> m_activated;
     QDBusServiceWatcher m_portal;
     QString m_session; // object path; empty without one
     int m_requests = 0;
+    bool m_isAskedForSession = false; // and has not answered; a second of the same name would be refused
     bool m_isWanted = false;
     bool m_isBound = false;
     bool m_hasVanished = false; // the portal, since the last session was asked for

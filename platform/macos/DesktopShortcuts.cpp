@@ -8,7 +8,7 @@ std::optional<bool> DesktopShortcuts::areSet()
     return std::nullopt;
 }
 
-Outcome DesktopShortcuts::set(bool, const QString &)
+Outcome DesktopShortcuts::set(bool, const QString &, const Names &)
 {
     return Outcome::failure({});
 }

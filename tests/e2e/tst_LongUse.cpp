@@ -1,4 +1,4 @@
-// Hours of use of the real application on a real desktop: what it holds afterwards is what it held before.
+// The application used over and over on a real desktop: what it holds afterwards is what it held before.
 
 #include "tests/support/Desktop.h"
 

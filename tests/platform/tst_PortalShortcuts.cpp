@@ -1,6 +1,7 @@
 // Shortcuts of the desktop's portal in place of the trigger key, on a session bus of its own, by a portal that is not one.
 
 #include "platform/linux/KeyMonitorWayland.h"
+#include "platform/linux/PortalShortcuts.h"
 
 #include <QDBusArgument>
 #include <QDBusConnection>
@@ -19,7 +20,7 @@ const QString service = u"org.freedesktop.portal.Desktop"_s;
 const QString object = u"/org/freedesktop/portal/desktop"_s;
 const QString interface = u"org.freedesktop.portal.GlobalShortcuts"_s;
 
-enum class Mood { grants, grantsSayingTwo, knowsThem, refuses, hasNone };
+enum class Mood { grants, grantsSayingTwo, knowsThem, refuses, hasNone, hesitates };
 
 class Portal : public QDBusVirtualObject
 {
@@ -62,8 +63,10 @@ public:
         }
         QDBusMessage answer = QDBusMessage::createSignal(request, u"org.freedesktop.portal.Request"_s, u"Response"_s);
         answer << code << results;
-        return m_bus.send(answer);
+        m_answer = answer;
+        return m_mood == Mood::hesitates || m_bus.send(answer);
     }
+    void answerAtLast() { m_bus.send(m_answer); }
     void activate(const QString &id, const QString &session = {})
     {
         QDBusMessage signal = QDBusMessage::createSignal(object, interface, u"Activated"_s);
@@ -80,6 +83,7 @@ private:
     QVariant m_shortcuts;
     QString m_session;
     QStringList m_calls;
+    QDBusMessage m_answer; // the latest
 };
 
 } // namespace
@@ -97,6 +101,7 @@ private Q_SLOTS:
         QVERIFY(m_bus.waitForReadyRead());
         qputenv("DBUS_SESSION_BUS_ADDRESS", m_bus.readLine().trimmed());
         qunsetenv("SWAYSOCK");
+        qunsetenv("XDG_CURRENT_DESKTOP");
     }
     void cleanupTestCase()
     {
@@ -145,6 +150,21 @@ private Q_SLOTS:
         QTRY_COMPARE(monitor->road(), KeyRoad::none);
         portal = std::make_unique<Portal>(bus, mood);
         QTRY_COMPARE(monitor->road(), KeyRoad::portal);
+    }
+
+    void stoppedBeforeThereIsASession()
+    {
+        Portal portal(QDBusConnection::connectToBus(qEnvironmentVariable("DBUS_SESSION_BUS_ADDRESS"), u"portal"_s),
+                      Mood::hesitates);
+        PortalShortcuts shortcuts({}, {}, [](PortalShortcuts::Capture) {});
+        shortcuts.start();
+        QTRY_VERIFY(portal.calls().contains(u"CreateSession"_s));
+        shortcuts.stop();
+        shortcuts.start(); // asks for no second one
+        shortcuts.stop();
+        portal.answerAtLast();
+        QTRY_COMPARE(portal.calls().constLast(), u"Close"_s);
+        QCOMPARE(portal.calls().count(u"CreateSession"_s), 1);
     }
 
 private:

@@ -275,6 +275,10 @@ QString SwayDesktop::activationToken()
         all.enter = [](void *to, wl_pointer *, uint32_t number, wl_surface *, wl_fixed_t, wl_fixed_t) {
             *static_cast<uint32_t *>(to) = number;
         };
+        all.leave = [](void *, wl_pointer *, uint32_t, wl_surface *) {};
+        all.motion = [](void *, wl_pointer *, uint32_t, wl_fixed_t, wl_fixed_t) {};
+        all.button = [](void *, wl_pointer *, uint32_t, uint32_t, uint32_t, uint32_t) {};
+        all.axis = [](void *, wl_pointer *, uint32_t, uint32_t, wl_fixed_t) {};
         return all;
     }();
     wl_pointer *pointer = wl_seat_get_pointer(seat);
@@ -293,6 +297,7 @@ QString SwayDesktop::activationToken()
     xdg_activation_token_v1_commit(token);
     if (!wait([&] { return !words.isEmpty(); }))
         qFatal("sway gives no token");
+    xdg_activation_token_v1_destroy(token);
     return words;
 }
 

@@ -51,8 +51,14 @@ class Browser(Program):
     def script(self, expression):
         raise NotImplementedError
 
-    def await_page(self):
-        answer_of(lambda: self.script("document.readyState") == "complete")
+    def begin(self, connect):
+        """Until the page is there; a browser that does not get so far is ended."""
+        try:
+            connect()
+            answer_of(lambda: self.script("document.readyState") == "complete")
+        except BaseException:
+            self.close()
+            raise
 
     def _pixels(self, *expressions):
         lengths = ",".join(f"({expression}) * devicePixelRatio" for expression in expressions)
@@ -94,9 +100,11 @@ class Chromium(Browser):
         for end in theirs:
             os.close(end)
         self._buffer, self._calls, self._session = b"", 0, {}
+        self.begin(self._attach)
+
+    def _attach(self):
         target = answer_of(self._page)
         self._session = {"sessionId": self._call("Target.attachToTarget", targetId=target, flatten=True)["sessionId"]}
-        self.await_page()
 
     def _page(self):
         for target in self._call("Target.getTargets").get("targetInfos", []):
@@ -110,7 +118,10 @@ class Chromium(Browser):
         os.write(self._ours[1], json.dumps(message).encode() + b"\0")
         while True:
             while b"\0" not in self._buffer:
-                self._buffer += os.read(self._ours[0], 1 << 16)
+                part = os.read(self._ours[0], 1 << 16)
+                if not part:
+                    raise ConnectionError("the browser has ended")
+                self._buffer += part
             answer, self._buffer = self._buffer.split(b"\0", 1)
             answer = json.loads(answer)
             if answer.get("id") == self._calls:
@@ -139,17 +150,21 @@ class Firefox(Browser):
                          [self.command, "--marionette", "--no-remote", "--profile", str(profile),
                           "--width", str(int(900 / scale)), "--height", str(int(800 / scale)), f"file://{page}"],
                          {"MOZ_USE_XINPUT2": "1", "MOZ_CRASHREPORTER_DISABLE": "1"})
-        self._calls = 0
+        self._calls, self._socket, self._stream = 0, None, None
+        self.begin(lambda: self._connect(f"file://{page}"))
+
+    def _connect(self, address):
         self._socket = answer_of(lambda: socket.create_connection(("127.0.0.1", 2828)))
         self._stream = self._socket.makefile("rb")
         self._read()
         self._call("WebDriver:NewSession", {"capabilities": {}})
-        self._call("WebDriver:Navigate", {"url": f"file://{page}"})
-        self.await_page()
+        self._call("WebDriver:Navigate", {"url": address})
 
     def _read(self):
         length = b""
         while (digit := self._stream.read(1)) != b":":
+            if not digit:
+                raise ConnectionError("the browser has ended")
             length += digit
         return json.loads(self._stream.read(int(length)))
 
@@ -166,8 +181,9 @@ class Firefox(Browser):
         return self._call("WebDriver:ExecuteScript", {"script": f"return {expression}", "args": []})["value"]
 
     def close(self):
-        self._stream.close()
-        self._socket.close()
+        for end in (self._stream, self._socket):
+            if end:
+                end.close()
         super().close()
 
 
@@ -182,7 +198,10 @@ class View(Program):
 
     def scroll_to(self, row):
         self.process.stdin.write(f"{row}\n")
-        return [int(number) for number in self.process.stdout.readline().split()]
+        numbers = [int(number) for number in self.process.stdout.readline().split()]
+        if len(numbers) != 6:
+            raise RuntimeError("the view has ended")
+        return numbers
 
     def view(self):
         return tuple(self.scroll_to(-1)[:4])

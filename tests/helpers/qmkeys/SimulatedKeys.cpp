@@ -20,8 +20,8 @@ int main()
         return isInFront ? std::optional<std::string>("seat0") : std::nullopt;
     };
     return qm::runKeys(qm::LoginSession{STDIN_FILENO, seat},
-                       {SCMP_SYS(socket), SCMP_SYS(connect), SCMP_SYS(sendto), SCMP_SYS(recvfrom), SCMP_SYS(sendmsg),
-                        SCMP_SYS(getsockopt), SCMP_SYS(setsockopt), SCMP_SYS(ioctl), SCMP_SYS(fcntl), SCMP_SYS(write),
-                        SCMP_SYS(getcwd), SCMP_SYS(clock_nanosleep), SCMP_SYS(sigaltstack), SCMP_SYS(rt_sigprocmask),
+                       {SCMP_SYS(socket), SCMP_SYS(connect), SCMP_SYS(sendto), SCMP_SYS(sendmsg), SCMP_SYS(getsockopt),
+                        SCMP_SYS(setsockopt), SCMP_SYS(ioctl), SCMP_SYS(fcntl), SCMP_SYS(write), SCMP_SYS(getcwd),
+                        SCMP_SYS(clock_nanosleep), SCMP_SYS(sigaltstack), SCMP_SYS(rt_sigprocmask),
                         SCMP_SYS(rt_sigaction), SCMP_SYS(readv), SCMP_SYS(writev)});
 }

@@ -321,6 +321,11 @@ private Q_SLOTS:
                      }),
                      qPrintable(QString::number(&call - denied)));
         }
+        QVERIFY(inAChild([] { // libudev asks for the length of its news
+            int pair[2];
+            return socketpair(AF_UNIX, SOCK_DGRAM, 0, pair) == 0 && write(pair[0], "news", 4) == 4 &&
+                   Confinement::enter({SCMP_SYS(sigaltstack)}) && recv(pair[1], nullptr, 0, MSG_PEEK | MSG_TRUNC) == 4;
+        }));
         QVERIFY(inAChild([] {
             return Confinement::enter({SCMP_SYS(prctl), SCMP_SYS(sigaltstack)}) &&
                    prctl(PR_GET_NO_NEW_PRIVS, 0, 0, 0, 0) == 1 && prctl(PR_GET_DUMPABLE, 0, 0, 0, 0) == 0;
