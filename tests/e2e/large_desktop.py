@@ -1,9 +1,9 @@
 #!/usr/bin/python3
-"""kwin.py SOURCES PROGRAMS: captures on KWin, which is too large for every test run.
+"""large_desktop.py kwin|gnome SOURCES PROGRAMS: captures on a desktop that is too large for every test run.
 
 It has a monitor in memory, buses and a home of its own, and lives in a process namespace that ends with this program.
-A window fills the monitor with one colour; the helper has to give it back, and to dim it while the user chooses. Status 77:
-KWin is not installed, or this is not root.
+A window fills the monitor with one colour; the helper has to give it back, and on KWin to dim it while the user chooses: in
+GNOME's shell nothing gets the keyboard where there is none. Status 77: it is not installed, or this is not root.
 """
 import ctypes
 import os
@@ -29,9 +29,11 @@ window.fullscreen()
 window.show_all()
 Gtk.main()
 """ % COLOR
-sources, programs = map(pathlib.Path, sys.argv[1:])
-if not shutil.which("kwin_wayland") or os.geteuid() != 0:
-    print("SKIP: this needs kwin_wayland, and root")
+desktop = sys.argv[1]
+sources, programs = map(pathlib.Path, sys.argv[2:])
+needed = {"kwin": ["kwin_wayland"], "gnome": ["gnome-shell", "gdbus"]}[desktop]
+if not all(map(shutil.which, needed)) or os.geteuid() != 0:
+    print(f"SKIP: this needs {' and '.join(needed)}, and root")
     sys.exit(77)
 if "QM_INSIDE" not in os.environ:
     signal.signal(signal.SIGTERM, lambda *_: sys.exit(1))  # the folder goes then, too
@@ -43,9 +45,10 @@ work = pathlib.Path(os.environ["QM_INSIDE"])
 bus = f"unix:path={work}/run/bus"
 environment = {"HOME": f"{work}", "XDG_RUNTIME_DIR": f"{work}/run", "PATH": "/usr/bin:/bin", "LC_ALL": "C.UTF-8",
                "XDG_DATA_HOME": f"{work}/data", "XDG_CONFIG_HOME": f"{work}/config", "XDG_CACHE_HOME": f"{work}/cache",
-               "XDG_CURRENT_DESKTOP": "KDE",
+               "XDG_CURRENT_DESKTOP": {"kwin": "KDE", "gnome": "GNOME"}[desktop], "XDG_SESSION_TYPE": "wayland",
+               "XDG_DESKTOP_PORTAL_DIR": f"{work}/portals", "GSETTINGS_BACKEND": "keyfile", "NO_AT_BRIDGE": "1",
                "WAYLAND_DISPLAY": "wayland-0", "GDK_BACKEND": "wayland", "LIBGL_ALWAYS_SOFTWARE": "1", "KWIN_COMPOSE": "O2",
-               "DBUS_SESSION_BUS_ADDRESS": bus}
+               "DBUS_SESSION_BUS_ADDRESS": bus, "DBUS_SYSTEM_BUS_ADDRESS": f"unix:path={work}/run/system"}
 environment |= {name: value for name, value in os.environ.items() if name.endswith("SAN_OPTIONS")}
 
 
@@ -93,28 +96,59 @@ def shown(columns=SIZE[0], rows=SIZE[1]):
     return tuple(first[:3]) if is_plain else None
 
 
+def call(name, path, method, *arguments):
+    return run("gdbus", "call", "--session", "-d", name, "-o", path, "-m", method, *arguments)
+
+
+def start_kwin():
+    entry = "org.quillmere.Quillmere.capture.desktop"
+    words = (sources / f"packaging/{entry}.in").read_text().replace("@QM_CAPTURE_TOOL@", tool)
+    (work / "data/applications" / entry).write_text(words)
+    shutil.copy("/usr/bin/kwin_wayland", work / "bin")  # without the file's capabilities, which a container may lack
+    quietly(str(work / "bin/kwin_wayland"), "--virtual", "--width", str(SIZE[0]), "--height", str(SIZE[1]),
+            "--no-lockscreen", "--no-kactivities", "--socket", "wayland-0")
+
+
+def start_gnome():
+    quietly("gnome-shell", "--headless", "--virtual-monitor", "%dx%d" % SIZE, "--no-x11", "--sm-disable",
+            "--wayland-display", "wayland-0")
+    until("the shell does not start", lambda: "GNOME Shell started" in (work / "log").read_text(errors="replace"))
+    run("dbus-update-activation-environment", "--all")  # for the portal, which the bus starts
+    call("org.gnome.Shell", "/org/gnome/Shell", "org.freedesktop.DBus.Properties.Set", "org.gnome.Shell",
+         "OverviewActive", "<false>")
+    store = "org.freedesktop.impl.portal.PermissionStore"
+    call(store, "/org/freedesktop/impl/portal/PermissionStore", f"{store}.SetPermission", "screenshot", "true",
+         "screenshot", "", "['yes']")
+
+
 ctypes.CDLL(None).umask(0o022)
-for folder in ("run", "eye", "data/applications", "bin"):
+for folder in ("run", "eye", "data/applications", "bin", "portals", "Pictures", "config/glib-2.0/settings"):
     (work / folder).mkdir(parents=True)
 (work / "run").chmod(0o700)
 for program in ("qmcapture", "qmcapture.so"):
     shutil.copy(programs / program, work / "bin")
+for portal in pathlib.Path("/usr/share/xdg-desktop-portal/portals").glob("g*.portal"):
+    shutil.copy(portal, work / "portals")  # the desktop's own: otherwise another's may answer
+(work / "config/glib-2.0/settings/keyfile").write_text(
+    "[org/gnome/shell]\nwelcome-dialog-last-shown-version='999'\n[org/gnome/desktop/interface]\nenable-animations=false\n"
+    "[org/gnome/desktop/notifications]\nshow-banners=false\n")
 tool = str(work / "bin/qmcapture")
-entry = (sources / "packaging/org.quillmere.Quillmere.capture.desktop.in").read_text().replace("@QM_CAPTURE_TOOL@", tool)
-(work / "data/applications/org.quillmere.Quillmere.capture.desktop").write_text(entry)
+log = open(work / "log", "w")
 for path in [work, *work.rglob("*")]:
     os.chown(path, NOBODY, NOBODY)
-log = open(work / "log", "w")
-quietly("dbus-daemon", "--session", "--nofork", "--address=" + bus)
-until("no bus", (work / "run/bus").exists)
-shutil.copy("/usr/bin/kwin_wayland", work / "bin")  # without the file's capabilities, which a container may lack
-quietly(str(work / "bin/kwin_wayland"), "--virtual", "--width", str(SIZE[0]), "--height", str(SIZE[1]), "--no-lockscreen",
-        "--no-kactivities", "--socket", "wayland-0")
+for name in ("bus", "system"):
+    quietly("dbus-daemon", "--session", "--nofork", f"--address=unix:path={work}/run/{name}")
+    until("no bus", (work / "run" / name).exists)
+{"kwin": start_kwin, "gnome": start_gnome}[desktop]()
 until("the compositor does not start", (work / "run/wayland-0").exists)
 quietly("/usr/bin/python3", "-c", WINDOW)
 until("a capture shows something else than the screen", lambda: shown() == COLOR)
-choosing = quietly(tool, "-i", str(work / "region.png"))
-until("the overlay does not dim the screen", lambda: (color := shown(300, 100)) and color[0] < COLOR[0])
-choosing.kill()
-until("the overlay stays", lambda: shown() == COLOR)
-print("captured, and dimmed while the user chooses")
+if left := list((work / "Pictures").iterdir()):
+    print("FAIL: captures leave", left)
+    sys.exit(1)
+if desktop == "kwin":
+    choosing = quietly(tool, "-i", str(work / "region.png"))
+    until("the overlay does not dim the screen", lambda: (color := shown(300, 100)) and color[0] < COLOR[0])
+    choosing.kill()
+    until("the overlay stays", lambda: shown() == COLOR)
+print("captured")
