@@ -165,7 +165,7 @@ void CaptureRun::look()
     act(m_session.look(now(), sight));
 }
 
-ScrollSession::Sight CaptureRun::pointerSeen() const
+ScrollSession::Sight CaptureRun::pointerSeen()
 {
     const ScrollDesktop::Pointer pointer = m_desktop.pointer();
     ScrollSession::Sight sight;

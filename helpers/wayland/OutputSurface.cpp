@@ -70,7 +70,7 @@ OutputSurface::OutputSurface(const SurfaceGlobals &globals, const WaylandOutput 
                                          ZWLR_LAYER_SURFACE_V1_ANCHOR_TOP | ZWLR_LAYER_SURFACE_V1_ANCHOR_BOTTOM |
                                              ZWLR_LAYER_SURFACE_V1_ANCHOR_LEFT | ZWLR_LAYER_SURFACE_V1_ANCHOR_RIGHT);
         zwlr_layer_surface_v1_set_exclusive_zone(m_layer, -1);
-        zwlr_layer_surface_v1_set_keyboard_interactivity(m_layer, 1);
+        setKeyboard(true);
     } else {
         m_window = xdg_wm_base_get_xdg_surface(globals.windowShell, m_surface);
         static constexpr xdg_surface_listener surfaceListener = {
@@ -133,6 +133,12 @@ void OutputSurface::setPixels(QSize pixels)
     if (pixels != m_pixels)
         m_buffers.clear();
     m_pixels = pixels;
+}
+
+void OutputSurface::setKeyboard(bool takesIt)
+{
+    if (m_layer)
+        zwlr_layer_surface_v1_set_keyboard_interactivity(m_layer, takesIt);
 }
 
 ShmBuffer *OutputSurface::idleBuffer(Alpha alpha)

@@ -44,7 +44,8 @@ public:
     ~OutputSurface();
     Q_DISABLE_COPY_MOVE(OutputSurface)
 
-    void setPixels(QSize pixels); // the buffers' size; before the first one is shown
+    void setPixels(QSize pixels);   // the buffers' size; before the first one is shown
+    void setKeyboard(bool takesIt); // with the next commit; a window cannot leave it to others
 
     wl_surface *handle() const { return m_surface; }
     bool isConfigured() const { return !m_size.isEmpty(); }

@@ -9,7 +9,8 @@
 
 #include <cstring>
 #include <linux/input-event-codes.h>
-#include <protocol/virtual-input.h>
+#include <protocol/virtual-keyboard.h>
+#include <protocol/virtual-pointer.h>
 #include <protocol/xdg-activation.h>
 #include <protocol/xdg-shell.h>
 #include <sys/mman.h>
