@@ -1,7 +1,8 @@
 # Where everything is installed. The application looks for its helpers next to itself; only what users call by name is
 # on the path, as links.
 set(QM_PROGRAM_FOLDER ${CMAKE_INSTALL_LIBEXECDIR}/quillmere)
-install(TARGETS quillmere qms qmdecode qmkeys qmocr qmcapture qmcapture_module qmscroll DESTINATION ${QM_PROGRAM_FOLDER})
+install(TARGETS quillmere qms qmdecode qmkeys qmocr qmcapture qmcapture_module qmscroll
+    qmstream_module DESTINATION ${QM_PROGRAM_FOLDER})
 foreach(program quillmere qms)
     file(RELATIVE_PATH target
         ${CMAKE_INSTALL_PREFIX}/${CMAKE_INSTALL_BINDIR} ${CMAKE_INSTALL_PREFIX}/${QM_PROGRAM_FOLDER}/${program})

@@ -5,6 +5,8 @@
 #include "helpers/overlay/Overlay.h"
 #include "helpers/overlay/Pixels.h"
 #include "helpers/qmscroll/ScrollPanel.h"
+#include "helpers/qmscroll/wayland/CastWay.h"
+#include "helpers/qmscroll/wayland/KWinWay.h"
 #include "helpers/qmscroll/wayland/WlrootsWay.h"
 #include "helpers/wayland/WaylandCurtain.h"
 #include "helpers/wayland/desktop/DesktopFreeze.h"
@@ -32,7 +34,7 @@ constexpr double frameBorder = 1;
 constexpr QRgb accent = 0xff0a84ff;
 constexpr QRgb white = 0xffffffff;
 
-constexpr const ScrollWay *ways[] = {&wlrootsWay};
+constexpr const ScrollWay *ways[] = {&wlrootsWay, &kwinWay, &castWay};
 
 QImage withRoundCorners(const QImage &picture, int radius)
 {

@@ -1,10 +1,10 @@
 #include "helpers/qmscroll/wayland/WlrootsWay.h"
 
 #include "helpers/qmscroll/WheelPace.h"
+#include "helpers/qmscroll/wayland/WholePixels.h"
 #include "helpers/wayland/Screencopy.h"
 
 #include <algorithm>
-#include <cmath>
 #include <protocol/virtual-pointer.h>
 #include <thread>
 #include <wayland-client-protocol.h>
@@ -15,33 +15,6 @@ namespace {
 
 using namespace std::chrono_literals;
 
-// The nearest logical coordinate, up or down from a pixel, that is a whole pixel. 0 and the length always are.
-int wholePixel(int pixel, double scale, int step, int length)
-{
-    const auto isWhole = [scale](int logical) {
-        return std::abs(logical * scale - std::round(logical * scale)) < 1e-6;
-    };
-    int logical = int(step < 0 ? std::floor(pixel / scale) : std::ceil(pixel / scale));
-    while (logical > 0 && logical < length && !isWhole(logical))
-        logical += step;
-    return logical;
-}
-
-// A part of an output that contains these pixels and consists of whole ones, in logical coordinates: compositors differ in how
-// they round. Null if there is none, for the output itself is rounded.
-QRect wholePixels(const RegionPart &part)
-{
-    const QSizeF size = part.logical.size();
-    const double scale = part.monitor.width() / size.width();
-    if (size * scale != QSizeF(part.monitor))
-        return {};
-    const QPoint first(wholePixel(part.pixels.left(), scale, -1, part.logical.width()),
-                       wholePixel(part.pixels.top(), scale, -1, part.logical.height()));
-    const QPoint end(wholePixel(part.pixels.right() + 1, scale, 1, part.logical.width()),
-                     wholePixel(part.pixels.bottom() + 1, scale, 1, part.logical.height()));
-    return {first, end - QPoint(1, 1)};
-}
-
 class ScreencopyFrames : public RegionFrames
 {
 public:
@@ -49,7 +22,7 @@ public:
         : m_server(server)
         , m_output(output)
         , m_part(part)
-        , m_taken(wholePixels(part))
+        , m_taken(wholePixelsAround(part).value_or(WholePixels{{}, part.pixels.topLeft()}))
         , m_shm(server.bind<wl_shm>(wl_shm_interface, 1))
         , m_screencopy(std::make_unique<Screencopy>(server, m_shm))
     {
@@ -62,10 +35,8 @@ public:
 
     QImage grab() override
     {
-        const OutputPicture picture = m_screencopy->takePart(m_output, m_taken);
-        const double scale = double(m_part.monitor.width()) / m_part.logical.width();
-        const QPoint corner = (QPointF(m_taken.topLeft()) * scale).toPoint();
-        const QRect part = m_part.pixels.translated(-corner);
+        const OutputPicture picture = m_screencopy->takePart(m_output, m_taken.logical);
+        const QRect part(m_taken.part, m_part.pixels.size());
         if (!picture.pixels || !QRect(QPoint(), picture.size).contains(part))
             return {};
         const auto kept = new std::shared_ptr<uint32_t>(picture.pixels);
@@ -79,7 +50,7 @@ private:
     WaylandServer &m_server;
     const WaylandOutput &m_output;
     const RegionPart m_part;
-    const QRect m_taken; // logical, of the output; null: all of it
+    const WholePixels m_taken; // null: all of the output
     wl_shm *m_shm;
     std::unique_ptr<Screencopy> m_screencopy;
 };

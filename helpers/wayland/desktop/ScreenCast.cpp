@@ -31,6 +31,18 @@ bool readText(sd_bus_message *message, std::string_view type, std::string *text)
 
 } // namespace
 
+bool ScreenCast::isOffered()
+{
+    const UserBus bus;
+    const BusMessage question =
+        bus.newCall(PortalRequest::service, PortalRequest::object, "org.freedesktop.DBus.Properties", "Get");
+    uint32_t kinds = 0;
+    if (!question || sd_bus_message_append(question.get(), "ss", interface, "AvailableSourceTypes") < 0)
+        return false;
+    const BusMessage answer = bus.call(question, limit);
+    return answer && sd_bus_message_read(answer.get(), "v", "u", &kinds) > 0 && (kinds & monitors) != 0;
+}
+
 ScreenCast::ScreenCast() = default;
 
 ScreenCast::~ScreenCast()
@@ -41,7 +53,11 @@ ScreenCast::~ScreenCast()
 ScreenCast::Begun ScreenCast::begin(const std::string &token)
 {
     end();
-    return createSession() && selectMonitor(token) ? start() : Begun::no;
+    if (!createSession())
+        return Begun::no;
+    // What is not a token at all is refused, while an old one is passed over.
+    const bool isSelected = selectMonitor(token) || (!token.empty() && selectMonitor({}));
+    return isSelected ? start() : Begun::no;
 }
 
 bool ScreenCast::createSession()

@@ -14,6 +14,8 @@ namespace qm {
 class ScreenCast
 {
 public:
+    static bool isOffered(); // of monitors; may start the portal, within 10 s
+
     ScreenCast();
     ~ScreenCast();
     ScreenCast(const ScreenCast &) = delete;
