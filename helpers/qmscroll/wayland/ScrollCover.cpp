@@ -87,7 +87,7 @@ ScrollCover::ScrollCover(WaylandServer &server, const WaylandOutputs &outputs, c
         m_surfaces.push_back(std::make_unique<SideSurface>(m_globals, output, layout.areas()[qsizetype(i)].size()));
         m_cursorScale = std::max(m_cursorScale, output.scale);
     }
-    m_surfaces[size_t(regionOutput)]->setKeyboard(true);
+    followKeyboard();
     server.waitFor(
         [this] {
             return std::all_of(m_surfaces.begin(), m_surfaces.end(),
@@ -138,6 +138,7 @@ void ScrollCover::setReach(Reach reach)
         taken += m_panel;
         m_surfaces[i]->setInput(m_globals, (taken & area).translated(-area.topLeft()));
     }
+    followKeyboard();
     wl_display_flush(m_server.get());
 }
 
@@ -173,6 +174,7 @@ void ScrollCover::moved(QPointF at)
     if (mustFollow)
         follow();
     showCursor();
+    followKeyboard();
 }
 
 void ScrollCover::left()
@@ -180,6 +182,7 @@ void ScrollCover::left()
     m_pointerOutput = -1;
     m_isButtonDown = m_hasPressed = false;
     m_inputs.append({Input::Kind::pointer, {-1, -1}});
+    followKeyboard();
 }
 
 void ScrollCover::showCursor()
@@ -232,9 +235,20 @@ std::optional<ScrollDesktop::Input> ScrollCover::takeInput()
     return m_inputs.isEmpty() ? std::nullopt : std::optional(m_inputs.takeFirst());
 }
 
+void ScrollCover::followKeyboard()
+{
+    const bool isOnPanel = hasPointer() && m_panel.contains(m_pointer);
+    const bool wanted = !m_isKeyboardLeft && (m_reach != Reach::region || isOnPanel);
+    if (std::exchange(m_hasKeyboard, wanted) == wanted)
+        return;
+    m_surfaces[size_t(m_regionOutput)]->setKeyboard(wanted);
+    wl_display_flush(m_server.get());
+}
+
 void ScrollCover::leaveKeyboard()
 {
-    m_surfaces[size_t(m_regionOutput)]->setKeyboard(false);
+    m_isKeyboardLeft = true;
+    followKeyboard();
     m_server.roundTrip();
 }
 

@@ -13,7 +13,7 @@
 namespace qm {
 
 // What lies over all monitors while a region is scrolled: the frame, the panel, and otherwise nothing that is seen. It has the
-// keyboard. One thread. Pixels of the whole desktop.
+// keyboard, but not while the pointer is elsewhere: who types there is heard there. One thread. Pixels of the whole desktop.
 //
 // Nobody tells where the pointer is while it is over another program's window, and where the pointer is drawn into the picture of
 // the screen, it would be in every frame. So the cover takes the pointer everywhere, and hides it in the region; as soon as the
@@ -64,6 +64,7 @@ private:
     void turned(double distance);
     void key(quint32 code, bool isDown);
     void showCursor();
+    void followKeyboard();
 
     WaylandServer &m_server;
     const OutputLayout m_layout;
@@ -90,6 +91,8 @@ private:
     Keymap m_keymap;
     QSet<quint32> m_keysDown;
     bool m_areModifiersDown = false;
+    bool m_hasKeyboard = false;
+    bool m_isKeyboardLeft = false; // for good
 };
 
 } // namespace qm
