@@ -65,6 +65,8 @@ public:
     virtual void movePointer(QPoint to) = 0;
     virtual bool canTurnWheel() const = 0;  // once a region is chosen
     virtual void turnWheel(int clicks) = 0; // at the pointer; negative: up. Returns after the last; many take 4 ms each
+    // Told before the frame is shown, and whenever it changes. Otherwise the region may be kept from the user.
+    virtual void setUserScrolls(bool doesSo) = 0;
 
     // The frame lies around the region, never inside. The panel is placed once and shows pictures of one size; from
     // then on Return and Escape are reported, whichever program has the keyboard.

@@ -27,6 +27,7 @@ public:
     void movePointer(QPoint to) override;
     bool canTurnWheel() const override;
     void turnWheel(int clicks) override;
+    void setUserScrolls(bool) override {}
     PanelPlace showFrame() override;
     void showPanel(const QImage &picture) override;
     void hidePanel() override;

@@ -1,0 +1,98 @@
+#pragma once
+
+#include "helpers/qmscroll/ScrollDesktop.h"
+#include "helpers/qmscroll/wayland/SideSurface.h"
+#include "helpers/wayland/WaylandSeat.h"
+#include "helpers/wayland/overlay/Keymap.h"
+#include "helpers/wayland/overlay/OutputLayout.h"
+#include "platform/wayland/ThemedCursor.h"
+
+#include <QList>
+#include <QSet>
+
+namespace qm {
+
+// What lies over all monitors while a region is scrolled: the frame, the panel, and otherwise nothing that is seen. It has the
+// keyboard, but not while the pointer is elsewhere: who types there is heard there. One thread. Pixels of the whole desktop.
+//
+// Nobody tells where the pointer is while it is over another program's window, and where the pointer is drawn into the picture of
+// the screen, it would be in every frame. So the cover takes the pointer everywhere, and hides it in the region; as soon as the
+// pointer leaves that, only in the region, so that everything else can be used until it returns.
+class ScrollCover
+{
+public:
+    enum class Reach {
+        panel,        // takes the pointer there, and always there
+        region,       // in the region as well
+        everything,   //
+        aroundRegion, // everywhere but in the region: what is turned now turns what lies there
+    };
+
+    ScrollCover(WaylandServer &server, const WaylandOutputs &outputs, const OutputLayout &layout, const QRect &region,
+                int regionOutput);
+
+    bool isClosed() const; // by the compositor, all or a part
+
+    void setFrame(const QList<SideSurface::Fill> &fills);
+    void setPanel(const QImage &picture, QPoint at, int output); // premultiplied; null: none
+    void present(); // what has changed, as soon as the compositor is ready for it
+
+    void setReach(Reach reach);
+    void follow(); // from everything to the region or back, as the pointer has it; after another reach
+    Reach reach() const { return m_reach; }
+
+    bool hasPointer() const { return m_pointerOutput >= 0; }
+    QPoint pointer() const { return m_pointer; } // if it has
+    bool isHeld() const
+    {
+        return m_areModifiersDown || m_isButtonDown;
+    }                                                       // a button in the region, or a key that changes the wheel
+    int takeClicks() { return std::exchange(m_clicks, 0); } // of the wheel, which the user has turned in the region
+
+    std::optional<ScrollDesktop::Input> takeInput();
+    bool areKeysUp() const { return m_keysDown.isEmpty(); } // those that were reported
+    void leaveKeyboard();                                   // to others, from now on
+
+private:
+    struct Listeners;
+
+    bool isInRegion() const { return m_region.contains(m_pointer) && !m_panel.contains(m_pointer); }
+    void entered(const wl_surface *surface, quint32 serial, QPointF at);
+    void moved(QPointF at);
+    void left();
+    void button(bool isDown);
+    void turned(double distance);
+    void key(quint32 code, bool isDown);
+    void showCursor();
+    void followKeyboard();
+
+    WaylandServer &m_server;
+    const OutputLayout m_layout;
+    const QRect m_region;
+    const int m_regionOutput;
+    const SurfaceGlobals m_globals;
+    WaylandSeat m_seat;
+    ThemedCursor m_cursor;
+    std::vector<std::unique_ptr<SideSurface>> m_surfaces; // by monitor
+    Reach m_reach = Reach::panel;
+    QRect m_panel; // null: hidden
+    int m_cursorScale = 1;
+
+    QList<ScrollDesktop::Input> m_inputs;
+    int m_pointerOutput = -1; // whose surface has the pointer; -1: none
+    QPoint m_pointer;         // where it was last
+    quint32 m_serial = 0;     // of its coming
+    bool m_isCursorHidden = false;
+    bool m_hasPressed = false; // on the panel
+    bool m_isButtonDown = false;
+    bool m_hasSteps = false; // the wheel has told how many clicks the next distance is
+    double m_distance = 0;   // less than a click
+    int m_clicks = 0;
+    Keymap m_keymap;
+    QSet<quint32> m_keysDown;
+    bool m_areModifiersDown = false;
+    bool m_hasKeyboard = false;
+    bool m_isKeyboardLeft = false; // for good
+};
+
+} // namespace qm
