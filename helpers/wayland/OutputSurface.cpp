@@ -48,7 +48,7 @@ SurfaceGlobals::~SurfaceGlobals()
         wl_compositor_destroy(compositor);
 }
 
-OutputSurface::OutputSurface(const SurfaceGlobals &globals, const WaylandOutput &output)
+OutputSurface::OutputSurface(const SurfaceGlobals &globals, const WaylandOutput &output, Below below)
     : m_surface(wl_compositor_create_surface(globals.compositor))
     , m_shm(globals.shm)
 {
@@ -94,6 +94,11 @@ OutputSurface::OutputSurface(const SurfaceGlobals &globals, const WaylandOutput 
         xdg_toplevel_add_listener(m_toplevel, &toplevelListener, this);
         xdg_toplevel_set_app_id(m_toplevel, name);
         xdg_toplevel_set_fullscreen(m_toplevel, output.handle);
+        m_coversAll = below == Below::hidden;
+        if (!m_coversAll) { // on the monitor to which the above has brought it
+            xdg_toplevel_unset_fullscreen(m_toplevel);
+            xdg_toplevel_set_maximized(m_toplevel);
+        }
     }
     wl_surface_commit(m_surface);
 }
@@ -113,7 +118,7 @@ OutputSurface::~OutputSurface()
     wl_surface_destroy(m_surface);
 }
 
-// A full-screen window may be told another size first, and its true one a little later.
+// A window may be told another size first, and its true one a little later.
 void OutputSurface::configured(QSize size)
 {
     if (!size.isEmpty())

@@ -16,6 +16,7 @@ using namespace std::chrono_literals;
 namespace {
 
 constexpr auto firstFrameLimit = 3s; // the first one comes by itself, the others when something changes
+constexpr auto changeLimit = 300ms;
 constexpr int fewestBuffers = 2, mostBuffers = 16;
 
 // The newest frame is taken out of its buffer on PipeWire's thread at once: a compositor that finds no free buffer leaves the frame
@@ -27,6 +28,7 @@ public:
     ~StreamFrames() override;
     bool open(int remote, uint32_t node);
     QImage grab() override;
+    QImage grabMonitor() override;
 
 private:
     // PipeWire's lock: its thread runs none of our handlers while one of these exists.
@@ -50,6 +52,7 @@ private:
     void takeNewest();
     void take(const spa_buffer &buffer);
     void end();
+    bool waitFor(const QImage &image, std::chrono::nanoseconds limit); // with the lock; false if it does not come
 
     const RegionPart m_part;
     std::unique_ptr<pw_thread_loop, CallingDeleter<pw_thread_loop_destroy>> m_loop;
@@ -59,6 +62,8 @@ private:
     spa_hook m_listening = {};
     spa_video_info_raw m_format = {};
     QImage m_newest;
+    QImage m_all; // of the monitor
+    bool m_isAllWanted = false;
     bool m_hasEnded = false; // or the monitor has become another
 };
 
@@ -181,6 +186,8 @@ void StreamFrames::take(const spa_buffer &buffer)
     m_newest = pixels.cut(m_part.pixels);
     if (m_newest.isNull())
         end();
+    if (std::exchange(m_isAllWanted, false))
+        m_all = pixels.cut(QRect(QPoint(), m_part.monitor));
     pw_thread_loop_signal(m_loop.get(), false);
 }
 
@@ -190,16 +197,29 @@ void StreamFrames::end()
     pw_thread_loop_signal(m_loop.get(), false);
 }
 
+bool StreamFrames::waitFor(const QImage &image, std::chrono::nanoseconds limit)
+{
+    timespec end = {};
+    pw_thread_loop_get_time(m_loop.get(), &end, limit.count());
+    while (image.isNull() && !m_hasEnded) {
+        if (pw_thread_loop_timed_wait_full(m_loop.get(), &end) < 0)
+            return false;
+    }
+    return !m_hasEnded;
+}
+
 QImage StreamFrames::grab()
 {
     const Lock lock(m_loop.get());
-    timespec end = {};
-    pw_thread_loop_get_time(m_loop.get(), &end, std::chrono::nanoseconds(firstFrameLimit).count());
-    while (m_newest.isNull() && !m_hasEnded) {
-        if (pw_thread_loop_timed_wait_full(m_loop.get(), &end) < 0)
-            return {};
-    }
-    return m_hasEnded ? QImage() : m_newest;
+    return waitFor(m_newest, firstFrameLimit) ? m_newest : QImage();
+}
+
+QImage StreamFrames::grabMonitor()
+{
+    const Lock lock(m_loop.get());
+    m_all = {};
+    m_isAllWanted = true;
+    return waitFor(m_all, changeLimit) ? std::exchange(m_all, {}) : QImage();
 }
 
 } // namespace

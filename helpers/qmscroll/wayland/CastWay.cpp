@@ -22,6 +22,7 @@ public:
     // False if the user said no, or with a reason if the desktop did.
     bool begin(const RegionPart &part, QString *failure);
     QImage grab() override { return m_stream->grab(); }
+    QImage grabMonitor() override { return m_stream->grabMonitor(); }
 
 private:
     ScreenCast m_cast;

@@ -24,6 +24,9 @@ public:
     // RGB32, as large as the part. Null if the desktop no longer gives them. The second call after this one may reuse
     // the memory.
     virtual QImage grab() = 0;
+
+    // The whole monitor, once something on it has changed. Null if nothing does for a while, or if it is not to be had.
+    virtual QImage grabMonitor() { return {}; }
 };
 
 } // namespace qm

@@ -2,6 +2,8 @@
 
 #include "helpers/overlay/KeySymbols.h"
 
+#include <QDeadlineTimer>
+
 #include <algorithm>
 #include <cmath>
 #include <linux/input-event-codes.h>
@@ -13,6 +15,7 @@ using namespace std::chrono_literals;
 using Input = ScrollDesktop::Input;
 
 static constexpr auto showLimit = 2s;          // of a compositor that is busy
+static constexpr auto placeLimit = 2s;         // of one that lets windows fade in
 static constexpr double distanceOfAClick = 15; // of the wheel, as most compositors report it
 
 struct ScrollCover::Listeners {
@@ -84,14 +87,17 @@ ScrollCover::ScrollCover(WaylandServer &server, const WaylandOutputs &outputs, c
 {
     for (size_t i = 0; i < outputs.all().size(); ++i) {
         const WaylandOutput &output = *outputs.all()[i];
-        m_surfaces.push_back(std::make_unique<SideSurface>(m_globals, output, layout.areas()[qsizetype(i)].size()));
+        const bool isOfUse = m_globals.layerShell || int(i) == regionOutput; // otherwise each is one more window
+        m_surfaces.push_back(
+            isOfUse ? std::make_unique<SideSurface>(m_globals, output, layout.areas()[qsizetype(i)].size()) : nullptr);
         m_cursorScale = std::max(m_cursorScale, output.scale);
     }
     followKeyboard();
     server.waitFor(
         [this] {
-            return std::all_of(m_surfaces.begin(), m_surfaces.end(),
-                               [](const auto &surface) { return surface->isConfigured() || surface->isClosed(); });
+            return std::all_of(m_surfaces.begin(), m_surfaces.end(), [](const auto &surface) {
+                return !surface || surface->isConfigured() || surface->isClosed();
+            });
         },
         showLimit);
     static const wl_pointer_listener pointer = Listeners::pointer();
@@ -100,7 +106,36 @@ ScrollCover::ScrollCover(WaylandServer &server, const WaylandOutputs &outputs, c
 
 bool ScrollCover::isClosed() const
 {
-    return std::any_of(m_surfaces.begin(), m_surfaces.end(), [](const auto &surface) { return surface->isClosed(); });
+    return std::any_of(m_surfaces.begin(), m_surfaces.end(),
+                       [](const auto &surface) { return surface && surface->isClosed(); });
+}
+
+bool ScrollCover::findPlace(const std::function<QImage()> &grabMonitor)
+{
+    SideSurface &surface = *m_surfaces[size_t(m_regionOutput)];
+    if (surface.isPlaced())
+        return true;
+    const auto seenWithMark = [&](bool isShown) {
+        surface.setMark(isShown);
+        m_server.roundTrip();
+        present();
+        return grabMonitor();
+    };
+    std::optional<QPoint> found;
+    for (const QDeadlineTimer deadline(placeLimit); !found && !deadline.hasExpired();) // it may come up slowly
+        found = surface.findMark(seenWithMark(true));
+    // It must be gone before the region is looked at.
+    for (const QDeadlineTimer deadline(placeLimit);
+         !deadline.hasExpired() && surface.findMark(seenWithMark(false)).has_value();) {
+    }
+    surface.place(found);
+    return found.has_value();
+}
+
+QRect ScrollCover::area(int output) const
+{
+    const SideSurface *const surface = m_surfaces[size_t(output)].get();
+    return surface ? surface->covered().translated(m_layout.areas()[output].topLeft()) : QRect();
 }
 
 void ScrollCover::setFrame(const QList<SideSurface::Fill> &fills)
@@ -121,8 +156,10 @@ void ScrollCover::setPanel(const QImage &picture, QPoint at, int output)
 
 void ScrollCover::present()
 {
-    for (const std::unique_ptr<SideSurface> &surface : m_surfaces)
-        surface->present();
+    for (const std::unique_ptr<SideSurface> &surface : m_surfaces) {
+        if (surface)
+            surface->present();
+    }
     wl_display_flush(m_server.get());
 }
 
@@ -130,6 +167,8 @@ void ScrollCover::setReach(Reach reach)
 {
     m_reach = reach;
     for (size_t i = 0; i < m_surfaces.size(); ++i) {
+        if (!m_surfaces[i])
+            continue;
         const QRect area = m_layout.areas()[qsizetype(i)];
         QRegion taken = reach == Reach::everything     ? QRegion(area)
                         : reach == Reach::aroundRegion ? QRegion(area) - m_region
@@ -154,7 +193,7 @@ void ScrollCover::follow()
 void ScrollCover::entered(const wl_surface *surface, quint32 serial, QPointF at)
 {
     const auto found = std::find_if(m_surfaces.begin(), m_surfaces.end(),
-                                    [surface](const auto &each) { return each->handle() == surface; });
+                                    [surface](const auto &each) { return each && each->handle() == surface; });
     if (found == m_surfaces.end())
         return;
     m_pointerOutput = int(found - m_surfaces.begin());

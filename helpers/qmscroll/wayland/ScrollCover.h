@@ -10,6 +10,8 @@
 #include <QList>
 #include <QSet>
 
+#include <functional>
+
 namespace qm {
 
 // What lies over all monitors while a region is scrolled: the frame, the panel, and otherwise nothing that is seen. It has the
@@ -32,6 +34,11 @@ public:
                 int regionOutput);
 
     bool isClosed() const; // by the compositor, all or a part
+
+    // Finds out where it lies, which not all compositors tell; before anything is shown. False if that is not to be seen: then
+    // nothing belongs at a certain place.
+    bool findPlace(const std::function<QImage()> &grabMonitor);
+    QRect area(int output) const; // what it covers of the monitor; empty: nothing
 
     void setFrame(const QList<SideSurface::Fill> &fills);
     void setPanel(const QImage &picture, QPoint at, int output); // premultiplied; null: none

@@ -6,6 +6,8 @@
 #include <QImage>
 #include <QRegion>
 
+#include <optional>
+
 namespace qm {
 
 // A surface over one monitor on which only the frame and the panel are seen, and which takes the pointer only where it is told
@@ -26,6 +28,14 @@ public:
     const wl_surface *handle() const { return m_surface.handle(); }
     QPoint pixelAt(QPointF point) const; // from the surface's own coordinates
 
+    // Where the surface begins: at the monitor's corner, unless it covers only a part. Then that is to be found out, by a mark
+    // in its corner.
+    bool isPlaced() const { return m_isPlaced; }
+    void place(std::optional<QPoint> origin); // std::nullopt: it could not be
+    QRect covered() const { return {m_origin, coveredPixels()}; }
+    void setMark(bool isShown);
+    std::optional<QPoint> findMark(const QImage &monitor) const; // RGB32
+
     void setFills(const QList<Fill> &fills);
     void setPicture(const QImage &picture, QPoint at); // premultiplied; a null one takes it away
     void setInput(const SurfaceGlobals &globals, const QRegion &area);
@@ -38,8 +48,15 @@ private:
     void change(const QRegion &area);
     void paint(QImage &target, const QRect &part) const;
 
+    QSize coveredPixels() const;
+
     OutputSurface m_surface;
-    const QSize m_pixels;
+    const QSize m_monitor;
+    const double m_pointScale;
+    bool m_isPlaced;
+    QPoint m_origin;
+    bool m_isMarked = false;
+    QSize m_pixels; // of the buffers
     QList<Fill> m_fills;
     QImage m_picture;
     QPoint m_pictureAt;

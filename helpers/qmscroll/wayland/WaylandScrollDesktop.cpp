@@ -143,11 +143,13 @@ QImage WaylandScrollDesktop::grab()
 PanelPlace WaylandScrollDesktop::showFrame()
 {
     const QList<QRect> &areas = m_layout->areas();
-    const auto screen = [&](int i) { return PanelScreen{areas[i], m_outputs.all()[size_t(i)]->pointScale()}; };
+    m_cover.emplace(*m_server, m_outputs, *m_layout, m_region, m_output);
+    const bool isPlaced = m_cover->findPlace([this] { return m_frames->grabMonitor(); });
+    const auto screen = [&](int i) { return PanelScreen{m_cover->area(i), m_outputs.all()[size_t(i)]->pointScale()}; };
     const PanelScreen own = screen(m_output);
     QList<PanelScreen> others;
     for (int i = 0; i < areas.size(); ++i) {
-        if (i != m_output)
+        if (i != m_output && !m_cover->area(i).isEmpty())
             others.append(screen(i));
     }
     const int line = pixels(frameLine, own.scale);
@@ -159,8 +161,8 @@ PanelPlace WaylandScrollDesktop::showFrame()
     m_panelOutput = largestPart(areas, QRect(place.at, ScrollPanel::size(place.shape, place.scale)));
     m_panelRadius = ScrollPanel::cornerRadius(place.scale);
 
-    m_cover.emplace(*m_server, m_outputs, *m_layout, m_region, m_output);
-    m_cover->setFrame({{QRegion(outer) - inner, white}, {QRegion(inner) - m_region, accent}});
+    if (isPlaced)
+        m_cover->setFrame({{QRegion(outer) - inner, white}, {QRegion(inner) - m_region, accent}});
     m_cover->present();
     if (!m_doesUserScroll)
         movePointer(m_region.center()); // from now on it is not seen in the region
