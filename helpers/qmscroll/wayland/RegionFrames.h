@@ -10,9 +10,9 @@ namespace qm {
 // The part of one monitor that is captured again and again.
 struct RegionPart {
     std::string output; // the compositor's name of the monitor
-    QRect pixels;       // relative to the monitor's corner, in its own pixels as they are seen (the monitor turned back)
-    QSize monitor;      // all pixels of the monitor
-    QRect logical;      // the monitor's place in the compositor's coordinates
+    QRect pixels;  // relative to the monitor's corner, in its own pixels as they are seen (the monitor turned back)
+    QSize monitor; // all pixels of the monitor
+    QRect logical; // the monitor's place in the compositor's coordinates
 };
 
 // The current pixels of a part of the screen. One thread.

@@ -28,12 +28,13 @@ int wholePixel(int pixel, double scale, int step, int length)
 }
 
 // A part of an output that contains these pixels and consists of whole ones, in logical coordinates: compositors differ in how
-// they round. Null if there is none, for the output itself is rounded.
-QRect wholePixels(const RegionPart &part)
+// they round. Null where all of the output is to be taken: if it is rounded itself, or turned, for wlroots 0.15 turns a part the
+// wrong way round.
+QRect wholePixels(const WaylandOutput &output, const RegionPart &part)
 {
     const QSizeF size = part.logical.size();
     const double scale = part.monitor.width() / size.width();
-    if (size * scale != QSizeF(part.monitor))
+    if (size * scale != QSizeF(part.monitor) || output.transform != WL_OUTPUT_TRANSFORM_NORMAL)
         return {};
     const QPoint first(wholePixel(part.pixels.left(), scale, -1, part.logical.width()),
                        wholePixel(part.pixels.top(), scale, -1, part.logical.height()));
@@ -49,7 +50,7 @@ public:
         : m_server(server)
         , m_output(output)
         , m_part(part)
-        , m_taken(wholePixels(part))
+        , m_taken(wholePixels(output, part))
         , m_shm(server.bind<wl_shm>(wl_shm_interface, 1))
         , m_screencopy(std::make_unique<Screencopy>(server, m_shm))
     {
