@@ -198,9 +198,8 @@ void ScrollCover::entered(const wl_surface *surface, quint32 serial, QPointF at)
         return;
     m_pointerOutput = int(found - m_surfaces.begin());
     m_serial = serial;
-    m_isCursorHidden = !isInRegion(); // whatever it is, it is to be set
+    m_isCursorHidden.reset();
     moved(at);
-    showCursor();
 }
 
 void ScrollCover::moved(QPointF at)
@@ -229,7 +228,7 @@ void ScrollCover::showCursor()
     if (!hasPointer() || m_isCursorHidden == isInRegion())
         return;
     m_isCursorHidden = isInRegion();
-    if (m_isCursorHidden)
+    if (*m_isCursorHidden)
         wl_pointer_set_cursor(m_seat.pointer(), m_serial, nullptr, 0, 0);
     else
         m_cursor.show(m_seat.pointer(), m_serial, {"left_ptr", "default"}, m_cursorScale);

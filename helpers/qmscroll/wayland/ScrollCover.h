@@ -86,11 +86,11 @@ private:
     int m_cursorScale = 1;
 
     QList<ScrollDesktop::Input> m_inputs;
-    int m_pointerOutput = -1; // whose surface has the pointer; -1: none
-    QPoint m_pointer;         // where it was last
-    quint32 m_serial = 0;     // of its coming
-    bool m_isCursorHidden = false;
-    bool m_hasPressed = false; // on the panel
+    int m_pointerOutput = -1;             // whose surface has the pointer; -1: none
+    QPoint m_pointer;                     // where it was last
+    quint32 m_serial = 0;                 // of its coming
+    std::optional<bool> m_isCursorHidden; // empty: the cursor has not been set since it came
+    bool m_hasPressed = false;            // on the panel
     bool m_isButtonDown = false;
     bool m_hasSteps = false; // the wheel has told how many clicks the next distance is
     double m_distance = 0;   // less than a click

@@ -15,6 +15,13 @@ namespace {
 
 using namespace std::chrono_literals;
 
+// Null where all of the output is to be taken: also if it is turned, for wlroots 0.15 turns a part the wrong way round.
+WholePixels takenFor(const WaylandOutput &output, const RegionPart &part)
+{
+    const WholePixels all = {{}, part.pixels.topLeft()};
+    return output.transform == WL_OUTPUT_TRANSFORM_NORMAL ? wholePixelsAround(part).value_or(all) : all;
+}
+
 class ScreencopyFrames : public RegionFrames
 {
 public:
@@ -22,7 +29,7 @@ public:
         : m_server(server)
         , m_output(output)
         , m_part(part)
-        , m_taken(wholePixelsAround(part).value_or(WholePixels{{}, part.pixels.topLeft()}))
+        , m_taken(takenFor(output, part))
         , m_shm(server.bind<wl_shm>(wl_shm_interface, 1))
         , m_screencopy(std::make_unique<Screencopy>(server, m_shm))
     {
