@@ -73,7 +73,7 @@ struct ScrollCover::Listeners {
 };
 
 ScrollCover::ScrollCover(WaylandServer &server, const WaylandOutputs &outputs, const OutputLayout &layout,
-                         const QRect &region, int regionOutput)
+                         const QRect &region, int regionOutput, const QList<int> &covered)
     : m_server(server)
     , m_layout(layout)
     , m_region(region)
@@ -81,26 +81,24 @@ ScrollCover::ScrollCover(WaylandServer &server, const WaylandOutputs &outputs, c
     , m_globals(server)
     , m_seat(server)
     , m_cursor(m_globals.compositor, m_globals.shm)
+    , m_surfaces(outputs.all().size())
 {
-    for (size_t i = 0; i < outputs.all().size(); ++i) {
-        const WaylandOutput &output = *outputs.all()[i];
-        m_surfaces.push_back(std::make_unique<SideSurface>(m_globals, output, layout.areas()[qsizetype(i)].size()));
+    for (const int i : covered) {
+        const WaylandOutput &output = *outputs.all()[size_t(i)];
+        m_surfaces[size_t(i)] = std::make_unique<SideSurface>(m_globals, output, layout.areas()[i].size());
         m_cursorScale = std::max(m_cursorScale, output.scale);
     }
-    followKeyboard();
-    server.waitFor(
-        [this] {
-            return std::all_of(m_surfaces.begin(), m_surfaces.end(),
-                               [](const auto &surface) { return surface->isConfigured() || surface->isClosed(); });
-        },
-        showLimit);
+    const auto isReady = [](const auto &surface) { return !surface || surface->isConfigured() || surface->isClosed(); };
+    server.waitFor([&] { return std::all_of(m_surfaces.begin(), m_surfaces.end(), isReady); }, showLimit);
     static const wl_pointer_listener pointer = Listeners::pointer();
     m_seat.listen(pointer, Listeners::keyboard, this);
+    followKeyboard();
 }
 
 bool ScrollCover::isClosed() const
 {
-    return std::any_of(m_surfaces.begin(), m_surfaces.end(), [](const auto &surface) { return surface->isClosed(); });
+    return std::any_of(m_surfaces.begin(), m_surfaces.end(),
+                       [](const auto &surface) { return surface && surface->isClosed(); });
 }
 
 void ScrollCover::setFrame(const QList<SideSurface::Fill> &fills)
@@ -121,8 +119,10 @@ void ScrollCover::setPanel(const QImage &picture, QPoint at, int output)
 
 void ScrollCover::present()
 {
-    for (const std::unique_ptr<SideSurface> &surface : m_surfaces)
-        surface->present();
+    for (const std::unique_ptr<SideSurface> &surface : m_surfaces) {
+        if (surface)
+            surface->present();
+    }
     wl_display_flush(m_server.get());
 }
 
@@ -130,31 +130,24 @@ void ScrollCover::setReach(Reach reach)
 {
     m_reach = reach;
     for (size_t i = 0; i < m_surfaces.size(); ++i) {
+        if (!m_surfaces[i])
+            continue;
         const QRect area = m_layout.areas()[qsizetype(i)];
-        QRegion taken = reach == Reach::everything     ? QRegion(area)
-                        : reach == Reach::aroundRegion ? QRegion(area) - m_region
-                        : reach == Reach::region       ? QRegion(m_region)
-                                                       : QRegion();
+        QRegion taken;
+        if (reach != Reach::nowhere)
+            taken = reach == Reach::region ? QRegion(m_region) : QRegion(area) - m_region;
         taken += m_panel;
         m_surfaces[i]->setInput(m_globals, (taken & area).translated(-area.topLeft()));
     }
-    followKeyboard();
+    if (reach != Reach::region) // there the pointer is about to come
+        followKeyboard();
     wl_display_flush(m_server.get());
-}
-
-void ScrollCover::follow()
-{
-    if (hasPointer() && !isInRegion() && !m_panel.contains(m_pointer))
-        setReach(Reach::region);
-    else
-        setReach(Reach::everything);
-    showCursor();
 }
 
 void ScrollCover::entered(const wl_surface *surface, quint32 serial, QPointF at)
 {
     const auto found = std::find_if(m_surfaces.begin(), m_surfaces.end(),
-                                    [surface](const auto &each) { return each->handle() == surface; });
+                                    [surface](const auto &each) { return each && each->handle() == surface; });
     if (found == m_surfaces.end())
         return;
     m_pointerOutput = int(found - m_surfaces.begin());
@@ -169,9 +162,6 @@ void ScrollCover::moved(QPointF at)
         return;
     m_pointer = m_layout.areas()[m_pointerOutput].topLeft() + m_surfaces[size_t(m_pointerOutput)]->pixelAt(at);
     m_inputs.append({Input::Kind::pointer, m_pointer - m_panel.topLeft()});
-    const bool mustFollow = m_reach == Reach::everything ? !isInRegion() : m_reach == Reach::region && isInRegion();
-    if (mustFollow)
-        follow();
     showCursor();
     followKeyboard();
 }
@@ -236,8 +226,7 @@ std::optional<ScrollDesktop::Input> ScrollCover::takeInput()
 
 void ScrollCover::followKeyboard()
 {
-    const bool isOnPanel = hasPointer() && m_panel.contains(m_pointer);
-    const bool wanted = !m_isKeyboardLeft && (m_reach != Reach::region || isOnPanel);
+    const bool wanted = !m_isKeyboardLeft && (m_reach != Reach::region || hasPointer());
     if (std::exchange(m_hasKeyboard, wanted) == wanted)
         return;
     m_surfaces[size_t(m_regionOutput)]->setKeyboard(wanted);

@@ -143,10 +143,14 @@ PanelPlace WaylandScrollDesktop::showFrame()
     const QList<QRect> &areas = m_layout->areas();
     const auto screen = [&](int i) { return PanelScreen{areas[i], m_outputs.all()[size_t(i)]->pointScale()}; };
     const PanelScreen own = screen(m_output);
+    // Where the user scrolls, there is no need to cover others; GNOME, where the cover is a window, would show it as one.
     QList<PanelScreen> others;
-    for (int i = 0; i < areas.size(); ++i) {
-        if (i != m_output)
-            others.append(screen(i));
+    QList<int> covered = {m_output};
+    for (int i = 0; m_wheel && i < areas.size(); ++i) {
+        if (i == m_output)
+            continue;
+        others.append(screen(i));
+        covered.append(i);
     }
     const int line = pixels(frameLine, own.scale);
     const int border = pixels(frameBorder, own.scale);
@@ -157,7 +161,7 @@ PanelPlace WaylandScrollDesktop::showFrame()
     m_panelOutput = largestPart(areas, QRect(place.at, ScrollPanel::size(place.shape, place.scale)));
     m_panelRadius = ScrollPanel::cornerRadius(place.scale);
 
-    m_cover.emplace(*m_server, m_outputs, *m_layout, m_region, m_output);
+    m_cover.emplace(*m_server, m_outputs, *m_layout, m_region, m_output, covered);
     m_cover->setFrame({{QRegion(outer) - inner, white}, {QRegion(inner) - m_region, accent}});
     m_cover->present();
     if (!m_doesUserScroll)
@@ -180,7 +184,7 @@ void WaylandScrollDesktop::hidePanel()
 void WaylandScrollDesktop::hideFrame()
 {
     m_cover->setFrame({});
-    m_cover->setReach(ScrollCover::Reach::panel);
+    m_cover->setReach(ScrollCover::Reach::nowhere);
     m_cover->present();
 }
 
@@ -189,7 +193,7 @@ void WaylandScrollDesktop::setUserScrolls(bool doesSo)
     if (std::exchange(m_doesUserScroll, doesSo) == doesSo || !m_cover)
         return;
     if (doesSo)
-        m_cover->setReach(ScrollCover::Reach::panel);
+        m_cover->setReach(ScrollCover::Reach::nowhere);
     else
         movePointer(m_target);
 }
@@ -230,7 +234,7 @@ void WaylandScrollDesktop::movePointer(QPoint to)
 void WaylandScrollDesktop::turnWheel(int clicks)
 {
     m_server->dispatch(0ms);
-    if (m_cover->reach() == ScrollCover::Reach::everything)
+    if (m_cover->hasPointerInRegion())
         turnInRegion(clicks);
 }
 
@@ -245,9 +249,10 @@ void WaylandScrollDesktop::turnInRegion(int clicks)
         m_wheel->movePointer(place);
         m_wheel->turn(clicks);
     }
-    m_cover->follow();
-    if (m_cover->reach() != ScrollCover::Reach::everything)
-        return; // the user has taken it away meanwhile
+    const bool isTakenAway = clicks != 0 && m_cover->hasPointer();
+    m_cover->setReach(ScrollCover::Reach::region);
+    if (isTakenAway)
+        return; // by the user, meanwhile
     m_wheel->movePointer(place);
     m_server->waitFor([this] { return m_cover->hasPointer(); }, pointerLimit);
 }
