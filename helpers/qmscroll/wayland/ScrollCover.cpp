@@ -76,7 +76,7 @@ struct ScrollCover::Listeners {
 };
 
 ScrollCover::ScrollCover(WaylandServer &server, const WaylandOutputs &outputs, const OutputLayout &layout,
-                         const QRect &region, int regionOutput)
+                         const QRect &region, int regionOutput, const QList<int> &covered)
     : m_server(server)
     , m_layout(layout)
     , m_region(region)
@@ -84,24 +84,18 @@ ScrollCover::ScrollCover(WaylandServer &server, const WaylandOutputs &outputs, c
     , m_globals(server)
     , m_seat(server)
     , m_cursor(m_globals.compositor, m_globals.shm)
+    , m_surfaces(outputs.all().size())
 {
-    for (size_t i = 0; i < outputs.all().size(); ++i) {
-        const WaylandOutput &output = *outputs.all()[i];
-        const bool isOfUse = m_globals.layerShell || int(i) == regionOutput; // otherwise each is one more window
-        m_surfaces.push_back(
-            isOfUse ? std::make_unique<SideSurface>(m_globals, output, layout.areas()[qsizetype(i)].size()) : nullptr);
+    for (const int i : covered) {
+        const WaylandOutput &output = *outputs.all()[size_t(i)];
+        m_surfaces[size_t(i)] = std::make_unique<SideSurface>(m_globals, output, layout.areas()[i].size());
         m_cursorScale = std::max(m_cursorScale, output.scale);
     }
-    followKeyboard();
-    server.waitFor(
-        [this] {
-            return std::all_of(m_surfaces.begin(), m_surfaces.end(), [](const auto &surface) {
-                return !surface || surface->isConfigured() || surface->isClosed();
-            });
-        },
-        showLimit);
+    const auto isReady = [](const auto &surface) { return !surface || surface->isConfigured() || surface->isClosed(); };
+    server.waitFor([&] { return std::all_of(m_surfaces.begin(), m_surfaces.end(), isReady); }, showLimit);
     static const wl_pointer_listener pointer = Listeners::pointer();
     m_seat.listen(pointer, Listeners::keyboard, this);
+    followKeyboard();
 }
 
 bool ScrollCover::isClosed() const
@@ -135,7 +129,7 @@ bool ScrollCover::findPlace(const std::function<QImage()> &grabMonitor)
 QRect ScrollCover::area(int output) const
 {
     const SideSurface *const surface = m_surfaces[size_t(output)].get();
-    return surface ? surface->covered().translated(m_layout.areas()[output].topLeft()) : QRect();
+    return surface->covered().translated(m_layout.areas()[output].topLeft());
 }
 
 void ScrollCover::setFrame(const QList<SideSurface::Fill> &fills)
@@ -170,24 +164,15 @@ void ScrollCover::setReach(Reach reach)
         if (!m_surfaces[i])
             continue;
         const QRect area = m_layout.areas()[qsizetype(i)];
-        QRegion taken = reach == Reach::everything     ? QRegion(area)
-                        : reach == Reach::aroundRegion ? QRegion(area) - m_region
-                        : reach == Reach::region       ? QRegion(m_region)
-                                                       : QRegion();
+        QRegion taken;
+        if (reach != Reach::nowhere)
+            taken = reach == Reach::region ? QRegion(m_region) : QRegion(area) - m_region;
         taken += m_panel;
         m_surfaces[i]->setInput(m_globals, (taken & area).translated(-area.topLeft()));
     }
-    followKeyboard();
+    if (reach != Reach::region) // there the pointer is about to come
+        followKeyboard();
     wl_display_flush(m_server.get());
-}
-
-void ScrollCover::follow()
-{
-    if (hasPointer() && !isInRegion() && !m_panel.contains(m_pointer))
-        setReach(Reach::region);
-    else
-        setReach(Reach::everything);
-    showCursor();
 }
 
 void ScrollCover::entered(const wl_surface *surface, quint32 serial, QPointF at)
@@ -208,9 +193,6 @@ void ScrollCover::moved(QPointF at)
         return;
     m_pointer = m_layout.areas()[m_pointerOutput].topLeft() + m_surfaces[size_t(m_pointerOutput)]->pixelAt(at);
     m_inputs.append({Input::Kind::pointer, m_pointer - m_panel.topLeft()});
-    const bool mustFollow = m_reach == Reach::everything ? !isInRegion() : m_reach == Reach::region && isInRegion();
-    if (mustFollow)
-        follow();
     showCursor();
     followKeyboard();
 }
@@ -275,8 +257,7 @@ std::optional<ScrollDesktop::Input> ScrollCover::takeInput()
 
 void ScrollCover::followKeyboard()
 {
-    const bool isOnPanel = hasPointer() && m_panel.contains(m_pointer);
-    const bool wanted = !m_isKeyboardLeft && (m_reach != Reach::region || isOnPanel);
+    const bool wanted = !m_isKeyboardLeft && (m_reach != Reach::region || hasPointer());
     if (std::exchange(m_hasKeyboard, wanted) == wanted)
         return;
     m_surfaces[size_t(m_regionOutput)]->setKeyboard(wanted);

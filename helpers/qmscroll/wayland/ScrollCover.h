@@ -14,46 +14,38 @@
 
 namespace qm {
 
-// What lies over all monitors while a region is scrolled: the frame, the panel, and otherwise nothing that is seen. It has the
+// What lies over the monitors while a region is scrolled: the frame, the panel, and otherwise nothing that is seen. It has the
 // keyboard, but not while the pointer is elsewhere: who types there is heard there. One thread. Pixels of the whole desktop.
 //
 // Nobody tells where the pointer is while it is over another program's window, and where the pointer is drawn into the picture of
-// the screen, it would be in every frame. So the cover takes the pointer everywhere, and hides it in the region; as soon as the
-// pointer leaves that, only in the region, so that everything else can be used until it returns.
+// the screen, it would be in every frame. So the cover takes the pointer in the region, and hides it.
 class ScrollCover
 {
 public:
-    enum class Reach {
-        panel,        // takes the pointer there, and always there
-        region,       // in the region as well
-        everything,   //
-        aroundRegion, // everywhere but in the region: what is turned now turns what lies there
-    };
+    // Where the cover takes the pointer, but for the panel, where it always does. Around the region: everywhere else. What is
+    // turned then turns what lies in the region, and nothing else even if the pointer leaves.
+    enum class Reach { nowhere, region, aroundRegion };
 
     ScrollCover(WaylandServer &server, const WaylandOutputs &outputs, const OutputLayout &layout, const QRect &region,
-                int regionOutput);
+                int regionOutput, const QList<int> &covered); // the two latter: indices of monitors
 
     bool isClosed() const; // by the compositor, all or a part
 
     // Finds out where it lies, which not all compositors tell; before anything is shown. False if that is not to be seen: then
     // nothing belongs at a certain place.
     bool findPlace(const std::function<QImage()> &grabMonitor);
-    QRect area(int output) const; // what it covers of the monitor; empty: nothing
+    QRect area(int output) const; // what it covers of one of its monitors
 
     void setFrame(const QList<SideSurface::Fill> &fills);
     void setPanel(const QImage &picture, QPoint at, int output); // premultiplied; null: none
     void present(); // what has changed, as soon as the compositor is ready for it
 
     void setReach(Reach reach);
-    void follow(); // from everything to the region or back, as the pointer has it; after another reach
-    Reach reach() const { return m_reach; }
-
     bool hasPointer() const { return m_pointerOutput >= 0; }
     QPoint pointer() const { return m_pointer; } // if it has
-    bool isHeld() const
-    {
-        return m_areModifiersDown || m_isButtonDown;
-    }                                                       // a button in the region, or a key that changes the wheel
+    bool hasPointerInRegion() const { return hasPointer() && isInRegion(); }
+    // A button in the region, or a key that changes what the wheel does.
+    bool isHeld() const { return m_areModifiersDown || m_isButtonDown; }
     int takeClicks() { return std::exchange(m_clicks, 0); } // of the wheel, which the user has turned in the region
 
     std::optional<ScrollDesktop::Input> takeInput();
@@ -80,8 +72,8 @@ private:
     const SurfaceGlobals m_globals;
     WaylandSeat m_seat;
     ThemedCursor m_cursor;
-    std::vector<std::unique_ptr<SideSurface>> m_surfaces; // by monitor
-    Reach m_reach = Reach::panel;
+    std::vector<std::unique_ptr<SideSurface>> m_surfaces; // by monitor; null: not covered
+    Reach m_reach = Reach::nowhere;
     QRect m_panel; // null: hidden
     int m_cursorScale = 1;
 

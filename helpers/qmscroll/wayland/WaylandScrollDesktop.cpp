@@ -143,15 +143,19 @@ QImage WaylandScrollDesktop::grab()
 PanelPlace WaylandScrollDesktop::showFrame()
 {
     const QList<QRect> &areas = m_layout->areas();
-    m_cover.emplace(*m_server, m_outputs, *m_layout, m_region, m_output);
+    // Where the user scrolls, there is no need to cover others; GNOME, where the cover is a window, would show it as one.
+    QList<int> covered = {m_output};
+    for (int i = 0; m_wheel && i < areas.size(); ++i) {
+        if (i != m_output)
+            covered.append(i);
+    }
+    m_cover.emplace(*m_server, m_outputs, *m_layout, m_region, m_output, covered);
     const bool isPlaced = m_cover->findPlace([this] { return m_frames->grabMonitor(); });
     const auto screen = [&](int i) { return PanelScreen{m_cover->area(i), m_outputs.all()[size_t(i)]->pointScale()}; };
     const PanelScreen own = screen(m_output);
     QList<PanelScreen> others;
-    for (int i = 0; i < areas.size(); ++i) {
-        if (i != m_output && !m_cover->area(i).isEmpty())
-            others.append(screen(i));
-    }
+    for (const int i : covered.mid(1))
+        others.append(screen(i));
     const int line = pixels(frameLine, own.scale);
     const int border = pixels(frameBorder, own.scale);
     const QRect inner = m_region.adjusted(-line, -line, line, line);
@@ -184,7 +188,7 @@ void WaylandScrollDesktop::hidePanel()
 void WaylandScrollDesktop::hideFrame()
 {
     m_cover->setFrame({});
-    m_cover->setReach(ScrollCover::Reach::panel);
+    m_cover->setReach(ScrollCover::Reach::nowhere);
     m_cover->present();
 }
 
@@ -193,7 +197,7 @@ void WaylandScrollDesktop::setUserScrolls(bool doesSo)
     if (std::exchange(m_doesUserScroll, doesSo) == doesSo || !m_cover)
         return;
     if (doesSo)
-        m_cover->setReach(ScrollCover::Reach::panel);
+        m_cover->setReach(ScrollCover::Reach::nowhere);
     else
         movePointer(m_target);
 }
@@ -234,7 +238,7 @@ void WaylandScrollDesktop::movePointer(QPoint to)
 void WaylandScrollDesktop::turnWheel(int clicks)
 {
     m_server->dispatch(0ms);
-    if (m_cover->reach() == ScrollCover::Reach::everything)
+    if (m_cover->hasPointerInRegion())
         turnInRegion(clicks);
 }
 
@@ -249,9 +253,10 @@ void WaylandScrollDesktop::turnInRegion(int clicks)
         m_wheel->movePointer(place);
         m_wheel->turn(clicks);
     }
-    m_cover->follow();
-    if (m_cover->reach() != ScrollCover::Reach::everything)
-        return; // the user has taken it away meanwhile
+    const bool isTakenAway = clicks != 0 && m_cover->hasPointer();
+    m_cover->setReach(ScrollCover::Reach::region);
+    if (isTakenAway)
+        return; // by the user, meanwhile
     m_wheel->movePointer(place);
     m_server->waitFor([this] { return m_cover->hasPointer(); }, pointerLimit);
 }

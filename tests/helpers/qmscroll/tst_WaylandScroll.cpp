@@ -51,7 +51,7 @@ private Q_SLOTS:
             << QPoint(1050, 20) << 2.0 << QRect(1060, 30, 150, 140) << QRect(20, 20, 299, 279) << 144;
         // Neither corner is a whole number of points.
         QTest::newRow("a quarter more than a point")
-            << QPoint(40, 620) << 1.25 << QRect(50, 650, 201, 203) << QRect(12, 37, 251, 254) << 72;
+            << QPoint(40, 620) << 1.25 << QRect(51, 651, 200, 202) << QRect(13, 38, 250, 253) << 72;
         QTest::newRow("to another monitor")
             << QPoint(840, 20) << 1.0 << QRect(850, 120, 200, 90) << QRect(10, 100, 150, 299) << 72;
     }
@@ -91,6 +91,10 @@ private Q_SLOTS:
     {
         QFETCH(Steps, begin);
         QFETCH(Steps, end);
+        m_desktop->command(u"workspace 7"_s);
+        const SwayDesktop::Page &other =
+            m_desktop->showPage(u"other"_s, {PatternWindow::makePattern({400, 5000}, 6), view.size()}, view.topLeft());
+        m_desktop->command(u"workspace 1"_s);
         showPage(view.topLeft(), 1, 5000);
         QProcess &helper = startCapture(view);
         QVERIFY(Desktop::wait([this] { return m_page->offset > 0; }));
@@ -104,6 +108,7 @@ private Q_SLOTS:
         QCOMPARE(helper.readAllStandardError(), QByteArray());
         comparePicture({QPoint(), view.size()});
         QCOMPARE(QImage(m_path).height(), m_page->content.height());
+        QCOMPARE(other.offset, 0);
     }
 
     void wished_data()
