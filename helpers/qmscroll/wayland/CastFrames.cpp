@@ -21,7 +21,7 @@ class Frames : public RegionFrames
 public:
     // False if the user said no, or with a reason if the desktop did.
     bool begin(const RegionPart &part, QString *failure);
-    QImage grab() override { return m_stream->grab(); }
+    QImage grab() override { return m_cast.hasEnded() ? QImage() : m_stream->grab(); }
     QImage grabMonitor() override { return m_stream->grabMonitor(); }
 
 private:

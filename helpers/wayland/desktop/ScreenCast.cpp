@@ -11,6 +11,7 @@ using namespace std::chrono_literals;
 namespace {
 
 constexpr char interface[] = "org.freedesktop.portal.ScreenCast";
+constexpr char sessions[] = "org.freedesktop.portal.Session";
 constexpr auto limit = 10s; // of what nobody is asked about
 constexpr uint32_t monitors = 1, hidden = 1, untilRevoked = 2;
 
@@ -72,7 +73,16 @@ bool ScreenCast::createSession()
     readEntries(request.results(), [&](std::string_view key, std::string_view type) {
         return key == "session_handle" && readText(request.results(), type, &m_session);
     });
-    return !m_session.empty();
+    const auto closed = [](sd_bus_message *, void *hasEnded, sd_bus_error *) {
+        *static_cast<bool *>(hasEnded) = true;
+        return 0;
+    };
+    sd_bus_slot *slot = nullptr;
+    if (m_session.empty() || sd_bus_match_signal(m_bus.get(), &slot, nullptr, m_session.c_str(), sessions, "Closed",
+                                                 closed, &m_hasEnded) < 0)
+        return false;
+    m_listening.reset(slot);
+    return true;
 }
 
 bool ScreenCast::selectMonitor(const std::string &token)
@@ -145,15 +155,21 @@ int ScreenCast::openRemote() const
     return fcntl(remote, F_DUPFD_CLOEXEC, 3); // the answer keeps its own
 }
 
+bool ScreenCast::hasEnded() const
+{
+    return m_bus.waitFor([this] { return m_hasEnded; }, 0ms);
+}
+
 void ScreenCast::end()
 {
+    m_listening.reset();
     if (!m_session.empty())
-        m_bus.call(m_bus.newCall(PortalRequest::service, m_session.c_str(), "org.freedesktop.portal.Session", "Close"),
-                   limit);
+        m_bus.call(m_bus.newCall(PortalRequest::service, m_session.c_str(), sessions, "Close"), limit);
     m_session.clear();
     m_node = 0;
     m_place.reset();
     m_nextToken.clear();
+    m_hasEnded = false;
 }
 
 } // namespace qm

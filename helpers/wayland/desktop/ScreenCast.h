@@ -29,6 +29,7 @@ public:
     uint32_t node() const { return m_node; }                     // of the stream
     std::optional<QPoint> place() const { return m_place; }      // the monitor's corner in the compositor's coordinates
     const std::string &nextToken() const { return m_nextToken; } // empty: the user will be asked again
+    bool hasEnded() const;                                       // the user has stopped it
     int openRemote() const; // a connection to PipeWire, the caller's to close; -1 if there is none
 
 private:
@@ -40,6 +41,8 @@ private:
 
     const UserBus m_bus;
     std::string m_session;
+    BusSlot m_listening; // for its end
+    bool m_hasEnded = false;
     uint32_t m_node = 0;
     std::optional<QPoint> m_place;
     std::string m_nextToken;
