@@ -24,6 +24,7 @@ using namespace std::chrono_literals;
 namespace {
 
 constexpr auto releaseLimit = 3s;    // a key reported down for longer is stuck
+constexpr auto holdLimit = 500ms;    // of a compositor that is busy
 constexpr auto pointerLimit = 200ms; // until our surface has it
 constexpr double frameLine = 2;      // points
 constexpr double frameBorder = 1;
@@ -71,6 +72,7 @@ WaylandScrollDesktop::WaylandScrollDesktop(std::unique_ptr<WaylandServer> server
     : m_server(std::move(server))
     , m_way(way)
     , m_outputs(*m_server)
+    , m_globals(*m_server)
 {
 }
 
@@ -102,7 +104,12 @@ std::optional<ScrollDesktop::Region> WaylandScrollDesktop::chooseRegion(QString 
     WaylandOverlay desktop(curtain);
     Overlay overlay(desktop, {.mode = Picker::Mode::region,
                               .offer = Picker::Offer::regionOnly,
-                              .makeReadyForText = [&] { m_fonts = startFonts(); }});
+                              .makeReadyForText = [&] { m_fonts = startFonts(); },
+                              .chosen =
+                                  [&](Picker::Result result) {
+                                      if (result == Picker::Result::region)
+                                          holdKeyboard();
+                                  }});
     const Overlay::Choice choice = overlay.run();
     *failure = choice.failure;
     if (!choice.failure.isEmpty() || choice.result != Picker::Result::region)
@@ -124,8 +131,22 @@ std::optional<ScrollDesktop::Region> WaylandScrollDesktop::chooseRegion(QString 
         return {};
     m_wheel = m_way.wheel(*m_server, m_outputs);
     m_sway = SwayIpc::connect();
-    return Region{m_region, output.pointScale(), qm::pictureScale(desktop.screen().monitors(), m_region),
-                  desktop.screen().pixels().copy(m_region)};
+    return Region{.area = m_region,
+                  .scale = output.pointScale(),
+                  .pictureScale = qm::pictureScale(desktop.screen().monitors(), m_region),
+                  .before = {}}; // windows may look otherwise once they have lost the keyboard
+}
+
+// Many programs fade a window when it gets the keyboard or loses it, and it would do both between overlay and cover.
+void WaylandScrollDesktop::holdKeyboard()
+{
+    if (!m_globals.layerShell)
+        return;
+    m_keyboardHolder.emplace(m_globals, *m_outputs.all().front(), QSize(1, 1));
+    m_keyboardHolder->setKeyboard(true);
+    m_server->waitFor([this] { return m_keyboardHolder->isConfigured(); }, holdLimit);
+    m_keyboardHolder->present();
+    m_server->roundTrip();
 }
 
 // A monitor may have come, gone or changed since; then what is known of all places is wrong.
@@ -168,6 +189,8 @@ PanelPlace WaylandScrollDesktop::showFrame()
     if (isPlaced)
         m_cover->setFrame({{QRegion(outer) - inner, white}, {QRegion(inner) - m_region, accent}});
     m_cover->present();
+    m_server->roundTrip();
+    m_keyboardHolder.reset();
     if (!m_doesUserScroll)
         movePointer(m_region.center()); // from now on it is not seen in the region
     return place;

@@ -36,6 +36,7 @@ public:
 
 private:
     WaylandScrollDesktop(std::unique_ptr<WaylandServer> server, const ScrollWay &way);
+    void holdKeyboard();
     bool haveMonitorsChanged() const;
     void turnInRegion(int clicks);
     quint32 windowAtTarget();
@@ -55,6 +56,8 @@ private:
     QPoint m_target; // of the wheel
     bool m_doesUserScroll = false;
 
+    const SurfaceGlobals m_globals;
+    std::optional<SideSurface> m_keyboardHolder; // from the overlay to the cover
     std::optional<ScrollCover> m_cover;
     QPoint m_panelAt;
     int m_panelOutput = 0;
