@@ -229,10 +229,11 @@ ScrollDesktop::Pointer WaylandScrollDesktop::pointer()
 {
     m_server->dispatch(0ms);
     const QPoint nowhere = m_layout->bounds().topLeft() - QPoint(1, 1); // something else has it
+    m_window = m_doesUserScroll ? 0 : windowAtTarget();
     return {m_cover->hasPointer() ? m_cover->pointer()
             : m_doesUserScroll    ? m_target
                                   : nowhere,
-            m_cover->isHeld(), m_doesUserScroll ? 0 : windowAtTarget()};
+            m_cover->isHeld(), m_window};
 }
 
 // The window that gets the wheel, where the compositor tells of its windows.
@@ -274,7 +275,8 @@ void WaylandScrollDesktop::turnInRegion(int clicks)
     if (clicks != 0) {
         m_cover->setReach(ScrollCover::Reach::aroundRegion);
         m_wheel->movePointer(place);
-        m_wheel->turn(clicks);
+        if (windowAtTarget() == m_window) // it may have changed since that was told
+            m_wheel->turn(clicks);
     }
     const bool isTakenAway = clicks != 0 && m_cover->hasPointer();
     m_cover->setReach(ScrollCover::Reach::region);

@@ -53,7 +53,8 @@ private:
     std::unique_ptr<WheelDevice> m_wheel;
 
     std::unique_ptr<SwayIpc> m_sway;
-    QPoint m_target; // of the wheel
+    QPoint m_target;      // of the wheel
+    quint32 m_window = 0; // that was last seen there
     bool m_doesUserScroll = false;
 
     const SurfaceGlobals m_globals;

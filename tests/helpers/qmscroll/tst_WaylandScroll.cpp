@@ -92,8 +92,8 @@ private Q_SLOTS:
         QFETCH(Steps, begin);
         QFETCH(Steps, end);
         m_desktop->command(u"workspace 7"_s);
-        const SwayDesktop::Page &other =
-            m_desktop->showPage(u"other"_s, {PatternWindow::makePattern({400, 5000}, 6), view.size()}, view.topLeft());
+        const SwayDesktop::Page &other = m_desktop->showPage(
+            u"other"_s, {PatternWindow::makePattern({400, 5000}, 6), view.size(), 1, 1000}, view.topLeft());
         m_desktop->command(u"workspace 1"_s);
         showPage(view.topLeft(), 1, 5000);
         QProcess &helper = startCapture(view);
@@ -108,7 +108,7 @@ private Q_SLOTS:
         QCOMPARE(helper.readAllStandardError(), QByteArray());
         comparePicture({QPoint(), view.size()});
         QCOMPARE(QImage(m_path).height(), m_page->content.height());
-        QCOMPARE(other.offset, 0);
+        QCOMPARE(other.offset, 1000);
     }
 
     void wished_data()
