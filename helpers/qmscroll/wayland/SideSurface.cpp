@@ -124,8 +124,9 @@ void SideSurface::present()
 {
     if (m_changed.isEmpty() || m_surface.awaitsFrame() || !m_surface.isConfigured())
         return;
-    if (std::exchange(m_pixels, coveredPixels()) != m_pixels) {
-        m_surface.setPixels(m_pixels);
+    if (const QSize pixels = coveredPixels(); pixels != m_pixels) {
+        m_pixels = pixels;
+        m_surface.setPixels(pixels);
         m_missing.clear();
         m_changed = covered();
     }

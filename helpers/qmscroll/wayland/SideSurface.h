@@ -28,8 +28,8 @@ public:
     const wl_surface *handle() const { return m_surface.handle(); }
     QPoint pixelAt(QPointF point) const; // from the surface's own coordinates
 
-    // Where the surface begins: at the monitor's corner, unless it covers only a part. Then that is to be found out, by a mark
-    // in its corner.
+    // Where the surface begins: at the monitor's corner, unless it is a window that leaves out the desktop's bars. Then a mark in
+    // its corner is to be looked for in a picture of the monitor.
     bool isPlaced() const { return m_isPlaced; }
     void place(std::optional<QPoint> origin); // std::nullopt: it could not be
     QRect covered() const { return {m_origin, coveredPixels()}; }
@@ -47,7 +47,6 @@ public:
 private:
     void change(const QRegion &area);
     void paint(QImage &target, const QRect &part) const;
-
     QSize coveredPixels() const;
 
     OutputSurface m_surface;
