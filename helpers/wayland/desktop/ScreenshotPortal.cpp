@@ -2,10 +2,10 @@
 
 #include "helpers/wayland/desktop/PictureOfImage.h"
 #include "helpers/wayland/desktop/UserBus.h"
-#include "imaging/ImageFile.h"
 
 #include <QElapsedTimer>
 #include <QFile>
+#include <QImageReader>
 #include <QUrl>
 
 #include <algorithm>
@@ -23,6 +23,7 @@ constexpr char requests[] = "org.freedesktop.portal.Request";
 constexpr auto startLimit = 10s; // for the portal itself, which the call may start
 constexpr auto questionLimit = 60s;
 constexpr auto humanly = 50ms; // no user answers faster
+constexpr int largestPicture = 2048; // MB
 constexpr char token[] = "quillmere";
 
 struct Response {
@@ -97,7 +98,9 @@ ScreenshotPortal::Answer takenFrom(const QString &uri)
     QFile file(path);
     if (path.isEmpty() || !file.open(QIODevice::ReadOnly))
         return {};
-    const QImage picture = ImageFile::load(file).image.pixels;
+    // A PNG file, as every desktop writes it. ImageFile would have the libraries of all its formats loaded with qmscroll.
+    QImageReader::setAllocationLimit(largestPicture);
+    const QImage picture = QImageReader(&file).read();
     return {picture.isNull() ? Kind::failed : Kind::picture, picture, path};
 }
 
