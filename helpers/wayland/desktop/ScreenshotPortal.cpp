@@ -3,10 +3,10 @@
 #include "helpers/wayland/desktop/PictureOfImage.h"
 #include "helpers/wayland/desktop/PortalRequest.h"
 #include "helpers/wayland/desktop/UserBus.h"
-#include "imaging/ImageFile.h"
 
 #include <QElapsedTimer>
 #include <QFile>
+#include <QImageReader>
 #include <QUrl>
 
 #include <cmath>
@@ -18,8 +18,9 @@ using namespace std::chrono_literals;
 
 namespace {
 
-constexpr auto storeLimit = 10s; // the call may start it
-constexpr auto humanly = 50ms;   // no user answers faster
+constexpr auto storeLimit = 10s;     // the call may start it
+constexpr auto humanly = 50ms;       // no user answers faster
+constexpr int largestPicture = 2048; // MB
 
 QString uriIn(sd_bus_message *results)
 {
@@ -68,7 +69,9 @@ ScreenshotPortal::Answer takenFrom(const QString &uri)
     QFile file(path);
     if (path.isEmpty() || !file.open(QIODevice::ReadOnly))
         return {};
-    const QImage picture = ImageFile::load(file).image.pixels;
+    // A PNG file, as every desktop writes it. ImageFile would have the libraries of all its formats loaded with qmscroll.
+    QImageReader::setAllocationLimit(largestPicture);
+    const QImage picture = QImageReader(&file).read();
     return {picture.isNull() ? Kind::failed : Kind::picture, picture, path};
 }
 
