@@ -3,7 +3,8 @@
 
 It has a monitor in memory, buses and a home of its own, and lives in a process namespace that ends with this program.
 A window fills the monitor with one colour; the helper has to give it back, and on KWin to dim it while the user chooses: in
-GNOME's shell nothing gets the keyboard where there is none. On KWin a page is scrolled, too. Status 77: it is not installed, or this is not root.
+GNOME's shell nothing gets the keyboard where there is none. On KWin a page is scrolled, too. Status 77: it is not installed,
+or this is not root.
 """
 import ctypes
 import os
