@@ -236,13 +236,14 @@ ScrollDesktop::Pointer WaylandScrollDesktop::pointer()
             m_cover->isHeld(), m_window};
 }
 
-// The window that gets the wheel, where the compositor tells of its windows.
+// The window that gets the wheel, where the compositor tells of its windows; if it does not answer, as far as is known.
 quint32 WaylandScrollDesktop::windowAtTarget()
 {
     const std::optional<std::string> tree = m_sway ? m_sway->ask(SwayIpc::getTree) : std::nullopt;
     if (!tree) {
-        m_sway.reset();
-        return 0;
+        if (m_sway)
+            m_sway = SwayIpc::connect(); // the old connection is of no more use
+        return m_window;
     }
     QStringList names;
     for (const std::unique_ptr<WaylandOutput> &output : m_outputs.all())
@@ -278,7 +279,7 @@ void WaylandScrollDesktop::turnInRegion(int clicks)
         if (windowAtTarget() == m_window) // it may have changed since that was told
             m_wheel->turn(clicks);
     }
-    const bool isTakenAway = clicks != 0 && m_cover->hasPointer();
+    const bool isTakenAway = clicks != 0 && m_cover->hasPointer() && !m_cover->hasPointerInRegion();
     m_cover->setReach(ScrollCover::Reach::region);
     if (isTakenAway)
         return; // by the user, meanwhile
