@@ -1,7 +1,8 @@
 # Where everything is installed. The application looks for its helpers next to itself; only what users call by name is
 # on the path, as links.
 set(QM_PROGRAM_FOLDER ${CMAKE_INSTALL_LIBEXECDIR}/quillmere)
-install(TARGETS quillmere qms qmdecode qmkeys qmocr qmcapture qmcapture_module qmscroll DESTINATION ${QM_PROGRAM_FOLDER})
+install(TARGETS quillmere qms qmdecode qmkeys qmocr qmcapture qmcapture_module qmscroll
+    qmstream_module DESTINATION ${QM_PROGRAM_FOLDER})
 foreach(program quillmere qms)
     file(RELATIVE_PATH target
         ${CMAKE_INSTALL_PREFIX}/${CMAKE_INSTALL_BINDIR} ${CMAKE_INSTALL_PREFIX}/${QM_PROGRAM_FOLDER}/${program})
@@ -43,12 +44,14 @@ if(NOT APPLE)
         DESTINATION ${CMAKE_INSTALL_DATADIR}/icons/hicolor/scalable/apps RENAME org.quillmere.Quillmere.svg)
     install(FILES packaging/org.quillmere.Quillmere.desktop packaging/org.quillmere.Quillmere.annotate.desktop
         DESTINATION ${CMAKE_INSTALL_DATADIR}/applications)
-    # KWin knows a program by its whole path, which is known when it is installed.
-    set(entry org.quillmere.Quillmere.capture.desktop)
-    install(CODE "
-        set(QM_CAPTURE_TOOL \"\${CMAKE_INSTALL_PREFIX}/${QM_PROGRAM_FOLDER}/qmcapture\")
-        configure_file(\"${CMAKE_SOURCE_DIR}/packaging/${entry}.in\" \"${CMAKE_BINARY_DIR}/${entry}\" @ONLY)")
-    install(FILES ${CMAKE_BINARY_DIR}/${entry} DESTINATION ${CMAKE_INSTALL_DATADIR}/applications)
+    # KWin knows a program by its whole path, which is known when it is installed; one file permits one program.
+    foreach(tool capture scroll)
+        set(entry org.quillmere.Quillmere.${tool}.desktop)
+        install(CODE "
+            set(QM_TOOL \"\${CMAKE_INSTALL_PREFIX}/${QM_PROGRAM_FOLDER}/qm${tool}\")
+            configure_file(\"${CMAKE_SOURCE_DIR}/packaging/${entry}.in\" \"${CMAKE_BINARY_DIR}/${entry}\" @ONLY)")
+        install(FILES ${CMAKE_BINARY_DIR}/${entry} DESTINATION ${CMAKE_INSTALL_DATADIR}/applications)
+    endforeach()
     install(FILES packaging/org.quillmere.Quillmere.metainfo.xml DESTINATION ${CMAKE_INSTALL_DATADIR}/metainfo)
 endif()
 

@@ -30,6 +30,7 @@ if(NOT APPLE)
     enable_language(C) # of the code that is generated for Wayland's protocols
     pkg_check_modules(wayland REQUIRED IMPORTED_TARGET wayland-client wayland-protocols>=1.31)
     pkg_check_modules(wayland_cursor REQUIRED IMPORTED_TARGET wayland-cursor)
+    pkg_check_modules(pipewire REQUIRED IMPORTED_TARGET libpipewire-0.3)
     pkg_check_modules(systemd REQUIRED IMPORTED_TARGET libsystemd)
     pkg_check_modules(xkbcommon REQUIRED IMPORTED_TARGET xkbcommon)
 endif()

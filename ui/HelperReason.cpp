@@ -39,6 +39,8 @@ static constexpr std::pair<QStringView, QStringView> reasons[] = {
     {u"cannot write to the folder %1", u"フォルダー %1 に書き込めません"},
     // of scrolling captures
     {u"qmscroll has ended unexpectedly", u"qmscroll が異常終了しました"},
+    {u"this desktop does not let a region be captured while it is scrolled",
+     u"このデスクトップでは、スクロールしながら範囲を撮影できません"},
     {u"the display is gone", u"ディスプレイとの接続が切れました"},
     {u"the region could not be read from the screen", u"範囲を画面から読み取れませんでした"},
     {u"cannot write %1: %2", u"%1 に書き込めません（%2）"},

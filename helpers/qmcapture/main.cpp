@@ -49,8 +49,7 @@ using namespace std::chrono_literals;
 
 namespace {
 
-constexpr int deniedStatus = 3;  // as in platform/CaptureTool.h, which needs Qt
-constexpr auto restTime = 400ms; // compositors fade what has gone for up to 250
+constexpr int deniedStatus = 3; // as in platform/CaptureTool.h, which needs Qt
 
 int fail(const std::string &reason)
 {
@@ -163,8 +162,8 @@ int captureOnWayland(WaylandServer &server, const CaptureRequest &request, Wayla
     WaylandClaim claim;
     if (!claim.isOurs())
         return 0;
-    if (!request.rest.isNull()) // where X11 looks on, one can only wait for what fades
-        std::this_thread::sleep_for(restTime);
+    if (!request.rest.isNull())
+        std::this_thread::sleep_for(WaylandCurtain::restTime);
     WaylandCurtain curtain(server,
                            asks(request)                                 ? Kind::covering
                            : request.way == CaptureRequest::Way::monitor ? Kind::unseen

@@ -41,6 +41,7 @@ CaptureRun::CaptureRun(ScrollDesktop &desktop, const ScrollDesktop::Region &regi
 CaptureRun::Result CaptureRun::run()
 {
     m_clock.start();
+    m_desktop.setUserScrolls(m_session.mode() == ScrollSession::Mode::manual);
     m_place = m_desktop.showFrame();
     m_panel.emplace(m_place.shape, m_place.scale);
     m_panel->setStatus(status(), ScrollPanel::Importance::ordinary);
@@ -165,7 +166,7 @@ void CaptureRun::look()
     act(m_session.look(now(), sight));
 }
 
-ScrollSession::Sight CaptureRun::pointerSeen() const
+ScrollSession::Sight CaptureRun::pointerSeen()
 {
     const ScrollDesktop::Pointer pointer = m_desktop.pointer();
     ScrollSession::Sight sight;
@@ -285,6 +286,7 @@ void CaptureRun::chooseTake(Result *result)
 void CaptureRun::updatePanel()
 {
     const Notice notice = m_session.notice();
+    m_desktop.setUserScrolls(m_session.mode() == ScrollSession::Mode::manual || notice == Notice::placeLost);
     m_panel->setStatus(status(),
                        notice == Notice::none ? ScrollPanel::Importance::ordinary : ScrollPanel::Importance::toBeRead);
     m_panel->setHeight(m_take->height());

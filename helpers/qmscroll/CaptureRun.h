@@ -43,7 +43,7 @@ private:
     bool coveredLook(const ScrollSession::Sight &sight);
     void act(const ScrollSession::Order &order);
     void turnWheel(int clicks);
-    ScrollSession::Sight pointerSeen() const; // no more of a sight than the pointer's part
+    ScrollSession::Sight pointerSeen(); // no more of a sight than the pointer's part
     ScrollSession::Order join(Heading heading);
     ScrollSession::Found find(int near) const;
     ScrollSession::Order takeAgain();

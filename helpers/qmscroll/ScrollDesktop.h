@@ -12,12 +12,11 @@ namespace qm {
 
 struct PanelPlace;
 
-// What a scrolling capture needs from the desktop, covering all differences between systems: choosing a region, its
+// What a scrolling capture needs from the desktop, covering all differences between display servers: choosing a region, its
 // frames, the wheel, the pointer, and the windows beside the region. One thread. Pixels of the whole desktop, y down.
 class ScrollDesktop
 {
 public:
-    enum class Opened { yes, busy, no }; // busy: another capture is in progress; no: there is no display
     struct Region {
         QRect area;
         double scale = 1;     // pixels per point on the monitor showing most of it
@@ -42,44 +41,45 @@ public:
         QPoint at; // relative to the panel's corner
     };
 
-    ScrollDesktop();
-    ~ScrollDesktop();
+    // The one that answers. Null, with a reason, if none does, or if it lets nobody look at a region again and again.
+    static std::unique_ptr<ScrollDesktop> open(QString *failure);
+
+    ScrollDesktop() = default;
+    virtual ~ScrollDesktop() = default;
     Q_DISABLE_COPY_MOVE(ScrollDesktop)
 
-    Opened open(); // call first
+    virtual bool claim() = 0; // call first. False: another capture is in progress
 
     // After a menu was shown there (pixels of the whole desktop): until what lay below is drawn again.
-    void waitForRest(const QRect &part);
+    virtual void waitForRest(const QRect &part) = 0;
 
     // The user draws a region. std::nullopt if cancelled, or if failed, with a reason. A QGuiApplication exists from
     // then on.
-    std::optional<Region> chooseRegion(QString *failure);
+    virtual std::optional<Region> chooseRegion(QString *failure) = 0;
 
     // The chosen region's current pixels, RGB32. The second grab after this one reuses the memory. Null if the display
     // refuses.
-    QImage grab();
+    virtual QImage grab() = 0;
 
-    Pointer pointer() const;
-    void movePointer(QPoint to);
-    bool canTurnWheel() const;
-    void turnWheel(int clicks); // at the pointer; negative: up. Returns after the last; many take 4 ms each
+    virtual Pointer pointer() = 0;
+    virtual void movePointer(QPoint to) = 0;
+    virtual bool canTurnWheel() const = 0;  // once a region is chosen
+    virtual void turnWheel(int clicks) = 0; // at the pointer; negative: up. Returns after the last; many take 4 ms each
+    // Told before the frame is shown, and whenever it changes. Otherwise the region may be kept from the user.
+    virtual void setUserScrolls(bool doesSo) = 0;
 
     // The frame lies around the region, never inside. The panel is placed once and shows pictures of one size; from
     // then on Return and Escape are reported, whichever program has the keyboard.
-    PanelPlace showFrame();
-    void showPanel(const QImage &picture);
-    void hidePanel();
-    void hideFrame();
+    virtual PanelPlace showFrame() = 0;
+    virtual void showPanel(const QImage &picture) = 0;
+    virtual void hidePanel() = 0;
+    virtual void hideFrame() = 0;
 
     // The user's next input; Kind::none after the limit or on a signal.
-    Input wait(std::chrono::milliseconds limit);
+    virtual Input wait(std::chrono::milliseconds limit) = 0;
     // Call when the capture is over. Returns once the reported keys are up again, or after a while; from then on they
     // belong to other programs again, and another capture may begin.
-    void letGo();
-
-private:
-    struct State;
-    std::unique_ptr<State> m_state;
+    virtual void letGo() = 0;
 };
 
 } // namespace qm

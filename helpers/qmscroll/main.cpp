@@ -104,26 +104,25 @@ int main(int argc, char **argv)
     for (const QString &picture : UnfinishedPictures::complete(folder.filePath()))
         std::printf("qmscroll: an earlier capture is saved as far as it went: %s\n", qPrintable(picture));
 
-    ScrollDesktop desktop;
-    switch (desktop.open()) {
-    case ScrollDesktop::Opened::no: return fail(QStringLiteral("no display to capture from"));
-    case ScrollDesktop::Opened::busy: return 0;
-    case ScrollDesktop::Opened::yes: break;
-    }
-    if (!arguments->rest.isNull())
-        desktop.waitForRest(arguments->rest);
     QString failure;
-    const std::optional<ScrollDesktop::Region> region = desktop.chooseRegion(&failure);
+    const std::unique_ptr<ScrollDesktop> desktop = ScrollDesktop::open(&failure);
+    if (!desktop)
+        return fail(failure);
+    if (!desktop->claim())
+        return 0;
+    if (!arguments->rest.isNull())
+        desktop->waitForRest(arguments->rest);
+    const std::optional<ScrollDesktop::Region> region = desktop->chooseRegion(&failure);
     if (!failure.isEmpty())
         return fail(failure);
     if (!region)
         return 0;
-    if (!desktop.canTurnWheel())
+    if (!desktop->canTurnWheel())
         arguments->mode = ScrollSession::Mode::manual;
 
     catchSignals();
     CaptureRun run(
-        desktop, *region,
+        *desktop, *region,
         {.path = arguments->path, .mode = arguments->mode, .heightLimit = arguments->heightLimit, .isAskedToEnd = [] {
              return endingSignal != 0;
          }});

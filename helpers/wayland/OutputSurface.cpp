@@ -48,7 +48,7 @@ SurfaceGlobals::~SurfaceGlobals()
         wl_compositor_destroy(compositor);
 }
 
-OutputSurface::OutputSurface(const SurfaceGlobals &globals, const WaylandOutput &output)
+OutputSurface::OutputSurface(const SurfaceGlobals &globals, const WaylandOutput &output, Below below)
     : m_surface(wl_compositor_create_surface(globals.compositor))
     , m_shm(globals.shm)
 {
@@ -70,7 +70,7 @@ OutputSurface::OutputSurface(const SurfaceGlobals &globals, const WaylandOutput 
                                          ZWLR_LAYER_SURFACE_V1_ANCHOR_TOP | ZWLR_LAYER_SURFACE_V1_ANCHOR_BOTTOM |
                                              ZWLR_LAYER_SURFACE_V1_ANCHOR_LEFT | ZWLR_LAYER_SURFACE_V1_ANCHOR_RIGHT);
         zwlr_layer_surface_v1_set_exclusive_zone(m_layer, -1);
-        zwlr_layer_surface_v1_set_keyboard_interactivity(m_layer, 1);
+        setKeyboard(true);
     } else {
         m_window = xdg_wm_base_get_xdg_surface(globals.windowShell, m_surface);
         static constexpr xdg_surface_listener surfaceListener = {
@@ -94,6 +94,11 @@ OutputSurface::OutputSurface(const SurfaceGlobals &globals, const WaylandOutput 
         xdg_toplevel_add_listener(m_toplevel, &toplevelListener, this);
         xdg_toplevel_set_app_id(m_toplevel, name);
         xdg_toplevel_set_fullscreen(m_toplevel, output.handle);
+        m_coversAll = below == Below::hidden;
+        if (!m_coversAll) { // on the monitor to which the above has brought it
+            xdg_toplevel_unset_fullscreen(m_toplevel);
+            xdg_toplevel_set_maximized(m_toplevel);
+        }
     }
     wl_surface_commit(m_surface);
 }
@@ -113,7 +118,7 @@ OutputSurface::~OutputSurface()
     wl_surface_destroy(m_surface);
 }
 
-// A full-screen window may be told another size first, and its true one a little later.
+// A window may be told another size first, and its true one a little later.
 void OutputSurface::configured(QSize size)
 {
     if (!size.isEmpty())
@@ -133,6 +138,12 @@ void OutputSurface::setPixels(QSize pixels)
     if (pixels != m_pixels)
         m_buffers.clear();
     m_pixels = pixels;
+}
+
+void OutputSurface::setKeyboard(bool takesIt)
+{
+    if (m_layer)
+        zwlr_layer_surface_v1_set_keyboard_interactivity(m_layer, takesIt);
 }
 
 ShmBuffer *OutputSurface::idleBuffer(Alpha alpha)

@@ -35,18 +35,23 @@ struct SurfaceGlobals {
 };
 
 // A surface that covers one monitor and has its keyboard: above everything if the compositor lets clients ask for that,
-// otherwise a full-screen window. One thread.
+// otherwise a window. One thread.
 class OutputSurface
 {
 public:
+    // A full-screen window hides what lies below, even where it is clear. So if that is to be seen, it is a maximized one: it
+    // leaves out the desktop's bars, and nobody tells where on the monitor it begins.
+    enum class Below { hidden, seen };
     // Not shown before a buffer has been.
-    OutputSurface(const SurfaceGlobals &globals, const WaylandOutput &output);
+    OutputSurface(const SurfaceGlobals &globals, const WaylandOutput &output, Below below = Below::hidden);
     ~OutputSurface();
     Q_DISABLE_COPY_MOVE(OutputSurface)
 
-    void setPixels(QSize pixels); // the buffers' size; before the first one is shown
+    void setPixels(QSize pixels);   // the buffers' size; before the first one is shown
+    void setKeyboard(bool takesIt); // with the next commit; a window cannot leave it to others
 
     wl_surface *handle() const { return m_surface; }
+    bool coversAll() const { return m_coversAll; } // of the monitor
     bool isConfigured() const { return !m_size.isEmpty(); }
     bool isClosed() const { return m_isClosed; } // by the compositor
     QSize size() const { return m_size; }        // in the surface's own coordinates, those of input
@@ -74,6 +79,7 @@ private:
     QSize m_pixels;
     QSize m_asked; // of a full-screen window
     QSize m_size;
+    bool m_coversAll = true;
     bool m_isClosed = false;
     std::vector<std::unique_ptr<ShmBuffer>> m_buffers;
 };

@@ -17,19 +17,32 @@ constexpr auto patience = 5s;
 struct Frame {
     wl_shm *shm;
     zwlr_screencopy_frame_v1 *handle = nullptr;
+    std::shared_ptr<ShmBuffer> spare; // used if it fits
     std::shared_ptr<ShmBuffer> buffer = nullptr;
     bool isBottomUp = false;
     bool isReady = false;
     bool hasFailed = false;
 
-    Frame(wl_shm *memory, zwlr_screencopy_frame_v1 *frame)
+    Frame(wl_shm *memory, zwlr_screencopy_frame_v1 *frame, std::shared_ptr<ShmBuffer> kept = nullptr)
         : shm(memory)
         , handle(frame)
+        , spare(std::move(kept))
     {
         zwlr_screencopy_frame_v1_add_listener(handle, &listener, this);
     }
     ~Frame() { zwlr_screencopy_frame_v1_destroy(handle); }
     Q_DISABLE_COPY_MOVE(Frame)
+
+    // Once it is ready. The pixels keep their buffer.
+    OutputPicture picture(int transform) const
+    {
+        return upright({.size = buffer->size(),
+                        .bytesPerLine = buffer->bytesPerLine(),
+                        .format = buffer->format(),
+                        .transform = transform,
+                        .isBottomUp = isBottomUp,
+                        .pixels = {buffer, buffer->pixels()}});
+    }
 
     static Frame &of(void *data) { return *static_cast<Frame *>(data); }
     static constexpr zwlr_screencopy_frame_v1_listener listener = {
@@ -37,7 +50,12 @@ struct Frame {
             [](void *data, zwlr_screencopy_frame_v1 *handle, uint32_t format, uint32_t width, uint32_t height,
                uint32_t stride) {
                 Frame &frame = of(data);
-                frame.buffer = ShmBuffer::create(frame.shm, QSize(int(width), int(height)), int(stride), format);
+                const QSize size = {int(width), int(height)};
+                const ShmBuffer *spare = frame.spare.get();
+                if (spare && spare->size() == size && spare->bytesPerLine() == int(stride) && spare->format() == format)
+                    frame.buffer = std::move(frame.spare);
+                else
+                    frame.buffer = ShmBuffer::create(frame.shm, size, int(stride), format);
                 if (frame.buffer)
                     zwlr_screencopy_frame_v1_copy(handle, frame.buffer->handle());
                 else
@@ -85,20 +103,27 @@ std::vector<OutputPicture> Screencopy::take(const WaylandOutputs &outputs, const
     const bool answered = all([](const auto &frame) { return frame->isReady || frame->hasFailed; });
     std::vector<OutputPicture> pictures;
     for (size_t i = 0; answered && i < frames.size(); ++i) {
-        const Frame &frame = *frames[i];
-        if (frame.hasFailed)
+        if (frames[i]->hasFailed)
             return {};
-        // The pixels keep their buffer.
-        pictures.push_back(upright({.size = frame.buffer->size(),
-                                    .bytesPerLine = frame.buffer->bytesPerLine(),
-                                    .format = frame.buffer->format(),
-                                    .transform = outputs.all()[i]->transform,
-                                    .isBottomUp = frame.isBottomUp,
-                                    .pixels = {frame.buffer, frame.buffer->pixels()}}));
+        pictures.push_back(frames[i]->picture(outputs.all()[i]->transform));
         if (!pictures.back().pixels)
             return {};
     }
     return pictures;
+}
+
+OutputPicture Screencopy::takePart(const WaylandOutput &output, const QRect &part)
+{
+    std::swap(m_parts[0], m_parts[1]);
+    Frame frame(m_shm,
+                part.isNull() ? zwlr_screencopy_manager_v1_capture_output(m_manager, 0, output.handle)
+                              : zwlr_screencopy_manager_v1_capture_output_region(m_manager, 0, output.handle, part.x(),
+                                                                                 part.y(), part.width(), part.height()),
+                std::move(m_parts[0]));
+    if (!m_server.waitFor([&] { return frame.isReady || frame.hasFailed; }, patience) || frame.hasFailed)
+        return {};
+    m_parts[0] = frame.buffer;
+    return frame.picture(output.transform);
 }
 
 } // namespace qm

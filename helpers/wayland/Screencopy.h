@@ -3,6 +3,7 @@
 #include "helpers/wayland/OutputPicture.h"
 #include "helpers/wayland/WaylandOutputs.h"
 
+#include <array>
 #include <functional>
 
 struct wl_shm;
@@ -24,10 +25,15 @@ public:
     // does not answer for five seconds. meanwhile is called while it copies, which takes several milliseconds.
     std::vector<OutputPicture> take(const WaylandOutputs &outputs, const std::function<void()> &meanwhile);
 
+    // The same of a part of one output, in its logical coordinates. Null: all of it. No picture if the compositor refuses. The
+    // second call after this one reuses the memory.
+    OutputPicture takePart(const WaylandOutput &output, const QRect &part);
+
 private:
     WaylandServer &m_server;
     wl_shm *m_shm;
     zwlr_screencopy_manager_v1 *m_manager;
+    std::array<std::shared_ptr<ShmBuffer>, 2> m_parts;
 };
 
 } // namespace qm

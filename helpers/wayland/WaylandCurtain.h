@@ -15,6 +15,9 @@ namespace qm {
 class WaylandCurtain
 {
 public:
+    // Where one cannot look on until what was above has gone: compositors fade it for up to 250.
+    static constexpr std::chrono::milliseconds restTime{400};
+
     // Unseen: the screen is frozen, and covered with something that cannot be seen: only so does one learn where the pointer
     // is. Absent: it is frozen, and that is all.
     enum class Kind { covering, unseen, absent };

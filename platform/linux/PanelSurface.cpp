@@ -1,6 +1,7 @@
 #include "platform/PanelSurface.h"
 
 #include "platform/wayland/ReaderPipe.h"
+#include "platform/wayland/ThemedCursor.h"
 #include "platform/wayland/WaylandServer.h"
 
 #include <QFile>
@@ -12,7 +13,6 @@
 #include <sys/mman.h>
 #include <thread>
 #include <wayland-client-protocol.h>
-#include <wayland-cursor.h>
 
 namespace qm {
 
@@ -21,7 +21,6 @@ using namespace std::chrono_literals;
 namespace {
 
 constexpr auto patience = 500ms; // with a compositor that is busy
-constexpr int cursorSize = 24;   // points; where the desktop does not say
 constexpr char listOfFiles[] = "text/uri-list";
 
 // Pixels that the compositor reads, until it has. Null if there is no memory.
@@ -101,8 +100,7 @@ public:
     ~LayerSurface() override
     {
         m_notifier.reset();
-        if (m_themed)
-            wl_cursor_theme_destroy(m_themed);
+        m_cursor.reset(); // before its connection
     }
 
     bool isThere() const { return m_notifier != nullptr; }
@@ -132,29 +130,12 @@ public:
         if (!m_pointer || shape == m_shape)
             return;
         m_shape = shape;
-        if (!m_themed) {
-            const int size = qEnvironmentVariableIntValue("XCURSOR_SIZE");
-            const QByteArray theme = qgetenv("XCURSOR_THEME");
-            m_themed = wl_cursor_theme_load(theme.isEmpty() ? nullptr : theme.constData(),
-                                            (size > 0 ? size : cursorSize) * m_scale, m_shm);
-            m_cursor = wl_compositor_create_surface(m_compositor);
-        }
-        wl_cursor *cursor = nullptr;
-        for (const char *hand : {"pointer", "hand2", "hand1"}) { // themes differ
-            if (m_themed && !cursor && shape == Qt::PointingHandCursor)
-                cursor = wl_cursor_theme_get_cursor(m_themed, hand);
-        }
-        if (m_themed && !cursor)
-            cursor = wl_cursor_theme_get_cursor(m_themed, "left_ptr");
-        if (!cursor)
-            return;
-        const wl_cursor_image &image = *cursor->images[0];
-        wl_surface_set_buffer_scale(m_cursor, m_scale);
-        wl_surface_attach(m_cursor, wl_cursor_image_get_buffer(cursor->images[0]), 0, 0);
-        wl_surface_damage(m_cursor, 0, 0, int32_t(image.width), int32_t(image.height));
-        wl_surface_commit(m_cursor);
-        wl_pointer_set_cursor(m_pointer, m_entered, m_cursor, int32_t(image.hotspot_x) / m_scale,
-                              int32_t(image.hotspot_y) / m_scale);
+        if (!m_cursor)
+            m_cursor.emplace(m_compositor, m_shm);
+        if (shape == Qt::PointingHandCursor) // themes differ
+            m_cursor->show(m_pointer, m_entered, {"pointer", "hand2", "hand1", "left_ptr"}, m_scale);
+        else
+            m_cursor->show(m_pointer, m_entered, {"left_ptr"}, m_scale);
         wl_display_flush(m_server->get());
     }
 
@@ -265,8 +246,7 @@ private:
     wl_pointer *m_pointer = nullptr;
     uint32_t m_entered = 0, m_pressed = 0; // serials of the latest such events
     QPointF m_at;                          // points
-    wl_cursor_theme *m_themed = nullptr;
-    wl_surface *m_cursor = nullptr;
+    std::optional<ThemedCursor> m_cursor;
     Qt::CursorShape m_shape = Qt::BlankCursor; // not set yet
 
     wl_data_device_manager *m_dragging = nullptr;

@@ -3,11 +3,13 @@
 
 It has a monitor in memory, buses and a home of its own, and lives in a process namespace that ends with this program.
 A window fills the monitor with one colour; the helper has to give it back, and on KWin to dim it while the user chooses: in
-GNOME's shell nothing gets the keyboard where there is none. Status 77: it is not installed, or this is not root.
+GNOME's shell nothing gets the keyboard where there is none. On KWin a page is scrolled, too. Status 77: it is not installed,
+or this is not root.
 """
 import ctypes
 import os
 import pathlib
+import random
 import shutil
 import signal
 import subprocess
@@ -29,6 +31,19 @@ window.fullscreen()
 window.show_all()
 Gtk.main()
 """ % COLOR
+PAGE = """
+import sys
+import gi
+gi.require_version("Gtk", "3.0")
+from gi.repository import Gtk
+window, view = Gtk.Window(), Gtk.ScrolledWindow()
+view.add(Gtk.Image.new_from_file(sys.argv[1]))
+view.set_policy(Gtk.PolicyType.EXTERNAL, Gtk.PolicyType.EXTERNAL)
+window.add(view)
+window.fullscreen()
+window.show_all()
+Gtk.main()
+"""
 desktop = sys.argv[1]
 sources, programs = map(pathlib.Path, sys.argv[2:])
 needed = {"kwin": ["kwin_wayland"], "gnome": ["gnome-shell", "gdbus"]}[desktop]
@@ -54,7 +69,7 @@ environment |= {name: value for name, value in os.environ.items() if name.endswi
 
 def start(*words, more={}, **options):
     return subprocess.Popen(words, env=environment | more, cwd=work, user=NOBODY, group=NOBODY, extra_groups=[],
-                            stdin=subprocess.DEVNULL, **options)
+                            **{"stdin": subprocess.DEVNULL} | options)
 
 
 def run(*words, more={}):
@@ -75,25 +90,58 @@ def until(what, condition):
         time.sleep(0.1)
 
 
-def shown(columns=SIZE[0], rows=SIZE[1]):
-    """The colour of that much of the monitor's lower left corner; None if it has more than one, or no picture is to be had."""
-    import gi
-    gi.require_version("GdkPixbuf", "2.0")
-    from gi.repository import GdkPixbuf
+def picture():
+    """Of the monitor; None if there is none to be had."""
     (work / "shot.png").unlink(missing_ok=True)
     # Where it does not see that another one has the screen.
     run(tool, "--desktop", str(work / "shot.png"), more={"XDG_RUNTIME_DIR": f"{work}/eye",
                                                          "WAYLAND_DISPLAY": f"{work}/run/wayland-0"})
-    if not (work / "shot.png").exists():
+    return pixels(work / "shot.png") if (work / "shot.png").exists() else None
+
+
+def pixels(path):
+    """Width, height, and the rows' bytes, three for each pixel."""
+    import gi
+    gi.require_version("GdkPixbuf", "2.0")
+    from gi.repository import GdkPixbuf
+    image = GdkPixbuf.Pixbuf.new_from_file(str(path))
+    width, height, row = image.get_width(), image.get_height(), image.get_rowstride()
+    assert image.get_n_channels() == 3
+    data = image.get_pixels()
+    return width, height, [data[y * row:y * row + width * 3] for y in range(height)]
+
+
+def shown(columns=SIZE[0], rows=SIZE[1]):
+    """The colour of that much of the monitor's lower left corner; None if it has more than one, or no picture is to be had."""
+    found = picture()
+    if not found or found[:2] != SIZE:
         return None
-    picture = GdkPixbuf.Pixbuf.new_from_file(str(work / "shot.png"))
-    width, height, depth = picture.get_width(), picture.get_height(), picture.get_n_channels()
-    pixels, row = picture.get_pixels(), picture.get_rowstride()
-    first = pixels[(height - 1) * row:(height - 1) * row + depth]
-    if (width, height) != SIZE:
-        return None
-    is_plain = all(pixels[y * row:y * row + columns * depth] == first * columns for y in range(height - rows, height))
-    return tuple(first[:3]) if is_plain else None
+    first = found[2][-1][:3]
+    return tuple(first) if all(row[:columns * 3] == first * columns for row in found[2][-rows:]) else None
+
+
+def scroll():
+    """A page of noise, in which no two rows are alike, comes out as it is, from the region's top to its own end."""
+    x, y, right, bottom, height = 200, 100, 700, 600, 3000
+    noise = random.Random(5).randbytes(SIZE[0] * height * 3)
+    (work / "page.ppm").write_bytes(b"P6 %d %d 255\n" % (SIZE[0], height) + noise)
+    page = quietly("/usr/bin/python3", "-c", PAGE, str(work / "page.ppm"))
+
+    def light():
+        found = picture()
+        return sum(sum(row[::97]) / len(row[::97]) for row in found[2]) / len(found[2]) if found else 0
+    until("the page does not come up", lambda: 120 < light() < 135)
+    pointer = start(str(work / "bin/qm_kwinpointer"), stdin=subprocess.PIPE, text=True)
+    scrolling = quietly(str(work / "bin/qmscroll"), "--region", str(work / "scrolled.png"))
+    until("no overlay", lambda: light() < 110)
+    print(x, y, right, bottom, file=pointer.stdin, flush=True)
+    until("the page has no end", lambda: scrolling.poll() is not None)
+    page.kill()
+    row = SIZE[0] * 3
+    truth = [noise[i * row + x * 3:i * row + (right + 1) * 3] for i in range(y, height - SIZE[1] + bottom + 1)]
+    if not (work / "scrolled.png").exists() or pixels(work / "scrolled.png")[2] != truth:
+        print("FAIL: the page is another one\n" + (work / "log").read_text(errors="replace")[-1000:])
+        sys.exit(1)
 
 
 def call(name, path, method, *arguments):
@@ -101,9 +149,11 @@ def call(name, path, method, *arguments):
 
 
 def start_kwin():
-    entry = "org.quillmere.Quillmere.capture.desktop"
-    words = (sources / f"packaging/{entry}.in").read_text().replace("@QM_CAPTURE_TOOL@", tool)
-    (work / "data/applications" / entry).write_text(words)
+    for name, program in (("capture", "qmcapture"), ("scroll", "qmscroll"), ("pointer", "qm_kwinpointer")):
+        entry = f"org.quillmere.Quillmere.{name}.desktop"
+        template = "scroll" if name == "pointer" else name
+        words = (sources / f"packaging/org.quillmere.Quillmere.{template}.desktop.in").read_text()
+        (work / "data/applications" / entry).write_text(words.replace("@QM_TOOL@", str(work / "bin" / program)))
     shutil.copy("/usr/bin/kwin_wayland", work / "bin")  # without the file's capabilities, which a container may lack
     quietly(str(work / "bin/kwin_wayland"), "--virtual", "--width", str(SIZE[0]), "--height", str(SIZE[1]),
             "--no-lockscreen", "--no-kactivities", "--socket", "wayland-0")
@@ -125,7 +175,7 @@ ctypes.CDLL(None).umask(0o022)
 for folder in ("run", "eye", "data/applications", "bin", "portals", "Pictures", "config/glib-2.0/settings"):
     (work / folder).mkdir(parents=True)
 (work / "run").chmod(0o700)
-for program in ("qmcapture", "qmcapture.so"):
+for program in ("qmcapture", "qmcapture.so", "qmscroll", "qm_kwinpointer"):
     shutil.copy(programs / program, work / "bin")
 for portal in pathlib.Path("/usr/share/xdg-desktop-portal/portals").glob("g*.portal"):
     shutil.copy(portal, work / "portals")  # the desktop's own: otherwise another's may answer
@@ -151,4 +201,5 @@ if desktop == "kwin":
     until("the overlay does not dim the screen", lambda: (color := shown(300, 100)) and color[0] < COLOR[0])
     choosing.kill()
     until("the overlay stays", lambda: shown() == COLOR)
+    scroll()
 print("captured")

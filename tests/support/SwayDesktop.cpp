@@ -9,7 +9,9 @@
 
 #include <cstring>
 #include <linux/input-event-codes.h>
-#include <protocol/virtual-input.h>
+#include <protocol/viewporter.h>
+#include <protocol/virtual-keyboard.h>
+#include <protocol/virtual-pointer.h>
 #include <protocol/xdg-activation.h>
 #include <protocol/xdg-shell.h>
 #include <sys/mman.h>
@@ -40,10 +42,26 @@ int sharedFile(const void *content, size_t size)
 } // namespace
 
 struct SwayDesktop::Window {
+    Page page;
     wl_surface *surface;
     xdg_surface *shell;
     xdg_toplevel *toplevel;
+    wl_shm_pool *pixels = nullptr; // of the whole page
     bool isConfigured = false;
+
+    void show() const
+    {
+        wl_buffer *buffer =
+            wl_shm_pool_create_buffer(pixels, int32_t(page.offset * page.content.bytesPerLine()), page.seen.width(),
+                                      page.seen.height(), int32_t(page.content.bytesPerLine()), WL_SHM_FORMAT_XRGB8888);
+        static constexpr wl_buffer_listener listener = {
+            .release = [](void *, wl_buffer *read) { wl_buffer_destroy(read); },
+        };
+        wl_buffer_add_listener(buffer, &listener, nullptr);
+        wl_surface_attach(surface, buffer, 0, 0);
+        wl_surface_damage_buffer(surface, 0, 0, page.seen.width(), page.seen.height());
+        wl_surface_commit(surface);
+    }
 };
 
 SwayDesktop::SwayDesktop(const QList<Output> &outputs)
@@ -98,7 +116,7 @@ SwayDesktop::SwayDesktop(const QList<Output> &outputs)
     if (!m_server)
         qFatal("no connection to sway");
 
-    auto *seat = m_server->bind<wl_seat>(wl_seat_interface, 1);
+    auto *seat = m_server->bind<wl_seat>(wl_seat_interface, 5);
     auto *pointers = m_server->bind<zwlr_virtual_pointer_manager_v1>(zwlr_virtual_pointer_manager_v1_interface, 1);
     auto *keyboards = m_server->bind<zwp_virtual_keyboard_manager_v1>(zwp_virtual_keyboard_manager_v1_interface, 1);
     if (!seat || !pointers || !keyboards)
@@ -118,11 +136,19 @@ SwayDesktop::SwayDesktop(const QList<Output> &outputs)
     std::free(text);
     xkb_keymap_unref(keymap);
     xkb_context_unref(context);
+    listenToWheel(seat);
+    m_events = std::make_unique<QSocketNotifier>(m_server->descriptor(), QSocketNotifier::Read);
+    QObject::connect(m_events.get(), &QSocketNotifier::activated, m_events.get(), [this] {
+        if (!m_server->dispatch(0ms))
+            m_events->setEnabled(false);
+        wl_display_flush(m_server->get());
+    });
 }
 
 SwayDesktop::~SwayDesktop()
 {
     xkb_state_unref(m_keys);
+    m_events.reset();
     m_server.reset();
     Desktop::end(m_processes);
 }
@@ -221,7 +247,7 @@ void SwayDesktop::key(Key key, bool isDown)
     m_server->roundTrip();
 }
 
-void SwayDesktop::showWindow(const QString &title, const QImage &picture, QPoint at)
+const SwayDesktop::Page &SwayDesktop::showPage(const QString &title, const Page &page, QPoint at)
 {
     auto *compositor = m_server->bind<wl_compositor>(wl_compositor_interface, 4);
     auto *shm = m_server->bind<wl_shm>(wl_shm_interface, 1);
@@ -231,6 +257,7 @@ void SwayDesktop::showWindow(const QString &title, const QImage &picture, QPoint
     };
     xdg_wm_base_add_listener(shell, &pings, nullptr);
     Window &window = *m_windows.emplace_back(std::make_unique<Window>());
+    window.page = page;
     window.surface = wl_compositor_create_surface(compositor);
     window.shell = xdg_wm_base_get_xdg_surface(shell, window.surface);
     static constexpr xdg_surface_listener listener = {
@@ -244,23 +271,62 @@ void SwayDesktop::showWindow(const QString &title, const QImage &picture, QPoint
     window.toplevel = xdg_surface_get_toplevel(window.shell);
     xdg_toplevel_set_title(window.toplevel, title.toUtf8().constData());
     // Of one size only: sway lets such windows float.
-    xdg_toplevel_set_min_size(window.toplevel, picture.width(), picture.height());
-    xdg_toplevel_set_max_size(window.toplevel, picture.width(), picture.height());
+    const QSize points = (QSizeF(page.seen) / page.scale).toSize();
+    xdg_toplevel_set_min_size(window.toplevel, points.width(), points.height());
+    xdg_toplevel_set_max_size(window.toplevel, points.width(), points.height());
+    auto *viewporter = m_server->bind<wp_viewporter>(wp_viewporter_interface, 1);
+    wp_viewport_set_destination(wp_viewporter_get_viewport(viewporter, window.surface), points.width(),
+                                points.height());
     wl_surface_commit(window.surface);
     if (!wait([&] { return window.isConfigured; }))
         qFatal("sway shows no window");
 
-    const int file = sharedFile(picture.constBits(), size_t(picture.sizeInBytes()));
-    wl_shm_pool *pool = wl_shm_create_pool(shm, file, int32_t(picture.sizeInBytes()));
-    wl_buffer *buffer = wl_shm_pool_create_buffer(pool, 0, picture.width(), picture.height(),
-                                                  int32_t(picture.bytesPerLine()), WL_SHM_FORMAT_XRGB8888);
-    wl_shm_pool_destroy(pool);
+    const QImage &content = page.content;
+    const int file = sharedFile(content.constBits(), size_t(content.sizeInBytes()));
+    window.pixels = wl_shm_create_pool(shm, file, int32_t(content.sizeInBytes()));
     close(file);
-    wl_surface_attach(window.surface, buffer, 0, 0);
-    wl_surface_damage_buffer(window.surface, 0, 0, picture.width(), picture.height());
-    wl_surface_commit(window.surface);
+    window.show();
     m_server->roundTrip();
     command(u"[title=\"%1\"] move absolute position %2 %3"_s.arg(title).arg(at.x()).arg(at.y()));
+    return window.page;
+}
+
+void SwayDesktop::listenToWheel(wl_seat *seat)
+{
+    static const wl_pointer_listener listener = [] {
+        wl_pointer_listener all = {};
+        const auto of = [](void *self) -> SwayDesktop & { return *static_cast<SwayDesktop *>(self); };
+        static constexpr auto desktop = of;
+        all.enter = [](void *self, wl_pointer *, uint32_t, wl_surface *surface, wl_fixed_t, wl_fixed_t) {
+            desktop(self).m_pointed = surface;
+        };
+        all.leave = [](void *self, wl_pointer *, uint32_t, wl_surface *) { desktop(self).m_pointed = nullptr; };
+        all.motion = [](void *, wl_pointer *, uint32_t, wl_fixed_t, wl_fixed_t) {};
+        all.button = [](void *, wl_pointer *, uint32_t, uint32_t, uint32_t, uint32_t) {};
+        all.axis = [](void *self, wl_pointer *, uint32_t time, uint32_t, wl_fixed_t way) {
+            desktop(self).turn(way < 0 ? -1 : 1, time);
+        };
+        all.frame = [](void *, wl_pointer *) {};
+        all.axis_source = [](void *, wl_pointer *, uint32_t) {};
+        all.axis_stop = [](void *, wl_pointer *, uint32_t, uint32_t) {};
+        all.axis_discrete = [](void *, wl_pointer *, uint32_t, int32_t) {};
+        return all;
+    }();
+    wl_pointer_add_listener(wl_seat_get_pointer(seat), &listener, this);
+}
+
+void SwayDesktop::turn(int clicks, quint32 time)
+{
+    constexpr int rowsPerClick = 57, mostTurnsAtOnce = 6;
+    m_turns = time - m_lastTurn < 2 ? m_turns + 1 : 1;
+    m_lastTurn = time;
+    for (const std::unique_ptr<Window> &window : m_windows) {
+        Page &page = window->page;
+        if (window->surface != m_pointed || m_turns > mostTurnsAtOnce)
+            continue;
+        page.offset = std::clamp(page.offset + clicks * rowsPerClick, 0, page.content.height() - page.seen.height());
+        window->show();
+    }
 }
 
 QString SwayDesktop::activationToken()

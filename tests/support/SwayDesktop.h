@@ -4,12 +4,15 @@
 
 #include <QImage>
 #include <QProcess>
+#include <QSocketNotifier>
 #include <QTemporaryDir>
 
 #include <functional>
 #include <memory>
 #include <vector>
 
+struct wl_seat;
+struct wl_surface;
 struct xkb_state;
 struct zwlr_virtual_pointer_v1;
 struct zwp_virtual_keyboard_v1;
@@ -51,8 +54,19 @@ public:
     void keyUp(Key key) { this->key(key, false); }
     void tap(Key key) { keyDown(key), keyUp(key); }
 
-    // A window with these pixels, floating with its content there; returns once it is shown. It goes with the desktop.
-    void showWindow(const QString &title, const QImage &picture, QPoint at);
+    // A window onto a page, which the wheel moves; the wheel's clicks are lost where many come at once, as in browsers. Floating,
+    // with its content there; returns once it is shown. It goes with the desktop.
+    struct Page {
+        QImage content; // RGB32
+        QSize seen;     // pixels
+        double scale = 1;
+        int offset = 0; // of the first row that is seen
+    };
+    const Page &showPage(const QString &title, const Page &page, QPoint at);
+    void showWindow(const QString &title, const QImage &picture, QPoint at) // which nothing moves
+    {
+        showPage(title, {picture, picture.size()}, at);
+    }
 
     // With which the program whose window the pointer is on lets another one come to the front. The window is one of these.
     QString activationToken();
@@ -63,6 +77,8 @@ public:
 
 private:
     struct Window;
+    void listenToWheel(wl_seat *seat);
+    void turn(int clicks, quint32 time);
     void button(bool isDown);
     void key(Key key, bool isDown);
     bool wait(const std::function<bool()> &condition);
@@ -74,6 +90,10 @@ private:
     std::vector<std::unique_ptr<QProcess>> m_processes; // ended last first
     std::unique_ptr<WaylandServer> m_server;
     std::vector<std::unique_ptr<Window>> m_windows;
+    std::unique_ptr<QSocketNotifier> m_events;
+    const wl_surface *m_pointed = nullptr; // of ours
+    int m_turns = 0;                       // that came at once
+    quint32 m_lastTurn = 0;                // the compositor's time
     zwlr_virtual_pointer_v1 *m_pointer = nullptr;
     zwp_virtual_keyboard_v1 *m_keyboard = nullptr;
     xkb_state *m_keys = nullptr;

@@ -7,6 +7,7 @@
 
 #include <algorithm>
 #include <fcntl.h>
+#include <functional>
 #include <map>
 #include <poll.h>
 #include <unistd.h>
@@ -21,23 +22,16 @@ constexpr auto limit = 5s; // it takes a tenth of a second
 constexpr uint32_t largestSide = 32767;
 
 // The answer's numbers; it has texts, too, which are not needed.
-std::map<std::string, uint32_t> numbersOf(sd_bus_message *answer)
+std::map<std::string, uint32_t, std::less<>> numbersOf(sd_bus_message *answer)
 {
-    std::map<std::string, uint32_t> numbers;
-    if (sd_bus_message_enter_container(answer, 'a', "{sv}") < 0)
-        return numbers;
-    while (sd_bus_message_enter_container(answer, 'e', "sv") > 0) {
-        const char *key = nullptr, *content = nullptr;
+    std::map<std::string, uint32_t, std::less<>> numbers;
+    readEntries(answer, [&](std::string_view key, std::string_view type) {
         uint32_t number = 0;
-        if (sd_bus_message_read(answer, "s", &key) < 0)
-            break;
-        sd_bus_message_peek_type(answer, nullptr, &content);
-        if (content && *content == 'u' && sd_bus_message_read(answer, "v", "u", &number) > 0)
-            numbers[key] = number;
-        else
-            sd_bus_message_skip(answer, "v");
-        sd_bus_message_exit_container(answer);
-    }
+        if (type != "u" || sd_bus_message_read(answer, "v", "u", &number) <= 0)
+            return false;
+        numbers[std::string(key)] = number;
+        return true;
+    });
     return numbers;
 }
 
@@ -57,7 +51,7 @@ bool readAll(int file, uchar *to, size_t count)
 }
 
 // What the answer says is not taken on trust: a wrong size would be read beyond the memory.
-QImage received(int file, const std::map<std::string, uint32_t> &numbers)
+QImage received(int file, const std::map<std::string, uint32_t, std::less<>> &numbers)
 {
     const auto number = [&numbers](const char *key) {
         const auto found = numbers.find(key);
@@ -71,6 +65,8 @@ QImage received(int file, const std::map<std::string, uint32_t> &numbers)
     QImage image(int(width), int(height), format);
     if (image.isNull() || stride < uint32_t(image.depth()) / 8 * width)
         return {};
+    if (qsizetype(stride) == image.bytesPerLine())
+        return readAll(file, image.bits(), size_t(image.sizeInBytes())) ? image : QImage();
     std::vector<uchar> row(stride);
     for (int y = 0; y < image.height(); ++y) {
         if (!readAll(file, row.data(), row.size()))
@@ -80,15 +76,17 @@ QImage received(int file, const std::map<std::string, uint32_t> &numbers)
     return image;
 }
 
-QImage takeOne(const UserBus &bus, const char *method, const std::string &subject)
+// name says of what: the method's arguments before the options.
+QImage takeOne(const UserBus &bus, const char *method, const std::function<int(sd_bus_message *)> &name)
 {
     int ends[2];
     if (pipe2(ends, O_CLOEXEC) != 0)
         return {};
     BusMessage question = bus.newCall("org.kde.KWin", "/org/kde/KWin/ScreenShot2", "org.kde.KWin.ScreenShot2", method);
     BusMessage answer;
-    if (question && sd_bus_message_append(question.get(), "sa{sv}h", subject.c_str(), 3, "native-resolution", "b", 1,
-                                          "include-decoration", "b", 1, "include-shadow", "b", 0, ends[1]) >= 0)
+    if (question && name(question.get()) >= 0 &&
+        sd_bus_message_append(question.get(), "a{sv}h", 3, "native-resolution", "b", 1, "include-decoration", "b", 1,
+                              "include-shadow", "b", 0, ends[1]) >= 0)
         answer = bus.call(question, limit);
     question.reset(); // it has a copy of the writing end: as long as that is open, the reading end never ends
     close(ends[1]);
@@ -97,13 +95,27 @@ QImage takeOne(const UserBus &bus, const char *method, const std::string &subjec
     return image;
 }
 
+QImage takeNamed(const UserBus &bus, const char *method, const std::string &name)
+{
+    return takeOne(bus, method,
+                   [&name](sd_bus_message *question) { return sd_bus_message_append(question, "s", name.c_str()); });
+}
+
+// The screen is opaque, whatever an answer says of its format.
+QImage opaque(QImage image)
+{
+    if (image.format() == QImage::Format_ARGB32 || image.format() == QImage::Format_ARGB32_Premultiplied)
+        image.reinterpretAsFormat(QImage::Format_RGB32);
+    return image.convertToFormat(QImage::Format_RGB32);
+}
+
 } // namespace
 
 std::vector<OutputPicture> KWinScreenShot::take(const UserBus &bus, const WaylandOutputs &outputs)
 {
     std::vector<OutputPicture> pictures;
     for (const std::unique_ptr<WaylandOutput> &output : outputs.all()) {
-        const QImage image = takeOne(bus, "CaptureScreen", output->name);
+        const QImage image = takeMonitor(bus, output->name);
         if (image.isNull())
             return {};
         pictures.push_back(pictureOf(image));
@@ -111,9 +123,21 @@ std::vector<OutputPicture> KWinScreenShot::take(const UserBus &bus, const Waylan
     return pictures;
 }
 
+QImage KWinScreenShot::takeMonitor(const UserBus &bus, const std::string &name)
+{
+    return opaque(takeNamed(bus, "CaptureScreen", name));
+}
+
+QImage KWinScreenShot::takeArea(const UserBus &bus, const QRect &area)
+{
+    return opaque(takeOne(bus, "CaptureArea", [&area](sd_bus_message *question) {
+        return sd_bus_message_append(question, "iiuu", area.x(), area.y(), area.width(), area.height());
+    }));
+}
+
 QImage KWinScreenShot::takeWindow(const UserBus &bus, const std::string &id)
 {
-    QImage image = takeOne(bus, "CaptureWindow", id);
+    QImage image = takeNamed(bus, "CaptureWindow", id);
     if (image.format() == QImage::Format_ARGB32) // is what KWin 5.27 says
         image.reinterpretAsFormat(QImage::Format_ARGB32_Premultiplied);
     return image.convertToFormat(QImage::Format_ARGB32_Premultiplied);

@@ -71,11 +71,13 @@ bool run(const UserBus &bus, int number)
     return false;
 }
 
+// Whether it has been is nothing to wait for.
 void unload(const UserBus &bus, const QByteArray &name)
 {
     const BusMessage question = bus.newCall(kwin, "/Scripting", scripting, "unloadScript");
-    if (question && sd_bus_message_append(question.get(), "s", name.constData()) >= 0)
-        bus.call(question, limit);
+    if (question && sd_bus_message_append(question.get(), "s", name.constData()) >= 0 &&
+        sd_bus_message_set_expect_reply(question.get(), 0) >= 0)
+        sd_bus_send(bus.get(), question.get(), nullptr);
 }
 
 } // namespace

@@ -1,14 +1,14 @@
 #include "helpers/wayland/desktop/ScreenshotPortal.h"
 
 #include "helpers/wayland/desktop/PictureOfImage.h"
+#include "helpers/wayland/desktop/PortalRequest.h"
 #include "helpers/wayland/desktop/UserBus.h"
-#include "imaging/ImageFile.h"
 
 #include <QElapsedTimer>
 #include <QFile>
+#include <QImageReader>
 #include <QUrl>
 
-#include <algorithm>
 #include <cmath>
 #include <optional>
 
@@ -18,49 +18,21 @@ using namespace std::chrono_literals;
 
 namespace {
 
-constexpr char service[] = "org.freedesktop.portal.Desktop";
-constexpr char requests[] = "org.freedesktop.portal.Request";
-constexpr auto startLimit = 10s; // for the portal itself, which the call may start
-constexpr auto questionLimit = 60s;
-constexpr auto humanly = 50ms; // no user answers faster
-constexpr char token[] = "quillmere";
+constexpr auto storeLimit = 10s;     // the call may start it
+constexpr auto humanly = 50ms;       // no user answers faster
+constexpr int largestPicture = 2048; // MB
 
-struct Response {
-    std::optional<uint32_t> code = {};
-    QString uri = {};
-};
-
-int responded(sd_bus_message *message, void *data, sd_bus_error *)
+QString uriIn(sd_bus_message *results)
 {
-    Response &response = *static_cast<Response *>(data);
-    uint32_t code = 2;
-    if (sd_bus_message_read(message, "u", &code) < 0 || sd_bus_message_enter_container(message, 'a', "{sv}") < 0)
-        return 0;
-    while (sd_bus_message_enter_container(message, 'e', "sv") > 0) {
-        const char *key = nullptr, *content = nullptr, *text = nullptr;
-        if (sd_bus_message_read(message, "s", &key) < 0)
-            break;
-        sd_bus_message_peek_type(message, nullptr, &content);
-        if (std::string_view(key) == "uri" && content && *content == 's' &&
-            sd_bus_message_read(message, "v", "s", &text) > 0)
-            response.uri = QString::fromUtf8(text);
-        else
-            sd_bus_message_skip(message, "v");
-        sd_bus_message_exit_container(message);
-    }
-    response.code = code;
-    return 0;
-}
-
-// Where the answer will come, which is known before the question is asked: it may come before the call returns.
-std::string requestPath(const UserBus &bus)
-{
-    const char *name = nullptr;
-    if (!bus.get() || sd_bus_get_unique_name(bus.get(), &name) < 0)
-        return {};
-    std::string sender = name + 1; // without its colon
-    std::replace(sender.begin(), sender.end(), '.', '_');
-    return "/org/freedesktop/portal/desktop/request/" + sender + '/' + token;
+    QString uri;
+    readEntries(results, [&](std::string_view key, std::string_view type) {
+        const char *text = nullptr;
+        if (key != "uri" || type != "s" || sd_bus_message_read(results, "v", "s", &text) <= 0)
+            return false;
+        uri = QString::fromUtf8(text);
+        return true;
+    });
+    return uri;
 }
 
 // Whether the user's answer to the question for permission is kept, and was no. It is kept by application: programs outside of
@@ -72,7 +44,7 @@ bool isDenied(const UserBus &bus)
                     "org.freedesktop.impl.portal.PermissionStore", "Lookup");
     if (!question || sd_bus_message_append(question.get(), "ss", "screenshot", "screenshot") < 0)
         return false;
-    const BusMessage answer = bus.call(question, startLimit);
+    const BusMessage answer = bus.call(question, storeLimit);
     if (!answer || sd_bus_message_enter_container(answer.get(), 'a', "{sas}") < 0)
         return false;
     bool isDenied = false;
@@ -97,7 +69,9 @@ ScreenshotPortal::Answer takenFrom(const QString &uri)
     QFile file(path);
     if (path.isEmpty() || !file.open(QIODevice::ReadOnly))
         return {};
-    const QImage picture = ImageFile::load(file).image.pixels;
+    // A PNG file, as every desktop writes it. ImageFile would have the libraries of all its formats loaded with qmscroll.
+    QImageReader::setAllocationLimit(largestPicture);
+    const QImage picture = QImageReader(&file).read();
     return {picture.isNull() ? Kind::failed : Kind::picture, picture, path};
 }
 
@@ -107,29 +81,22 @@ ScreenshotPortal::Answer ScreenshotPortal::take(const UserBus &bus, Manner manne
 {
     using Kind = Answer::Kind;
     const bool isSilent = manner == Manner::silent;
-    const std::string path = requestPath(bus);
-    Response response;
-    sd_bus_slot *slot = nullptr;
-    if (path.empty() ||
-        sd_bus_match_signal(bus.get(), &slot, nullptr, path.c_str(), requests, "Response", responded, &response) < 0)
-        return {};
-    const BusSlot listening(slot);
+    PortalRequest request(bus);
     const BusMessage question =
-        bus.newCall(service, "/org/freedesktop/portal/desktop", "org.freedesktop.portal.Screenshot", "Screenshot");
-    if (!question || sd_bus_message_append(question.get(), "sa{sv}", "", 2, "handle_token", "s", token, "interactive",
-                                           "b", isSilent ? 0 : 1) < 0)
+        bus.newCall(PortalRequest::service, PortalRequest::object, "org.freedesktop.portal.Screenshot", "Screenshot");
+    if (!question || sd_bus_message_append(question.get(), "sa{sv}", "", 2, "handle_token", "s",
+                                           request.token().c_str(), "interactive", "b", isSilent ? 0 : 1) < 0)
         return {};
-    if (!bus.call(question, startLimit))
+    if (!request.send(question))
         return {.kind = isSilent ? Kind::refused : Kind::failed};
     QElapsedTimer asked; // not before: the call may have had to start the portal
     asked.start();
-    if (!bus.waitFor([&response] { return response.code.has_value(); }, questionLimit)) {
-        bus.call(bus.newCall(service, path.c_str(), requests, "Close"), startLimit); // or the dialog stays
+    const std::optional<uint32_t> code = request.wait();
+    if (!code)
         return {};
-    }
-    if (response.code == 0U)
-        return takenFrom(response.uri);
-    if (response.code == 1U || (isSilent && std::chrono::milliseconds(asked.elapsed()) >= humanly))
+    if (code == 0U)
+        return takenFrom(uriIn(request.results()));
+    if (code == 1U || (isSilent && std::chrono::milliseconds(asked.elapsed()) >= humanly))
         return {.kind = Kind::cancelled};
     return {.kind = !isSilent ? Kind::failed : isDenied(bus) ? Kind::denied : Kind::refused};
 }

@@ -4,6 +4,22 @@
 
 namespace qm {
 
+void readEntries(sd_bus_message *message, const std::function<bool(std::string_view key, std::string_view type)> &read)
+{
+    if (sd_bus_message_enter_container(message, 'a', "{sv}") < 0)
+        return;
+    while (sd_bus_message_enter_container(message, 'e', "sv") > 0) {
+        const char *key = nullptr, *type = nullptr;
+        if (sd_bus_message_read(message, "s", &key) < 0)
+            return;
+        sd_bus_message_peek_type(message, nullptr, &type);
+        if (!read(key, type ? type : ""))
+            sd_bus_message_skip(message, "v");
+        sd_bus_message_exit_container(message);
+    }
+    sd_bus_message_exit_container(message);
+}
+
 UserBus::UserBus()
 {
     sd_bus *bus = nullptr;

@@ -5,12 +5,17 @@
 #include <chrono>
 #include <functional>
 #include <memory>
+#include <string_view>
 #include <systemd/sd-bus.h>
 
 namespace qm {
 
 using BusMessage = std::unique_ptr<sd_bus_message, CallingDeleter<sd_bus_message_unref>>;
 using BusSlot = std::unique_ptr<sd_bus_slot, CallingDeleter<sd_bus_slot_unref>>;
+
+// Goes through the dictionary a{sv} that comes next in a message. For each entry `read` gets the key and the type of its content,
+// and reads the variant, or returns false: then it is passed over.
+void readEntries(sd_bus_message *message, const std::function<bool(std::string_view key, std::string_view type)> &read);
 
 // The session bus, without an event loop. One thread, which waits.
 class UserBus

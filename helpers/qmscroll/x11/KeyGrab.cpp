@@ -1,4 +1,4 @@
-#include "helpers/qmscroll/linux/KeyGrab.h"
+#include "helpers/qmscroll/x11/KeyGrab.h"
 
 #include <algorithm>
 

@@ -1,4 +1,4 @@
-#include "helpers/qmscroll/linux/SideWindow.h"
+#include "helpers/qmscroll/x11/SideWindow.h"
 
 #include <cstring>
 #include <vector>
