@@ -6,6 +6,7 @@
 
 namespace qm {
 
+static constexpr int fewestClicks = 4;
 static constexpr int mostLooks = 4; // a sample: looking at every row again would take as long as the capture
 
 void LookBack::measure(int clicks, int shift)
@@ -18,6 +19,12 @@ void LookBack::measure(int clicks, int shift)
         m_clicks += clicks;
         m_pixels += shift;
     }
+}
+
+int LookBack::shiftOf(int clicks) const
+{
+    return m_isEven && !m_hasShort && m_clicks >= fewestClicks ? int(std::lround(double(clicks) * m_pixels / m_clicks))
+                                                               : 0;
 }
 
 bool LookBack::begin(int position, int frameHeight)

@@ -1,5 +1,7 @@
 #include "helpers/qmscroll/ScrollBar.h"
 
+#include "helpers/qmscroll/FrameChange.h"
+
 #include <algorithm>
 #include <cmath>
 #include <functional>
@@ -30,11 +32,6 @@ struct Piece {
 const QRgb *rowOf(const QImage &edge, int y, int width)
 {
     return reinterpret_cast<const QRgb *>(edge.constScanLine(y)) + edge.width() - width;
-}
-
-bool areAlike(const QRgb *row, const QRgb *other, int width)
-{
-    return std::equal(row, row + width, other, [](QRgb a, QRgb b) { return ((a ^ b) & 0xffffff) == 0; });
 }
 
 std::vector<Piece> piecesOf(const QImage &edge, int width)

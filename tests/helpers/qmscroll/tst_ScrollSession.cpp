@@ -34,6 +34,7 @@ struct View {
     int blankFrom = 0;            // where, for 700 pixels, only steps up to 60 can be joined; 0: nowhere
     bool springsBack = false;
     int stallsAt = 0;       // once it is this far down, one click is answered after 450 ms; 0: none
+    int pausesAt = 0;       // once it is this far down, a movement stands still for 60 ms on its way; 0: none
     int changesAt = 0;      // once it is this far down, nothing matches what was there before; 0: never
     bool goesAway = false;  // and it does not move any more
     int growsAt = 0;        // there 300 pixels appear when it has left the view, which stays where it is; 0: nowhere
@@ -130,7 +131,9 @@ private:
     {
         if (now - m_moved < m_answer)
             return int(m_from);
-        const Milliseconds since = (now - m_moved - m_answer) / view.picture * view.picture;
+        Milliseconds since = (now - m_moved - m_answer) / view.picture * view.picture;
+        if (view.pausesAt && m_from >= view.pausesAt && m_from < view.pausesAt + region)
+            since = std::max(std::min(since, 100ms), since - 60ms);
         const double share = view.smooth == 0ms ? 1 : std::min(1.0, double(since / 1ms) / (view.smooth / 1ms));
         return int(m_from + (m_to - m_from) * share);
     }
@@ -183,6 +186,7 @@ private:
         sight.changed = frame != m_frame;
         m_frame = frame;
         sight.fresh = frame != m_joined;
+        sight.arrived = m_session.expectedShift() > 0 && shown() - m_at == m_session.expectedShift();
         sight.pointer = pointer;
         sight.held = held;
         return sight;
@@ -255,7 +259,7 @@ private Q_SLOTS:
     {
         QTest::addColumn<Case>("of");
         const auto row = [](const char *name, const Case &of) { QTest::newRow(name) << of; };
-        row("plain", {.milliseconds = 2700});
+        row("plain", {.milliseconds = 2300});
         row("nothing to scroll", {.view = {.page = region}, .milliseconds = 8200, .notice = Notice::wheelDoesNothing});
         row("the user scrolls too far where the wheel does nothing",
             {.view = {.isDeaf = true},
@@ -268,6 +272,8 @@ private Q_SLOTS:
         row("smooth", {.view = {.pixelsPerClick = 120, .smooth = 200ms}, .milliseconds = 8000});
         row("smooth, on a slow machine",
             {.view = {.pixelsPerClick = 120, .smooth = 200ms, .picture = 30ms}, .milliseconds = 8000});
+        row("smooth, with a pause on its way",
+            {.view = {.pixelsPerClick = 120, .smooth = 200ms, .pausesAt = 2000}, .milliseconds = 8000});
         row("stalls once", {.view = {.stallsAt = 2000}, .milliseconds = 3000});
         row("slow to answer", {.view = {.answer = 300ms}, .milliseconds = 12'000});
         row("hardly moves", {.view = {.pixelsPerClick = 2}, .milliseconds = 2700});
@@ -288,7 +294,7 @@ private Q_SLOTS:
         row("and does not move any more",
             {.view = {.growsAt = 1500, .sticks = true}, .furthest = 0, .milliseconds = 5500});
         row("nor before Escape", {.view = {.growsAt = 1500, .sticks = true},
-                                  .events = {wish(4000ms, &ScrollSession::finishOrCancel)},
+                                  .events = {wish(3500ms, &ScrollSession::finishOrCancel)},
                                   .end = End::wish,
                                   .furthest = 0,
                                   .milliseconds = 4700});

@@ -242,6 +242,18 @@ private Q_SLOTS:
             QCOMPARE(stitcher.add(scene.frame(offset)), steps.takeFirst());
     }
 
+    // The sign that a movement is over, whatever does not go along.
+    void arrivals()
+    {
+        ScrollScene scene({.header = 40, .scrollBar = 14, .sidebar = 60, .caret = true}, 1);
+        Stitcher stitcher({480, 320}, [](const QImage &) { return true; });
+        for (const int offset : {0, 60, 123})
+            stitcher.add(scene.frame(offset));
+        const QImage frame = scene.frame(240);
+        for (const auto &[shift, isThere] : {std::pair(117, true), {116, true}, {114, false}, {0, false}})
+            QCOMPARE(stitcher.hasMovedBy(shift, frame), isThere);
+    }
+
     // What is taken for granted before it has loaded: the picture shows the page as it is in the end.
     void whatLoadsLate_data()
     {
