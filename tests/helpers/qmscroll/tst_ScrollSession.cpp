@@ -28,6 +28,7 @@ struct View {
     double pixelsPerClick = 57;
     int page = 6000;              // pixels of height
     Milliseconds answer = 2ms;    // from a click to the first movement
+    Milliseconds turning = 0ms;   // the wheel by one click, before it answers
     Milliseconds smooth = 0ms;    // how long a movement takes
     Milliseconds picture = 1ms;   // from one of its pictures to the next
     Milliseconds animation = 0ms; // something small changes that often; 0: nothing does
@@ -87,7 +88,9 @@ public:
                 break;
             if (order.kind == Order::Kind::scroll) {
                 isPatient &= pointer == Pointer::inside && !held && m_mode == Mode::automatic;
+                now += std::abs(order.clicks) * view.turning;
                 move(view.isDeaf ? 0 : order.clicks * view.pixelsPerClick);
+                m_session.turned(now);
             }
             look = now + std::max<Milliseconds>(order.wait, 1ms);
         }
@@ -277,6 +280,8 @@ private Q_SLOTS:
         row("stalls once", {.view = {.stallsAt = 2000}, .milliseconds = 3000});
         row("slow to answer", {.view = {.answer = 300ms}, .milliseconds = 12'000});
         row("hardly moves", {.view = {.pixelsPerClick = 2}, .milliseconds = 2700});
+        row("hardly moves, and the wheel takes its time",
+            {.view = {.pixelsPerClick = 2, .page = 2000, .answer = 30ms, .turning = 4ms}, .milliseconds = 15'000});
         row("one click is most of the region", {.view = {.pixelsPerClick = 470}, .milliseconds = 2600});
         row("a caret", {.view = {.animation = 500ms}, .milliseconds = 2700});
         row("slow, with a caret", {.view = {.answer = 400ms, .animation = 410ms}, .milliseconds = 16'000});
