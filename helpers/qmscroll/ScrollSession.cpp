@@ -100,7 +100,7 @@ ScrollSession::Order ScrollSession::look(Milliseconds now, const Sight &sight)
         m_step.lastChange = now;
         ++m_step.changes;
     }
-    m_step.arrived = sight.arrived;
+    m_step.arrived = sight.arrived ? m_step.arrived.value_or(now) : std::optional<Milliseconds>();
     if (!isSettled(now, sight))
         return rest(now);
     if (isLookingBack())
@@ -384,6 +384,8 @@ bool ScrollSession::isSettled(Milliseconds now, const Sight &sight) const
                    : isLookingBack()         ? longestJump
                                              : longest + m_pace.patience))
         return true;
+    if (m_step.arrived && m_pace.patience == 0ms && now - *m_step.arrived >= quietTime)
+        return true; // what goes on changing is something else, such as a scroll bar that fades
     if (sight.changed)
         return false;
     if (isLookingBack() && passed < 2 * m_pace.slowestAnswer)

@@ -171,7 +171,7 @@ private:
         std::optional<Milliseconds> lastChange; // during the step
         Milliseconds answer{0};                 // time until the first change
         int changes = 0;                        // looks that found one
-        bool arrived = false;                   // see Sight
+        std::optional<Milliseconds> arrived;    // since when it is where it was expected
         bool isDoubted = false;                 // looking back, it was not what was expected
         bool moved = false;                     // frames were joined during the step
         bool isInterrupted = false;             // looking back, changes during an obstacle were not seen

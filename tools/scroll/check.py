@@ -74,9 +74,11 @@ def true_rows(screen, program, view, is_still):
     while True:
         rows, begun = [], program.position()[1]
         for wanted in range(0, begun, height // 2):
-            program.scroll_to(wanted)
-            screen.still_pixels(view, limit=5 if is_still else 0.3)
-            at, whole = program.position()
+            at = wanted + BAND
+            while at > wanted + 1:  # a page that is still gliding goes on
+                program.scroll_to(wanted)
+                screen.still_pixels(view, limit=5 if is_still else 0.3)
+                at, whole = program.position()
             rows = rows[:at + BAND if at else 0] + screen.rows(view)[BAND if at else 0:]
             if at + height >= whole:
                 break

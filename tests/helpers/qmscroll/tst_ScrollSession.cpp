@@ -285,6 +285,7 @@ private Q_SLOTS:
         row("one click is most of the region", {.view = {.pixelsPerClick = 470}, .milliseconds = 2600});
         row("a caret", {.view = {.animation = 500ms}, .milliseconds = 2700});
         row("slow, with a caret", {.view = {.answer = 400ms, .animation = 410ms}, .milliseconds = 16'000});
+        row("a scroll bar that goes on fading", {.view = {.animation = 5ms}, .milliseconds = 6000});
         row("slow, with a movie", {.view = {.answer = 250ms, .animation = 90ms}, .milliseconds = 12'000});
         row("alike for a while: smaller steps", {.view = {.blankFrom = 2000}, .milliseconds = 5500});
         row("one click is too much, but shows its way",

@@ -318,6 +318,20 @@ private Q_SLOTS:
         }
     }
 
+    // It is no column that has begun to stick.
+    void aScrollBarComesAndGoesOverThePage()
+    {
+        ScrollScene scene({.content = Content::photo}, 1);
+        Stitcher stitcher({480, 320}, [](const QImage &) { return true; });
+        stitcher.add(scene.frame(0));
+        for (const int offset : {60, 123, 200, 290, 380}) {
+            QImage frame = scene.frame(offset);
+            if (offset % 100 != 0)
+                Edge{.thumb = 40, .hasTrack = false}.draw(frame, offset);
+            QCOMPARE(stitcher.add(frame, Heading::forward), Step::joined);
+        }
+    }
+
     // A bar is left out only where nothing else would be.
     void scrollBars_data()
     {
