@@ -324,7 +324,7 @@ private Q_SLOTS:
         ScrollScene scene({.content = Content::photo}, 1);
         Stitcher stitcher({480, 320}, [](const QImage &) { return true; });
         stitcher.add(scene.frame(0));
-        for (const int offset : {60, 123, 200, 290, 380}) {
+        for (const int offset : {100, 200, 290, 380}) {
             QImage frame = scene.frame(offset);
             if (offset % 100 != 0)
                 Edge{.thumb = 40, .hasTrack = false}.draw(frame, offset);
