@@ -34,7 +34,7 @@ CaptureRun::CaptureRun(ScrollDesktop &desktop, const ScrollDesktop::Region &regi
     , m_region(region)
     , m_options(options)
     , m_session({.mode = options.mode, .regionHeight = region.area.height(), .heightLimit = options.heightLimit})
-    , m_take(newTake())
+    , m_take(newTake({}))
 {
 }
 
@@ -161,6 +161,8 @@ void CaptureRun::look()
     if (sight.changed)
         m_fresh = m_joined.isNull() || differs(frame, m_joined);
     sight.fresh = m_fresh;
+    const int expected = m_session.expectedShift();
+    sight.arrived = expected > 0 && sight.fresh && m_take->stitcher().hasMovedBy(expected, frame);
     sight.trusted = m_joined.isNull() && !differs(frame, m_region.before);
     m_frame = frame;
     act(m_session.look(now(), sight));
@@ -253,21 +255,23 @@ ScrollSession::Found CaptureRun::find(int near) const
     return {stitcher.find(m_frame, near), stitcher.isBeginning(m_frame)};
 }
 
-std::unique_ptr<Take> CaptureRun::newTake() const
+std::unique_ptr<Take> CaptureRun::newTake(std::optional<int> bar) const
 {
     return std::make_unique<Take>(Take::Options{.path = m_options.path,
                                                 .frame = m_region.area.size(),
                                                 .dpi = pointsPerInch * m_region.pictureScale,
-                                                .heightLimit = m_options.heightLimit});
+                                                .heightLimit = m_options.heightLimit,
+                                                .bar = bar});
 }
 
 Order CaptureRun::takeAgain()
 {
+    const std::optional<int> bar = m_take->bar(); // so that both are as wide
     if (!m_earlier || m_take->height() >= m_earlier->height()) {
         m_earlier = std::move(m_take);
         m_earlierEnd = m_session.earlierEnd();
     }
-    m_take = newTake();
+    m_take = newTake(bar);
     m_joined = {};
     return {.kind = Order::Kind::join};
 }

@@ -4,6 +4,14 @@
 
 namespace qm {
 
+bool areAlike(const QRgb *pixels, const QRgb *others, int count)
+{
+    QRgb different = 0;
+    for (int i = 0; i < count; ++i)
+        different |= pixels[i] ^ others[i];
+    return (different & 0xffffff) == 0;
+}
+
 bool differs(const QImage &frame, const QImage &other)
 {
     if (frame.size() != other.size())
@@ -12,12 +20,8 @@ bool differs(const QImage &frame, const QImage &other)
     for (int y = 0; y < frame.height(); ++y) {
         const auto *row = reinterpret_cast<const QRgb *>(frame.constScanLine(y));
         const auto *otherRow = reinterpret_cast<const QRgb *>(other.constScanLine(y));
-        if (std::memcmp(row, otherRow, bytes) == 0)
-            continue;
-        for (int x = 0; x < frame.width(); ++x) {
-            if ((row[x] ^ otherRow[x]) & 0xffffff)
-                return true;
-        }
+        if (std::memcmp(row, otherRow, bytes) != 0 && !areAlike(row, otherRow, frame.width()))
+            return true;
     }
     return false;
 }

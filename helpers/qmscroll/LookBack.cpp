@@ -6,18 +6,28 @@
 
 namespace qm {
 
-static constexpr int mostLooks = 4; // a sample: looking at every row again would take as long as the capture
+static constexpr int fewestClicks = 4;
+static constexpr double leastRounding = 2; // pixels
+static constexpr int mostLooks = 4;        // a sample: looking at every row again would take as long as the capture
 
 void LookBack::measure(int clicks, int shift)
 {
-    const double away = m_clicks > 0 ? shift - double(m_pixels) * clicks / m_clicks : 0;
-    if (m_hasShort || away > clicks) // a pixel a click is rounding
+    const double expected = m_clicks > 0 ? double(m_pixels) * clicks / m_clicks : shift, away = shift - expected;
+    const double rounding =
+        std::min<double>(clicks, std::max(leastRounding, expected / 16)); // a pixel a click, as a rule
+    if (m_hasShort || away > rounding)
         m_isEven = false;
-    m_hasShort = away < -clicks;
+    m_hasShort = away < -rounding;
     if (!m_hasShort) {
         m_clicks += clicks;
         m_pixels += shift;
     }
+}
+
+int LookBack::shiftOf(int clicks) const
+{
+    return m_isEven && !m_hasShort && m_clicks >= fewestClicks ? int(std::lround(double(clicks) * m_pixels / m_clicks))
+                                                               : 0;
 }
 
 bool LookBack::begin(int position, int frameHeight)

@@ -15,6 +15,9 @@ public:
     // While the page is captured: a step of so many clicks has moved it by that much. The last may be a short one.
     void measure(int clicks, int shift);
 
+    // By how much so many clicks move the page, as far as all steps have been alike; 0: they have not, or there were too few.
+    int shiftOf(int clicks) const;
+
     // From the frame whose first row is the picture's row `position`. False if the wheel's effect is not known.
     bool begin(int position, int frameHeight);
     int nextClicks();  // to go back for the next look; 0: that was the last one

@@ -14,6 +14,7 @@ constexpr int headerShare = 3;     // a header takes at most one in so many of t
 constexpr int caretHeight = 48;    // pixels: of a caret or a blinking mark, which is within one band
 constexpr int groupGap = 8;        // rows between two changes that count as one: less than a line of text
 constexpr int mostCandidates = 6;  // the page, a sidebar, and what content that grew has pushed away; and as many again
+constexpr int thumbShare = 2;      // one in so many rows is covered by a thumb, at most
 constexpr int sideWidth = 48;      // pixels: a scroll bar with its track on a screen with two pixels per point
 
 struct Span {
@@ -63,7 +64,11 @@ private:
     std::optional<Trial> tryAt(int at) const;
     Bands agreeing(int at, int from, int to) const;
     Bands standing() const;
-    Bands leftBehind(int at, const Bands &used, int from, int to) const;
+    struct Left {
+        Bands bands;
+        bool isStrange = false; // they are more than a thumb
+    };
+    Left leftBehind(int at, const Bands &used, int from, int to) const;
     int header(int at, const Bands &used, int to) const;
     std::vector<Span> changes(int at, const Bands &used, int from, int to) const;
     bool settleTop(Trial *trial, std::vector<Span> *changes, int fixed) const;
@@ -243,12 +248,24 @@ Bands Search::standing() const
     return bands;
 }
 
-// The columns that have moved with the page so far, and do not at this place.
-Bands Search::leftBehind(int at, const Bands &used, int from, int to) const
+// The columns that have moved with the page so far, and do not at this place. A thumb that comes and goes over the page covers
+// the outermost of them, where it is and where it was.
+Search::Left Search::leftBehind(int at, const Bands &used, int from, int to) const
 {
-    Bands left;
-    for (int y = from; y < to; ++y)
-        left |= differing(m_now.rows[size_t(y)], m_held[at + y]) & m_known.moving & ~used;
+    Left left;
+    int covered = 0, thumbs = 0, last = from - groupGap - 1;
+    for (int y = from; y < to; ++y) {
+        const Bands here = differing(m_now.rows[size_t(y)], m_held[at + y]) & m_known.moving & ~used;
+        if (here.none())
+            continue;
+        left.bands |= here;
+        thumbs += y - last > groupGap;
+        ++covered;
+        last = y;
+    }
+    const bool isOutermost = left.bands == Bands().set(bandCount - 1);
+    const bool isThumb = isOutermost && thumbs <= 2 && covered <= (to - from) / thumbShare;
+    left.isStrange = left.bands.any() && !(isThumb && m_known.heading == Heading::forward);
     return left;
 }
 
@@ -311,12 +328,12 @@ std::optional<Search::Trial> Search::tryAt(int at) const
     placement.bottom = moved(at) ? m_bottom : m_known.bottom;
     placement.top = header(at, trial.used, trial.to);
 
-    const Bands left = leftBehind(at, trial.used, std::max(first, placement.top), trial.to);
+    const Left left = leftBehind(at, trial.used, std::max(first, placement.top), trial.to);
     std::vector<Span> changes = this->changes(at, trial.used, std::max(first, placement.top), trial.to);
-    const bool isCertain = settleTop(&trial, &changes, fixed) && (!moved(at) || left.none() || m_known.looked) &&
+    const bool isCertain = settleTop(&trial, &changes, fixed) && (!moved(at) || !left.isStrange || m_known.looked) &&
                            (m_known.heading != Heading::forward || at >= m_lastAt);
     placement.kind = isCertain ? Placement::Kind::found : Placement::Kind::doubtful;
-    placement.moving = moved(at) ? (m_known.moving | trial.used) & ~left : m_known.moving;
+    placement.moving = moved(at) ? (m_known.moving | trial.used) & ~left.bands : m_known.moving;
     placement.renewed = !changes.empty();
     placement.compared = placement.settled = trial.to;
     if (!changes.empty() && landmarkRows(at, trial.used, changes.back().to, trial.to) < fewestLandmarks)

@@ -30,9 +30,9 @@ std::vector<RowHash> hashRows(const QImage &image)
     std::vector<RowHash> rows{size_t(image.height())};
     for (int y = 0; y < image.height(); ++y) {
         const auto *pixels = reinterpret_cast<const quint32 *>(image.constScanLine(y));
-        for (int band = 0; band < bandCount; ++band) {
-            const int from = image.width() * band / bandCount, to = image.width() * (band + 1) / bandCount;
-            rows[size_t(y)][size_t(band)] = hash(pixels + from, to - from);
+        for (size_t band = 0; band < bandCount; ++band) {
+            const size_t from = columnOf(band, image.width()), to = columnOf(band + 1, image.width());
+            rows[size_t(y)][band] = hash(pixels + from, int(to - from));
         }
     }
     return rows;

@@ -15,6 +15,12 @@ constexpr int bandCount = 16;
 using RowHash = std::array<quint32, bandCount>;
 using Bands = std::bitset<bandCount>;
 
+// The first column of a band, or the one behind the last band.
+inline size_t columnOf(size_t band, int width)
+{
+    return size_t(width) * band / bandCount;
+}
+
 // Of all rows of an RGB32 image; the fourth byte is ignored.
 std::vector<RowHash> hashRows(const QImage &image);
 

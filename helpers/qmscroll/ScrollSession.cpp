@@ -21,6 +21,8 @@ constexpr auto longestStart = 1500ms; // until whatever covered the region has f
 constexpr auto doubtTime = 300ms;     // what still differs then is different
 constexpr auto longestJump = 2000ms;  // over many heights, on a slow machine
 constexpr auto quietTime = 35ms;      // longer than a slow browser's pause between two frames of one movement
+constexpr auto arrivedTime = 10ms;    // where it was expected: two looks that see the same
+constexpr auto astrayTime = 90ms;     // elsewhere: on a loaded machine a movement pauses for longer than usual
 constexpr auto uncoverTime = 250ms;   // until other programs have repainted what our windows covered
 constexpr auto shortestAnswer = 150ms;
 
@@ -98,6 +100,7 @@ ScrollSession::Order ScrollSession::look(Milliseconds now, const Sight &sight)
         m_step.lastChange = now;
         ++m_step.changes;
     }
+    m_step.arrived = sight.arrived ? m_step.arrived.value_or(now) : std::optional<Milliseconds>();
     if (!isSettled(now, sight))
         return rest(now);
     if (isLookingBack())
@@ -202,8 +205,7 @@ ScrollSession::Order ScrollSession::join() const
 ScrollSession::Order ScrollSession::rest(Milliseconds now) const
 {
     // Not past the moment at which the step may be over.
-    const Milliseconds left =
-        std::max(*m_step.since + shortest - now, std::max<Milliseconds>(quietTime, m_pace.patience) - calm(now));
+    const Milliseconds left = std::max(*m_step.since + shortestStep() - now, neededCalm() - calm(now));
     const Milliseconds interval = m_pace.fine ? fineInterval : lookInterval;
     return {Order::Kind::look, 0, left > 0ms ? std::min(left, interval) : interval};
 }
@@ -264,7 +266,7 @@ ScrollSession::Order ScrollSession::found(Milliseconds now, const Found &found)
             return m_takesAgain == mostTakesAgain ? endWith(End::content) : rewind(now, found);
         if (const int clicks = m_lookBack.nextClicks())
             return step(now, State::checking, clicks);
-        return step(now, State::returning, m_lookBack.clicksForth());
+        return step(now, State::returning, m_lookBack.clicksForth() + m_pace.nextClicks); // there may be more by now
     case State::rewinding: return rewind(now, found);
     default: break;
     }
@@ -382,6 +384,8 @@ bool ScrollSession::isSettled(Milliseconds now, const Sight &sight) const
                    : isLookingBack()         ? longestJump
                                              : longest + m_pace.patience))
         return true;
+    if (m_step.arrived && m_pace.patience == 0ms && now - *m_step.arrived >= quietTime)
+        return true; // what goes on changing is something else, such as a scroll bar that fades
     if (sight.changed)
         return false;
     if (isLookingBack() && passed < 2 * m_pace.slowestAnswer)
@@ -393,7 +397,24 @@ bool ScrollSession::isSettled(Milliseconds now, const Sight &sight) const
         return passed >= answerLimit();
     if (m_pace.fine && m_state == State::forth && sight.fresh)
         return true; // as in watch()
-    return calm(now) >= std::max<Milliseconds>(quietTime, m_pace.patience) && passed >= shortest;
+    return calm(now) >= neededCalm() && passed >= shortestStep();
+}
+
+int ScrollSession::expectedShift() const
+{
+    return m_state == State::forth ? m_lookBack.shiftOf(m_step.clicks) : 0;
+}
+
+// How long nothing may change until the step counts as over.
+ScrollSession::Milliseconds ScrollSession::neededCalm() const
+{
+    const auto usual = m_step.arrived ? arrivedTime : expectedShift() > 0 ? astrayTime : quietTime;
+    return std::max<Milliseconds>(m_pace.patience, usual);
+}
+
+ScrollSession::Milliseconds ScrollSession::shortestStep() const
+{
+    return m_step.arrived ? 0ms : shortest;
 }
 
 // How long nothing has changed.

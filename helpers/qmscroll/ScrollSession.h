@@ -62,6 +62,7 @@ public:
     struct Sight {
         bool changed = false; // the frame differs from the previous look's
         bool fresh = false;   // and from the last frame passed to the stitcher
+        bool arrived = false; // it is as far from the last joined frame as expectedShift() says
         bool trusted = false; // it equals what was visible before our windows covered anything
         Pointer pointer = Pointer::inside;
         bool held = false;    // a button is down, or a key that changes what the wheel does
@@ -100,6 +101,9 @@ public:
     Order look(Milliseconds now, const Sight &sight);
     Order joined(Milliseconds now, const Joint &joint); // reports the result of Order::Kind::join
     Order found(Milliseconds now, const Found &found);  // and of Order::Kind::find
+
+    // By how many pixels the step under way is going to move the page; 0: unknown.
+    int expectedShift() const;
 
     void turned(Milliseconds now) { m_step.since = now; } // the wheel, as told; many clicks take a while
 
@@ -147,6 +151,8 @@ private:
     Notice obstacle(const Sight &sight) const;
     bool isSettled(Milliseconds now, const Sight &sight) const;
     Milliseconds calm(Milliseconds now) const;
+    Milliseconds shortestStep() const;
+    Milliseconds neededCalm() const;
     Milliseconds answerLimit() const;
     void learn(const Joint &joint);
 
@@ -165,6 +171,7 @@ private:
         std::optional<Milliseconds> lastChange; // during the step
         Milliseconds answer{0};                 // time until the first change
         int changes = 0;                        // looks that found one
+        std::optional<Milliseconds> arrived;    // since when it is where it was expected
         bool isDoubted = false;                 // looking back, it was not what was expected
         bool moved = false;                     // frames were joined during the step
         bool isInterrupted = false;             // looking back, changes during an obstacle were not seen

@@ -1,5 +1,6 @@
 #include "helpers/qmscroll/Stitcher.h"
 
+#include "helpers/qmscroll/FrameChange.h"
 #include "helpers/qmscroll/RowLedger.h"
 
 #include <algorithm>
@@ -12,7 +13,13 @@ namespace {
 // An advertisement may change at every look.
 constexpr int mostLooks = 3;
 constexpr int headerShare = 3;   // a header takes at most one in so many of a frame's rows
+constexpr int strangeShare = 4;  // one in so many rows may have changed by itself
 constexpr int repeatedShare = 4; // one in so many of the moving rows is no coincidence
+
+const QRgb *rowOf(const QImage &image, int y)
+{
+    return reinterpret_cast<const QRgb *>(image.constScanLine(y));
+}
 
 } // namespace
 
@@ -27,6 +34,7 @@ struct Stitcher::State {
     }
 
     Step add(const QImage &image, Heading heading);
+    bool isAlike(const QRgb *row, const QRgb *other) const;
     void take(const Frame &frame, const Placement &place);
     Step join(Frame frame, const Placement &place);
     bool handOver(int end);
@@ -50,6 +58,17 @@ struct Stitcher::State {
     bool looked = false;  // the latest was followed by a look that found nothing changed
     bool failed = false;
 };
+
+// Where they move with the page.
+bool Stitcher::State::isAlike(const QRgb *row, const QRgb *other) const
+{
+    for (size_t band = 0; band < bandCount; ++band) {
+        const size_t from = columnOf(band, size.width()), to = columnOf(band + 1, size.width());
+        if (known.moving[band] && !areAlike(row + from, other + from, int(to - from)))
+            return false;
+    }
+    return true;
+}
 
 bool Stitcher::State::handOver(int end)
 {
@@ -146,6 +165,22 @@ Stitcher::~Stitcher() = default;
 Stitcher::Step Stitcher::add(const QImage &frame, Heading heading)
 {
     return m_state->add(frame, heading);
+}
+
+bool Stitcher::hasMovedBy(int shift, const QImage &image) const
+{
+    const State &state = *m_state;
+    if (image.size() != state.last.image.size())
+        return false;
+    for (const int by : {shift, shift - 1, shift + 1}) {
+        const int end = state.known.bottom - by;
+        int left = (end - state.known.top) / strangeShare; // rows that may differ
+        for (int y = state.known.top; y < end && left >= 0; ++y)
+            left -= !state.isAlike(rowOf(image, y), rowOf(state.last.image, y + by));
+        if (left >= 0 && end > state.known.top)
+            return true;
+    }
+    return false;
 }
 
 std::optional<int> Stitcher::find(const QImage &image, int near) const

@@ -51,6 +51,10 @@ public:
     bool renewed() const;  // the last step that was not refused found part of what it shows changed, and took it anew
     int moving() const;    // height of the part of the frame that moves, as far as is known
 
+    // True if a frame shows the last joined one, moved up by `shift` or a pixel more or less, but for a few rows. Quick, and
+    // no more than a sign that a movement is over: what repeats itself agrees in many places.
+    bool hasMovedBy(int shift, const QImage &frame) const;
+
     // Where in the picture a frame lies, without joining it: the picture's row that its first row shows, of several the one
     // nearest to `near`. What is at the top may be a header that was not there before, and does not count. std::nullopt if
     // what it shows is not in the picture.

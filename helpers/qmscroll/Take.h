@@ -1,14 +1,18 @@
 #pragma once
 
+#include "helpers/qmscroll/ScrollBar.h"
 #include "helpers/qmscroll/Stitcher.h"
 #include "helpers/qmscroll/TallPicture.h"
 
 #include <QDeadlineTimer>
 #include <QList>
 
+#include <optional>
+
 namespace qm {
 
-// One way down the page: frames are joined, and the rows go into a file as time allows. One thread. Pixels.
+// One way down the page: frames are joined, and the rows go into a file as time allows. A scroll bar at the frames' right edge
+// is left out, if it is known for one when the first rows are written. One thread. Pixels.
 class Take
 {
 public:
@@ -17,11 +21,13 @@ public:
         QSize frame;
         double dpi = 72;
         int heightLimit = 0;
+        std::optional<int> bar = {}; // width of the scroll bar, as an earlier take has found it
     };
     explicit Take(const Options &options);
 
     Stitcher::Step join(const QImage &frame, Heading heading); // the frame's pixels must not change later
     const Stitcher &stitcher() const { return m_stitcher; }
+    std::optional<int> bar() const { return m_bar; } // the scroll bar's width; std::nullopt before it is decided
     int height() const; // of the picture, if it were finished now; after that, of what is in the file
 
     bool hasUnwritten() const { return !m_pending.isEmpty(); }
@@ -32,9 +38,14 @@ public:
 private:
     bool accept(const QImage &rows);
     void keep();
+    void decideBar();
+    QImage held() const;
 
     const Options m_options;
-    TallPicture m_picture;
+    std::optional<TallPicture> m_picture; // begun anew when there is a scroll bar to leave out
+    ScrollBar m_edge;
+    std::optional<int> m_bar;
+    int m_position = 0; // the picture's row with which the last joined frame begins
     Stitcher m_stitcher;
     QList<QImage> m_pending; // rows not yet in the file; written while the view scrolls
     int m_rows = 0;          // delivered by the stitcher, including pending ones

@@ -251,6 +251,29 @@ private Q_SLOTS:
         QCOMPARE(below.offset(), offset);
     }
 
+    // The way back over a long page is many clicks, which would turn what the pointer comes to lie over.
+    void thePointerLeavesWhileTheWheelTurns()
+    {
+        const ScrolledPage other(m_desktop, QRect(950, 580, 300, 300), 400);
+        while (other.offset() < 3000) {
+            const int before = other.offset();
+            m_desktop.click(other.area.center(), Button::wheelDown);
+            QVERIFY(Desktop::wait([&] { return other.offset() != before; }));
+        }
+        const int offset = other.offset();
+        const ScrolledPage &view = m_driver->startView(place, 600);
+        const int end = view.content.height() - place.height();
+        QProcess &helper = m_driver->startCapture(place);
+        QVERIFY(Desktop::wait([&] { return view.offset() == end; }));
+        QVERIFY(Desktop::wait([&] { return view.offset() < end; }));
+        m_desktop.movePointer(other.area.center());
+        QVERIFY(m_desktop.stillPicture() != m_before);
+        QVERIFY2(offset - other.offset() <= 16 * 57, QByteArray::number(offset - other.offset()).constData());
+        m_desktop.tap(Key::enter);
+        QVERIFY(Desktop::ended(helper));
+        QCOMPARE(m_driver->compare(place), QString());
+    }
+
     void failures()
     {
         const QString region = u"--region"_s, path = m_driver->path();

@@ -28,12 +28,14 @@ struct View {
     double pixelsPerClick = 57;
     int page = 6000;              // pixels of height
     Milliseconds answer = 2ms;    // from a click to the first movement
+    Milliseconds turning = 0ms;   // the wheel by one click, before it answers
     Milliseconds smooth = 0ms;    // how long a movement takes
     Milliseconds picture = 1ms;   // from one of its pictures to the next
     Milliseconds animation = 0ms; // something small changes that often; 0: nothing does
     int blankFrom = 0;            // where, for 700 pixels, only steps up to 60 can be joined; 0: nowhere
     bool springsBack = false;
     int stallsAt = 0;       // once it is this far down, one click is answered after 450 ms; 0: none
+    int pausesAt = 0;       // once it is this far down, a movement stands still for 60 ms on its way; 0: none
     int changesAt = 0;      // once it is this far down, nothing matches what was there before; 0: never
     bool goesAway = false;  // and it does not move any more
     int growsAt = 0;        // there 300 pixels appear when it has left the view, which stays where it is; 0: nowhere
@@ -86,7 +88,9 @@ public:
                 break;
             if (order.kind == Order::Kind::scroll) {
                 isPatient &= pointer == Pointer::inside && !held && m_mode == Mode::automatic;
+                now += std::abs(order.clicks) * view.turning;
                 move(view.isDeaf ? 0 : order.clicks * view.pixelsPerClick);
+                m_session.turned(now);
             }
             look = now + std::max<Milliseconds>(order.wait, 1ms);
         }
@@ -130,7 +134,9 @@ private:
     {
         if (now - m_moved < m_answer)
             return int(m_from);
-        const Milliseconds since = (now - m_moved - m_answer) / view.picture * view.picture;
+        Milliseconds since = (now - m_moved - m_answer) / view.picture * view.picture;
+        if (view.pausesAt && m_from >= view.pausesAt && m_from < view.pausesAt + region)
+            since = std::max(std::min(since, 100ms), since - 60ms);
         const double share = view.smooth == 0ms ? 1 : std::min(1.0, double(since / 1ms) / (view.smooth / 1ms));
         return int(m_from + (m_to - m_from) * share);
     }
@@ -183,6 +189,7 @@ private:
         sight.changed = frame != m_frame;
         m_frame = frame;
         sight.fresh = frame != m_joined;
+        sight.arrived = m_session.expectedShift() > 0 && shown() - m_at == m_session.expectedShift();
         sight.pointer = pointer;
         sight.held = held;
         return sight;
@@ -255,7 +262,7 @@ private Q_SLOTS:
     {
         QTest::addColumn<Case>("of");
         const auto row = [](const char *name, const Case &of) { QTest::newRow(name) << of; };
-        row("plain", {.milliseconds = 2700});
+        row("plain", {.milliseconds = 2300});
         row("nothing to scroll", {.view = {.page = region}, .milliseconds = 8200, .notice = Notice::wheelDoesNothing});
         row("the user scrolls too far where the wheel does nothing",
             {.view = {.isDeaf = true},
@@ -268,12 +275,17 @@ private Q_SLOTS:
         row("smooth", {.view = {.pixelsPerClick = 120, .smooth = 200ms}, .milliseconds = 8000});
         row("smooth, on a slow machine",
             {.view = {.pixelsPerClick = 120, .smooth = 200ms, .picture = 30ms}, .milliseconds = 8000});
+        row("smooth, with a pause on its way",
+            {.view = {.pixelsPerClick = 120, .smooth = 200ms, .pausesAt = 2000}, .milliseconds = 8000});
         row("stalls once", {.view = {.stallsAt = 2000}, .milliseconds = 3000});
         row("slow to answer", {.view = {.answer = 300ms}, .milliseconds = 12'000});
         row("hardly moves", {.view = {.pixelsPerClick = 2}, .milliseconds = 2700});
+        row("hardly moves, and the wheel takes its time",
+            {.view = {.pixelsPerClick = 2, .page = 2000, .answer = 30ms, .turning = 4ms}, .milliseconds = 15'000});
         row("one click is most of the region", {.view = {.pixelsPerClick = 470}, .milliseconds = 2600});
         row("a caret", {.view = {.animation = 500ms}, .milliseconds = 2700});
         row("slow, with a caret", {.view = {.answer = 400ms, .animation = 410ms}, .milliseconds = 16'000});
+        row("a scroll bar that goes on fading", {.view = {.animation = 5ms}, .milliseconds = 6000});
         row("slow, with a movie", {.view = {.answer = 250ms, .animation = 90ms}, .milliseconds = 12'000});
         row("alike for a while: smaller steps", {.view = {.blankFrom = 2000}, .milliseconds = 5500});
         row("one click is too much, but shows its way",
@@ -288,7 +300,7 @@ private Q_SLOTS:
         row("and does not move any more",
             {.view = {.growsAt = 1500, .sticks = true}, .furthest = 0, .milliseconds = 5500});
         row("nor before Escape", {.view = {.growsAt = 1500, .sticks = true},
-                                  .events = {wish(4000ms, &ScrollSession::finishOrCancel)},
+                                  .events = {wish(3500ms, &ScrollSession::finishOrCancel)},
                                   .end = End::wish,
                                   .furthest = 0,
                                   .milliseconds = 4700});

@@ -1,4 +1,5 @@
 #include "helpers/qmscroll/FrameChange.h"
+#include "helpers/qmscroll/ScrollBar.h"
 #include "helpers/qmscroll/Stitcher.h"
 #include "tests/helpers/qmscroll/ScrollScene.h"
 
@@ -99,8 +100,36 @@ private:
     bool m_undecidable = false;
 };
 
+// What is drawn over the frames at their right edge, and where they lie.
+struct Edge {
+    int width = 15, right = 0, top = 0; // right: what is left free beside it, top: a title above all
+    int thumb = 57, inset = 3;
+    double way = 0.178; // of the thumb, for each row of the page
+    int buttons = 0;
+    int lines = 0; // one after so many rows of the track
+    bool hasTrack = true, grows = false;
+    QList<int> places = {0, 60, 200, 400};
+
+    void draw(QImage &frame, int at) const
+    {
+        const QRect all(frame.width() - right - width, 0, width, frame.height());
+        QPainter painter(&frame);
+        if (hasTrack)
+            painter.fillRect(all, QColor(236, 236, 238));
+        for (int y = 0; lines && y < frame.height(); y += lines)
+            painter.fillRect(all.left() + 2, y, width / 2, 1, Qt::darkGray);
+        const QRect button(all.left() + 2, at ? 0 : 1, width - 4, buttons - 1); // off at the beginning
+        painter.fillRect(button, Qt::darkGray);
+        painter.fillRect(button.translated(0, frame.height() - buttons), Qt::darkGray);
+        const int from = grows ? buttons : buttons + qRound(way * at), rows = grows ? thumb + qRound(way * at) : thumb;
+        painter.fillRect(all.left() + inset, from, width - 2 * inset, rows, QColor(150, 152, 158));
+        painter.fillRect(0, 0, frame.width(), top, QColor(40, 60, 120));
+    }
+};
+
 } // namespace
 
+Q_DECLARE_METATYPE(Edge)
 Q_DECLARE_METATYPE(ScrollScene::Look)
 Q_DECLARE_METATYPE(Stitcher::Step)
 
@@ -213,6 +242,18 @@ private Q_SLOTS:
             QCOMPARE(stitcher.add(scene.frame(offset)), steps.takeFirst());
     }
 
+    // The sign that a movement is over, whatever does not go along.
+    void arrivals()
+    {
+        ScrollScene scene({.header = 40, .scrollBar = 14, .sidebar = 60, .caret = true}, 1);
+        Stitcher stitcher({480, 320}, [](const QImage &) { return true; });
+        for (const int offset : {0, 60, 123})
+            stitcher.add(scene.frame(offset));
+        const QImage frame = scene.frame(240);
+        for (const auto &[shift, isThere] : {std::pair(117, true), {116, true}, {114, false}, {0, false}})
+            QCOMPARE(stitcher.hasMovedBy(shift, frame), isThere);
+    }
+
     // What is taken for granted before it has loaded: the picture shows the page as it is in the end.
     void whatLoadsLate_data()
     {
@@ -275,6 +316,70 @@ private Q_SLOTS:
             painter.end();
             QCOMPARE(stitcher.add(lit), Step::renewed);
         }
+    }
+
+    // It is no column that has begun to stick.
+    void aScrollBarComesAndGoesOverThePage()
+    {
+        ScrollScene scene({.content = Content::photo}, 1);
+        Stitcher stitcher({480, 320}, [](const QImage &) { return true; });
+        stitcher.add(scene.frame(0));
+        for (const int offset : {100, 200, 290, 380}) {
+            QImage frame = scene.frame(offset);
+            if (offset % 100 != 0)
+                Edge{.thumb = 40, .hasTrack = false}.draw(frame, offset);
+            QCOMPARE(stitcher.add(frame, Heading::forward), Step::joined);
+        }
+    }
+
+    // A bar is left out only where nothing else would be.
+    void scrollBars_data()
+    {
+        QTest::addColumn<Look>("look");
+        QTest::addColumn<Edge>("edge");
+        QTest::addColumn<int>("width");
+        const auto row = [](const char *name, const Edge &edge, int width, const Look &look = {}) {
+            QTest::newRow(name) << look << edge << width;
+        };
+        row("a bar", {}, 15);
+        row("beside what goes to the edge", {}, 15, {.content = Content::photo});
+        row("with buttons, one of them off at first", {.buttons = 14}, 15);
+        row("filled by its thumb", {.inset = 0, .buttons = 14}, 15);
+        row("twice as fine", {.width = 30, .inset = 6}, 30);
+        row("seen on the way back", {.places = {400, 200, 60}}, 15);
+        row("on a very long page", {.way = 0.04}, 15);
+
+        row("over the page, without a track", {.hasTrack = false}, 0);
+        row("seen at two places", {.places = {0, 400}}, 0);
+        row("looked at again, and hardly further", {.places = {0, 4, 8, 400}}, 0);
+        row("a border", {.thumb = 0}, 0);
+        row("wider than bars are", {.width = 45}, 0);
+        row("a column that shows how far the page is read", {.grows = true}, 0);
+        row("a mark that goes further than a thumb of its length", {.thumb = 12}, 0);
+        row("a narrow mark on a stripe", {.inset = 5}, 0);
+        row("a mark that goes along with the page", {.thumb = 200, .way = 1, .places = {0, 20, 50, 90}}, 0);
+        row("a mark that goes backwards", {.way = -0.1, .buttons = 44}, 0);
+        row("the bar of a frame within", {.right = 9}, 0);
+        row("under a title", {.top = 24}, 0);
+        row("pieces at its ends as high as headers", {.buttons = 50}, 0);
+        row("equal rows", {.width = 0}, 0, {.content = Content::alike});
+        row("a blank margin", {.width = 0}, 0, {.content = Content::shaded});
+        row("a map of the page", {.lines = 40}, 0);
+    }
+
+    void scrollBars()
+    {
+        QFETCH(Look, look);
+        QFETCH(Edge, edge);
+        QFETCH(int, width);
+        ScrollScene scene(look, 1);
+        ScrollBar bar;
+        for (const int at : qAsConst(edge.places)) {
+            QImage frame = scene.frame(at);
+            edge.draw(frame, at);
+            bar.see(frame, at);
+        }
+        QCOMPARE(bar.width(), width);
     }
 
     // Servers leave the fourth byte as whoever has painted there.
