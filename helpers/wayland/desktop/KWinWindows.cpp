@@ -75,7 +75,7 @@ void unload(const UserBus &bus, const QByteArray &name)
 {
     const BusMessage question = bus.newCall(kwin, "/Scripting", scripting, "unloadScript");
     if (question && sd_bus_message_append(question.get(), "s", name.constData()) >= 0)
-        bus.call(question, limit);
+        bus.tell(question);
 }
 
 } // namespace
