@@ -146,9 +146,12 @@ bool Database::open()
         if (isOfNewerForm())
             return false;
     }
-    if (m_access == Access::write && !m_schemaReady)
+    if (m_access == Access::write && !m_schemaReady) {
         m_schemaReady = bringToForm() && execute(IndexSql::schema) && execute(IndexSql::failuresSchema) &&
                         execute(IndexSql::boxesSchema);
+        if (m_schemaReady)
+            execute(IndexSql::waitingIndex); // on a full disk it has to do without
+    }
     return m_access == Access::read || m_schemaReady;
 }
 

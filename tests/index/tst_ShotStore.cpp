@@ -1,4 +1,5 @@
 #include "index/Database.h"
+#include "index/IndexSql.h"
 #include "index/ShotReader.h"
 #include "index/ShotStore.h"
 #include "tests/support/IndexFixture.h"
@@ -124,6 +125,11 @@ private Q_SLOTS:
             QVERIFY(today.open());
             QCOMPARE(texts(today), written);
             QCOMPARE(today.number("SELECT COUNT(*) FROM shot_failures"), 0);
+            for (const char *asked :
+                 {IndexSql::countWaiting, IndexSql::waiting}) { // every minute: no walk past all texts
+                const QByteArray plan = QByteArray("EXPLAIN QUERY PLAN ") + asked;
+                QVERIFY(rows(today, plan.constData(), 4).join(u' ').contains(u"USING INDEX idx_shots_waiting"_s));
+            }
             QVERIFY(!QFile::exists(copy));
         }
         {

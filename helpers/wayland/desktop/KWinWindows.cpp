@@ -75,9 +75,8 @@ bool run(const UserBus &bus, int number)
 void unload(const UserBus &bus, const QByteArray &name)
 {
     const BusMessage question = bus.newCall(kwin, "/Scripting", scripting, "unloadScript");
-    if (question && sd_bus_message_append(question.get(), "s", name.constData()) >= 0 &&
-        sd_bus_message_set_expect_reply(question.get(), 0) >= 0)
-        sd_bus_send(bus.get(), question.get(), nullptr);
+    if (question && sd_bus_message_append(question.get(), "s", name.constData()) >= 0)
+        bus.tell(question);
 }
 
 } // namespace

@@ -43,6 +43,12 @@ BusMessage UserBus::call(const BusMessage &message, std::chrono::milliseconds li
     return BusMessage(answer);
 }
 
+void UserBus::tell(const BusMessage &message) const
+{
+    if (message && sd_bus_message_set_expect_reply(message.get(), 0) >= 0)
+        sd_bus_send(get(), message.get(), nullptr);
+}
+
 bool UserBus::waitFor(const std::function<bool()> &condition, std::chrono::milliseconds limit) const
 {
     const QDeadlineTimer deadline(limit);

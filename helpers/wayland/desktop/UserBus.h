@@ -28,6 +28,8 @@ public:
     BusMessage newCall(const char *service, const char *path, const char *interface, const char *method) const;
     // The answer. Null if there is none in time, or it is an error.
     BusMessage call(const BusMessage &message, std::chrono::milliseconds limit) const;
+    // A call whose answer nobody needs; what cannot be written at once is when the bus is left.
+    void tell(const BusMessage &message) const;
     // Handles what comes until a condition holds. False if it does not in time.
     bool waitFor(const std::function<bool()> &condition, std::chrono::milliseconds limit) const;
 

@@ -1,12 +1,11 @@
 #include "helpers/wayland/overlay/ClipboardOffer.h"
 
 #include "helpers/wayland/WaylandSeat.h"
+#include "platform/wayland/CallingDeleter.h"
 #include "platform/wayland/ReaderPipe.h"
 #include "platform/wayland/WaylandServer.h"
 
 #include <protocol/data-control.h>
-#include <unistd.h>
-#include <utility>
 #include <wayland-client-protocol.h>
 
 namespace qm {
@@ -50,14 +49,15 @@ std::unique_ptr<ClipboardOffer> ClipboardOffer::make(WaylandServer &server, cons
             wl_data_source_offer(offer->m_source, type);
     }
     wl_data_device_set_selection(offer->m_device, offer->m_source, serial);
-    server.roundTrip(); // before the overlay goes, and the keyboard with it
+    // Done before the overlay goes, and the keyboard with it. Who asks already is heard by deliver(): here no event is handled.
+    const std::unique_ptr<wl_event_queue, CallingDeleter<wl_event_queue_destroy>> noEvents(
+        wl_display_create_queue(server.get()));
+    wl_display_roundtrip_queue(server.get(), noEvents.get());
     return offer;
 }
 
 ClipboardOffer::~ClipboardOffer()
 {
-    if (m_waiting >= 0)
-        close(m_waiting);
     if (m_source)
         wl_data_source_destroy(m_source);
     if (m_device)
@@ -69,19 +69,11 @@ ClipboardOffer::~ClipboardOffer()
 void ClipboardOffer::deliver(const QByteArray &content)
 {
     m_content = content;
-    if (m_waiting >= 0)
-        send(std::exchange(m_waiting, -1));
     m_server.waitFor([this] { return m_isOver; }, limit);
 }
 
 void ClipboardOffer::send(int to)
 {
-    if (m_content.isNull()) {
-        if (m_waiting >= 0)
-            close(m_waiting);
-        m_waiting = to;
-        return;
-    }
     writeToReader(to, {m_content.constData(), size_t(m_content.size())});
     m_isOver = true;
 }

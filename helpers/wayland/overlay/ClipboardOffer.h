@@ -40,8 +40,7 @@ private:
     wl_data_device_manager *m_manager = nullptr;
     wl_data_device *m_device = nullptr;
     wl_data_source *m_source = nullptr;
-    QByteArray m_content; // null: not there yet
-    int m_waiting = -1;   // who has asked before it was there
+    QByteArray m_content;
     bool m_isOver = false;
 };
 

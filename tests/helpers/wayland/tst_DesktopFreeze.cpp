@@ -302,7 +302,7 @@ private Q_SLOTS:
         QVERIFY(m_desktop.shows(edge, frame.topLeft()));
         QVERIFY(scripting.isPrivate);
         QVERIFY(!QFile::exists(scripting.file));
-        QCOMPARE(scripting.loaded, QStringList());
+        QTRY_COMPARE(scripting.loaded, QStringList());
         m_desktop.drag({100, 100}, {100, 100});
         QVERIFY(Desktop::ended(helper));
         QImage wanted = isThere ? own : m_shown[0].copy(frame);
