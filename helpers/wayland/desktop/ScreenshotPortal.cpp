@@ -22,7 +22,7 @@ constexpr char service[] = "org.freedesktop.portal.Desktop";
 constexpr char requests[] = "org.freedesktop.portal.Request";
 constexpr auto startLimit = 10s; // for the portal itself, which the call may start
 constexpr auto questionLimit = 60s;
-constexpr auto humanly = 50ms; // no user answers faster
+constexpr auto humanly = 50ms;       // no user answers faster
 constexpr int largestPicture = 2048; // MB
 constexpr char token[] = "quillmere";
 
