@@ -36,6 +36,8 @@ private Q_SLOTS:
         m_folder = m_desktop->home().file(u"captures"_s);
         m_path = m_folder + u"/a.png"_s;
         QDir().mkpath(m_folder);
+        m_ground = QImage(ground.size(), QImage::Format_RGB32);
+        m_ground.fill(0xff3d6a94); // in sway's configuration
         m_desktop->movePointer(elsewhere);
     }
 
@@ -164,7 +166,8 @@ private:
         const QSize seen = (QSizeF(view.size()) * scale).toSize();
         m_page =
             &m_desktop->showPage(u"page"_s, {PatternWindow::makePattern({seen.width(), height}, 5), seen, scale}, at);
-        m_ground = m_desktop->picture().copy(ground);
+        if (!m_desktop->shows(m_ground, ground.topLeft()))
+            qFatal("sway paints no background");
     }
 
     // Returns once the region was drawn and the overlay is gone.
