@@ -149,8 +149,8 @@ bool Database::open()
     if (m_access == Access::write && !m_schemaReady) {
         m_schemaReady = bringToForm() && execute(IndexSql::schema) && execute(IndexSql::failuresSchema) &&
                         execute(IndexSql::boxesSchema);
-        if (m_schemaReady)
-            execute(IndexSql::waitingIndex); // on a full disk it has to do without
+        if (m_schemaReady && !execute(IndexSql::waitingIndex))
+            m_error.clear(); // a full disk, or a file that can only be read, has to do without
     }
     return m_access == Access::read || m_schemaReady;
 }
