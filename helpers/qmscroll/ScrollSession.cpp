@@ -22,7 +22,7 @@ constexpr auto doubtTime = 300ms;     // what still differs then is different
 constexpr auto longestJump = 2000ms;  // over many heights, on a slow machine
 constexpr auto quietTime = 35ms;      // longer than a slow browser's pause between two frames of one movement
 constexpr auto arrivedTime = 10ms;    // where it was expected: two looks that see the same
-constexpr auto astrayTime = 90ms;     // elsewhere: on a loaded machine a movement pauses for longer than usual
+constexpr auto astrayTime = 200ms;    // elsewhere: on a loaded machine a movement pauses for longer than usual
 constexpr auto uncoverTime = 250ms;   // until other programs have repainted what our windows covered
 constexpr auto shortestAnswer = 150ms;
 

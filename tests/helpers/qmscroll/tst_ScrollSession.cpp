@@ -262,7 +262,7 @@ private Q_SLOTS:
     {
         QTest::addColumn<Case>("of");
         const auto row = [](const char *name, const Case &of) { QTest::newRow(name) << of; };
-        row("plain", {.milliseconds = 2300});
+        row("plain", {.milliseconds = 2400});
         row("nothing to scroll", {.view = {.page = region}, .milliseconds = 8200, .notice = Notice::wheelDoesNothing});
         row("the user scrolls too far where the wheel does nothing",
             {.view = {.isDeaf = true},
@@ -305,7 +305,7 @@ private Q_SLOTS:
                                   .furthest = 0,
                                   .milliseconds = 4700});
         row("springs back",
-            {.view = {.springsBack = true}, .end = End::changed, .furthest = somewhere, .milliseconds = 4500});
+            {.view = {.springsBack = true}, .end = End::changed, .furthest = somewhere, .milliseconds = 5600});
         row("the height limit",
             {.view = {.page = 100'000}, .end = End::height, .furthest = somewhere, .milliseconds = 2500});
         row("alike at every step", {.view = {.pixelsPerClick = 90, .blankFrom = 2000},
