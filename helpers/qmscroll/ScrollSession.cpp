@@ -21,8 +21,7 @@ constexpr auto longestStart = 1500ms; // until whatever covered the region has f
 constexpr auto doubtTime = 300ms;     // what still differs then is different
 constexpr auto longestJump = 2000ms;  // over many heights, on a slow machine
 constexpr auto quietTime = 35ms;      // longer than a slow browser's pause between two frames of one movement
-constexpr auto astrayTime =
-    200ms; // not where it was expected: on a loaded machine a movement pauses for longer than usual
+constexpr auto astrayTime = 200ms;    // not where it was expected: a movement pauses on a loaded machine
 constexpr auto uncoverTime = 250ms; // until other programs have repainted what our windows covered
 constexpr auto shortestAnswer = 150ms;
 
