@@ -22,7 +22,7 @@ constexpr auto doubtTime = 300ms;     // what still differs then is different
 constexpr auto longestJump = 2000ms;  // over many heights, on a slow machine
 constexpr auto quietTime = 35ms;      // longer than a slow browser's pause between two frames of one movement
 constexpr auto astrayTime = 200ms;    // not where it was expected: a movement pauses on a loaded machine
-constexpr auto uncoverTime = 250ms; // until other programs have repainted what our windows covered
+constexpr auto uncoverTime = 250ms;   // until other programs have repainted what our windows covered
 constexpr auto shortestAnswer = 150ms;
 
 constexpr double stepShare = 0.6; // fraction of the moving height; what remains in view has to be recognised
