@@ -6,7 +6,6 @@
 
 namespace qm {
 
-static constexpr int fewestClicks = 4;
 static constexpr double leastRounding = 2; // pixels
 static constexpr int mostLooks = 4;        // a sample: looking at every row again would take as long as the capture
 
@@ -18,6 +17,9 @@ void LookBack::measure(int clicks, int shift)
     if (m_hasShort || away > rounding)
         m_isEven = false;
     m_hasShort = away < -rounding;
+    m_isLastAlike = m_lastClicks > 0 && std::abs(shift - double(m_lastShift) * clicks / m_lastClicks) <= leastRounding;
+    m_lastClicks = clicks;
+    m_lastShift = shift;
     if (!m_hasShort) {
         m_clicks += clicks;
         m_pixels += shift;
@@ -26,8 +28,7 @@ void LookBack::measure(int clicks, int shift)
 
 int LookBack::shiftOf(int clicks) const
 {
-    return m_isEven && !m_hasShort && m_clicks >= fewestClicks ? int(std::lround(double(clicks) * m_pixels / m_clicks))
-                                                               : 0;
+    return m_isLastAlike ? int(std::lround(double(clicks) * m_lastShift / m_lastClicks)) : 0;
 }
 
 bool LookBack::begin(int position, int frameHeight)

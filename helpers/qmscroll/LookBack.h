@@ -15,7 +15,7 @@ public:
     // While the page is captured: a step of so many clicks has moved it by that much. The last may be a short one.
     void measure(int clicks, int shift);
 
-    // By how much so many clicks move the page, as far as all steps have been alike; 0: they have not, or there were too few.
+    // By how much so many clicks move the page, as the latest two steps have done alike; 0: they have not.
     int shiftOf(int clicks) const;
 
     // From the frame whose first row is the picture's row `position`. False if the wheel's effect is not known.
@@ -31,7 +31,9 @@ public:
 private:
     int m_clicks = 0, m_pixels = 0; // measured
     bool m_hasShort = false;        // the latest step was shorter than the others
-    bool m_isEven = true;           // all others went the same way per click
+    int m_lastClicks = 0, m_lastShift = 0;
+    bool m_isLastAlike = false; // the latest step went the same way per click as the one before
+    bool m_isEven = true;       // all others went the same way per click
     int m_position = 0, m_back = 0, m_left = 0, m_atOnce = 1;
 };
 

@@ -21,8 +21,7 @@ constexpr auto longestStart = 1500ms; // until whatever covered the region has f
 constexpr auto doubtTime = 300ms;     // what still differs then is different
 constexpr auto longestJump = 2000ms;  // over many heights, on a slow machine
 constexpr auto quietTime = 35ms;      // longer than a slow browser's pause between two frames of one movement
-constexpr auto arrivedTime = 10ms;    // where it was expected: two looks that see the same
-constexpr auto astrayTime = 90ms;     // elsewhere: on a loaded machine a movement pauses for longer than usual
+constexpr auto astrayTime = 200ms;    // not where it was expected: a movement pauses on a loaded machine
 constexpr auto uncoverTime = 250ms;   // until other programs have repainted what our windows covered
 constexpr auto shortestAnswer = 150ms;
 
@@ -205,7 +204,7 @@ ScrollSession::Order ScrollSession::join() const
 ScrollSession::Order ScrollSession::rest(Milliseconds now) const
 {
     // Not past the moment at which the step may be over.
-    const Milliseconds left = std::max(*m_step.since + shortestStep() - now, neededCalm() - calm(now));
+    const Milliseconds left = std::max(*m_step.since + shortest - now, neededCalm() - calm(now));
     const Milliseconds interval = m_pace.fine ? fineInterval : lookInterval;
     return {Order::Kind::look, 0, left > 0ms ? std::min(left, interval) : interval};
 }
@@ -397,7 +396,7 @@ bool ScrollSession::isSettled(Milliseconds now, const Sight &sight) const
         return passed >= answerLimit();
     if (m_pace.fine && m_state == State::forth && sight.fresh)
         return true; // as in watch()
-    return calm(now) >= neededCalm() && passed >= shortestStep();
+    return calm(now) >= neededCalm() && passed >= shortest;
 }
 
 int ScrollSession::expectedShift() const
@@ -408,13 +407,8 @@ int ScrollSession::expectedShift() const
 // How long nothing may change until the step counts as over.
 ScrollSession::Milliseconds ScrollSession::neededCalm() const
 {
-    const auto usual = m_step.arrived ? arrivedTime : expectedShift() > 0 ? astrayTime : quietTime;
+    const auto usual = expectedShift() > 0 && !m_step.arrived ? astrayTime : quietTime;
     return std::max<Milliseconds>(m_pace.patience, usual);
-}
-
-ScrollSession::Milliseconds ScrollSession::shortestStep() const
-{
-    return m_step.arrived ? 0ms : shortest;
 }
 
 // How long nothing has changed.

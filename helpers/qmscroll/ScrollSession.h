@@ -151,7 +151,6 @@ private:
     Notice obstacle(const Sight &sight) const;
     bool isSettled(Milliseconds now, const Sight &sight) const;
     Milliseconds calm(Milliseconds now) const;
-    Milliseconds shortestStep() const;
     Milliseconds neededCalm() const;
     Milliseconds answerLimit() const;
     void learn(const Joint &joint);

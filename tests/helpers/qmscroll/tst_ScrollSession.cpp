@@ -262,7 +262,7 @@ private Q_SLOTS:
     {
         QTest::addColumn<Case>("of");
         const auto row = [](const char *name, const Case &of) { QTest::newRow(name) << of; };
-        row("plain", {.milliseconds = 2300});
+        row("plain", {.milliseconds = 2700});
         row("nothing to scroll", {.view = {.page = region}, .milliseconds = 8200, .notice = Notice::wheelDoesNothing});
         row("the user scrolls too far where the wheel does nothing",
             {.view = {.isDeaf = true},
@@ -277,14 +277,14 @@ private Q_SLOTS:
             {.view = {.pixelsPerClick = 120, .smooth = 200ms, .picture = 30ms}, .milliseconds = 8000});
         row("smooth, with a pause on its way",
             {.view = {.pixelsPerClick = 120, .smooth = 200ms, .pausesAt = 2000}, .milliseconds = 8000});
-        row("stalls once", {.view = {.stallsAt = 2000}, .milliseconds = 3000});
+        row("stalls once", {.view = {.stallsAt = 2000}, .milliseconds = 3200});
         row("slow to answer", {.view = {.answer = 300ms}, .milliseconds = 12'000});
-        row("hardly moves", {.view = {.pixelsPerClick = 2}, .milliseconds = 2700});
+        row("hardly moves", {.view = {.pixelsPerClick = 2}, .milliseconds = 2850});
         row("hardly moves, and the wheel takes its time",
             {.view = {.pixelsPerClick = 2, .page = 2000, .answer = 30ms, .turning = 4ms}, .milliseconds = 15'000});
         row("one click is most of the region", {.view = {.pixelsPerClick = 470}, .milliseconds = 2600});
-        row("a caret", {.view = {.animation = 500ms}, .milliseconds = 2700});
-        row("slow, with a caret", {.view = {.answer = 400ms, .animation = 410ms}, .milliseconds = 16'000});
+        row("a caret", {.view = {.animation = 500ms}, .milliseconds = 2800});
+        row("slow, with a caret", {.view = {.answer = 400ms, .animation = 410ms}, .milliseconds = 16'300});
         row("a scroll bar that goes on fading", {.view = {.animation = 5ms}, .milliseconds = 6000});
         row("slow, with a movie", {.view = {.answer = 250ms, .animation = 90ms}, .milliseconds = 12'000});
         row("alike for a while: smaller steps", {.view = {.blankFrom = 2000}, .milliseconds = 5500});
@@ -305,7 +305,7 @@ private Q_SLOTS:
                                   .furthest = 0,
                                   .milliseconds = 4700});
         row("springs back",
-            {.view = {.springsBack = true}, .end = End::changed, .furthest = somewhere, .milliseconds = 4500});
+            {.view = {.springsBack = true}, .end = End::changed, .furthest = somewhere, .milliseconds = 7000});
         row("the height limit",
             {.view = {.page = 100'000}, .end = End::height, .furthest = somewhere, .milliseconds = 2500});
         row("alike at every step", {.view = {.pixelsPerClick = 90, .blankFrom = 2000},
@@ -323,7 +323,7 @@ private Q_SLOTS:
 
         // What the user scrolls meanwhile is joined.
         const auto pause = [&](const char *name, const Event &begin, const Event &end, Notice notice) {
-            row(name, {.events = {begin, wheel(1200ms, 100), end}, .milliseconds = 4500, .notice = notice});
+            row(name, {.events = {begin, wheel(1200ms, 100), end}, .milliseconds = 4600, .notice = notice});
         };
         const Event back = point(2000ms, Pointer::inside);
         pause("the pointer is elsewhere", point(400ms, Pointer::away), back, Notice::pointerAway);
