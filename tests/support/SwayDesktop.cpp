@@ -295,8 +295,7 @@ void SwayDesktop::listenToWheel(wl_seat *seat)
 {
     static const wl_pointer_listener listener = [] {
         wl_pointer_listener all = {};
-        const auto of = [](void *self) -> SwayDesktop & { return *static_cast<SwayDesktop *>(self); };
-        static constexpr auto desktop = of;
+        static constexpr auto desktop = [](void *self) -> SwayDesktop & { return *static_cast<SwayDesktop *>(self); };
         all.enter = [](void *self, wl_pointer *, uint32_t, wl_surface *surface, wl_fixed_t, wl_fixed_t) {
             desktop(self).m_pointed = surface;
         };
