@@ -109,11 +109,11 @@ void ShotListView::selectionChanged(const QItemSelection &selected, const QItemS
 }
 
 // A click below the last row clears the selection, as usual in lists that allow an empty one.
-QItemSelectionModel::SelectionFlags ShotListView::selectionCommand(const QModelIndex &index, const QEvent *event) const
+void ShotListView::mousePressEvent(QMouseEvent *event)
 {
-    if (!index.isValid() && event && event->type() == QEvent::MouseButtonPress)
-        return QItemSelectionModel::Clear;
-    return QListView::selectionCommand(index, event);
+    QListView::mousePressEvent(event);
+    if (!indexAt(event->position().toPoint()).isValid())
+        clearSelection();
 }
 
 void ShotListView::paintEvent(QPaintEvent *event)

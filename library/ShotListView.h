@@ -42,7 +42,7 @@ protected:
     void contextMenuEvent(QContextMenuEvent *event) override;
     void startDrag(Qt::DropActions actions) override;
     void selectionChanged(const QItemSelection &selected, const QItemSelection &deselected) override;
-    QItemSelectionModel::SelectionFlags selectionCommand(const QModelIndex &index, const QEvent *event) const override;
+    void mousePressEvent(QMouseEvent *event) override;
 
 private:
     void selectSome();

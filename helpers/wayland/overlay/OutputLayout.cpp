@@ -8,6 +8,9 @@ namespace qm {
 
 namespace {
 
+// A compositor's coordinates are multiples of this, and newer ones round them down: 399.996 is pixel 400.
+constexpr double coordinateStep = 1.0 / 256;
+
 // One side of a monitor; end is the first point after it.
 struct Interval {
     int begin, end; // logical
@@ -84,7 +87,7 @@ QPoint OutputLayout::pixelAt(int output, QPointF point) const
     }
     const QRect &logical = m_outputs[output].logical;
     const QRect &area = m_areas[output];
-    const QPointF within = global - logical.topLeft();
+    const QPointF within = global - logical.topLeft() + QPointF(coordinateStep, coordinateStep);
     const int x = int(std::floor(within.x() * area.width() / logical.width()));
     const int y = int(std::floor(within.y() * area.height() / logical.height()));
     return {area.left() + std::clamp(x, 0, area.width() - 1), area.top() + std::clamp(y, 0, area.height() - 1)};

@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <linux/input-event-codes.h>
+#include <protocol/virtual-pointer.h>
 #include <wayland-client-protocol.h>
 
 namespace qm {
@@ -11,7 +12,7 @@ namespace qm {
 using namespace std::chrono_literals;
 
 // After the surfaces are shown, compositors tell at once where the pointer is; a touch screen alone has none.
-static constexpr auto pointerLimit = 300ms;
+static constexpr auto pointerLimit = 300ms, soon = 50ms;
 
 struct WaylandOverlay::Listeners {
     static WaylandOverlay &of(void *self) { return *static_cast<WaylandOverlay *>(self); }
@@ -77,10 +78,29 @@ WaylandOverlay::WaylandOverlay(WaylandCurtain &curtain, const QByteArray &trigge
     curtain.seat().listen(pointer, Listeners::keyboard, this);
 }
 
+// From version 1.8 or so, sway tells a new surface that the pointer lies there only once it has moved. So it moves, by nothing.
+void WaylandOverlay::nudgePointer()
+{
+    zwlr_virtual_pointer_manager_v1 *manager =
+        m_server.bind<zwlr_virtual_pointer_manager_v1>(zwlr_virtual_pointer_manager_v1_interface, 1);
+    if (!manager)
+        return;
+    zwlr_virtual_pointer_v1 *mover =
+        zwlr_virtual_pointer_manager_v1_create_virtual_pointer(manager, m_curtain.seat().handle());
+    zwlr_virtual_pointer_v1_motion(mover, 0, 0, 0);
+    zwlr_virtual_pointer_v1_frame(mover);
+    m_server.roundTrip();
+    zwlr_virtual_pointer_v1_destroy(mover);
+    zwlr_virtual_pointer_manager_v1_destroy(manager);
+}
+
 OverlayDesktop::Start WaylandOverlay::start()
 {
-    if (m_curtain.seat().pointer())
-        m_server.waitFor([this] { return m_output >= 0; }, pointerLimit);
+    const auto isTold = [this] { return m_output >= 0; };
+    if (m_curtain.seat().pointer() && !m_server.waitFor(isTold, soon)) {
+        nudgePointer();
+        m_server.waitFor(isTold, pointerLimit);
+    }
     m_at = m_pointer;
     return {m_at, m_keymap.isShiftDown()};
 }

@@ -50,6 +50,7 @@ private:
     void key(quint32 code, bool isDown);
     void add(const Input &input) { m_inputs.append(input); }
     Input keyInput(Input::Kind kind, quint32 code) const;
+    void nudgePointer();
     void present();
     void showPointer();
 
