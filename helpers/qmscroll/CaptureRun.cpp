@@ -148,6 +148,10 @@ void CaptureRun::look()
         return;
     const QImage frame = m_desktop.grab();
     if (frame.isNull()) {
+        if (m_options.isAskedToEnd()) { // the signal may be why there is none
+            m_session.cancel();
+            return;
+        }
         const ScrollDesktop::Input input = m_desktop.wait(0ms); // the display is gone, or the user has had enough
         handle(input);
         if (input.kind == ScrollDesktop::Input::Kind::gone || m_session.end() != ScrollSession::End::open)

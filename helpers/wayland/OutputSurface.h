@@ -77,7 +77,7 @@ private:
     wl_callback *m_frame = nullptr;
     wl_shm *m_shm;
     QSize m_pixels;
-    QSize m_asked; // of a full-screen window
+    QSize m_asked; // of a window
     QSize m_size;
     bool m_coversAll = true;
     bool m_isClosed = false;

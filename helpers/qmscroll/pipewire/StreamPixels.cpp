@@ -7,6 +7,7 @@
 namespace qm {
 
 static constexpr int pixelBytes = 4;
+static constexpr QRgb opaque = 0xff000000; // in a stream the fourth byte may be anything
 
 QImage StreamPixels::cut(const QRect &part) const
 {
@@ -20,7 +21,9 @@ QImage StreamPixels::cut(const QRect &part) const
     QImage image(part.size(), QImage::Format_RGB32);
     for (int y = 0; y < part.height(); ++y) {
         const uchar *const row = memory.data() + offset + (part.y() + y) * bytesPerLine + qint64(part.x()) * pixelBytes;
-        std::memcpy(image.scanLine(y), row, size_t(part.width()) * pixelBytes);
+        auto *const line = reinterpret_cast<QRgb *>(image.scanLine(y));
+        std::memcpy(line, row, size_t(part.width()) * pixelBytes);
+        std::for_each(line, line + part.width(), [](QRgb &pixel) { pixel |= opaque; });
     }
     return isBlueFirst ? image : image.rgbSwapped();
 }

@@ -170,7 +170,7 @@ void ScrollCover::setReach(Reach reach)
         taken += m_panel;
         m_surfaces[i]->setInput(m_globals, (taken & area).translated(-area.topLeft()));
     }
-    if (reach != Reach::region) // there the pointer is about to come
+    if (reach != Reach::region)
         followKeyboard();
     wl_display_flush(m_server.get());
 }

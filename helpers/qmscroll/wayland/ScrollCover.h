@@ -40,7 +40,9 @@ public:
     void setPanel(const QImage &picture, QPoint at, int output); // premultiplied; null: none
     void present(); // what has changed, as soon as the compositor is ready for it
 
+    // Over the region, where the pointer is about to come, the keyboard stays as it is; see followKeyboard().
     void setReach(Reach reach);
+    void followKeyboard(); // takes it or leaves it to others, as reach and pointer have it
     bool hasPointer() const { return m_pointerOutput >= 0; }
     QPoint pointer() const { return m_pointer; } // if it has
     bool hasPointerInRegion() const { return hasPointer() && isInRegion(); }
@@ -63,7 +65,6 @@ private:
     void turned(double distance);
     void key(quint32 code, bool isDown);
     void showCursor();
-    void followKeyboard();
 
     WaylandServer &m_server;
     const OutputLayout m_layout;

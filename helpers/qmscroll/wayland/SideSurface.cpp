@@ -56,7 +56,7 @@ std::optional<QPoint> SideSurface::findMark(const QImage &monitor) const
     const auto isMark = [&](int x, int y) {
         for (int i = 0; i < 2 * markSize; ++i) {
             for (const int row : {y, y + markSize - 1}) {
-                if ((monitor.pixel(x + i, row) | 0xff000000) != markColors[i / markSize])
+                if (monitor.pixel(x + i, row) != markColors[i / markSize])
                     return false;
             }
         }
@@ -94,7 +94,8 @@ void SideSurface::setInput(const SurfaceGlobals &globals, const QRegion &area)
     const QSizeF pixels = coveredPixels();
     const double perX = m_surface.size().width() / pixels.width();
     const double perY = m_surface.size().height() / pixels.height();
-    for (const QRect &part : area.translated(-m_origin)) {
+    const QRegion own = isConfigured() ? area.translated(-m_origin) : QRegion(); // without a size it has no pixels
+    for (const QRect &part : own) {
         const QRect points =
             QRectF(part.x() * perX, part.y() * perY, part.width() * perX, part.height() * perY).toAlignedRect();
         wl_region_add(region, points.x(), points.y(), points.width(), points.height());

@@ -11,6 +11,7 @@
 #include "helpers/wayland/desktop/DesktopFreeze.h"
 #include "helpers/wayland/overlay/SwayTree.h"
 #include "helpers/wayland/overlay/WaylandOverlay.h"
+#include "ui/AppLocale.h"
 
 #include <QPainter>
 
@@ -118,8 +119,10 @@ std::optional<ScrollDesktop::Region> WaylandScrollDesktop::chooseRegion(QString 
     m_output = largestPart(m_layout->areas(), choice.area);
     const QRect monitor = m_layout->areas()[m_output];
     m_region = choice.area & monitor;
-    if (m_region.isEmpty() || haveMonitorsChanged())
+    if (m_region.isEmpty() || haveMonitorsChanged()) {
+        *failure = AppLocale::text(u"the screen changed", u"画面の構成が変わりました");
         return {};
+    }
     const WaylandOutput &output = *m_outputs.all()[size_t(m_output)];
     m_frames = m_way.frames(*m_server, m_outputs,
                             {.output = output.name,
@@ -137,10 +140,11 @@ std::optional<ScrollDesktop::Region> WaylandScrollDesktop::chooseRegion(QString 
                   .before = {}}; // windows may look otherwise once they have lost the keyboard
 }
 
-// Many programs fade a window when it gets the keyboard or loses it, and it would do both between overlay and cover.
+// Many programs fade a window when it gets the keyboard or loses it, and it would do both between overlay and cover. But where
+// the portal may ask the user in between, its dialog needs the keyboard.
 void WaylandScrollDesktop::holdKeyboard()
 {
-    if (!m_globals.layerShell)
+    if (!m_globals.layerShell || &m_way == &castWay)
         return;
     m_keyboardHolder.emplace(m_globals, *m_outputs.all().front(), QSize(1, 1));
     m_keyboardHolder->setKeyboard(true);
@@ -183,7 +187,9 @@ PanelPlace WaylandScrollDesktop::showFrame()
     const QRect outer = inner.adjusted(-border, -border, border, border);
     const PanelPlace place = placePanel(outer, own, others);
     m_panelAt = place.at;
-    m_panelOutput = largestPart(areas, QRect(place.at, ScrollPanel::size(place.shape, place.scale)));
+    // As long as the cover has no size, the place may be on a monitor without one.
+    const int panelOutput = largestPart(areas, QRect(place.at, ScrollPanel::size(place.shape, place.scale)));
+    m_panelOutput = covered.contains(panelOutput) ? panelOutput : m_output;
     m_panelRadius = ScrollPanel::cornerRadius(place.scale);
 
     if (isPlaced)
@@ -285,6 +291,7 @@ void WaylandScrollDesktop::turnInRegion(int clicks)
         return; // by the user, meanwhile
     m_wheel->movePointer(place);
     m_server->waitFor([this] { return m_cover->hasPointer(); }, pointerLimit);
+    m_cover->followKeyboard(); // which goes if the pointer has not come
 }
 
 ScrollDesktop::Input WaylandScrollDesktop::wait(std::chrono::milliseconds limit)

@@ -12,8 +12,14 @@ std::optional<WholePixels> wholePixelsAround(const RegionPart &part)
     const QSize points = part.logical.size();
     const int scale = int(std::lround(double(part.monitor.width()) * scaleUnit / points.width())); // in 120ths
     const auto whole = [scale](int length) { return int(std::lround(double(length) * scale / scaleUnit)); };
-    if (whole(points.width()) < part.monitor.width() || whole(points.height()) < part.monitor.height())
-        return {}; // its points do not come out even, and the last pixels would be missing
+    // Compositors round to whole points, so up to a point may be too much. More tells that the scale is no multiple of a 120th;
+    // with too little the last pixels would be missing.
+    const auto comesOut = [&](int length, int pixels) {
+        const int over = whole(length) - pixels;
+        return over >= 0 && over * scaleUnit < scale;
+    };
+    if (!comesOut(points.width(), part.monitor.width()) || !comesOut(points.height(), part.monitor.height()))
+        return {};
     const int step = scaleUnit / std::gcd(scale, scaleUnit); // points that are whole pixels
     const int stepPixels = step * scale / scaleUnit;
     const QPoint first(part.pixels.x() / stepPixels, part.pixels.y() / stepPixels); // steps

@@ -122,7 +122,7 @@ std::unique_ptr<RegionFrames> frames(WaylandServer &server, const WaylandOutputs
                                      QString *failure)
 {
     for (const std::unique_ptr<WaylandOutput> &output : outputs.all()) {
-        if (output->logical == part.logical)
+        if (output->name == part.output && output->logical == part.logical) // monitors may show the same
             return std::make_unique<ScreencopyFrames>(server, *output, part);
     }
     *failure = QStringLiteral("the region could not be read from the screen");

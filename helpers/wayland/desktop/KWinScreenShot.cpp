@@ -6,6 +6,7 @@
 #include <QImage>
 
 #include <algorithm>
+#include <cerrno>
 #include <fcntl.h>
 #include <functional>
 #include <map>
@@ -40,9 +41,10 @@ bool readAll(int file, uchar *to, size_t count)
 {
     for (size_t received = 0; received < count;) {
         pollfd ready = {file, POLLIN, 0};
-        if (poll(&ready, 1, int(std::chrono::milliseconds(limit).count())) <= 0)
-            return false;
-        const ssize_t got = read(file, to + received, count - received);
+        const int isReady = poll(&ready, 1, int(std::chrono::milliseconds(limit).count()));
+        const ssize_t got = isReady > 0 ? read(file, to + received, count - received) : isReady;
+        if (got < 0 && errno == EINTR)
+            continue; // what the signal is about is asked elsewhere
         if (got <= 0)
             return false;
         received += size_t(got);

@@ -26,7 +26,7 @@ std::string requestPath(const UserBus &bus, const std::string &token)
         return {};
     std::string sender = name + 1; // without its colon
     std::replace(sender.begin(), sender.end(), '.', '_');
-    return "/org/freedesktop/portal/desktop/request/" + sender + '/' + token;
+    return std::string(PortalRequest::object) + "/request/" + sender + '/' + token;
 }
 
 } // namespace

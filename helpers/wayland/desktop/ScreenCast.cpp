@@ -164,7 +164,7 @@ void ScreenCast::end()
 {
     m_listening.reset();
     if (!m_session.empty())
-        m_bus.call(m_bus.newCall(PortalRequest::service, m_session.c_str(), sessions, "Close"), limit);
+        m_bus.tell(m_bus.newCall(PortalRequest::service, m_session.c_str(), sessions, "Close"));
     m_session.clear();
     m_node = 0;
     m_place.reset();

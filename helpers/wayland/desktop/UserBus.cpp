@@ -54,10 +54,11 @@ bool UserBus::waitFor(const std::function<bool()> &condition, std::chrono::milli
     const QDeadlineTimer deadline(limit);
     while (!condition()) {
         const int handled = get() ? sd_bus_process(get(), nullptr) : -1;
+        if (handled > 0)
+            continue;
         if (handled < 0 || deadline.hasExpired())
             return false;
-        if (handled == 0)
-            sd_bus_wait(get(), uint64_t(deadline.remainingTime()) * 1000);
+        sd_bus_wait(get(), uint64_t(deadline.remainingTime()) * 1000);
     }
     return true;
 }

@@ -30,7 +30,7 @@ public:
     BusMessage call(const BusMessage &message, std::chrono::milliseconds limit) const;
     // A call whose answer nobody needs; what cannot be written at once is when the bus is left.
     void tell(const BusMessage &message) const;
-    // Handles what comes until a condition holds. False if it does not in time.
+    // Handles what comes until a condition holds, what has come already even without time. False if it does not in time.
     bool waitFor(const std::function<bool()> &condition, std::chrono::milliseconds limit) const;
 
 private:

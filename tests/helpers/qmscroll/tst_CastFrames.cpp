@@ -4,6 +4,7 @@
 #include "helpers/qmscroll/pipewire/StreamPixels.h"
 #include "helpers/qmscroll/wayland/CastFrames.h"
 #include "helpers/qmscroll/wayland/WholePixels.h"
+#include "helpers/wayland/desktop/ScreenCast.h"
 #include "tests/support/TempHome.h"
 
 #include <QDBusArgument>
@@ -46,23 +47,26 @@ const QDBusArgument &operator>>(const QDBusArgument &argument, Stream &stream)
     return argument;
 }
 
+constexpr QPoint notTold(-1, -1);
+
 class Portal : public QObject, protected QDBusContext
 {
     Q_OBJECT
     Q_CLASSINFO("D-Bus Interface", "org.freedesktop.portal.ScreenCast")
 
 public:
-    QPoint chosen; // the corner of the monitor that the user would choose
+    QPoint chosen; // the corner of the monitor that the user would choose; notTold: not every portal says
     uint code = 0; // the user's answer
     QHash<QString, QPoint> remembered;
     bool refusesTokens = false;
-    QStringList asked; // each time with this token
+    bool isStopped = false; // by the user, as soon as there is a stream
+    QStringList asked;      // each time with this token
 
 public Q_SLOTS:
     QDBusObjectPath CreateSession(const QVariantMap &options)
     {
-        const QString session = u"/session/"_s + options[u"session_handle_token"_s].toString();
-        return respond(options, 0, {{u"session_handle"_s, session}});
+        m_session = u"/session/"_s + options[u"session_handle_token"_s].toString();
+        return respond(options, 0, {{u"session_handle"_s, m_session}});
     }
     QDBusObjectPath SelectSources(const QDBusObjectPath &, const QVariantMap &options)
     {
@@ -77,12 +81,16 @@ public Q_SLOTS:
     {
         const bool isRemembered = remembered.contains(asked.last());
         const QPoint place = isRemembered ? remembered[asked.last()] : chosen;
-        const QList<Stream> streams = {{7, {{u"position"_s, place}, {u"size"_s, QPoint(800, 600)}}}};
+        QList<Stream> streams = {{7, {{u"size"_s, QPoint(800, 600)}}}};
+        if (place != notTold)
+            streams[0].properties[u"position"_s] = place;
         return respond(options, isRemembered ? 0 : code,
                        {{u"streams"_s, QVariant::fromValue(streams)}, {u"restore_token"_s, u"next"_s}});
     }
     QDBusUnixFileDescriptor OpenPipeWireRemote(const QDBusObjectPath &, const QVariantMap &)
     {
+        if (isStopped) // the answer comes after it
+            connection().send(QDBusMessage::createSignal(m_session, u"org.freedesktop.portal.Session"_s, u"Closed"_s));
         int ends[2] = {}; // of a connection that nobody serves
         socketpair(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0, ends);
         const QDBusUnixFileDescriptor remote(ends[0]);
@@ -101,6 +109,8 @@ private:
         connection().send(response << answer << (answer == 0 ? results : QVariantMap()));
         return QDBusObjectPath(path);
     }
+
+    QString m_session;
 };
 
 class tst_CastFrames : public QObject
@@ -145,6 +155,9 @@ private Q_SLOTS:
         QTest::newRow("later") << other << 1U << here << false << token << QStringList{u"token"_s} << next << noStream;
         QTest::newRow("another monitor's token") << here << 0U << other << false << token << again << next << noStream;
         QTest::newRow("no token") << here << 0U << here << true << token << again << next << noStream;
+        QTest::newRow("place not told") << notTold << 0U << other << false << none << once << next << noStream;
+        QTest::newRow("another monitor's token, then cancelled")
+            << here << 1U << other << false << token << again << token << QString();
         QTest::newRow("cancelled") << here << 1U << other << false << none << once << none << QString();
         QTest::newRow("another monitor") << other << 0U << other << false << none << once << none
                                          << u"the monitor that was chosen is not the one with the region"_s;
@@ -167,28 +180,41 @@ private Q_SLOTS:
         portal.code = code;
         portal.remembered = {{u"token"_s, remembered}};
         portal.refusesTokens = refusesTokens;
-        QDBusConnection bus =
-            QDBusConnection::connectToBus(qEnvironmentVariable("DBUS_SESSION_BUS_ADDRESS"), u"portal"_s);
-        QVERIFY(bus.registerObject(u"/org/freedesktop/portal/desktop"_s, &portal, QDBusConnection::ExportAllSlots));
-        QVERIFY(bus.registerService(u"org.freedesktop.portal.Desktop"_s));
-
         QString failure;
         bool isThere = true;
-        const std::unique_ptr<QThread> asking(QThread::create([&] {
+        askWith(portal, [&] {
             const RegionPart part = {"DP-2", {10, 20, 100, 100}, {800, 600}, {800, 0, 800, 600}};
             isThere = openCastFrames(part, &failure) != nullptr;
-        }));
-        asking->start();
-        QTRY_VERIFY_WITH_TIMEOUT(asking->isFinished(), 20000);
+        });
         QVERIFY(!isThere);
         QTEST(failure, "failure");
         QTEST(portal.asked, "asked");
         QByteArray keptThen = m_home.read(u".quillmere/screencasts.json"_s);
         QTEST(keptThen.replace(' ', "").replace('\n', ""), "keptThen");
-        if (!keptThen.isEmpty())
+        if (keptThen != kept)
             QCOMPARE(QFileInfo(file).permissions() & (QFile::ReadGroup | QFile::ReadOther), QFile::Permissions());
-        bus.unregisterObject(u"/org/freedesktop/portal/desktop"_s);
-        QVERIFY(bus.unregisterService(u"org.freedesktop.portal.Desktop"_s));
+    }
+
+    void stopped_data()
+    {
+        QTest::addColumn<bool>("isStopped");
+        QTest::newRow("by the user") << true;
+        QTest::newRow("not at all") << false;
+    }
+    void stopped()
+    {
+        QFETCH(bool, isStopped);
+        Portal portal;
+        portal.isStopped = isStopped;
+        std::optional<bool> hasEnded;
+        askWith(portal, [&] {
+            ScreenCast cast;
+            if (cast.begin({}) != ScreenCast::Begun::yes)
+                return;
+            close(cast.openRemote());
+            hasEnded = cast.hasEnded();
+        });
+        QCOMPARE(hasEnded, std::optional(isStopped));
     }
 
     void buffers_data()
@@ -230,7 +256,7 @@ private Q_SLOTS:
         const QImage image = StreamPixels{memory, offset, bytesPerLine, size, spa_video_format(format)}.cut(part);
         QCOMPARE(image.size(), corner.isValid() ? part.size() : QSize(0, 0));
         if (corner.isValid())
-            QCOMPARE(image.pixelColor(0, 0), corner);
+            QCOMPARE(*reinterpret_cast<const QRgb *>(image.constScanLine(0)), corner.rgb()); // all of it: no alpha
     }
 
     void asksForWholePixels_data()
@@ -252,6 +278,10 @@ private Q_SLOTS:
             << QSize(2560, 1440) << QSize(1707, 960) << QRect(4, 3, 3, 3) << QRect(2, 2, 4, 2) << QPoint(1, 0);
         QTest::newRow("points rounded down")
             << QSize(2560, 1440) << QSize(1706, 960) << QRect(4, 3, 3, 3) << QRect() << QPoint();
+        QTest::newRow("a scale of 1.33") << QSize(1920, 1080) << QSize(1443, 812) << QRect(4, 3, 3, 3) << QRect()
+                                         << QPoint();
+        QTest::newRow("a scale of 1.67") << QSize(1920, 1080) << QSize(1149, 646) << QRect(4, 3, 3, 3) << QRect()
+                                         << QPoint();
     }
     void asksForWholePixels()
     {
@@ -264,6 +294,21 @@ private Q_SLOTS:
     }
 
 private:
+    // Asks on another thread, while the portal answers on this one.
+    static void askWith(Portal &portal, const std::function<void()> &ask)
+    {
+        const QString object = u"/org/freedesktop/portal/desktop"_s, service = u"org.freedesktop.portal.Desktop"_s;
+        QDBusConnection bus =
+            QDBusConnection::connectToBus(qEnvironmentVariable("DBUS_SESSION_BUS_ADDRESS"), u"portal"_s);
+        QVERIFY(bus.registerObject(object, &portal, QDBusConnection::ExportAllSlots));
+        QVERIFY(bus.registerService(service));
+        const std::unique_ptr<QThread> asking(QThread::create(ask));
+        asking->start();
+        QTRY_VERIFY_WITH_TIMEOUT(asking->isFinished(), 20000);
+        bus.unregisterObject(object);
+        QVERIFY(bus.unregisterService(service));
+    }
+
     const TempHome m_home;
     QProcess m_bus;
 };
