@@ -164,6 +164,7 @@ void CaptureRun::look()
     sight.changed = m_frame.isNull() || differs(frame, m_frame);
     if (sight.changed)
         m_fresh = m_joined.isNull() || differs(frame, m_joined);
+    sight.aside = sight.changed && !m_frame.isNull() && !differs(frame, m_frame, sideWidth);
     sight.fresh = m_fresh;
     const int expected = m_session.expectedShift();
     sight.arrived = expected > 0 && sight.fresh && m_take->stitcher().hasMovedBy(expected, frame);
@@ -259,7 +260,7 @@ ScrollSession::Found CaptureRun::find(int near) const
     return {stitcher.find(m_frame, near), stitcher.isBeginning(m_frame)};
 }
 
-std::unique_ptr<Take> CaptureRun::newTake(std::optional<int> bar) const
+std::unique_ptr<Take> CaptureRun::newTake(const std::optional<ScrollBar> &bar) const
 {
     return std::make_unique<Take>(Take::Options{.path = m_options.path,
                                                 .frame = m_region.area.size(),
@@ -270,7 +271,7 @@ std::unique_ptr<Take> CaptureRun::newTake(std::optional<int> bar) const
 
 Order CaptureRun::takeAgain()
 {
-    const std::optional<int> bar = m_take->bar(); // so that both are as wide
+    const std::optional<ScrollBar> bar = m_take->bar(); // so that both are as wide
     if (!m_earlier || m_take->height() >= m_earlier->height()) {
         m_earlier = std::move(m_take);
         m_earlierEnd = m_session.earlierEnd();

@@ -4,10 +4,14 @@
 
 namespace qm {
 
-// True if two frames show different content. Both RGB32 of the same size; the fourth byte is ignored.
-bool differs(const QImage &frame, const QImage &other);
+// Pixels at the right edge of a frame: a scroll bar with its track on a screen with two pixels per point.
+constexpr int sideWidth = 48;
 
-// The same for so many pixels of a row.
+// True if two frames show different content, but for so many columns at their right edge. Both RGB32 of the same size; the
+// fourth byte is ignored.
+bool differs(const QImage &frame, const QImage &other, int aside = 0);
+
+// True if so many pixels of two rows show the same; the fourth byte is ignored.
 bool areAlike(const QRgb *pixels, const QRgb *others, int count);
 
 } // namespace qm

@@ -1,5 +1,7 @@
 #include "helpers/qmscroll/Placement.h"
 
+#include "helpers/qmscroll/FrameChange.h"
+
 #include <algorithm>
 #include <optional>
 #include <utility>
@@ -15,7 +17,6 @@ constexpr int caretHeight = 48;    // pixels: of a caret or a blinking mark, whi
 constexpr int groupGap = 8;        // rows between two changes that count as one: less than a line of text
 constexpr int mostCandidates = 6;  // the page, a sidebar, and what content that grew has pushed away; and as many again
 constexpr int thumbShare = 2;      // one in so many rows is covered by a thumb, at most
-constexpr int sideWidth = 48;      // pixels: a scroll bar with its track on a screen with two pixels per point
 
 struct Span {
     int from, to;
@@ -69,6 +70,7 @@ private:
         bool isStrange = false; // they are more than a thumb
     };
     Left leftBehind(int at, const Bands &used, int from, int to) const;
+    bool differsInside(int y, int row) const;
     int header(int at, const Bands &used, int to) const;
     std::vector<Span> changes(int at, const Bands &used, int from, int to) const;
     bool settleTop(Trial *trial, std::vector<Span> *changes, int fixed) const;
@@ -248,23 +250,36 @@ Bands Search::standing() const
     return bands;
 }
 
+// In the outermost band, left of where a scroll bar can be.
+bool Search::differsInside(int y, int row) const
+{
+    const int width = m_now.image.width(), from = int(columnOf(bandCount - 1, width));
+    const QImage held = m_held.pixels(row, row + 1);
+    const auto columns = [from](const QImage &image, int line) {
+        return reinterpret_cast<const QRgb *>(image.constScanLine(line)) + from;
+    };
+    return !areAlike(columns(m_now.image, y), columns(held, 0), std::max(0, width - sideWidth - from));
+}
+
 // The columns that have moved with the page so far, and do not at this place. A thumb that comes and goes over the page covers
 // the outermost of them, where it is and where it was.
 Search::Left Search::leftBehind(int at, const Bands &used, int from, int to) const
 {
     Left left;
     int covered = 0, thumbs = 0, last = from - groupGap - 1;
+    bool isNarrow = true;
     for (int y = from; y < to; ++y) {
         const Bands here = differing(m_now.rows[size_t(y)], m_held[at + y]) & m_known.moving & ~used;
         if (here.none())
             continue;
         left.bands |= here;
         thumbs += y - last > groupGap;
+        isNarrow = isNarrow && !differsInside(y, at + y);
         ++covered;
         last = y;
     }
     const bool isOutermost = left.bands == Bands().set(bandCount - 1);
-    const bool isThumb = isOutermost && thumbs <= 2 && covered <= (to - from) / thumbShare;
+    const bool isThumb = isOutermost && isNarrow && thumbs <= 2 && covered <= (to - from) / thumbShare;
     left.isStrange = left.bands.any() && !(isThumb && m_known.heading == Heading::forward);
     return left;
 }

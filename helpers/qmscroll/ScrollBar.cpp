@@ -119,6 +119,34 @@ bool isBar(std::span<const ScrollBar::Sample> samples, int width)
            goesAlong(samples, thumb.length(), [&](size_t i) { return all[i][above].to; });
 }
 
+// True if the edge has no rows but those of the samples. At its ends, where a button may be on or off, only what goes on from
+// the page counts.
+bool isKnown(const QImage &edge, std::span<const ScrollBar::Sample> samples, int width)
+{
+    std::vector<const QRgb *> known;
+    const auto isAmong = [&](const QRgb *row) {
+        return std::any_of(known.begin(), known.end(), [&](const QRgb *other) { return areAlike(row, other, width); });
+    };
+    for (const ScrollBar::Sample &sample : samples) {
+        for (const Piece &piece : piecesOf(sample.edge, width)) {
+            if (const QRgb *row = rowOf(sample.edge, piece.from, width); !isAmong(row))
+                known.push_back(row);
+        }
+    }
+    const int end = endShare * width;
+    int strange = 0, setOff = 0;
+    for (int y = 0; y < edge.height(); ++y) {
+        const QRgb *row = rowOf(edge, y, width);
+        if (isAmong(row))
+            continue;
+        if (y >= end && y < edge.height() - end)
+            return false;
+        ++strange;
+        setOff += ((row[0] ^ row[-1]) & 0xffffff) != 0;
+    }
+    return 4 * setOff >= 3 * strange;
+}
+
 } // namespace
 
 void ScrollBar::see(const QImage &frame, int at)
@@ -141,12 +169,18 @@ int ScrollBar::width() const
                 continue;
             const std::span samples(m_samples.data() + above, m_samples.size() - size_t(above + below));
             for (int width = widest; width >= narrowest; --width) {
-                if (isBar(samples, width))
+                const auto isExplained = [&](const Sample &sample) { return isKnown(sample.edge, samples, width); };
+                if (isBar(samples, width) && std::all_of(m_samples.begin(), m_samples.end(), isExplained))
                     return width;
             }
         }
     }
     return 0;
+}
+
+bool ScrollBar::isAllOf(const QImage &frame, int width) const
+{
+    return isKnown(frame, m_samples, width);
 }
 
 } // namespace qm

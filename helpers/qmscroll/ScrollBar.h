@@ -25,6 +25,10 @@ public:
     // In pixels, from the right edge; 0 if there is none for certain. At least three places have to be seen.
     int width() const;
 
+    // False if so many columns at the frame's right edge show anything but the bar as it has been seen. What is at its ends may
+    // change, such as a button, if it is set off from the page.
+    bool isAllOf(const QImage &frame, int width) const;
+
 private:
     std::vector<Sample> m_samples; // by place
 };

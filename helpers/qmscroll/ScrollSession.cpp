@@ -21,7 +21,7 @@ constexpr auto longestStart = 1500ms; // until whatever covered the region has f
 constexpr auto doubtTime = 300ms;     // what still differs then is different
 constexpr auto longestJump = 2000ms;  // over many heights, on a slow machine
 constexpr auto quietTime = 35ms;      // longer than a slow browser's pause between two frames of one movement
-constexpr auto astrayTime = 200ms;    // not where it was expected: a movement pauses on a loaded machine
+constexpr auto elsewhereTime = 200ms; // not where it was expected: a movement pauses on a loaded machine
 constexpr auto uncoverTime = 250ms;   // until other programs have repainted what our windows covered
 constexpr auto shortestAnswer = 150ms;
 
@@ -99,6 +99,8 @@ ScrollSession::Order ScrollSession::look(Milliseconds now, const Sight &sight)
         m_step.lastChange = now;
         ++m_step.changes;
     }
+    if (sight.changed && !sight.aside)
+        m_step.arrived.reset(); // what has come into view is still being painted
     m_step.arrived = sight.arrived ? m_step.arrived.value_or(now) : std::optional<Milliseconds>();
     if (!isSettled(now, sight))
         return rest(now);
@@ -269,9 +271,10 @@ ScrollSession::Order ScrollSession::found(Milliseconds now, const Found &found)
     case State::rewinding: return rewind(now, found);
     default: break;
     }
-    if (found.at)
+    if (found.at && *found.at <= m_progress.position)
         return endWith(End::content);
     m_state = State::forth; // a list has loaded more meanwhile
+    m_step.clicks = m_pace.nextClicks;
     return join();
 }
 
@@ -407,7 +410,7 @@ int ScrollSession::expectedShift() const
 // How long nothing may change until the step counts as over.
 ScrollSession::Milliseconds ScrollSession::neededCalm() const
 {
-    const auto usual = expectedShift() > 0 && !m_step.arrived ? astrayTime : quietTime;
+    const auto usual = expectedShift() > 0 && !m_step.arrived ? elsewhereTime : quietTime;
     return std::max<Milliseconds>(m_pace.patience, usual);
 }
 

@@ -61,7 +61,8 @@ public:
     // What a look at the screen found.
     struct Sight {
         bool changed = false; // the frame differs from the previous look's
-        bool fresh = false;   // and from the last frame passed to the stitcher
+        bool aside = false;   // but only where a scroll bar can be
+        bool fresh = false;   // it differs from the last frame passed to the stitcher
         bool arrived = false; // it is as far from the last joined frame as expectedShift() says
         bool trusted = false; // it equals what was visible before our windows covered anything
         Pointer pointer = Pointer::inside;
@@ -170,7 +171,7 @@ private:
         std::optional<Milliseconds> lastChange; // during the step
         Milliseconds answer{0};                 // time until the first change
         int changes = 0;                        // looks that found one
-        std::optional<Milliseconds> arrived;    // since when it is where it was expected
+        std::optional<Milliseconds> arrived;    // since when it is where it was expected, and does not change
         bool isDoubted = false;                 // looking back, it was not what was expected
         bool moved = false;                     // frames were joined during the step
         bool isInterrupted = false;             // looking back, changes during an obstacle were not seen

@@ -13,10 +13,12 @@ static constexpr auto keepInterval = std::chrono::seconds(1);
 
 Take::Take(const Options &options)
     : m_options(options)
-    , m_picture(std::in_place, options.path, options.frame.width() - options.bar.value_or(0), options.dpi)
-    , m_bar(options.bar)
+    , m_picture(std::make_unique<TallPicture>(options.path, options.frame.width(), options.dpi))
+    , m_bar(options.bar.value_or(ScrollBar()))
     , m_stitcher(options.frame, [this](const QImage &rows) { return accept(rows); })
 {
+    if (options.bar)
+        m_barWidth = m_bar.width();
 }
 
 Stitcher::Step Take::join(const QImage &frame, Heading heading)
@@ -24,25 +26,42 @@ Stitcher::Step Take::join(const QImage &frame, Heading heading)
     if (m_pending.size() > 1)
         write(QDeadlineTimer(QDeadlineTimer::Forever)); // the file is slower than the view
     const Stitcher::Step step = m_stitcher.add(frame, heading);
-    if (step == Stitcher::Step::joined)
-        m_position += m_stitcher.lastShift();
-    if (!m_bar && (step == Stitcher::Step::first || step == Stitcher::Step::joined))
-        m_edge.see(frame, m_position);
+    switch (step) {
+    case Stitcher::Step::joined: m_position += m_stitcher.lastShift(); [[fallthrough]];
+    case Stitcher::Step::first:
+    case Stitcher::Step::renewed:
+    case Stitcher::Step::still: check(frame); break;
+    default: break;
+    }
     return step;
 }
 
-// What was kept so far is lost with the picture, and kept again at once.
+std::optional<ScrollBar> Take::bar() const
+{
+    return m_barWidth ? std::optional(m_bar) : std::nullopt;
+}
+
+// What is in the picture now must not be cut.
+void Take::check(const QImage &frame)
+{
+    if (!m_barWidth) {
+        m_bar.see(frame, m_position);
+    } else if (*m_barWidth > 0 && !m_bar.isAllOf(frame, *m_barWidth)) {
+        m_bar = {};
+        m_barWidth = 0;
+        m_narrow.reset();
+    }
+}
+
+// Before the first row is written.
 void Take::decideBar()
 {
-    if (m_bar)
+    if (!m_barWidth)
+        m_barWidth = m_bar.width();
+    if (*m_barWidth == 0 || m_narrow || m_picture->height() > 0)
         return;
-    m_bar = m_edge.width();
-    m_edge = {};
-    if (*m_bar > 0) {
-        m_picture.emplace(m_options.path, m_options.frame.width() - *m_bar, m_options.dpi);
-        m_keptHeight = 0;
-        m_nextKeep = {};
-    }
+    m_narrow = std::make_unique<TallPicture>(m_options.path, m_options.frame.width() - *m_barWidth, m_options.dpi);
+    keepNarrow(); // from its beginning it is whole
 }
 
 int Take::height() const
@@ -66,7 +85,7 @@ void Take::write(QDeadlineTimer until)
     while (!m_pending.isEmpty() && m_writes && !until.hasExpired()) {
         QImage &rows = m_pending.first();
         const int count = std::min(rows.height(), rowsAtOnce);
-        m_writes = m_picture->append(rows.copy(0, 0, rows.width() - *m_bar, count));
+        append(rows.copy(0, 0, rows.width(), count));
         if (count < rows.height())
             rows = rows.copy(0, count, rows.width(), rows.height() - count);
         else
@@ -76,25 +95,64 @@ void Take::write(QDeadlineTimer until)
         keep();
 }
 
+// Where there is no room for both, the one with all columns stays.
+void Take::append(const QImage &rows)
+{
+    if (m_narrow && !m_narrow->append(rows.copy(0, 0, rows.width() - *m_barWidth, rows.height())))
+        m_narrow.reset();
+    m_writes = m_picture->append(rows);
+    if (!m_writes)
+        m_narrow.reset();
+}
+
 // What the stitcher still holds back belongs to it.
 void Take::keep()
 {
-    const QImage held = this->held();
-    m_picture->keep(held.copy(0, 0, held.width(), std::min(held.height(), m_options.heightLimit - m_rows)));
+    m_picture->keep(unwritten());
+    if (m_narrow)
+        keepNarrow();
     m_keptHeight = height();
     m_nextKeep.setRemainingTime(keepInterval);
 }
 
+void Take::keepNarrow()
+{
+    const QImage rows = unwritten();
+    m_narrow->keep(rows.copy(0, 0, rows.width() - *m_barWidth, rows.height()));
+}
+
+// As wide as the picture is going to be.
 QImage Take::held() const
 {
     const QImage rows = m_stitcher.heldRows();
-    return rows.copy(0, 0, rows.width() - m_bar.value_or(0), rows.height());
+    return rows.copy(0, 0, rows.width() - (m_narrow ? *m_barWidth : 0), rows.height());
+}
+
+// All that belongs to the picture, and is in no file yet.
+QImage Take::unwritten() const
+{
+    const QImage held = m_stitcher.heldRows();
+    const int heldRows = std::min(held.height(), m_options.heightLimit - m_rows);
+    int height = heldRows;
+    for (const QImage &rows : m_pending)
+        height += rows.height();
+    if (height == 0)
+        return {};
+    QImage all(m_options.frame.width(), height, QImage::Format_RGB32);
+    QPainter painter(&all);
+    int y = 0;
+    for (const QImage &rows : m_pending) {
+        painter.drawImage(0, y, rows);
+        y += rows.height();
+    }
+    painter.drawImage(0, y, held, 0, 0, -1, heldRows);
+    return all;
 }
 
 // What is in the file, plus what the stitcher still holds back.
 QImage Take::thumbnail() const
 {
-    const QImage kept = m_picture->thumbnail();
+    const QImage kept = picture().thumbnail();
     const QImage held = this->held();
     const int width = kept.isNull() ? std::min(held.width(), thumbnailWidth) : kept.width();
     const QSize size(width, std::max(1, qRound(held.height() * double(width) / held.width())));
@@ -111,6 +169,11 @@ Outcome Take::finish()
     m_stitcher.finish();
     write(QDeadlineTimer(QDeadlineTimer::Forever));
     m_isFinished = true;
+    if (m_narrow && m_narrow->finish()) {
+        m_picture = std::move(m_narrow);
+        return Outcome::success();
+    }
+    m_narrow.reset();
     return m_picture->finish();
 }
 

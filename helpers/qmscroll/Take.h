@@ -7,12 +7,14 @@
 #include <QDeadlineTimer>
 #include <QList>
 
+#include <memory>
 #include <optional>
 
 namespace qm {
 
 // One way down the page: frames are joined, and the rows go into a file as time allows. A scroll bar at the frames' right edge
-// is left out, if it is known for one when the first rows are written. One thread. Pixels.
+// is left out, if it is known for one when the first rows are written, and nothing else shows there up to the end: until then
+// there is a second file, with all columns, and of a process that is killed both are left. One thread. Pixels.
 class Take
 {
 public:
@@ -21,14 +23,14 @@ public:
         QSize frame;
         double dpi = 72;
         int heightLimit = 0;
-        std::optional<int> bar = {}; // width of the scroll bar, as an earlier take has found it
+        std::optional<ScrollBar> bar = {}; // as an earlier take has seen it
     };
     explicit Take(const Options &options);
 
     Stitcher::Step join(const QImage &frame, Heading heading); // the frame's pixels must not change later
     const Stitcher &stitcher() const { return m_stitcher; }
-    std::optional<int> bar() const { return m_bar; } // the scroll bar's width; std::nullopt before it is decided
-    int height() const; // of the picture, if it were finished now; after that, of what is in the file
+    std::optional<ScrollBar> bar() const; // std::nullopt before it is decided
+    int height() const;                   // of the picture, if it were finished now; after that, of what is in the file
 
     bool hasUnwritten() const { return !m_pending.isEmpty(); }
     void write(QDeadlineTimer until); // all of it but the last second survives a failure, and the process
@@ -37,15 +39,21 @@ public:
 
 private:
     bool accept(const QImage &rows);
+    void append(const QImage &rows);
     void keep();
+    void keepNarrow();
+    void check(const QImage &frame);
     void decideBar();
     QImage held() const;
+    QImage unwritten() const;
+    const TallPicture &picture() const { return m_narrow ? *m_narrow : *m_picture; }
 
     const Options m_options;
-    std::optional<TallPicture> m_picture; // begun anew when there is a scroll bar to leave out
-    ScrollBar m_edge;
-    std::optional<int> m_bar;
-    int m_position = 0; // the picture's row with which the last joined frame begins
+    std::unique_ptr<TallPicture> m_picture;
+    std::unique_ptr<TallPicture> m_narrow; // the same without the scroll bar, if there is one
+    ScrollBar m_bar;
+    std::optional<int> m_barWidth; // empty before it is decided; 0 without a bar
+    int m_position = 0;            // the picture's row with which the last joined frame begins
     Stitcher m_stitcher;
     QList<QImage> m_pending; // rows not yet in the file; written while the view scrolls
     int m_rows = 0;          // delivered by the stitcher, including pending ones

@@ -6,8 +6,9 @@ usage: check.py QMSCROLL ROW...
 A row is PROGRAM:PAGE or PROGRAM:PAGE@SCALE, where the page may be a pattern: "chromium:*", "firefox:late*",
 "chromium:plain@2", "gtk3:text". Its line says how high the content is and the picture, how many of its rows are wrong, doubled
 and missing, how wide the scroll bar was that is not in the picture, how long it took, in seconds and as a multiple of a bare
-loop that turns the wheel as far and waits for rest, and how it ended. The exit status is 1 if a picture is neither whole nor of a page that may end early, and says so.
-Browsers that are not installed are left out.
+loop that turns the wheel as far and waits for rest, and how it ended. The exit status is 1 if a picture is neither whole nor of
+a page that may end early and says so, or if it shows a scroll bar that has to be left out. Browsers that are not installed are
+passed over.
 """
 import difflib
 import fcntl
@@ -74,11 +75,12 @@ def true_rows(screen, program, view, is_still):
     while True:
         rows, begun = [], program.position()[1]
         for wanted in range(0, begun, height // 2):
-            at = wanted + BAND
-            while at > wanted + 1:  # a page that is still gliding goes on
+            for _ in range(20):  # a page that is still gliding goes on
                 program.scroll_to(wanted)
                 screen.still_pixels(view, limit=5 if is_still else 0.3)
                 at, whole = program.position()
+                if at <= wanted + 1:
+                    break
             rows = rows[:at + BAND if at else 0] + screen.rows(view)[BAND if at else 0:]
             if at + height >= whole:
                 break
@@ -191,7 +193,8 @@ def check(qmscroll, program_name, page, scale):
         is_right = (is_whole or (bool(said) and page in MAY_END)) and (bar > 0 or program_name not in BARS)
         name = f"{program_name}:{page}" + (f"@{scale:g}" if scale != 1 else "")
         print(f"{name:24} true {len(true):6} got {len(got):6}  wrong {wrong:5} doubled {doubled:5} missing {missing:5}  "
-              f"bar {bar:2}  {seconds:6.1f} s {seconds / bare:5.2f} x  {said or 'whole'}{'' if is_right else '  <- is not'}", flush=True)
+              f"bar {bar:2}  {seconds:6.1f} s {seconds / bare:5.2f} x  {said or 'whole'}"
+              f"{'' if is_right else '  <- is not'}", flush=True)
         if folder := os.environ.get("QM_KEEP"):
             shutil.copy(path, pathlib.Path(folder) / f"{name.replace(':', '-')}.png")
             save(pathlib.Path(folder) / name.replace(":", "-"), true, got)

@@ -31,7 +31,9 @@ struct View {
     Milliseconds turning = 0ms;   // the wheel by one click, before it answers
     Milliseconds smooth = 0ms;    // how long a movement takes
     Milliseconds picture = 1ms;   // from one of its pictures to the next
+    Milliseconds painting = 0ms;  // and for how long what has come into view still changes
     Milliseconds animation = 0ms; // something small changes that often; 0: nothing does
+    bool isAside = false;         // at the right edge
     int blankFrom = 0;            // where, for 700 pixels, only steps up to 60 can be joined; 0: nowhere
     bool springsBack = false;
     int stallsAt = 0;       // once it is this far down, one click is answered after 450 ms; 0: none
@@ -42,7 +44,8 @@ struct View {
     bool isDeaf = false;    // only the user's wheel moves it
     bool sticks = false;    // once it is to be taken again
     bool beginsLow = false; // what is further up was not in the region at first
-    int loads = 0;          // so often 900 pixels more appear at its end, this long after it was reached
+    int loads = 0;          // so often more appears at its end, this long after it was reached
+    int more = 900;         // pixels
     Milliseconds loading = 500ms;
 };
 
@@ -115,7 +118,7 @@ public:
             m_to -= 400;
     }
 
-    int page() const { return view.page + 900 * m_loads + m_grown; }
+    int page() const { return view.page + view.more * m_loads + m_grown; }
 
     const View view;
     Pointer pointer = Pointer::inside;
@@ -152,7 +155,8 @@ private:
     {
         const bool isNew =
             m_grown > 0 && !m_isAgain && position() > view.growsAt - region && position() < view.growsAt + m_grown;
-        return isNew ? std::nullopt : std::optional(shown());
+        const bool isBehind = shown() > furthest + region / 3; // less than half of what counts is in the picture
+        return isNew || isBehind ? std::nullopt : std::optional(shown());
     }
 
     Order beginAgain()
@@ -172,12 +176,17 @@ private:
         m_to += m_grown;
     }
 
+    bool isPainting() const { return now - m_moved < m_answer + view.smooth + view.painting; }
+
     void loadMore()
     {
         const bool atEnd = position() == page() - region && m_loads < view.loads;
-        m_endReached = !atEnd ? std::nullopt : m_endReached ? m_endReached : now;
-        if (m_endReached && now - *m_endReached >= view.loading)
+        if (atEnd && !m_endReached)
+            m_endReached = now;
+        if (m_endReached && now - *m_endReached >= view.loading) {
             ++m_loads;
+            m_endReached.reset();
+        }
     }
 
     ScrollSession::Sight sight()
@@ -185,8 +194,12 @@ private:
         ScrollSession::Sight sight;
         loadMore();
         grow();
-        const std::pair frame(shown(), view.animation == 0ms ? m_loads : int(now / view.animation));
+        const int moment = isPainting() && view.painting > 0ms ? int(now / 5ms)
+                           : view.animation == 0ms             ? m_loads
+                                                               : int(now / view.animation);
+        const std::pair frame(shown(), moment);
         sight.changed = frame != m_frame;
+        sight.aside = sight.changed && view.isAside && frame.first == m_frame.first;
         m_frame = frame;
         sight.fresh = frame != m_joined;
         sight.arrived = m_session.expectedShift() > 0 && shown() - m_at == m_session.expectedShift();
@@ -212,7 +225,7 @@ private:
         else if (view.blankFrom && std::abs(shift) > 60 && at + region > view.blankFrom && at < view.blankFrom + 700)
             step = Step::ambiguous;
         if (step == Step::first || step == Step::joined) {
-            moving |= position() != int(m_to) && m_mode == Mode::automatic;
+            moving |= (position() != int(m_to) || isPainting()) && m_mode == Mode::automatic;
             joins.push_back(at);
             furthest = std::max(furthest, at);
             m_at = at;
@@ -285,7 +298,8 @@ private Q_SLOTS:
         row("one click is most of the region", {.view = {.pixelsPerClick = 470}, .milliseconds = 2600});
         row("a caret", {.view = {.animation = 500ms}, .milliseconds = 2800});
         row("slow, with a caret", {.view = {.answer = 400ms, .animation = 410ms}, .milliseconds = 16'300});
-        row("a scroll bar that goes on fading", {.view = {.animation = 5ms}, .milliseconds = 6000});
+        row("a scroll bar that goes on fading", {.view = {.animation = 5ms, .isAside = true}, .milliseconds = 6000});
+        row("is painted slowly", {.view = {.painting = 200ms}, .milliseconds = 12'000});
         row("slow, with a movie", {.view = {.answer = 250ms, .animation = 90ms}, .milliseconds = 12'000});
         row("alike for a while: smaller steps", {.view = {.blankFrom = 2000}, .milliseconds = 5500});
         row("one click is too much, but shows its way",
@@ -295,6 +309,15 @@ private Q_SLOTS:
         row("a list that loads more slowly", {.view = {.page = 1500, .loads = 2, .loading = 1000ms},
                                               .furthest = 1500 + 2 * 900 - region,
                                               .milliseconds = 9500});
+        row("a list that loads more while it looks back",
+            {.view = {.answer = 60ms, .loads = 1, .loading = 2000ms}, .furthest = 6900 - region, .milliseconds = 9500});
+        row("and only a little", {.view = {.answer = 60ms, .loads = 1, .more = 100, .loading = 2000ms},
+                                  .furthest = 6100 - region,
+                                  .milliseconds = 9500});
+        row("and only smaller steps tell how it goes on",
+            {.view = {.answer = 60ms, .blankFrom = 6000, .loads = 1, .loading = 2000ms},
+             .furthest = 6900 - region,
+             .milliseconds = 12'000});
         row("grows out of view: once more from the beginning",
             {.view = {.growsAt = 1500}, .furthest = 6300 - region, .milliseconds = 5500});
         row("and does not move any more",

@@ -1,9 +1,12 @@
+#include "config/UnfinishedPictures.h"
 #include "helpers/qmscroll/FrameChange.h"
 #include "helpers/qmscroll/ScrollBar.h"
 #include "helpers/qmscroll/Stitcher.h"
+#include "helpers/qmscroll/Take.h"
 #include "tests/helpers/qmscroll/ScrollScene.h"
 
 #include <QPainter>
+#include <QTemporaryDir>
 #include <QtTest>
 
 #include <algorithm>
@@ -330,6 +333,64 @@ private Q_SLOTS:
                 Edge{.thumb = 40, .hasTrack = false}.draw(frame, offset);
             QCOMPARE(stitcher.add(frame, Heading::forward), Step::joined);
         }
+    }
+
+    // It is wider than a bar, and a part of the page.
+    void aPictureAtTheEdgeLoadsLate()
+    {
+        ScrollScene scene({.size = {1000, 320}, .content = Content::photo}, 1);
+        Stitcher stitcher({1000, 320}, [](const QImage &) { return true; });
+        for (const int offset : {0, 100, 200})
+            stitcher.add(scene.frame(offset), Heading::forward);
+        QImage frame = scene.frame(300);
+        QPainter(&frame).fillRect(940, -50, 60, 150, Qt::gray);
+        QCOMPARE(stitcher.add(frame, Heading::forward), Step::doubtful);
+    }
+
+    // Whatever else shows where the bar was, nothing of it is cut off.
+    void takes_data()
+    {
+        QTest::addColumn<QRect>("beside"); // painted over the frames below `from`
+        QTest::addColumn<int>("from");
+        QTest::addColumn<int>("width"); // of the picture
+        QTest::newRow("a bar") << QRect() << 0 << 466;
+        QTest::newRow("a button at the end is off") << QRect(467, 306, 13, 14) << 1480 << 466;
+        QTest::newRow("a wide footer") << QRect(0, 280, 480, 40) << 1480 << 480;
+        QTest::newRow("something comes into view") << QRect(460, 100, 20, 20) << 1000 << 480;
+        QTest::newRow("and is gone again") << QRect(460, 100, 20, 20) << -2 << 480;
+    }
+
+    void takes()
+    {
+        QFETCH(QRect, beside);
+        QFETCH(int, from);
+        QFETCH(int, width);
+        ScrollScene scene({.content = Content::text, .scrollBar = 14}, 1);
+        QTemporaryDir folder;
+        Take take({.path = folder.filePath(u"a.png"_s), .frame = {480, 320}, .heightLimit = 9000});
+        QImage last;
+        for (int offset = 0; offset <= scene.lastOffset(); offset += 148) {
+            last = scene.frame(offset);
+            if (from < 0 ? offset == 740 : offset >= from)
+                QPainter(&last).fillRect(beside, Qt::darkGreen);
+            QCOMPARE(take.join(last, Heading::forward), offset ? Step::joined : Step::first);
+            take.write(QDeadlineTimer(QDeadlineTimer::Forever));
+            if (!beside.isNull())
+                continue;
+            QTemporaryDir left; // by a process that is killed
+            for (const QString &name : QDir(folder.path()).entryList(QDir::Files | QDir::Hidden))
+                QVERIFY(QFile::copy(folder.filePath(name), left.filePath(name)));
+            const QStringList pictures = UnfinishedPictures::complete(left.path());
+            QVERIFY(!pictures.isEmpty());
+            for (const QString &picture : pictures)
+                QVERIFY(QImage(picture).height() >= 320);
+        }
+        QVERIFY(take.finish());
+        const QImage picture(folder.filePath(u"a.png"_s));
+        QCOMPARE(picture.size(), QSize(width, take.height()));
+        QCOMPARE(picture.copy(0, picture.height() - 320, width, 320).convertToFormat(QImage::Format_RGB32),
+                 last.copy(0, 0, width, 320));
+        QCOMPARE(QDir(folder.path()).entryList(QDir::Files | QDir::Hidden), QStringList(u"a.png"_s));
     }
 
     // A bar is left out only where nothing else would be.
