@@ -37,6 +37,11 @@ constexpr auto offerTime = 6s;                               // to begin to scro
 constexpr int changesOfACaret = 6;                           // while a step shows that nothing moves
 constexpr int newsLimit = 3; // a list loads more within so many waits, or it is an animation
 
+Milliseconds lessPatience(Milliseconds patience)
+{
+    return patience > firstPatience ? patience / 2 : 0ms;
+}
+
 } // namespace
 
 ScrollSession::ScrollSession(const Options &options)
@@ -70,7 +75,7 @@ void ScrollSession::abandon()
         m_end = m_state == State::opening ? End::cancelled : End::lost;
 }
 
-ScrollSession::Order ScrollSession::look(Milliseconds now, const Sight &sight)
+ScrollSession::Order ScrollSession::look(Milliseconds now, Sight sight)
 {
     if (m_end != End::open)
         return endWith(m_end);
@@ -93,14 +98,18 @@ ScrollSession::Order ScrollSession::look(Milliseconds now, const Sight &sight)
     }
     if (m_state == State::watching)
         return watch(now, sight);
+    if (isLookingBack() && m_step.lastChange && sight.aside)
+        sight.changed = false; // a scroll bar may go on fading for longer than the view moves
     if (sight.changed || (sight.fresh && !m_step.lastChange && !isLookingBack())) {
         if (!m_step.lastChange)
             m_step.answer = now - *m_step.since;
         m_step.lastChange = now;
-        ++m_step.changes;
+        m_step.changes += !sight.aside;
     }
-    if (sight.changed && !sight.aside)
+    if (sight.changed && !sight.aside) {
+        m_isUnsteady |= m_step.arrived.has_value();
         m_step.arrived.reset(); // what has come into view is still being painted
+    }
     m_step.arrived = sight.arrived ? m_step.arrived.value_or(now) : std::optional<Milliseconds>();
     if (!isSettled(now, sight))
         return rest(now);
@@ -157,6 +166,7 @@ ScrollSession::Order ScrollSession::joined(Milliseconds now, const Joint &joint)
                         : step == Joined::ambiguous ? End::ambiguous
                         : step == Joined::lost      ? End::lost
                                                     : End::open;
+    m_isUnsteady |= joint.renewed || m_progress.astray != End::open;
     if (m_wish != Wish::none)
         return endByWish();
     if (joint.height >= m_options.heightLimit)
@@ -172,6 +182,9 @@ ScrollSession::Order ScrollSession::joined(Milliseconds now, const Joint &joint)
         // What has loaded here may have loaded further up as well, where it can no longer be looked at.
         m_progress.stale |= m_pace.patience == 0ms && joint.height > 2 * m_options.regionHeight;
         m_pace.patience = std::clamp<Milliseconds>(2 * m_pace.patience, firstPatience, mostPatience);
+    } else if (m_state == State::back && step == Joined::still) {
+        m_pace.patience =
+            lessPatience(m_pace.patience); // what was doubted is drawn otherwise elsewhere, and does not load
     }
     if ((step == Joined::still || step == Joined::renewed) && m_state == State::forth) {
         if (step == Joined::renewed && !std::exchange(m_step.news, true) && m_progress.news < newsLimit) {
@@ -239,7 +252,8 @@ ScrollSession::Order ScrollSession::idle(Milliseconds now)
     const bool isChecked = std::exchange(m_progress.checkedHeight, m_progress.height) == m_progress.height;
     const bool isMovie = m_step.changes > changesOfACaret; // of which looking back tells nothing
     if (isChecked || isMovie || (m_progress.stale && m_takesAgain == mostTakesAgain) ||
-        !m_lookBack.begin(m_progress.position, m_options.regionHeight))
+        !m_lookBack.begin(m_progress.position, m_options.regionHeight,
+                          m_isUnsteady ? LookBack::Extent::thorough : LookBack::Extent::sample))
         return endWith(End::content);
     return m_progress.stale ? rewind(now, {}) : step(now, State::checking, m_lookBack.nextClicks());
 }
@@ -282,7 +296,8 @@ ScrollSession::Order ScrollSession::found(Milliseconds now, const Found &found)
 // upper end is reached instead.
 ScrollSession::Order ScrollSession::rewind(Milliseconds now, const Found &found)
 {
-    if (found.isBeginning) {
+    // At its first row a picture may look otherwise than before, if only because a scroll bar comes and goes over it.
+    if (found.isBeginning || found.at == 0) {
         ++m_takesAgain;
         m_earlierEnd = m_progress.reached;
         m_earlierHeight = m_progress.height;
@@ -441,7 +456,7 @@ void ScrollSession::learn(const Joint &joint)
     if (++m_pace.smoothSteps % stepsToTrust == 0) {
         m_pace.mostClicks = std::min(2 * m_pace.mostClicks, mostClicks);
         m_pace.fine = false;
-        m_pace.patience = m_pace.patience > firstPatience ? m_pace.patience / 2 : 0ms;
+        m_pace.patience = lessPatience(m_pace.patience);
     }
     m_pace.nextClicks = std::clamp(wanted, 1, std::min(2 * m_step.clicks + 1, m_pace.mostClicks));
 }
