@@ -20,7 +20,7 @@ using End = ScrollSession::End;
 constexpr auto hintTime = 1500ms; // how long a panel that has to disappear is shown
 constexpr auto lingerTime = 4s;   // time to read a line
 constexpr double pointsPerInch = 72;
-constexpr int clicksAtOnce = 32; // some 60 ms
+constexpr int clicksAtOnce = 16; // some 30 ms
 
 bool isPause(Notice notice)
 {

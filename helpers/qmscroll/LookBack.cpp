@@ -7,8 +7,8 @@
 namespace qm {
 
 static constexpr double leastRounding = 2; // pixels
-static constexpr int sampleLooks = 4;      // looking at every row again takes as long as the capture
-static constexpr int thoroughLooks = 12;   // which has to be where it is doubtful
+static constexpr int sampleLooks = 4;      // looking at every row again takes as long as the capture,
+static constexpr int thoroughLooks = 12;   // and of a page that is so short it may
 
 void LookBack::measure(int clicks, int shift)
 {
@@ -39,8 +39,10 @@ bool LookBack::begin(int position, int frameHeight, Extent extent)
     m_left = m_pixels > 0 ? int(qint64(position) * m_clicks / m_pixels) : 0;
     if (m_left <= 0)
         return false;
-    const int looks = extent == Extent::thorough ? thoroughLooks : sampleLooks;
-    m_atOnce = std::max((m_left + looks - 1) / looks, int(qint64(frameHeight) * m_clicks / m_pixels));
+    const int height = std::max(1, int(qint64(frameHeight) * m_clicks / m_pixels)); // clicks
+    const bool isShort = m_left <= thoroughLooks * height;
+    m_atOnce =
+        extent == Extent::thorough && isShort ? height : std::max((m_left + sampleLooks - 1) / sampleLooks, height);
     return true;
 }
 

@@ -21,6 +21,7 @@ constexpr auto longestStart = 1500ms; // until whatever covered the region has f
 constexpr auto doubtTime = 300ms;     // what still differs then is different
 constexpr auto longestJump = 2000ms;  // over many heights, on a slow machine
 constexpr auto quietTime = 35ms;      // longer than a slow browser's pause between two frames of one movement
+constexpr auto endOfMovement = 20ms;  // its last picture or two may differ by a pixel
 constexpr auto elsewhereTime = 200ms; // not where it was expected: a movement pauses on a loaded machine
 constexpr auto uncoverTime = 250ms;   // until other programs have repainted what our windows covered
 constexpr auto shortestAnswer = 150ms;
@@ -107,7 +108,7 @@ ScrollSession::Order ScrollSession::look(Milliseconds now, Sight sight)
         m_step.changes += !sight.aside;
     }
     if (sight.changed && !sight.aside) {
-        m_isUnsteady |= m_step.arrived.has_value();
+        m_isUnsteady |= m_step.arrived && now - *m_step.arrived >= endOfMovement;
         m_step.arrived.reset(); // what has come into view is still being painted
     }
     m_step.arrived = sight.arrived ? m_step.arrived.value_or(now) : std::optional<Milliseconds>();

@@ -381,9 +381,11 @@ private Q_SLOTS:
             for (const QString &name : QDir(folder.path()).entryList(QDir::Files | QDir::Hidden))
                 QVERIFY(QFile::copy(folder.filePath(name), left.filePath(name)));
             const QStringList pictures = UnfinishedPictures::complete(left.path());
-            QVERIFY(!pictures.isEmpty());
-            for (const QString &picture : pictures)
-                QVERIFY(QImage(picture).height() >= 320);
+            QCOMPARE(pictures.size(), 1);
+            QVERIFY(QImage(pictures.first()).height() >= 320);
+            const bool isDecided = take.bar().has_value();
+            QCOMPARE(QImage(pictures.first()).width(), isDecided ? width : 480);
+            QCOMPARE(QDir(left.path()).entryList(QDir::Files | QDir::Hidden).size(), 1);
         }
         QVERIFY(take.finish());
         const QImage picture(folder.filePath(u"a.png"_s));
