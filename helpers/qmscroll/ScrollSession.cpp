@@ -418,15 +418,18 @@ bool ScrollSession::isSettled(Milliseconds now, const Sight &sight) const
     return calm(now) >= neededCalm() && passed >= shortest;
 }
 
-int ScrollSession::expectedShift() const
+std::optional<int> ScrollSession::expectedShift() const
 {
-    return m_state == State::forth ? m_lookBack.shiftOf(m_step.clicks) : 0;
+    if (m_state == State::back)
+        return 0;
+    const int shift = m_state == State::forth ? m_lookBack.shiftOf(m_step.clicks) : 0;
+    return shift > 0 ? std::optional(shift) : std::nullopt;
 }
 
 // How long nothing may change until the step counts as over.
 ScrollSession::Milliseconds ScrollSession::neededCalm() const
 {
-    const auto usual = expectedShift() > 0 && !m_step.arrived ? elsewhereTime : quietTime;
+    const auto usual = expectedShift() && !m_step.arrived ? elsewhereTime : quietTime;
     return std::max<Milliseconds>(m_pace.patience, usual);
 }
 

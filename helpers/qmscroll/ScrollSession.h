@@ -103,8 +103,8 @@ public:
     Order joined(Milliseconds now, const Joint &joint); // reports the result of Order::Kind::join
     Order found(Milliseconds now, const Found &found);  // and of Order::Kind::find
 
-    // By how many pixels the step under way is going to move the page; 0: unknown.
-    int expectedShift() const;
+    // By how many pixels the page is going to be away from the last joined frame after the step under way.
+    std::optional<int> expectedShift() const; // empty: unknown
 
     void turned(Milliseconds now) { m_step.since = now; } // the wheel, as told; many clicks take a while
 

@@ -206,7 +206,7 @@ private:
         sight.aside = sight.changed && view.isAside && frame.first == m_frame.first;
         m_frame = frame;
         sight.fresh = frame != m_joined;
-        sight.arrived = m_session.expectedShift() > 0 && shown() - m_at == m_session.expectedShift();
+        sight.arrived = shown() - m_at == m_session.expectedShift();
         sight.pointer = pointer;
         sight.held = held;
         return sight;
@@ -294,7 +294,9 @@ private Q_SLOTS:
             {.view = {.pixelsPerClick = 120, .smooth = 200ms, .picture = 30ms}, .milliseconds = 8000});
         row("smooth, with a pause on its way",
             {.view = {.pixelsPerClick = 120, .smooth = 200ms, .pausesAt = 2000}, .milliseconds = 8000});
-        row("stalls once", {.view = {.stallsAt = 2000}, .milliseconds = 3500});
+        row("and on its way back",
+            {.view = {.smooth = 200ms, .blankFrom = 2000, .pausesAt = 1500}, .milliseconds = 20'000});
+        row("stalls once", {.view = {.stallsAt = 2000}, .milliseconds = 3600});
         row("slow to answer", {.view = {.answer = 300ms}, .milliseconds = 12'000});
         row("hardly moves", {.view = {.pixelsPerClick = 2}, .milliseconds = 2850});
         row("hardly moves, and the wheel takes its time",
@@ -338,7 +340,7 @@ private Q_SLOTS:
                                   .furthest = 0,
                                   .milliseconds = 4700});
         row("springs back",
-            {.view = {.springsBack = true}, .end = End::changed, .furthest = somewhere, .milliseconds = 7000});
+            {.view = {.springsBack = true}, .end = End::changed, .furthest = somewhere, .milliseconds = 9000});
         row("the height limit",
             {.view = {.page = 100'000}, .end = End::height, .furthest = somewhere, .milliseconds = 2500});
         row("alike at every step", {.view = {.pixelsPerClick = 90, .blankFrom = 2000},
