@@ -304,8 +304,7 @@ ScrollSession::Order ScrollSession::rewind(Milliseconds now, const Found &found)
         m_earlierHeight = m_progress.height;
         m_state = State::opening;
         m_step = {};
-        m_progress = {};
-        m_progress.scrolled = true; // as the earlier take was
+        m_progress = {.scrolled = m_progress.scrolled};
         m_lookBack = {};
         return {.kind = Order::Kind::again};
     }
@@ -357,7 +356,7 @@ ScrollSession::Order ScrollSession::recover(Milliseconds now, End reason)
 // Where the page has changed too much, all of it may be taken once more. Where it is only too much alike, that is in vain.
 ScrollSession::Order ScrollSession::giveUp(Milliseconds now, End reason)
 {
-    const bool mayHelp = (reason == End::changed || (reason == End::lost && m_progress.scrolled)) &&
+    const bool mayHelp = (reason == End::changed || reason == End::lost) &&
                          m_progress.height > m_earlierHeight; // further than the last time
     if (!mayHelp || m_takesAgain == mostTakesAgain)
         return endWith(reason);

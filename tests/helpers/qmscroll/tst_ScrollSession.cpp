@@ -39,6 +39,7 @@ struct View {
     int stallsAt = 0;       // once it is this far down, one click is answered after 450 ms; 0: none
     int pausesAt = 0;       // once it is this far down, a movement stands still for 60 ms on its way; 0: none
     int changesAt = 0;      // once it is this far down, nothing matches what was there before; 0: never
+    bool settles = false;   // but not when it is taken again
     bool goesAway = false;  // and it does not move any more
     int growsAt = 0;        // there 300 pixels appear when it has left the view, which stays where it is; 0: nowhere
     int fillsAt = 0;        // there 100 pixels change when they have left the view; 0: nowhere
@@ -224,7 +225,8 @@ private:
             step = isNew ? Step::renewed : Step::still;
         else if (heading == Heading::forward && shift < 0)
             step = Step::doubtful;
-        else if (std::abs(shift) > region * 4 / 5 || (view.changesAt && at >= view.changesAt && m_at < view.changesAt))
+        else if (std::abs(shift) > region * 4 / 5 ||
+                 (view.changesAt && !(view.settles && m_isAgain) && at >= view.changesAt && m_at < view.changesAt))
             step = Step::lost;
         else if (view.blankFrom && std::abs(shift) > 60 && at + region > view.blankFrom && at < view.blankFrom + 700)
             step = Step::ambiguous;
@@ -348,9 +350,10 @@ private Q_SLOTS:
                                     .furthest = somewhere,
                                     .milliseconds = 1200});
         row("one click is too much",
-            {.view = {.pixelsPerClick = 500}, .end = End::lost, .furthest = 0, .milliseconds = 900});
+            {.view = {.pixelsPerClick = 500}, .end = End::lost, .furthest = 0, .milliseconds = 1900});
         row("changes under way",
             {.view = {.changesAt = 3000}, .end = End::lost, .furthest = somewhere, .milliseconds = 4500});
+        row("changes before it moves: once more", {.view = {.changesAt = 1, .settles = true}, .milliseconds = 6300});
         row("goes away", {.view = {.changesAt = 3000, .goesAway = true},
                           .end = End::lost,
                           .furthest = somewhere,
