@@ -107,11 +107,12 @@ ScrollSession::Order ScrollSession::look(Milliseconds now, Sight sight)
         m_step.lastChange = now;
         m_step.changes += !sight.aside;
     }
-    if (sight.changed && !sight.aside) {
-        m_isUnsteady |= m_step.arrived && now - *m_step.arrived >= endOfMovement;
-        m_step.arrived.reset(); // what has come into view is still being painted
-    }
-    m_step.arrived = sight.arrived ? m_step.arrived.value_or(now) : std::optional<Milliseconds>();
+    const bool isPainting = sight.changed && !sight.aside; // what has come into view
+    m_isUnsteady |= isPainting && m_step.arrived && now - *m_step.arrived >= endOfMovement;
+    if (!sight.arrived)
+        m_step.arrived.reset();
+    else if (isPainting || !m_step.arrived)
+        m_step.arrived = now;
     if (!isSettled(now, sight))
         return rest(now);
     if (isLookingBack())
