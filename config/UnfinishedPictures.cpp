@@ -7,6 +7,7 @@
 #include <QFile>
 #include <QFileInfo>
 #include <QRegularExpression>
+#include <QtEndian>
 
 #include <cerrno>
 #include <sys/file.h>
@@ -15,25 +16,40 @@
 namespace qm {
 
 static const QString ending = QStringLiteral(".unfinished");
-static constexpr qint64 headerBytes = 64; // a PNG file with no more holds no rows
+static const QString better = QStringLiteral(".better");
 static constexpr int secondsToBegin = 60;
 
 // The name of the picture of which that is the file; empty if it is none of ours.
 static QString pictureName(const QString &name)
 {
-    static const QRegularExpression pattern(QStringLiteral("^\\.(.+)\\.unfinished[2-9]?$"));
+    static const QRegularExpression pattern(QStringLiteral("^\\.(.+)\\.unfinished[2-9]?(?:\\.better)?$"));
     return pattern.match(name).captured(1);
 }
 
 static bool isOurs(QFile &file)
 {
-    return file.size() == 0 || file.read(8) == QByteArrayView("\x89PNG\r\n\x1a\n");
+    return file.size() == 0 || file.peek(8) == QByteArrayView("\x89PNG\r\n\x1a\n");
+}
+
+// As the header says, into which it is written after the rows.
+static quint32 rowsOf(QFile &file)
+{
+    constexpr int place = 20; // of the height in a PNG file
+    const QByteArray begin = file.peek(place + qsizetype(sizeof(quint32)));
+    return begin.size() > place ? qFromBigEndian<quint32>(begin.constData() + place) : 0;
 }
 
 // Until the descriptor is closed. False if another process has the file.
 static bool lock(int descriptor)
 {
     return flock(descriptor, LOCK_EX | LOCK_NB) == 0;
+}
+
+// Another process may look at it at this moment.
+static void keepForUs(const QFile &file)
+{
+    while (file.isOpen() && flock(file.handle(), LOCK_EX) != 0 && errno == EINTR) {
+    }
 }
 
 void UnfinishedPictures::begin(QFile &file, const QString &picture)
@@ -46,9 +62,14 @@ void UnfinishedPictures::begin(QFile &file, const QString &picture)
         if (!file.open(QIODevice::ReadWrite | QIODevice::NewOnly | QIODevice::Unbuffered) && !file.exists())
             return;
     }
-    // Another process may look at it at this moment.
-    while (file.isOpen() && flock(file.handle(), LOCK_EX) != 0 && errno == EINTR) {
-    }
+    keepForUs(file);
+}
+
+void UnfinishedPictures::beginBetter(QFile &file, const QFile &other)
+{
+    file.setFileName(other.fileName() + better);
+    if (file.open(QIODevice::ReadWrite | QIODevice::NewOnly | QIODevice::Unbuffered))
+        keepForUs(file);
 }
 
 // Its owner may have renamed it since it was opened.
@@ -59,17 +80,24 @@ static bool isAt(const QFile &file, const QString &path)
            opened.st_ino == there.st_ino && opened.st_dev == there.st_dev;
 }
 
+// True if the file is one of ours, and its process is gone.
+static bool takeOver(QFile &file)
+{
+    // Network file systems lock for writing only what can be written to.
+    return !pictureName(QFileInfo(file).fileName()).isEmpty() &&
+           file.open(QIODevice::ReadWrite | QIODevice::ExistingOnly) && lock(file.handle()) &&
+           isAt(file, file.fileName()) && isOurs(file);
+}
+
 // The path of the picture, empty if there is none.
 static QString completed(const QFileInfo &left)
 {
     constexpr int mostOfAName = 99;
     const QFileInfo name(pictureName(left.fileName()));
     QFile file(left.filePath());
-    // Network file systems lock for writing only what can be written to.
-    if (name.fileName().isEmpty() || !file.open(QIODevice::ReadWrite | QIODevice::ExistingOnly) ||
-        !lock(file.handle()) || !isAt(file, left.filePath()) || !isOurs(file))
+    if (!takeOver(file))
         return {};
-    if (file.size() <= headerBytes) { // or it has only just been made
+    if (rowsOf(file) == 0) { // or it has only just been made
         if (left.lastModified().secsTo(QDateTime::currentDateTime()) > secondsToBegin)
             QFile::remove(left.filePath());
         return {};
@@ -87,11 +115,24 @@ static QString completed(const QFileInfo &left)
     return {};
 }
 
+// Of two forms of a picture the lesser one is removed.
+static void chooseForm(const QString &path)
+{
+    QFile one(path), other(path + better);
+    if (!other.exists() || !takeOver(one) || !takeOver(other))
+        return;
+    QFile &lesser = rowsOf(other) < rowsOf(one) ? other : one;
+    lesser.remove();
+}
+
 QStringList UnfinishedPictures::complete(const QString &folder)
 {
     QStringList pictures;
     const auto filter = QDir::Files | QDir::Hidden | QDir::NoSymLinks;
-    for (const QFileInfo &left : QDir(folder).entryInfoList({QStringLiteral(".?*") + ending + u'*'}, filter)) {
+    const QString pattern = QStringLiteral(".?*") + ending + u'*';
+    for (const QString &name : QDir(folder).entryList({pattern}, filter))
+        chooseForm(folder + u'/' + name);
+    for (const QFileInfo &left : QDir(folder).entryInfoList({pattern}, filter)) {
         if (const QString path = completed(left); !path.isEmpty())
             pictures << path;
     }

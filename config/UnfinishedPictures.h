@@ -15,7 +15,11 @@ namespace UnfinishedPictures {
 // Makes such a file, and opens it for writing without a buffer. On failure the file is not open and says why.
 void begin(QFile &file, const QString &picture);
 
+// The same for a better form of a picture that has such a file already: only one of the two becomes a picture.
+void beginBetter(QFile &file, const QFile &other);
+
 // Gives those in the folder whose process is gone their names, or similar ones where these are taken. Returns the paths.
+// Of two forms the better one, unless it has fewer rows.
 QStringList complete(const QString &folder);
 
 } // namespace UnfinishedPictures

@@ -20,7 +20,7 @@ using End = ScrollSession::End;
 constexpr auto hintTime = 1500ms; // how long a panel that has to disappear is shown
 constexpr auto lingerTime = 4s;   // time to read a line
 constexpr double pointsPerInch = 72;
-constexpr int clicksAtOnce = 16; // some 60 ms
+constexpr int clicksAtOnce = 16; // some 30 ms
 
 bool isPause(Notice notice)
 {
@@ -166,8 +166,8 @@ void CaptureRun::look()
         m_fresh = m_joined.isNull() || differs(frame, m_joined);
     sight.aside = sight.changed && !m_frame.isNull() && !differs(frame, m_frame, sideWidth);
     sight.fresh = m_fresh;
-    const int expected = m_session.expectedShift();
-    sight.arrived = expected > 0 && sight.fresh && m_take->stitcher().hasMovedBy(expected, frame);
+    const std::optional<int> expected = m_session.expectedShift();
+    sight.arrived = expected && sight.fresh && m_take->stitcher().hasMovedBy(*expected, frame);
     sight.trusted = m_joined.isNull() && !differs(frame, m_region.before);
     m_frame = frame;
     act(m_session.look(now(), sight));

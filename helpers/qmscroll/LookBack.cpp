@@ -7,7 +7,8 @@
 namespace qm {
 
 static constexpr double leastRounding = 2; // pixels
-static constexpr int mostLooks = 4;        // a sample: looking at every row again would take as long as the capture
+static constexpr int sampleLooks = 4;      // looking at every row again takes as long as the capture,
+static constexpr int thoroughLooks = 12;   // and of a page that is so short it may
 
 void LookBack::measure(int clicks, int shift)
 {
@@ -31,14 +32,17 @@ int LookBack::shiftOf(int clicks) const
     return m_isLastAlike ? int(std::lround(double(clicks) * m_lastShift / m_lastClicks)) : 0;
 }
 
-bool LookBack::begin(int position, int frameHeight)
+bool LookBack::begin(int position, int frameHeight, Extent extent)
 {
     m_position = position;
     m_back = 0;
     m_left = m_pixels > 0 ? int(qint64(position) * m_clicks / m_pixels) : 0;
     if (m_left <= 0)
         return false;
-    m_atOnce = std::max((m_left + mostLooks - 1) / mostLooks, int(qint64(frameHeight) * m_clicks / m_pixels));
+    const int height = std::max(1, int(qint64(frameHeight) * m_clicks / m_pixels)); // clicks
+    const bool isShort = m_left <= thoroughLooks * height;
+    m_atOnce =
+        extent == Extent::thorough && isShort ? height : std::max((m_left + sampleLooks - 1) / sampleLooks, height);
     return true;
 }
 

@@ -18,8 +18,10 @@ public:
     // By how much so many clicks move the page, as the latest two steps have done alike; 0: they have not.
     int shiftOf(int clicks) const;
 
-    // From the frame whose first row is the picture's row `position`. False if the wheel's effect is not known.
-    bool begin(int position, int frameHeight);
+    // From the frame whose first row is the picture's row `position`. A sample of a few looks, or nearly every row of a page
+    // that has changed while it was taken, unless it is a long one. False if the wheel's effect is not known.
+    enum class Extent { sample, thorough };
+    bool begin(int position, int frameHeight, Extent extent = Extent::sample);
     int nextClicks();  // to go back for the next look; 0: that was the last one
     int clicksHome();  // to go back to the beginning; where that has been tried, a height further
     int clicksForth(); // to where they began; no looks follow

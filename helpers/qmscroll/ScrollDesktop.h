@@ -64,7 +64,7 @@ public:
     virtual Pointer pointer() = 0;
     virtual void movePointer(QPoint to) = 0;
     virtual bool canTurnWheel() const = 0;  // once a region is chosen
-    virtual void turnWheel(int clicks) = 0; // at the pointer; negative: up. Returns after the last; many take 4 ms each
+    virtual void turnWheel(int clicks) = 0; // at the pointer; negative: up. Returns after the last; many take 2 ms each
     // Told before the frame is shown, and whenever it changes. Otherwise the region may be kept from the user.
     virtual void setUserScrolls(bool doesSo) = 0;
 

@@ -21,6 +21,7 @@ constexpr auto longestStart = 1500ms; // until whatever covered the region has f
 constexpr auto doubtTime = 300ms;     // what still differs then is different
 constexpr auto longestJump = 2000ms;  // over many heights, on a slow machine
 constexpr auto quietTime = 35ms;      // longer than a slow browser's pause between two frames of one movement
+constexpr auto endOfMovement = 20ms;  // its last picture or two may differ by a pixel
 constexpr auto elsewhereTime = 200ms; // not where it was expected: a movement pauses on a loaded machine
 constexpr auto uncoverTime = 250ms;   // until other programs have repainted what our windows covered
 constexpr auto shortestAnswer = 150ms;
@@ -36,6 +37,11 @@ constexpr int rewindLimit = 40;                              // heights by which
 constexpr auto offerTime = 6s;                               // to begin to scroll where the wheel does nothing
 constexpr int changesOfACaret = 6;                           // while a step shows that nothing moves
 constexpr int newsLimit = 3; // a list loads more within so many waits, or it is an animation
+
+Milliseconds lessPatience(Milliseconds patience)
+{
+    return patience > firstPatience ? patience / 2 : 0ms;
+}
 
 } // namespace
 
@@ -70,7 +76,7 @@ void ScrollSession::abandon()
         m_end = m_state == State::opening ? End::cancelled : End::lost;
 }
 
-ScrollSession::Order ScrollSession::look(Milliseconds now, const Sight &sight)
+ScrollSession::Order ScrollSession::look(Milliseconds now, Sight sight)
 {
     if (m_end != End::open)
         return endWith(m_end);
@@ -93,15 +99,20 @@ ScrollSession::Order ScrollSession::look(Milliseconds now, const Sight &sight)
     }
     if (m_state == State::watching)
         return watch(now, sight);
+    if (isLookingBack() && m_step.lastChange && sight.aside)
+        sight.changed = false; // a scroll bar may go on fading for longer than the view moves
     if (sight.changed || (sight.fresh && !m_step.lastChange && !isLookingBack())) {
         if (!m_step.lastChange)
             m_step.answer = now - *m_step.since;
         m_step.lastChange = now;
-        ++m_step.changes;
+        m_step.changes += !sight.aside;
     }
-    if (sight.changed && !sight.aside)
-        m_step.arrived.reset(); // what has come into view is still being painted
-    m_step.arrived = sight.arrived ? m_step.arrived.value_or(now) : std::optional<Milliseconds>();
+    const bool isPainting = sight.changed && !sight.aside; // what has come into view
+    m_isUnsteady |= isPainting && m_step.arrived && now - *m_step.arrived >= endOfMovement;
+    if (!sight.arrived)
+        m_step.arrived.reset();
+    else if (isPainting || !m_step.arrived)
+        m_step.arrived = now;
     if (!isSettled(now, sight))
         return rest(now);
     if (isLookingBack())
@@ -157,6 +168,7 @@ ScrollSession::Order ScrollSession::joined(Milliseconds now, const Joint &joint)
                         : step == Joined::ambiguous ? End::ambiguous
                         : step == Joined::lost      ? End::lost
                                                     : End::open;
+    m_isUnsteady |= joint.renewed || m_progress.astray != End::open;
     if (m_wish != Wish::none)
         return endByWish();
     if (joint.height >= m_options.heightLimit)
@@ -172,6 +184,9 @@ ScrollSession::Order ScrollSession::joined(Milliseconds now, const Joint &joint)
         // What has loaded here may have loaded further up as well, where it can no longer be looked at.
         m_progress.stale |= m_pace.patience == 0ms && joint.height > 2 * m_options.regionHeight;
         m_pace.patience = std::clamp<Milliseconds>(2 * m_pace.patience, firstPatience, mostPatience);
+    } else if (m_state == State::back && step == Joined::still) {
+        m_pace.patience =
+            lessPatience(m_pace.patience); // what was doubted is drawn otherwise elsewhere, and does not load
     }
     if ((step == Joined::still || step == Joined::renewed) && m_state == State::forth) {
         if (step == Joined::renewed && !std::exchange(m_step.news, true) && m_progress.news < newsLimit) {
@@ -239,7 +254,8 @@ ScrollSession::Order ScrollSession::idle(Milliseconds now)
     const bool isChecked = std::exchange(m_progress.checkedHeight, m_progress.height) == m_progress.height;
     const bool isMovie = m_step.changes > changesOfACaret; // of which looking back tells nothing
     if (isChecked || isMovie || (m_progress.stale && m_takesAgain == mostTakesAgain) ||
-        !m_lookBack.begin(m_progress.position, m_options.regionHeight))
+        !m_lookBack.begin(m_progress.position, m_options.regionHeight,
+                          m_isUnsteady ? LookBack::Extent::thorough : LookBack::Extent::sample))
         return endWith(End::content);
     return m_progress.stale ? rewind(now, {}) : step(now, State::checking, m_lookBack.nextClicks());
 }
@@ -282,14 +298,14 @@ ScrollSession::Order ScrollSession::found(Milliseconds now, const Found &found)
 // upper end is reached instead.
 ScrollSession::Order ScrollSession::rewind(Milliseconds now, const Found &found)
 {
-    if (found.isBeginning) {
+    // At its first row a picture may look otherwise than before, if only because a scroll bar comes and goes over it.
+    if (found.isBeginning || found.at == 0) {
         ++m_takesAgain;
         m_earlierEnd = m_progress.reached;
         m_earlierHeight = m_progress.height;
         m_state = State::opening;
         m_step = {};
-        m_progress = {};
-        m_progress.scrolled = true; // as the earlier take was
+        m_progress = {.scrolled = m_progress.scrolled};
         m_lookBack = {};
         return {.kind = Order::Kind::again};
     }
@@ -341,7 +357,7 @@ ScrollSession::Order ScrollSession::recover(Milliseconds now, End reason)
 // Where the page has changed too much, all of it may be taken once more. Where it is only too much alike, that is in vain.
 ScrollSession::Order ScrollSession::giveUp(Milliseconds now, End reason)
 {
-    const bool mayHelp = (reason == End::changed || (reason == End::lost && m_progress.scrolled)) &&
+    const bool mayHelp = (reason == End::changed || reason == End::lost) &&
                          m_progress.height > m_earlierHeight; // further than the last time
     if (!mayHelp || m_takesAgain == mostTakesAgain)
         return endWith(reason);
@@ -402,15 +418,18 @@ bool ScrollSession::isSettled(Milliseconds now, const Sight &sight) const
     return calm(now) >= neededCalm() && passed >= shortest;
 }
 
-int ScrollSession::expectedShift() const
+std::optional<int> ScrollSession::expectedShift() const
 {
-    return m_state == State::forth ? m_lookBack.shiftOf(m_step.clicks) : 0;
+    if (m_state == State::back)
+        return 0;
+    const int shift = m_state == State::forth ? m_lookBack.shiftOf(m_step.clicks) : 0;
+    return shift > 0 ? std::optional(shift) : std::nullopt;
 }
 
 // How long nothing may change until the step counts as over.
 ScrollSession::Milliseconds ScrollSession::neededCalm() const
 {
-    const auto usual = expectedShift() > 0 && !m_step.arrived ? elsewhereTime : quietTime;
+    const auto usual = expectedShift() && !m_step.arrived ? elsewhereTime : quietTime;
     return std::max<Milliseconds>(m_pace.patience, usual);
 }
 
@@ -441,7 +460,7 @@ void ScrollSession::learn(const Joint &joint)
     if (++m_pace.smoothSteps % stepsToTrust == 0) {
         m_pace.mostClicks = std::min(2 * m_pace.mostClicks, mostClicks);
         m_pace.fine = false;
-        m_pace.patience = m_pace.patience > firstPatience ? m_pace.patience / 2 : 0ms;
+        m_pace.patience = lessPatience(m_pace.patience);
     }
     m_pace.nextClicks = std::clamp(wanted, 1, std::min(2 * m_step.clicks + 1, m_pace.mostClicks));
 }

@@ -99,12 +99,12 @@ public:
 
     explicit ScrollSession(const Options &options);
 
-    Order look(Milliseconds now, const Sight &sight);
+    Order look(Milliseconds now, Sight sight);
     Order joined(Milliseconds now, const Joint &joint); // reports the result of Order::Kind::join
     Order found(Milliseconds now, const Found &found);  // and of Order::Kind::find
 
-    // By how many pixels the step under way is going to move the page; 0: unknown.
-    int expectedShift() const;
+    // By how many pixels the page is going to be away from the last joined frame after the step under way.
+    std::optional<int> expectedShift() const; // empty: unknown
 
     void turned(Milliseconds now) { m_step.since = now; } // the wheel, as told; many clicks take a while
 
@@ -170,7 +170,7 @@ private:
         std::optional<Milliseconds> since;      // empty until the next look starts the step
         std::optional<Milliseconds> lastChange; // during the step
         Milliseconds answer{0};                 // time until the first change
-        int changes = 0;                        // looks that found one
+        int changes = 0;                        // looks that found one, but for a scroll bar that fades
         std::optional<Milliseconds> arrived;    // since when it is where it was expected, and does not change
         bool isDoubted = false;                 // looking back, it was not what was expected
         bool moved = false;                     // frames were joined during the step
@@ -205,6 +205,8 @@ private:
     } m_progress;
 
     LookBack m_lookBack;
+    bool m_isUnsteady =
+        false; // something changed, other than by moving, that was in view: it may have where it no longer was
     End m_earlierEnd = End::open;
     int m_earlierHeight = 0;
     int m_takesAgain = 0;                   // from the beginning, so far

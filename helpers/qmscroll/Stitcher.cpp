@@ -172,7 +172,7 @@ bool Stitcher::hasMovedBy(int shift, const QImage &image) const
     const State &state = *m_state;
     if (image.size() != state.last.image.size())
         return false;
-    for (const int by : {shift, shift - 1, shift + 1}) {
+    for (const int by : {shift, std::max(0, shift - 1), shift + 1}) {
         const int end = state.known.bottom - by;
         int left = (end - state.known.top) / strangeShare; // rows that may differ
         for (int y = state.known.top; y < end && left >= 0; ++y)

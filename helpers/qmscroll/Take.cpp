@@ -60,7 +60,7 @@ void Take::decideBar()
         m_barWidth = m_bar.width();
     if (*m_barWidth == 0 || m_narrow || m_picture->height() > 0)
         return;
-    m_narrow = std::make_unique<TallPicture>(m_options.path, m_options.frame.width() - *m_barWidth, m_options.dpi);
+    m_narrow = std::make_unique<TallPicture>(*m_picture, m_options.frame.width() - *m_barWidth);
     keepNarrow(); // from its beginning it is whole
 }
 

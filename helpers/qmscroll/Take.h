@@ -14,7 +14,7 @@ namespace qm {
 
 // One way down the page: frames are joined, and the rows go into a file as time allows. A scroll bar at the frames' right edge
 // is left out, if it is known for one when the first rows are written, and nothing else shows there up to the end: until then
-// there is a second file, with all columns, and of a process that is killed both are left. One thread. Pixels.
+// there is a second file, with all columns, and of a process that is killed one of the two becomes a picture. One thread. Pixels.
 class Take
 {
 public:

@@ -35,7 +35,7 @@ static QImage stacked(const QImage &above, const QImage &below, int rowsBelow)
 // Averaging needs the height in advance, so the picture is shrunk in squares: each square becomes a square, and no
 // pixel of the thumbnail crosses the border between two.
 struct TallPicture::State {
-    State(const QString &target, int width, double dpi);
+    State(const QString &target, int width, double dpi, const State *other = nullptr);
     ~State();
 
     bool append(const QImage &rows);
@@ -52,6 +52,7 @@ struct TallPicture::State {
     QString failure; // the first one's reason; empty while there was none
     int height = 0;
 
+    const double dpi;
     const int width, shrunkWidth;
     std::vector<uchar> packed;
     std::optional<AreaAverage> average; // of the current square
@@ -59,8 +60,9 @@ struct TallPicture::State {
     QImage wholeSquares;                // the completed squares, shrunk
 };
 
-TallPicture::State::State(const QString &target, int w, double dpi)
+TallPicture::State::State(const QString &target, int w, double pointsPerInch, const State *other)
     : path(target)
+    , dpi(pointsPerInch)
     , width(std::max(0, w))
     , shrunkWidth(std::min(width, thumbnailWidth))
     , packed(size_t(3 * width + beyondRow))
@@ -68,7 +70,10 @@ TallPicture::State::State(const QString &target, int w, double dpi)
     PngWriter::Header header;
     header.width = width;
     header.dpi = dpi;
-    UnfinishedPictures::begin(file, target);
+    if (other)
+        UnfinishedPictures::beginBetter(file, other->file);
+    else
+        UnfinishedPictures::begin(file, target);
     if (file.isOpen())
         writer.emplace(file, header);
     else
@@ -156,6 +161,11 @@ Outcome TallPicture::State::moveToPath()
 
 TallPicture::TallPicture(const QString &path, int width, double dpi)
     : m_state(std::make_unique<State>(path, width, dpi))
+{
+}
+
+TallPicture::TallPicture(const TallPicture &other, int width)
+    : m_state(std::make_unique<State>(other.m_state->path, width, other.m_state->dpi, other.m_state.get()))
 {
 }
 

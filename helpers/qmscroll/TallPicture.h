@@ -18,6 +18,8 @@ public:
     // The folder must exist. Width in pixels; dpi is written into the file. A failure is reported by the first
     // append().
     TallPicture(const QString &path, int width, double dpi = 72);
+    // A better form of another one, which has begun: of a process that is killed only one of the two survives.
+    TallPicture(const TallPicture &other, int width);
     ~TallPicture();
 
     // Appends rows, RGB32, as wide as the picture. False after the first failure (a full disk); finish() returns the

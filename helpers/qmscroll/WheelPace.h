@@ -12,7 +12,7 @@ namespace WheelPace {
 inline std::chrono::milliseconds interval(int clicks)
 {
     constexpr int mostAtOnce = 4;
-    return std::chrono::milliseconds(std::abs(clicks) > mostAtOnce ? 4 : 0);
+    return std::chrono::milliseconds(std::abs(clicks) > mostAtOnce ? 2 : 0);
 }
 
 } // namespace WheelPace

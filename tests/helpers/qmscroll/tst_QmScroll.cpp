@@ -210,7 +210,10 @@ private Q_SLOTS:
         QVERIFY(m_driver->hasScrolled());
         const QString left =
             m_driver->path().section(u'/', 0, -2) + u"/."_s + m_driver->path().section(u'/', -1) + u".unfinished"_s;
-        QVERIFY(Desktop::wait([&left] { return QFileInfo(left).size() > 1000; })); // its first rows
+        QVERIFY(Desktop::wait([&left] { // has its first rows, and tells of them in its header
+            QFile file(left);
+            return file.open(QIODevice::ReadOnly) && !file.read(24).endsWith(QByteArray(4, '\0')) && file.size() > 1000;
+        }));
         if (signal)
             kill(pid_t(helper.processId()), signal > 0 ? signal : SIGKILL);
         else

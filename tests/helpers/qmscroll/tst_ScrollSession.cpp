@@ -39,8 +39,10 @@ struct View {
     int stallsAt = 0;       // once it is this far down, one click is answered after 450 ms; 0: none
     int pausesAt = 0;       // once it is this far down, a movement stands still for 60 ms on its way; 0: none
     int changesAt = 0;      // once it is this far down, nothing matches what was there before; 0: never
+    bool settles = false;   // but not when it is taken again
     bool goesAway = false;  // and it does not move any more
     int growsAt = 0;        // there 300 pixels appear when it has left the view, which stays where it is; 0: nowhere
+    int fillsAt = 0;        // there 100 pixels change when they have left the view; 0: nowhere
     bool isDeaf = false;    // only the user's wheel moves it
     bool sticks = false;    // once it is to be taken again
     bool beginsLow = false; // what is further up was not in the region at first
@@ -82,7 +84,7 @@ public:
             if (m_session.notice() != Notice::none)
                 notice = m_session.notice();
             if (order.kind == Order::Kind::find)
-                order = m_session.found(now, {find(), shown() == 0 && !view.beginsLow});
+                order = m_session.found(now, {find(), shown() == 0 && !view.beginsLow && !view.isAside});
             if (order.kind == Order::Kind::again)
                 order = beginAgain();
             if (order.kind == Order::Kind::join)
@@ -156,7 +158,10 @@ private:
         const bool isNew =
             m_grown > 0 && !m_isAgain && position() > view.growsAt - region && position() < view.growsAt + m_grown;
         const bool isBehind = shown() > furthest + region / 3; // less than half of what counts is in the picture
-        return isNew || isBehind ? std::nullopt : std::optional(shown());
+        const bool isElsewhere = view.beginsLow && shown() == 0;
+        const bool isFilled =
+            view.fillsAt && !m_isAgain && position() > view.fillsAt - region && position() < view.fillsAt + 100;
+        return isNew || isBehind || isElsewhere || isFilled ? std::nullopt : std::optional(shown());
     }
 
     Order beginAgain()
@@ -202,7 +207,7 @@ private:
         sight.aside = sight.changed && view.isAside && frame.first == m_frame.first;
         m_frame = frame;
         sight.fresh = frame != m_joined;
-        sight.arrived = m_session.expectedShift() > 0 && shown() - m_at == m_session.expectedShift();
+        sight.arrived = shown() - m_at == m_session.expectedShift();
         sight.pointer = pointer;
         sight.held = held;
         return sight;
@@ -220,12 +225,13 @@ private:
             step = isNew ? Step::renewed : Step::still;
         else if (heading == Heading::forward && shift < 0)
             step = Step::doubtful;
-        else if (std::abs(shift) > region * 4 / 5 || (view.changesAt && at >= view.changesAt && m_at < view.changesAt))
+        else if (std::abs(shift) > region * 4 / 5 ||
+                 (view.changesAt && !(view.settles && m_isAgain) && at >= view.changesAt && m_at < view.changesAt))
             step = Step::lost;
         else if (view.blankFrom && std::abs(shift) > 60 && at + region > view.blankFrom && at < view.blankFrom + 700)
             step = Step::ambiguous;
         if (step == Step::first || step == Step::joined) {
-            moving |= (position() != int(m_to) || isPainting()) && m_mode == Mode::automatic;
+            moving |= (position() != int(m_to) || (isPainting() && !view.isAside)) && m_mode == Mode::automatic;
             joins.push_back(at);
             furthest = std::max(furthest, at);
             m_at = at;
@@ -290,15 +296,17 @@ private Q_SLOTS:
             {.view = {.pixelsPerClick = 120, .smooth = 200ms, .picture = 30ms}, .milliseconds = 8000});
         row("smooth, with a pause on its way",
             {.view = {.pixelsPerClick = 120, .smooth = 200ms, .pausesAt = 2000}, .milliseconds = 8000});
-        row("stalls once", {.view = {.stallsAt = 2000}, .milliseconds = 3200});
+        row("and on its way back",
+            {.view = {.smooth = 200ms, .blankFrom = 2000, .pausesAt = 1500}, .milliseconds = 20'000});
+        row("stalls once", {.view = {.stallsAt = 2000}, .milliseconds = 3600});
         row("slow to answer", {.view = {.answer = 300ms}, .milliseconds = 12'000});
         row("hardly moves", {.view = {.pixelsPerClick = 2}, .milliseconds = 2850});
         row("hardly moves, and the wheel takes its time",
             {.view = {.pixelsPerClick = 2, .page = 2000, .answer = 30ms, .turning = 4ms}, .milliseconds = 15'000});
         row("one click is most of the region", {.view = {.pixelsPerClick = 470}, .milliseconds = 2600});
-        row("a caret", {.view = {.animation = 500ms}, .milliseconds = 2800});
-        row("slow, with a caret", {.view = {.answer = 400ms, .animation = 410ms}, .milliseconds = 16'300});
-        row("a scroll bar that goes on fading", {.view = {.animation = 5ms, .isAside = true}, .milliseconds = 6000});
+        row("a caret", {.view = {.animation = 500ms}, .milliseconds = 3100});
+        row("slow, with a caret", {.view = {.answer = 400ms, .animation = 410ms}, .milliseconds = 23'500});
+        row("a scroll bar that goes on fading", {.view = {.animation = 5ms, .isAside = true}, .milliseconds = 6100});
         row("is painted slowly", {.view = {.painting = 200ms}, .milliseconds = 12'000});
         row("slow, with a movie", {.view = {.answer = 250ms, .animation = 90ms}, .milliseconds = 12'000});
         row("alike for a while: smaller steps", {.view = {.blankFrom = 2000}, .milliseconds = 5500});
@@ -320,6 +328,12 @@ private Q_SLOTS:
              .milliseconds = 12'000});
         row("grows out of view: once more from the beginning",
             {.view = {.growsAt = 1500}, .furthest = 6300 - region, .milliseconds = 5500});
+        row("the same beside a scroll bar that fades where nothing moves",
+            {.view = {.painting = 400ms, .isAside = true, .growsAt = 1500},
+             .furthest = 6300 - region,
+             .milliseconds = 16'000});
+        row("fills out of view, and there was trouble elsewhere",
+            {.view = {.blankFrom = 1000, .fillsAt = 3500, .sticks = true}, .furthest = 0, .milliseconds = 8000});
         row("and does not move any more",
             {.view = {.growsAt = 1500, .sticks = true}, .furthest = 0, .milliseconds = 5500});
         row("nor before Escape", {.view = {.growsAt = 1500, .sticks = true},
@@ -328,7 +342,7 @@ private Q_SLOTS:
                                   .furthest = 0,
                                   .milliseconds = 4700});
         row("springs back",
-            {.view = {.springsBack = true}, .end = End::changed, .furthest = somewhere, .milliseconds = 7000});
+            {.view = {.springsBack = true}, .end = End::changed, .furthest = somewhere, .milliseconds = 9000});
         row("the height limit",
             {.view = {.page = 100'000}, .end = End::height, .furthest = somewhere, .milliseconds = 2500});
         row("alike at every step", {.view = {.pixelsPerClick = 90, .blankFrom = 2000},
@@ -336,9 +350,10 @@ private Q_SLOTS:
                                     .furthest = somewhere,
                                     .milliseconds = 1200});
         row("one click is too much",
-            {.view = {.pixelsPerClick = 500}, .end = End::lost, .furthest = 0, .milliseconds = 900});
+            {.view = {.pixelsPerClick = 500}, .end = End::lost, .furthest = 0, .milliseconds = 1900});
         row("changes under way",
             {.view = {.changesAt = 3000}, .end = End::lost, .furthest = somewhere, .milliseconds = 4500});
+        row("changes before it moves: once more", {.view = {.changesAt = 1, .settles = true}, .milliseconds = 6300});
         row("goes away", {.view = {.changesAt = 3000, .goesAway = true},
                           .end = End::lost,
                           .furthest = somewhere,
@@ -463,6 +478,12 @@ private Q_SLOTS:
         QVERIFY(back < 0 && !session.mayBeStale());
         QCOMPARE(clicksAfter(Step::renewed, 0), -back);
         QVERIFY(session.mayBeStale());
+        // It is waited for from then on, unless what was doubted turns out to be as it was.
+        QCOMPARE(session.activity(), ScrollSession::Activity::waiting);
+        clicksAfter(Step::joined, region);
+        clicksAfter(Step::doubtful, 0);
+        clicksAfter(Step::still, 0);
+        QCOMPARE(session.activity(), ScrollSession::Activity::scrolling);
         QCOMPARE(session.end(), End::open);
     }
 };

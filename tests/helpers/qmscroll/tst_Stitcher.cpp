@@ -4,6 +4,7 @@
 #include "helpers/qmscroll/Stitcher.h"
 #include "helpers/qmscroll/Take.h"
 #include "tests/helpers/qmscroll/ScrollScene.h"
+#include "tests/support/FullDisk.h"
 
 #include <QPainter>
 #include <QTemporaryDir>
@@ -381,15 +382,37 @@ private Q_SLOTS:
             for (const QString &name : QDir(folder.path()).entryList(QDir::Files | QDir::Hidden))
                 QVERIFY(QFile::copy(folder.filePath(name), left.filePath(name)));
             const QStringList pictures = UnfinishedPictures::complete(left.path());
-            QVERIFY(!pictures.isEmpty());
-            for (const QString &picture : pictures)
-                QVERIFY(QImage(picture).height() >= 320);
+            QCOMPARE(pictures.size(), 1);
+            QVERIFY(QImage(pictures.first()).height() >= 320);
+            const bool isDecided = take.bar().has_value();
+            QCOMPARE(QImage(pictures.first()).width(), isDecided ? width : 480);
+            QCOMPARE(QDir(left.path()).entryList(QDir::Files | QDir::Hidden).size(), 1);
         }
         QVERIFY(take.finish());
         const QImage picture(folder.filePath(u"a.png"_s));
         QCOMPARE(picture.size(), QSize(width, take.height()));
         QCOMPARE(picture.copy(0, picture.height() - 320, width, 320).convertToFormat(QImage::Format_RGB32),
                  last.copy(0, 0, width, 320));
+        QCOMPARE(QDir(folder.path()).entryList(QDir::Files | QDir::Hidden), QStringList(u"a.png"_s));
+    }
+
+    // There is room for neither of the two files then: what was kept has the bar.
+    void aFullDiskWhileABarIsCut()
+    {
+        ScrollScene scene({.content = Content::text, .scrollBar = 14}, 1);
+        QTemporaryDir folder;
+        const QString path = folder.filePath(u"a.png"_s);
+        Take take({.path = path, .frame = {480, 320}, .heightLimit = 9000});
+        for (int offset = 0; offset <= scene.lastOffset(); offset += 148) {
+            QCOMPARE(take.join(scene.frame(offset), Heading::forward), offset ? Step::joined : Step::first);
+            take.write(QDeadlineTimer(QDeadlineTimer::Forever));
+        }
+        QVERIFY(take.bar() && take.bar()->width() > 0);
+        const FullDisk full(rlim_t(QFileInfo(folder.filePath(u".a.png.unfinished"_s)).size()));
+        QCOMPARE(take.finish().reason(), qt_error_string(EFBIG));
+        const QImage picture(path);
+        QCOMPARE(picture.size(), QSize(480, take.height()));
+        QCOMPARE(picture.copy(0, 0, 480, 320).convertToFormat(QImage::Format_RGB32), scene.frame(0));
         QCOMPARE(QDir(folder.path()).entryList(QDir::Files | QDir::Hidden), QStringList(u"a.png"_s));
     }
 
