@@ -15,13 +15,17 @@
 #include "ui/AppLocale.h"
 #include "ui/HelperReason.h"
 
+#include <QDeadlineTimer>
 #include <QDir>
 #include <QFile>
 #include <QFileInfo>
 
+#include <thread>
+
 namespace qm {
 
 using AppLocale::text;
+using namespace std::chrono_literals;
 
 static Exit cannotOpen(Console &console, const Database &database)
 {
@@ -64,6 +68,18 @@ Exit Commands::scan(Console &console)
     return Exit::success;
 }
 
+// A helper that was being started when its program was killed has the lock for the moment until it runs.
+static bool isBusyForLong(const Database &database)
+{
+    QDeadlineTimer patience(1s);
+    while (OcrRunner::isBusy(database)) {
+        if (patience.hasExpired())
+            return true;
+        std::this_thread::sleep_for(20ms);
+    }
+    return false;
+}
+
 Exit Commands::ocr(Console &console, Batches batches)
 {
     const std::optional<QString> helper = toolPaths().ocr;
@@ -81,7 +97,7 @@ Exit Commands::ocr(Console &console, Batches batches)
         const int waiting = int(database.number(IndexSql::countWaiting));
         if (waiting == 0)
             break;
-        if (OcrRunner::isBusy(database))
+        if (isBusyForLong(database))
             return console.fail(text(u"another program is reading pictures right now; try again in a moment",
                                      u"別のプログラムが画像を読み取り中です。少し待ってからもう一度お試しください"));
         const int total = batches == Batches::all ? read + waiting : std::min(waiting, OcrRunner::batchSize);

@@ -30,9 +30,24 @@ static QString brokenCopyOf(const QString &path)
     return path + QStringLiteral(".broken");
 }
 
+// A new file is for its owner, and for those who may write in its folder: one that a group shares.
+static bool keepForOwner(QSaveFile &file)
+{
+    const QFileInfo path(file.fileName());
+    if (path.exists())
+        return true;
+    const QFile::Permissions folder = QFileInfo(path.path()).permissions();
+    QFile::Permissions mode = QFile::ReadOwner | QFile::WriteOwner;
+    if (folder & QFile::WriteGroup)
+        mode |= QFile::ReadGroup | QFile::WriteGroup;
+    if (folder & QFile::WriteOther)
+        mode |= QFile::ReadOther | QFile::WriteOther;
+    return file.setPermissions(file.permissions() & mode);
+}
+
 static Outcome writeWhole(QSaveFile &file, const QByteArray &bytes)
 {
-    const bool written = file.open(QIODevice::WriteOnly) && file.write(bytes) == bytes.size();
+    const bool written = file.open(QIODevice::WriteOnly) && keepForOwner(file) && file.write(bytes) == bytes.size();
     const Outcome saved = written ? DiskSync::commit(file) : Outcome::failure(file.errorString());
     return saved ? saved : Outcome::failure(QStringLiteral("%1: %2").arg(file.fileName(), saved.reason()));
 }

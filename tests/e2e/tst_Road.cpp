@@ -5,9 +5,12 @@
 #include "tests/support/PatternWindow.h"
 
 #include <QDir>
+#include <QDirIterator>
 #include <QFile>
 #include <QGuiApplication>
 #include <QTest>
+
+#include <sys/stat.h>
 
 using namespace qm;
 using namespace Qt::StringLiterals;
@@ -17,6 +20,8 @@ static QImage rgb(const QImage &image)
 {
     return image.convertToFormat(QImage::Format_RGB32);
 }
+
+constexpr QFile::Permissions ownerOnly = QFile::ReadOwner | QFile::WriteOwner | QFile::ReadUser | QFile::WriteUser;
 
 // The slots are the stations of one road; the order matters.
 class tst_Road : public QObject
@@ -74,6 +79,7 @@ private:
 private Q_SLOTS:
     void initTestCase()
     {
+        umask(077);
         // Reads the first word of a file's name, and whether it is annotated.
         m_home.script(u"bin/qmocr"_s, "while read -r p; do\n"
                                       "n=${p##*/}; t=${n%%[ .]*}; case $n in *-annotated*) t=marked;; esac\n"
@@ -88,6 +94,7 @@ private Q_SLOTS:
         QImage oat(480, 360, QImage::Format_RGB32);
         oat.fill(0xff2040c0);
         QVERIFY(QDir().mkpath(folder()) && oat.save(folder() + u"/oat.png"_s));
+        umask(0);
         m_application = &run(u"quillmere"_s, {u"settings"_s});
     }
     void cleanupTestCase()
@@ -251,6 +258,23 @@ private Q_SLOTS:
         m_desktop.drag({100, 120}, {399, 319});
         QVERIFY(Desktop::wait([&] { return captures().size() == 1 && overlayIsGone(); }));
         QVERIFY(!m_desktop.windowTitled(u"Quillmere Library"_s)); // the last start was a plain one
+    }
+
+    // Whatever the umask, which is 0 here. The pictures in a folder of the user's own are as it says.
+    void whatIsOursIsOpenToNobodyElse()
+    {
+        QStringList files, open;
+        for (const QString &ours : {u".quillmere"_s, u".local/state/quillmere"_s, u".run"_s}) {
+            QDirIterator all(m_home.file(ours), QDir::Files | QDir::Hidden, QDirIterator::Subdirectories);
+            while (all.hasNext()) {
+                files << all.next();
+                if (all.fileInfo().permissions() & ~ownerOnly)
+                    open << files.last();
+            }
+        }
+        for (const QString &written : {u"db.sqlite"_s, u"folders.json"_s, u"reading.lock"_s, u"drafts/"_s})
+            QVERIFY2(!files.filter(written).isEmpty(), qPrintable(written));
+        QCOMPARE(open.join(u'\n'), QString());
     }
 };
 

@@ -8,14 +8,18 @@
 
 #include <QFile>
 
+#include <future>
+
 namespace qm {
 
 using Frozen = WaylandCurtain::Frozen;
 using Instead = WaylandCurtain::Instead;
 
-static WaylandCurtain::Windows windowsOf(const UserBus &bus)
+// With a connection of its own: KWin makes the list while its picture is on the way.
+static WaylandCurtain::Windows windowsOfDesktop()
 {
     using Source = WaylandCurtain::Windows::Source;
+    const UserBus bus;
     std::string list = KWinWindows::list(bus);
     const Source source = list.empty() ? Source::nobody : Source::kwin;
     return {source, std::move(list)};
@@ -50,9 +54,12 @@ static Frozen frozenByPortal(const UserBus &bus, const WaylandOutputs &outputs)
 
 Frozen freezeByDesktop(const WaylandOutputs &outputs, FreezeFor what)
 {
+    std::future<WaylandCurtain::Windows> listing;
+    if (what != FreezeFor::noChoice)
+        listing = std::async(std::launch::async, windowsOfDesktop);
     const UserBus bus;
     std::vector<OutputPicture> pictures = KWinScreenShot::take(bus, outputs);
-    WaylandCurtain::Windows windows = what == FreezeFor::noChoice ? WaylandCurtain::Windows() : windowsOf(bus);
+    WaylandCurtain::Windows windows = listing.valid() ? listing.get() : WaylandCurtain::Windows();
     windows.havePictures = !pictures.empty(); // whom KWin refuses the screen, it refuses windows
     if (!pictures.empty())
         return {.pictures = std::move(pictures), .windows = std::move(windows)};
