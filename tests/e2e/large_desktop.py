@@ -120,6 +120,10 @@ def shown(columns=SIZE[0], rows=SIZE[1]):
     return tuple(first) if all(row[:columns * 3] == first * columns for row in found[2][-rows:]) else None
 
 
+def has_no_pictures():
+    return "compositor not supported" in (work / "log").read_text(errors="replace")
+
+
 def scroll():
     """A page of noise, in which no two rows are alike, comes out as it is, from the region's top to its own end."""
     x, y, right, bottom, height = 200, 100, 700, 600, 3000
@@ -196,7 +200,6 @@ for name in ("bus", "system"):
 {"kwin": start_kwin, "gnome": start_gnome}[desktop]()
 until("the compositor does not start", (work / "run/wayland-0").exists)
 quietly("/usr/bin/python3", "-c", WINDOW)
-has_no_pictures = lambda: "compositor not supported" in (work / "log").read_text(errors="replace")
 until("a capture shows something else than the screen", lambda: has_no_pictures() or shown() == COLOR)
 if has_no_pictures():
     print("SKIP: KWin 6 draws without OpenGL where there is no graphics card, and then gives no pictures")
