@@ -86,7 +86,7 @@ void ThumbnailCache::load(const QString &path, double maxEdge, Completion comple
              wanted = std::move(wanted), again = known.has_value()] {
                 if (!kept.image.isNull())
                     m_images.insert(key, new Kept(kept), kept.image.sizeInBytes());
-                else if (again)
+                else if (again && wanted->load()) // otherwise it need not have been looked at
                     m_images.remove(key);
                 if (wanted->load() || !again)
                     completion(wanted->load() ? kept.image : QImage());

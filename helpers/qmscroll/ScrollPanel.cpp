@@ -55,7 +55,7 @@ void drawLines(QPainter &painter, const QRectF &area, const QString &text, Qt::A
     double y = area.top() + metrics.ascent();
     if (alignment & Qt::AlignVCenter)
         y += (area.height() - double(lines.size()) * metrics.height()) / 2;
-    for (const QString &line : qAsConst(lines)) {
+    for (const QString &line : std::as_const(lines)) {
         painter.drawText(QPointF(area.left(), y), line);
         y += metrics.height();
     }

@@ -6,6 +6,7 @@
 #include <QJsonArray>
 #include <QJsonDocument>
 #include <QJsonObject>
+#include <QTimer>
 
 #include <algorithm>
 
@@ -104,7 +105,14 @@ void SwayBindings::read()
                    .toString()
                    .toLatin1());
     else if (told.value(QLatin1StringView("change")).toString() == QLatin1StringView("reload"))
-        bind(); // its configuration, read again, has replaced all bindings
+        bindAgain(); // its configuration, read again, has replaced all bindings
+}
+
+void SwayBindings::bindAgain()
+{
+    // Busy with what else has changed, sway may answer too late, and then knows nothing of the question.
+    if (!bind())
+        QTimer::singleShot(1s, m_notifier.get(), [this] { bindAgain(); });
 }
 
 void SwayBindings::handle(const QByteArray &binding)

@@ -26,6 +26,7 @@ public:
 
 private:
     bool bind();
+    void bindAgain(); // until it is
     void unbind();
     void read();
     void handle(const QByteArray &binding);

@@ -33,7 +33,8 @@ class LargeDesktop:
             "DBUS_SYSTEM_BUS_ADDRESS": f"unix:path={work}/run/system"}
         self._environment |= {name: value for name, value in os.environ.items() if name.endswith("SAN_OPTIONS")}
         ctypes.CDLL(None).umask(0o022)
-        for folder in ("run", "eye", "data/applications", "bin", "portals", "Pictures", "config/glib-2.0/settings"):
+        for folder in ("run", "eye", "data/applications", "bin", "portals", "Pictures", "config/glib-2.0/settings",
+                       "config/menus"):
             (work / folder).mkdir(parents=True)
         (work / "run").chmod(0o700)
         for program in ("qmcapture", "qmcapture.so", *more_programs):
@@ -98,6 +99,10 @@ class LargeDesktop:
                  more={"XDG_RUNTIME_DIR": f"{self.work}/eye", "WAYLAND_DISPLAY": f"{self.work}/run/wayland-0"})
         return pixels(self.work / "shot.png") if (self.work / "shot.png").exists() else None
 
+    def refuses_pictures(self):
+        """True once KWin has said that it gives nobody any, as KWin 6 does without OpenGL."""
+        return "compositor not supported" in self.logged()
+
     def allow(self, entry, template, program):
         """A desktop file that gives the program the rights of ours. KWin has to find it when it starts."""
         words = (self.sources / f"packaging/org.quillmere.Quillmere.{template}.desktop.in").read_text()
@@ -111,6 +116,9 @@ class LargeDesktop:
         for entry, template, program in (("capture", "capture", "bin/qmcapture"), ("scroll", "scroll", "bin/qmscroll"),
                                          ("pointer", "scroll", "bin/qm_kwinpointer")):
             self.allow(entry, template, self.work / program)
+        # Without a menu, KWin 6 knows no desktop files.
+        (self.work / "config/menus/applications.menu").write_text(
+            "<Menu><Name>Applications</Name><DefaultAppDirs/><Include><All/></Include></Menu>")
         # Not itself: distributions give it a desktop file without rights, and KWin asks only one of two.
         shutil.copy("/usr/bin/python3", self.work / "bin")
         self.allow("python", "capture", self.work / "bin/python3")

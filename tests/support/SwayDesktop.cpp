@@ -136,7 +136,7 @@ SwayDesktop::SwayDesktop(const QList<Output> &outputs)
     std::free(text);
     xkb_keymap_unref(keymap);
     xkb_context_unref(context);
-    listenToWheel(seat);
+    listenToPointer(seat);
     m_events = std::make_unique<QSocketNotifier>(m_server->descriptor(), QSocketNotifier::Read);
     QObject::connect(m_events.get(), &QSocketNotifier::activated, m_events.get(), [this] {
         if (!m_server->dispatch(0ms))
@@ -291,7 +291,7 @@ const SwayDesktop::Page &SwayDesktop::showPage(const QString &title, const Page 
     return window.page;
 }
 
-void SwayDesktop::listenToWheel(wl_seat *seat)
+void SwayDesktop::listenToPointer(wl_seat *seat)
 {
     static const wl_pointer_listener listener = [] {
         wl_pointer_listener all = {};
@@ -301,7 +301,10 @@ void SwayDesktop::listenToWheel(wl_seat *seat)
         };
         all.leave = [](void *self, wl_pointer *, uint32_t, wl_surface *) { desktop(self).m_pointed = nullptr; };
         all.motion = [](void *, wl_pointer *, uint32_t, wl_fixed_t, wl_fixed_t) {};
-        all.button = [](void *, wl_pointer *, uint32_t, uint32_t, uint32_t, uint32_t) {};
+        all.button = [](void *self, wl_pointer *, uint32_t serial, uint32_t, uint32_t, uint32_t isDown) {
+            if (isDown)
+                desktop(self).m_pressed = serial;
+        };
         all.axis = [](void *self, wl_pointer *, uint32_t time, uint32_t, wl_fixed_t way) {
             desktop(self).turn(way < 0 ? -1 : 1, time);
         };
@@ -334,23 +337,11 @@ QString SwayDesktop::activationToken()
     auto *seat = m_server->bind<wl_seat>(wl_seat_interface, 1);
     if (!activation || !seat)
         qFatal("sway has no activation");
-    uint32_t serial = 0; // sway knows by it that the user has been there
-    static const wl_pointer_listener entered = [] {
-        wl_pointer_listener all = {};
-        all.enter = [](void *to, wl_pointer *, uint32_t number, wl_surface *, wl_fixed_t, wl_fixed_t) {
-            *static_cast<uint32_t *>(to) = number;
-        };
-        all.leave = [](void *, wl_pointer *, uint32_t, wl_surface *) {};
-        all.motion = [](void *, wl_pointer *, uint32_t, wl_fixed_t, wl_fixed_t) {};
-        all.button = [](void *, wl_pointer *, uint32_t, uint32_t, uint32_t, uint32_t) {};
-        all.axis = [](void *, wl_pointer *, uint32_t, uint32_t, wl_fixed_t) {};
-        return all;
-    }();
-    wl_pointer *pointer = wl_seat_get_pointer(seat);
-    wl_pointer_add_listener(pointer, &entered, &serial);
-    if (!wait([&] { return serial != 0; }))
+    m_pressed = 0;
+    buttonDown();
+    if (!wait([&] { return m_pressed != 0; }))
         qFatal("the pointer is on no window");
-    wl_pointer_destroy(pointer);
+    buttonUp();
     xdg_activation_token_v1 *token = xdg_activation_v1_get_activation_token(activation);
     QString words;
     static constexpr xdg_activation_token_v1_listener listener = {
@@ -358,7 +349,8 @@ QString SwayDesktop::activationToken()
                    const char *made) { *static_cast<QString *>(to) = QString::fromLatin1(made); },
     };
     xdg_activation_token_v1_add_listener(token, &listener, &words);
-    xdg_activation_token_v1_set_serial(token, serial, seat);
+    xdg_activation_token_v1_set_serial(token, m_pressed, seat);
+    xdg_activation_token_v1_set_surface(token, m_pointed);
     xdg_activation_token_v1_commit(token);
     if (!wait([&] { return !words.isEmpty(); }))
         qFatal("sway gives no token");

@@ -68,7 +68,8 @@ public:
         showPage(title, {picture, picture.size()}, at);
     }
 
-    // With which the program whose window the pointer is on lets another one come to the front. The window is one of these.
+    // With which the program whose window the pointer is on, clicked for it, lets another one come to the front. The window is
+    // one of these.
     QString activationToken();
 
     // What a monitor shows, in its own pixels; without the pointer.
@@ -77,7 +78,7 @@ public:
 
 private:
     struct Window;
-    void listenToWheel(wl_seat *seat);
+    void listenToPointer(wl_seat *seat);
     void turn(int clicks, quint32 time);
     void button(bool isDown);
     void key(Key key, bool isDown);
@@ -91,9 +92,10 @@ private:
     std::unique_ptr<WaylandServer> m_server;
     std::vector<std::unique_ptr<Window>> m_windows;
     std::unique_ptr<QSocketNotifier> m_events;
-    const wl_surface *m_pointed = nullptr; // of ours
-    int m_turns = 0;                       // that came at once
-    quint32 m_lastTurn = 0;                // the compositor's time
+    wl_surface *m_pointed = nullptr; // of ours
+    quint32 m_pressed = 0;           // the serial of the last press on one of ours
+    int m_turns = 0;                 // that came at once
+    quint32 m_lastTurn = 0;          // the compositor's time
     zwlr_virtual_pointer_v1 *m_pointer = nullptr;
     zwp_virtual_keyboard_v1 *m_keyboard = nullptr;
     xkb_state *m_keys = nullptr;

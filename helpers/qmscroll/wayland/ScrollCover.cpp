@@ -264,6 +264,13 @@ void ScrollCover::followKeyboard()
     wl_display_flush(m_server.get());
 }
 
+void ScrollCover::keepKeyboard()
+{
+    if (m_hasKeyboard)
+        m_surfaces[size_t(m_regionOutput)]->setKeyboard(true);
+    wl_display_flush(m_server.get());
+}
+
 void ScrollCover::leaveKeyboard()
 {
     m_isKeyboardLeft = true;

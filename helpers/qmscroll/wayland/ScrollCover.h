@@ -43,6 +43,9 @@ public:
     // Over the region, where the pointer is about to come, the keyboard stays as it is; see followKeyboard().
     void setReach(Reach reach);
     void followKeyboard(); // takes it or leaves it to others, as reach and pointer have it
+    // If the cover has taken it: another surface of this program has gone, and newer sway then gives the keyboard to any that is
+    // left, or to none.
+    void keepKeyboard();
     bool hasPointer() const { return m_pointerOutput >= 0; }
     QPoint pointer() const { return m_pointer; } // if it has
     bool hasPointerInRegion() const { return hasPointer() && isInRegion(); }

@@ -197,6 +197,7 @@ PanelPlace WaylandScrollDesktop::showFrame()
     m_cover->present();
     m_server->roundTrip();
     m_keyboardHolder.reset();
+    m_cover->keepKeyboard();
     if (!m_doesUserScroll)
         movePointer(m_region.center()); // from now on it is not seen in the region
     return place;

@@ -63,8 +63,8 @@ KeyGrab::~KeyGrab()
 
 void KeyGrab::take()
 {
-    for (const Code &code : qAsConst(m_codes)) {
-        for (const uint16_t modifiers : qAsConst(m_modifiers)) {
+    for (const Code &code : std::as_const(m_codes)) {
+        for (const uint16_t modifiers : std::as_const(m_modifiers)) {
             xcb_grab_key(m_server.get(), 0, m_server.root(), modifiers, code.code, XCB_GRAB_MODE_ASYNC,
                          XCB_GRAB_MODE_ASYNC);
         }
@@ -84,8 +84,8 @@ void KeyGrab::release()
 {
     if (!std::exchange(m_taken, false))
         return;
-    for (const Code &code : qAsConst(m_codes)) {
-        for (const uint16_t modifiers : qAsConst(m_modifiers))
+    for (const Code &code : std::as_const(m_codes)) {
+        for (const uint16_t modifiers : std::as_const(m_modifiers))
             xcb_ungrab_key(m_server.get(), code.code, m_server.root(), modifiers);
     }
     xcb_flush(m_server.get());

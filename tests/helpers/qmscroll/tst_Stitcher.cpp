@@ -242,7 +242,7 @@ private Q_SLOTS:
         ScrollScene scene(look, 1);
         Stitcher stitcher(look.size, [](const QImage &) { return true; });
         QCOMPARE(stitcher.add(scene.frame(offsets.takeFirst())), Step::first);
-        for (const int offset : qAsConst(offsets))
+        for (const int offset : std::as_const(offsets))
             QCOMPARE(stitcher.add(scene.frame(offset)), steps.takeFirst());
     }
 
@@ -287,10 +287,10 @@ private Q_SLOTS:
         ScrollScene scene(look, 1);
         QList<QImage> parts;
         Stitcher stitcher(look.size, [&parts](const QImage &rows) { return parts.append(rows.copy()), true; });
-        for (const int offset : qAsConst(before))
+        for (const int offset : std::as_const(before))
             stitcher.add(scene.frame(offset), Heading::forward);
         scene.load();
-        for (int last = before.last(); const int offset : qAsConst(after)) {
+        for (int last = before.last(); const int offset : std::as_const(after)) {
             QCOMPARE(stitcher.add(scene.frame(offset), offset < last ? Heading::any : Heading::forward),
                      steps.takeFirst());
             last = offset;
@@ -298,7 +298,7 @@ private Q_SLOTS:
         QImage picture(look.size.width(), stitcher.height(), QImage::Format_RGB32);
         QVERIFY(stitcher.finish());
         QPainter painter(&picture);
-        for (int y = 0; const QImage &part : qAsConst(parts)) {
+        for (int y = 0; const QImage &part : std::as_const(parts)) {
             painter.drawImage(0, y, part);
             y += part.height();
         }
@@ -458,7 +458,7 @@ private Q_SLOTS:
         QFETCH(int, width);
         ScrollScene scene(look, 1);
         ScrollBar bar;
-        for (const int at : qAsConst(edge.places)) {
+        for (const int at : std::as_const(edge.places)) {
             QImage frame = scene.frame(at);
             edge.draw(frame, at);
             bar.see(frame, at);
