@@ -372,7 +372,8 @@ std::optional<Search::Trial> Search::tryAt(int at) const
     const bool isWhole = !moved(at) || !left.isStrange || (m_known.looked && outweighs(trial, left.bands, from));
     const bool isForward = m_known.heading != Heading::forward || at >= m_lastAt;
     placement.kind = isTopSettled && isWhole && isForward ? Placement::Kind::found : Placement::Kind::doubtful;
-    if (placement.kind == Placement::Kind::found && !trial.exact && !outweighs(trial, {}, from))
+    const bool isUnexplained = !trial.exact || (!moved(at) && left.isStrange);
+    if (placement.kind == Placement::Kind::found && isUnexplained && !outweighs(trial, {}, from))
         return {};
     return trial;
 }
