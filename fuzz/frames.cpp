@@ -1,9 +1,10 @@
-// A libFuzzer target: whatever a region shows while it is scrolled, a stitcher hands over as many rows as it says, and never
-// places a frame out of sight of those it holds. The first bytes are a page, a byte a row; of the rest each pair is a frame:
+// A libFuzzer target: whatever a region shows while it is scrolled, a stitcher hands over as many rows as it says, never
+// places a frame out of sight of those it holds, and only where at least as many rows agree with the page as do not. The first bytes are a page, a byte a row; of the rest each pair is a frame:
 // where it stands on the page, and which of its rows has changed, if any.
 
 #include "helpers/qmscroll/Stitcher.h"
 
+#include <algorithm>
 #include <cstdlib>
 #include <vector>
 
@@ -22,6 +23,15 @@ static QImage frameAt(const uint8_t *page, int offset, int changed)
     return frame;
 }
 
+// Of the frame at `offset`, seen as if it were the one at `claimed`, by the page's rows that have been shown so far.
+static bool isPlausible(const uint8_t *page, int offset, int claimed, int from, int to)
+{
+    int agree = 0, differ = 0;
+    for (int y = std::max(0, from - claimed); y < std::min(height, to - claimed); ++y)
+        ++(page[offset + y] == page[claimed + y] ? agree : differ);
+    return agree > 0 && agree >= differ;
+}
+
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size)
 {
     if (size < pageRows)
@@ -33,6 +43,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size)
         rows += given.height();
         return true;
     });
+    int at = -1, from = 0, to = 0; // of the last frame that was placed, and what they have shown
     for (size_t i = pageRows; i + 1 < size; i += 2) {
         const int offset = data[i] % (pageRows - height + 1), changed = data[i + 1] % (4 * height);
         const auto heading = data[i + 1] & 0x80 ? Heading::forward : Heading::any;
@@ -42,6 +53,18 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size)
                                 rows + stitcher.heldRows().height() == stitcher.height();
         if (!isPossible)
             std::abort();
+        if (step == Stitcher::Step::first) {
+            at = from = offset;
+            to = at + height;
+        } else if (step == Stitcher::Step::joined) {
+            at += stitcher.lastShift();
+            if (at != offset && !isPlausible(data, offset, at, from, to))
+                std::abort();
+            if (at != offset)
+                return 0; // the page repeats itself
+            from = std::min(from, at);
+            to = std::max(to, at + height);
+        }
     }
     const int promised = stitcher.height();
     if (stitcher.finish() != (promised > 0) || rows != promised)

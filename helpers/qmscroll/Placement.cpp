@@ -1,6 +1,7 @@
 #include "helpers/qmscroll/Placement.h"
 
 #include "helpers/qmscroll/FrameChange.h"
+#include "helpers/qmscroll/Landmarks.h"
 
 #include <algorithm>
 #include <optional>
@@ -11,6 +12,7 @@ namespace qm {
 namespace {
 
 constexpr int fewestLandmarks = 8; // rows that exist only once: one line of small text
+constexpr int twoLines = 24;       // rows of text
 constexpr int overlapShare = 4;    // one in so many of the moving rows has to agree
 constexpr int headerShare = 3;     // a header takes at most one in so many of the frame's rows
 constexpr int caretHeight = 48;    // pixels: of a caret or a blinking mark, which is within one band
@@ -21,30 +23,6 @@ constexpr int thumbShare = 2;      // one in so many rows is covered by a thumb,
 struct Span {
     int from, to;
 };
-
-// What exists only once both in the frame and in the held rows.
-struct Landmark {
-    int y, row;
-    size_t band;
-};
-
-// The hashes that occur once among the rows of a band, sorted, each with its row in the lower half.
-template<typename HashOf>
-std::vector<quint64> onlyOnce(int from, int to, const HashOf &hashOf)
-{
-    std::vector<quint64> all;
-    all.reserve(size_t(std::max(0, to - from)));
-    for (int row = from; row < to; ++row)
-        all.push_back(quint64(hashOf(row)) << 32 | quint32(row));
-    std::sort(all.begin(), all.end());
-    std::vector<quint64> once;
-    for (size_t i = 0; i < all.size(); ++i) {
-        const bool asAbove = i > 0 && all[i - 1] >> 32 == all[i] >> 32;
-        if (!asAbove && (i + 1 == all.size() || all[i + 1] >> 32 != all[i] >> 32))
-            once.push_back(all[i]);
-    }
-    return once;
-}
 
 class Search
 {
@@ -72,15 +50,19 @@ private:
     Left leftBehind(int at, const Bands &used, int from, int to) const;
     bool differsInside(int y, int row) const;
     int header(int at, const Bands &used, int to) const;
-    std::vector<Span> changes(int at, const Bands &used, int from, int to) const;
+    std::vector<int> keptRows(const Bands &used, int from, int to) const;
+    int footer(int at, const Bands &used) const;
+    std::vector<Span> changes(int at, const Bands &used, int from, int to, size_t carets) const;
     bool settleTop(Trial *trial, std::vector<Span> *changes, int fixed) const;
     int agreeingRows(const Trial &trial, const std::vector<Span> &changes, int from) const;
+    bool outweighs(const Trial &trial, const Bands &left, int from) const;
     int landmarkRows(int at, const Bands &used, int from, int to) const;
     bool comesFromPage(int at, const Bands &used, const Span &rows) const;
     struct Digests {
         std::vector<quint32> now, held;
     };
     Digests digests(const Bands &bands) const;
+    bool explainsToo(int at, const Span &span, const Trial &trial, int first, const Digests &rows) const;
     bool hasRival(const Trial &trial) const;
     bool fitsSomewhere() const;
     std::vector<int> candidates() const;
@@ -95,7 +77,7 @@ private:
     const Placement::Known &m_known;
     Bands m_changed;             // differ from the last frame
     int m_top = 0, m_bottom = 0; // the rows that do
-    std::vector<Landmark> m_landmarks;
+    const Landmarks m_marks;
 };
 
 Search::Search(const HeldRows &held, const Frame &last, int lastAt, const Frame &now, const Placement::Known &known)
@@ -105,6 +87,7 @@ Search::Search(const HeldRows &held, const Frame &last, int lastAt, const Frame 
     , m_lastAt(lastAt)
     , m_known(known)
     , m_top(now.height())
+    , m_marks(held, last, now)
 {
     for (int y = 0; y < now.height(); ++y) {
         const Bands bands = differing(now.rows[size_t(y)], last.rows[size_t(y)]);
@@ -113,17 +96,6 @@ Search::Search(const HeldRows &held, const Frame &last, int lastAt, const Frame 
         m_changed |= bands;
         m_top = std::min(m_top, y);
         m_bottom = y + 1;
-    }
-    for (size_t band = 0; band < bandCount; ++band) {
-        const auto inFrame = onlyOnce(0, now.height(), [&](int y) { return now.rows[size_t(y)][band]; });
-        const auto inPicture = onlyOnce(held.first(), held.end(), [&](int row) { return held[row][band]; });
-        auto there = inPicture.begin();
-        for (const quint64 here : inFrame) {
-            while (there != inPicture.end() && *there >> 32 < here >> 32)
-                ++there;
-            if (there != inPicture.end() && *there >> 32 == here >> 32)
-                m_landmarks.push_back({int(quint32(here)), int(quint32(*there)), band});
-        }
     }
 }
 
@@ -136,8 +108,7 @@ int Search::comparedTo(int at) const
 
 int Search::leastOverlap() const
 {
-    const int moving = m_known.moving.any() || m_changed.none() ? m_known.bottom - m_known.top : m_bottom - m_top;
-    return moving / overlapShare;
+    return std::max(m_known.moving.any() ? m_known.bottom - m_known.top : 0, m_bottom - m_top) / overlapShare;
 }
 
 // The columns that agree with the place. Left out are those of which the far greater part does not, and at the sides, where
@@ -172,7 +143,9 @@ int Search::header(int at, const Bands &used, int to) const
 {
     if (!moved(at))
         return m_known.top;
-    int end = 0, kept = 0;
+    // Where the picture begins, it shows the header, too.
+    const std::vector<int> marks = keptRows(used, 0, m_top);
+    int end = marks.empty() ? 0 : marks.back() + 1, kept = 0;
     for (int y = std::max(0, m_held.first() - at); y < std::min(headerLimit(), to); ++y) {
         const RowHash &here = m_now.rows[size_t(y)];
         if ((differing(here, m_last.rows[size_t(y)]) & used).any())
@@ -187,8 +160,30 @@ int Search::header(int at, const Bands &used, int to) const
     return end;
 }
 
-// The groups of rows that do not agree, wider than a caret.
-std::vector<Span> Search::changes(int at, const Bands &used, int from, int to) const
+// The rows in between that have certainly kept their place, top to bottom; none, if they are less than a line of text.
+std::vector<int> Search::keptRows(const Bands &used, int from, int to) const
+{
+    std::vector<int> rows;
+    for (const Landmark &mark : m_marks.kept) {
+        if (used[mark.band] && mark.y >= from && mark.y < to)
+            rows.push_back(mark.y);
+    }
+    std::sort(rows.begin(), rows.end());
+    rows.erase(std::unique(rows.begin(), rows.end()), rows.end());
+    return rows.size() < fewestLandmarks ? std::vector<int>() : rows;
+}
+
+// From here on the rows have kept their place, although something there may have changed, such as a number.
+int Search::footer(int at, const Bands &used) const
+{
+    if (!moved(at))
+        return m_known.bottom;
+    const std::vector<int> kept = keptRows(used, m_now.height() - m_now.height() / headerShare, m_bottom);
+    return kept.empty() ? m_bottom : kept.front();
+}
+
+// The groups of rows that do not agree, but for so many that are no wider than a caret: one in every line is a column.
+std::vector<Span> Search::changes(int at, const Bands &used, int from, int to, size_t carets) const
 {
     std::vector<Span> groups;
     std::vector<Bands> bands; // of each
@@ -203,19 +198,18 @@ std::vector<Span> Search::changes(int at, const Bands &used, int from, int to) c
         groups.back().to = y + 1;
         bands.back() |= here;
     }
-    size_t kept = 0;
+    std::vector<Span> wide;
     for (size_t i = 0; i < groups.size(); ++i) {
         if (bands[i].count() > 1 || groups[i].to - groups[i].from > caretHeight)
-            groups[kept++] = groups[i];
+            wide.push_back(groups[i]);
     }
-    groups.resize(kept);
-    return groups;
+    return groups.size() - wide.size() <= carets ? wide : groups;
 }
 
 int Search::landmarkRows(int at, const Bands &used, int from, int to) const
 {
     std::vector<bool> rows(size_t(m_now.height()));
-    for (const Landmark &mark : m_landmarks) {
+    for (const Landmark &mark : m_marks.inBoth) {
         if (mark.row - mark.y == at && used[mark.band] && mark.y >= from && mark.y < to)
             rows[size_t(mark.y)] = true;
     }
@@ -242,7 +236,7 @@ bool Search::comesFromPage(int at, const Bands &used, const Span &rows) const
 Bands Search::standing() const
 {
     std::array<int, bandCount> marks = {};
-    for (const Landmark &mark : m_landmarks)
+    for (const Landmark &mark : m_marks.inBoth)
         marks[mark.band] += mark.row - mark.y == m_lastAt && mark.y >= m_known.top && mark.y < m_known.bottom;
     Bands bands;
     for (size_t band = 0; band < bandCount; ++band)
@@ -316,15 +310,27 @@ int Search::agreeingRows(const Trial &trial, const std::vector<Span> &changes, i
 {
     int rows = 0;
     const auto add = [&](int to) {
-        if (landmarkRows(trial.placement.at, trial.used, from, to) >= fewestLandmarks)
+        if (from < to && landmarkRows(trial.placement.at, trial.used, from, to) >= fewestLandmarks)
             rows += to - from;
     };
     for (const Span &change : changes) {
-        add(change.from);
-        from = change.to;
+        add(std::min(change.from, trial.to));
+        from = std::max(from, change.to);
     }
     add(trial.to);
     return rows;
+}
+
+// A place that leaves something unexplained has to explain more than that, and more than a line of text.
+bool Search::outweighs(const Trial &trial, const Bands &left, int from) const
+{
+    const int at = trial.placement.at;
+    size_t against = 0; // bands of rows
+    for (int y = from; y < trial.to; ++y)
+        against += (differing(m_now.rows[size_t(y)], m_held[at + y]) & (trial.used | left)).count();
+    // What stands while a page loads may be little.
+    return (!moved(at) || size_t(trial.matched) * trial.used.count() >= against) &&
+           landmarkRows(at, trial.used, from, trial.to) >= twoLines;
 }
 
 std::optional<Search::Trial> Search::tryAt(int at) const
@@ -340,27 +346,36 @@ std::optional<Search::Trial> Search::tryAt(int at) const
     if (moved(at) && standing().count() > trial.used.count())
         return {};
     placement.at = at;
-    placement.bottom = moved(at) ? m_bottom : m_known.bottom;
+    placement.bottom = footer(at, trial.used);
     placement.top = header(at, trial.used, trial.to);
 
     const Left left = leftBehind(at, trial.used, std::max(first, placement.top), trial.to);
-    std::vector<Span> changes = this->changes(at, trial.used, std::max(first, placement.top), trial.to);
-    const bool isCertain = settleTop(&trial, &changes, fixed) && (!moved(at) || !left.isStrange || m_known.looked) &&
-                           (m_known.heading != Heading::forward || at >= m_lastAt);
-    placement.kind = isCertain ? Placement::Kind::found : Placement::Kind::doubtful;
+    std::vector<Span> changes = this->changes(at, trial.used, std::max(first, placement.top), trial.to, 1);
     placement.moving = moved(at) ? (m_known.moving | trial.used) & ~left.bands : m_known.moving;
+    const bool isTopSettled = settleTop(&trial, &changes, fixed);
     placement.renewed = !changes.empty();
     placement.compared = placement.settled = trial.to;
     if (!changes.empty() && landmarkRows(at, trial.used, changes.back().to, trial.to) < fewestLandmarks)
         placement.settled = changes.back().from;
 
-    const int from = std::max({first, placement.top, fixed});
+    int from = std::max({first, placement.top, fixed});
     trial.exact = changes.empty();
-    trial.matched = agreeingRows(trial, changes, from);
     // Before anything has moved, what keeps its place anyway may agree.
-    const bool mayBeFixed = !moved(at) && m_known.moving.none();
-    const int least = mayBeFixed ? (trial.to - from) / 2 : leastOverlap();
-    return trial.matched >= std::max(1, least) ? std::optional(trial) : std::nullopt;
+    if (!moved(at) && m_known.moving.none() && !trial.exact) {
+        from = std::max(from, m_now.height() / headerShare);
+        trial.to = std::min(trial.to, m_now.height() - from);
+    }
+    trial.matched = agreeingRows(trial, changes, from);
+    const int half = (trial.to - from) / 2, least = moved(at) || m_known.moving.any() ? leastOverlap() : half;
+    if (trial.matched < std::max(1, least))
+        return {};
+    const bool isWhole = !moved(at) || !left.isStrange || (m_known.looked && outweighs(trial, left.bands, from));
+    const bool isForward = m_known.heading != Heading::forward || at >= m_lastAt;
+    placement.kind = isTopSettled && isWhole && isForward ? Placement::Kind::found : Placement::Kind::doubtful;
+    const bool isUnexplained = !trial.exact || (!moved(at) && left.isStrange);
+    if (placement.kind == Placement::Kind::found && isUnexplained && !outweighs(trial, {}, from))
+        return {};
+    return trial;
 }
 
 // One hash of each row over some of its bands.
@@ -380,6 +395,34 @@ Search::Digests Search::digests(const Bands &bands) const
     return digests;
 }
 
+// True if a place explains these rows of the frame as well as the trial does. What the trial leaves unexplained counts for
+// neither, and half of what it does not show may have changed by itself.
+bool Search::explainsToo(int at, const Span &span, const Trial &trial, int first, const Digests &rows) const
+{
+    constexpr size_t mostCarets = 2; // where it is on the page, and where it was
+    const auto agrees = [&](int place, int y) {
+        return rows.now[size_t(y)] == rows.held[size_t(place + y - m_held.first())];
+    };
+    struct Count {
+        int rows = 0, differ = 0;
+    } shown, others;
+    for (int y = span.from; y < span.to; ++y) {
+        const bool same = agrees(at, y), isShown = y >= first && y < trial.to;
+        if (isShown && !agrees(trial.placement.at, y))
+            continue;
+        if (isShown && trial.exact && !same &&
+            (differing(m_now.rows[size_t(y)], m_held[at + y]) & trial.used).count() > 1)
+            return false; // no caret
+        Count &count = isShown ? shown : others;
+        ++count.rows;
+        count.differ += !same;
+    }
+    if (5 * shown.differ > shown.rows || 2 * others.differ > others.rows)
+        return false;
+    return !trial.exact || shown.differ == 0 ||
+           changes(at, trial.used, std::max(span.from, first), std::min(span.to, trial.to), mostCarets).empty();
+}
+
 // True if another place explains the frame as well. One that leaves rows unexplained is no rival of one that explains these
 // very rows: had they changed by themselves, they would fit nowhere.
 bool Search::hasRival(const Trial &trial) const
@@ -392,21 +435,19 @@ bool Search::hasRival(const Trial &trial) const
                      rows.now[size_t(y)] != rows.now[size_t(y - 1)];
         return count;
     };
-    const int top = trial.placement.top;
-    const int own = marks(trial.placement.at, std::max(top, m_held.first() - trial.placement.at), trial.to);
+    const int top = moved(trial.placement.at) ? m_top : m_known.top; // rows above keep their place, wherever this is
+    const int first = std::max({top, trial.placement.top, m_held.first() - trial.placement.at});
+    const int own = marks(trial.placement.at, first, trial.to);
     const int furthest = m_held.end() - fewestLandmarks;
     for (int at = m_held.first() - m_now.height() + fewestLandmarks; at < furthest; ++at) {
-        const int from = std::max(top, m_held.first() - at), to = comparedTo(at);
-        const int allowed = (to - from) / 5;
-        int differ = at == trial.placement.at || from >= to ? allowed + 1 : 0;
-        for (int y = from; y < to && differ <= allowed; ++y) {
-            const bool same = rows.now[size_t(y)] == rows.held[size_t(at + y - m_held.first())];
-            differ += same ? 0 : trial.exact && y < trial.to ? allowed + 1 : 1;
-        }
-        if (differ <= allowed) {
-            if (const int found = marks(at, from, to); found >= 2 && 4 * found >= own)
-                return true;
-        }
+        // The picture may begin with a header, which has hidden the page.
+        const int from = std::max({top, m_held.first() - at, m_held.first() == 0 ? top - at : 0}), to = comparedTo(at);
+        if (at == trial.placement.at || from >= to || !explainsToo(at, {from, to}, trial, first, rows))
+            continue;
+        const int found = marks(at, from, to);
+        const bool stands = found >= fewestLandmarks && to - from >= leastOverlap(); // alone it would be accepted
+        if (stands || (found >= 2 && overlapShare * found >= own))
+            return true;
     }
     return false;
 }
@@ -434,7 +475,7 @@ std::vector<int> Search::candidates() const
 {
     const int lowest = m_held.first() - m_now.height();
     std::vector<int> votes(size_t(m_held.end() - lowest + 1));
-    for (const Landmark &mark : m_landmarks)
+    for (const Landmark &mark : m_marks.inBoth)
         ++votes[size_t(mark.row - mark.y - lowest)];
     std::vector<int> places;
     for (size_t i = 0; i < votes.size(); ++i) {

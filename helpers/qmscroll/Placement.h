@@ -14,7 +14,8 @@ enum class Heading {
 // A place is found by what exists only once, both in the frame and in the rows that are held, and counts only if all
 // rows agree to the pixel, from the top of what moves on. What does not agree further down has changed by itself: the
 // frame shows it as it is now. At the top that would leave the half of it that has left the frame as it was, so it is
-// doubtful instead.
+// doubtful instead. Where more has changed than agrees, or hardly two lines of text do, it is no place at all: tables and
+// logs have many lines that differ in one column.
 struct Placement {
     enum class Kind {
         found,

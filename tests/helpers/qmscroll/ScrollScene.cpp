@@ -223,14 +223,13 @@ int ScrollScene::lastOffset() const
     return m_page.height() - (m_look.size.height() - contentTop() - m_look.footer);
 }
 
-bool ScrollScene::looksAlike(int offset, int other) const
+bool ScrollScene::looksAlike(int offset, int other, int from, int to) const
 {
-    const auto shown = [this](int at) {
-        QImage image = window(at);
-        addBars(image, at);
-        return image.copy(m_look.sidebar, 0, image.width() - m_look.sidebar, image.height() - m_look.footer);
+    const auto shown = [&](int at) {
+        return window(at).copy(m_look.sidebar, from, m_look.size.width() - m_look.sidebar - m_look.scrollBar,
+                               to - from);
     };
-    return shown(offset) == shown(other);
+    return from >= to || shown(offset) == shown(other);
 }
 
 QString ScrollScene::difference(const QImage &picture, int firstOffset, int furthestOffset) const

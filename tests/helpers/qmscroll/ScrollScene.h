@@ -45,7 +45,8 @@ public:
     QImage frame(int offset); // each call is a later moment: carets blink, animations go on
     void load();
     int lastOffset() const;
-    bool looksAlike(int offset, int other) const; // nothing tells the two apart
+    // Nothing of the page tells the two apart in these rows of the window, the latter exclusive.
+    bool looksAlike(int offset, int other, int from, int to) const;
 
     // The first difference between a picture that begins at the offset and the page, in words; empty when it is right.
     QString difference(const QImage &picture, int firstOffset, int furthestOffset) const;

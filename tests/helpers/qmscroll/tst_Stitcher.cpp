@@ -27,7 +27,8 @@ class Run
 {
 public:
     Run(const Look &look, quint32 seed, int offset, const std::function<int()> &step)
-        : m_scene(look, seed)
+        : m_look(look)
+        , m_scene(look, seed)
         , m_stitcher(look.size, [this](const QImage &rows) { return keep(rows); })
         , m_start(offset)
         , m_at(offset)
@@ -67,12 +68,15 @@ private:
 
     Step add(int offset)
     {
+        const int end = m_start + m_stitcher.height(),
+                  first = end - (end > m_start ? m_stitcher.heldRows().height() : 0);
         const Step step = m_stitcher.add(m_scene.frame(offset));
         const int claimed = step == Step::joined ? m_at + m_stitcher.lastShift() : m_at;
         if (step == Step::failed)
             wrong = u"failed"_s;
-        if ((step == Step::joined || step == Step::still || step == Step::renewed) && claimed != offset) {
-            m_undecidable = m_scene.looksAlike(claimed, offset);
+        const bool isClaim = step == Step::joined || step == Step::still || step == Step::renewed;
+        if (isClaim && claimed != offset) {
+            m_undecidable = isUndecidable(claimed, offset, first, end);
             if (!m_undecidable)
                 wrong = u"from %1 to %2: claimed %3"_s.arg(m_at).arg(offset).arg(claimed);
         }
@@ -80,7 +84,19 @@ private:
             m_at = offset;
             m_furthest = std::max(m_furthest, m_at);
         }
+        if (isClaim) // what follows may have been given up, which is said
+            m_furthest = std::min(m_furthest, m_start + m_stitcher.height() - m_look.size.height());
         return step;
+    }
+
+    // Where the page repeats itself, by a step that leaves too little of what was seen, or one that shows the same.
+    bool isUndecidable(int claimed, int offset, int first, int end) const
+    {
+        const int top = m_look.header, bottom = m_look.size.height() - m_look.footer;
+        const int from = std::max(first, m_start + top), to = end - m_look.footer; // of the page, as far as it is held
+        const int seen = std::min(offset + bottom, to) - std::max(offset + top, from);
+        return (claimed == m_at || 3 * seen < bottom - top) &&
+               m_scene.looksAlike(claimed, offset, std::max(top, from - claimed), std::min(bottom, to - claimed));
     }
 
     // What is not joined is looked for again, and then by smaller steps.
@@ -97,6 +113,7 @@ private:
         return false;
     }
 
+    const Look m_look;
     ScrollScene m_scene;
     Stitcher m_stitcher;
     QImage m_picture; // the rows handed over so far
@@ -184,15 +201,18 @@ private Q_SLOTS:
     // Looks and steps by chance, also back and above the start; whatever was joined must be right.
     void anyPage()
     {
-        for (quint32 seed = 1; seed <= 24; ++seed) {
+        QList<quint32> seeds = {117, 136, 1059, 1157, 1364, 1525, 1658, 2076}; // have found faults
+        for (quint32 seed = 1; seed <= 24; ++seed)
+            seeds.append(seed);
+        for (const quint32 seed : qAsConst(seeds)) {
             QRandomGenerator random(seed);
             const auto oneIn = [&random](int n) { return random.bounded(n) == 0; };
             Look look;
             look.content = Content(random.bounded(int(Content::cards) + 1));
             look.size = QSize(random.bounded(200, 500), oneIn(8) ? random.bounded(30, 200) : random.bounded(200, 360));
             look.pageHeight = 1200;
-            look.header = oneIn(3) ? random.bounded(12, 60) : 0;
-            look.footer = oneIn(3) ? random.bounded(12, 40) : 0;
+            look.header = oneIn(3) ? std::min(random.bounded(12, 60), look.size.height() / 3) : 0;
+            look.footer = oneIn(3) ? std::min(random.bounded(12, 40), look.size.height() / 3) : 0;
             look.footerCounts = oneIn(2);
             look.scrollBar = oneIn(3) ? 12 : 0;
             look.caret = oneIn(3);
