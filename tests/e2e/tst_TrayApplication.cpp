@@ -204,6 +204,9 @@ private Q_SLOTS:
         QVERIFY(Desktop::ended(*m_application));
         QVERIFY(QFile::remove(at(u"asked"_s)));
         start();
+        m_application->kill(); // has no time to tidy up
+        QVERIFY(Desktop::ended(*m_application));
+        start();
     }
 };
 
