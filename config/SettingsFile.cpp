@@ -7,6 +7,8 @@
 #include <QJsonDocument>
 #include <QSaveFile>
 
+#include <sys/stat.h>
+
 namespace qm {
 
 static constexpr qint64 maxBytes = 16 << 20; // far beyond any settings; keeps a wrong path from filling the memory
@@ -30,24 +32,24 @@ static QString brokenCopyOf(const QString &path)
     return path + QStringLiteral(".broken");
 }
 
-// A new file is for its owner, and for those who may write in its folder: one that a group shares.
-static bool keepForOwner(QSaveFile &file)
+// A new file is for its owner, and for those who may replace it, as in a folder that a group shares. Where modes come from the
+// mount (vfat, CIFS) they cannot be changed; that is no reason not to save.
+static void keepForOwner(QSaveFile &file)
 {
     const QFileInfo path(file.fileName());
     if (path.exists())
-        return true;
-    const QFile::Permissions folder = QFileInfo(path.path()).permissions();
-    QFile::Permissions mode = QFile::ReadOwner | QFile::WriteOwner;
-    if (folder & QFile::WriteGroup)
-        mode |= QFile::ReadGroup | QFile::WriteGroup;
-    if (folder & QFile::WriteOther)
-        mode |= QFile::ReadOther | QFile::WriteOther;
-    return file.setPermissions(file.permissions() & mode);
+        return;
+    struct stat folder = {};
+    stat(QFile::encodeName(path.path()).constData(), &folder);
+    const mode_t writers = folder.st_mode & S_ISVTX ? 0 : folder.st_mode & (S_IWGRP | S_IWOTH);
+    fchmod(file.handle(), S_IRUSR | S_IWUSR | writers << 1 | writers); // whoever may write may read
 }
 
 static Outcome writeWhole(QSaveFile &file, const QByteArray &bytes)
 {
-    const bool written = file.open(QIODevice::WriteOnly) && keepForOwner(file) && file.write(bytes) == bytes.size();
+    if (file.open(QIODevice::WriteOnly))
+        keepForOwner(file);
+    const bool written = file.isOpen() && file.write(bytes) == bytes.size();
     const Outcome saved = written ? DiskSync::commit(file) : Outcome::failure(file.errorString());
     return saved ? saved : Outcome::failure(QStringLiteral("%1: %2").arg(file.fileName(), saved.reason()));
 }

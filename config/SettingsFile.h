@@ -27,7 +27,7 @@ public:
     // Reads the file, sets the keys and replaces the file atomically, so that a full disk or a crash leaves the old one.
     // A file that is not a JSON object is kept as "NAME.broken"; one that cannot be read is left alone, which is a
     // failure. So is a missing folder: it may be that of a drive which is not connected. A new file is for its owner, and for
-    // those who may write in its folder.
+    // those who may replace it: the group, say, where it may write in the folder. It can be written by them, whatever the umask.
     Outcome set(const Values &values) const;
 
 private:

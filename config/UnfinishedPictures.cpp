@@ -35,8 +35,9 @@ static bool isOurs(QFile &file)
 static quint32 rowsOf(QFile &file)
 {
     constexpr int place = 20; // of the height in a PNG file
-    const QByteArray begin = file.peek(place + qsizetype(sizeof(quint32)));
-    return begin.size() > place ? qFromBigEndian<quint32>(begin.constData() + place) : 0;
+    constexpr qsizetype end = place + sizeof(quint32);
+    const QByteArray begin = file.peek(end);
+    return begin.size() == end ? qFromBigEndian<quint32>(begin.constData() + place) : 0;
 }
 
 // Until the descriptor is closed. False if another process has the file.
@@ -121,8 +122,8 @@ static void chooseForm(const QString &path)
     QFile one(path), other(path + better);
     if (!other.exists() || !takeOver(one) || !takeOver(other))
         return;
-    QFile &lesser = rowsOf(other) < rowsOf(one) ? other : one;
-    lesser.remove();
+    const QFile &lesser = rowsOf(other) < rowsOf(one) ? other : one;
+    QFile::remove(lesser.fileName()); // not lesser.remove(), which gives up the lock first
 }
 
 QStringList UnfinishedPictures::complete(const QString &folder)

@@ -6,7 +6,6 @@
 #include <QJsonArray>
 #include <QJsonDocument>
 #include <QJsonObject>
-#include <QTimer>
 
 #include <algorithm>
 
@@ -17,6 +16,7 @@ using namespace std::chrono_literals;
 namespace {
 
 constexpr auto patience = 200ms; // for the rest of a message that has begun
+constexpr int mostAttempts = 30; // to bind again: one a second
 constexpr char pressed[] = "nop quillmere trigger pressed", released[] = "nop quillmere trigger released";
 
 const ModifierKey &keyOf(int keyCode)
@@ -42,6 +42,9 @@ bool runAll(const QByteArray &commands)
 SwayBindings::SwayBindings(std::function<void(const KeyEvent &)> handle)
     : m_handle(std::move(handle))
 {
+    m_again.setSingleShot(true);
+    m_again.setInterval(1s);
+    m_again.callOnTimeout([this] { bindAgain(); });
 }
 
 SwayBindings::~SwayBindings()
@@ -69,6 +72,7 @@ void SwayBindings::stop()
 {
     if (!m_events)
         return;
+    m_again.stop();
     m_notifier.reset();
     m_events.reset();
     m_down.invalidate();
@@ -92,27 +96,30 @@ void SwayBindings::read()
 {
     const std::optional<SwayIpc::Message> event = m_events->receive(patience);
     if (!event) { // sway has ended
+        m_again.stop();
         m_notifier.reset();
         m_events.reset();
         return;
     }
     const QByteArray content = QByteArray::fromStdString(event->payload);
     const QJsonObject told = QJsonDocument::fromJson(content).object();
-    if (event->type == SwayIpc::bindingEvent)
+    if (event->type == SwayIpc::bindingEvent) {
         handle(told.value(QLatin1StringView("binding"))
                    .toObject()
                    .value(QLatin1StringView("command"))
                    .toString()
                    .toLatin1());
-    else if (told.value(QLatin1StringView("change")).toString() == QLatin1StringView("reload"))
+    } else if (told.value(QLatin1StringView("change")).toString() == QLatin1StringView("reload")) {
+        m_attempts = mostAttempts;
         bindAgain(); // its configuration, read again, has replaced all bindings
+    }
 }
 
 void SwayBindings::bindAgain()
 {
     // Busy with what else has changed, sway may answer too late, and then knows nothing of the question.
-    if (!bind())
-        QTimer::singleShot(1s, m_notifier.get(), [this] { bindAgain(); });
+    if (!bind() && --m_attempts > 0)
+        m_again.start();
 }
 
 void SwayBindings::handle(const QByteArray &binding)

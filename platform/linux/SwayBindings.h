@@ -4,6 +4,7 @@
 
 #include <QElapsedTimer>
 #include <QSocketNotifier>
+#include <QTimer>
 
 #include <memory>
 
@@ -13,7 +14,8 @@ class SwayIpc;
 
 // The trigger key by bindings of sway, which run nothing. sway tells of a binding's release only if no other key was pressed
 // meanwhile; so what the key was used for is known when it is released, not before. Programs see the modifier all the same,
-// but not the key. Main thread; a sway that does not answer is waited for 0.2 s.
+// but not the key. Main thread; a sway that does not answer is waited for 0.2 s; after it has
+// read its configuration again it is asked each second for half a minute.
 class SwayBindings
 {
 public:
@@ -26,7 +28,7 @@ public:
 
 private:
     bool bind();
-    void bindAgain(); // until it is
+    void bindAgain();
     void unbind();
     void read();
     void handle(const QByteArray &binding);
@@ -35,6 +37,8 @@ private:
     int m_keyCode = 0;
     std::unique_ptr<SwayIpc> m_events; // null while not listening
     std::unique_ptr<QSocketNotifier> m_notifier;
+    QTimer m_again;       // to the next attempt to bind again
+    int m_attempts = 0;   // that are left
     QElapsedTimer m_down; // valid while the key is down
 };
 

@@ -5,6 +5,7 @@
 #include <cstring>
 #include <poll.h>
 #include <sys/socket.h>
+#include <sys/time.h>
 #include <sys/un.h>
 #include <unistd.h>
 
@@ -54,6 +55,9 @@ std::unique_ptr<SwayIpc> SwayIpc::connect()
     if (channel < 0)
         return nullptr;
     std::unique_ptr<SwayIpc> ipc(new SwayIpc(channel));
+    // Where some connections wait to be accepted already, a further one is not even begun.
+    const timeval patience = {.tv_sec = 0, .tv_usec = std::chrono::microseconds(answerPatience).count()};
+    setsockopt(channel, SOL_SOCKET, SO_SNDTIMEO, &patience, sizeof patience);
     return ::connect(channel, reinterpret_cast<const sockaddr *>(&address), sizeof address) == 0 ? std::move(ipc)
                                                                                                  : nullptr;
 }

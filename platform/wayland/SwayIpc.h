@@ -25,7 +25,7 @@ public:
         std::string payload;
     };
 
-    static std::unique_ptr<SwayIpc> connect(); // null if the compositor is another one
+    static std::unique_ptr<SwayIpc> connect(); // null if the compositor is another one, or takes no more connections
     ~SwayIpc();
     SwayIpc(const SwayIpc &) = delete;
     SwayIpc &operator=(const SwayIpc &) = delete;

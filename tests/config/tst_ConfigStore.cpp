@@ -186,6 +186,27 @@ private Q_SLOTS:
                  QFile::ReadGroup);
     }
 
+    void whoMayUseNewSettings()
+    {
+        const std::tuple<mode_t, mode_t, mode_t> rows[] = {
+            // the folder, the umask, and the file
+            {0700, 0022, 0600}, {0755, 0000, 0600},  {0775, 0022, 0660},
+            {0777, 0077, 0666}, {01777, 0000, 0600}, // there nobody may replace what is another's
+        };
+        m_home->write(localFile, R"({"cloud": "~/cloud"})");
+        const QByteArray folder = m_home->file(u"cloud"_s).toUtf8(), file = m_home->file(sharedFile).toUtf8();
+        for (const auto &[ofFolder, masked, expected] : rows) {
+            QVERIFY(mkdir(folder.constData(), 0700) == 0 && chmod(folder.constData(), ofFolder) == 0);
+            const mode_t before = umask(masked);
+            const Outcome saved = ConfigStore::setShared(u"a"_s, 1);
+            umask(before);
+            struct stat found = {};
+            QVERIFY(saved && stat(file.constData(), &found) == 0);
+            QCOMPARE(found.st_mode & 07777, expected);
+            QVERIFY(QDir(QString::fromUtf8(folder)).removeRecursively());
+        }
+    }
+
     void aSaveThatFailsChangesNothing()
     {
         const auto failing = [] { return Outcome::failure(u"the last step"_s); };

@@ -78,10 +78,7 @@ kind, sources, programs = sys.argv[1:]
 desktop = LargeDesktop(kind, sources, programs, ["qmscroll", "qm_kwinpointer"], SIZE)
 work = desktop.work
 desktop.quietly("/usr/bin/python3", "-c", WINDOW)
-desktop.until("a capture shows something else than the screen", lambda: desktop.refuses_pictures() or shown() == COLOR)
-if desktop.refuses_pictures():
-    print("SKIP: KWin 6 draws without OpenGL where there is no graphics card, and then gives no pictures")
-    sys.exit(77)
+desktop.until_shown("a capture shows something else than the screen", lambda: shown() == COLOR)
 if left := list((work / "Pictures").iterdir()):
     print("FAIL: captures leave", left)
     sys.exit(1)

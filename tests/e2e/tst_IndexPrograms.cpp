@@ -15,8 +15,12 @@
 #include <QTest>
 
 #include <csignal>
+#include <fcntl.h>
 #include <memory>
 #include <optional>
+#include <poll.h>
+#include <sys/file.h>
+#include <sys/inotify.h>
 #include <sys/wait.h>
 #include <unistd.h>
 #include <utility>
@@ -286,12 +290,17 @@ private Q_SLOTS:
     {
         addShots(1);
         QCOMPARE(qms(u"scan"_s), 0);
-        QProcess holder;
-        holder.start(u"/bin/sh"_s, {u"-c"_s, u"exec 9>\"$0\"; flock 9; echo; sleep 0.4"_s,
-                                    m_home->file(u".quillmere/reading.lock"_s)});
-        QVERIFY(holder.waitForReadyRead());
-        QVERIFY2(qms(u"ocr"_s) == 0, qPrintable(m_error));
-        holder.waitForFinished();
+        const QByteArray path = m_home->file(u".quillmere/reading.lock"_s).toUtf8();
+        const int lock = open(path.constData(), O_RDWR | O_CREAT | O_CLOEXEC, 0600), seen = inotify_init1(IN_CLOEXEC);
+        QVERIFY(flock(lock, LOCK_EX) == 0 && inotify_add_watch(seen, path.constData(), IN_CLOSE) >= 0);
+        QProcess process;
+        process.start(program(u"qms"_s), {u"ocr"_s});
+        pollfd asked = {seen, POLLIN, 0};
+        QCOMPARE(poll(&asked, 1, 30000), 1); // it has asked once, in vain
+        close(lock);
+        close(seen);
+        QVERIFY(process.waitForFinished(60000));
+        QCOMPARE(process.exitCode(), 0);
     }
 
     void killedAtAnyMoment()

@@ -100,6 +100,15 @@ private Q_SLOTS:
         loader.forget();
         loader.load(path, 96);
         QTRY_VERIFY(loader.failed());
+
+        picture(u"replaced.png"_s, {960, 720});
+        QVERIFY(!waitFor(cache, path).isNull());
+        slowPicture(u"replaced.png"_s);
+        ThumbnailRequest passing = cache.image(path, 96, see);
+        waitFor(cache, picture(u"beside.png"_s, {8, 8})); // while that is read
+        passing.drop();
+        waitFor(cache, picture(u"after.png"_s, {8, 8}));
+        QVERIFY(!kept(cache, path).isNull());
     }
 
     // The last word is the loader's, whatever comes in last; and a path that comes back gets its image.

@@ -2,11 +2,15 @@
 
 #include "capture/HotkeyTrigger.h"
 #include "platform/linux/KeyMonitorWayland.h"
+#include "platform/wayland/SwayIpc.h"
 #include "tests/support/ManualQueue.h"
 #include "tests/support/SwayDesktop.h"
 
 #include <QElapsedTimer>
 #include <QTest>
+
+#include <csignal>
+#include <sys/socket.h>
 
 using namespace qm;
 using namespace Qt::StringLiterals;
@@ -52,7 +56,14 @@ private Q_SLOTS:
             d.tap(Key::capsLock);
         });
         row("after sway has read its configuration again", u"tap"_s, [this](SwayDesktop &d) {
-            d.command(u"reload"_s);
+            ucred sway = {};
+            socklen_t size = sizeof sway;
+            getsockopt(SwayIpc::connect()->descriptor(), SOL_SOCKET, SO_PEERCRED, &sway, &size);
+            for (const QString &word : {u"reload"_s, u"nop"_s})
+                QVERIFY(d.start(u"swaymsg"_s, {u"--"_s, word}).waitForFinished());
+            kill(sway.pid, SIGSTOP);
+            QCoreApplication::processEvents(); // only now the reload is seen, and sway too busy to bind
+            kill(sway.pid, SIGCONT);
             // Until it is bound again.
             QVERIFY(Desktop::wait([&] { return d.tap(Key::rightShift), tells(1, 2s); }));
         });

@@ -7,6 +7,7 @@
 #include "ui/AppLocale.h"
 
 #include <QFile>
+#include <QThread>
 
 #include <future>
 
@@ -55,6 +56,7 @@ static Frozen frozenByPortal(const UserBus &bus, const WaylandOutputs &outputs)
 Frozen freezeByDesktop(const WaylandOutputs &outputs, FreezeFor what)
 {
     std::future<WaylandCurtain::Windows> listing;
+    QThread::currentThread(); // Qt takes the first thread that asks it anything for the main one: not that of the list
     if (what != FreezeFor::noChoice)
         listing = std::async(std::launch::async, windowsOfDesktop);
     const UserBus bus;
