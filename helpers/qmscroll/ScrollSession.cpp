@@ -35,9 +35,9 @@ constexpr auto firstPatience = 300ms, mostPatience = 1600ms; // with a page that
 constexpr int mostTakesAgain = 2;                            // of the whole page
 constexpr int rewindLimit = 40;                              // heights by which a page may have grown
 constexpr auto offerTime = 6s;                               // to begin to scroll where the wheel does nothing
-constexpr auto pauseInLoading = 150ms;                       // longer than between two pictures of a movie
-constexpr int changesOfACaret = 6;                           // while a step shows that nothing moves
-constexpr int newsLimit = 3; // a list loads more within so many waits, or it is an animation
+constexpr auto pauseInLoading = 250ms; // longer than between two pictures of a movie on a slow machine
+constexpr int changesOfACaret = 6;     // while a step shows that nothing moves
+constexpr int newsLimit = 3;           // a list loads more within so many waits, or it is an animation
 
 Milliseconds lessPatience(Milliseconds patience)
 {
@@ -439,7 +439,8 @@ ScrollSession::Milliseconds ScrollSession::neededCalm() const
 // True if the step has shown a movie, which is not over after any wait: what loads pauses on its way.
 bool ScrollSession::neverRests(Milliseconds now) const
 {
-    return now - *m_step.since >= longest && std::max(m_step.pause, calm(now)) < pauseInLoading;
+    const bool isOutOfTime = now - *m_step.since >= longest && calm(now) < neededCalm();
+    return isOutOfTime && std::max(m_step.pause, calm(now)) < pauseInLoading;
 }
 
 // How long nothing has changed.
