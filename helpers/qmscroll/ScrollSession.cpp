@@ -351,7 +351,7 @@ ScrollSession::Order ScrollSession::recover(Milliseconds now, End reason)
     // What has changed is only looked at again. The second time a smaller step may tell more.
     if (reason == End::changed && m_progress.recoveries == 1)
         return step(now, State::back, m_step.clicks);
-    if (m_step.clicks == 1)
+    if (m_step.clicks == 1 && reason != End::changed)
         m_pace.fine = true; // steps cannot get smaller, but a smoothly moving view shows intermediate positions
     m_pace.nextClicks = m_pace.mostClicks = std::max(1, m_step.clicks / 2);
     return step(now, State::back, m_step.clicks);
