@@ -35,6 +35,7 @@ constexpr auto firstPatience = 300ms, mostPatience = 1600ms; // with a page that
 constexpr int mostTakesAgain = 2;                            // of the whole page
 constexpr int rewindLimit = 40;                              // heights by which a page may have grown
 constexpr auto offerTime = 6s;                               // to begin to scroll where the wheel does nothing
+constexpr auto pauseInLoading = 150ms;                       // longer than between two pictures of a movie
 constexpr int changesOfACaret = 6;                           // while a step shows that nothing moves
 constexpr int newsLimit = 3; // a list loads more within so many waits, or it is an animation
 
@@ -104,6 +105,8 @@ ScrollSession::Order ScrollSession::look(Milliseconds now, Sight sight)
     if (sight.changed || (sight.fresh && !m_step.lastChange && !isLookingBack())) {
         if (!m_step.lastChange)
             m_step.answer = now - *m_step.since;
+        else
+            m_step.pause = std::max(m_step.pause, now - *m_step.lastChange);
         m_step.lastChange = now;
         m_step.changes += !sight.aside;
     }
@@ -181,7 +184,7 @@ ScrollSession::Order ScrollSession::joined(Milliseconds now, const Joint &joint)
     m_notice = m_offerEnd ? Notice::wheelDoesNothing : Notice::none;
     if (joint.renewed || grew)
         m_progress.vainLooks = 0;
-    if (m_state == State::back && joint.renewed) {
+    if (m_state == State::back && joint.renewed && !neverRests(now)) {
         // What has loaded here may have loaded further up as well, where it can no longer be looked at.
         m_progress.stale |= m_pace.patience == 0ms && joint.height > 2 * m_options.regionHeight;
         m_pace.patience = std::clamp<Milliseconds>(2 * m_pace.patience, firstPatience, mostPatience);
@@ -432,6 +435,12 @@ ScrollSession::Milliseconds ScrollSession::neededCalm() const
 {
     const auto usual = expectedShift() && !m_step.arrived ? elsewhereTime : quietTime;
     return std::max<Milliseconds>(m_pace.patience, usual);
+}
+
+// True if the step has shown a movie, which is not over after any wait: what loads pauses on its way.
+bool ScrollSession::neverRests(Milliseconds now) const
+{
+    return now - *m_step.since >= longest && std::max(m_step.pause, calm(now)) < pauseInLoading;
 }
 
 // How long nothing has changed.

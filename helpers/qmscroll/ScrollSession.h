@@ -153,6 +153,7 @@ private:
     bool isSettled(Milliseconds now, const Sight &sight) const;
     Milliseconds calm(Milliseconds now) const;
     Milliseconds neededCalm() const;
+    bool neverRests(Milliseconds now) const;
     Milliseconds answerLimit() const;
     void learn(const Joint &joint);
 
@@ -171,6 +172,7 @@ private:
         std::optional<Milliseconds> lastChange; // during the step
         Milliseconds answer{0};                 // time until the first change
         int changes = 0;                        // looks that found one, but for a scroll bar that fades
+        Milliseconds pause{0};                  // the longest between two of them
         std::optional<Milliseconds> arrived;    // since when it is where it was expected, and does not change
         bool isDoubted = false;                 // looking back, it was not what was expected
         bool moved = false;                     // frames were joined during the step

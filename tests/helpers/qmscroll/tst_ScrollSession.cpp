@@ -452,9 +452,10 @@ private Q_SLOTS:
         ScrollSession session({.mode = Mode::automatic, .regionHeight = region, .heightLimit = 30'000});
         Milliseconds now{0};
         int height = region;
+        bool isMovie = false;
         // The view answers at once: the next look that asks for more than another look has a new frame to join.
         const auto clicksAfter = [&](Step step, int shift) {
-            for (bool changed = true;; changed = false) {
+            for (bool changed = true;; changed = isMovie) {
                 const Order order = session.look(now, {.changed = changed, .fresh = true});
                 if (order.kind != Order::Kind::look)
                     return session.joined(now, {step, shift, height += shift, region, step == Step::renewed}).clicks;
@@ -489,6 +490,12 @@ private Q_SLOTS:
             clicksAfter(Step::still, 0);
             QCOMPARE(session.activity(), activity);
         }
+        // Nor is a movie, which never comes to rest.
+        clicksAfter(Step::joined, region);
+        clicksAfter(Step::doubtful, 0);
+        isMovie = true;
+        clicksAfter(Step::renewed, 0);
+        QCOMPARE(session.activity(), Activity::scrolling);
         QCOMPARE(session.end(), End::open);
     }
 };
