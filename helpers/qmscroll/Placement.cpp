@@ -330,7 +330,8 @@ bool Search::outweighs(const Trial &trial, const Bands &left, int from) const
         against += (differing(m_now.rows[size_t(y)], m_held[at + y]) & (trial.used | left)).count();
     // What stands while a page loads may be little.
     return (!moved(at) || size_t(trial.matched) * trial.used.count() >= against) &&
-           landmarkRows(at, trial.used, from, trial.to) >= rowsOfTwoLines;
+           landmarkRows(at, trial.used, from, trial.to) >=
+               std::min(rowsOfTwoLines, std::max(fewestLandmarks, (trial.to - from) / 2)); // a low region shows less
 }
 
 std::optional<Search::Trial> Search::tryAt(int at) const

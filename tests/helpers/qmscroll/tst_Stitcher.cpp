@@ -238,6 +238,7 @@ private Q_SLOTS:
         const Look text{.content = Content::text}, alike{.content = Content::alike};
         row("stands, a caret blinks", {.content = Content::text, .caret = true}, {0, 0, 0}, {Step::still, Step::still});
         row("animation goes on", {.animation = true}, {100, 100}, {Step::renewed});
+        row("and in a low region", {.size = {480, 72}, .animation = true}, {60, 60}, {Step::renewed});
         row("longer than the region", text, {0, 400, 100}, {Step::lost, Step::joined});
         row("rows alike", alike, {0, 60, 24}, {Step::ambiguous, Step::ambiguous});
         row("a block over and over", {.content = Content::cards}, {0, 140, 30}, {Step::ambiguous, Step::ambiguous});
