@@ -16,14 +16,22 @@
 namespace qm {
 
 static const QString ending = QStringLiteral(".unfinished");
-static const QString better = QStringLiteral(".better");
+static const QString form = QStringLiteral(".form");
 static constexpr int secondsToBegin = 60;
+static constexpr int mostFiles = 9; // of a name
 
 // The name of the picture of which that is the file; empty if it is none of ours.
 static QString pictureName(const QString &name)
 {
-    static const QRegularExpression pattern(QStringLiteral("^\\.(.+)\\.unfinished[2-9]?(?:\\.better)?$"));
+    static const QRegularExpression pattern(QStringLiteral("^\\.(.+)\\.unfinished[2-9]?(?:\\.form[2-9])?$"));
     return pattern.match(name).captured(1);
+}
+
+// The file of a picture's first form, of which that is a file.
+static QString firstForm(const QString &file)
+{
+    const qsizetype suffix = file.lastIndexOf(u'.');
+    return file.indexOf(form, suffix) == suffix ? file.left(suffix) : file;
 }
 
 static bool isOurs(QFile &file)
@@ -55,9 +63,8 @@ static void keepForUs(const QFile &file)
 
 void UnfinishedPictures::begin(QFile &file, const QString &picture)
 {
-    constexpr int most = 9;
     const QFileInfo info(picture);
-    for (int copy = 1; copy <= most && !file.isOpen(); ++copy) {
+    for (int copy = 1; copy <= mostFiles && !file.isOpen(); ++copy) {
         const QString number = copy == 1 ? QString() : QString::number(copy);
         file.setFileName(info.path() + QStringLiteral("/.") + info.fileName() + ending + number);
         if (!file.open(QIODevice::ReadWrite | QIODevice::NewOnly | QIODevice::Unbuffered) && !file.exists())
@@ -66,11 +73,16 @@ void UnfinishedPictures::begin(QFile &file, const QString &picture)
     keepForUs(file);
 }
 
-void UnfinishedPictures::beginBetter(QFile &file, const QFile &other)
+void UnfinishedPictures::beginForm(QFile &file, const QFile &other)
 {
-    file.setFileName(other.fileName() + better);
-    if (file.open(QIODevice::ReadWrite | QIODevice::NewOnly | QIODevice::Unbuffered))
-        keepForUs(file);
+    const QString first = firstForm(other.fileName());
+    const int number = other.fileName().mid(first.size() + form.size()).toInt(); // 0 of the first one
+    for (int next = std::max(number, 1) + 1; next <= mostFiles && !file.isOpen(); ++next) {
+        file.setFileName(first + form + QString::number(next));
+        if (!file.open(QIODevice::ReadWrite | QIODevice::NewOnly | QIODevice::Unbuffered) && !file.exists())
+            return;
+    }
+    keepForUs(file);
 }
 
 // Its owner may have renamed it since it was opened.
@@ -116,14 +128,15 @@ static QString completed(const QFileInfo &left)
     return {};
 }
 
-// Of two forms of a picture the lesser one is removed.
-static void chooseForm(const QString &path)
+// Of two forms of a picture the lesser one is removed. Returns the other, or an empty path if a process has them.
+static QString betterForm(const QString &earlier, const QString &later)
 {
-    QFile one(path), other(path + better);
-    if (!other.exists() || !takeOver(one) || !takeOver(other))
-        return;
+    QFile one(earlier), other(later);
+    if (!takeOver(one) || !takeOver(other))
+        return {};
     const QFile &lesser = rowsOf(other) < rowsOf(one) ? other : one;
-    QFile::remove(lesser.fileName()); // not lesser.remove(), which gives up the lock first
+    // Not lesser.remove(), which gives up the lock first.
+    return QFile::remove(lesser.fileName()) ? (&lesser == &one ? later : earlier) : QString();
 }
 
 QStringList UnfinishedPictures::complete(const QString &folder)
@@ -131,8 +144,11 @@ QStringList UnfinishedPictures::complete(const QString &folder)
     QStringList pictures;
     const auto filter = QDir::Files | QDir::Hidden | QDir::NoSymLinks;
     const QString pattern = QStringLiteral(".?*") + ending + u'*';
-    for (const QString &name : QDir(folder).entryList({pattern}, filter))
-        chooseForm(folder + u'/' + name);
+    QString best; // of the forms so far
+    for (const QString &name : QDir(folder).entryList({pattern}, filter, QDir::Name)) {
+        const QString path = folder + u'/' + name;
+        best = firstForm(path) == firstForm(best) ? betterForm(best, path) : path;
+    }
     for (const QFileInfo &left : QDir(folder).entryInfoList({pattern}, filter)) {
         if (const QString path = completed(left); !path.isEmpty())
             pictures << path;

@@ -15,11 +15,12 @@ namespace UnfinishedPictures {
 // Makes such a file, and opens it for writing without a buffer. On failure the file is not open and says why.
 void begin(QFile &file, const QString &picture);
 
-// The same for a better form of a picture that has such a file already: only one of the two becomes a picture.
-void beginBetter(QFile &file, const QFile &other);
+// The same for another form of a picture that has such a file already, better or made anew: only one of them becomes a
+// picture.
+void beginForm(QFile &file, const QFile &other);
 
 // Gives those in the folder whose process is gone their names, or similar ones where these are taken. Returns the paths.
-// Of two forms the better one, unless it has fewer rows.
+// Of several forms the one with the most rows, of such the latest.
 QStringList complete(const QString &folder);
 
 } // namespace UnfinishedPictures

@@ -1,6 +1,7 @@
 // A libFuzzer target: whatever a region shows while it is scrolled, a stitcher hands over as many rows as it says, never
-// places a frame out of sight of those it holds, and only where at least as many rows agree with the page as do not. The first bytes are a page, a byte a row; of the rest each pair is a frame:
-// where it stands on the page, and which of its rows has changed, if any.
+// places a frame out of sight of those it holds, and only where at least as many rows agree with the page as do not. The
+// first bytes are a page, a byte a row; of the rest each pair is a frame: where it stands on the page, and which of its
+// rows has changed, if any. Where the page repeats itself, so that a frame lies where it does not stand, no more follow.
 
 #include "helpers/qmscroll/Stitcher.h"
 
@@ -61,7 +62,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size)
             if (at != offset && !isPlausible(data, offset, at, from, to))
                 std::abort();
             if (at != offset)
-                return 0; // the page repeats itself
+                break; // the page repeats itself
             from = std::min(from, at);
             to = std::max(to, at + height);
         }

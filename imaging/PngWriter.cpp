@@ -124,7 +124,7 @@ PngWriter::State::State(QIODevice &device, const Header &h)
     chunk.reserve(chunkFrame + mostInChunk + 4);
 
     put(QByteArray(signature, 8));
-    put(headerChunk(header, header.height.value_or(1)));
+    put(headerChunk(header, header.height.value_or(0))); // 0: no picture yet
     if (isOfRgb(header.colorProfile))
         put(profileChunk(header.colorProfile));
     const QByteArray density = number(quint32(std::lround(header.dpi * inchesPerMetre)));

@@ -19,7 +19,7 @@ class PngWriter
 public:
     struct Header {
         int width = 0;
-        std::optional<int> height; // if empty, finish() determines it, and the device must be seekable
+        std::optional<int> height; // if empty, it is 0 until keep() or finish(), and the device must be seekable
         double dpi = 72;
         bool opaque = true;      // no row has transparency; alpha is not written
         QByteArray colorProfile; // ICC; empty for none. Written only if it is one of RGB colours, as the pixels are

@@ -260,13 +260,14 @@ ScrollSession::Found CaptureRun::find(int near) const
     return {stitcher.find(m_frame, near), stitcher.isBeginning(m_frame)};
 }
 
-std::unique_ptr<Take> CaptureRun::newTake(const std::optional<ScrollBar> &bar) const
+std::unique_ptr<Take> CaptureRun::newTake(const std::optional<ScrollBar> &bar, const Take *earlier) const
 {
-    return std::make_unique<Take>(Take::Options{.path = m_options.path,
-                                                .frame = m_region.area.size(),
-                                                .dpi = pointsPerInch * m_region.pictureScale,
-                                                .heightLimit = m_options.heightLimit,
-                                                .bar = bar});
+    const Take::Options options{.path = m_options.path,
+                                .frame = m_region.area.size(),
+                                .dpi = pointsPerInch * m_region.pictureScale,
+                                .heightLimit = m_options.heightLimit,
+                                .bar = bar};
+    return std::make_unique<Take>(options, earlier);
 }
 
 Order CaptureRun::takeAgain()
@@ -276,7 +277,7 @@ Order CaptureRun::takeAgain()
         m_earlier = std::move(m_take);
         m_earlierEnd = m_session.earlierEnd();
     }
-    m_take = newTake(bar);
+    m_take = newTake(bar, m_earlier.get());
     m_joined = {};
     return {.kind = Order::Kind::join};
 }
@@ -285,8 +286,10 @@ Order CaptureRun::takeAgain()
 void CaptureRun::chooseTake(Result *result)
 {
     const bool isWhole = result->end == End::content && m_take->height() > m_region.area.height();
-    if (!m_earlier || isWhole || m_take->height() >= m_earlier->height())
+    if (!m_earlier || isWhole || m_take->height() >= m_earlier->height()) {
+        m_earlier.reset(); // before the other has its name
         return;
+    }
     m_take = std::move(m_earlier);
     result->end = m_earlierEnd;
     result->mayBeStale = true;

@@ -47,7 +47,7 @@ private:
     ScrollSession::Order join(Heading heading);
     ScrollSession::Found find(int near) const;
     ScrollSession::Order takeAgain();
-    std::unique_ptr<Take> newTake(const std::optional<ScrollBar> &bar) const;
+    std::unique_ptr<Take> newTake(const std::optional<ScrollBar> &bar, const Take *earlier = nullptr) const;
     void chooseTake(Result *result);
     void updatePanel();
     QString status() const;

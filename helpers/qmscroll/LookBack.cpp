@@ -8,7 +8,7 @@ namespace qm {
 
 static constexpr double leastRounding = 2; // pixels
 static constexpr int sampleLooks = 4;      // looking at every row again takes as long as the capture,
-static constexpr int thoroughLooks = 12;   // and of a page that is so short it may
+static constexpr int thoroughHeights = 12; // and of a page that is so short it may
 
 void LookBack::measure(int clicks, int shift)
 {
@@ -40,9 +40,10 @@ bool LookBack::begin(int position, int frameHeight, Extent extent)
     if (m_left <= 0)
         return false;
     const int height = std::max(1, int(qint64(frameHeight) * m_clicks / m_pixels)); // clicks
-    const bool isShort = m_left <= thoroughLooks * height;
-    m_atOnce =
-        extent == Extent::thorough && isShort ? height : std::max((m_left + sampleLooks - 1) / sampleLooks, height);
+    if (extent == Extent::thorough && m_left <= thoroughHeights * height)
+        m_atOnce = std::max(1, 2 * height / 3); // of a frame the upper third does not count, see Stitcher::find()
+    else
+        m_atOnce = std::max((m_left + sampleLooks - 1) / sampleLooks, height);
     return true;
 }
 

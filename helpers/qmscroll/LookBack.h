@@ -23,7 +23,7 @@ public:
     enum class Extent { sample, thorough };
     bool begin(int position, int frameHeight, Extent extent = Extent::sample);
     int nextClicks();  // to go back for the next look; 0: that was the last one
-    int clicksHome();  // to go back to the beginning; where that has been tried, a height further
+    int clicksHome();  // to go back to the beginning; where that has been tried, a look further
     int clicksForth(); // to where they began; no looks follow
 
     int expected() const; // the row that the frame's first row should show now

@@ -12,7 +12,7 @@ namespace qm {
 namespace {
 
 constexpr int fewestLandmarks = 8; // rows that exist only once: one line of small text
-constexpr int twoLines = 24;       // rows of text
+constexpr int rowsOfTwoLines = 24; // of text
 constexpr int overlapShare = 4;    // one in so many of the moving rows has to agree
 constexpr int headerShare = 3;     // a header takes at most one in so many of the frame's rows
 constexpr int caretHeight = 48;    // pixels: of a caret or a blinking mark, which is within one band
@@ -330,7 +330,8 @@ bool Search::outweighs(const Trial &trial, const Bands &left, int from) const
         against += (differing(m_now.rows[size_t(y)], m_held[at + y]) & (trial.used | left)).count();
     // What stands while a page loads may be little.
     return (!moved(at) || size_t(trial.matched) * trial.used.count() >= against) &&
-           landmarkRows(at, trial.used, from, trial.to) >= twoLines;
+           landmarkRows(at, trial.used, from, trial.to) >=
+               std::min(rowsOfTwoLines, std::max(fewestLandmarks, (trial.to - from) / 2)); // a low region shows less
 }
 
 std::optional<Search::Trial> Search::tryAt(int at) const

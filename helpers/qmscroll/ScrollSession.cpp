@@ -167,6 +167,7 @@ ScrollSession::Order ScrollSession::joined(Milliseconds now, const Joint &joint)
     }
     if (step != Joined::still && step != Joined::renewed)
         m_offerEnd.reset(); // the user has begun to scroll
+    const End refused = m_progress.astray;
     m_progress.astray = step == Joined::doubtful    ? End::changed
                         : step == Joined::ambiguous ? End::ambiguous
                         : step == Joined::lost      ? End::lost
@@ -187,9 +188,9 @@ ScrollSession::Order ScrollSession::joined(Milliseconds now, const Joint &joint)
         // What has loaded here may have loaded further up as well, where it can no longer be looked at.
         m_progress.stale |= m_pace.patience == 0ms && joint.height > 2 * m_options.regionHeight;
         m_pace.patience = std::clamp<Milliseconds>(2 * m_pace.patience, firstPatience, mostPatience);
-    } else if (m_state == State::back && step == Joined::still) {
-        m_pace.patience =
-            lessPatience(m_pace.patience); // what was doubted is drawn otherwise elsewhere, and does not load
+    } else if (m_state == State::back && step == Joined::still && refused == End::changed) {
+        // What was doubted is drawn otherwise elsewhere, and does not load.
+        m_pace.patience = lessPatience(m_pace.patience);
     }
     if ((step == Joined::still || step == Joined::renewed) && m_state == State::forth) {
         if (step == Joined::renewed && !std::exchange(m_step.news, true) && m_progress.news < newsLimit) {

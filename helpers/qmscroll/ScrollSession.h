@@ -207,8 +207,8 @@ private:
     } m_progress;
 
     LookBack m_lookBack;
-    bool m_isUnsteady =
-        false; // something changed, other than by moving, that was in view: it may have where it no longer was
+    // Something changed, other than by moving, that was in view: it may have where it no longer was.
+    bool m_isUnsteady = false;
     End m_earlierEnd = End::open;
     int m_earlierHeight = 0;
     int m_takesAgain = 0;                   // from the beginning, so far

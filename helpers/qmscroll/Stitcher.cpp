@@ -39,10 +39,8 @@ struct Stitcher::State {
     Step join(Frame frame, const Placement &place);
     bool handOver(int end);
     bool showsAgain(const Frame &frame, const Placement &place) const;
-    RowLedger::Part part(const Frame &frame, int from) const
-    {
-        return {frame, known.moving.any() ? known.moving : Bands().set(), from, known.bottom};
-    }
+    Bands moving() const { return known.moving.any() ? known.moving : Bands().set(); } // before anything has: all
+    RowLedger::Part part(const Frame &frame, int from) const { return {frame, moving(), from, known.bottom}; }
 
     const QSize size;
     const Rows rows;
@@ -64,7 +62,7 @@ bool Stitcher::State::isAlike(const QRgb *row, const QRgb *other) const
 {
     for (size_t band = 0; band < bandCount; ++band) {
         const size_t from = columnOf(band, size.width()), to = columnOf(band + 1, size.width());
-        if (known.moving[band] && !areAlike(row + from, other + from, int(to - from)))
+        if (moving()[band] && !areAlike(row + from, other + from, int(to - from)))
             return false;
     }
     return true;

@@ -11,9 +11,10 @@ static constexpr int thumbnailWidth = 160; // pixels, same as TallPicture's
 static constexpr int rowsAtOnce = 48;      // written between two looks at the clock
 static constexpr auto keepInterval = std::chrono::seconds(1);
 
-Take::Take(const Options &options)
+Take::Take(const Options &options, const Take *earlier)
     : m_options(options)
-    , m_picture(std::make_unique<TallPicture>(options.path, options.frame.width(), options.dpi))
+    , m_picture(earlier ? std::make_unique<TallPicture>(*earlier->m_picture, options.frame.width())
+                        : std::make_unique<TallPicture>(options.path, options.frame.width(), options.dpi))
     , m_bar(options.bar.value_or(ScrollBar()))
     , m_stitcher(options.frame, [this](const QImage &rows) { return accept(rows); })
 {
@@ -169,10 +170,8 @@ Outcome Take::finish()
     m_stitcher.finish();
     write(QDeadlineTimer(QDeadlineTimer::Forever));
     m_isFinished = true;
-    if (m_narrow && m_narrow->finish()) {
-        m_picture = std::move(m_narrow);
-        return Outcome::success();
-    }
+    if (m_narrow && m_narrow->complete())
+        m_picture = std::move(m_narrow); // before it has its name no second file is left
     m_narrow.reset();
     return m_picture->finish();
 }

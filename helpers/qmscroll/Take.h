@@ -25,7 +25,8 @@ public:
         int heightLimit = 0;
         std::optional<ScrollBar> bar = {}; // as an earlier take has seen it
     };
-    explicit Take(const Options &options);
+    // Once more, if there is an earlier one: of a process that is killed only one of the two becomes a picture.
+    explicit Take(const Options &options, const Take *earlier = nullptr);
 
     Stitcher::Step join(const QImage &frame, Heading heading); // the frame's pixels must not change later
     const Stitcher &stitcher() const { return m_stitcher; }

@@ -13,6 +13,7 @@
 #include <cstdio>
 #include <cstring>
 #include <optional>
+#include <utility>
 #include <vector>
 
 namespace qm {
@@ -43,6 +44,7 @@ struct TallPicture::State {
     QImage thumbnail() const;
     void keep(const QImage &below);
     void fail();
+    bool complete();
     Outcome finish();
     Outcome moveToPath();
 
@@ -50,6 +52,7 @@ struct TallPicture::State {
     QFile file;
     std::optional<PngWriter> writer;
     QString failure; // the first one's reason; empty while there was none
+    bool isComplete = false;
     int height = 0;
 
     const double dpi;
@@ -71,7 +74,7 @@ TallPicture::State::State(const QString &target, int w, double pointsPerInch, co
     header.width = width;
     header.dpi = dpi;
     if (other)
-        UnfinishedPictures::beginBetter(file, other->file);
+        UnfinishedPictures::beginForm(file, other->file);
     else
         UnfinishedPictures::begin(file, target);
     if (file.isOpen())
@@ -129,11 +132,16 @@ QImage TallPicture::State::thumbnail() const
     return rows > 0 ? stacked(wholeSquares, average->result(), rows) : wholeSquares;
 }
 
+bool TallPicture::State::complete()
+{
+    if (failure.isEmpty() && !std::exchange(isComplete, true) && !writer->finish())
+        fail();
+    return failure.isEmpty();
+}
+
 Outcome TallPicture::State::finish()
 {
-    if (failure.isEmpty() && !writer->finish())
-        fail();
-    if (!failure.isEmpty())
+    if (!complete())
         height = writer ? writer->fallBack() : 0;
     writer.reset();
     if (height > 0) {
@@ -189,6 +197,11 @@ int TallPicture::height() const
 QImage TallPicture::thumbnail() const
 {
     return m_state->thumbnail();
+}
+
+bool TallPicture::complete()
+{
+    return m_state->complete();
 }
 
 Outcome TallPicture::finish()

@@ -18,7 +18,7 @@ public:
     // The folder must exist. Width in pixels; dpi is written into the file. A failure is reported by the first
     // append().
     TallPicture(const QString &path, int width, double dpi = 72);
-    // A better form of another one, which has begun: of a process that is killed only one of the two survives.
+    // Another form of a picture that has begun: of a process that is killed only one of them survives.
     TallPicture(const TallPicture &other, int width);
     ~TallPicture();
 
@@ -35,6 +35,9 @@ public:
     // The rows so far, area-averaged to at most 160 pixels in width, up to the last complete thumbnail row: RGB32, null
     // before the first row. Its height grows with the picture.
     QImage thumbnail() const;
+
+    // Writes the rest into the file; finish() then only has to move it. False after any failure. Nothing may be appended.
+    [[nodiscard]] bool complete();
 
     // Completes the file and moves it to the path, replacing any existing file. After any failure, including an earlier
     // one, what was kept last becomes the file; height() is then its height, or 0 if there is none and the existing file

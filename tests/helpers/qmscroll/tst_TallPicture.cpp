@@ -79,6 +79,13 @@ private Q_SLOTS:
         const QString left = folder.filePath(u".left.png.unfinished"_s);
         const QImage whole = RenderedScreen::photo({400, 2100});
         TallPicture picture(folder.filePath(u"tall.png"_s), whole.width());
+        for (const bool hasRows : {false, true}) { // which are written before the header tells of them
+            TallPicture begun(folder.filePath(u"begun.png"_s), whole.width());
+            QVERIFY(!hasRows || begun.append(whole));
+            QVERIFY(QFile::copy(folder.filePath(u".begun.png.unfinished"_s), left));
+            QCOMPARE(UnfinishedPictures::complete(folder.path()), QStringList());
+            QVERIFY(QFile::remove(left));
+        }
         QStringList names;
         for (int y = 0; const QString &name : {u"left.png"_s, u"left 2.png"_s, u"left 3.png"_s}) {
             picture.keep(whole.copy(0, y, whole.width(), 100));
@@ -90,13 +97,11 @@ private Q_SLOTS:
             QCOMPARE(read.convertToFormat(QImage::Format_RGB32), whole.copy(0, 0, whole.width(), y + 100));
             y += 700;
         }
-        // Rows are written before the header tells of them.
-        QVERIFY(QFile::copy(names.last(), left));
-        QFile cut(left);
-        QVERIFY(cut.open(QIODevice::ReadWrite) && cut.seek(20) && cut.write(QByteArray(4, '\0')) == 4);
-        cut.close();
-        QCOMPARE(UnfinishedPictures::complete(folder.path()), QStringList());
-        QVERIFY(cut.remove());
+        // Of the forms of a picture one is left, whichever is the highest.
+        for (const QString &form : {u""_s, u".form2"_s, u".form3"_s})
+            QVERIFY(QFile::copy(names[form == u".form2"_s ? 1 : 0], left + form));
+        QCOMPARE(UnfinishedPictures::complete(folder.path()), QStringList(folder.filePath(u"left 4.png"_s)));
+        QCOMPARE(QImage(folder.filePath(u"left 4.png"_s)).height(), 800);
         // What only looks like one belongs to others.
         QVERIFY(QFile::copy(names.last(), folder.filePath(u".left.png.unfinished.bak"_s)));
         QFile notes(folder.filePath(u".notes.unfinished"_s));
@@ -106,7 +111,7 @@ private Q_SLOTS:
         QVERIFY(picture.finish());
         QCOMPARE(ImageFile::load(folder.filePath(u"tall.png"_s)).image.pixels.convertToFormat(QImage::Format_RGB32),
                  whole);
-        QCOMPARE(filesIn(folder).size(), 6);
+        QCOMPARE(filesIn(folder).size(), 7);
     }
 
     void whatWasKeptOutlivesAFullDisk()
