@@ -328,10 +328,10 @@ bool Search::outweighs(const Trial &trial, const Bands &left, int from) const
     size_t against = 0; // bands of rows
     for (int y = from; y < trial.to; ++y)
         against += (differing(m_now.rows[size_t(y)], m_held[at + y]) & (trial.used | left)).count();
-    // What stands while a page loads may be little.
+    const int least = moved(at) ? rowsOfTwoLines : std::clamp((trial.to - from) / 2, fewestLandmarks, rowsOfTwoLines);
+    // What stands while a page loads may be little, and a low region shows less.
     return (!moved(at) || size_t(trial.matched) * trial.used.count() >= against) &&
-           landmarkRows(at, trial.used, from, trial.to) >=
-               std::min(rowsOfTwoLines, std::max(fewestLandmarks, (trial.to - from) / 2)); // a low region shows less
+           landmarkRows(at, trial.used, from, trial.to) >= least;
 }
 
 std::optional<Search::Trial> Search::tryAt(int at) const
