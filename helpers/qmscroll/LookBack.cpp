@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <limits>
 #include <utility>
 
 namespace qm {
@@ -40,7 +41,8 @@ bool LookBack::begin(int position, int frameHeight, Extent extent)
     if (m_left <= 0)
         return false;
     const int height = std::max(1, int(qint64(frameHeight) * m_clicks / m_pixels)); // clicks
-    if (extent == Extent::thorough && m_left <= thoroughHeights * height)
+    m_looks = extent == Extent::end ? sampleLooks : std::numeric_limits<int>::max();
+    if (extent == Extent::end || (extent == Extent::thorough && m_left <= thoroughHeights * height))
         m_atOnce = std::max(1, 2 * height / 3); // of a frame the upper third does not count, see Stitcher::find()
     else
         m_atOnce = std::max((m_left + sampleLooks - 1) / sampleLooks, height);
@@ -49,7 +51,7 @@ bool LookBack::begin(int position, int frameHeight, Extent extent)
 
 int LookBack::nextClicks()
 {
-    const int clicks = std::min(m_left, m_atOnce);
+    const int clicks = m_looks-- > 0 ? std::min(m_left, m_atOnce) : 0;
     m_left -= clicks;
     m_back += clicks;
     return clicks;
@@ -63,6 +65,11 @@ int LookBack::clicksForth()
 int LookBack::clicksHome()
 {
     return std::max(std::exchange(m_left, 0), m_atOnce);
+}
+
+int LookBack::clicksOver(int rows) const
+{
+    return m_pixels > 0 ? int(std::lround(double(rows) * m_clicks / m_pixels)) : 0;
 }
 
 int LookBack::expected() const

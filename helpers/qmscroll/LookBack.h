@@ -19,12 +19,15 @@ public:
     int shiftOf(int clicks) const;
 
     // From the frame whose first row is the picture's row `position`. A sample of a few looks, or nearly every row of a page
-    // that has changed while it was taken, unless it is a long one. False if the wheel's effect is not known.
-    enum class Extent { sample, thorough };
+    // that has changed while it was taken, unless it is a long one; or of its last few heights. False if the wheel's effect is
+    // not known.
+    enum class Extent { sample, thorough, end };
     bool begin(int position, int frameHeight, Extent extent = Extent::sample);
     int nextClicks();  // to go back for the next look; 0: that was the last one
     int clicksHome();  // to go back to the beginning; where that has been tried, a look further
     int clicksForth(); // to where they began; no looks follow
+
+    int clicksOver(int rows) const;
 
     int expected() const; // the row that the frame's first row should show now
     bool agrees(std::optional<int> seen) const;
@@ -36,7 +39,7 @@ private:
     int m_lastClicks = 0, m_lastShift = 0;
     bool m_isLastAlike = false; // the latest step went the same way per click as the one before
     bool m_isEven = true;       // all others went the same way per click
-    int m_position = 0, m_back = 0, m_left = 0, m_atOnce = 1;
+    int m_position = 0, m_back = 0, m_left = 0, m_atOnce = 1, m_looks = 0;
 };
 
 } // namespace qm

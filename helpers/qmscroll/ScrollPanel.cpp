@@ -306,6 +306,8 @@ QString endText(ScrollSession::End end, bool mayBeStale)
                                u"途中で終了：似た内容が続き、つなげません");
     case End::lost:
         return AppLocale::text(u"Ended early: what follows does not match", u"途中で終了：続きがつながりません");
+    case End::unanswered:
+        return AppLocale::text(u"Ended early: the window does not respond", u"途中で終了：ウインドウが応答しません");
     default: break;
     }
     return mayBeStale ? AppLocale::text(u"Parts may have loaded too late", u"読み込みの遅い部分があるかもしれません")

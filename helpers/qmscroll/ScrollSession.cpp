@@ -37,6 +37,8 @@ constexpr int rewindLimit = 40;                              // heights by which
 constexpr auto offerTime = 6s;                               // to begin to scroll where the wheel does nothing
 constexpr auto pauseInLoading = 250ms; // longer than between two pictures of a movie on a slow machine
 constexpr int changesOfACaret = 6;     // while a step shows that nothing moves
+constexpr auto timeToPaint = 2500ms;   // for a browser whose page keeps it busy: it scrolls on, and shows nothing
+constexpr int hangLimit = 5;           // times longestJump, of a program that is busy
 constexpr int newsLimit = 3;           // a list loads more within so many waits, or it is an animation
 
 Milliseconds lessPatience(Milliseconds patience)
@@ -118,8 +120,12 @@ ScrollSession::Order ScrollSession::look(Milliseconds now, Sight sight)
         m_step.arrived = now;
     if (!isSettled(now, sight))
         return rest(now);
+    if (isLookingBack() && m_wish != Wish::none)
+        return endByWish();
+    if (isProving() && !sight.fresh)
+        return proveAgain(now);
     if (isLookingBack())
-        return m_wish != Wish::none ? endByWish() : Order{.kind = Order::Kind::find, .near = m_lookBack.expected()};
+        return {.kind = Order::Kind::find, .near = m_lookBack.expected()};
     if (sight.fresh || m_state == State::opening)
         return join();
     if (m_wish != Wish::none)
@@ -203,8 +209,10 @@ ScrollSession::Order ScrollSession::joined(Milliseconds now, const Joint &joint)
     }
     if (step == Joined::joined) {
         m_progress.idleSteps = 0;
-        if (grew)
+        if (grew) {
             m_progress.recoveries = m_progress.news = 0;
+            m_progress.changes = false;
+        }
         if (underWay) {
             m_step.moved = true;
             return rest(now);
@@ -261,6 +269,8 @@ ScrollSession::Order ScrollSession::idle(Milliseconds now)
         !m_lookBack.begin(m_progress.position, m_options.regionHeight,
                           m_isUnsteady ? LookBack::Extent::thorough : LookBack::Extent::sample))
         return endWith(End::content);
+    m_progress.answers = false;
+    m_progress.hangs = 0;
     return m_progress.stale ? rewind(now, {}) : step(now, State::checking, m_lookBack.nextClicks());
 }
 
@@ -277,6 +287,15 @@ ScrollSession::Order ScrollSession::found(Milliseconds now, const Found &found)
 {
     switch (m_state) {
     case State::checking:
+        if (isProving() && found.at) {
+            if (*found.at == m_progress.position)
+                return proveAgain(now);
+            m_progress.answers = true;
+            // What the last steps scrolled may come only now. A page that goes its own way does so again.
+            const bool isBehind = *found.at > m_lookBack.expected() + int(stepShare * m_options.regionHeight);
+            if (isBehind && std::exchange(m_progress.heightOfHang, m_progress.height) != m_progress.height)
+                return goOnFrom(now, *found.at);
+        }
         if (!m_lookBack.agrees(found.at)) {
             // It may be still under way, or an animation, which tells nothing.
             if (!std::exchange(m_step.isDoubted, true))
@@ -284,17 +303,39 @@ ScrollSession::Order ScrollSession::found(Milliseconds now, const Found &found)
             m_progress.stale = calm(now) >= doubtTime;
         }
         if (m_progress.stale)
-            return m_takesAgain == mostTakesAgain ? endWith(End::content) : rewind(now, found);
+            return m_takesAgain == mostTakesAgain ? endWith(m_progress.reached) : rewind(now, found);
         if (const int clicks = m_lookBack.nextClicks())
             return step(now, State::checking, clicks);
+        if (m_progress.reached != End::content)
+            return endWith(m_progress.reached);
         return step(now, State::returning, m_lookBack.clicksForth() + m_pace.nextClicks); // there may be more by now
     case State::rewinding: return rewind(now, found);
     default: break;
     }
     if (found.at && *found.at <= m_progress.position)
-        return endWith(End::content);
+        return m_progress.checkedHeight > 0 ? endWith(End::content) : proceed(now);
     m_state = State::forth; // a list has loaded more meanwhile
     m_step.clicks = m_pace.nextClicks;
+    return join();
+}
+
+ScrollSession::Order ScrollSession::proveAgain(Milliseconds now)
+{
+    if (now - *m_step.since < longestJump)
+        return {Order::Kind::look, 0, restInterval};
+    if (++m_progress.hangs == hangLimit)
+        return endWith(End::unanswered);
+    return step(now, State::checking, m_lookBack.nextClicks()); // these and the last steps may cancel each other
+}
+
+// The program was busy when nothing moved any more.
+ScrollSession::Order ScrollSession::goOnFrom(Milliseconds now, int row)
+{
+    m_progress.idleSteps = m_progress.checkedHeight = 0;
+    const int clicks = m_lookBack.clicksOver(m_progress.position - row) + m_pace.nextClicks;
+    if (clicks > 0)
+        return step(now, State::returning, clicks);
+    m_state = State::forth;
     return join();
 }
 
@@ -319,6 +360,12 @@ ScrollSession::Order ScrollSession::rewind(Milliseconds now, const Found &found)
     return step(now, State::rewinding, m_lookBack.clicksHome());
 }
 
+// That nothing moves any more is the end of the page, unless its program is only busy: then it does not go back either.
+bool ScrollSession::isProving() const
+{
+    return m_state == State::checking && !m_progress.answers;
+}
+
 bool ScrollSession::isLookingBack() const
 {
     return m_state == State::checking || m_state == State::returning || m_state == State::rewinding;
@@ -326,7 +373,7 @@ bool ScrollSession::isLookingBack() const
 
 ScrollSession::Activity ScrollSession::activity() const
 {
-    if (isLookingBack())
+    if (isLookingBack() && !isProving())
         return Activity::lookingBack;
     if (m_progress.idleSteps > 0 || m_pace.patience > 0ms)
         return Activity::waiting;
@@ -342,8 +389,10 @@ ScrollSession::Order ScrollSession::recover(Milliseconds now, End reason)
         m_notice = Notice::placeLost;
         return {Order::Kind::look, 0, lookInterval};
     }
-    if (++m_progress.recoveries >= (reason == End::changed ? lookLimit : recoveryLimit))
-        return giveUp(now, reason);
+    // Between its doubts a page that loads may by chance look like two of its places.
+    m_progress.changes |= reason == End::changed;
+    if (++m_progress.recoveries >= (m_progress.changes ? lookLimit : recoveryLimit))
+        return giveUp(now, m_progress.changes ? End::changed : reason);
     if (reason == End::changed && m_state == State::forth && ++m_progress.vainLooks > vainLimit)
         return giveUp(now, reason);
     m_pace.smoothSteps = 0;
@@ -363,13 +412,22 @@ ScrollSession::Order ScrollSession::giveUp(Milliseconds now, End reason)
 {
     const bool mayHelp = (reason == End::changed || reason == End::lost) &&
                          m_progress.height > m_earlierHeight; // further than the last time
-    if (!mayHelp || m_takesAgain == mostTakesAgain)
-        return endWith(reason);
-    m_lookBack.begin(m_progress.position, m_options.regionHeight);
     m_progress.reached = reason;
-    m_state = State::rewinding; // it may be here
-    m_step.lastChange = now;
-    return {.kind = Order::Kind::find};
+    if (mayHelp && m_takesAgain < mostTakesAgain) {
+        m_lookBack.begin(m_progress.position, m_options.regionHeight);
+        m_state = State::rewinding; // it may be here
+        m_step.lastChange = now;
+        return {.kind = Order::Kind::find};
+    }
+    // What is too much alike may only not be painted yet.
+    if (reason != End::ambiguous || !m_progress.scrolled ||
+        !m_lookBack.begin(m_progress.position, m_options.regionHeight, LookBack::Extent::end))
+        return endWith(reason);
+    m_lookBack.loseCount();
+    m_progress.answers = true;
+    Order order = step(now, State::checking, 0);
+    order.wait = timeToPaint;
+    return order;
 }
 
 ScrollSession::Order ScrollSession::endByWish()
@@ -416,7 +474,7 @@ bool ScrollSession::isSettled(Milliseconds now, const Sight &sight) const
         return calm(now) >= quietTime &&
                passed >= (sight.trusted && m_state == State::opening ? shortest : uncoverTime);
     if (!m_step.lastChange)
-        return passed >= answerLimit();
+        return passed >= answerLimit() && !isProving();
     if (m_pace.fine && m_state == State::forth && sight.fresh)
         return true; // as in watch()
     return calm(now) >= neededCalm() && passed >= shortest;

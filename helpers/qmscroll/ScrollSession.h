@@ -28,14 +28,15 @@ public:
     enum class Pointer { inside, overPanel, away };
     enum class End {
         open,
-        content,   // there is nothing more to scroll
-        height,    // the picture has reached the height limit
-        wish,      // the user asked to finish
-        cancelled, // the user wants no picture
-        changed,   // the page has changed what was already taken
-        ambiguous, // from here on more than one alignment fits
-        lost,      // from here on none does
-        failed     // rows could not be stored
+        content,    // there is nothing more to scroll
+        height,     // the picture has reached the height limit
+        wish,       // the user asked to finish
+        cancelled,  // the user wants no picture
+        changed,    // the page has changed what was already taken
+        ambiguous,  // from here on more than one alignment fits
+        lost,       // from here on none does
+        unanswered, // the view answers the wheel no more, neither forth nor back
+        failed      // rows could not be stored
     };
     enum class Notice {
         none,
@@ -144,7 +145,10 @@ private:
     Order idle(Milliseconds now);
     Order offerTheWheel(Milliseconds now);
     Order rewind(Milliseconds now, const Found &found);
+    Order proveAgain(Milliseconds now);
+    Order goOnFrom(Milliseconds now, int row);
     Order giveUp(Milliseconds now, End reason);
+    bool isProving() const;
     bool isLookingBack() const;
     Order recover(Milliseconds now, End reason);
     Order endByWish();
@@ -194,6 +198,9 @@ private:
         int height = 0;             // of the picture, pixels
         int position = 0;           // the picture's row with which the last joined frame begins
         int checkedHeight = 0;      // when the page was looked at from further up; 0: not yet
+        bool answers = false;       // the view has, since then
+        int hangs = 0;              // waits in which it has not
+        int heightOfHang = 0;       // when it answered late
         End reached = End::content; // before going back to the beginning
         int rewinds = 0;            // steps towards it
         bool isCut = false;         // it has been higher
@@ -203,6 +210,7 @@ private:
         int news = 0;               // steps without a shift that showed something new, since the picture last grew
         int vainLooks = 0;          // consecutive ones that found nothing changed
         int recoveries = 0;         // since the picture last grew
+        bool changes = false;       // one of them was because of what the page has changed
         End astray = End::open;     // why the last frame was not joined; open if it was
     } m_progress;
 

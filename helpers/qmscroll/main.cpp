@@ -74,6 +74,7 @@ const char *whyItEndsEarly(ScrollSession::End end)
     case End::changed: return "the page has changed what was already captured";
     case End::ambiguous: return "what follows could be joined in more than one way";
     case End::lost: return "what follows does not match";
+    case End::unanswered: return "the window does not answer the wheel any more";
     default: return nullptr;
     }
 }

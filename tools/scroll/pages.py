@@ -109,6 +109,19 @@ def momentum():
         </script>""")
 
 
+def busy():
+    """Twice it computes for a while. What has not been painted by then stays white, or the view stands."""
+    return html(paragraphs(140) + """<script>
+        let next = 1500
+        addEventListener('scroll', () => {
+            if (scrollY < next) return
+            next += 2500
+            const end = Date.now() + 3500
+            while (Date.now() < end) {}
+        })
+        </script>""")
+
+
 SIDEBAR = ("<div style='height:180px;background:#cde'>Title</div><div style='display:flex;align-items:flex-start'>"
            "<nav style='width:230px;background:#eef;position:sticky;top:TOP'>"
            + "".join(f"<div style='padding:6px 10px'>Link {i} of a list</div>" for i in range(28))
@@ -144,6 +157,7 @@ PAGES = {
     "snap": lambda: html("".join(f"<section>{paragraphs(6, i)}</section>" for i in range(12)),
                          "html{scroll-snap-type:y mandatory}section{height:70vh;scroll-snap-align:start}"),
     "momentum": momentum,
+    "busy": busy,
     "smooth": lambda: html(paragraphs(110, 12), "html{scroll-behavior:smooth}"),
     "parallax": lambda: html(
         "".join(paragraphs(12, i) + f"<div class=far style='background-image:url(\"data:image/svg+xml,"

@@ -35,8 +35,10 @@ struct View {
     Milliseconds animation = 0ms; // something small changes that often; 0: nothing does
     bool isAside = false;         // at the right edge
     int blankFrom = 0;            // where, for 700 pixels, only steps up to 60 can be joined; 0: nowhere
+    bool isPaintedLate = false;   // it only was not painted, and is when it is taken again
     bool springsBack = false;
-    int stallsAt = 0;       // once it is this far down, one click is answered after 450 ms; 0: none
+    int stallsAt = 0; // once it is this far down, no click is answered for a while; 0: never
+    Milliseconds stall = 450ms;
     int pausesAt = 0;       // once it is this far down, a movement stands still for 60 ms on its way; 0: none
     int changesAt = 0;      // once it is this far down, nothing matches what was there before; 0: never
     bool settles = false;   // but not when it is taken again
@@ -111,11 +113,9 @@ public:
             return;
         m_to = std::clamp(m_to + by, 0.0, double(page() - region));
         m_moved = now;
-        m_answer = view.answer;
-        if (!m_stalled && view.stallsAt && m_from >= view.stallsAt) {
-            m_stalled = true;
-            m_answer = 450ms;
-        }
+        if (!m_stallEnd && view.stallsAt && m_from >= view.stallsAt)
+            m_stallEnd = now + view.stall;
+        m_answer = std::max(view.answer, m_stallEnd.value_or(now) - now);
         if (view.springsBack && m_to > 1000)
             m_to -= 400;
     }
@@ -162,7 +162,9 @@ private:
         const bool isElsewhere = view.beginsLow && shown() == 0;
         const bool isFilled =
             view.fillsAt && !m_isAgain && position() > view.fillsAt - region && from < view.fillsAt + 100;
-        return isNew || isBehind || isElsewhere || isFilled ? std::nullopt : std::optional(shown());
+        const bool isPainted =
+            view.isPaintedLate && !m_isAgain && position() + 2 * region > view.blankFrom && from < view.blankFrom + 700;
+        return isNew || isBehind || isElsewhere || isFilled || isPainted ? std::nullopt : std::optional(shown());
     }
 
     Order beginAgain()
@@ -229,7 +231,8 @@ private:
         else if (std::abs(shift) > region * 4 / 5 ||
                  (view.changesAt && !(view.settles && m_isAgain) && at >= view.changesAt && m_at < view.changesAt))
             step = Step::lost;
-        else if (view.blankFrom && std::abs(shift) > 60 && at + region > view.blankFrom && at < view.blankFrom + 700)
+        else if (view.blankFrom && !(view.isPaintedLate && m_isAgain) && std::abs(shift) > 60 &&
+                 at + region > view.blankFrom && at < view.blankFrom + 700)
             step = Step::ambiguous;
         if (step == Step::first || step == Step::joined) {
             moving |= (position() != int(m_to) || (isPainting() && !view.isAside)) && m_mode == Mode::automatic;
@@ -247,7 +250,7 @@ private:
     ScrollSession m_session;
     double m_from = 0, m_to = 0;
     Milliseconds m_moved{-10'000}, m_answer{0};
-    bool m_stalled = false;
+    std::optional<Milliseconds> m_stallEnd;
     std::pair<int, int> m_frame{-1, 0}, m_joined{-1, 0};
     int m_at = 0; // the stitcher's place
 };
@@ -299,7 +302,15 @@ private Q_SLOTS:
             {.view = {.pixelsPerClick = 120, .smooth = 200ms, .pausesAt = 2000}, .milliseconds = 8000});
         row("and on its way back",
             {.view = {.smooth = 200ms, .blankFrom = 2000, .pausesAt = 1500}, .milliseconds = 20'500});
-        row("stalls once", {.view = {.stallsAt = 2000}, .milliseconds = 3900});
+        row("stalls once", {.view = {.stallsAt = 2000}, .milliseconds = 4200});
+        row("hangs for a while", {.view = {.stallsAt = 2000, .stall = 5000ms}, .milliseconds = 8500});
+        row("hangs while it goes on painting a caret",
+            {.view = {.animation = 500ms, .stallsAt = 2000, .stall = 5000ms}, .milliseconds = 9500});
+        row("hangs at its end", {.view = {.stallsAt = 5400, .stall = 3000ms}, .milliseconds = 8500});
+        row("hangs for good", {.view = {.stallsAt = 2000, .stall = 100'000ms},
+                               .end = End::unanswered,
+                               .furthest = somewhere,
+                               .milliseconds = 13'000});
         row("slow to answer", {.view = {.answer = 300ms}, .milliseconds = 12'000});
         row("hardly moves", {.view = {.pixelsPerClick = 2}, .milliseconds = 2850});
         row("hardly moves, and the wheel takes its time",
@@ -349,7 +360,9 @@ private Q_SLOTS:
         row("alike at every step", {.view = {.pixelsPerClick = 90, .blankFrom = 2000},
                                     .end = End::ambiguous,
                                     .furthest = somewhere,
-                                    .milliseconds = 1200});
+                                    .milliseconds = 3700});
+        row("nothing is painted for a while: once more",
+            {.view = {.pixelsPerClick = 90, .blankFrom = 2000, .isPaintedLate = true}, .milliseconds = 7700});
         row("one click is too much",
             {.view = {.pixelsPerClick = 500}, .end = End::lost, .furthest = 0, .milliseconds = 1900});
         row("changes under way",
