@@ -303,7 +303,7 @@ private Q_SLOTS:
         row("and on its way back",
             {.view = {.smooth = 200ms, .blankFrom = 2000, .pausesAt = 1500}, .milliseconds = 20'500});
         row("stalls once", {.view = {.stallsAt = 2000}, .milliseconds = 4200});
-        row("hangs for a while", {.view = {.stallsAt = 2000, .stall = 5000ms}, .milliseconds = 8500});
+        row("hangs for a while", {.view = {.stallsAt = 2000, .stall = 5000ms}, .milliseconds = 8000});
         row("hangs while it goes on painting a caret",
             {.view = {.animation = 500ms, .stallsAt = 2000, .stall = 5000ms}, .milliseconds = 9500});
         row("hangs at its end", {.view = {.stallsAt = 5400, .stall = 3000ms}, .milliseconds = 8500});
