@@ -20,7 +20,8 @@ struct Trial {
     Bands used;
     int to = 0;        // the rows of the frame above this one were compared
     int matched = 0;   // rows
-    bool exact = true; // all of them
+    int strange = 0;   // rows at the frame's top that are no part of the page, for all that is known
+    bool exact = true; // all below them
 };
 
 // A frame and what it is compared with: the rows that are held, and the last frame, which lies at lastAt. For those who look

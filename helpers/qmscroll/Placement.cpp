@@ -24,6 +24,7 @@ public:
 
 private:
     std::optional<Trial> tryAt(int at) const;
+    Bands sides() const;
     Bands agreeing(int at, int from, int to) const;
     Bands standing() const;
     struct Left {
@@ -32,6 +33,7 @@ private:
     };
     Left leftBehind(int at, const Bands &used, int from, int to) const;
     bool differsInside(int y, int row) const;
+    int plainTo(int from, const Bands &used, int to) const;
     int header(int at, const Bands &used, int to) const;
     std::vector<int> keptRows(const Bands &used, int from, int to) const;
     int footer(int at, const Bands &used) const;
@@ -52,8 +54,18 @@ Search::Search(const HeldRows &held, const Frame &last, int lastAt, const Frame 
 {
 }
 
-// The columns that agree with the place. Left out are those of which the far greater part does not, and at the sides, where
-// scroll bars are, those of which anything does not.
+// Where scroll bars are.
+Bands Search::sides() const
+{
+    const size_t side = size_t(std::min(sideWidth * bandCount / m_now.image.width(), bandCount / 8 - 1)) + 1;
+    Bands bands;
+    for (size_t i = 0; i < side; ++i)
+        bands.set(i).set(bandCount - 1 - i);
+    return bands;
+}
+
+// The columns that agree with the place. Left out are those of which the far greater part does not, and at the sides
+// those of which anything does not.
 Bands Search::agreeing(int at, int from, int to) const
 {
     const Bands eligible = moved(at) ? m_changed : m_known.moving.any() ? m_known.moving : Bands().set();
@@ -68,37 +80,47 @@ Bands Search::agreeing(int at, int from, int to) const
             agree[band] += here[band] == there[band] && here[band] != above[band];
         }
     }
-    const size_t side = size_t(std::min(sideWidth * bandCount / m_now.image.width(), bandCount / 8 - 1)) + 1;
     Bands used;
-    for (size_t band = 0; band < bandCount; ++band) {
-        const bool isSide = band < side || band >= bandCount - side;
-        used[band] = eligible[band] && disagree[band] <= (isSide ? 0 : 4 * agree[band]);
-    }
+    for (size_t band = 0; band < bandCount; ++band)
+        used[band] = eligible[band] && disagree[band] <= (sides()[band] ? 0 : 4 * agree[band]);
     // If hardly any column agrees it is the rows that have changed.
     const size_t fewest = moved(at) ? std::max<size_t>(1, eligible.count() / 4) : (eligible.count() + 1) / 2;
     return used.count() >= fewest ? used : eligible;
 }
 
+// Where the plain rows end that keep their place from this one on, as those of a header do below what it says.
+int Search::plainTo(int from, const Bands &used, int to) const
+{
+    const auto isAlike = [&](int y, const RowHash &other) {
+        return (differing(m_now.rows[size_t(y)], other) & used).none();
+    };
+    int y = from;
+    while (y < to && isAlike(y, m_last.rows[size_t(y)]) && (y == from || isAlike(y, m_now.rows[size_t(y - 1)])))
+        ++y;
+    return y;
+}
+
 // The rows at the top that do not move along: the lowest that shows what the last frame showed there, and not the page.
-int Search::header(int at, const Bands &used, int to) const
+int Search::header(int at, const Bands &all, int to) const
 {
     if (!moved(at))
         return m_known.top;
+    const Bands used = (all & ~sides()).any() ? all & ~sides() : all; // a thumb may pass a header by
     // Where the picture begins, it shows the header, too.
     const std::vector<int> marks = keptRows(used, 0, m_top);
     int end = marks.empty() ? 0 : marks.back() + 1, kept = 0;
-    for (int y = std::max(0, m_held.first() - at); y < std::min(headerLimit(), to); ++y) {
+    for (int y = 0; y < std::min(headerLimit(), to); ++y) {
         const RowHash &here = m_now.rows[size_t(y)];
         if ((differing(here, m_last.rows[size_t(y)]) & used).any())
             continue;
         ++kept;
-        const bool agrees = (differing(here, m_held[at + y]) & used).none();
+        const bool agrees = at + y < m_held.first() || (differing(here, m_held[at + y]) & used).none();
         // A plain row by itself may be there by chance.
         const bool isMark = y < m_top || y == end || (differing(here, m_now.rows[size_t(y - 1)]) & used).any();
         if (!agrees && isMark && 4 * kept >= 3 * (y + 1))
             end = y + 1;
     }
-    return end;
+    return end > 0 ? plainTo(end, used, std::min(headerLimit(), to)) : 0;
 }
 
 // The rows in between that have certainly kept their place, top to bottom; none, if they are less than a line of text.
@@ -211,10 +233,11 @@ bool Search::settleTop(Trial *trial, std::vector<Span> *changes, int fixed) cons
         const Span top = changes->front();
         if (!moved(placement.at))
             return m_known.looked;
-        const bool belongsToFrame =
-            comesFromPage(placement.at, trial->used, top) || (m_known.looked && top.to <= m_now.height() / 2);
-        if (!belongsToFrame)
-            return false;
+        if (!comesFromPage(placement.at, trial->used, top)) {
+            if (!m_known.looked || top.to > m_now.height() / 2)
+                return false;
+            trial->strange += top.to - top.from;
+        }
         placement.top = top.to;
         changes->erase(changes->begin());
     }
@@ -242,7 +265,7 @@ int Search::agreeingRows(const Trial &trial, const std::vector<Span> &changes, i
 bool Search::outweighs(const Trial &trial, const Bands &left, int from) const
 {
     const int at = trial.placement.at;
-    size_t against = 0; // bands of rows
+    size_t against = size_t(trial.strange) * trial.used.count(); // bands of rows
     for (int y = from; y < trial.to; ++y)
         against += (differing(m_now.rows[size_t(y)], m_held[at + y]) & (trial.used | left)).count();
     const int least = moved(at) ? rowsOfTwoLines : std::clamp((trial.to - from) / 2, fewestLandmarks, rowsOfTwoLines);
@@ -290,7 +313,9 @@ std::optional<Trial> Search::tryAt(int at) const
     const bool isWhole = !moved(at) || !left.isStrange || (m_known.looked && outweighs(trial, left.bands, from));
     const bool isForward = m_known.heading != Heading::forward || at >= m_lastAt;
     placement.kind = isTopSettled && isWhole && isForward ? Placement::Kind::found : Placement::Kind::doubtful;
-    const bool isUnexplained = !trial.exact || (!moved(at) && left.isStrange);
+    // What changes without going along is a bar at a side, or speaks against the first movement.
+    const bool isTorn = moved(at) && m_known.moving.none() && (m_changed & ~trial.used & ~sides()).any();
+    const bool isUnexplained = !trial.exact || trial.strange > 0 || isTorn || (!moved(at) && left.isStrange);
     if (placement.kind == Placement::Kind::found && isUnexplained && !outweighs(trial, {}, from))
         return {};
     return trial;

@@ -25,6 +25,7 @@ private:
         std::vector<quint32> now, held;
     };
     Digests digests(const Bands &bands) const;
+    Span between(const Bands &bands) const;
     bool explainsToo(int at, const Span &span, const Trial &trial, int first, const Digests &rows) const;
 };
 
