@@ -23,12 +23,14 @@ Rivals::Digests Rivals::digests(const Bands &bands) const
     return digests;
 }
 
-// The rows in between may move with the page. What keeps its place at the edges may have changed here and there.
+// The rows in between may move with the page. What keeps its place at the edges may have changed by a number.
 Span Rivals::between(const Bands &bands) const
 {
+    constexpr size_t numberShare = 5; // it takes at most one in so many bands
     const int height = m_now.height(), most = height / headerShare;
     const auto keepsPlace = [&](int y) {
-        return 2 * (differing(m_now.rows[size_t(y)], m_last.rows[size_t(y)]) & bands).count() <= bands.count();
+        const Bands changed = differing(m_now.rows[size_t(y)], m_last.rows[size_t(y)]) & bands;
+        return numberShare * changed.count() <= bands.count();
     };
     Span span{0, height};
     while (span.from < most && keepsPlace(span.from))
