@@ -2,6 +2,7 @@
 
 #include "helpers/qmscroll/FrameChange.h"
 #include "helpers/qmscroll/Landmarks.h"
+#include "helpers/qmscroll/Rivals.h"
 
 #include <algorithm>
 #include <optional>
@@ -11,36 +12,19 @@ namespace qm {
 
 namespace {
 
-constexpr int fewestLandmarks = 8; // rows that exist only once: one line of small text
 constexpr int rowsOfTwoLines = 24; // of text
-constexpr int overlapShare = 4;    // one in so many of the moving rows has to agree
-constexpr int headerShare = 3;     // a header takes at most one in so many of the frame's rows
-constexpr int caretHeight = 48;    // pixels: of a caret or a blinking mark, which is within one band
-constexpr int groupGap = 8;        // rows between two changes that count as one: less than a line of text
 constexpr int mostCandidates = 6;  // the page, a sidebar, and what content that grew has pushed away; and as many again
 constexpr int thumbShare = 2;      // one in so many rows is covered by a thumb, at most
 
-struct Span {
-    int from, to;
-};
-
-class Search
+class Search : private Comparison
 {
 public:
     Search(const HeldRows &held, const Frame &last, int lastAt, const Frame &now, const Placement::Known &known);
     Placement place() const;
 
 private:
-    // A place that was tried, and what speaks for it.
-    struct Trial {
-        Placement placement;
-        Bands used;
-        int to = 0;        // the rows of the frame above this one were compared
-        int matched = 0;   // rows
-        bool exact = true; // all of them
-    };
-
     std::optional<Trial> tryAt(int at) const;
+    Bands sides() const;
     Bands agreeing(int at, int from, int to) const;
     Bands standing() const;
     struct Left {
@@ -49,70 +33,39 @@ private:
     };
     Left leftBehind(int at, const Bands &used, int from, int to) const;
     bool differsInside(int y, int row) const;
+    int plainTo(int from, const Bands &used, int to) const;
     int header(int at, const Bands &used, int to) const;
     std::vector<int> keptRows(const Bands &used, int from, int to) const;
     int footer(int at, const Bands &used) const;
-    std::vector<Span> changes(int at, const Bands &used, int from, int to, size_t carets) const;
     bool settleTop(Trial *trial, std::vector<Span> *changes, int fixed) const;
     int agreeingRows(const Trial &trial, const std::vector<Span> &changes, int from) const;
     bool outweighs(const Trial &trial, const Bands &left, int from) const;
     int landmarkRows(int at, const Bands &used, int from, int to) const;
     bool comesFromPage(int at, const Bands &used, const Span &rows) const;
-    struct Digests {
-        std::vector<quint32> now, held;
-    };
-    Digests digests(const Bands &bands) const;
-    bool explainsToo(int at, const Span &span, const Trial &trial, int first, const Digests &rows) const;
-    bool hasRival(const Trial &trial) const;
-    bool fitsSomewhere() const;
     std::vector<int> candidates() const;
-    bool moved(int at) const { return at != m_lastAt; }
     int headerLimit() const { return std::max(m_top, m_now.height() / headerShare); }
-    int comparedTo(int at) const;
-    int leastOverlap() const;
 
-    const HeldRows &m_held;
-    const Frame &m_last, &m_now;
-    const int m_lastAt;
-    const Placement::Known &m_known;
-    Bands m_changed;             // differ from the last frame
-    int m_top = 0, m_bottom = 0; // the rows that do
     const Landmarks m_marks;
 };
 
 Search::Search(const HeldRows &held, const Frame &last, int lastAt, const Frame &now, const Placement::Known &known)
-    : m_held(held)
-    , m_last(last)
-    , m_now(now)
-    , m_lastAt(lastAt)
-    , m_known(known)
-    , m_top(now.height())
+    : Comparison(held, last, lastAt, now, known)
     , m_marks(held, last, now)
 {
-    for (int y = 0; y < now.height(); ++y) {
-        const Bands bands = differing(now.rows[size_t(y)], last.rows[size_t(y)]);
-        if (bands.none())
-            continue;
-        m_changed |= bands;
-        m_top = std::min(m_top, y);
-        m_bottom = y + 1;
-    }
 }
 
-// The held rows end with what keeps its place at the bottom of a frame, and so does the frame.
-int Search::comparedTo(int at) const
+// Where scroll bars are.
+Bands Search::sides() const
 {
-    const int bottom = moved(at) ? m_bottom : m_known.bottom;
-    return std::min(bottom, m_held.end() - (m_now.height() - bottom) - at);
+    const size_t side = size_t(std::min(sideWidth * bandCount / m_now.image.width(), bandCount / 8 - 1)) + 1;
+    Bands bands;
+    for (size_t i = 0; i < side; ++i)
+        bands.set(i).set(bandCount - 1 - i);
+    return bands;
 }
 
-int Search::leastOverlap() const
-{
-    return std::max(m_known.moving.any() ? m_known.bottom - m_known.top : 0, m_bottom - m_top) / overlapShare;
-}
-
-// The columns that agree with the place. Left out are those of which the far greater part does not, and at the sides, where
-// scroll bars are, those of which anything does not.
+// The columns that agree with the place. Left out are those of which the far greater part does not, and at the sides
+// those of which anything does not.
 Bands Search::agreeing(int at, int from, int to) const
 {
     const Bands eligible = moved(at) ? m_changed : m_known.moving.any() ? m_known.moving : Bands().set();
@@ -127,37 +80,47 @@ Bands Search::agreeing(int at, int from, int to) const
             agree[band] += here[band] == there[band] && here[band] != above[band];
         }
     }
-    const size_t side = size_t(std::min(sideWidth * bandCount / m_now.image.width(), bandCount / 8 - 1)) + 1;
     Bands used;
-    for (size_t band = 0; band < bandCount; ++band) {
-        const bool isSide = band < side || band >= bandCount - side;
-        used[band] = eligible[band] && disagree[band] <= (isSide ? 0 : 4 * agree[band]);
-    }
+    for (size_t band = 0; band < bandCount; ++band)
+        used[band] = eligible[band] && disagree[band] <= (sides()[band] ? 0 : 4 * agree[band]);
     // If hardly any column agrees it is the rows that have changed.
     const size_t fewest = moved(at) ? std::max<size_t>(1, eligible.count() / 4) : (eligible.count() + 1) / 2;
     return used.count() >= fewest ? used : eligible;
 }
 
+// Where the plain rows end that keep their place from this one on, as those of a header do below what it says.
+int Search::plainTo(int from, const Bands &used, int to) const
+{
+    const auto isAlike = [&](int y, const RowHash &other) {
+        return (differing(m_now.rows[size_t(y)], other) & used).none();
+    };
+    int y = from;
+    while (y < to && isAlike(y, m_last.rows[size_t(y)]) && (y == from || isAlike(y, m_now.rows[size_t(y - 1)])))
+        ++y;
+    return y;
+}
+
 // The rows at the top that do not move along: the lowest that shows what the last frame showed there, and not the page.
-int Search::header(int at, const Bands &used, int to) const
+int Search::header(int at, const Bands &all, int to) const
 {
     if (!moved(at))
         return m_known.top;
+    const Bands used = (all & ~sides()).any() ? all & ~sides() : all; // a thumb may pass a header by
     // Where the picture begins, it shows the header, too.
     const std::vector<int> marks = keptRows(used, 0, m_top);
     int end = marks.empty() ? 0 : marks.back() + 1, kept = 0;
-    for (int y = std::max(0, m_held.first() - at); y < std::min(headerLimit(), to); ++y) {
+    for (int y = 0; y < std::min(headerLimit(), to); ++y) {
         const RowHash &here = m_now.rows[size_t(y)];
         if ((differing(here, m_last.rows[size_t(y)]) & used).any())
             continue;
         ++kept;
-        const bool agrees = (differing(here, m_held[at + y]) & used).none();
+        const bool agrees = at + y < m_held.first() || (differing(here, m_held[at + y]) & used).none();
         // A plain row by itself may be there by chance.
         const bool isMark = y < m_top || y == end || (differing(here, m_now.rows[size_t(y - 1)]) & used).any();
         if (!agrees && isMark && 4 * kept >= 3 * (y + 1))
             end = y + 1;
     }
-    return end;
+    return end > 0 ? plainTo(end, used, std::min(headerLimit(), to)) : 0;
 }
 
 // The rows in between that have certainly kept their place, top to bottom; none, if they are less than a line of text.
@@ -180,30 +143,6 @@ int Search::footer(int at, const Bands &used) const
         return m_known.bottom;
     const std::vector<int> kept = keptRows(used, m_now.height() - m_now.height() / headerShare, m_bottom);
     return kept.empty() ? m_bottom : kept.front();
-}
-
-// The groups of rows that do not agree, but for so many that are no wider than a caret: one in every line is a column.
-std::vector<Span> Search::changes(int at, const Bands &used, int from, int to, size_t carets) const
-{
-    std::vector<Span> groups;
-    std::vector<Bands> bands; // of each
-    for (int y = from; y < to; ++y) {
-        const Bands here = differing(m_now.rows[size_t(y)], m_held[at + y]) & used;
-        if (here.none())
-            continue;
-        if (groups.empty() || y - groups.back().to > groupGap) {
-            groups.push_back({y, y});
-            bands.emplace_back();
-        }
-        groups.back().to = y + 1;
-        bands.back() |= here;
-    }
-    std::vector<Span> wide;
-    for (size_t i = 0; i < groups.size(); ++i) {
-        if (bands[i].count() > 1 || groups[i].to - groups[i].from > caretHeight)
-            wide.push_back(groups[i]);
-    }
-    return groups.size() - wide.size() <= carets ? wide : groups;
 }
 
 int Search::landmarkRows(int at, const Bands &used, int from, int to) const
@@ -294,10 +233,11 @@ bool Search::settleTop(Trial *trial, std::vector<Span> *changes, int fixed) cons
         const Span top = changes->front();
         if (!moved(placement.at))
             return m_known.looked;
-        const bool belongsToFrame =
-            comesFromPage(placement.at, trial->used, top) || (m_known.looked && top.to <= m_now.height() / 2);
-        if (!belongsToFrame)
-            return false;
+        if (!comesFromPage(placement.at, trial->used, top)) {
+            if (!m_known.looked || top.to > m_now.height() / 2)
+                return false;
+            trial->strange += top.to - top.from;
+        }
         placement.top = top.to;
         changes->erase(changes->begin());
     }
@@ -325,7 +265,7 @@ int Search::agreeingRows(const Trial &trial, const std::vector<Span> &changes, i
 bool Search::outweighs(const Trial &trial, const Bands &left, int from) const
 {
     const int at = trial.placement.at;
-    size_t against = 0; // bands of rows
+    size_t against = size_t(trial.strange) * trial.used.count(); // bands of rows
     for (int y = from; y < trial.to; ++y)
         against += (differing(m_now.rows[size_t(y)], m_held[at + y]) & (trial.used | left)).count();
     const int least = moved(at) ? rowsOfTwoLines : std::clamp((trial.to - from) / 2, fewestLandmarks, rowsOfTwoLines);
@@ -334,7 +274,7 @@ bool Search::outweighs(const Trial &trial, const Bands &left, int from) const
            landmarkRows(at, trial.used, from, trial.to) >= least;
 }
 
-std::optional<Search::Trial> Search::tryAt(int at) const
+std::optional<Trial> Search::tryAt(int at) const
 {
     Trial trial;
     Placement &placement = trial.placement;
@@ -373,102 +313,12 @@ std::optional<Search::Trial> Search::tryAt(int at) const
     const bool isWhole = !moved(at) || !left.isStrange || (m_known.looked && outweighs(trial, left.bands, from));
     const bool isForward = m_known.heading != Heading::forward || at >= m_lastAt;
     placement.kind = isTopSettled && isWhole && isForward ? Placement::Kind::found : Placement::Kind::doubtful;
-    const bool isUnexplained = !trial.exact || (!moved(at) && left.isStrange);
+    // What changes without going along is a bar at a side, or speaks against the first movement.
+    const bool isTorn = moved(at) && m_known.moving.none() && (m_changed & ~trial.used & ~sides()).any();
+    const bool isUnexplained = !trial.exact || trial.strange > 0 || isTorn || (!moved(at) && left.isStrange);
     if (placement.kind == Placement::Kind::found && isUnexplained && !outweighs(trial, {}, from))
         return {};
     return trial;
-}
-
-// One hash of each row over some of its bands.
-Search::Digests Search::digests(const Bands &bands) const
-{
-    const auto digest = [&bands](const RowHash &row) {
-        quint32 sum = 0;
-        for (size_t band = 0; band < bandCount; ++band)
-            sum = (sum ^ (bands[band] ? row[band] : 0)) * 0x01000193;
-        return sum;
-    };
-    Digests digests;
-    for (const RowHash &row : m_now.rows)
-        digests.now.push_back(digest(row));
-    for (int row = m_held.first(); row < m_held.end(); ++row)
-        digests.held.push_back(digest(m_held[row]));
-    return digests;
-}
-
-// True if a place explains these rows of the frame as well as the trial does. What the trial leaves unexplained counts for
-// neither, and half of what it does not show may have changed by itself.
-bool Search::explainsToo(int at, const Span &span, const Trial &trial, int first, const Digests &rows) const
-{
-    constexpr size_t mostCarets = 2; // where it is on the page, and where it was
-    const auto agrees = [&](int place, int y) {
-        return rows.now[size_t(y)] == rows.held[size_t(place + y - m_held.first())];
-    };
-    struct Count {
-        int rows = 0, differ = 0;
-    } shown, others;
-    for (int y = span.from; y < span.to; ++y) {
-        const bool same = agrees(at, y), isShown = y >= first && y < trial.to;
-        if (isShown && !agrees(trial.placement.at, y))
-            continue;
-        if (isShown && trial.exact && !same &&
-            (differing(m_now.rows[size_t(y)], m_held[at + y]) & trial.used).count() > 1)
-            return false; // no caret
-        Count &count = isShown ? shown : others;
-        ++count.rows;
-        count.differ += !same;
-    }
-    if (5 * shown.differ > shown.rows || 2 * others.differ > others.rows)
-        return false;
-    return !trial.exact || shown.differ == 0 ||
-           changes(at, trial.used, std::max(span.from, first), std::min(span.to, trial.to), mostCarets).empty();
-}
-
-// True if another place explains the frame as well. One that leaves rows unexplained is no rival of one that explains these
-// very rows: had they changed by themselves, they would fit nowhere.
-bool Search::hasRival(const Trial &trial) const
-{
-    const Digests rows = digests(trial.used);
-    const auto marks = [&](int at, int from, int to) { // rows that agree and differ from the one above
-        int count = 0;
-        for (int y = std::max(from, 1); y < to; ++y)
-            count += rows.now[size_t(y)] == rows.held[size_t(at + y - m_held.first())] &&
-                     rows.now[size_t(y)] != rows.now[size_t(y - 1)];
-        return count;
-    };
-    const int top = moved(trial.placement.at) ? m_top : m_known.top; // rows above keep their place, wherever this is
-    const int first = std::max({top, trial.placement.top, m_held.first() - trial.placement.at});
-    const int own = marks(trial.placement.at, first, trial.to);
-    const int furthest = m_held.end() - fewestLandmarks;
-    for (int at = m_held.first() - m_now.height() + fewestLandmarks; at < furthest; ++at) {
-        // The picture may begin with a header, which has hidden the page.
-        const int from = std::max({top, m_held.first() - at, m_held.first() == 0 ? top - at : 0}), to = comparedTo(at);
-        if (at == trial.placement.at || from >= to || !explainsToo(at, {from, to}, trial, first, rows))
-            continue;
-        const int found = marks(at, from, to);
-        const bool stands = found >= fewestLandmarks && to - from >= leastOverlap(); // alone it would be accepted
-        if (stands || (found >= 2 && overlapShare * found >= own))
-            return true;
-    }
-    return false;
-}
-
-// True if the frame agrees with the held rows somewhere, sides left out; then it shows too little to tell it by.
-bool Search::fitsSomewhere() const
-{
-    Bands middle = m_known.moving.any() ? m_known.moving : Bands().set();
-    for (const size_t band : {0, 1, bandCount - 2, bandCount - 1})
-        middle.reset(band);
-    const Digests rows = digests(middle);
-    for (int at = m_held.first() - m_now.height(); at < m_held.end(); ++at) {
-        const int from = std::max(m_known.top, m_held.first() - at), to = comparedTo(at);
-        int y = from;
-        while (y < to && rows.now[size_t(y)] == rows.held[size_t(at + y - m_held.first())])
-            ++y;
-        if (y >= to && to - from >= std::max(1, leastOverlap()))
-            return true;
-    }
-    return false;
 }
 
 // The places for which most landmarks speak, and the last frame's.
@@ -506,10 +356,11 @@ Placement Search::place() const
         if (trial && (!best || isBetter(*trial, *best)))
             best = trial;
     }
-    if (best && !hasRival(*best))
+    const Rivals rivals(*this);
+    if (best && !rivals.exist(*best))
         return best->placement;
     Placement none;
-    none.kind = best || fitsSomewhere() ? Placement::Kind::ambiguous : Placement::Kind::lost;
+    none.kind = best || rivals.fitsSomewhere() ? Placement::Kind::ambiguous : Placement::Kind::lost;
     return none;
 }
 

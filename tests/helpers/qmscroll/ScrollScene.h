@@ -38,6 +38,7 @@ public:
         int blankFrom = 0, blankRows = 0; // of the page
         int lateFrom = 0, lateRows = 0;   // a picture on the page that is there after load()
         bool lateGrows = false;           // and has no room reserved before
+        int loadsAt = 0;                  // this frame is the first that shows it; 0: none, before load()
     };
 
     ScrollScene(const Look &look, quint32 seed);
@@ -45,8 +46,11 @@ public:
     QImage frame(int offset); // each call is a later moment: carets blink, animations go on
     void load();
     int lastOffset() const;
-    // Nothing of the page tells the two apart in these rows of the window, the latter exclusive.
-    bool looksAlike(int offset, int other, int from, int to) const;
+    // Of the window's rows, the latter exclusive, that differ from the one above at one of the two: how many are alike.
+    struct Rows {
+        int alike = 0, unlike = 0;
+    };
+    Rows alikeRows(int offset, int other, int from, int to) const;
 
     // The first difference between a picture that begins at the offset and the page, in words; empty when it is right.
     QString difference(const QImage &picture, int firstOffset, int furthestOffset) const;
