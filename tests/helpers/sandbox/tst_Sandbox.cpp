@@ -123,7 +123,7 @@ private Q_SLOTS:
         QByteArray id = QByteArray::number(process.processId());
         if (program == u"qmocr")
             QTRY_VERIFY(!(id = said(u"%1/task/%1/children"_s.arg(process.processId())).split(' ').first()).isEmpty());
-        QTRY_VERIFY_WITH_TIMEOUT(said(QString::fromUtf8(id) + u"/status"_s).contains("\nSeccomp:\t2\n"), 20'000);
+        QTRY_VERIFY_WITH_TIMEOUT(said(QString::fromUtf8(id) + u"/status"_s).contains("\nSeccomp:\t2\n"), 10'000);
         ::close(end);
         process.kill();
         QVERIFY(process.waitForFinished());
