@@ -75,6 +75,10 @@ static std::optional<int> doneWithoutADisplay(int argc, char **argv, std::option
                    stderr);
         return 1;
     }
+    if (!SystemStartup::connectToSession())
+        std::fputs(qUtf8Printable(AppLocale::text(u"quillmere: the session bus does not answer; going on without it\n",
+                                                  u"quillmere: セッションバスが応答しないため、使わずに続行します\n")),
+                   stderr);
     return std::nullopt;
 }
 

@@ -8,6 +8,7 @@
 #include "index/OcrRunner.h"
 #include "index/ShotStore.h"
 #include "platform/CaptureRoad.h"
+#include "platform/SystemStartup.h"
 #include "platform/ToolPaths.h"
 #include "ui/AppLocale.h"
 #include "ui/HelperReason.h"
@@ -70,6 +71,7 @@ struct Fact {
 static Fact roadFact()
 {
     static constexpr std::array names = {u"none", u"system", u"x11", u"compositor", u"kwin", u"portal"};
+    SystemStartup::connectToSession(); // of which Wayland's desktops are asked
     const CaptureRoad road = CaptureRoad::current();
     const QString name = QString::fromUtf16(names[size_t(road.kind)]);
     return {u"road",

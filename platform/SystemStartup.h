@@ -4,12 +4,17 @@
 
 namespace qm {
 
-// What the system requires of an application that lives in the menu bar; nothing on Linux. Main thread, once the
+// What the system requires of a program that starts, and of one that lives in the menu bar. Main thread, once the
 // application object exists.
 namespace SystemStartup {
 
 // Whether there is anything to show windows on. Needs no application object, which could not be created without.
 bool hasDisplay();
+
+// Connects to the services of the user's session, before anything else does. False if they take connections but do not
+// answer within 3 s; then this process does without them. Whoever asked them would wait for ever. Runs the events of the
+// application object.
+bool connectToSession();
 
 void becomeAccessory();     // no Dock icon, no main menu
 void askForAccessibility(); // prompts once for the key monitor's permission; the answer is not reported

@@ -73,7 +73,8 @@ void WorkerLink::read(const QByteArray &path, Finished finished)
     if (!m_process)
         start();
     m_limit = m_limits.timeFor(0);
-    m_timer.start(m_limits.start);
+    m_looks = 0;
+    lookAfter(m_limits.start);
     m_process->write(encoded(path));
 }
 
@@ -88,11 +89,11 @@ void WorkerLink::take(const Reply &reply)
         m_usedBefore = processorTime(m_process->processId());
         m_usedAtLook = 0ms;
         m_looks = 0;
-        m_timer.start(m_limit);
+        lookAfter(m_limit);
         return;
     case Kind::pixels:
         m_limit = m_limits.timeFor(reply.payload.toLongLong());
-        m_timer.start(m_limit);
+        lookAfter(m_limit);
         return;
     case Kind::places: m_places = QJsonDocument::fromJson(reply.payload).array(); return;
     case Kind::firstText: m_first = {.text = text, .places = m_places}; return;
@@ -115,12 +116,22 @@ void WorkerLink::ended()
     failed({.error = QStringLiteral("the reading process ended unexpectedly"), .lasting = m_begun, .died = true});
 }
 
+void WorkerLink::lookAfter(std::chrono::milliseconds time)
+{
+    m_timer.start(time);
+    m_sinceLook.start();
+}
+
 void WorkerLink::overdue()
 {
+    // Stopped itself for a while, as is the worker with it when a session is frozen.
+    const std::chrono::milliseconds wait = m_timer.intervalAsDuration();
+    if (m_sinceLook.hasExpired((wait * 3 / 2).count()) && m_looks++ < mostLooks)
+        return lookAfter(wait);
     // On a busy machine a low-priority worker gets little done; one that makes progress is limited by CPU time instead.
     const std::chrono::milliseconds used = m_begun ? processorTime(m_process->processId()) - m_usedBefore : 0ms;
     if (used - std::exchange(m_usedAtLook, used) > m_limit / 100 && used < m_limit * 9 / 10 && m_looks++ < mostLooks) {
-        m_timer.start(std::max(m_limit - used, m_limit / 10));
+        lookAfter(std::max(m_limit - used, m_limit / 10));
         return;
     }
     abandon();

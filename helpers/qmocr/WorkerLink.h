@@ -3,6 +3,7 @@
 #include "helpers/qmocr/Limits.h"
 #include "helpers/qmocr/WireFormat.h"
 
+#include <QElapsedTimer>
 #include <QJsonArray>
 #include <QProcess>
 #include <QProcessEnvironment>
@@ -48,6 +49,7 @@ private:
     void start();
     void take(const Reply &reply);
     void ended();
+    void lookAfter(std::chrono::milliseconds time);
     void overdue();
     void abandon();
     void failed(const Answer &failure);
@@ -58,6 +60,7 @@ private:
     QProcess *m_process = nullptr;
     MessageSplitter m_replies;
     QTimer m_timer;
+    QElapsedTimer m_sinceLook; // or since the timer was started
 
     // The current request.
     Finished m_finished;

@@ -2,9 +2,11 @@
 #include "platform/x11/X11Server.h"
 
 #include <QDBusConnection>
-#include <QDBusConnectionInterface>
-#include <QDBusInterface>
+#include <QDBusMessage>
+#include <QDBusPendingCallWatcher>
+#include <QDBusPendingReply>
 #include <QDBusServiceWatcher>
+#include <QDBusVariant>
 #include <QSocketNotifier>
 #include <QTimer>
 
@@ -37,14 +39,34 @@ public:
 private Q_SLOTS:
     void look()
     {
-        if (!m_appeared || !(busHostIsThere() || selectionIsOwned()))
+        if (m_appeared && selectionIsOwned())
+            return appear();
+        const QDBusConnection bus = QDBusConnection::sessionBus();
+        if (!m_appeared || !bus.isConnected())
             return;
-        const std::function<void()> appeared = std::exchange(m_appeared, {});
-        m_notifier.reset();
-        appeared();
+        // Not waited for: a bus can get stuck at any time.
+        QDBusMessage question = QDBusMessage::createMethodCall(
+            watcherService, watcherPath, QStringLiteral("org.freedesktop.DBus.Properties"), QStringLiteral("Get"));
+        question.setArguments({watcherService, QStringLiteral("IsStatusNotifierHostRegistered")});
+        question.setAutoStartService(false);
+        auto *answer = new QDBusPendingCallWatcher(bus.asyncCall(question), this);
+        connect(answer, &QDBusPendingCallWatcher::finished, this, [this, answer] {
+            answer->deleteLater();
+            const QDBusPendingReply<QDBusVariant> isThere = *answer;
+            if (isThere.isValid() && isThere.value().variant().toBool())
+                appear();
+        });
     }
 
 private:
+    void appear()
+    {
+        if (const std::function<void()> appeared = std::exchange(m_appeared, {})) {
+            m_notifier.reset();
+            appeared();
+        }
+    }
+
     void watchBus()
     {
         QDBusConnection bus = QDBusConnection::sessionBus();
@@ -55,15 +77,6 @@ private:
         // The watcher may appear long before a host does.
         bus.connect(watcherService, watcherPath, watcherService, QStringLiteral("StatusNotifierHostRegistered"), this,
                     SLOT(look()));
-    }
-
-    bool busHostIsThere() const
-    {
-        const QDBusConnection bus = QDBusConnection::sessionBus();
-        if (!bus.isConnected() || !bus.interface()->isServiceRegistered(watcherService).value())
-            return false;
-        const QDBusInterface watcher(watcherService, watcherPath, watcherService, bus);
-        return watcher.property("IsStatusNotifierHostRegistered").toBool();
     }
 
     void watchSelection()

@@ -12,6 +12,11 @@ bool SystemStartup::hasDisplay()
     return true;
 }
 
+bool SystemStartup::connectToSession()
+{
+    return true;
+}
+
 void SystemStartup::becomeAccessory()
 {
     [NSApplication.sharedApplication setActivationPolicy:NSApplicationActivationPolicyAccessory];

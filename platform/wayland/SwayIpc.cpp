@@ -50,7 +50,7 @@ std::unique_ptr<SwayIpc> SwayIpc::connect()
     sockaddr_un address = {.sun_family = AF_UNIX, .sun_path = {}};
     if (!path || std::strlen(path) >= sizeof address.sun_path)
         return nullptr;
-    std::strcpy(address.sun_path, path);
+    std::memcpy(address.sun_path, path, std::strlen(path) + 1);
     const int channel = socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0);
     if (channel < 0)
         return nullptr;

@@ -193,6 +193,11 @@ private Q_SLOTS:
     // What does not need the bus goes on without; what a lost display ends leaves nothing in the next start's way.
     void theDesktopGoes()
     {
+        m_desktop.holdSessionBus(true);
+        start();
+        quillmere(u"quit"_s);
+        QVERIFY(Desktop::ended(*m_application));
+        m_desktop.holdSessionBus(false);
         start();
         quillmere(u"library"_s);
         const auto library = [&] { return m_desktop.windowTitled(u"Quillmere Library"_s); };

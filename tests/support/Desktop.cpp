@@ -8,6 +8,7 @@
 #include <QElapsedTimer>
 #include <QThread>
 
+#include <csignal>
 #include <xcb/composite.h>
 #include <xcb/xcb.h>
 #include <xcb/xtest.h>
@@ -177,6 +178,11 @@ void Desktop::stopSessionBus()
 {
     m_bus->kill();
     m_bus->waitForFinished();
+}
+
+void Desktop::holdSessionBus(bool held)
+{
+    ::kill(pid_t(m_bus->processId()), held ? SIGSTOP : SIGCONT);
 }
 
 // It takes the selection before it takes the windows' pixels.

@@ -81,6 +81,7 @@ public:
     QProcess &startOnFullDisk(const QString &program, const QStringList &arguments);
     void stopWindowManager();                      // as a crash would
     void stopSessionBus();                         // likewise
+    void holdSessionBus(bool held);                // it takes connections, but nothing is heard of it
     void setResource(const QByteArray &resources); // the X resources, "Xft.dpi:\t192\n"
 
     // Keyboard and pointer.

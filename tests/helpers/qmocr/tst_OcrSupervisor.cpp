@@ -103,6 +103,10 @@ private Q_SLOTS:
         row("gets little done on a busy machine",
             "for i in {1..7}; do for k in {1..3000}; do :; done; read -t 0.1 -r -d '' never; done; printf 'tlate\\0'",
             true, "late");
+        row("waits while we are stopped",
+            "(sleep 1.5; kill -CONT $PPID) & read -t 0.1 -r -d '' never; kill -STOP $PPID;"
+            "read -t 1.45 -r -d '' never; printf 'twhole\\0'",
+            true, "whole");
         row("works without end", "while :; do :; done", false, "!took too long");
         row("works without end, old file", "while :; do :; done", true, "");
         row("hangs in the second pass", "printf 'p10\\0ffirst\\0'; read -r -d '' never", true, "first");

@@ -1,6 +1,7 @@
 #include "helpers/sandbox/Sandbox.h"
 #include "tests/support/TempHome.h"
 
+#include <QProcess>
 #include <QTest>
 
 #include <fcntl.h>
@@ -18,12 +19,24 @@ using namespace qm;
 using namespace Qt::StringLiterals;
 using namespace std::chrono_literals;
 
-// Each in a child, as there is no way back.
 class tst_Sandbox : public QObject
 {
     Q_OBJECT
 
     TempHome m_home;
+
+    // In a child, as there is no way back.
+    static bool isDenied(const QByteArray &readable, const std::function<int()> &act)
+    {
+        const pid_t child = fork();
+        if (child == 0) {
+            const bool confined = Sandbox::enter();
+            const bool reads = open(readable.constData(), O_RDONLY | O_CLOEXEC) >= 0;
+            _exit(confined && reads && act() == -1 ? 0 : 1);
+        }
+        int status = -1;
+        return waitpid(child, &status, 0) == child && status == 0;
+    }
 
 private Q_SLOTS:
     void memoryAndTimeAreLimited()
@@ -43,8 +56,6 @@ private Q_SLOTS:
     {
         m_home.write(u"file"_s, "x");
         const QByteArray file = m_home.file(u"file"_s).toUtf8(), other = file + "2";
-        const QByteArray parent = "/proc/" + QByteArray::number(getpid()) + "/mem";
-        const bool landlock = syscall(SYS_landlock_create_ruleset, nullptr, 0, LANDLOCK_CREATE_RULESET_VERSION) > 0;
         const int writable = open(file.constData(), O_RDWR | O_CLOEXEC);
         const std::function<int()> denied[] = {
             [&] { return open(file.constData(), O_WRONLY); },
@@ -66,20 +77,56 @@ private Q_SLOTS:
             [&] { return syscall(SYS_openat2, AT_FDCWD, "/", nullptr, 0) == -1 && errno == ENOSYS ? -1 : 0; },
             [&] { return int(syscall(SYS_tgkill, getppid(), getppid(), 0)); },
             [&] { return ioctl(writable, TIOCSTI, "x") == -1 && errno == EPERM ? -1 : 0; },
-            [&] { return landlock ? open(parent.constData(), O_RDONLY) : -1; },
         };
-        for (size_t i = 0; i < std::size(denied); ++i) {
-            const pid_t child = fork();
-            if (child == 0) {
-                const bool confined = Sandbox::enter();
-                const bool reads = open(file.constData(), O_RDONLY | O_CLOEXEC) >= 0;
-                _exit(confined && reads && denied[i]() == -1 ? 0 : 1);
-            }
-            int status = -1;
-            QVERIFY(waitpid(child, &status, 0) == child);
-            QVERIFY2(status == 0, qPrintable(QString::number(i)));
-        }
+        for (size_t i = 0; i < std::size(denied); ++i)
+            QVERIFY2(isDenied(file, denied[i]), qPrintable(QString::number(i)));
         ::close(writable);
+    }
+
+    void cannotReadOtherProcesses()
+    {
+        if (syscall(SYS_landlock_create_ruleset, nullptr, 0, LANDLOCK_CREATE_RULESET_VERSION) <= 0)
+            QSKIP("This kernel has no Landlock.");
+        m_home.write(u"file"_s, "x");
+        const QByteArray parent = "/proc/" + QByteArray::number(getpid()) + "/mem";
+        QVERIFY(isDenied(m_home.file(u"file"_s).toUtf8(), [&] { return open(parent.constData(), O_RDONLY); }));
+    }
+
+    // Both wait, the one for more pictures, the other for the rest of one.
+    void programsEnterIt_data()
+    {
+        QTest::addColumn<QString>("program");
+        QTest::addColumn<QStringList>("arguments");
+        QTest::newRow("the workers of qmocr") << u"qmocr"_s << QStringList();
+        QTest::newRow("qmdecode") << u"qmdecode"_s << QStringList(u"0"_s);
+    }
+    void programsEnterIt()
+    {
+#ifdef __SANITIZE_ADDRESS__
+        QSKIP("The address sanitizer could not write its reports: with it, these programs are not confined.");
+#endif
+        QFETCH(QString, program);
+        QFETCH(QStringList, arguments);
+        const QByteArray pipe = m_home.file(program).toUtf8();
+        QVERIFY(mkfifo(pipe.constData(), 0600) == 0);
+        const int end = open(pipe.constData(), O_RDWR | O_CLOEXEC);
+        const QByteArray path = m_home.file(u"none.png"_s).toUtf8() + '\n';
+        QVERIFY(write(end, path.constData(), size_t(path.size())) == path.size());
+        QProcess process;
+        process.setStandardInputFile(QString::fromUtf8(pipe));
+        process.start(QStringLiteral(QM_PROGRAMS "/") + program, arguments);
+        QVERIFY(process.waitForStarted());
+        const auto said = [](const QString &file) {
+            QFile about(u"/proc/"_s + file);
+            return about.open(QIODevice::ReadOnly) ? about.readAll() : QByteArray();
+        };
+        QByteArray id = QByteArray::number(process.processId());
+        if (program == u"qmocr")
+            QTRY_VERIFY(!(id = said(u"%1/task/%1/children"_s.arg(process.processId())).split(' ').first()).isEmpty());
+        QTRY_VERIFY_WITH_TIMEOUT(said(QString::fromUtf8(id) + u"/status"_s).contains("\nSeccomp:\t2\n"), 10'000);
+        ::close(end);
+        process.kill();
+        QVERIFY(process.waitForFinished());
     }
 };
 
