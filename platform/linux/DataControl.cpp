@@ -80,8 +80,9 @@ DataControl *DataControl::shared()
 DataControl::Connection::~Connection() = default;
 
 DataControl::DataControl()
-    : m_connection(std::make_shared<Connection>(WaylandServer::connect()))
+    : m_connection(std::make_shared<Connection>())
 {
+    m_connection->server = WaylandServer::connect();
     const WaylandServer *server = m_connection->server.get();
     if (!server)
         return;
@@ -159,7 +160,7 @@ void DataControl::set(std::unique_ptr<QMimeData> content)
                     QMetaObject::invokeMethod(qApp, [gone = std::move(*offer)] { gone->content.reset(); });
                 },
         };
-        m_offer = std::make_shared<Offer>(std::move(content));
+        m_offer = std::make_shared<Offer>(Offer{std::move(content)});
         zwlr_data_control_source_v1_add_listener(source, &listener, new std::shared_ptr<Offer>(m_offer));
     }
     zwlr_data_control_device_v1_set_selection(m_device, source);
