@@ -228,13 +228,13 @@ extern "C" Q_DECL_EXPORT int quillmereChoose(const RaisedCurtain &curtain, const
     return save(request, {pixels, QSizeF(pixels.size()) / scale}, what, offer.get());
 }
 
-extern "C" Q_DECL_EXPORT WaylandCurtain::Frozen quillmereFreeze(const WaylandOutputs &outputs,
-                                                                const CaptureRequest &request)
+extern "C" Q_DECL_EXPORT void quillmereFreeze(const WaylandOutputs &outputs, const CaptureRequest &request,
+                                              WaylandCurtain::Frozen &frozen)
 {
     using Way = CaptureRequest::Way;
-    return freezeByDesktop(outputs, request.way == Way::window   ? FreezeFor::window
-                                    : request.way == Way::region ? FreezeFor::region
-                                                                 : FreezeFor::noChoice);
+    frozen = freezeByDesktop(outputs, request.way == Way::window   ? FreezeFor::window
+                                      : request.way == Way::region ? FreezeFor::region
+                                                                   : FreezeFor::noChoice);
 }
 
 static_assert(std::is_same_v<ChooseFunction, decltype(&quillmereChoose)>);

@@ -36,7 +36,8 @@ using ChooseFunction = int (*)(const RaisedCurtain &curtain, const CaptureReques
 constexpr char chooseFunctionName[] = "quillmereChoose";
 
 // Freezes the screen where a Wayland compositor does not let programs read it themselves.
-using FreezeFunction = WaylandCurtain::Frozen (*)(const WaylandOutputs &outputs, const CaptureRequest &request);
+using FreezeFunction = void (*)(const WaylandOutputs &outputs, const CaptureRequest &request,
+                                WaylandCurtain::Frozen &frozen);
 constexpr char freezeFunctionName[] = "quillmereFreeze";
 
 constexpr char choiceLibraryName[] = "qmcapture.so"; // next to the program

@@ -170,9 +170,11 @@ int captureOnWayland(WaylandServer &server, const CaptureRequest &request, Wayla
                                                                          : Kind::absent,
                            freeze, [&request](const WaylandOutputs &outputs) {
                                const auto function = reinterpret_cast<FreezeFunction>(fromRest(freezeFunctionName));
-                               return function ? function(outputs, request)
-                                               : WaylandCurtain::Frozen{.instead = Instead::failed,
-                                                                        .reason = whyNotLoaded()};
+                               if (!function)
+                                   return WaylandCurtain::Frozen{.instead = Instead::failed, .reason = whyNotLoaded()};
+                               WaylandCurtain::Frozen frozen;
+                               function(outputs, request, frozen);
+                               return frozen;
                            });
     if (!curtain.isUp()) {
         switch (curtain.instead()) {

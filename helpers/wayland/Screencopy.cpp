@@ -45,26 +45,28 @@ struct Frame {
     }
 
     static Frame &of(void *data) { return *static_cast<Frame *>(data); }
-    static constexpr zwlr_screencopy_frame_v1_listener listener = {
-        .buffer =
-            [](void *data, zwlr_screencopy_frame_v1 *handle, uint32_t format, uint32_t width, uint32_t height,
-               uint32_t stride) {
-                Frame &frame = of(data);
-                const QSize size = {int(width), int(height)};
-                const ShmBuffer *spare = frame.spare.get();
-                if (spare && spare->size() == size && spare->bytesPerLine() == int(stride) && spare->format() == format)
-                    frame.buffer = std::move(frame.spare);
-                else
-                    frame.buffer = ShmBuffer::create(frame.shm, size, int(stride), format);
-                if (frame.buffer)
-                    zwlr_screencopy_frame_v1_copy(handle, frame.buffer->handle());
-                else
-                    frame.hasFailed = true;
-            },
-        .flags = [](void *data, zwlr_screencopy_frame_v1 *, uint32_t flags) { of(data).isBottomUp = flags & 1; },
-        .ready = [](void *data, zwlr_screencopy_frame_v1 *, uint32_t, uint32_t, uint32_t) { of(data).isReady = true; },
-        .failed = [](void *data, zwlr_screencopy_frame_v1 *) { of(data).hasFailed = true; },
-    };
+    static const zwlr_screencopy_frame_v1_listener listener;
+};
+
+const zwlr_screencopy_frame_v1_listener Frame::listener = {
+    .buffer =
+        [](void *data, zwlr_screencopy_frame_v1 *copied, uint32_t format, uint32_t width, uint32_t height,
+           uint32_t stride) {
+            Frame &frame = of(data);
+            const QSize size = {int(width), int(height)};
+            const ShmBuffer *old = frame.spare.get();
+            if (old && old->size() == size && old->bytesPerLine() == int(stride) && old->format() == format)
+                frame.buffer = std::move(frame.spare);
+            else
+                frame.buffer = ShmBuffer::create(frame.shm, size, int(stride), format);
+            if (frame.buffer)
+                zwlr_screencopy_frame_v1_copy(copied, frame.buffer->handle());
+            else
+                frame.hasFailed = true;
+        },
+    .flags = [](void *data, zwlr_screencopy_frame_v1 *, uint32_t flags) { of(data).isBottomUp = flags & 1; },
+    .ready = [](void *data, zwlr_screencopy_frame_v1 *, uint32_t, uint32_t, uint32_t) { of(data).isReady = true; },
+    .failed = [](void *data, zwlr_screencopy_frame_v1 *) { of(data).hasFailed = true; },
 };
 
 } // namespace

@@ -50,7 +50,8 @@ WaylandOutputs::WaylandOutputs(WaylandServer &server)
     , m_places(server.bind<zxdg_output_manager_v1>(zxdg_output_manager_v1_interface, 3))
 {
     for (const uint32_t id : server.globals(wl_output_interface)) {
-        auto output = std::make_unique<WaylandOutput>(id, server.bind<wl_output>(wl_output_interface, 4, id));
+        auto output =
+            std::make_unique<WaylandOutput>(WaylandOutput{id, server.bind<wl_output>(wl_output_interface, 4, id)});
         wl_output_add_listener(output->handle, &outputListener, output.get());
         if (m_places) {
             m_details.push_back(zxdg_output_manager_v1_get_xdg_output(m_places, output->handle));

@@ -80,8 +80,9 @@ DataControl *DataControl::shared()
 DataControl::Connection::~Connection() = default;
 
 DataControl::DataControl()
-    : m_connection(new Connection{WaylandServer::connect()})
+    : m_connection(std::make_shared<Connection>())
 {
+    m_connection->server = WaylandServer::connect();
     const WaylandServer *server = m_connection->server.get();
     if (!server)
         return;

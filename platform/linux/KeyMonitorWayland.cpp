@@ -3,10 +3,17 @@
 #include "platform/linux/KeyProgram.h"
 #include "platform/linux/PortalShortcuts.h"
 #include "platform/linux/SwayBindings.h"
+#include "platform/wayland/SwayIpc.h"
+
+#include <QTimer>
 
 namespace qm {
 
+using namespace std::chrono_literals;
+
 namespace {
+
+constexpr int mostAttempts = 30; // to ask sway again: one a second
 
 class KeyMonitorWayland : public KeyMonitor
 {
@@ -14,6 +21,9 @@ public:
     explicit KeyMonitorWayland(const QString &keyProgram)
         : m_keyProgram(keyProgram)
     {
+        m_again.setSingleShot(true);
+        m_again.setInterval(1s);
+        m_again.callOnTimeout([this] { tryRoads(); });
     }
 
     Started start(std::function<void(const KeyEvent &)> handle) override
@@ -60,13 +70,24 @@ public:
 private:
     void chooseRoad()
     {
+        m_attempts = mostAttempts;
+        tryRoads();
+    }
+
+    void tryRoads()
+    {
+        m_again.stop();
         if (m_program->isListening()) {
             m_sway->stop();
             m_portal->stop();
         } else if (m_sway->start(m_trigger)) {
             m_portal->stop();
-        } else if (!qEnvironmentVariable("XDG_CURRENT_DESKTOP").split(u':').contains(QStringLiteral("Hyprland"))) {
-            m_portal->start(); // there it would take the shortcuts, but never give them keys
+        } else {
+            if (!qEnvironmentVariable("XDG_CURRENT_DESKTOP").split(u':').contains(QStringLiteral("Hyprland")))
+                m_portal->start(); // there it would take the shortcuts, but never give them keys
+            // While a session starts, sway may be too busy to answer.
+            if (SwayIpc::isHere() && m_attempts-- > 0)
+                m_again.start();
         }
     }
 
@@ -76,6 +97,8 @@ private:
     std::unique_ptr<KeyProgram> m_program;
     std::unique_ptr<SwayBindings> m_sway;
     std::unique_ptr<PortalShortcuts> m_portal; // whose shortcuts stand for a tap and a hold
+    QTimer m_again;                            // to the next attempt where sway does not answer
+    int m_attempts = 0;                        // that are left
 };
 
 } // namespace

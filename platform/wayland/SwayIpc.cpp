@@ -44,6 +44,12 @@ bool receiveAll(int socket, void *to, size_t count, steady_clock::time_point end
 
 } // namespace
 
+bool SwayIpc::isHere()
+{
+    const char *path = std::getenv("SWAYSOCK");
+    return path && *path;
+}
+
 std::unique_ptr<SwayIpc> SwayIpc::connect()
 {
     const char *path = std::getenv("SWAYSOCK");

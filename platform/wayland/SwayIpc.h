@@ -25,6 +25,7 @@ public:
         std::string payload;
     };
 
+    static bool isHere();                      // whether the session names one, however busy it is
     static std::unique_ptr<SwayIpc> connect(); // null if the compositor is another one, or takes no more connections
     ~SwayIpc();
     SwayIpc(const SwayIpc &) = delete;

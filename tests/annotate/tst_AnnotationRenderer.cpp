@@ -181,7 +181,7 @@ private Q_SLOTS:
             const auto distance = [&](QPointF point) {
                 double least = 1e9;
                 for (double t = 0; t < 2 * pi; t += 0.01) {
-                    const QPointF on(box.center() + QPointF(size.width() * cos(t), size.height() * sin(t)) / 2);
+                    const QPointF on(box.center() + QPointF(box.width() * cos(t), box.height() * sin(t)) / 2);
                     least = std::min(least, std::hypot(point.x() - on.x(), point.y() - on.y()));
                 }
                 return least;

@@ -56,16 +56,26 @@ private Q_SLOTS:
             d.tap(Key::capsLock);
         });
         row("after sway has read its configuration again", u"tap"_s, [this](SwayDesktop &d) {
-            ucred sway = {};
-            socklen_t size = sizeof sway;
-            getsockopt(SwayIpc::connect()->descriptor(), SOL_SOCKET, SO_PEERCRED, &sway, &size);
+            const pid_t sway = processOfSway();
             for (const QString &word : {u"reload"_s, u"nop"_s})
                 QVERIFY(d.start(u"swaymsg"_s, {u"--"_s, word}).waitForFinished());
-            kill(sway.pid, SIGSTOP);
+            kill(sway, SIGSTOP);
             QCoreApplication::processEvents(); // only now the reload is seen, and sway too busy to bind
-            kill(sway.pid, SIGCONT);
+            kill(sway, SIGCONT);
             // Until it is bound again.
             QVERIFY(Desktop::wait([&] { return d.tap(Key::rightShift), tells(1, 2s); }));
+        });
+        row("sway was too busy at the start", u"tap"_s, [this](SwayDesktop &d) {
+            m_monitor.reset();
+            const pid_t sway = processOfSway();
+            kill(sway, SIGSTOP);
+            listenAtOnce({});
+            QCoreApplication::processEvents();
+            const KeyRoad meanwhile = m_monitor->road();
+            kill(sway, SIGCONT);
+            QCOMPARE(meanwhile, KeyRoad::none);
+            QVERIFY(Desktop::wait([this] { return m_monitor->road() == KeyRoad::compositor; }));
+            d.tap(Key::rightShift);
         });
     }
 
@@ -139,7 +149,20 @@ private Q_SLOTS:
     }
 
 private:
+    static pid_t processOfSway()
+    {
+        ucred sway = {};
+        socklen_t size = sizeof sway;
+        getsockopt(SwayIpc::connect()->descriptor(), SOL_SOCKET, SO_PEERCRED, &sway, &size);
+        return sway.pid;
+    }
     void listen(const QByteArray &program)
+    {
+        listenAtOnce(program);
+        if (program.isEmpty())
+            QVERIFY(Desktop::wait([this] { return m_monitor->road() == KeyRoad::compositor; }));
+    }
+    void listenAtOnce(const QByteArray &program)
     {
         m_told.clear();
         m_trigger.setHotkey({HotkeyModifier::rightShift, 0.2});
@@ -149,8 +172,6 @@ private:
         m_monitor = makeKeyMonitorWayland(program.isEmpty() ? QString() : m_home.file(u"qmkeys"_s));
         m_monitor->setTrigger(keyCode(HotkeyModifier::rightShift));
         m_monitor->start([this](const KeyEvent &event) { m_trigger.handle(event); });
-        if (program.isEmpty())
-            QVERIFY(Desktop::wait([this] { return m_monitor->road() == KeyRoad::compositor; }));
     }
     bool tells(qsizetype count, std::chrono::milliseconds limit = 20s)
     {

@@ -26,8 +26,7 @@ class ScreencopyFrames : public RegionFrames
 {
 public:
     ScreencopyFrames(WaylandServer &server, const WaylandOutput &output, const RegionPart &part)
-        : m_server(server)
-        , m_output(output)
+        : m_output(output)
         , m_part(part)
         , m_taken(takenFor(output, part))
         , m_shm(server.bind<wl_shm>(wl_shm_interface, 1))
@@ -54,7 +53,6 @@ public:
     }
 
 private:
-    WaylandServer &m_server;
     const WaylandOutput &m_output;
     const RegionPart m_part;
     const WholePixels m_taken; // null: all of the output

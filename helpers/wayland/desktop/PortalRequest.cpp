@@ -40,6 +40,12 @@ PortalRequest::PortalRequest(const UserBus &bus)
     if (!m_path.empty() &&
         sd_bus_match_signal(bus.get(), &slot, nullptr, m_path.c_str(), interface, "Response", responded, this) >= 0)
         m_listening.reset(slot);
+    const std::string owners =
+        std::string("type='signal',sender='org.freedesktop.DBus',interface='org.freedesktop.DBus',"
+                    "member='NameOwnerChanged',arg0='") +
+        service + '\'';
+    if (m_listening && sd_bus_add_match(bus.get(), &slot, owners.c_str(), ownerChanged, this) >= 0)
+        m_watching.reset(slot);
 }
 
 int PortalRequest::responded(sd_bus_message *message, void *request, sd_bus_error *)
@@ -53,6 +59,14 @@ int PortalRequest::responded(sd_bus_message *message, void *request, sd_bus_erro
     return 0;
 }
 
+int PortalRequest::ownerChanged(sd_bus_message *message, void *request, sd_bus_error *)
+{
+    const char *name = nullptr, *before = nullptr;
+    if (sd_bus_message_read(message, "ss", &name, &before) >= 0 && *before) // else the question has started it
+        static_cast<PortalRequest *>(request)->m_hasLeft = true;
+    return 0;
+}
+
 bool PortalRequest::send(const BusMessage &question)
 {
     return m_listening && m_bus.call(question, startLimit);
@@ -60,7 +74,7 @@ bool PortalRequest::send(const BusMessage &question)
 
 std::optional<uint32_t> PortalRequest::wait()
 {
-    if (!m_bus.waitFor([this] { return m_code.has_value(); }, questionLimit))
+    if (!m_bus.waitFor([this] { return m_code.has_value() || m_hasLeft; }, questionLimit))
         m_bus.call(m_bus.newCall(service, m_path.c_str(), interface, "Close"), startLimit); // or the dialog stays
     return m_code;
 }

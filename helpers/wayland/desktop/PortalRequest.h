@@ -22,20 +22,22 @@ public:
     const std::string &token() const { return m_token; } // the question's option "handle_token"
 
     bool send(const BusMessage &question); // false if the portal refuses, or there is none
-    // The answer's code, within a minute: 0 is yes, 1 that the user has cancelled. std::nullopt if there is none; the dialog
-    // is closed then.
+    // The answer's code, within a minute: 0 is yes, 1 that the user has cancelled. std::nullopt if there is none, because the
+    // portal has left the bus, or in time; the dialog is closed then.
     std::optional<uint32_t> wait();
     sd_bus_message *results() const { return m_response.get(); } // an a{sv} comes next
 
 private:
     static int responded(sd_bus_message *message, void *request, sd_bus_error *);
+    static int ownerChanged(sd_bus_message *message, void *request, sd_bus_error *);
 
     const UserBus &m_bus;
     const std::string m_token;
     std::string m_path;
-    BusSlot m_listening;
+    BusSlot m_listening, m_watching;
     BusMessage m_response;
     std::optional<uint32_t> m_code;
+    bool m_hasLeft = false; // the portal that was asked
 };
 
 } // namespace qm

@@ -19,6 +19,7 @@ using namespace std::chrono_literals;
 namespace {
 
 constexpr auto storeLimit = 10s;     // the call may start it
+constexpr auto firstLimit = 1s;      // the same, while the picture waits for it
 constexpr auto humanly = 50ms;       // no user answers faster
 constexpr int largestPicture = 2048; // MB
 
@@ -35,31 +36,37 @@ QString uriIn(sd_bus_message *results)
     return uri;
 }
 
-// Whether the user's answer to the question for permission is kept, and was no. It is kept by application: programs outside of
-// sandboxes have no name there, or that of their desktop file.
-bool isDenied(const UserBus &bus)
+// What is kept of the user's answer to the question for permission: no, or that it is to be asked each time. It is kept by
+// application: programs outside of sandboxes have no name there, or that of their desktop file.
+struct Permission {
+    bool isDenied = false, isAsked = false;
+};
+
+Permission permission(const UserBus &bus, std::chrono::milliseconds limit)
 {
     const BusMessage question =
         bus.newCall("org.freedesktop.impl.portal.PermissionStore", "/org/freedesktop/impl/portal/PermissionStore",
                     "org.freedesktop.impl.portal.PermissionStore", "Lookup");
     if (!question || sd_bus_message_append(question.get(), "ss", "screenshot", "screenshot") < 0)
-        return false;
-    const BusMessage answer = bus.call(question, storeLimit);
+        return {};
+    const BusMessage answer = bus.call(question, limit);
     if (!answer || sd_bus_message_enter_container(answer.get(), 'a', "{sas}") < 0)
-        return false;
-    bool isDenied = false;
+        return {};
+    Permission kept;
     while (sd_bus_message_enter_container(answer.get(), 'e', "sas") > 0) {
-        const char *application = "", *permission = "";
+        const char *application = "", *answered = "";
         if (sd_bus_message_read(answer.get(), "s", &application) < 0 ||
             sd_bus_message_enter_container(answer.get(), 'a', "s") < 0)
-            return false;
+            return {};
         const bool isOurs = !*application || std::string_view(application) == "org.quillmere.Quillmere";
-        while (sd_bus_message_read(answer.get(), "s", &permission) > 0)
-            isDenied |= isOurs && std::string_view(permission) == "no";
+        while (sd_bus_message_read(answer.get(), "s", &answered) > 0) {
+            kept.isDenied |= isOurs && std::string_view(answered) == "no";
+            kept.isAsked |= isOurs && std::string_view(answered) == "ask";
+        }
         sd_bus_message_exit_container(answer.get());
         sd_bus_message_exit_container(answer.get());
     }
-    return isDenied;
+    return kept;
 }
 
 ScreenshotPortal::Answer takenFrom(const QString &uri)
@@ -81,6 +88,7 @@ ScreenshotPortal::Answer ScreenshotPortal::take(const UserBus &bus, Manner manne
 {
     using Kind = Answer::Kind;
     const bool isSilent = manner == Manner::silent;
+    const Permission before = isSilent ? permission(bus, firstLimit) : Permission();
     PortalRequest request(bus);
     const BusMessage question =
         bus.newCall(PortalRequest::service, PortalRequest::object, "org.freedesktop.portal.Screenshot", "Screenshot");
@@ -96,9 +104,16 @@ ScreenshotPortal::Answer ScreenshotPortal::take(const UserBus &bus, Manner manne
         return {};
     if (code == 0U)
         return takenFrom(uriIn(request.results()));
-    if (code == 1U || (isSilent && std::chrono::milliseconds(asked.elapsed()) >= humanly))
+    if (code == 1U)
         return {.kind = Kind::cancelled};
-    return {.kind = !isSilent ? Kind::failed : isDenied(bus) ? Kind::denied : Kind::refused};
+    if (!isSilent)
+        return {};
+    if (before.isDenied)
+        return {.kind = Kind::denied};
+    if (std::chrono::milliseconds(asked.elapsed()) < humanly)
+        return {.kind = Kind::refused};
+    // A no is told with the same code as the failure of what the portal itself asks for the picture, but it is kept.
+    return {.kind = before.isAsked || permission(bus, storeLimit).isDenied ? Kind::cancelled : Kind::failed};
 }
 
 std::vector<OutputPicture> ScreenshotPortal::cut(const QImage &picture, const WaylandOutputs &outputs)

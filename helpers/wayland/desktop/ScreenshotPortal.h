@@ -15,7 +15,7 @@ namespace ScreenshotPortal {
 struct Answer {
     enum class Kind {
         picture,
-        cancelled, // by the user
+        cancelled, // by the user, perhaps by a no to the question for permission
         denied,    // by the user, some time ago: nothing was asked now
         refused,   // by the portal, which asked nobody
         failed,

@@ -120,17 +120,21 @@ public Q_SLOTS:
     }
 };
 
+using Permissions = QMap<QString, QStringList>; // by application
+
 class Portal : public QObject, protected QDBusContext
 {
     Q_OBJECT
     Q_CLASSINFO("D-Bus Interface", "org.freedesktop.portal.Screenshot")
 
 public:
-    QString file; // of the answer
+    static constexpr uint gone = 99; // in place of a code: it leaves the bus, and answers nothing
+    QString file;                    // of the answer
     uint code = 0;
     std::optional<uint> dialogCode = {}; // if it differs
     int delay = 0;                       // ms
     QList<bool> asked = {};              // for a dialog?
+    std::function<void()> decided = [] {};
 
 public Q_SLOTS:
     QDBusObjectPath Screenshot(const QString &, const QVariantMap &options)
@@ -145,14 +149,15 @@ public Q_SLOTS:
                  << (answer ? QVariantMap()
                             : QVariantMap{{u"uri"_s, QUrl::fromLocalFile(file).toString(QUrl::FullyEncoded)}});
         if (const int wait = asked.last() ? 200 : delay) // nobody chooses faster, while a service may fail later
-            QTimer::singleShot(wait, this, [response, bus = connection()] { bus.send(response); });
+            QTimer::singleShot(wait, this, [this, answer, response, bus = connection()]() mutable {
+                decided();
+                answer == gone ? bus.unregisterService(u"org.freedesktop.portal.Desktop"_s) : bus.send(response);
+            });
         else
             connection().send(response); // before the call has been answered
         return QDBusObjectPath(path);
     }
 };
-
-using Permissions = QMap<QString, QStringList>; // by application
 
 class PermissionStore : public QObject, protected QDBusContext
 {
@@ -324,22 +329,42 @@ private Q_SLOTS:
         QTest::addColumn<double>("scale"); // of the picture; 0: there is none
         QTest::addColumn<uint>("code");
         QTest::addColumn<int>("delay");
+        QTest::addColumn<QString>("before"); // what is kept of the user's answer
+        QTest::addColumn<QString>("after");
         QTest::addColumn<QByteArray>("error");
+        const QString none, no = u"no"_s, yes = u"yes"_s, ask = u"ask"_s;
         const QByteArray nothing = "qmcapture: this desktop does not give a picture of the screen\n";
-        QTest::newRow("of the finer monitor's scale") << 2.0 << 0U << 200 << QByteArray();
-        QTest::newRow("answered before the call has returned") << 2.0 << 0U << 0 << QByteArray();
-        QTest::newRow("cancelled") << 0.0 << 1U << 200 << QByteArray();
-        QTest::newRow("denied by someone") << 0.0 << 2U << 200 << QByteArray();
-        QTest::newRow("no file") << 0.0 << 0U << 0 << nothing;
-        QTest::newRow("of one window") << 0.5 << 0U << 0 << nothing;
+        QTest::newRow("of the finer monitor's scale") << 2.0 << 0U << 200 << none << yes << QByteArray();
+        QTest::newRow("answered before the call has returned") << 2.0 << 0U << 0 << yes << yes << QByteArray();
+        QTest::newRow("cancelled") << 0.0 << 1U << 200 << none << none << QByteArray();
+        QTest::newRow("denied by someone") << 0.0 << 2U << 200 << none << no << QByteArray();
+        QTest::newRow("denied by someone who is asked each time") << 0.0 << 2U << 200 << ask << ask << QByteArray();
+        QTest::newRow("denied some time ago, told late")
+            << 0.0 << 2U << 200 << no << no
+            << QByteArray("qmcapture: this desktop has been told not to allow screenshots\n");
+        QTest::newRow("its desktop crashes") << 0.0 << 2U << 200 << none << yes << nothing;
+        QTest::newRow("it crashes") << 0.0 << Portal::gone << 200 << none << none << nothing;
+        QTest::newRow("no file") << 0.0 << 0U << 0 << yes << yes << nothing;
+        QTest::newRow("of one window") << 0.5 << 0U << 0 << yes << yes << nothing;
     }
     void portal()
     {
         QFETCH(double, scale);
         QFETCH(uint, code);
         QFETCH(int, delay);
+        QFETCH(QString, before);
+        QFETCH(QString, after);
         QFETCH(QByteArray, error);
+        PermissionStore store;
+        const auto keep = [&store](const QString &answer) {
+            if (!answer.isEmpty())
+                store.kept = {{QString(), {answer}}};
+        };
+        keep(before);
+        serve(u"org.freedesktop.impl.portal.PermissionStore"_s, u"/org/freedesktop/impl/portal/PermissionStore"_s,
+              store);
         Portal portal;
+        portal.decided = [&] { keep(after); };
         portal.code = code;
         portal.delay = delay;
         portal.file = m_desktop.home().file(u"Screenshot 日本.png"_s);
@@ -358,10 +383,11 @@ private Q_SLOTS:
         serve(u"org.freedesktop.portal.Desktop"_s, u"/org/freedesktop/portal/desktop"_s, portal);
         QProcess &helper = capture();
         QCOMPARE(helper.readAllStandardError(), error);
-        QCOMPARE(helper.exitCode(), error.isEmpty() ? 0 : 1);
+        QCOMPARE(helper.exitCode(), error.isEmpty() ? 0 : before == u"no" ? 3 : 1);
         QCOMPARE(QImage(m_result).convertToFormat(QImage::Format_RGB32), isWhole ? m_before : QImage());
         QVERIFY(!QFile::exists(portal.file)); // it would stay among the user's pictures
-        QVERIFY(m_services.unregisterService(u"org.freedesktop.portal.Desktop"_s));
+        QCOMPARE(m_services.unregisterService(u"org.freedesktop.portal.Desktop"_s), code != Portal::gone);
+        QVERIFY(m_services.unregisterService(u"org.freedesktop.impl.portal.PermissionStore"_s));
     }
 
     // Where the portal refuses, or nobody knows the windows, its own dialog is left.
