@@ -71,7 +71,7 @@ struct Fact {
 static Fact roadFact()
 {
     static constexpr std::array names = {u"none", u"system", u"x11", u"compositor", u"kwin", u"portal"};
-    if (qEnvironmentVariableIsSet("WAYLAND_DISPLAY")) // whose desktops are asked there
+    if (!qEnvironmentVariableIsEmpty("WAYLAND_DISPLAY")) // whose desktops are asked there
         SystemStartup::connectToSession();
     const CaptureRoad road = CaptureRoad::current();
     const QString name = QString::fromUtf16(names[size_t(road.kind)]);

@@ -12,7 +12,7 @@ namespace SystemStartup {
 bool hasDisplay();
 
 // Connects to the services of the user's session, before anything else does. False if they take connections but do not
-// answer within 3 s; then this process does without them. Whoever asked them would wait for ever. Runs the events of the
+// answer within 5 s; then this process does without them. Whoever asked them would wait for ever. Runs the events of the
 // application object.
 bool connectToSession();
 

@@ -57,6 +57,13 @@ int LookBack::nextClicks()
     return clicks;
 }
 
+int LookBack::clicksBack(int clicks)
+{
+    m_isEven = false;
+    m_back += clicks;
+    return clicks;
+}
+
 int LookBack::clicksForth()
 {
     return std::exchange(m_back, 0);
@@ -67,6 +74,14 @@ int LookBack::clicksHome()
     return std::max(std::exchange(m_left, 0), m_atOnce);
 }
 
+void LookBack::beginAgain()
+{
+    const int clicks = m_clicks, pixels = m_pixels;
+    *this = {};
+    m_clicks = clicks;
+    m_pixels = pixels;
+}
+
 int LookBack::clicksOver(int rows) const
 {
     return m_pixels > 0 ? int(std::lround(double(rows) * m_clicks / m_pixels)) : 0;
@@ -74,7 +89,7 @@ int LookBack::clicksOver(int rows) const
 
 int LookBack::expected() const
 {
-    return m_back > 0 ? m_position - int(std::lround(double(m_back) * m_pixels / m_clicks)) : m_position;
+    return m_back > 0 && m_clicks > 0 ? m_position - int(std::lround(double(m_back) * m_pixels / m_clicks)) : m_position;
 }
 
 bool LookBack::agrees(std::optional<int> seen) const

@@ -38,6 +38,7 @@ constexpr auto offerTime = 6s;                               // to begin to scro
 constexpr auto pauseInLoading = 250ms; // longer than between two pictures of a movie on a slow machine
 constexpr int changesOfACaret = 6;     // while a step shows that nothing moves
 constexpr auto timeToPaint = 2500ms;   // for a browser whose page keeps it busy: it scrolls on, and shows nothing
+constexpr int returnRounding = 16;     // pixels
 constexpr int hangLimit = 5;           // times longestJump, of a program that is busy
 constexpr int newsLimit = 3;           // a list loads more within so many waits, or it is an animation
 
@@ -125,7 +126,7 @@ ScrollSession::Order ScrollSession::look(Milliseconds now, Sight sight)
     if (isProving() && !sight.fresh)
         return proveAgain(now);
     if (isLookingBack())
-        return {.kind = Order::Kind::find, .near = m_lookBack.expected()};
+        return {.kind = Order::Kind::find, .near = isProving() ? m_progress.position : m_lookBack.expected()};
     if (sight.fresh || m_state == State::opening)
         return join();
     if (m_wish != Wish::none)
@@ -264,13 +265,16 @@ ScrollSession::Order ScrollSession::idle(Milliseconds now)
     if (!m_progress.scrolled)
         return offerTheWheel(now);
     const bool isChecked = std::exchange(m_progress.checkedHeight, m_progress.height) == m_progress.height;
-    const bool isMovie = m_step.changes > changesOfACaret; // of which looking back tells nothing
-    if (isChecked || isMovie || (m_progress.stale && m_takesAgain == mostTakesAgain) ||
-        !m_lookBack.begin(m_progress.position, m_options.regionHeight,
-                          m_isUnsteady ? LookBack::Extent::thorough : LookBack::Extent::sample))
+    if (isChecked || m_progress.position <= 0 || (m_progress.stale && m_takesAgain == mostTakesAgain))
         return endWith(End::content);
     m_progress.answers = false;
     m_progress.hangs = 0;
+    const bool canLook = m_lookBack.begin(m_progress.position, m_options.regionHeight,
+                                          m_isUnsteady ? LookBack::Extent::thorough : LookBack::Extent::sample);
+    m_progress.hasMovie = m_step.changes > changesOfACaret; // of which looking back tells nothing
+    m_progress.provesOnly = !canLook || m_progress.hasMovie;
+    if (m_progress.provesOnly)
+        return step(now, State::checking, m_lookBack.clicksBack(m_pace.nextClicks));
     return m_progress.stale ? rewind(now, {}) : step(now, State::checking, m_lookBack.nextClicks());
 }
 
@@ -296,6 +300,10 @@ ScrollSession::Order ScrollSession::found(Milliseconds now, const Found &found)
             if (isBehind && std::exchange(m_progress.heightOfHang, m_progress.height) != m_progress.height)
                 return goOnFrom(now, *found.at);
         }
+        if (m_progress.provesOnly && !found.at && !m_progress.hasMovie)
+            return goOnFrom(now, m_progress.position); // it has gone on, and further than is known
+        if (m_progress.provesOnly)
+            return endWith(End::content);
         if (!m_lookBack.agrees(found.at)) {
             // It may be still under way, or an animation, which tells nothing.
             if (!std::exchange(m_step.isDoubted, true))
@@ -303,7 +311,8 @@ ScrollSession::Order ScrollSession::found(Milliseconds now, const Found &found)
             m_progress.stale = calm(now) >= doubtTime;
         }
         if (m_progress.stale)
-            return m_takesAgain == mostTakesAgain ? endWith(m_progress.reached) : rewind(now, found);
+            return m_takesAgain == mostTakesAgain ? endUnproven() : rewind(now, found);
+        m_progress.lookedAt = found.at.value_or(0);
         if (const int clicks = m_lookBack.nextClicks())
             return step(now, State::checking, clicks);
         if (m_progress.reached != End::content)
@@ -312,6 +321,8 @@ ScrollSession::Order ScrollSession::found(Milliseconds now, const Found &found)
     case State::rewinding: return rewind(now, found);
     default: break;
     }
+    if (found.at && *found.at < m_progress.position - std::min(returnRounding, m_progress.position / 2))
+        return returnFrom(now, *found.at);
     if (found.at && *found.at <= m_progress.position)
         return m_progress.checkedHeight > 0 ? endWith(End::content) : proceed(now);
     m_state = State::forth; // a list has loaded more meanwhile
@@ -325,18 +336,41 @@ ScrollSession::Order ScrollSession::proveAgain(Milliseconds now)
         return {Order::Kind::look, 0, restInterval};
     if (++m_progress.hangs == hangLimit)
         return endWith(End::unanswered);
-    return step(now, State::checking, m_lookBack.nextClicks()); // these and the last steps may cancel each other
+    // So many may just cancel what the last steps scroll when it goes on.
+    return step(now, State::checking, m_lookBack.clicksBack(m_pace.nextClicks));
 }
 
 // The program was busy when nothing moved any more.
 ScrollSession::Order ScrollSession::goOnFrom(Milliseconds now, int row)
 {
     m_progress.idleSteps = m_progress.checkedHeight = 0;
-    const int clicks = m_lookBack.clicksOver(m_progress.position - row) + m_pace.nextClicks;
-    if (clicks > 0)
-        return step(now, State::returning, clicks);
+    m_progress.lookedAt = -1; // it moves
+    if (row < m_progress.position)
+        return returnFrom(now, row);
+    m_step.answer = 0ms; // that it hung says nothing of the next steps
     m_state = State::forth;
+    m_step.clicks = m_pace.nextClicks;
     return join();
+}
+
+// It has not come as far as it was: the program may be busy again, or the page goes its own way.
+ScrollSession::Order ScrollSession::returnFrom(Milliseconds now, int row)
+{
+    if (std::exchange(m_progress.lookedAt, row) == row) {
+        if (now - *m_step.since < longestJump)
+            return {Order::Kind::look, 0, restInterval};
+        if (++m_progress.hangs >= hangLimit)
+            return endWith(End::unanswered);
+    }
+    return step(now, State::returning,
+                m_lookBack.clicksOver(m_progress.position - row) + m_pace.nextClicks);
+}
+
+// Where the page cannot be taken again.
+ScrollSession::Order ScrollSession::endUnproven()
+{
+    const bool isProven = m_progress.answers || m_progress.reached != End::content;
+    return endWith(isProven ? m_progress.reached : End::unanswered);
 }
 
 // Goes back until the beginning is seen. Where it does not look as it did, or the region was drawn further down, the page's
@@ -351,12 +385,12 @@ ScrollSession::Order ScrollSession::rewind(Milliseconds now, const Found &found)
         m_state = State::opening;
         m_step = {};
         m_progress = {.scrolled = m_progress.scrolled};
-        m_lookBack = {};
+        m_lookBack.beginAgain();
         return {.kind = Order::Kind::again};
     }
     const bool isStuck = m_state == State::rewinding && !m_step.lastChange && !m_step.isInterrupted;
     if (isStuck || ++m_progress.rewinds > rewindLimit)
-        return endWith(m_progress.reached);
+        return endUnproven();
     return step(now, State::rewinding, m_lookBack.clicksHome());
 }
 
@@ -425,7 +459,8 @@ ScrollSession::Order ScrollSession::giveUp(Milliseconds now, End reason)
         return endWith(reason);
     m_lookBack.loseCount();
     m_progress.answers = true;
-    Order order = step(now, State::checking, 0);
+    m_progress.provesOnly = false;
+    Order order = step(now, State::checking, m_state == State::forth ? m_step.clicks : 0);
     order.wait = timeToPaint;
     return order;
 }
@@ -474,7 +509,7 @@ bool ScrollSession::isSettled(Milliseconds now, const Sight &sight) const
         return calm(now) >= quietTime &&
                passed >= (sight.trusted && m_state == State::opening ? shortest : uncoverTime);
     if (!m_step.lastChange)
-        return passed >= answerLimit() && !isProving();
+        return passed >= answerLimit() && (!isProving() || m_wish != Wish::none);
     if (m_pace.fine && m_state == State::forth && sight.fresh)
         return true; // as in watch()
     return calm(now) >= neededCalm() && passed >= shortest;

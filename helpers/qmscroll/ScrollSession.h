@@ -147,6 +147,8 @@ private:
     Order rewind(Milliseconds now, const Found &found);
     Order proveAgain(Milliseconds now);
     Order goOnFrom(Milliseconds now, int row);
+    Order returnFrom(Milliseconds now, int row);
+    Order endUnproven();
     Order giveUp(Milliseconds now, End reason);
     bool isProving() const;
     bool isLookingBack() const;
@@ -199,6 +201,9 @@ private:
         int position = 0;           // the picture's row with which the last joined frame begins
         int checkedHeight = 0;      // when the page was looked at from further up; 0: not yet
         bool answers = false;       // the view has, since then
+        bool provesOnly = false;    // nothing else is looked at,
+        bool hasMovie = false;      // because it changes all the time
+        int lookedAt = 0;           // the row found last
         int hangs = 0;              // waits in which it has not
         int heightOfHang = 0;       // when it answered late
         End reached = End::content; // before going back to the beginning

@@ -14,7 +14,7 @@ namespace qm {
 
 using namespace std::chrono_literals;
 
-static constexpr auto busLimit = 3s; // one that works answers within milliseconds
+static constexpr auto busLimit = 5s; // one that works answers within milliseconds, while a session starts in a second
 
 bool SystemStartup::hasDisplay()
 {
@@ -39,9 +39,11 @@ static bool isSessionBusStuck()
         const int handled = sd_bus_process(bus, nullptr);
         if (handled < 0)
             break;
-        if (handled == 0)
+        if (handled > 0)
+            continue;
+        isStuck = deadline.hasExpired(); // and nothing has come that is still to be read
+        if (!isStuck)
             sd_bus_wait(bus, uint64_t(deadline.remainingTime()) * 1000);
-        isStuck = deadline.hasExpired();
     }
     sd_bus_close_unref(bus);
     return isStuck;

@@ -8,11 +8,12 @@
 
 namespace qm {
 
-// GLib's, not Qt's: QFile::moveToTrash of Qt 6.4 removes the file where it cannot create the trash's folders.
+// GLib's, not Qt's: QFile::moveToTrash of Qt 6.4 removes the file where it cannot create the trash's folders. And its own file
+// system: the desktop's would ask the session bus first, and wait for it without limit.
 Outcome putIntoTrash(const QString &path)
 {
     const std::unique_ptr<GFile, decltype(&g_object_unref)> file(
-        g_file_new_for_path(QFile::encodeName(path).constData()), g_object_unref);
+        g_vfs_get_file_for_path(g_vfs_get_local(), QFile::encodeName(path).constData()), g_object_unref);
     GError *error = nullptr;
     if (g_file_trash(file.get(), nullptr, &error))
         return Outcome::success();

@@ -44,7 +44,7 @@ private Q_SLOTS:
         const QDBusConnection bus = QDBusConnection::sessionBus();
         if (!m_appeared || !bus.isConnected())
             return;
-        // Not waited for: a bus can get stuck at any time.
+        // Not waited for: whenever something is registered there this is asked again, also while the bus is getting stuck.
         QDBusMessage question = QDBusMessage::createMethodCall(
             watcherService, watcherPath, QStringLiteral("org.freedesktop.DBus.Properties"), QStringLiteral("Get"));
         question.setArguments({watcherService, QStringLiteral("IsStatusNotifierHostRegistered")});

@@ -39,10 +39,12 @@ QString uriIn(sd_bus_message *results)
 // What is kept of the user's answer to the question for permission: no, or that it is to be asked each time. It is kept by
 // application: programs outside of sandboxes have no name there, or that of their desktop file.
 struct Permission {
-    bool isDenied = false, isAsked = false;
+    int noes = 0;
+    bool isAsked = false;
 };
 
-Permission permission(const UserBus &bus, std::chrono::milliseconds limit)
+// Empty if it is not said in time.
+std::optional<Permission> permission(const UserBus &bus, std::chrono::milliseconds limit)
 {
     const BusMessage question =
         bus.newCall("org.freedesktop.impl.portal.PermissionStore", "/org/freedesktop/impl/portal/PermissionStore",
@@ -60,7 +62,7 @@ Permission permission(const UserBus &bus, std::chrono::milliseconds limit)
             return {};
         const bool isOurs = !*application || std::string_view(application) == "org.quillmere.Quillmere";
         while (sd_bus_message_read(answer.get(), "s", &answered) > 0) {
-            kept.isDenied |= isOurs && std::string_view(answered) == "no";
+            kept.noes += isOurs && std::string_view(answered) == "no";
             kept.isAsked |= isOurs && std::string_view(answered) == "ask";
         }
         sd_bus_message_exit_container(answer.get());
@@ -88,7 +90,7 @@ ScreenshotPortal::Answer ScreenshotPortal::take(const UserBus &bus, Manner manne
 {
     using Kind = Answer::Kind;
     const bool isSilent = manner == Manner::silent;
-    const Permission before = isSilent ? permission(bus, firstLimit) : Permission();
+    const std::optional<Permission> before = isSilent ? permission(bus, firstLimit) : std::nullopt;
     PortalRequest request(bus);
     const BusMessage question =
         bus.newCall(PortalRequest::service, PortalRequest::object, "org.freedesktop.portal.Screenshot", "Screenshot");
@@ -108,12 +110,17 @@ ScreenshotPortal::Answer ScreenshotPortal::take(const UserBus &bus, Manner manne
         return {.kind = Kind::cancelled};
     if (!isSilent)
         return {};
-    if (before.isDenied)
-        return {.kind = Kind::denied};
-    if (std::chrono::milliseconds(asked.elapsed()) < humanly)
-        return {.kind = Kind::refused};
+    const bool hasAskedNobody = std::chrono::milliseconds(asked.elapsed()) < humanly;
     // A no is told with the same code as the failure of what the portal itself asks for the picture, but it is kept.
-    return {.kind = before.isAsked || permission(bus, storeLimit).isDenied ? Kind::cancelled : Kind::failed};
+    const Permission now = hasAskedNobody && before
+                               ? *before
+                               : permission(bus, storeLimit).value_or(before.value_or(Permission()));
+    const bool isNew = before && now.noes > before->noes;
+    if (now.noes > 0 && !isNew)
+        return {.kind = Kind::denied};
+    if (hasAskedNobody)
+        return {.kind = Kind::refused};
+    return {.kind = isNew || now.isAsked ? Kind::cancelled : Kind::failed};
 }
 
 std::vector<OutputPicture> ScreenshotPortal::cut(const QImage &picture, const WaylandOutputs &outputs)

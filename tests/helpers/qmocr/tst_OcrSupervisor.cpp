@@ -104,7 +104,7 @@ private Q_SLOTS:
             "for i in {1..7}; do for k in {1..3000}; do :; done; read -t 0.1 -r -d '' never; done; printf 'tlate\\0'",
             true, "late");
         row("waits while we are stopped",
-            "(sleep 1.5; kill -CONT $PPID) & read -t 0.1 -r -d '' never; kill -STOP $PPID;"
+            "(sleep 1.5; kill -CONT $PPID; sleep 1; kill -CONT $PPID) & read -t 0.05 -r -d '' never; kill -STOP $PPID;"
             "read -t 1.45 -r -d '' never; printf 'twhole\\0'",
             true, "whole");
         row("works without end", "while :; do :; done", false, "!took too long");

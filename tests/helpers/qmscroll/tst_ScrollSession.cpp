@@ -307,6 +307,15 @@ private Q_SLOTS:
         row("hangs while it goes on painting a caret",
             {.view = {.animation = 500ms, .stallsAt = 2000, .stall = 5000ms}, .milliseconds = 9500});
         row("hangs at its end", {.view = {.stallsAt = 5400, .stall = 3000ms}, .milliseconds = 8500});
+        row("hangs for good beside a caret", {.view = {.animation = 500ms, .stallsAt = 2000, .stall = 100'000ms},
+                                              .end = End::unanswered,
+                                              .furthest = somewhere,
+                                              .milliseconds = 13'000});
+        row("is done while it hangs", {.view = {.stallsAt = 2000, .stall = 100'000ms},
+                                       .events = {wish(3500ms, &ScrollSession::finish)},
+                                       .end = End::wish,
+                                       .furthest = somewhere,
+                                       .milliseconds = 4200});
         row("hangs for good", {.view = {.stallsAt = 2000, .stall = 100'000ms},
                                .end = End::unanswered,
                                .furthest = somewhere,
@@ -361,8 +370,12 @@ private Q_SLOTS:
                                     .end = End::ambiguous,
                                     .furthest = somewhere,
                                     .milliseconds = 3700});
+        row("alike at every step, which is half of the region", {.view = {.pixelsPerClick = 300, .blankFrom = 2000},
+                                                                 .end = End::ambiguous,
+                                                                 .furthest = somewhere,
+                                                                 .milliseconds = 4000});
         row("nothing is painted for a while: once more",
-            {.view = {.pixelsPerClick = 90, .blankFrom = 2000, .isPaintedLate = true}, .milliseconds = 7700});
+            {.view = {.pixelsPerClick = 90, .blankFrom = 2000, .isPaintedLate = true}, .milliseconds = 8300});
         row("one click is too much",
             {.view = {.pixelsPerClick = 500}, .end = End::lost, .furthest = 0, .milliseconds = 1900});
         row("changes under way",

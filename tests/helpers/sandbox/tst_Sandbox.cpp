@@ -89,6 +89,12 @@ private Q_SLOTS:
             QSKIP("This kernel has no Landlock.");
         m_home.write(u"file"_s, "x");
         const QByteArray parent = "/proc/" + QByteArray::number(getpid()) + "/mem";
+        const pid_t child = fork();
+        if (child == 0)
+            _exit(open(parent.constData(), O_RDONLY) >= 0 ? 0 : 1);
+        int status = -1;
+        if (waitpid(child, &status, 0) != child || status != 0)
+            QSKIP("This system keeps children from it anyway.");
         QVERIFY(isDenied(m_home.file(u"file"_s).toUtf8(), [&] { return open(parent.constData(), O_RDONLY); }));
     }
 
@@ -120,10 +126,17 @@ private Q_SLOTS:
             QFile about(u"/proc/"_s + file);
             return about.open(QIODevice::ReadOnly) ? about.readAll() : QByteArray();
         };
+        const auto filters = [&said](const QByteArray &id) { // the tests may be confined themselves
+            const QByteArray status = said(QString::fromUtf8(id) + u"/status"_s), name = "\nSeccomp_filters:\t";
+            const qsizetype at = status.indexOf(name);
+            return at < 0 ? -1 : status.mid(at + name.size()).split('\n').first().toInt();
+        };
+        if (filters("self") < 0)
+            QSKIP("This kernel does not count filters.");
         QByteArray id = QByteArray::number(process.processId());
         if (program == u"qmocr")
             QTRY_VERIFY(!(id = said(u"%1/task/%1/children"_s.arg(process.processId())).split(' ').first()).isEmpty());
-        QTRY_VERIFY_WITH_TIMEOUT(said(QString::fromUtf8(id) + u"/status"_s).contains("\nSeccomp:\t2\n"), 10'000);
+        QTRY_VERIFY_WITH_TIMEOUT(filters(id) > filters("self"), 10'000);
         ::close(end);
         process.kill();
         QVERIFY(process.waitForFinished());
