@@ -37,7 +37,7 @@ constexpr int rewindLimit = 40;                              // heights by which
 constexpr auto offerTime = 6s;                               // to begin to scroll where the wheel does nothing
 constexpr auto pauseInLoading = 250ms; // longer than between two pictures of a movie on a slow machine
 constexpr int changesOfACaret = 6;     // while a step shows that nothing moves
-constexpr auto timeToPaint = 2500ms;   // for a browser whose page keeps it busy: it scrolls on, and shows nothing
+constexpr auto timeToPaint = 5000ms;   // for a browser whose page keeps it busy: it scrolls on, and shows nothing
 constexpr int returnRounding = 16;     // pixels
 constexpr int hangLimit = 5;           // times longestJump, of a program that is busy
 constexpr int newsLimit = 3;           // a list loads more within so many waits, or it is an animation
@@ -216,6 +216,7 @@ ScrollSession::Order ScrollSession::joined(Milliseconds now, const Joint &joint)
         }
         if (underWay) {
             m_step.moved = true;
+            m_lookBack.loseCount(); // how far the whole step goes is not measured
             return rest(now);
         }
         if (m_state == State::forth && joint.shift > 0) {

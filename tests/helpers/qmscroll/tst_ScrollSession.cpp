@@ -369,13 +369,13 @@ private Q_SLOTS:
         row("alike at every step", {.view = {.pixelsPerClick = 90, .blankFrom = 2000},
                                     .end = End::ambiguous,
                                     .furthest = somewhere,
-                                    .milliseconds = 3700});
+                                    .milliseconds = 6200});
         row("alike at every step, which is half of the region", {.view = {.pixelsPerClick = 300, .blankFrom = 2000},
                                                                  .end = End::ambiguous,
                                                                  .furthest = somewhere,
-                                                                 .milliseconds = 4000});
+                                                                 .milliseconds = 6500});
         row("nothing is painted for a while: once more",
-            {.view = {.pixelsPerClick = 90, .blankFrom = 2000, .isPaintedLate = true}, .milliseconds = 8300});
+            {.view = {.pixelsPerClick = 90, .blankFrom = 2000, .isPaintedLate = true}, .milliseconds = 10'800});
         row("one click is too much",
             {.view = {.pixelsPerClick = 500}, .end = End::lost, .furthest = 0, .milliseconds = 1900});
         row("changes under way",
