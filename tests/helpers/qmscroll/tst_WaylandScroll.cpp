@@ -88,18 +88,19 @@ private Q_SLOTS:
             << Steps([](SwayDesktop &d) { d.movePointer(view.center() + QPoint(30, 30)); });
         QTest::newRow("a key is held") << Steps([](SwayDesktop &d) { d.keyDown(Key::leftShift); })
                                        << Steps([](SwayDesktop &d) { d.keyUp(Key::leftShift); });
-        QTest::newRow("another workspace") << Steps([](SwayDesktop &d) { d.command(u"workspace 7"_s); })
-                                           << Steps([](SwayDesktop &d) { d.command(u"workspace 1"_s); });
+        QTest::newRow("another workspace") << Steps([](SwayDesktop &d) { d.command(u"workspace other"_s); })
+                                           << Steps([](SwayDesktop &d) { d.command(u"workspace page"_s); });
     }
 
     void pauses()
     {
         QFETCH(Steps, begin);
         QFETCH(Steps, end);
-        m_desktop->command(u"workspace 7"_s);
+        // Otherwise a new one goes to the monitor that has the focus, and which has it first differs between sway's releases.
+        m_desktop->command(u"workspace other output HEADLESS-1; workspace page output HEADLESS-1; workspace other"_s);
         const SwayDesktop::Page &other = m_desktop->showPage(
             u"other"_s, {PatternWindow::makePattern({400, 5000}, 6), view.size(), 1, 1000}, view.topLeft());
-        m_desktop->command(u"workspace 1"_s);
+        m_desktop->command(u"workspace page"_s);
         showPage(view.topLeft(), 1, 5000);
         QProcess &helper = startCapture(view);
         QVERIFY(Desktop::wait([this] { return m_page->offset > 0; }));
