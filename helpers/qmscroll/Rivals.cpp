@@ -5,6 +5,8 @@
 namespace qm {
 
 constexpr int rivalShare = 4; // one in so many of the rows that a place is told by makes another one its rival
+constexpr int litHeight = 48; // pixels: of a row that lights up under the pointer
+constexpr size_t mostLit = 2;
 
 // One hash of each row over some of its bands.
 Rivals::Digests Rivals::digests(const Bands &bands) const
@@ -40,8 +42,18 @@ Span Rivals::between(const Bands &bands) const
     return {std::max(span.from, m_top), std::min(span.to, m_bottom)};
 }
 
+// How many rows differ in their whole width from this one on, up to more than a row that lights up under the pointer has.
+int Rivals::litRows(int at, int y, int to, const Bands &used) const
+{
+    const int last = std::min(to, y + litHeight + 1), from = y;
+    while (y < last && (differing(m_now.rows[size_t(y)], m_held[at + y]) & used) == used)
+        ++y;
+    return y - from;
+}
+
 // True if a place explains these rows of the frame as well as the trial does. What the trial leaves unexplained counts for
-// neither, and of what it does not show half of all may have changed by itself.
+// neither, and of what it does not show half of all may have changed by itself. So may the
+// row under the pointer, which lights up where it is, and no longer does where it was.
 bool Rivals::explainsToo(int at, const Span &span, const Trial &trial, int first, const Digests &rows) const
 {
     constexpr size_t mostCarets = 2; // where it is on the page, and where it was
@@ -51,9 +63,19 @@ bool Rivals::explainsToo(int at, const Span &span, const Trial &trial, int first
     struct Count {
         int rows = 0, differ = 0;
     } shown, others;
-    bool hasCaret = false;
+    std::vector<Span> lit;
+    bool hasCaret = false, wasSame = true;
     for (int y = span.from; y < span.to; ++y) {
         const bool same = agrees(at, y), isShown = y >= first && y < trial.to;
+        if (!same && wasSame && lit.size() < mostLit) {
+            const int count = litRows(at, y, span.to, trial.used);
+            if (count > 0 && count <= litHeight) {
+                lit.push_back({y, y + count});
+                y += count - 1;
+                continue;
+            }
+        }
+        wasSame = same;
         if (isShown && !agrees(trial.placement.at, y))
             continue;
         const bool isCaret = !same && (differing(m_now.rows[size_t(y)], m_held[at + y]) & trial.used).count() == 1;
@@ -66,8 +88,14 @@ bool Rivals::explainsToo(int at, const Span &span, const Trial &trial, int first
     }
     if (5 * shown.differ > shown.rows || 2 * (shown.differ + others.differ) > shown.rows + others.rows)
         return false;
-    return !trial.exact || !hasCaret ||
-           changes(at, trial.used, std::max(span.from, first), std::min(span.to, trial.to), mostCarets).empty();
+    if (!trial.exact || !hasCaret)
+        return true;
+    std::vector<Span> changed =
+        changes(at, trial.used, std::max(span.from, first), std::min(span.to, trial.to), mostCarets);
+    std::erase_if(changed, [&lit](const Span &change) {
+        return std::any_of(lit.begin(), lit.end(), [&](const Span &row) { return row.from == change.from; });
+    });
+    return changed.empty();
 }
 
 bool Rivals::exist(const Trial &trial) const
@@ -103,6 +131,15 @@ bool Rivals::exist(const Trial &trial) const
         const int found = marks(at, std::max(start, m_top), std::min(end, m_bottom));
         const bool stands = found >= fewestLandmarks && end - start >= leastOverlap(); // alone it would be accepted
         if (stands || (found >= 2 && rivalShare * found >= own))
+            return true;
+        // What is blank explains more than what has changed.
+        const auto fits = [&] {
+            int y = from;
+            while (y < to && agrees(at, y))
+                ++y;
+            return y == to;
+        };
+        if (!trial.exact && to - from >= leastOverlap() && fits())
             return true;
     }
     return false;

@@ -26,6 +26,7 @@ private:
     };
     Digests digests(const Bands &bands) const;
     Span between(const Bands &bands) const;
+    int litRows(int at, int y, int to, const Bands &used) const;
     bool explainsToo(int at, const Span &span, const Trial &trial, int first, const Digests &rows) const;
 };
 

@@ -211,9 +211,10 @@ private Q_SLOTS:
     {
         QList<std::pair<quint32, bool>> runs; // the latter: with what loads, sticks and lights up
         for (const quint32 seed : {117, 136, 385, 1059, 1157, 1364, 1525, 1658, 2045, 2076, 4156, 4189, 5239, 5377,
-                                   7246, 8159, 8297, 10265}) // have found faults
+                                   7246, 8159, 8297, 10265, 3051}) // have found faults
             runs.append({seed, false});
-        runs.append({176, true});
+        for (const quint32 seed : {176, 30485})
+            runs.append({seed, true});
         for (quint32 seed = 1; seed <= 12; ++seed)
             runs << std::pair(seed, false) << std::pair(seed, true);
         for (const auto &[seed, isLively] : std::as_const(runs)) {
