@@ -89,7 +89,8 @@ int LookBack::clicksOver(int rows) const
 
 int LookBack::expected() const
 {
-    return m_back > 0 && m_clicks > 0 ? m_position - int(std::lround(double(m_back) * m_pixels / m_clicks)) : m_position;
+    return m_back > 0 && m_clicks > 0 ? m_position - int(std::lround(double(m_back) * m_pixels / m_clicks))
+                                      : m_position;
 }
 
 bool LookBack::agrees(std::optional<int> seen) const

@@ -23,16 +23,16 @@ public:
     // not known.
     enum class Extent { sample, thorough, end };
     bool begin(int position, int frameHeight, Extent extent = Extent::sample);
-    int nextClicks();  // to go back for the next look; 0: that was the last one
+    int nextClicks();           // to go back for the next look; 0: that was the last one
     int clicksBack(int clicks); // so many, which show no more than whether the view answers; the count is lost
-    int clicksHome();  // to go back to the beginning; where that has been tried, a look further
-    int clicksForth(); // to where they began; no looks follow
+    int clicksHome();           // to go back to the beginning; where that has been tried, a look further
+    int clicksForth();          // to where they began; no looks follow
 
     int clicksOver(int rows) const;
 
     int expected() const; // the row that the frame's first row should show now
     bool agrees(std::optional<int> seen) const;
-    void beginAgain();                      // the same page, from its beginning
+    void beginAgain();                     // the same page, from its beginning
     void loseCount() { m_isEven = false; } // somebody else may have scrolled
 
 private:

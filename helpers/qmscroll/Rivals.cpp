@@ -52,8 +52,8 @@ int Rivals::litRows(int at, int y, int to, const Bands &used) const
 }
 
 // True if a place explains these rows of the frame as well as the trial does. What the trial leaves unexplained counts for
-// neither, and of what it does not show half of all may have changed by itself. So may the
-// row under the pointer, which lights up where it is, and no longer does where it was.
+// neither, and of what it does not show half of all may have changed by itself. So may the row under the pointer, which lights
+// up where it is, and no longer does where it was.
 bool Rivals::explainsToo(int at, const Span &span, const Trial &trial, int first, const Digests &rows) const
 {
     constexpr size_t mostCarets = 2; // where it is on the page, and where it was
@@ -78,12 +78,13 @@ bool Rivals::explainsToo(int at, const Span &span, const Trial &trial, int first
         wasSame = same;
         if (isShown && !agrees(trial.placement.at, y))
             continue;
-        const bool isCaret = !same && (differing(m_now.rows[size_t(y)], m_held[at + y]) & trial.used).count() == 1;
+        const bool isCaret = !same && (trial.exact || !isShown) &&
+                             (differing(m_now.rows[size_t(y)], m_held[at + y]) & trial.used).count() == 1;
         if (isShown && trial.exact && !same && !isCaret)
             return false;
         Count &count = isShown ? shown : others;
         ++count.rows;
-        count.differ += !same && !(isCaret && (trial.exact || !isShown));
+        count.differ += !same && !isCaret;
         hasCaret |= isCaret && isShown;
     }
     if (5 * shown.differ > shown.rows || 2 * (shown.differ + others.differ) > shown.rows + others.rows)

@@ -363,8 +363,7 @@ ScrollSession::Order ScrollSession::returnFrom(Milliseconds now, int row)
         if (++m_progress.hangs >= hangLimit)
             return endWith(End::unanswered);
     }
-    return step(now, State::returning,
-                m_lookBack.clicksOver(m_progress.position - row) + m_pace.nextClicks);
+    return step(now, State::returning, m_lookBack.clicksOver(m_progress.position - row) + m_pace.nextClicks);
 }
 
 // Where the page cannot be taken again.

@@ -112,9 +112,8 @@ ScreenshotPortal::Answer ScreenshotPortal::take(const UserBus &bus, Manner manne
         return {};
     const bool hasAskedNobody = std::chrono::milliseconds(asked.elapsed()) < humanly;
     // A no is told with the same code as the failure of what the portal itself asks for the picture, but it is kept.
-    const Permission now = hasAskedNobody && before
-                               ? *before
-                               : permission(bus, storeLimit).value_or(before.value_or(Permission()));
+    const Permission now =
+        hasAskedNobody && before ? *before : permission(bus, storeLimit).value_or(before.value_or(Permission()));
     const bool isNew = before && now.noes > before->noes;
     if (now.noes > 0 && !isNew)
         return {.kind = Kind::denied};

@@ -242,7 +242,7 @@ private Q_SLOTS:
                 look.hover = oneIn(4);
                 look.lateFrom = random.bounded(50, 900);
                 look.lateRows = look.hover ? 0 : random.bounded(20, 200);
-                look.lateGrows = oneIn(2);
+                look.lateGrows = oneIn(2) && look.lateRows > 0;
                 look.loadsAt = random.bounded(2, 40);
             }
             int steps = 0;
