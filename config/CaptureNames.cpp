@@ -1,5 +1,7 @@
 #include "config/CaptureNames.h"
 
+#include <QTimeZone>
+
 namespace qm {
 
 static constexpr QStringView product = u"Quillmere ";
@@ -26,7 +28,7 @@ QString CaptureNames::aSecondLater(const QString &path)
     const QString format = QStringLiteral("yyyy-MM-dd-HH-mm-ss");
     // By the clock's face and not the time zone's: each step is a new name.
     QDateTime time = QDateTime::fromString(path.mid(at, stamp.size()), format);
-    time.setTimeSpec(Qt::UTC);
+    time.setTimeZone(QTimeZone::utc());
     return path.left(at) + time.addSecs(1).toString(format) + path.mid(at + stamp.size());
 }
 
