@@ -204,7 +204,7 @@ void CaptureRun::act(const Order &order)
     if (next.kind == Order::Kind::again)
         next = takeAgain();
     if (next.kind == Order::Kind::join)
-        next = join(next.heading);
+        next = join(next);
     if (next.kind == Order::Kind::scroll) {
         if (!m_window) {
             m_desktop.movePointer(m_region.area.center());
@@ -242,12 +242,16 @@ void CaptureRun::turnWheel(int clicks)
     }
 }
 
-Order CaptureRun::join(Heading heading)
+Order CaptureRun::join(const Order &order)
 {
     m_joined = m_frame.copy();
     m_fresh = false;
+    if (order.clicks != 0) {
+        turnWheel(order.clicks);
+        m_session.turned(now());
+    }
     const int before = m_take->height();
-    const Stitcher::Step step = m_take->join(m_joined, heading);
+    const Stitcher::Step step = m_take->join(m_joined, order.heading);
     const Stitcher &stitcher = m_take->stitcher();
     m_thumbnailDue = m_thumbnailDue || m_take->height() > before;
     return m_session.joined(now(),

@@ -44,7 +44,7 @@ private:
     void act(const ScrollSession::Order &order);
     void turnWheel(int clicks);
     ScrollSession::Sight pointerSeen(); // no more of a sight than the pointer's part
-    ScrollSession::Order join(Heading heading);
+    ScrollSession::Order join(const ScrollSession::Order &order);
     ScrollSession::Found find(int near) const;
     ScrollSession::Order takeAgain();
     std::unique_ptr<Take> newTake(const std::optional<ScrollBar> &bar, const Take *earlier = nullptr) const;

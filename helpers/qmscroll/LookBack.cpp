@@ -10,6 +10,7 @@ namespace qm {
 static constexpr double leastRounding = 2; // pixels
 static constexpr int sampleLooks = 4;      // looking at every row again takes as long as the capture,
 static constexpr int thoroughHeights = 12; // and of a page that is so short it may
+static constexpr int mostVerified = 3;     // a view that loses more clicks than that is a strange one
 
 void LookBack::measure(int clicks, int shift)
 {
@@ -35,8 +36,8 @@ int LookBack::shiftOf(int clicks) const
 
 bool LookBack::begin(int position, int frameHeight, Extent extent)
 {
-    m_position = position;
-    m_back = 0;
+    m_position = m_base = position;
+    m_back = m_backAtBase = m_verified = 0;
     m_left = m_pixels > 0 ? int(qint64(position) * m_clicks / m_pixels) : 0;
     if (m_left <= 0)
         return false;
@@ -54,7 +55,27 @@ int LookBack::nextClicks()
     const int clicks = m_looks-- > 0 ? std::min(m_left, m_atOnce) : 0;
     m_left -= clicks;
     m_back += clicks;
+    m_last = clicks;
     return clicks;
+}
+
+// From there on all lies further down by what was lost, unless the page has grown. Its end stays where it is: what is seen
+// from there at a second try has to be what was expected.
+int LookBack::clicksToVerify(std::optional<int> seen)
+{
+    if (!m_isEven || !seen || *seen <= expected() || m_verified == mostVerified)
+        return 0;
+    ++m_verified;
+    if (m_back > m_last) {
+        m_base = *seen;
+        m_backAtBase = m_back;
+    } else {
+        m_verified = mostVerified;
+    }
+    ++m_looks;
+    m_left += m_last;
+    m_back -= m_last;
+    return m_last;
 }
 
 int LookBack::clicksBack(int clicks)
@@ -89,14 +110,26 @@ int LookBack::clicksOver(int rows) const
 
 int LookBack::expected() const
 {
-    return m_back > 0 && m_clicks > 0 ? m_position - int(std::lround(double(m_back) * m_pixels / m_clicks))
-                                      : m_position;
+    return m_back > 0 && m_clicks > 0
+               ? m_base - int(std::lround(double(m_back - m_backAtBase) * m_pixels / m_clicks))
+               : m_position;
+}
+
+int LookBack::rounding() const
+{
+    constexpr int least = 2, clicksPerPixel = 16; // what adds up
+    return least + std::abs(m_back - m_backAtBase) / clicksPerPixel;
 }
 
 bool LookBack::agrees(std::optional<int> seen) const
 {
-    constexpr int least = 2, clicksPerPixel = 16; // what rounding adds up to
-    return seen && (!m_isEven || std::abs(*seen - expected()) <= least + m_back / clicksPerPixel);
+    return seen && (!m_isEven || std::abs(*seen - expected()) <= rounding());
+}
+
+bool LookBack::isBehind(int seen, int clicks, int frameHeight) const
+{
+    const int least = m_isEven ? std::max(int(qint64(clicks) * m_pixels / m_clicks / 2), rounding()) : frameHeight / 2;
+    return seen > expected() + least;
 }
 
 } // namespace qm

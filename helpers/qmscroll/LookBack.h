@@ -24,6 +24,9 @@ public:
     enum class Extent { sample, thorough, end };
     bool begin(int position, int frameHeight, Extent extent = Extent::sample);
     int nextClicks();           // to go back for the next look; 0: that was the last one
+    // Where the last look showed rows further down than expected, browsers may have lost a click or two of many. So many
+    // forth again, for a look that tells; 0: no look can.
+    int clicksToVerify(std::optional<int> seen);
     int clicksBack(int clicks); // so many, which show no more than whether the view answers; the count is lost
     int clicksHome();           // to go back to the beginning; where that has been tried, a look further
     int clicksForth();          // to where they began; no looks follow
@@ -32,16 +35,22 @@ public:
 
     int expected() const; // the row that the frame's first row should show now
     bool agrees(std::optional<int> seen) const;
+    // True if a frame that begins with that row is so much further down that clicks turned before may have come late.
+    bool isBehind(int seen, int clicks, int frameHeight) const;
     void beginAgain();                     // the same page, from its beginning
     void loseCount() { m_isEven = false; } // somebody else may have scrolled
 
 private:
+    int rounding() const;
+
     int m_clicks = 0, m_pixels = 0; // measured
     bool m_hasShort = false;        // the latest step was shorter than the others
     int m_lastClicks = 0, m_lastShift = 0;
     bool m_isLastAlike = false; // the latest step went the same way per click as the one before
     bool m_isEven = true;       // all others went the same way per click
     int m_position = 0, m_back = 0, m_left = 0, m_atOnce = 1, m_looks = 0;
+    int m_base = 0, m_backAtBase = 0; // the row that is expected m_back - m_backAtBase clicks further down
+    int m_last = 0, m_verified = 0;
 };
 
 } // namespace qm

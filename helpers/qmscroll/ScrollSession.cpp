@@ -28,7 +28,8 @@ constexpr auto shortestAnswer = 150ms;
 
 constexpr double stepShare = 0.6; // fraction of the moving height; what remains in view has to be recognised
 constexpr int stepsToTrust = 6;
-constexpr int idleLimit = 3;                     // nearly two seconds, in which a list may load more
+constexpr auto loadTime = 2s;                    // in which a list may load more
+constexpr int idleLimit = 3;                     // steps, for a view that has not moved yet, or has loaded more
 constexpr int recoveryLimit = 5, lookLimit = 10; // the latter where the page changes: it may load several pictures
 constexpr int vainLimit = 3; // looks that found nothing changed: it springs back, or goes on changing
 constexpr auto firstPatience = 300ms, mostPatience = 1600ms; // with a page that loads what comes into view
@@ -36,7 +37,7 @@ constexpr int mostTakesAgain = 2;                            // of the whole pag
 constexpr int rewindLimit = 40;                              // heights by which a page may have grown
 constexpr auto offerTime = 6s;                               // to begin to scroll where the wheel does nothing
 constexpr auto pauseInLoading = 250ms; // longer than between two pictures of a movie on a slow machine
-constexpr int changesOfACaret = 6;     // while a step shows that nothing moves
+constexpr int changesOfACaret = 5;     // while a step shows that nothing moves
 constexpr auto timeToPaint = 5000ms;   // for a browser whose page keeps it busy: it scrolls on, and shows nothing
 constexpr int returnRounding = 16;     // pixels
 constexpr int hangLimit = 5;           // times longestJump, of a program that is busy
@@ -78,6 +79,11 @@ void ScrollSession::abandon()
 {
     if (m_end == End::open)
         m_end = m_state == State::opening ? End::cancelled : End::lost;
+}
+
+void ScrollSession::turned(Milliseconds now)
+{
+    (m_step.ahead > 0 ? m_step.aheadSince : m_step.since) = now;
 }
 
 ScrollSession::Order ScrollSession::look(Milliseconds now, Sight sight)
@@ -128,7 +134,7 @@ ScrollSession::Order ScrollSession::look(Milliseconds now, Sight sight)
     if (isLookingBack())
         return {.kind = Order::Kind::find, .near = isProving() ? m_progress.position : m_lookBack.expected()};
     if (sight.fresh || m_state == State::opening)
-        return join();
+        return join(sight);
     if (m_wish != Wish::none)
         return endByWish();
     if (m_progress.astray != End::open) // and nothing has changed since
@@ -150,7 +156,7 @@ ScrollSession::Order ScrollSession::watch(Milliseconds now, const Sight &sight)
         return endWith(End::content);
     const bool still = !sight.changed || now - *m_step.since >= longest;
     if (still && sight.fresh)
-        return join();
+        return join(sight);
     if (still && m_wish != Wish::none)
         return endByWish();
     return {Order::Kind::look, 0, now - m_step.lastChange.value_or(0ms) > longest ? restInterval : lookInterval};
@@ -164,6 +170,11 @@ ScrollSession::Order ScrollSession::joined(Milliseconds now, const Joint &joint)
     const bool grew = joint.height > m_progress.height;
     if (isFirst)
         m_state = State::resuming;
+    if (step != Joined::joined && m_step.ahead > 0) { // both are to be undone
+        m_step.clicks += std::exchange(m_step.ahead, 0);
+        m_step.since = m_step.aheadSince;
+        m_step.isDouble = true;
+    }
     m_progress.height = std::max(m_progress.height, joint.height);
     m_progress.isCut = joint.height < m_progress.height;
     if (step == Joined::failed)
@@ -203,13 +214,17 @@ ScrollSession::Order ScrollSession::joined(Milliseconds now, const Joint &joint)
         if (step == Joined::renewed && !std::exchange(m_step.news, true) && m_progress.news < newsLimit) {
             ++m_progress.news;
             m_progress.idleSteps = 0; // a list that loads more at its end
+            m_progress.idleSince.reset();
+            m_progress.hesitates = true;
         }
         // Something else moved, such as a caret: the view may still respond.
         m_step.answer = longest;
         return now - *m_step.since < answerLimit() ? rest(now) : idle(now);
     }
     if (step == Joined::joined) {
+        m_progress.hesitates |= grew && m_progress.idleSteps > 0;
         m_progress.idleSteps = 0;
+        m_progress.idleSince.reset();
         if (grew) {
             m_progress.recoveries = m_progress.news = 0;
             m_progress.changes = false;
@@ -227,9 +242,14 @@ ScrollSession::Order ScrollSession::joined(Milliseconds now, const Joint &joint)
     return proceed(now);
 }
 
-ScrollSession::Order ScrollSession::join() const
+ScrollSession::Order ScrollSession::join(const Sight &sight)
 {
-    return {Order::Kind::join, 0, {}, m_state == State::forth ? Heading::forward : Heading::any};
+    // The view need not wait for what hardly ever turns out otherwise.
+    const bool isUsual = m_state == State::forth && sight.arrived && m_pace.isSteady && m_pace.patience == 0ms &&
+                         m_progress.recoveries == 0 && m_wish == Wish::none;
+    if (isUsual)
+        m_step.ahead = m_pace.nextClicks;
+    return {Order::Kind::join, m_step.ahead, {}, m_state == State::forth ? Heading::forward : Heading::any};
 }
 
 ScrollSession::Order ScrollSession::rest(Milliseconds now) const
@@ -252,6 +272,12 @@ ScrollSession::Order ScrollSession::step(Milliseconds now, State direction, int 
 
 ScrollSession::Order ScrollSession::proceed(Milliseconds now)
 {
+    if (const int ahead = m_step.ahead) {
+        const auto since = m_step.aheadSince;
+        step(now, State::forth, ahead);
+        m_step.since = since;
+        return {Order::Kind::look, 0, firstLook};
+    }
     if (m_mode == Mode::automatic)
         return step(now, State::forth, m_pace.nextClicks);
     m_state = State::watching;
@@ -261,19 +287,25 @@ ScrollSession::Order ScrollSession::proceed(Milliseconds now)
 // Handles a step that moved nothing.
 ScrollSession::Order ScrollSession::idle(Milliseconds now)
 {
-    if (++m_progress.idleSteps < idleLimit)
+    if (!m_progress.idleSince)
+        m_progress.idleSince = m_step.since;
+    const bool isChecked = m_progress.checkedHeight == m_progress.height;
+    // Looking back takes time as well, in which a list may load more.
+    const bool isMovie = m_step.changes > changesOfACaret; // of which looking back tells nothing
+    const bool isShort = m_progress.position > 0 && !m_progress.hesitates && !isMovie;
+    if (++m_progress.idleSteps < (isShort ? 1 : idleLimit) || (isChecked && now - *m_progress.idleSince < loadTime))
         return proceed(now);
     if (!m_progress.scrolled)
         return offerTheWheel(now);
-    const bool isChecked = std::exchange(m_progress.checkedHeight, m_progress.height) == m_progress.height;
+    m_progress.checkedHeight = m_progress.height;
     if (isChecked || m_progress.position <= 0 || (m_progress.stale && m_takesAgain == mostTakesAgain))
         return endWith(End::content);
     m_progress.answers = false;
     m_progress.hangs = 0;
     const bool canLook = m_lookBack.begin(m_progress.position, m_options.regionHeight,
                                           m_isUnsteady ? LookBack::Extent::thorough : LookBack::Extent::sample);
-    m_progress.hasMovie = m_step.changes > changesOfACaret; // of which looking back tells nothing
-    m_progress.provesOnly = !canLook || m_progress.hasMovie;
+    m_progress.hasMovie = isMovie;
+    m_progress.provesOnly = !canLook || isMovie;
     if (m_progress.provesOnly)
         return step(now, State::checking, m_lookBack.clicksBack(m_pace.nextClicks));
     return m_progress.stale ? rewind(now, {}) : step(now, State::checking, m_lookBack.nextClicks());
@@ -297,7 +329,7 @@ ScrollSession::Order ScrollSession::found(Milliseconds now, const Found &found)
                 return proveAgain(now);
             m_progress.answers = true;
             // What the last steps scrolled may come only now. A page that goes its own way does so again.
-            const bool isBehind = *found.at > m_lookBack.expected() + int(stepShare * m_options.regionHeight);
+            const bool isBehind = m_lookBack.isBehind(*found.at, m_pace.nextClicks, m_options.regionHeight);
             if (isBehind && std::exchange(m_progress.heightOfHang, m_progress.height) != m_progress.height)
                 return goOnFrom(now, *found.at);
         }
@@ -309,6 +341,8 @@ ScrollSession::Order ScrollSession::found(Milliseconds now, const Found &found)
             // It may be still under way, or an animation, which tells nothing.
             if (!std::exchange(m_step.isDoubted, true))
                 return {Order::Kind::look, 0, doubtTime};
+            if (const int clicks = m_lookBack.clicksToVerify(found.at))
+                return step(now, State::checking, -clicks);
             m_progress.stale = calm(now) >= doubtTime;
         }
         if (m_progress.stale)
@@ -324,11 +358,11 @@ ScrollSession::Order ScrollSession::found(Milliseconds now, const Found &found)
     }
     if (found.at && *found.at < m_progress.position - std::min(returnRounding, m_progress.position / 2))
         return returnFrom(now, *found.at);
-    if (found.at && *found.at <= m_progress.position)
+    if (found.at && *found.at < m_progress.position)
         return m_progress.checkedHeight > 0 ? endWith(End::content) : proceed(now);
-    m_state = State::forth; // a list has loaded more meanwhile
+    m_state = State::forth; // a list may have loaded more meanwhile
     m_step.clicks = m_pace.nextClicks;
-    return join();
+    return join({});
 }
 
 ScrollSession::Order ScrollSession::proveAgain(Milliseconds now)
@@ -345,13 +379,15 @@ ScrollSession::Order ScrollSession::proveAgain(Milliseconds now)
 ScrollSession::Order ScrollSession::goOnFrom(Milliseconds now, int row)
 {
     m_progress.idleSteps = m_progress.checkedHeight = 0;
+    m_progress.idleSince.reset();
+    m_progress.hesitates = true;
     m_progress.lookedAt = -1; // it moves
     if (row < m_progress.position)
         return returnFrom(now, row);
     m_step.answer = 0ms; // that it hung says nothing of the next steps
     m_state = State::forth;
     m_step.clicks = m_pace.nextClicks;
-    return join();
+    return join({});
 }
 
 // It has not come as far as it was: the program may be busy again, or the page goes its own way.
@@ -435,9 +471,10 @@ ScrollSession::Order ScrollSession::recover(Milliseconds now, End reason)
     // What has changed is only looked at again. The second time a smaller step may tell more.
     if (reason == End::changed && m_progress.recoveries == 1)
         return step(now, State::back, m_step.clicks);
-    if (m_step.clicks == 1 && reason != End::changed)
+    const int clicks = m_step.isDouble ? m_step.clicks / 2 : m_step.clicks;
+    if (clicks == 1 && reason != End::changed)
         m_pace.fine = true; // steps cannot get smaller, but a smoothly moving view shows intermediate positions
-    m_pace.nextClicks = m_pace.mostClicks = std::max(1, m_step.clicks / 2);
+    m_pace.nextClicks = m_pace.mostClicks = std::max(1, clicks / 2);
     return step(now, State::back, m_step.clicks);
 }
 
@@ -546,9 +583,13 @@ ScrollSession::Milliseconds ScrollSession::calm(Milliseconds now) const
 // How long a view may take to respond to the wheel before the step counts as one that moved nothing.
 Milliseconds ScrollSession::answerLimit() const
 {
-    if (m_pace.slowestAnswer == 0ms || m_progress.idleSteps > 0)
+    if (m_progress.idleSince && m_progress.checkedHeight == m_progress.height)
+        return std::clamp<Milliseconds>(*m_progress.idleSince + loadTime - *m_step.since, 0ms, longest);
+    const bool mayBeMovie = m_step.changes > changesOfACaret / 2;
+    if (m_pace.slowestAnswer == 0ms || m_progress.idleSteps > 0 || mayBeMovie)
         return longest;
-    return std::clamp<Milliseconds>(4 * m_pace.slowestAnswer, shortestAnswer, longest);
+    const auto shortest = m_state == State::forth ? 2 * shortestAnswer : shortestAnswer; // that much hangs on it
+    return std::clamp<Milliseconds>(4 * m_pace.slowestAnswer, shortest, longest);
 }
 
 void ScrollSession::learn(const Joint &joint)
@@ -567,6 +608,7 @@ void ScrollSession::learn(const Joint &joint)
         m_pace.patience = lessPatience(m_pace.patience);
     }
     m_pace.nextClicks = std::clamp(wanted, 1, std::min(2 * m_step.clicks + 1, m_pace.mostClicks));
+    m_pace.isSteady = m_pace.nextClicks == m_step.clicks && !m_pace.fine;
 }
 
 } // namespace qm

@@ -12,8 +12,10 @@ namespace qm {
 // scroll, when to go back, to pause, to end. It has no display and no clock: time and observations are arguments.
 //
 //     Order order = session.look(now, sight);
-//     if (order.kind == Order::Kind::join)
+//     if (order.kind == Order::Kind::join) {
+//         ...                                   // order.clicks of the wheel, if any
 //         order = session.joined(now, {stitcher.add(frame, order.heading), stitcher.lastShift(), ...});
+//     }
 //     if (order.kind == Order::Kind::scroll)
 //         ...                                   // order.clicks of the wheel
 //     ...                                       // and look again after order.wait
@@ -79,7 +81,7 @@ public:
             scroll,
             end
         } kind = Kind::look;
-        int clicks = 0;                 // wheel clicks; negative: up
+        int clicks = 0;                 // wheel clicks, negative: up; for join: before the frame is joined
         Milliseconds wait{0};           // until the next look
         Heading heading = Heading::any; // for join: where the frame can lie
         int near = 0;                   // for find: the row of the picture with which it should begin
@@ -107,7 +109,7 @@ public:
     // By how many pixels the page is going to be away from the last joined frame after the step under way.
     std::optional<int> expectedShift() const; // empty: unknown
 
-    void turned(Milliseconds now) { m_step.since = now; } // the wheel, as told; many clicks take a while
+    void turned(Milliseconds now); // the wheel, as told; many clicks take a while
 
     // These take effect at the next look.
     void finish();         // still joins what is on the screen
@@ -138,7 +140,7 @@ private:
     enum class Wish { none, finish, finishIfScrolled };
 
     Order watch(Milliseconds now, const Sight &sight);
-    Order join() const;
+    Order join(const Sight &sight);
     Order rest(Milliseconds now) const;
     Order step(Milliseconds now, State direction, int clicks);
     Order proceed(Milliseconds now);
@@ -184,6 +186,9 @@ private:
         bool moved = false;                     // frames were joined during the step
         bool isInterrupted = false;             // looking back, changes during an obstacle were not seen
         bool news = false;                      // nothing moved, but something new appeared
+        int ahead = 0;                          // clicks of the next step, turned while this one's frame is joined
+        std::optional<Milliseconds> aheadSince;
+        bool isDouble = false; // it became one with the next
     } m_step;
 
     struct Pace {                      // what is known of the view, and what it allows
@@ -192,6 +197,7 @@ private:
         int nextClicks = 1;
         int mostClicks = ScrollSession::mostClicks; // per step, reduced after trouble
         int smoothSteps = 0;                        // since then
+        bool isSteady = false;                      // the last step was as large as the next
         Milliseconds patience{0};                   // a page that loads late has to be still for that long
         bool fine = false;                          // even one click is too much: join frames in mid-movement
     } m_pace;
@@ -212,6 +218,8 @@ private:
         bool scrolled = false;      // a frame was joined after the first one, in this take or an earlier one
         bool stale = false;         // see mayBeStale()
         int idleSteps = 0;          // consecutive steps without a shift
+        std::optional<Milliseconds> idleSince;
+        bool hesitates = false;     // after such steps it went on
         int news = 0;               // steps without a shift that showed something new, since the picture last grew
         int vainLooks = 0;          // consecutive ones that found nothing changed
         int recoveries = 0;         // since the picture last grew
