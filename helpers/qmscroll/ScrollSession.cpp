@@ -191,6 +191,8 @@ ScrollSession::Order ScrollSession::joined(Milliseconds now, const Joint &joint)
                         : step == Joined::lost      ? End::lost
                                                     : End::open;
     m_isUnsteady |= joint.renewed || m_progress.astray != End::open;
+    if (step != Joined::still)
+        m_progress.idleSince.reset();
     if (m_wish != Wish::none)
         return endByWish();
     if (joint.height >= m_options.heightLimit)
@@ -214,7 +216,6 @@ ScrollSession::Order ScrollSession::joined(Milliseconds now, const Joint &joint)
         if (step == Joined::renewed && !std::exchange(m_step.news, true) && m_progress.news < newsLimit) {
             ++m_progress.news;
             m_progress.idleSteps = 0; // a list that loads more at its end
-            m_progress.idleSince.reset();
             m_progress.hesitates = true;
         }
         // Something else moved, such as a caret: the view may still respond.
@@ -224,7 +225,6 @@ ScrollSession::Order ScrollSession::joined(Milliseconds now, const Joint &joint)
     if (step == Joined::joined) {
         m_progress.hesitates |= grew && m_progress.idleSteps > 0;
         m_progress.idleSteps = 0;
-        m_progress.idleSince.reset();
         if (grew) {
             m_progress.recoveries = m_progress.news = 0;
             m_progress.changes = false;
@@ -335,8 +335,10 @@ ScrollSession::Order ScrollSession::found(Milliseconds now, const Found &found)
         }
         if (m_progress.provesOnly && !found.at && !m_progress.hasMovie)
             return goOnFrom(now, m_progress.position); // it has gone on, and further than is known
-        if (m_progress.provesOnly)
+        if (m_progress.hasMovie)
             return endWith(End::content);
+        if (m_progress.provesOnly)
+            return step(now, State::returning, m_lookBack.clicksForth() + m_pace.nextClicks);
         if (!m_lookBack.agrees(found.at)) {
             // It may be still under way, or an animation, which tells nothing.
             if (!std::exchange(m_step.isDoubted, true))
@@ -356,13 +358,16 @@ ScrollSession::Order ScrollSession::found(Milliseconds now, const Found &found)
     case State::rewinding: return rewind(now, found);
     default: break;
     }
-    if (found.at && *found.at < m_progress.position - std::min(returnRounding, m_progress.position / 2))
+    if (!found.at || *found.at >= m_progress.position) {
+        m_state = State::forth; // a list may have loaded more meanwhile
+        m_step.clicks = m_pace.nextClicks;
+        return join({});
+    }
+    const bool isNear = *found.at >= m_progress.position - std::min(returnRounding, m_progress.position / 2);
+    const bool isStuck = m_progress.lookedAt == *found.at && now - *m_step.since >= longestJump;
+    if (!isNear || !isStuck || m_progress.hangs > 0)
         return returnFrom(now, *found.at);
-    if (found.at && *found.at < m_progress.position)
-        return m_progress.checkedHeight > 0 ? endWith(End::content) : proceed(now);
-    m_state = State::forth; // a list may have loaded more meanwhile
-    m_step.clicks = m_pace.nextClicks;
-    return join({});
+    return m_progress.checkedHeight > 0 ? endWith(End::content) : proceed(now);
 }
 
 ScrollSession::Order ScrollSession::proveAgain(Milliseconds now)

@@ -391,7 +391,7 @@ private Q_SLOTS:
             {.view = {.pixelsPerClick = 500}, .end = End::lost, .furthest = 0, .milliseconds = 1900});
         row("changes under way",
             {.view = {.changesAt = 3000}, .end = End::lost, .furthest = somewhere, .milliseconds = 4500});
-        row("changes before it moves: once more", {.view = {.changesAt = 1, .settles = true}, .milliseconds = 6300});
+        row("changes before it moves: once more", {.view = {.changesAt = 1, .settles = true}, .milliseconds = 6500});
         row("goes away", {.view = {.changesAt = 3000, .goesAway = true},
                           .end = End::lost,
                           .furthest = somewhere,
