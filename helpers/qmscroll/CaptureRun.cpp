@@ -199,7 +199,7 @@ bool CaptureRun::coveredLook(const ScrollSession::Sight &sight)
 void CaptureRun::act(const Order &order)
 {
     Order next = order;
-    if (next.kind == Order::Kind::find)
+    while (next.kind == Order::Kind::find)
         next = m_session.found(now(), find(next.near));
     if (next.kind == Order::Kind::again)
         next = takeAgain();

@@ -132,7 +132,8 @@ ScrollSession::Order ScrollSession::look(Milliseconds now, Sight sight)
     if (isProving() && !sight.fresh)
         return proveAgain(now);
     if (isLookingBack())
-        return {.kind = Order::Kind::find, .near = isProving() ? m_progress.position : m_lookBack.expected()};
+        return {.kind = Order::Kind::find,
+                .near = isProving() || m_state == State::returning ? m_progress.position : m_lookBack.expected()};
     if (sight.fresh || m_state == State::opening)
         return join(sight);
     if (m_wish != Wish::none)
@@ -327,7 +328,10 @@ ScrollSession::Order ScrollSession::found(Milliseconds now, const Found &found)
         if (isProving() && found.at) {
             if (*found.at == m_progress.position)
                 return proveAgain(now);
-            m_progress.answers = true;
+            m_progress.answers = m_step.hasAnswered = true;
+            return {.kind = Order::Kind::find, .near = m_lookBack.expected()}; // where the page repeats itself, it is there
+        }
+        if (m_step.hasAnswered && found.at) {
             // What the last steps scrolled may come only now. A page that goes its own way does so again.
             const bool isBehind = m_lookBack.isBehind(*found.at, m_pace.nextClicks, m_options.regionHeight);
             if (isBehind && std::exchange(m_progress.heightOfHang, m_progress.height) != m_progress.height)

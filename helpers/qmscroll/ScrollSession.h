@@ -76,7 +76,7 @@ public:
         enum class Kind {
             look,
             join,  // the frame; ends with joined()
-            find,  // where it lies, without joining it; ends with found()
+            find,  // where it lies, without joining it; goes on with found(), perhaps to find it again nearer to another row
             again, // it is the beginning of a new picture: join it there
             scroll,
             end
@@ -183,6 +183,7 @@ private:
         Milliseconds pause{0};                  // the longest between two of them
         std::optional<Milliseconds> arrived;    // since when it is where it was expected, and does not change
         bool isDoubted = false;                 // looking back, it was not what was expected
+        bool hasAnswered = false;               // the view has gone back at all
         bool moved = false;                     // frames were joined during the step
         bool isInterrupted = false;             // looking back, changes during an obstacle were not seen
         bool news = false;                      // nothing moved, but something new appeared

@@ -86,7 +86,7 @@ public:
             Order order = m_session.look(now, sight());
             if (m_session.notice() != Notice::none)
                 notice = m_session.notice();
-            if (order.kind == Order::Kind::find)
+            while (order.kind == Order::Kind::find)
                 order = m_session.found(now, {find(), shown() == 0 && !view.beginsLow && !view.isAside});
             if (order.kind == Order::Kind::again)
                 order = beginAgain();
