@@ -17,9 +17,9 @@ using tesseract::TessBaseAPI;
 
 static bool load(TessBaseAPI &api, const QString &languages)
 {
-    const std::vector<std::string> names{"debug_file"}, values{"/dev/null"}; // silences the library's own output
-    return api.Init(nullptr, languages.toUtf8().constData(), tesseract::OEM_LSTM_ONLY, nullptr, 0, &names, &values,
-                    false) == 0;
+    // The library's own output stays on standard error. Any other file it opens with the first line, and from 5.5 on crashes
+    // where it may not.
+    return api.Init(nullptr, languages.toUtf8().constData(), tesseract::OEM_LSTM_ONLY) == 0;
 }
 
 static QStringList installed(TessBaseAPI &api)

@@ -101,11 +101,7 @@ int runWorker(const QString &languages, quint64 memoryLimit, Boxes boxes)
     const ReplyPipe replies;
     setpriority(PRIO_PROCESS, 0, 10); // in the background
     Sandbox::limit(memoryLimit);
-#ifdef __SANITIZE_ADDRESS__
-    const bool confined = true; // its reports could not be written
-#else
-    const bool confined = Sandbox::enter();
-#endif
+    const bool confined = Sandbox::enterForGood();
     endWhenHungUp(STDIN_FILENO);
     std::optional<TextReader> reader;
 

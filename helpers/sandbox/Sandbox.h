@@ -18,4 +18,8 @@ void limit(quint64 memory, std::chrono::seconds time = {});
 // is confined.
 bool enter();
 
+// The same for a whole program. With the address sanitizer, whose reports are files and would be lost, only where
+// QM_CONFINED is set in the environment: for tests of what has to go on working.
+bool enterForGood();
+
 } // namespace qm::Sandbox

@@ -43,10 +43,16 @@ class tst_DecoderProcess : public QObject
     TempHome m_home;
 
 private Q_SLOTS:
-    void cleanup() { DecoderProcess::use({}); }
+    void cleanup()
+    {
+        DecoderProcess::use({});
+        qunsetenv("QM_CONFINED");
+    }
 
+    // Where nothing else can be done.
     void equalsWhatIsDecodedHere()
     {
+        qputenv("QM_CONFINED", "1");
         QImage image(300, 200, QImage::Format_ARGB32);
         for (int i = 0; i < 300 * 200; ++i)
             image.setPixel(i % 300, i / 300, QRgb(i) * 0x02040103u);

@@ -110,4 +110,13 @@ bool Sandbox::enter()
     return complete && seccomp_load(filter.get()) == 0;
 }
 
+bool Sandbox::enterForGood()
+{
+#ifdef __SANITIZE_ADDRESS__
+    if (qEnvironmentVariableIsEmpty("QM_CONFINED"))
+        return true;
+#endif
+    return enter();
+}
+
 } // namespace qm

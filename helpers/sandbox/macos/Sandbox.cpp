@@ -21,4 +21,9 @@ bool Sandbox::enter()
     return true;
 }
 
+bool Sandbox::enterForGood()
+{
+    return enter();
+}
+
 } // namespace qm
