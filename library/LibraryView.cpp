@@ -71,7 +71,7 @@ LibraryView::LibraryView(Environment environment, QWidget *parent)
     });
     for (const auto &[key, step] : {std::pair(QKeySequence::FindNext, 1), std::pair(QKeySequence::FindPrevious, -1)}) {
         auto *go = new QShortcut(key, this);
-        connect(go, &QShortcut::activated, this, [this, step = step] { m_preview->goToHit(step); });
+        connect(go, &QShortcut::activated, this, [this, by = step] { m_preview->goToHit(by); });
     }
     const auto zoom = [this](const QKeySequence &key, std::function<void()> change) {
         connect(new QShortcut(key, this), &QShortcut::activated, this, std::move(change));

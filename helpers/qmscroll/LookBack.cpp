@@ -110,9 +110,8 @@ int LookBack::clicksOver(int rows) const
 
 int LookBack::expected() const
 {
-    return m_back > 0 && m_clicks > 0
-               ? m_base - int(std::lround(double(m_back - m_backAtBase) * m_pixels / m_clicks))
-               : m_position;
+    return m_back > 0 && m_clicks > 0 ? m_base - int(std::lround(double(m_back - m_backAtBase) * m_pixels / m_clicks))
+                                      : m_position;
 }
 
 int LookBack::rounding() const

@@ -14,6 +14,7 @@ class LookBack
 public:
     // While the page is captured: a step of so many clicks has moved it by that much. The last may be a short one.
     void measure(int clicks, int shift);
+    bool isEven() const { return m_isEven; } // every step went the same way per click, but for a short one at the end
 
     // By how much so many clicks move the page, as the latest two steps have done alike; 0: they have not.
     int shiftOf(int clicks) const;
@@ -23,7 +24,7 @@ public:
     // not known.
     enum class Extent { sample, thorough, end };
     bool begin(int position, int frameHeight, Extent extent = Extent::sample);
-    int nextClicks();           // to go back for the next look; 0: that was the last one
+    int nextClicks(); // to go back for the next look; 0: that was the last one
     // Where the last look showed rows further down than expected, browsers may have lost a click or two of many. So many
     // forth again, for a look that tells; 0: no look can.
     int clicksToVerify(std::optional<int> seen);

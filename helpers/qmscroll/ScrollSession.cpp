@@ -291,9 +291,9 @@ ScrollSession::Order ScrollSession::idle(Milliseconds now)
     if (!m_progress.idleSince)
         m_progress.idleSince = m_step.since;
     const bool isChecked = m_progress.checkedHeight == m_progress.height;
-    // Looking back takes time as well, in which a list may load more.
     const bool isMovie = m_step.changes > changesOfACaret; // of which looking back tells nothing
-    const bool isShort = m_progress.position > 0 && !m_progress.hesitates && !isMovie;
+    // Looking back takes time as well, in which a list may load more. A page that snaps may only have gone back by itself.
+    const bool isShort = m_progress.position > 0 && !m_progress.hesitates && !isMovie && m_lookBack.isEven();
     if (++m_progress.idleSteps < (isShort ? 1 : idleLimit) || (isChecked && now - *m_progress.idleSince < loadTime))
         return proceed(now);
     if (!m_progress.scrolled)
@@ -329,7 +329,8 @@ ScrollSession::Order ScrollSession::found(Milliseconds now, const Found &found)
             if (*found.at == m_progress.position)
                 return proveAgain(now);
             m_progress.answers = m_step.hasAnswered = true;
-            return {.kind = Order::Kind::find, .near = m_lookBack.expected()}; // where the page repeats itself, it is there
+            return {.kind = Order::Kind::find,
+                    .near = m_lookBack.expected()}; // where the page repeats itself, it is there
         }
         if (m_step.hasAnswered && found.at) {
             // What the last steps scrolled may come only now. A page that goes its own way does so again.

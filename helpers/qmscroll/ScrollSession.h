@@ -75,8 +75,8 @@ public:
     struct Order {
         enum class Kind {
             look,
-            join,  // the frame; ends with joined()
-            find,  // where it lies, without joining it; goes on with found(), perhaps to find it again nearer to another row
+            join, // the frame; ends with joined()
+            find, // where it lies, without joining it; goes on with found(), perhaps to find it again nearer to another row
             again, // it is the beginning of a new picture: join it there
             scroll,
             end
@@ -220,12 +220,12 @@ private:
         bool stale = false;         // see mayBeStale()
         int idleSteps = 0;          // consecutive steps without a shift
         std::optional<Milliseconds> idleSince;
-        bool hesitates = false;     // after such steps it went on
-        int news = 0;               // steps without a shift that showed something new, since the picture last grew
-        int vainLooks = 0;          // consecutive ones that found nothing changed
-        int recoveries = 0;         // since the picture last grew
-        bool changes = false;       // one of them was because of what the page has changed
-        End astray = End::open;     // why the last frame was not joined; open if it was
+        bool hesitates = false; // after such steps it went on
+        int news = 0;           // steps without a shift that showed something new, since the picture last grew
+        int vainLooks = 0;      // consecutive ones that found nothing changed
+        int recoveries = 0;     // since the picture last grew
+        bool changes = false;   // one of them was because of what the page has changed
+        End astray = End::open; // why the last frame was not joined; open if it was
     } m_progress;
 
     LookBack m_lookBack;

@@ -386,7 +386,7 @@ private Q_SLOTS:
                                                                  .furthest = somewhere,
                                                                  .milliseconds = 6500});
         row("nothing is painted for a while: once more",
-            {.view = {.pixelsPerClick = 90, .blankFrom = 2000, .isPaintedLate = true}, .milliseconds = 10'800});
+            {.view = {.pixelsPerClick = 90, .blankFrom = 2000, .isPaintedLate = true}, .milliseconds = 11'200});
         row("one click is too much",
             {.view = {.pixelsPerClick = 500}, .end = End::lost, .furthest = 0, .milliseconds = 1900});
         row("changes under way",
