@@ -219,7 +219,7 @@ private:
         bool scrolled = false;      // a frame was joined after the first one, in this take or an earlier one
         bool stale = false;         // see mayBeStale()
         int idleSteps = 0;          // consecutive steps without a shift
-        std::optional<Milliseconds> idleSince;
+        std::optional<Milliseconds> idleSince{};
         bool hesitates = false; // after such steps it went on
         int news = 0;           // steps without a shift that showed something new, since the picture last grew
         int vainLooks = 0;      // consecutive ones that found nothing changed
