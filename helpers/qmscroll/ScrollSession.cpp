@@ -598,8 +598,8 @@ Milliseconds ScrollSession::answerLimit() const
     const bool mayBeMovie = m_step.changes > changesOfACaret / 2;
     if (m_pace.slowestAnswer == 0ms || m_progress.idleSteps > 0 || mayBeMovie)
         return longest;
-    const auto shortest = m_state == State::forth ? 2 * shortestAnswer : shortestAnswer; // that much hangs on it
-    return std::clamp<Milliseconds>(4 * m_pace.slowestAnswer, shortest, longest);
+    const auto least = m_state == State::forth ? 2 * shortestAnswer : shortestAnswer; // that much hangs on it
+    return std::clamp<Milliseconds>(4 * m_pace.slowestAnswer, least, longest);
 }
 
 void ScrollSession::learn(const Joint &joint)
