@@ -10,15 +10,17 @@ namespace qm {
 static constexpr double leastRounding = 2; // pixels
 static constexpr int sampleLooks = 4;      // looking at every row again takes as long as the capture,
 static constexpr int thoroughHeights = 12; // and of a page that is so short it may
-static constexpr int mostVerified = 3;     // a view that loses more clicks than that is a strange one
+static constexpr int stepsPerShort = 8; // at least: a view may lose clicks, or load more before its end is recognised
+static constexpr int mostVerified = 3;  // a view that loses more clicks than that is a strange one
 
 void LookBack::measure(int clicks, int shift)
 {
     const double expected = m_clicks > 0 ? double(m_pixels) * clicks / m_clicks : shift, away = shift - expected;
     const double rounding =
         std::min<double>(clicks, std::max(leastRounding, expected / 16)); // a pixel a click, as a rule
-    if (m_hasShort || away > rounding)
-        m_isEven = false;
+    ++m_steps;
+    m_shorts += m_hasShort;
+    m_goesFurther |= away > rounding;
     m_hasShort = away < -rounding;
     m_isLastAlike = m_lastClicks > 0 && std::abs(shift - double(m_lastShift) * clicks / m_lastClicks) <= leastRounding;
     m_lastClicks = clicks;
@@ -27,6 +29,21 @@ void LookBack::measure(int clicks, int shift)
         m_clicks += clicks;
         m_pixels += shift;
     }
+}
+
+void LookBack::measureNone()
+{
+    m_goesFurther = true;
+}
+
+bool LookBack::isEven() const
+{
+    return !m_goesFurther && m_shorts * stepsPerShort <= m_steps;
+}
+
+void LookBack::reachEnd()
+{
+    m_hasShort = false;
 }
 
 int LookBack::shiftOf(int clicks) const
@@ -38,6 +55,7 @@ bool LookBack::begin(int position, int frameHeight, Extent extent)
 {
     m_position = m_base = position;
     m_back = m_backAtBase = m_verified = 0;
+    m_isCountLost = false;
     m_left = m_pixels > 0 ? int(qint64(position) * m_clicks / m_pixels) : 0;
     if (m_left <= 0)
         return false;
@@ -63,7 +81,7 @@ int LookBack::nextClicks()
 // from there at a second try has to be what was expected.
 int LookBack::clicksToVerify(std::optional<int> seen)
 {
-    if (!m_isEven || !seen || *seen <= expected() || m_verified == mostVerified)
+    if (!isCounted() || !seen || *seen <= expected() || m_verified == mostVerified)
         return 0;
     ++m_verified;
     if (m_back > m_last) {
@@ -80,7 +98,7 @@ int LookBack::clicksToVerify(std::optional<int> seen)
 
 int LookBack::clicksBack(int clicks)
 {
-    m_isEven = false;
+    m_isCountLost = true;
     m_back += clicks;
     return clicks;
 }
@@ -122,12 +140,13 @@ int LookBack::rounding() const
 
 bool LookBack::agrees(std::optional<int> seen) const
 {
-    return seen && (!m_isEven || std::abs(*seen - expected()) <= rounding());
+    return seen && (!isCounted() || std::abs(*seen - expected()) <= rounding());
 }
 
 bool LookBack::isBehind(int seen, int clicks, int frameHeight) const
 {
-    const int least = m_isEven ? std::max(int(qint64(clicks) * m_pixels / m_clicks / 2), rounding()) : frameHeight / 2;
+    const int least =
+        isCounted() ? std::max(int(qint64(clicks) * m_pixels / m_clicks / 2), rounding()) : frameHeight / 2;
     return seen > expected() + least;
 }
 

@@ -14,7 +14,9 @@ class LookBack
 public:
     // While the page is captured: a step of so many clicks has moved it by that much. The last may be a short one.
     void measure(int clicks, int shift);
-    bool isEven() const { return m_isEven; } // every step went the same way per click, but for a short one at the end
+    void measureNone();  // a step of which that is not known
+    void reachEnd();     // then a short step was the last one, even if more is loaded
+    bool isEven() const; // the steps went the same way per click, but for a few short ones
 
     // By how much so many clicks move the page, as the latest two steps have done alike; 0: they have not.
     int shiftOf(int clicks) const;
@@ -38,17 +40,20 @@ public:
     bool agrees(std::optional<int> seen) const;
     // True if a frame that begins with that row is so much further down that clicks turned before may have come late.
     bool isBehind(int seen, int clicks, int frameHeight) const;
-    void beginAgain();                     // the same page, from its beginning
-    void loseCount() { m_isEven = false; } // somebody else may have scrolled
+    void beginAgain();                                            // the same page, from its beginning
+    void loseCount() { m_isCountLost = true; }                    // of this look back: somebody else may have scrolled
+    bool isCounted() const { return isEven() && !m_isCountLost; } // expected() is
 
 private:
     int rounding() const;
 
     int m_clicks = 0, m_pixels = 0; // measured
     bool m_hasShort = false;        // the latest step was shorter than the others
+    int m_steps = 0, m_shorts = 0;  // the latter in the midst of others
+    bool m_goesFurther = false;     // than the same clicks have before
     int m_lastClicks = 0, m_lastShift = 0;
     bool m_isLastAlike = false; // the latest step went the same way per click as the one before
-    bool m_isEven = true;       // all others went the same way per click
+    bool m_isCountLost = false;
     int m_position = 0, m_back = 0, m_left = 0, m_atOnce = 1, m_looks = 0;
     int m_base = 0, m_backAtBase = 0; // the row that is expected m_back - m_backAtBase clicks further down
     int m_last = 0, m_verified = 0;

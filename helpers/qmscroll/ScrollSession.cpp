@@ -135,7 +135,7 @@ ScrollSession::Order ScrollSession::look(Milliseconds now, Sight sight)
         return {.kind = Order::Kind::find,
                 .near = isProving() || m_state == State::returning ? m_progress.position : m_lookBack.expected()};
     if (sight.fresh || m_state == State::opening)
-        return join(sight);
+        return joinAndTurn(sight);
     if (m_wish != Wish::none)
         return endByWish();
     if (m_progress.astray != End::open) // and nothing has changed since
@@ -157,7 +157,7 @@ ScrollSession::Order ScrollSession::watch(Milliseconds now, const Sight &sight)
         return endWith(End::content);
     const bool still = !sight.changed || now - *m_step.since >= longest;
     if (still && sight.fresh)
-        return join(sight);
+        return join();
     if (still && m_wish != Wish::none)
         return endByWish();
     return {Order::Kind::look, 0, now - m_step.lastChange.value_or(0ms) > longest ? restInterval : lookInterval};
@@ -166,16 +166,13 @@ ScrollSession::Order ScrollSession::watch(Milliseconds now, const Sight &sight)
 ScrollSession::Order ScrollSession::joined(Milliseconds now, const Joint &joint)
 {
     using Joined = Stitcher::Step;
+    if (m_end != End::open) // since, while the wheel was turned
+        return endWith(m_end);
     const Joined step = joint.step;
     const bool isFirst = m_state == State::opening;
     const bool grew = joint.height > m_progress.height;
     if (isFirst)
         m_state = State::resuming;
-    if (step != Joined::joined && m_step.ahead > 0) { // both are to be undone
-        m_step.clicks += std::exchange(m_step.ahead, 0);
-        m_step.since = m_step.aheadSince;
-        m_step.isDouble = true;
-    }
     m_progress.height = std::max(m_progress.height, joint.height);
     m_progress.isCut = joint.height < m_progress.height;
     if (step == Joined::failed)
@@ -192,9 +189,9 @@ ScrollSession::Order ScrollSession::joined(Milliseconds now, const Joint &joint)
                         : step == Joined::lost      ? End::lost
                                                     : End::open;
     m_isUnsteady |= joint.renewed || m_progress.astray != End::open;
-    if (step != Joined::still)
+    if (step != Joined::still && step != Joined::renewed)
         m_progress.idleSince.reset();
-    if (m_wish != Wish::none)
+    if (m_wish != Wish::none && (m_step.ahead == 0 || step != Joined::joined))
         return endByWish();
     if (joint.height >= m_options.heightLimit)
         return endWith(End::height);
@@ -214,9 +211,12 @@ ScrollSession::Order ScrollSession::joined(Milliseconds now, const Joint &joint)
         m_pace.patience = lessPatience(m_pace.patience);
     }
     if ((step == Joined::still || step == Joined::renewed) && m_state == State::forth) {
+        if (m_step.ahead > 0)
+            return undo(now); // two steps at once may lead too far away
         if (step == Joined::renewed && !std::exchange(m_step.news, true) && m_progress.news < newsLimit) {
             ++m_progress.news;
             m_progress.idleSteps = 0; // a list that loads more at its end
+            m_progress.idleSince.reset();
             m_progress.hesitates = true;
         }
         // Something else moved, such as a caret: the view may still respond.
@@ -232,10 +232,10 @@ ScrollSession::Order ScrollSession::joined(Milliseconds now, const Joint &joint)
         }
         if (underWay) {
             m_step.moved = true;
-            m_lookBack.loseCount(); // how far the whole step goes is not measured
+            m_lookBack.measureNone();
             return rest(now);
         }
-        if (m_state == State::forth && joint.shift > 0) {
+        if (m_state == State::forth && joint.shift > 0 && !m_step.isUncounted) {
             m_pace.slowestAnswer = std::max(m_pace.slowestAnswer, std::min(m_step.answer, now - *m_step.since));
             learn(joint);
         }
@@ -243,14 +243,18 @@ ScrollSession::Order ScrollSession::joined(Milliseconds now, const Joint &joint)
     return proceed(now);
 }
 
-ScrollSession::Order ScrollSession::join(const Sight &sight)
+ScrollSession::Order ScrollSession::join() const
 {
-    // The view need not wait for what hardly ever turns out otherwise.
+    return {Order::Kind::join, m_step.ahead, {}, m_state == State::forth ? Heading::forward : Heading::any};
+}
+
+// The view need not wait for what hardly ever turns out otherwise.
+ScrollSession::Order ScrollSession::joinAndTurn(const Sight &sight)
+{
     const bool isUsual = m_state == State::forth && sight.arrived && m_pace.isSteady && m_pace.patience == 0ms &&
                          m_progress.recoveries == 0 && m_wish == Wish::none;
-    if (isUsual)
-        m_step.ahead = m_pace.nextClicks;
-    return {Order::Kind::join, m_step.ahead, {}, m_state == State::forth ? Heading::forward : Heading::any};
+    m_step.ahead = isUsual ? m_pace.nextClicks : 0;
+    return join();
 }
 
 ScrollSession::Order ScrollSession::rest(Milliseconds now) const
@@ -271,6 +275,16 @@ ScrollSession::Order ScrollSession::step(Milliseconds now, State direction, int 
     return {Order::Kind::scroll, isUp ? -clicks : clicks, firstLook};
 }
 
+// Takes back the step under way, together with the one turned ahead of its join.
+ScrollSession::Order ScrollSession::undo(Milliseconds now)
+{
+    const int clicks = m_step.clicks;
+    const Order order = step(now, State::back, clicks + m_step.ahead);
+    m_step.clicks = clicks; // should it have to go back further, then by single steps
+    m_pace.isSteady = false;
+    return order;
+}
+
 ScrollSession::Order ScrollSession::proceed(Milliseconds now)
 {
     if (const int ahead = m_step.ahead) {
@@ -288,28 +302,43 @@ ScrollSession::Order ScrollSession::proceed(Milliseconds now)
 // Handles a step that moved nothing.
 ScrollSession::Order ScrollSession::idle(Milliseconds now)
 {
+    ++m_progress.idleSteps;
+    m_lookBack.reachEnd();
     if (!m_progress.idleSince)
         m_progress.idleSince = m_step.since;
-    const bool isChecked = m_progress.checkedHeight == m_progress.height;
     const bool isMovie = m_step.changes > changesOfACaret; // of which looking back tells nothing
-    // Looking back takes time as well, in which a list may load more. A page that snaps may only have gone back by itself.
-    const bool isShort = m_progress.position > 0 && !m_progress.hesitates && !isMovie && m_lookBack.isEven();
-    if (++m_progress.idleSteps < (isShort ? 1 : idleLimit) || (isChecked && now - *m_progress.idleSince < loadTime))
+    if (mayGoOn(isMovie))
         return proceed(now);
     if (!m_progress.scrolled)
         return offerTheWheel(now);
-    m_progress.checkedHeight = m_progress.height;
-    if (isChecked || m_progress.position <= 0 || (m_progress.stale && m_takesAgain == mostTakesAgain))
+    const bool wasChecked = std::exchange(m_progress.checkedHeight, m_progress.height) == m_progress.height;
+    if (wasChecked || m_progress.position <= 0 || (m_progress.stale && m_takesAgain == mostTakesAgain))
         return endWith(End::content);
-    m_progress.answers = false;
-    m_progress.hangs = 0;
     const bool canLook = m_lookBack.begin(m_progress.position, m_options.regionHeight,
                                           m_isUnsteady ? LookBack::Extent::thorough : LookBack::Extent::sample);
-    m_progress.hasMovie = isMovie;
-    m_progress.provesOnly = !canLook || isMovie;
-    if (m_progress.provesOnly)
+    m_check = {.scope = isMovie   ? Check::Scope::answerBesideMovie
+                        : canLook ? Check::Scope::rows
+                                  : Check::Scope::answer};
+    if (m_check.scope != Check::Scope::rows)
         return step(now, State::checking, m_lookBack.clicksBack(m_pace.nextClicks));
     return m_progress.stale ? rewind(now, {}) : step(now, State::checking, m_lookBack.nextClicks());
+}
+
+// A list has its time to load more, both before and after looking back. Of a page that moves evenly, looking back is part of it:
+// one that snaps may only have gone back by itself, and one that has gone on after standing still does so again.
+bool ScrollSession::mayGoOn(bool isMovie) const
+{
+    const bool isOnTheWay = m_progress.position > 0 && !m_progress.hesitates && !isMovie && m_lookBack.isEven();
+    if (m_progress.idleSteps < (isOnTheWay ? 1 : idleLimit))
+        return true;
+    return isChecked() &&
+           *m_step.since - *m_progress.idleSince < loadTime; // the last turn is to find what has loaded by then
+}
+
+// True if looking back was to no purpose, and is over.
+bool ScrollSession::isChecked() const
+{
+    return m_state == State::forth && m_progress.checkedHeight == m_progress.height;
 }
 
 ScrollSession::Order ScrollSession::offerTheWheel(Milliseconds now)
@@ -324,62 +353,91 @@ ScrollSession::Order ScrollSession::offerTheWheel(Milliseconds now)
 ScrollSession::Order ScrollSession::found(Milliseconds now, const Found &found)
 {
     switch (m_state) {
-    case State::checking:
-        if (isProving() && found.at) {
-            if (*found.at == m_progress.position)
-                return proveAgain(now);
-            m_progress.answers = m_step.hasAnswered = true;
-            return {.kind = Order::Kind::find,
-                    .near = m_lookBack.expected()}; // where the page repeats itself, it is there
+    case State::checking: return checked(now, found);
+    case State::rewinding: return rewind(now, found);
+    default: return returned(now, found);
+    }
+}
+
+ScrollSession::Order ScrollSession::checked(Milliseconds now, const Found &found)
+{
+    using Scope = Check::Scope;
+    if (m_step.isInterrupted && m_progress.reached == End::content) {
+        m_progress.checkedHeight = 0; // where it should be now is not known: it is looked back over once more
+        return step(now, State::returning, m_lookBack.clicksForth() + m_pace.nextClicks);
+    }
+    if (isProving() && found.at) {
+        if (*found.at == m_progress.position)
+            return proveAgain(now);
+        m_check.hasAnswered = m_step.isFirstAnswer = true;
+        m_check.hangs = 0;
+        return {.kind = Order::Kind::find, .near = m_lookBack.expected()}; // where the page repeats itself, it is there
+    }
+    if (m_step.isFirstAnswer && found.at) {
+        // What the last steps scrolled may come only now. A page that goes its own way does so again.
+        const bool isBehind = m_lookBack.isBehind(*found.at, m_pace.nextClicks, m_options.regionHeight);
+        if (isBehind && std::exchange(m_progress.heightOfHang, m_progress.height) != m_progress.height)
+            return goOnFrom(now, *found.at);
+    }
+    const bool mayHide = m_check.scope == Scope::answerBesideMovie && !m_check.hasHung;
+    if (m_check.scope != Scope::rows && !found.at && !mayHide)
+        return goOnFrom(now, m_progress.position); // it has gone on, and further than is known
+    if (m_check.scope == Scope::answerBesideMovie)
+        return endWith(End::content);
+    if (m_check.scope == Scope::rows && !m_lookBack.agrees(found.at)) {
+        const int row = found.at.value_or(-1);
+        const bool isAtRest = std::exchange(m_step.doubted, row) == row;
+        if (!isAtRest && now - *m_step.since < longestJump)
+            return {Order::Kind::look, 0, doubtTime};
+        if (const int clicks = m_lookBack.clicksToVerify(found.at)) {
+            m_check.isVerifying = true;
+            return step(now, State::checking, -clicks);
         }
-        if (m_step.hasAnswered && found.at) {
-            // What the last steps scrolled may come only now. A page that goes its own way does so again.
-            const bool isBehind = m_lookBack.isBehind(*found.at, m_pace.nextClicks, m_options.regionHeight);
-            if (isBehind && std::exchange(m_progress.heightOfHang, m_progress.height) != m_progress.height)
-                return goOnFrom(now, *found.at);
-        }
-        if (m_progress.provesOnly && !found.at && !m_progress.hasMovie)
-            return goOnFrom(now, m_progress.position); // it has gone on, and further than is known
-        if (m_progress.hasMovie)
-            return endWith(End::content);
-        if (m_progress.provesOnly)
-            return step(now, State::returning, m_lookBack.clicksForth() + m_pace.nextClicks);
-        if (!m_lookBack.agrees(found.at)) {
-            // It may be still under way, or an animation, which tells nothing.
-            if (!std::exchange(m_step.isDoubted, true))
-                return {Order::Kind::look, 0, doubtTime};
-            if (const int clicks = m_lookBack.clicksToVerify(found.at))
-                return step(now, State::checking, -clicks);
-            m_progress.stale = calm(now) >= doubtTime;
-        }
+        // What is not found tells nothing where an animation may hide it.
+        m_progress.stale = found.at || m_check.isVerifying || calm(now) >= doubtTime;
+    }
+    m_check.isVerifying = false;
+    m_check.lookedAt = found.at.value_or(-1);
+    if (m_check.scope == Scope::rows) {
         if (m_progress.stale)
             return m_takesAgain == mostTakesAgain ? endUnproven() : rewind(now, found);
-        m_progress.lookedAt = found.at.value_or(0);
         if (const int clicks = m_lookBack.nextClicks())
             return step(now, State::checking, clicks);
         if (m_progress.reached != End::content)
             return endWith(m_progress.reached);
-        return step(now, State::returning, m_lookBack.clicksForth() + m_pace.nextClicks); // there may be more by now
-    case State::rewinding: return rewind(now, found);
-    default: break;
     }
-    if (!found.at || *found.at >= m_progress.position) {
-        m_state = State::forth; // a list may have loaded more meanwhile
-        m_step.clicks = m_pace.nextClicks;
-        return join({});
-    }
+    return step(now, State::returning, m_lookBack.clicksForth() + m_pace.nextClicks); // there may be more by now
+}
+
+ScrollSession::Order ScrollSession::returned(Milliseconds now, const Found &found)
+{
+    if (!found.at || *found.at >= m_progress.position)
+        return joinWhereItIs(); // a list may have loaded more meanwhile
     const bool isNear = *found.at >= m_progress.position - std::min(returnRounding, m_progress.position / 2);
-    const bool isStuck = m_progress.lookedAt == *found.at && now - *m_step.since >= longestJump;
-    if (!isNear || !isStuck || m_progress.hangs > 0)
-        return returnFrom(now, *found.at);
-    return m_progress.checkedHeight > 0 ? endWith(End::content) : proceed(now);
+    const bool isStuck = m_check.lookedAt == *found.at && now - *m_step.since >= longestJump;
+    if (isNear && isStuck && m_check.hangs == 0)
+        return m_progress.checkedHeight > 0 ? endWith(End::content) : proceed(now);
+    // What has loaded because it was looked at has moved what is below: then nothing is as it was further up.
+    if (m_lookBack.isCounted() && std::exchange(m_progress.heightOfReturn, m_progress.height) != m_progress.height)
+        m_progress.checkedHeight = 0;
+    return returnFrom(now, *found.at);
+}
+
+ScrollSession::Order ScrollSession::joinWhereItIs()
+{
+    m_state = State::forth;
+    m_step.clicks = m_pace.nextClicks;
+    m_step.isUncounted = true;
+    m_step.changes = 0; // they were the way here
+    return join();
 }
 
 ScrollSession::Order ScrollSession::proveAgain(Milliseconds now)
 {
+    m_check.hasHung = true;
     if (now - *m_step.since < longestJump)
         return {Order::Kind::look, 0, restInterval};
-    if (++m_progress.hangs == hangLimit)
+    if (++m_check.hangs == hangLimit)
         return endWith(End::unanswered);
     // So many may just cancel what the last steps scroll when it goes on.
     return step(now, State::checking, m_lookBack.clicksBack(m_pace.nextClicks));
@@ -391,22 +449,17 @@ ScrollSession::Order ScrollSession::goOnFrom(Milliseconds now, int row)
     m_progress.idleSteps = m_progress.checkedHeight = 0;
     m_progress.idleSince.reset();
     m_progress.hesitates = true;
-    m_progress.lookedAt = -1; // it moves
-    if (row < m_progress.position)
-        return returnFrom(now, row);
-    m_step.answer = 0ms; // that it hung says nothing of the next steps
-    m_state = State::forth;
-    m_step.clicks = m_pace.nextClicks;
-    return join({});
+    m_check.lookedAt = -1; // it moves
+    return row < m_progress.position ? returnFrom(now, row) : joinWhereItIs();
 }
 
 // It has not come as far as it was: the program may be busy again, or the page goes its own way.
 ScrollSession::Order ScrollSession::returnFrom(Milliseconds now, int row)
 {
-    if (std::exchange(m_progress.lookedAt, row) == row) {
+    if (std::exchange(m_check.lookedAt, row) == row) {
         if (now - *m_step.since < longestJump)
             return {Order::Kind::look, 0, restInterval};
-        if (++m_progress.hangs >= hangLimit)
+        if (++m_check.hangs >= hangLimit)
             return endWith(End::unanswered);
     }
     return step(now, State::returning, m_lookBack.clicksOver(m_progress.position - row) + m_pace.nextClicks);
@@ -415,7 +468,7 @@ ScrollSession::Order ScrollSession::returnFrom(Milliseconds now, int row)
 // Where the page cannot be taken again.
 ScrollSession::Order ScrollSession::endUnproven()
 {
-    const bool isProven = m_progress.answers || m_progress.reached != End::content;
+    const bool isProven = m_check.hasAnswered || m_progress.reached != End::content;
     return endWith(isProven ? m_progress.reached : End::unanswered);
 }
 
@@ -443,7 +496,7 @@ ScrollSession::Order ScrollSession::rewind(Milliseconds now, const Found &found)
 // That nothing moves any more is the end of the page, unless its program is only busy: then it does not go back either.
 bool ScrollSession::isProving() const
 {
-    return m_state == State::checking && !m_progress.answers;
+    return m_state == State::checking && !m_check.hasAnswered;
 }
 
 bool ScrollSession::isLookingBack() const
@@ -480,12 +533,11 @@ ScrollSession::Order ScrollSession::recover(Milliseconds now, End reason)
         return step(now, State::back, reason == End::changed ? m_step.clicks : 1);
     // What has changed is only looked at again. The second time a smaller step may tell more.
     if (reason == End::changed && m_progress.recoveries == 1)
-        return step(now, State::back, m_step.clicks);
-    const int clicks = m_step.isDouble ? m_step.clicks / 2 : m_step.clicks;
-    if (clicks == 1 && reason != End::changed)
+        return undo(now);
+    if (m_step.clicks == 1 && reason != End::changed)
         m_pace.fine = true; // steps cannot get smaller, but a smoothly moving view shows intermediate positions
-    m_pace.nextClicks = m_pace.mostClicks = std::max(1, clicks / 2);
-    return step(now, State::back, m_step.clicks);
+    m_pace.nextClicks = m_pace.mostClicks = std::max(1, m_step.clicks / 2);
+    return undo(now);
 }
 
 // Where the page has changed too much, all of it may be taken once more. Where it is only too much alike, that is in vain.
@@ -505,9 +557,8 @@ ScrollSession::Order ScrollSession::giveUp(Milliseconds now, End reason)
         !m_lookBack.begin(m_progress.position, m_options.regionHeight, LookBack::Extent::end))
         return endWith(reason);
     m_lookBack.loseCount();
-    m_progress.answers = true;
-    m_progress.provesOnly = false;
-    Order order = step(now, State::checking, m_state == State::forth ? m_step.clicks : 0);
+    m_check = {.hasAnswered = true};
+    Order order = step(now, State::checking, m_state == State::forth ? m_step.clicks + m_step.ahead : 0);
     order.wait = timeToPaint;
     return order;
 }
@@ -593,19 +644,19 @@ ScrollSession::Milliseconds ScrollSession::calm(Milliseconds now) const
 // How long a view may take to respond to the wheel before the step counts as one that moved nothing.
 Milliseconds ScrollSession::answerLimit() const
 {
-    if (m_progress.idleSince && m_progress.checkedHeight == m_progress.height)
-        return std::clamp<Milliseconds>(*m_progress.idleSince + loadTime - *m_step.since, 0ms, longest);
     const bool mayBeMovie = m_step.changes > changesOfACaret / 2;
-    if (m_pace.slowestAnswer == 0ms || m_progress.idleSteps > 0 || mayBeMovie)
-        return longest;
-    const auto least = m_state == State::forth ? 2 * shortestAnswer : shortestAnswer; // that much hangs on it
-    return std::clamp<Milliseconds>(4 * m_pace.slowestAnswer, least, longest);
+    const bool waitsForMore = m_progress.idleSince && isChecked();
+    const Milliseconds least = m_state == State::forth ? 2 * shortestAnswer : shortestAnswer; // that much hangs on it
+    const bool isUnsure = m_pace.slowestAnswer == 0ms || mayBeMovie || (m_progress.idleSteps > 0 && !waitsForMore);
+    const Milliseconds limit = isUnsure ? longest : std::clamp<Milliseconds>(4 * m_pace.slowestAnswer, least, longest);
+    const Milliseconds left = waitsForMore ? *m_progress.idleSince + loadTime - *m_step.since : 0ms;
+    return left > 0ms ? std::min(limit, left) : limit; // when its time to load is over, another step is made
 }
 
 void ScrollSession::learn(const Joint &joint)
 {
     if (m_step.moved)
-        m_lookBack.loseCount(); // this was only its end
+        m_lookBack.measureNone(); // this was only its end
     else
         m_lookBack.measure(m_step.clicks, joint.shift);
     // The last step of a page is a short one: lower the estimate slowly, as a page may grow while being read.

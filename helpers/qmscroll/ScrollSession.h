@@ -140,13 +140,20 @@ private:
     enum class Wish { none, finish, finishIfScrolled };
 
     Order watch(Milliseconds now, const Sight &sight);
-    Order join(const Sight &sight);
+    Order join() const;
+    Order joinAndTurn(const Sight &sight);
+    Order joinWhereItIs();
     Order rest(Milliseconds now) const;
     Order step(Milliseconds now, State direction, int clicks);
+    Order undo(Milliseconds now);
     Order proceed(Milliseconds now);
     Order idle(Milliseconds now);
+    bool mayGoOn(bool isMovie) const;
+    bool isChecked() const;
     Order offerTheWheel(Milliseconds now);
     Order rewind(Milliseconds now, const Found &found);
+    Order checked(Milliseconds now, const Found &found);
+    Order returned(Milliseconds now, const Found &found);
     Order proveAgain(Milliseconds now);
     Order goOnFrom(Milliseconds now, int row);
     Order returnFrom(Milliseconds now, int row);
@@ -182,14 +189,14 @@ private:
         int changes = 0;                        // looks that found one, but for a scroll bar that fades
         Milliseconds pause{0};                  // the longest between two of them
         std::optional<Milliseconds> arrived;    // since when it is where it was expected, and does not change
-        bool isDoubted = false;                 // looking back, it was not what was expected
-        bool hasAnswered = false;               // the view has gone back at all
+        std::optional<int> doubted;             // looking back, the row that was not expected; -1: none
+        bool isFirstAnswer = false;             // looking back, the view has begun to go back
         bool moved = false;                     // frames were joined during the step
         bool isInterrupted = false;             // looking back, changes during an obstacle were not seen
         bool news = false;                      // nothing moved, but something new appeared
         int ahead = 0;                          // clicks of the next step, turned while this one's frame is joined
         std::optional<Milliseconds> aheadSince;
-        bool isDouble = false; // it became one with the next
+        bool isUncounted = false; // more clicks than these have led to where it is
     } m_step;
 
     struct Pace {                      // what is known of the view, and what it allows
@@ -207,26 +214,35 @@ private:
         int height = 0;             // of the picture, pixels
         int position = 0;           // the picture's row with which the last joined frame begins
         int checkedHeight = 0;      // when the page was looked at from further up; 0: not yet
-        bool answers = false;       // the view has, since then
-        bool provesOnly = false;    // nothing else is looked at,
-        bool hasMovie = false;      // because it changes all the time
-        int lookedAt = 0;           // the row found last
-        int hangs = 0;              // waits in which it has not
         int heightOfHang = 0;       // when it answered late
+        int heightOfReturn = 0;     // when it did not come back as far as it had been
         End reached = End::content; // before going back to the beginning
         int rewinds = 0;            // steps towards it
         bool isCut = false;         // it has been higher
         bool scrolled = false;      // a frame was joined after the first one, in this take or an earlier one
         bool stale = false;         // see mayBeStale()
         int idleSteps = 0;          // consecutive steps without a shift
-        std::optional<Milliseconds> idleSince{};
-        bool hesitates = false; // after such steps it went on
+        std::optional<Milliseconds> idleSince{}; // what loads has been waited for
+        bool hesitates = false;                  // after such steps it went on
         int news = 0;           // steps without a shift that showed something new, since the picture last grew
         int vainLooks = 0;      // consecutive ones that found nothing changed
         int recoveries = 0;     // since the picture last grew
         bool changes = false;   // one of them was because of what the page has changed
         End astray = End::open; // why the last frame was not joined; open if it was
     } m_progress;
+
+    struct Check { // how looking back goes on
+        enum class Scope {
+            rows,             // are all as they were taken
+            answer,           // to the wheel: nothing is known of the rows
+            answerBesideMovie // nor can be
+        } scope = Scope::rows;
+        bool hasAnswered = false;
+        bool hasHung = false;     // before it has
+        bool isVerifying = false; // that clicks were lost
+        int lookedAt = -1;        // the row found last
+        int hangs = 0;            // waits for an answer
+    } m_check;
 
     LookBack m_lookBack;
     // Something changed, other than by moving, that was in view: it may have where it no longer was.

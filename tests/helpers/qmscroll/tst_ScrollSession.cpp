@@ -34,6 +34,7 @@ struct View {
     Milliseconds painting = 0ms;  // and for how long what has come into view still changes
     Milliseconds animation = 0ms; // something small changes that often; 0: nothing does
     bool isAside = false;         // at the right edge
+    bool isWide = false;          // so that a frame shows what is new, though it has not moved
     int blankFrom = 0;            // where, for 700 pixels, only steps up to 60 can be joined; 0: nowhere
     bool isPaintedLate = false;   // it only was not painted, and is when it is taken again
     bool springsBack = false;
@@ -52,6 +53,11 @@ struct View {
     int loads = 0;          // so often more appears at its end, this long after it was reached
     int more = 900;         // pixels
     Milliseconds loading = 500ms;
+    Milliseconds sign = 0ms;         // that it does; 0: none but what it has loaded
+    bool isSilent = false;           // without a sign
+    bool isImpatient = false;        // only while its end is in view
+    Milliseconds answerToMany = 0ms; // from clicks by more than 700 pixels to the first movement; 0: as to others
+    int losesAt = 0;                 // once it is this far down, one step goes two clicks less far; 0: none
 };
 
 // What the user does, and when.
@@ -112,7 +118,8 @@ public:
         m_moved = now;
         if (!m_stallEnd && view.stallsAt && m_from >= view.stallsAt)
             m_stallEnd = now + view.stall;
-        m_answer = std::max(view.answer, m_stallEnd.value_or(now) - now);
+        const bool isLong = view.answerToMany > 0ms && std::abs(by) > 700;
+        m_answer = std::max(isLong ? view.answerToMany : view.answer, m_stallEnd.value_or(now) - now);
         if (view.springsBack && m_to > 1000)
             m_to -= 400;
     }
@@ -137,7 +144,8 @@ private:
         isPatient &= pointer == Pointer::inside && !held && m_mode == Mode::automatic;
         now += std::abs(clicks) * view.turning;
         const bool isLossy = std::abs(clicks) > 10 && ++m_longTurns == view.losesIn;
-        move(view.isDeaf ? 0 : (clicks + (isLossy ? 2 : 0)) * view.pixelsPerClick);
+        const bool isShort = view.losesAt && position() >= view.losesAt && !std::exchange(m_hasLost, true);
+        move(view.isDeaf ? 0 : (clicks + (isLossy ? 2 : 0) - (isShort ? 2 : 0)) * view.pixelsPerClick);
         m_session.turned(now);
     }
 
@@ -197,6 +205,9 @@ private:
         const bool atEnd = position() == page() - region && m_loads < view.loads;
         if (atEnd && !m_endReached)
             m_endReached = now;
+        if (view.isImpatient && !atEnd)
+            m_endReached.reset();
+        m_hasSign |= view.sign > 0ms && m_endReached && now - *m_endReached >= view.sign;
         if (m_endReached && now - *m_endReached >= view.loading) {
             ++m_loads;
             m_endReached.reset();
@@ -209,7 +220,7 @@ private:
         loadMore();
         grow();
         const int moment = isPainting() && view.painting > 0ms ? int(now / 5ms)
-                           : view.animation == 0ms             ? m_loads
+                           : view.animation == 0ms             ? (view.isSilent ? 0 : m_loads + m_hasSign)
                                                                : int(now / view.animation);
         const std::pair frame(shown(), moment);
         sight.changed = frame != m_frame;
@@ -225,8 +236,10 @@ private:
     Order join(const Order &order)
     {
         const int at = shown(), shift = at - m_at;
+        const bool isAnimated = view.isWide && m_joined.second != m_frame.second;
         m_joined = m_frame;
-        const bool isNew = std::exchange(m_joinedLoads, m_loads) != m_loads;
+        const bool isNew =
+            (std::exchange(m_joinedLoads, m_loads + m_hasSign) != m_loads + m_hasSign && !view.isSilent) || isAnimated;
         Step step = Step::joined;
         if (joins.empty())
             step = Step::first;
@@ -254,7 +267,7 @@ private:
     const Mode m_mode;
     int m_longTurns = 0;
     int m_loads = 0, m_joinedLoads = 0, m_grown = 0;
-    bool m_isAgain = false;
+    bool m_isAgain = false, m_hasLost = false, m_hasSign = false;
     std::optional<Milliseconds> m_endReached;
     ScrollSession m_session;
     double m_from = 0, m_to = 0;
@@ -262,6 +275,51 @@ private:
     std::optional<Milliseconds> m_stallEnd;
     std::pair<int, int> m_frame{-1, 0}, m_joined{-1, 0};
     int m_at = 0; // the stitcher's place
+};
+
+// A view that answers at once and goes as far as expected.
+class EvenView
+{
+public:
+    explicit EvenView(int limit = 30'000)
+        : session({.mode = Mode::automatic, .regionHeight = region, .heightLimit = limit})
+    {
+        next();
+        joined(Step::first);
+        while (next().clicks == 0 && height < limit)
+            joined(Step::joined);
+    }
+
+    Order next(bool arrived = true)
+    {
+        for (bool changed = true;; changed = false) {
+            const Order order = session.look(m_now, {.changed = changed, .fresh = true, .arrived = arrived});
+            if (order.kind != Order::Kind::look) {
+                m_ahead = order.clicks;
+                return order;
+            }
+            m_now += order.wait;
+        }
+    }
+
+    Order joined(Step step)
+    {
+        constexpr int pixelsPerClick = 60;
+        if (m_ahead > 0)
+            session.turned(m_now);
+        const int shift = step == Step::joined ? m_clicks * pixelsPerClick : 0;
+        height += shift;
+        const Order order = session.joined(m_now, {step, shift, height, region, step == Step::renewed});
+        m_clicks = m_ahead > 0 ? m_ahead : order.clicks;
+        return order;
+    }
+
+    ScrollSession session;
+    int height = region;
+
+private:
+    Milliseconds m_now{0};
+    int m_clicks = 0, m_ahead = 0;
 };
 
 Event wheel(Milliseconds at, double pixels)
@@ -294,7 +352,7 @@ private Q_SLOTS:
     {
         QTest::addColumn<Case>("of");
         const auto row = [](const char *name, const Case &of) { QTest::newRow(name) << of; };
-        row("plain", {.milliseconds = 3200});
+        row("plain", {.milliseconds = 3450});
         row("nothing to scroll", {.view = {.page = region}, .milliseconds = 8200, .notice = Notice::wheelDoesNothing});
         row("the user scrolls too far where the wheel does nothing",
             {.view = {.isDeaf = true},
@@ -303,8 +361,9 @@ private Q_SLOTS:
              .furthest = 0,
              .milliseconds = 9100,
              .notice = Notice::placeLost});
-        row("less than a click to scroll", {.view = {.page = region + 20}, .milliseconds = 2350});
+        row("less than a click to scroll", {.view = {.page = region + 20}, .milliseconds = 2600});
         row("smooth", {.view = {.pixelsPerClick = 120, .smooth = 200ms}, .milliseconds = 8000});
+        row("more slowly", {.view = {.smooth = 400ms}, .milliseconds = 11'000});
         row("smooth, on a slow machine",
             {.view = {.pixelsPerClick = 120, .smooth = 200ms, .picture = 30ms}, .milliseconds = 8000});
         row("smooth, with a pause on its way",
@@ -312,7 +371,7 @@ private Q_SLOTS:
         row("and on its way back",
             {.view = {.smooth = 200ms, .blankFrom = 2000, .pausesAt = 1500}, .milliseconds = 20'500});
         row("stalls once", {.view = {.stallsAt = 2000}, .milliseconds = 4200});
-        row("hangs for a while", {.view = {.stallsAt = 2000, .stall = 5000ms}, .milliseconds = 8300});
+        row("hangs for a while", {.view = {.stallsAt = 2000, .stall = 5000ms}, .milliseconds = 8500});
         row("hangs while it goes on painting a caret",
             {.view = {.animation = 500ms, .stallsAt = 2000, .stall = 5000ms}, .milliseconds = 9500});
         row("hangs at its end", {.view = {.stallsAt = 5400, .stall = 3000ms}, .milliseconds = 8500});
@@ -330,13 +389,16 @@ private Q_SLOTS:
                                .furthest = somewhere,
                                .milliseconds = 13'000});
         row("slow to answer", {.view = {.answer = 300ms}, .milliseconds = 12'000});
-        row("hardly moves", {.view = {.pixelsPerClick = 2}, .milliseconds = 3350});
+        row("hardly moves", {.view = {.pixelsPerClick = 2}, .milliseconds = 3600});
         row("hardly moves, and the wheel takes its time",
             {.view = {.pixelsPerClick = 2, .page = 2000, .answer = 30ms, .turning = 4ms}, .milliseconds = 15'000});
-        row("one click is most of the region", {.view = {.pixelsPerClick = 470}, .milliseconds = 2950});
-        row("a caret", {.view = {.animation = 500ms}, .milliseconds = 3300});
+        row("one click is most of the region", {.view = {.pixelsPerClick = 470}, .milliseconds = 3200});
+        row("a caret", {.view = {.animation = 500ms}, .milliseconds = 3550});
+        for (const auto interval : {120ms, 400ms, 1000ms})
+            row(qPrintable(QStringLiteral("something wide that changes every %1 ms").arg(interval / 1ms)),
+                {.view = {.animation = interval, .isWide = true}, .milliseconds = 6500});
         row("slow, with a caret", {.view = {.answer = 400ms, .animation = 410ms}, .milliseconds = 31'000});
-        row("a scroll bar that goes on fading", {.view = {.animation = 5ms, .isAside = true}, .milliseconds = 6700});
+        row("a scroll bar that goes on fading", {.view = {.animation = 5ms, .isAside = true}, .milliseconds = 7200});
         row("is painted slowly", {.view = {.painting = 200ms}, .milliseconds = 12'000});
         row("slow, with a movie", {.view = {.answer = 250ms, .animation = 90ms}, .milliseconds = 12'000});
         row("alike for a while: smaller steps", {.view = {.blankFrom = 2000}, .milliseconds = 5500});
@@ -356,8 +418,51 @@ private Q_SLOTS:
             {.view = {.answer = 60ms, .blankFrom = 6000, .loads = 1, .loading = 2000ms},
              .furthest = 6900 - region,
              .milliseconds = 12'000});
-        row("grows out of view: once more from the beginning",
-            {.view = {.growsAt = 1500}, .furthest = 6300 - region, .milliseconds = 5500});
+        for (const auto answer : {2ms, 30ms, 150ms})
+            row(qPrintable(QStringLiteral("loads without a sign, and answers after %1 ms").arg(answer / 1ms)),
+                {.view = {.answer = answer, .smooth = 200ms, .loads = 1, .loading = 1950ms, .isSilent = true},
+                 .furthest = 6900 - region,
+                 .milliseconds = 16'000});
+        row("shows early that it loads", {.view = {.answer = 30ms, .loads = 1, .loading = 3500ms, .sign = 1700ms},
+                                          .furthest = 6900 - region,
+                                          .milliseconds = 12'000});
+        row("loads only while its end is in view",
+            {.view = {.answer = 60ms, .loads = 1, .loading = 800ms, .isSilent = true, .isImpatient = true},
+             .furthest = 6900 - region,
+             .milliseconds = 8000});
+        row("loads while the pointer is elsewhere",
+            {.view = {.answer = 30ms, .loads = 1, .loading = 2500ms, .isSilent = true},
+             .events = {point(3000ms, Pointer::away), point(7000ms, Pointer::inside)},
+             .furthest = 6900 - region,
+             .milliseconds = 12'000,
+             .notice = Notice::pointerAway});
+        // What has grown is seen by where clicks lead, and not by anything in view.
+        const auto grows = [&](const char *name, View view, int page = 6300, const std::vector<Event> &events = {}) {
+            view.growsAt = view.growsAt > 0 ? view.growsAt : 1500;
+            row(name, {.view = view,
+                       .events = events,
+                       .furthest = page - region,
+                       .milliseconds = 12'000,
+                       .notice = events.empty() ? Notice::none : Notice::pointerAway});
+        };
+        grows("grows out of view: once more from the beginning", {});
+        grows("and many clicks are answered late", {.answerToMany = 400ms});
+        grows("or later than most are",
+              {.pixelsPerClick = 90,
+               .page = 3910,
+               .answer = 16ms,
+               .smooth = 62ms,
+               .picture = 16ms,
+               .growsAt = 1035,
+               .answerToMany = 209ms},
+              4210);
+        grows("and it hangs on the way", {.stallsAt = 1500, .stall = 2500ms, .growsAt = 2500});
+        grows("and a click is lost on the way", {.pixelsPerClick = 20, .losesAt = 3000});
+        grows("and it loads more at its end",
+              {.pixelsPerClick = 20, .page = 2600, .growsAt = 950, .loads = 4, .more = 650}, 5500);
+        grows("and the pointer is elsewhere while it looks back", {.answer = 60ms, .growsAt = 2400}, 6300,
+              {point(2800ms, Pointer::away), point(3200ms, Pointer::inside)});
+        row("many clicks are answered late", {.view = {.answerToMany = 500ms}, .milliseconds = 6500});
         row("the same beside a scroll bar that fades where nothing moves",
             {.view = {.painting = 400ms, .isAside = true, .growsAt = 1500},
              .furthest = 6300 - region,
@@ -366,6 +471,7 @@ private Q_SLOTS:
             {.view = {.blankFrom = 1000, .fillsAt = 3750, .sticks = true}, .furthest = 0, .milliseconds = 8000});
         row("loses clicks at the first look back", {.view = {.losesIn = 1}, .milliseconds = 3600});
         row("and at the last", {.view = {.losesIn = 4}, .milliseconds = 3600});
+        row("and on the way forth", {.view = {.losesIn = 5}, .milliseconds = 3600});
         row("and does not move any more",
             {.view = {.growsAt = 1500, .sticks = true}, .furthest = 0, .milliseconds = 5500});
         row("nor before Escape", {.view = {.growsAt = 1500, .sticks = true},
@@ -391,7 +497,7 @@ private Q_SLOTS:
             {.view = {.pixelsPerClick = 500}, .end = End::lost, .furthest = 0, .milliseconds = 1900});
         row("changes under way",
             {.view = {.changesAt = 3000}, .end = End::lost, .furthest = somewhere, .milliseconds = 4500});
-        row("changes before it moves: once more", {.view = {.changesAt = 1, .settles = true}, .milliseconds = 6500});
+        row("changes before it moves: once more", {.view = {.changesAt = 1, .settles = true}, .milliseconds = 7100});
         row("goes away", {.view = {.changesAt = 3000, .goesAway = true},
                           .end = End::lost,
                           .furthest = somewhere,
@@ -399,7 +505,7 @@ private Q_SLOTS:
 
         // What the user scrolls meanwhile is joined.
         const auto pause = [&](const char *name, const Event &begin, const Event &end, Notice notice) {
-            row(name, {.events = {begin, wheel(1200ms, 100), end}, .milliseconds = 5050, .notice = notice});
+            row(name, {.events = {begin, wheel(1200ms, 100), end}, .milliseconds = 5300, .notice = notice});
         };
         const Event back = point(2000ms, Pointer::inside);
         pause("the pointer is elsewhere", point(400ms, Pointer::away), back, Notice::pointerAway);
@@ -503,6 +609,63 @@ private Q_SLOTS:
         looks.nextClicks();
         QCOMPARE(looks.clicksToVerify(5200), clicks);
         QVERIFY(looks.agrees(7700) && !looks.agrees(7500));
+    }
+
+    // A look that is disturbed tells nothing, but only that one.
+    void theCountIsLostForOneLookBack()
+    {
+        LookBack looks;
+        looks.measure(1, 100);
+        looks.measure(3, 300);
+        for (const bool isLost : {true, false}) {
+            QVERIFY(looks.begin(10'000, region));
+            looks.nextClicks();
+            if (isLost)
+                looks.loseCount();
+            QCOMPARE(looks.agrees(7700), isLost);
+        }
+    }
+
+    // Where all goes as expected, the wheel is turned before a frame is joined. What has been turned too much is taken back.
+    void theWheelIsTurnedAhead_data()
+    {
+        QTest::addColumn<QList<Step>>("steps");
+        QTest::addColumn<QList<int>>("clicks");
+        QTest::newRow("as expected") << QList{Step::joined} << QList{0};
+        QTest::newRow("nothing fits: smaller steps") << QList{Step::lost, Step::still} << QList{-12, 3};
+        QTest::newRow("something has changed: the same step, and from further up if it was seen there, too")
+            << QList{Step::doubtful, Step::doubtful, Step::doubtful} << QList{-12, -6, -6};
+        QTest::newRow("it has not moved, but for something else") << QList{Step::renewed, Step::still} << QList{-12, 6};
+        QTest::newRow("it has not moved") << QList{Step::still, Step::still} << QList{-12, 6};
+    }
+
+    void theWheelIsTurnedAhead()
+    {
+        QFETCH(QList<Step>, steps);
+        QFETCH(QList<int>, clicks);
+        EvenView view;
+        for (int i = 0; i < steps.size(); ++i) {
+            QCOMPARE(view.joined(steps[i]).clicks, clicks[i]);
+            QCOMPARE(view.next().clicks, steps[i] == Step::joined ? 6 : 0); // until steps are even again
+        }
+    }
+
+    // The user may decide while the wheel is turned.
+    void whatIsWishedMeanwhile()
+    {
+        EvenView done;
+        done.session.finish();
+        done.joined(Step::joined);
+        QCOMPARE(done.session.end(), End::open); // what has been turned is on the screen
+        QCOMPARE(done.next().kind, Order::Kind::join);
+        done.joined(Step::joined);
+        QCOMPARE(done.session.end(), End::wish);
+
+        EvenView cancelled(4000);
+        cancelled.height = 4000;
+        cancelled.session.cancel();
+        cancelled.joined(Step::joined);
+        QCOMPARE(cancelled.session.end(), End::cancelled);
     }
 
     // A step of several clicks is taken back as it was made, and made smaller.
