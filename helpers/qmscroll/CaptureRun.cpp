@@ -168,7 +168,10 @@ void CaptureRun::look()
     sight.fresh = m_fresh;
     const std::optional<int> expected = m_session.expectedShift();
     sight.arrived = expected && sight.fresh && m_take->stitcher().hasMovedBy(*expected, frame);
-    sight.trusted = m_joined.isNull() && !differs(frame, m_region.before);
+    if (m_joined.isNull()) {
+        sight.trusted = !differs(frame, m_region.before);
+        sight.covered = isPartlyDimmed(frame, m_region.before);
+    }
     m_frame = frame;
     act(m_session.look(now(), sight));
 }

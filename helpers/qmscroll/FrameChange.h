@@ -11,6 +11,10 @@ constexpr int sideWidth = 48;
 // fourth byte is ignored.
 bool differs(const QImage &frame, const QImage &other, int aside = 0);
 
+// True if a frame still shows, in part, the overlay in which the region was drawn: the rest is what was visible before, and
+// nobody has painted over it yet. Both RGB32 of the same size.
+bool isPartlyDimmed(const QImage &frame, const QImage &before);
+
 // True if so many pixels of two rows show the same; the fourth byte is ignored.
 bool areAlike(const QRgb *pixels, const QRgb *others, int count);
 

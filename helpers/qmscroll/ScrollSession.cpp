@@ -38,7 +38,7 @@ constexpr int rewindLimit = 40;                              // heights by which
 constexpr auto offerTime = 6s;                               // to begin to scroll where the wheel does nothing
 constexpr auto pauseInLoading = 250ms; // longer than between two pictures of a movie on a slow machine
 constexpr int changesOfACaret = 5;     // while a step shows that nothing moves
-constexpr auto timeToPaint = 5000ms;   // for a browser whose page keeps it busy: it scrolls on, and shows nothing
+constexpr auto timeToPaint = 5000ms;   // for a browser whose page keeps it busy
 constexpr int returnRounding = 16;     // pixels
 constexpr int hangLimit = 5;           // times longestJump, of a program that is busy
 constexpr int newsLimit = 3;           // a list loads more within so many waits, or it is an animation
@@ -593,6 +593,8 @@ ScrollSession::Notice ScrollSession::obstacle(const Sight &sight) const
 bool ScrollSession::isSettled(Milliseconds now, const Sight &sight) const
 {
     const Milliseconds passed = now - *m_step.since;
+    if (m_state == State::opening && sight.covered)
+        return passed >= timeToPaint;
     if (passed >= (m_state == State::opening ? longestStart
                    : isLookingBack()         ? longestJump
                                              : longest + m_pace.patience))

@@ -68,6 +68,7 @@ public:
         bool fresh = false;   // it differs from the last frame passed to the stitcher
         bool arrived = false; // it is as far from the last joined frame as expectedShift() says
         bool trusted = false; // it equals what was visible before our windows covered anything
+        bool covered = false; // where our windows were, the program below has not painted yet
         Pointer pointer = Pointer::inside;
         bool held = false;    // a button is down, or a key that changes what the wheel does
         bool strange = false; // another window than at first lies under the pointer, and would get the wheel

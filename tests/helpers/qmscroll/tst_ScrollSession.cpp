@@ -611,6 +611,18 @@ private Q_SLOTS:
         QVERIFY(looks.agrees(7700) && !looks.agrees(7500));
     }
 
+    // What still covers the view is waited for, but not for ever.
+    void leftoversAreWaitedFor()
+    {
+        for (const bool isPainted : {true, false}) {
+            ScrollSession session({.mode = Mode::automatic, .regionHeight = region, .heightLimit = heightLimit});
+            Milliseconds now = 0ms;
+            for (Order order; order.kind == Order::Kind::look; now += order.wait)
+                order = session.look(now, {.fresh = true, .covered = !isPainted || now < 3s});
+            QVERIFY(isPainted ? now >= 3s && now < 3100ms : now >= 5s && now < 5100ms);
+        }
+    }
+
     // A look that is disturbed tells nothing, but only that one.
     void theCountIsLostForOneLookBack()
     {

@@ -1,4 +1,5 @@
 #include "config/UnfinishedPictures.h"
+#include "helpers/curtain/Dimming.h"
 #include "helpers/qmscroll/FrameChange.h"
 #include "helpers/qmscroll/ScrollBar.h"
 #include "helpers/qmscroll/Stitcher.h"
@@ -527,6 +528,25 @@ private Q_SLOTS:
         QVERIFY(hashRows(frame) == hashRows(other));
         reinterpret_cast<QRgb *>(other.scanLine(20))[7] ^= 1;
         QVERIFY(differs(frame, other));
+    }
+
+    // Where a browser is busy, the region keeps what the overlay has shown there last.
+    void leftoversOfTheOverlay()
+    {
+        const QImage before = ScrollScene({.content = Content::text}, 1).frame(0);
+        const QRect drawn(0, 0, before.width() * 3 / 4, before.height() * 3 / 4);
+        QImage left = before.copy();
+        for (int y = 0; y < left.height(); ++y)
+            dim(reinterpret_cast<quint32 *>(left.scanLine(y)),
+                reinterpret_cast<const quint32 *>(before.constScanLine(y)), size_t(left.width()));
+        QPainter painter(&left);
+        painter.drawImage(drawn, before, drawn);
+        painter.setPen(Qt::white);
+        painter.drawRect(drawn);
+        painter.end();
+        QVERIFY(isPartlyDimmed(left, before));
+        for (const int at : {0, 57})
+            QVERIFY(!isPartlyDimmed(ScrollScene({.content = Content::text}, 1).frame(at), before));
     }
 
     void failures()
