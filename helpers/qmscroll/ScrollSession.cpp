@@ -328,14 +328,14 @@ ScrollSession::Order ScrollSession::idle(Milliseconds now)
 // one that snaps may only have gone back by itself, and one that has gone on after standing still does so again.
 bool ScrollSession::mayGoOn(bool isMovie) const
 {
-    const bool isOnTheWay = m_progress.position > 0 && !m_progress.hesitates && !isMovie && m_lookBack.isEven();
-    if (m_progress.idleSteps < (isOnTheWay ? 1 : idleLimit))
+    const bool mayLookBackEarly = m_progress.position > 0 && !m_progress.hesitates && !isMovie && m_lookBack.isEven();
+    if (m_progress.idleSteps < (mayLookBackEarly ? 1 : idleLimit))
         return true;
-    return isChecked() &&
-           *m_step.since - *m_progress.idleSince < loadTime; // the last turn is to find what has loaded by then
+    // The last turn is to find what has loaded by then.
+    return isChecked() && *m_step.since - *m_progress.idleSince < loadTime;
 }
 
-// True if looking back was to no purpose, and is over.
+// True if it was looked back over when it was as high as now, and has come to its end again.
 bool ScrollSession::isChecked() const
 {
     return m_state == State::forth && m_progress.checkedHeight == m_progress.height;
