@@ -131,6 +131,11 @@ def bare_seconds(screen, program, view):
     return time.monotonic() - begun
 
 
+def is_dimmed(picture, before):
+    light, light_before = (sum(pixels[::61]) for pixels in (picture, before))
+    return light < 0.8 * light_before
+
+
 def capture(qmscroll, screen, view, home):
     """Seconds from the drawn region to the end, what it said, and the picture's path."""
     path = home / "picture.png"
@@ -141,7 +146,7 @@ def capture(qmscroll, screen, view, home):
                               stdout=subprocess.DEVNULL, stderr=subprocess.PIPE, text=True)
     left, top, width, height = view
     try:
-        while screen.pixels((0, 0, *SCREEN)) == before:  # the overlay dims the screen
+        while not is_dimmed(screen.pixels((0, 0, *SCREEN)), before):  # a browser may paint something, too
             if helper.poll() is not None:
                 raise RuntimeError("qmscroll ends before it begins: " + helper.stderr.read())
             time.sleep(0.05)
@@ -154,7 +159,7 @@ def capture(qmscroll, screen, view, home):
         screen.release()
         said = helper.communicate(timeout=LONGEST)[1].strip().removeprefix("qmscroll: ")
         if helper.returncode != 0 or not path.exists():
-            raise RuntimeError(f"qmscroll fails: {said}")
+            raise RuntimeError(f"qmscroll ends with {helper.returncode} and no picture: {said}")
         return time.monotonic() - begun, said, path
     except subprocess.TimeoutExpired:
         raise RuntimeError("qmscroll takes too long") from None
