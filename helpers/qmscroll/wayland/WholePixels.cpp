@@ -1,5 +1,6 @@
 #include "helpers/qmscroll/wayland/WholePixels.h"
 
+#include <algorithm>
 #include <cmath>
 #include <numeric>
 
@@ -10,6 +11,8 @@ static constexpr int scaleUnit = 120; // scales are multiples of a 120th, as in 
 std::optional<WholePixels> wholePixelsAround(const RegionPart &part)
 {
     const QSize points = part.logical.size();
+    if (points.isEmpty())
+        return {};
     const int scale = int(std::lround(double(part.monitor.width()) * scaleUnit / points.width())); // in 120ths
     const auto whole = [scale](int length) { return int(std::lround(double(length) * scale / scaleUnit)); };
     // Compositors round to whole points, so up to a point may be too much. More tells that the scale is no multiple of a 120th;
@@ -20,8 +23,9 @@ std::optional<WholePixels> wholePixelsAround(const RegionPart &part)
     };
     if (!comesOut(points.width(), part.monitor.width()) || !comesOut(points.height(), part.monitor.height()))
         return {};
-    const int step = scaleUnit / std::gcd(scale, scaleUnit); // points that are whole pixels
-    const int stepPixels = step * scale / scaleUnit;
+    const int divisor = std::gcd(scale, scaleUnit);
+    const int step = scaleUnit / divisor; // points that are whole pixels
+    const int stepPixels = std::max(1, scale / divisor);
     const QPoint first(part.pixels.x() / stepPixels, part.pixels.y() / stepPixels); // steps
     const QPoint last(part.pixels.right() / stepPixels, part.pixels.bottom() / stepPixels);
     const QRect asked(first * step, last * step + QPoint(step - 1, step - 1));
