@@ -32,7 +32,10 @@ void PointerPicture::set(wl_pointer *pointer, quint32 serial, OverlayDesktop::Po
         return;
     const QSize size = picture->size();
     // The hot spot is in the surface's coordinates. It may lie outside the picture, which then stands beside the pointer.
-    const auto hot = [&](int length, int away) { return int(std::floor((length / 2 - away) / scale)); };
+    const auto hot = [&](int length, int away) {
+        const int at = length / 2 - away; // a whole pixel
+        return int(std::floor(at / scale));
+    };
     wl_pointer_set_cursor(pointer, serial, m_surface, hot(size.width(), offset.x()), hot(size.height(), offset.y()));
     if (m_viewport)
         wp_viewport_set_destination(m_viewport, std::max(1, int(std::lround(size.width() / scale))),
