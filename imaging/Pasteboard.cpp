@@ -57,7 +57,7 @@ private:
         QByteArray bytes = m_png.get();
         QBuffer file(&bytes);
         file.open(QIODevice::ReadOnly);
-        const QImage pixels = ImageFile::load(file).image.pixels;
+        QImage pixels = ImageFile::load(file).image.pixels;
         return pixels.hasAlphaChannel() ? pixels : std::move(pixels).convertToFormat(QImage::Format_RGB32);
     }
 

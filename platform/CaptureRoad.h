@@ -20,7 +20,7 @@ struct CaptureRoad {
 
     static CaptureRoad current(); // any thread; waits for answers, for two seconds at most
     // Makes the portal forget that answer. Main thread, which also gets the call when it is done.
-    static void askAgain(std::function<void()> done);
+    static void askAgain(const std::function<void()> &done);
 };
 
 } // namespace qm

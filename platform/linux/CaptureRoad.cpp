@@ -96,7 +96,7 @@ CaptureRoad CaptureRoad::current()
     return {};
 }
 
-void CaptureRoad::askAgain(std::function<void()> done)
+void CaptureRoad::askAgain(const std::function<void()> &done)
 {
     const auto left = std::make_shared<qsizetype>(ourNames.size());
     for (const QString &name : ourNames) {

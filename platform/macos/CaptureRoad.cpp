@@ -7,7 +7,7 @@ CaptureRoad CaptureRoad::current()
     return {Kind::system};
 }
 
-void CaptureRoad::askAgain(std::function<void()> done)
+void CaptureRoad::askAgain(const std::function<void()> &done)
 {
     done();
 }
