@@ -170,7 +170,7 @@ void CaptureRun::look()
     sight.arrived = expected && sight.fresh && m_take->stitcher().hasMovedBy(*expected, frame);
     if (m_joined.isNull()) {
         sight.trusted = !differs(frame, m_region.before);
-        sight.covered = isPartlyDimmed(frame, m_region.before);
+        sight.covered = !sight.trusted && isPartlyDimmed(frame, m_region.before);
     }
     m_frame = frame;
     act(m_session.look(now(), sight));

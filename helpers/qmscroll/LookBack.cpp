@@ -20,7 +20,7 @@ void LookBack::measure(int clicks, int shift)
         std::min<double>(clicks, std::max(leastRounding, expected / 16)); // a pixel a click, as a rule
     ++m_steps;
     m_shorts += m_hasShort;
-    m_goesFurther |= away > rounding;
+    m_isUneven |= away > rounding;
     m_hasShort = away < -rounding;
     m_isLastAlike = m_lastClicks > 0 && std::abs(shift - double(m_lastShift) * clicks / m_lastClicks) <= leastRounding;
     m_lastClicks = clicks;
@@ -33,12 +33,12 @@ void LookBack::measure(int clicks, int shift)
 
 void LookBack::measureNone()
 {
-    m_goesFurther = true;
+    m_isUneven = true;
 }
 
 bool LookBack::isEven() const
 {
-    return !m_goesFurther && m_shorts * stepsPerShort <= m_steps;
+    return !m_isUneven && m_shorts * stepsPerShort <= m_steps;
 }
 
 void LookBack::reachEnd()

@@ -50,7 +50,7 @@ private:
     int m_clicks = 0, m_pixels = 0; // measured
     bool m_hasShort = false;        // the latest step was shorter than the others
     int m_steps = 0, m_shorts = 0;  // the latter in the midst of others
-    bool m_goesFurther = false;     // than the same clicks have before
+    bool m_isUneven = false;        // a step went further than the same clicks before, or it is not known how far
     int m_lastClicks = 0, m_lastShift = 0;
     bool m_isLastAlike = false; // the latest step went the same way per click as the one before
     bool m_isCountLost = false;

@@ -173,7 +173,12 @@ private:
     Milliseconds answerLimit() const;
     void learn(const Joint &joint);
 
-    static constexpr int mostClicks = 200; // per step, for a view that hardly moves
+    static constexpr Milliseconds restInterval{30};  // while nothing happens
+    static constexpr Milliseconds longestJump{2000}; // over many heights, on a slow machine
+    static constexpr Milliseconds loadTime{2000};    // in which a list may load more
+    static constexpr int changesOfACaret = 5;        // while a step shows that nothing moves
+    static constexpr Milliseconds timeToPaint{5000}; // for a browser whose page keeps it busy
+    static constexpr int mostClicks = 200;           // per step, for a view that hardly moves
 
     const Options m_options;
     Mode m_mode;

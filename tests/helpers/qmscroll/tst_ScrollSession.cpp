@@ -1,326 +1,15 @@
-// The session against views that only exist as numbers: how far a wheel click goes, how late and how slowly it shows.
+// The session against simulated views.
 
-#include "helpers/qmscroll/ScrollSession.h"
+#include "tests/helpers/qmscroll/ScrollSimulation.h"
 
 #include <QTest>
 
 #include <algorithm>
-#include <functional>
-#include <vector>
 
 using namespace qm;
-using namespace std::chrono_literals;
-using Milliseconds = ScrollSession::Milliseconds;
-using Order = ScrollSession::Order;
-using End = ScrollSession::End;
-using Mode = ScrollSession::Mode;
-using Notice = ScrollSession::Notice;
-using Pointer = ScrollSession::Pointer;
-using Step = Stitcher::Step;
+using namespace qm::simulated;
 
 namespace {
-
-constexpr int region = 600; // pixels of height
-constexpr int heightLimit = 8000;
-constexpr int allOfIt = -1, somewhere = -2, nowhere = -3;
-
-struct View {
-    double pixelsPerClick = 57;
-    int page = 6000;              // pixels of height
-    Milliseconds answer = 2ms;    // from a click to the first movement
-    Milliseconds turning = 0ms;   // the wheel by one click, before it answers
-    Milliseconds smooth = 0ms;    // how long a movement takes
-    Milliseconds picture = 1ms;   // from one of its pictures to the next
-    Milliseconds painting = 0ms;  // and for how long what has come into view still changes
-    Milliseconds animation = 0ms; // something small changes that often; 0: nothing does
-    bool isAside = false;         // at the right edge
-    bool isWide = false;          // so that a frame shows what is new, though it has not moved
-    int blankFrom = 0;            // where, for 700 pixels, only steps up to 60 can be joined; 0: nowhere
-    bool isPaintedLate = false;   // it only was not painted, and is when it is taken again
-    bool springsBack = false;
-    int stallsAt = 0; // once it is this far down, no click is answered for a while; 0: never
-    Milliseconds stall = 450ms;
-    int pausesAt = 0;       // once it is this far down, a movement stands still for 60 ms on its way; 0: none
-    int changesAt = 0;      // once it is this far down, nothing matches what was there before; 0: never
-    bool settles = false;   // but not when it is taken again
-    bool goesAway = false;  // and it does not move any more
-    int growsAt = 0;        // there 300 pixels appear when it has left the view, which stays where it is; 0: nowhere
-    int fillsAt = 0;        // there 100 pixels change when they have left the view; 0: nowhere
-    bool isDeaf = false;    // only the user's wheel moves it
-    bool sticks = false;    // once it is to be taken again
-    int losesIn = 0;        // two clicks are lost of the so-many-th turn by more than ten; 0: none
-    bool beginsLow = false; // what is further up was not in the region at first
-    int loads = 0;          // so often more appears at its end, this long after it was reached
-    int more = 900;         // pixels
-    Milliseconds loading = 500ms;
-    Milliseconds sign = 0ms;         // that it does; 0: none but what it has loaded
-    bool isSilent = false;           // without a sign
-    bool isImpatient = false;        // only while its end is in view
-    Milliseconds answerToMany = 0ms; // from clicks by more than 700 pixels to the first movement; 0: as to others
-    int losesAt = 0;                 // once it is this far down, one step goes two clicks less far; 0: none
-};
-
-// What the user does, and when.
-struct Event {
-    Milliseconds at;
-    std::function<void(ScrollSession &, class Simulation &)> act;
-};
-
-struct Case {
-    View view = {};
-    std::vector<Event> events = {};
-    Mode mode = Mode::automatic;
-    End end = End::content;
-    int furthest = allOfIt;
-    int milliseconds = 0; // at most
-    Notice notice = Notice::none;
-};
-
-class Simulation
-{
-public:
-    explicit Simulation(const Case &of)
-        : view(of.view)
-        , m_mode(of.mode)
-        , m_session({.mode = of.mode, .regionHeight = region, .heightLimit = heightLimit})
-    {
-        auto event = of.events.begin();
-        for (Milliseconds look = 0ms; now < 300s;) {
-            for (; event != of.events.end() && event->at <= look; ++event)
-                event->act(m_session, *this);
-            now = look;
-            Order order = m_session.look(now, sight());
-            if (m_session.notice() != Notice::none)
-                notice = m_session.notice();
-            while (order.kind == Order::Kind::find)
-                order = m_session.found(now, {find(), shown() == 0 && !view.beginsLow && !view.isAside});
-            if (order.kind == Order::Kind::again)
-                order = beginAgain();
-            if (order.kind == Order::Kind::join)
-                order = join(order);
-            if (order.kind == Order::Kind::end)
-                break;
-            if (order.kind == Order::Kind::scroll)
-                turn(order.clicks);
-            look = now + std::max<Milliseconds>(order.wait, 1ms);
-        }
-        end = m_session.end();
-        stale = m_session.mayBeStale();
-    }
-
-    // The wheel turned, by whomever.
-    void move(double by)
-    {
-        m_from = position();
-        if ((view.goesAway && m_from >= view.changesAt) || (view.sticks && m_isAgain))
-            return;
-        m_to = std::clamp(m_to + by, 0.0, double(page() - region));
-        m_moved = now;
-        if (!m_stallEnd && view.stallsAt && m_from >= view.stallsAt)
-            m_stallEnd = now + view.stall;
-        const bool isLong = view.answerToMany > 0ms && std::abs(by) > 700;
-        m_answer = std::max(isLong ? view.answerToMany : view.answer, m_stallEnd.value_or(now) - now);
-        if (view.springsBack && m_to > 1000)
-            m_to -= 400;
-    }
-
-    int page() const { return view.page + view.more * m_loads + m_grown; }
-
-    const View view;
-    Pointer pointer = Pointer::inside;
-    bool held = false;
-    Milliseconds now{0};
-    End end = End::open;
-    Notice notice = Notice::none; // the last there was
-    bool isPatient = true;        // no click while something is in the way
-    std::vector<int> joins;       // positions of the frames that were joined
-    int furthest = nowhere;       // of these
-    bool moving = false;          // a frame was joined in the middle of a movement
-    bool stale = false;
-
-private:
-    void turn(int clicks)
-    {
-        isPatient &= pointer == Pointer::inside && !held && m_mode == Mode::automatic;
-        now += std::abs(clicks) * view.turning;
-        const bool isLossy = std::abs(clicks) > 10 && ++m_longTurns == view.losesIn;
-        const bool isShort = view.losesAt && position() >= view.losesAt && !std::exchange(m_hasLost, true);
-        move(view.isDeaf ? 0 : (clicks + (isLossy ? 2 : 0) - (isShort ? 2 : 0)) * view.pixelsPerClick);
-        m_session.turned(now);
-    }
-
-    int position() const
-    {
-        if (now - m_moved < m_answer)
-            return int(m_from);
-        Milliseconds since = (now - m_moved - m_answer) / view.picture * view.picture;
-        if (view.pausesAt && m_from >= view.pausesAt && m_from < view.pausesAt + region)
-            since = std::max(std::min(since, 100ms), since - 60ms);
-        const double share = view.smooth == 0ms ? 1 : std::min(1.0, double(since / 1ms) / (view.smooth / 1ms));
-        return int(m_from + (m_to - m_from) * share);
-    }
-
-    // The row of the picture with which the region begins.
-    int shown() const
-    {
-        const bool isHidden = position() >= view.growsAt && !m_isAgain;
-        return position() - (isHidden ? m_grown : 0);
-    }
-
-    std::optional<int> find() const
-    {
-        const int from = position() + region / 3; // what is above may be a header
-        const bool isNew =
-            m_grown > 0 && !m_isAgain && position() > view.growsAt - region && from < view.growsAt + m_grown;
-        const bool isBehind = shown() > furthest + region / 3; // less than half of what counts is in the picture
-        const bool isElsewhere = view.beginsLow && shown() == 0;
-        const bool isFilled =
-            view.fillsAt && !m_isAgain && position() > view.fillsAt - region && from < view.fillsAt + 100;
-        const bool isPainted =
-            view.isPaintedLate && !m_isAgain && position() + 2 * region > view.blankFrom && from < view.blankFrom + 700;
-        return isNew || isBehind || isElsewhere || isFilled || isPainted ? std::nullopt : std::optional(shown());
-    }
-
-    Order beginAgain()
-    {
-        m_isAgain = true;
-        joins.clear();
-        furthest = m_at = 0;
-        return {Order::Kind::join};
-    }
-
-    void grow()
-    {
-        if (view.growsAt == 0 || m_grown > 0 || position() < view.growsAt + 2 * region)
-            return;
-        m_grown = 300;
-        m_from += m_grown;
-        m_to += m_grown;
-    }
-
-    bool isPainting() const { return now - m_moved < m_answer + view.smooth + view.painting; }
-
-    void loadMore()
-    {
-        const bool atEnd = position() == page() - region && m_loads < view.loads;
-        if (atEnd && !m_endReached)
-            m_endReached = now;
-        if (view.isImpatient && !atEnd)
-            m_endReached.reset();
-        m_hasSign |= view.sign > 0ms && m_endReached && now - *m_endReached >= view.sign;
-        if (m_endReached && now - *m_endReached >= view.loading) {
-            ++m_loads;
-            m_endReached.reset();
-        }
-    }
-
-    ScrollSession::Sight sight()
-    {
-        ScrollSession::Sight sight;
-        loadMore();
-        grow();
-        const int moment = isPainting() && view.painting > 0ms ? int(now / 5ms)
-                           : view.animation == 0ms             ? (view.isSilent ? 0 : m_loads + m_hasSign)
-                                                               : int(now / view.animation);
-        const std::pair frame(shown(), moment);
-        sight.changed = frame != m_frame;
-        sight.aside = sight.changed && view.isAside && frame.first == m_frame.first;
-        m_frame = frame;
-        sight.fresh = frame != m_joined;
-        sight.arrived = shown() - m_at == m_session.expectedShift();
-        sight.pointer = pointer;
-        sight.held = held;
-        return sight;
-    }
-
-    Order join(const Order &order)
-    {
-        const int at = shown(), shift = at - m_at;
-        const bool isAnimated = view.isWide && m_joined.second != m_frame.second;
-        m_joined = m_frame;
-        const bool isNew =
-            (std::exchange(m_joinedLoads, m_loads + m_hasSign) != m_loads + m_hasSign && !view.isSilent) || isAnimated;
-        Step step = Step::joined;
-        if (joins.empty())
-            step = Step::first;
-        else if (shift == 0)
-            step = isNew ? Step::renewed : Step::still;
-        else if (order.heading == Heading::forward && shift < 0)
-            step = Step::doubtful;
-        else if (std::abs(shift) > region * 4 / 5 ||
-                 (view.changesAt && !(view.settles && m_isAgain) && at >= view.changesAt && m_at < view.changesAt))
-            step = Step::lost;
-        else if (view.blankFrom && !(view.isPaintedLate && m_isAgain) && std::abs(shift) > 60 &&
-                 at + region > view.blankFrom && at < view.blankFrom + 700)
-            step = Step::ambiguous;
-        if (step == Step::first || step == Step::joined) {
-            moving |= (position() != int(m_to) || (isPainting() && !view.isAside)) && m_mode == Mode::automatic;
-            joins.push_back(at);
-            furthest = std::max(furthest, at);
-            m_at = at;
-        }
-        if (order.clicks != 0)
-            turn(order.clicks);
-        return m_session.joined(now, {step, shift, region + std::max(0, furthest), region});
-    }
-
-    const Mode m_mode;
-    int m_longTurns = 0;
-    int m_loads = 0, m_joinedLoads = 0, m_grown = 0;
-    bool m_isAgain = false, m_hasLost = false, m_hasSign = false;
-    std::optional<Milliseconds> m_endReached;
-    ScrollSession m_session;
-    double m_from = 0, m_to = 0;
-    Milliseconds m_moved{-10'000}, m_answer{0};
-    std::optional<Milliseconds> m_stallEnd;
-    std::pair<int, int> m_frame{-1, 0}, m_joined{-1, 0};
-    int m_at = 0; // the stitcher's place
-};
-
-// A view that answers at once and goes as far as expected.
-class EvenView
-{
-public:
-    explicit EvenView(int limit = 30'000)
-        : session({.mode = Mode::automatic, .regionHeight = region, .heightLimit = limit})
-    {
-        next();
-        joined(Step::first);
-        while (next().clicks == 0 && height < limit)
-            joined(Step::joined);
-    }
-
-    Order next(bool arrived = true)
-    {
-        for (bool changed = true;; changed = false) {
-            const Order order = session.look(m_now, {.changed = changed, .fresh = true, .arrived = arrived});
-            if (order.kind != Order::Kind::look) {
-                m_ahead = order.clicks;
-                return order;
-            }
-            m_now += order.wait;
-        }
-    }
-
-    Order joined(Step step)
-    {
-        constexpr int pixelsPerClick = 60;
-        if (m_ahead > 0)
-            session.turned(m_now);
-        const int shift = step == Step::joined ? m_clicks * pixelsPerClick : 0;
-        height += shift;
-        const Order order = session.joined(m_now, {step, shift, height, region, step == Step::renewed});
-        m_clicks = m_ahead > 0 ? m_ahead : order.clicks;
-        return order;
-    }
-
-    ScrollSession session;
-    int height = region;
-
-private:
-    Milliseconds m_now{0};
-    int m_clicks = 0, m_ahead = 0;
-};
 
 Event wheel(Milliseconds at, double pixels)
 {
@@ -374,6 +63,13 @@ private Q_SLOTS:
         row("hangs for a while", {.view = {.stallsAt = 2000, .stall = 5000ms}, .milliseconds = 8500});
         row("hangs while it goes on painting a caret",
             {.view = {.animation = 500ms, .stallsAt = 2000, .stall = 5000ms}, .milliseconds = 9500});
+        row("hangs beside a movie", {.view = {.pixelsPerClick = 90,
+                                              .page = 5817,
+                                              .answer = 16ms,
+                                              .animation = 83ms,
+                                              .stallsAt = 3000,
+                                              .stall = 2900ms},
+                                     .milliseconds = 9000});
         row("hangs at its end", {.view = {.stallsAt = 5400, .stall = 3000ms}, .milliseconds = 8500});
         row("hangs for good beside a caret", {.view = {.animation = 500ms, .stallsAt = 2000, .stall = 100'000ms},
                                               .end = End::unanswered,
@@ -456,6 +152,10 @@ private Q_SLOTS:
                .growsAt = 1035,
                .answerToMany = 209ms},
               4210);
+        grows("and something blinks", {.animation = 150ms, .growsAt = 2400});
+        grows("and something blinks, and clicks are lost",
+              {.page = 4557, .answer = 16ms, .animation = 207ms, .growsAt = 1041, .losesIn = 3, .answerToMany = 303ms},
+              4857);
         grows("and it hangs on the way", {.stallsAt = 1500, .stall = 2500ms, .growsAt = 2500});
         grows("and a click is lost on the way", {.pixelsPerClick = 20, .losesAt = 3000});
         grows("and it loads more at its end",
